@@ -1,0 +1,154 @@
+// Texts, class records, message maps and resources: what needs neither toolkit nor system.
+#include "platform/cstring.h"
+#include "platform/messages.h"
+#include "platform/resources.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+int MulDiv(int a, int b, int c)
+{
+    if (c == 0)
+        return -1;
+    const int64_t product = int64_t{a} * b;
+    const int64_t divisor = c;
+    const int64_t magnitude = product < 0 ? -product : product;
+    const int64_t divisor_magnitude = divisor < 0 ? -divisor : divisor;
+    const int64_t rounded = (magnitude + divisor_magnitude / 2) / divisor_magnitude;
+    const int64_t result = (product < 0) != (divisor < 0) ? -rounded : rounded;
+    return result < INT32_MIN || result > INT32_MAX ? -1 : static_cast<int>(result);
+}
+
+CString::CString(const char* text) : CString(std::string_view{text ? text : ""}) {}
+
+CString::CString(std::string_view text)
+{
+    if (!text.empty())
+        m_text = std::make_shared<const std::string>(text);
+}
+
+CString CString::Left(int count) const
+{
+    return count <= 0 ? CString{} : CString{View().substr(0, static_cast<size_t>(count))};
+}
+
+CString CString::Right(int count) const
+{
+    return count >= GetLength() ? *this : Mid(GetLength() - (count < 0 ? 0 : count));
+}
+
+CString CString::Mid(int first) const
+{
+    return first >= GetLength() ? CString{}
+                                : CString{View().substr(static_cast<size_t>(first < 0 ? 0 : first))};
+}
+
+namespace
+{
+int IndexOf(size_t position)
+{
+    return position == std::string_view::npos ? -1 : static_cast<int>(position);
+}
+} // namespace
+
+int CString::Find(char wanted) const
+{
+    return IndexOf(View().find(wanted));
+}
+
+int CString::ReverseFind(char wanted) const
+{
+    return IndexOf(View().rfind(wanted));
+}
+
+int CString::FindOneOf(std::string_view set) const
+{
+    return IndexOf(View().find_first_of(set));
+}
+
+int CString::FindLastOf(std::string_view set) const
+{
+    return IndexOf(View().find_last_of(set));
+}
+
+int CString::CompareNoCase(std::string_view other) const
+{
+    // Not strncasecmp: that takes the user's locale, and in the Turkish one I and i differ.
+    const auto fold = [](char c) {
+        return static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c);
+    };
+    const std::string_view own = View();
+    for (size_t i = 0; i < own.size() && i < other.size(); ++i)
+        if (fold(own[i]) != fold(other[i]))
+            return fold(own[i]) < fold(other[i]) ? -1 : 1;
+    return own.size() == other.size() ? 0 : own.size() < other.size() ? -1 : 1;
+}
+
+void CString::Format(const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    va_end(arguments);
+    std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');
+    if (length > 0)
+        std::vsnprintf(text.data(), text.size() + 1, format, again);
+    va_end(again);
+    *this = CString{std::string_view{text}};
+}
+
+CString& CString::operator+=(std::string_view text)
+{
+    std::string sum{View()};
+    sum += text;
+    return *this = CString{std::string_view{sum}};
+}
+
+const CRuntimeClass CObject::classRecord{"CObject", nullptr, nullptr};
+
+CObject::~CObject() = default;
+
+bool CRuntimeClass::IsDerivedFrom(const CRuntimeClass& other) const
+{
+    for (const CRuntimeClass* record = this; record; record = record->base)
+        if (record == &other)
+            return true;
+    return false;
+}
+
+const MessageEntry* MessageMap::Find(MessageEntry::Kind kind, UINT id) const
+{
+    for (const MessageMap* map = this; map; map = map->base)
+        for (const MessageEntry& entry : map->entries)
+            if (entry.kind == kind && entry.id == id)
+                return &entry;
+    return nullptr;
+}
+
+const CRuntimeClass CCmdTarget::classRecord{"CCmdTarget", &CObject::classRecord, nullptr};
+constinit const MessageMap CCmdTarget::messages{nullptr, {}};
+
+bool CCmdTarget::OnCmdMsg(UINT command, CommandStep step, CCmdUI* ui)
+{
+    const auto kind = step == CommandStep::run ? MessageEntry::Kind::command : MessageEntry::Kind::update;
+    const MessageEntry* entry = GetMessageMap().Find(kind, command);
+    if (!entry)
+        return false;
+    entry->invoke(*this, command, PackPointer(ui));
+    return true;
+}
+
+bool CCmdTarget::HasCommandHandler(UINT command)
+{
+    return GetMessageMap().Find(MessageEntry::Kind::command, command) != nullptr;
+}
+
+const char* ApplicationResources::FindString(UINT id) const
+{
+    for (const StringResource& resource : strings)
+        if (resource.id == id)
+            return resource.text;
+    return nullptr;
+}

@@ -1,0 +1,50 @@
+// Text of the application layer: UTF-8 bytes in a shared, reference-counted block. Copies share the block;
+// whatever changes a text makes a new one. Bytes that are no UTF-8 are carried through untouched.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+class CString
+{
+public:
+    CString() = default;
+    CString(const char* text); // null counts as empty
+    CString(std::string_view text);
+    CString(const std::string& text) : CString(std::string_view{text}) {}
+
+    bool IsEmpty() const { return View().empty(); }
+    void Empty() { m_text.reset(); }
+    int GetLength() const { return static_cast<int>(View().size()); } // bytes
+    char operator[](int index) const { return View()[static_cast<size_t>(index)]; }
+
+    const char* c_str() const { return m_text ? m_text->c_str() : ""; }
+    std::string_view View() const { return m_text ? std::string_view{*m_text} : std::string_view{}; }
+
+    CString Left(int count) const;
+    CString Right(int count) const;
+    CString Mid(int first) const;
+    int Find(char wanted) const;                     // index, or -1
+    int ReverseFind(char wanted) const;              // index of the last one, or -1
+    int FindOneOf(std::string_view set) const;       // index of the first byte that is in the set, or -1
+    int FindLastOf(std::string_view set) const;      // index of the last byte that is in the set, or -1
+    int CompareNoCase(std::string_view other) const; // ASCII letters only; negative, 0 or positive
+
+    // As printf; the result replaces the text.
+    void Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+    CString& operator+=(std::string_view text);
+    friend CString operator+(const CString& a, std::string_view b)
+    {
+        CString sum = a;
+        sum += b;
+        return sum;
+    }
+    operator std::string_view() const { return View(); }
+    friend bool operator==(const CString& a, const CString& b) { return a.View() == b.View(); }
+    friend bool operator==(const CString& a, const char* b) { return a.View() == b; }
+
+private:
+    std::shared_ptr<const std::string> m_text; // null for the empty text
+};

@@ -1,0 +1,149 @@
+// Device contexts: clipping to bitmaps, colours and operations; the targets do the drawing.
+#include "platform/dc.h"
+
+#include "platform/raster.h"
+
+#include <algorithm>
+#include <utility>
+
+const CRuntimeClass CPalette::classRecord{"CPalette", &CObject::classRecord, nullptr};
+const CRuntimeClass CBitmap::classRecord{"CBitmap", &CObject::classRecord, &CreateObjectOf<CBitmap>};
+const CRuntimeClass CDC::classRecord{"CDC", &CObject::classRecord, &CreateObjectOf<CDC>};
+
+DeviceTarget::~DeviceTarget() = default;
+
+namespace
+{
+// What a context holds before a palette is selected into it.
+CPalette& StockPalette()
+{
+    static CPalette stock{{kBlack, kWhite}};
+    return stock;
+}
+} // namespace
+
+bool CBitmap::CreateBitmap(int width, int height, const uint8_t* rows, ptrdiff_t row_bytes)
+{
+    if (width <= 0 || height <= 0 || !rows || row_bytes < (ptrdiff_t{width} + 7) / 8)
+        return false;
+    m_width = width;
+    m_height = height;
+    m_rows = rows;
+    m_row_bytes = row_bytes;
+    return true;
+}
+
+CDC::CDC() : m_palette(&StockPalette()) {}
+CDC::CDC(std::unique_ptr<DeviceTarget> target) : m_target(std::move(target)), m_palette(&StockPalette()) {}
+CDC::~CDC() = default;
+
+void CDC::SetTarget(std::unique_ptr<DeviceTarget> target)
+{
+    m_target = std::move(target);
+}
+
+bool CDC::CreateCompatibleDC(const CDC* like)
+{
+    return like && like->m_target;
+}
+
+bool CDC::CreateOnPixels(PixelBuffer* pixels)
+{
+    m_target = MakePixelTarget(pixels);
+    return true;
+}
+
+bool CDC::IsPrinting() const
+{
+    return m_target && m_target->IsPrinting();
+}
+
+int CDC::GetDeviceCaps(int index) const
+{
+    return m_target ? m_target->GetDeviceCaps(index) : 0;
+}
+
+RegionKind CDC::GetClipBox(CRect* box) const
+{
+    *box = {};
+    if (!m_target)
+        return ERRORREGION;
+    const RegionKind kind = m_target->GetClipBox(box);
+    box->left -= m_origin.x;
+    box->right -= m_origin.x;
+    box->top -= m_origin.y;
+    box->bottom -= m_origin.y;
+    return kind;
+}
+
+CBitmap* CDC::SelectObject(CBitmap* bitmap)
+{
+    return std::exchange(m_bitmap, bitmap);
+}
+
+CPalette* CDC::SelectPalette(CPalette* palette, bool)
+{
+    return m_target && palette ? std::exchange(m_palette, palette) : nullptr;
+}
+
+UINT CDC::RealizePalette()
+{
+    return 0;
+}
+
+int CDC::SetStretchBltMode(int mode)
+{
+    return std::exchange(m_stretch_mode, mode);
+}
+
+CRect CDC::ToDevice(int x, int y, int width, int height) const
+{
+    return {x + m_origin.x, y + m_origin.y, x + m_origin.x + width, y + m_origin.y + height};
+}
+
+bool CDC::BitBlt(int x, int y, int width, int height, const CDC& source, int source_x, int source_y,
+                 UINT operation)
+{
+    const CBitmap* bitmap = source.m_bitmap;
+    if (!m_target || !bitmap || source_x < 0 || source_y < 0)
+        return false;
+    width = std::min(width, bitmap->Width() - source_x);
+    height = std::min(height, bitmap->Height() - source_y);
+    if (width <= 0 || height <= 0)
+        return false;
+    const bool inverted = operation == NOTSRCCOPY;
+    return m_target->DrawBilevel(ToDevice(x, y, width, height), *bitmap, source_x, source_y,
+                                 inverted ? kWhite : kBlack, inverted ? kBlack : kWhite);
+}
+
+int CDC::DrawDib(const CRect& dest, const CRect& source, const uint8_t* bits, const BitmapInfo& info,
+                 UINT operation)
+{
+    if (!m_target || !bits || dest.IsEmpty() || source.IsEmpty() || source.left < 0 || source.top < 0 ||
+        source.right > info.width || source.bottom > info.height)
+        return 0;
+    std::array<COLORREF, 256> colors;
+    const COLORREF flip = operation == NOTSRCCOPY ? 0x00ffffff : 0;
+    for (size_t i = 0; i < colors.size(); ++i) {
+        const BitmapInfo::Color& color = info.colors[i];
+        colors[i] =
+            (0xff000000U | uint32_t{color.red} << 16 | uint32_t{color.green} << 8 | color.blue) ^ flip;
+    }
+    return m_target->DrawIndexed(dest, info, bits, source, colors.data()) ? source.Height() : 0;
+}
+
+int CDC::SetDIBitsToDevice(int x, int y, int width, int height, int source_x, int source_y,
+                           const uint8_t* bits, const BitmapInfo& info)
+{
+    const int top = info.height - source_y - height;
+    return DrawDib(ToDevice(x, y, width, height), {source_x, top, source_x + width, top + height}, bits, info,
+                   SRCCOPY);
+}
+
+int CDC::StretchDIBits(int x, int y, int width, int height, int source_x, int source_y, int source_width,
+                       int source_height, const uint8_t* bits, const BitmapInfo& info, UINT operation)
+{
+    const int top = info.height - source_y - source_height;
+    return DrawDib(ToDevice(x, y, width, height),
+                   {source_x, top, source_x + source_width, top + source_height}, bits, info, operation);
+}

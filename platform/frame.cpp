@@ -1,0 +1,208 @@
+// Frames: making the view, the road of commands, titles, and the end of the document with its main window.
+#include "platform/frame.h"
+
+#include "platform/app.h"
+#include "platform/view.h"
+
+#include <vector>
+
+const CRuntimeClass CFrameWnd::classRecord{"CFrameWnd", &CWnd::classRecord, &CreateObjectOf<CFrameWnd>};
+
+namespace
+{
+constexpr uint32_t kPaneId = AFX_IDW_PANE_FIRST;
+}
+
+constinit const MessageEntry CFrameWnd::entries[] = {
+    On<WM_CLOSE, &CFrameWnd::OnClose>(),
+    On<WM_DESTROY, &CFrameWnd::OnDestroy>(),
+    On<WM_DROPFILES, &CFrameWnd::OnDropFiles>(),
+};
+constinit const MessageMap CFrameWnd::messages{&CWnd::messages, entries};
+
+CFrameWnd::CFrameWnd() = default;
+CFrameWnd::~CFrameWnd() = default;
+
+bool CFrameWnd::LoadFrame(UINT resource, uint32_t style, CCreateContext* context)
+{
+    CREATESTRUCT cs;
+    cs.style = style;
+    cs.menu = AfxGetApp() && AfxGetApp()->GetResources().frame == resource;
+    cs.title = AfxGetApp() ? AfxGetApp()->LoadString(AFX_IDS_APP_TITLE) : CString{};
+    cs.context = context;
+    m_baseTitle = cs.title;
+    return CreateFromStruct(cs);
+}
+
+bool CFrameWnd::Create(const CString& title, uint32_t style, const CRect& rect, CCreateContext* context)
+{
+    CREATESTRUCT cs;
+    cs.x = rect.left;
+    cs.y = rect.top;
+    cs.cx = rect.Width();
+    cs.cy = rect.Height();
+    cs.style = style;
+    cs.title = title;
+    cs.context = context;
+    m_baseTitle = title;
+    return CreateFromStruct(cs);
+}
+
+bool CFrameWnd::CreateFromStruct(CREATESTRUCT& cs)
+{
+    if (!PreCreateWindow(cs)) {
+        PostNcDestroy();
+        return false;
+    }
+    m_style = cs.style;
+    MakePeer(cs);
+    if (OnCreate(cs) == 0)
+        return true;
+    DestroyWindow(); // and with it the frame, through PostNcDestroy
+    return false;
+}
+
+bool CFrameWnd::PreCreateWindow(CREATESTRUCT& cs)
+{
+    return CWnd::PreCreateWindow(cs);
+}
+
+int CFrameWnd::OnCreate(const CREATESTRUCT& cs)
+{
+    if (!cs.context || !cs.context->m_pNewViewClass)
+        return 0;
+    auto* view = DynamicDowncast<CView>(cs.context->m_pNewViewClass->CreateObject());
+    if (!view)
+        return -1;
+    if (!view->Create(this, cs.context)) {
+        delete view;
+        return -1;
+    }
+    m_pane = view;
+    return 0;
+}
+
+void CFrameWnd::DestroyChildren()
+{
+    if (m_pane)
+        m_pane->DestroyWindow();
+    m_pane = nullptr;
+    m_activeView = nullptr;
+    if (m_statusBar)
+        m_statusBar->DestroyWindow();
+    m_statusBar = nullptr;
+}
+
+void CFrameWnd::OnClose()
+{
+    // The main window takes its document along, and that every other window of it.
+    CDocument* document = GetActiveDocument();
+    if (document && AfxGetMainWnd() == this)
+        document->OnCloseDocument();
+    else
+        DestroyWindow();
+}
+
+void CFrameWnd::OnDestroy()
+{
+    Default();
+}
+
+LRESULT CFrameWnd::OnDropFiles(WPARAM, LPARAM files)
+{
+    if (AfxGetApp())
+        AfxGetApp()->OnDroppedFiles(*UnpackPointer<const std::vector<CString>>(files));
+    return 0;
+}
+
+void CFrameWnd::PostNcDestroy()
+{
+    DeleteLater(this);
+}
+
+CDocument* CFrameWnd::GetActiveDocument() const
+{
+    const CView* view = m_activeView ? m_activeView : m_pane;
+    return view ? view->GetDocument() : nullptr;
+}
+
+void CFrameWnd::SetActiveView(CView* view, bool notify)
+{
+    CView* old = m_activeView;
+    if (view == old)
+        return;
+    m_activeView = nullptr;
+    if (old && notify)
+        old->OnActivateView(false, view, old);
+    m_activeView = view;
+    if (view && notify)
+        view->OnActivateView(true, view, old);
+}
+
+void CFrameWnd::ActivateFrame(int show_command)
+{
+    if (!m_activeView && m_pane)
+        SetActiveView(m_pane);
+    ShowWindow(show_command < 0 ? (IsIconic() ? SW_SHOWNORMAL : SW_SHOW) : show_command);
+    BringWindowToTop();
+}
+
+void CFrameWnd::OnUpdateFrameTitle(bool)
+{
+    if (!(m_style & FWS_ADDTOTITLE))
+        return;
+    const CDocument* document = GetActiveDocument();
+    SetWindowText(document && !document->GetTitle().IsEmpty() ? document->GetTitle() + " - " + m_baseTitle
+                                                              : m_baseTitle);
+}
+
+CWnd* CFrameWnd::GetDescendantWindow(UINT id) const
+{
+    return id == kPaneId ? m_pane : nullptr;
+}
+
+bool CFrameWnd::OnCmdMsg(UINT command, CommandStep step, CCmdUI* ui)
+{
+    CView* view = m_activeView;
+    return (view && view->OnCmdMsg(command, step, ui)) || CWnd::OnCmdMsg(command, step, ui) ||
+           (AfxGetApp() && AfxGetApp()->OnCmdMsg(command, step, ui));
+}
+
+bool CFrameWnd::HasCommandHandler(UINT command)
+{
+    CView* view = m_activeView;
+    return (view && view->HasCommandHandler(command)) || CWnd::HasCommandHandler(command) ||
+           (AfxGetApp() && AfxGetApp()->HasCommandHandler(command));
+}
+
+CCmdUI CFrameWnd::QueryCommand(UINT command)
+{
+    CCmdUI ui{command};
+    if (!OnCmdMsg(command, CommandStep::update, &ui))
+        ui.Enable(HasCommandHandler(command));
+    return ui;
+}
+
+bool CFrameWnd::OnCommandMessage(UINT command)
+{
+    // Whatever the road of a command is, a disabled one does not run.
+    return QueryCommand(command).IsEnabled() && CWnd::OnCommandMessage(command);
+}
+
+void CFrameWnd::UpdateStatusPanes()
+{
+    if (!m_statusBar)
+        return;
+    for (int pane = 0; pane < m_statusBar->GetPaneCount(); ++pane) {
+        const UINT id = m_statusBar->GetPaneId(pane);
+        if (id == ID_SEPARATOR)
+            continue;
+        CCmdUI ui{id};
+        m_statusBar->EnablePane(pane, OnCmdMsg(id, CommandStep::update, &ui) && ui.IsEnabled());
+    }
+}
+
+const CRuntimeClass CStatusBar::classRecord{"CStatusBar", &CWnd::classRecord, &CreateObjectOf<CStatusBar>};
+
+CStatusBar::CStatusBar() = default;
+CStatusBar::~CStatusBar() = default;

@@ -1,0 +1,236 @@
+// Messages and commands: their numbers, and the constant tables that lead them to handlers.
+//
+// A class that handles messages has a table of entries and a map that links it to its base's:
+//
+//     const MessageEntry CPageView::entries[] = {
+//         On<WM_SIZE, &CPageView::OnSize>(),            // void (UINT type, int cx, int cy)
+//         OnCommand<32776, &CPageView::OnNext>(),       // void ()
+//         OnUpdateCommand<32776, &CPageView::OnUpdateNext>(), // void (CCmdUI&)
+//     };
+//     const MessageMap CPageView::messages{&CScrollView::messages, entries};
+//
+// On unpacks the two words by the message's own rule; a handler that does not fit does not compile.
+#pragma once
+
+#include "platform/cobject.h"
+#include "platform/types.h"
+
+#include <span>
+#include <type_traits>
+
+enum Message : UINT {
+    WM_CREATE = 0x0001,
+    WM_DESTROY = 0x0002,
+    WM_SIZE = 0x0005,
+    WM_PAINT = 0x000f,
+    WM_CLOSE = 0x0010,
+    WM_KEYDOWN = 0x0100,
+    WM_CHAR = 0x0102,
+    WM_COMMAND = 0x0111,
+    WM_HSCROLL = 0x0114,
+    WM_VSCROLL = 0x0115,
+    WM_MOUSEMOVE = 0x0200,
+    WM_LBUTTONDOWN = 0x0201,
+    WM_LBUTTONUP = 0x0202,
+    WM_LBUTTONDBLCLK = 0x0203,
+    WM_RBUTTONDOWN = 0x0204,
+    WM_RBUTTONUP = 0x0205,
+    WM_RBUTTONDBLCLK = 0x0206,
+    WM_MOUSEWHEEL = 0x020a,
+    WM_DROPFILES = 0x0233,
+    WM_USER = 0x0400, // from here on: the application's own
+};
+
+enum VirtualKey : UINT {
+    VK_CONTROL = 0x11,
+    VK_ESCAPE = 0x1b,
+    VK_PRIOR = 0x21,
+    VK_NEXT = 0x22,
+    VK_END = 0x23,
+    VK_HOME = 0x24,
+    VK_LEFT = 0x25,
+    VK_UP = 0x26,
+    VK_RIGHT = 0x27,
+    VK_DOWN = 0x28,
+};
+
+// First word of the mouse messages.
+enum MouseFlag : UINT { MK_LBUTTON = 1, MK_RBUTTON = 2, MK_SHIFT = 4, MK_CONTROL = 8 };
+
+// First word of WM_SIZE.
+enum SizeType : UINT { SIZE_RESTORED = 0, SIZE_MINIMIZED = 1, SIZE_MAXIMIZED = 2 };
+
+class CCmdUI;
+class CCmdTarget;
+
+struct MessageEntry {
+    enum class Kind : uint8_t { message, command, update };
+    Kind kind;
+    UINT id;
+    LRESULT (*invoke)(CCmdTarget& target, WPARAM wParam, LPARAM lParam);
+};
+
+struct MessageMap {
+    const MessageMap* base; // null at the root
+    std::span<const MessageEntry> entries;
+
+    const MessageEntry* Find(MessageEntry::Kind kind, UINT id) const; // this class first, then its bases
+};
+
+class CCmdTarget : public CObject
+{
+public:
+    static const CRuntimeClass classRecord;
+    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+
+    enum class CommandStep : uint8_t { run, update };
+    // Offers a command along the class's road. True if a handler took it. With update, ui is the entry asked
+    // for.
+    virtual bool OnCmdMsg(UINT command, CommandStep step, CCmdUI* ui);
+    // True if some handler on the road would run the command.
+    virtual bool HasCommandHandler(UINT command);
+
+    // A nested pair round work that may take long. The pointer becomes an hourglass once the work has lasted
+    // a moment and ShowWaitCursorIfDue is called from within it, and is restored by the outermost End.
+    static void BeginWaitCursor();
+    static void EndWaitCursor();
+    static void ShowWaitCursorIfDue();
+
+protected:
+    static const MessageMap messages;
+    virtual const MessageMap& GetMessageMap() const { return messages; }
+};
+
+namespace message_detail
+{
+enum class Rule { words, nothing, size, key, mouse, scroll };
+
+constexpr Rule RuleOf(UINT message)
+{
+    switch (message) {
+    case WM_DESTROY:
+    case WM_PAINT:
+    case WM_CLOSE: return Rule::nothing;
+    case WM_SIZE: return Rule::size;
+    case WM_KEYDOWN:
+    case WM_CHAR: return Rule::key;
+    case WM_HSCROLL:
+    case WM_VSCROLL: return Rule::scroll;
+    case WM_MOUSEMOVE:
+    case WM_LBUTTONDOWN:
+    case WM_LBUTTONUP:
+    case WM_LBUTTONDBLCLK:
+    case WM_RBUTTONDOWN:
+    case WM_RBUTTONUP:
+    case WM_RBUTTONDBLCLK:
+    case WM_MOUSEWHEEL: return Rule::mouse;
+    default: return Rule::words;
+    }
+}
+
+template <class Handler>
+struct ClassOf;
+template <class C, class R, class... A>
+struct ClassOf<R (C::*)(A...)> {
+    using type = C;
+};
+template <auto Handler>
+using TargetOf = typename ClassOf<decltype(Handler)>::type;
+} // namespace message_detail
+
+template <UINT MessageNumber, auto Handler>
+constexpr MessageEntry On()
+{
+    using message_detail::Rule;
+    using C = message_detail::TargetOf<Handler>;
+    using H = decltype(Handler);
+    constexpr Rule rule = message_detail::RuleOf(MessageNumber);
+    if constexpr (rule == Rule::nothing) {
+        static_assert(std::is_same_v<H, void (C::*)()>);
+        return {MessageEntry::Kind::message, MessageNumber,
+                [](CCmdTarget& target, WPARAM, LPARAM) -> LRESULT {
+                    (static_cast<C&>(target).*Handler)();
+                    return 0;
+                }};
+    } else if constexpr (rule == Rule::size) {
+        static_assert(std::is_same_v<H, void (C::*)(UINT, int, int)>);
+        return {MessageEntry::Kind::message, MessageNumber,
+                [](CCmdTarget& target, WPARAM w, LPARAM l) -> LRESULT {
+                    (static_cast<C&>(target).*Handler)(static_cast<UINT>(w), LowHalf(l), HighHalf(l));
+                    return 0;
+                }};
+    } else if constexpr (rule == Rule::key) {
+        static_assert(std::is_same_v<H, void (C::*)(UINT, UINT, UINT)>);
+        return {MessageEntry::Kind::message, MessageNumber,
+                [](CCmdTarget& target, WPARAM w, LPARAM l) -> LRESULT {
+                    (static_cast<C&>(target).*Handler)(static_cast<UINT>(w), static_cast<UINT>(LowHalf(l)),
+                                                       static_cast<UINT>(HighHalf(l)));
+                    return 0;
+                }};
+    } else if constexpr (rule == Rule::mouse) {
+        static_assert(std::is_same_v<H, void (C::*)(UINT, CPoint)>);
+        return {MessageEntry::Kind::message, MessageNumber,
+                [](CCmdTarget& target, WPARAM w, LPARAM l) -> LRESULT {
+                    (static_cast<C&>(target).*Handler)(static_cast<UINT>(w), CPoint{LowHalf(l), HighHalf(l)});
+                    return 0;
+                }};
+    } else if constexpr (rule == Rule::scroll) {
+        static_assert(std::is_same_v<H, void (C::*)(int)>);
+        return {MessageEntry::Kind::message, MessageNumber,
+                [](CCmdTarget& target, WPARAM, LPARAM l) -> LRESULT {
+                    (static_cast<C&>(target).*Handler)(LowHalf(l));
+                    return 0;
+                }};
+    } else {
+        static_assert(std::is_same_v<H, LRESULT (C::*)(WPARAM, LPARAM)>);
+        return {MessageEntry::Kind::message, MessageNumber,
+                [](CCmdTarget& target, WPARAM w, LPARAM l) -> LRESULT {
+                    return (static_cast<C&>(target).*Handler)(w, l);
+                }};
+    }
+}
+
+template <UINT Command, auto Handler>
+constexpr MessageEntry OnCommand()
+{
+    using C = message_detail::TargetOf<Handler>;
+    static_assert(std::is_same_v<decltype(Handler), void (C::*)()>);
+    return {MessageEntry::Kind::command, Command, [](CCmdTarget& target, WPARAM, LPARAM) -> LRESULT {
+                (static_cast<C&>(target).*Handler)();
+                return 0;
+            }};
+}
+
+template <UINT Command, auto Handler>
+constexpr MessageEntry OnUpdateCommand()
+{
+    using C = message_detail::TargetOf<Handler>;
+    static_assert(std::is_same_v<decltype(Handler), void (C::*)(CCmdUI&)>);
+    return {MessageEntry::Kind::update, Command, [](CCmdTarget& target, WPARAM, LPARAM l) -> LRESULT {
+                (static_cast<C&>(target).*Handler)(*UnpackPointer<CCmdUI>(l));
+                return 0;
+            }};
+}
+
+// What an update handler answers with, about one menu entry or status pane.
+class CCmdUI
+{
+public:
+    explicit CCmdUI(UINT command) : m_nID(command) {}
+    void Enable(bool on) { m_enabled = on; }
+    void SetCheck(bool on)
+    {
+        m_checkable = true;
+        m_checked = on;
+    }
+    bool IsEnabled() const { return m_enabled; }
+    bool IsCheckable() const { return m_checkable; }
+    bool IsChecked() const { return m_checked; }
+
+    const UINT m_nID;
+
+private:
+    bool m_enabled = true;
+    bool m_checkable = false;
+    bool m_checked = false;
+};

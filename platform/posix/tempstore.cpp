@@ -1,0 +1,81 @@
+// The temporary file: reserved before it is mapped, so that a full disk shows here and never as a fault in a
+// paint.
+#include "platform/tempstore.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <string>
+#include <sys/mman.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+namespace
+{
+// fallocate and not posix_fallocate: the latter writes a byte into every block where the file system cannot
+// reserve.
+bool Reserve(int file, int64_t bytes)
+{
+    int result;
+    do
+        result = fallocate(file, 0, 0, bytes);
+    while (result != 0 && errno == EINTR);
+    return result == 0;
+}
+
+bool LeavesHalf(int file, int64_t bytes)
+{
+    struct statvfs status;
+    if (fstatvfs(file, &status) != 0)
+        return false;
+    const uint64_t free_bytes = uint64_t{status.f_bavail} * status.f_frsize;
+    return static_cast<uint64_t>(bytes) <= free_bytes / 2;
+}
+
+int CreateIn(const char* directory, const char* prefix, int64_t bytes)
+{
+    std::string name = std::string{directory} + "/" + prefix + "XXXXXX";
+    const int file = mkostemp(name.data(), O_CLOEXEC);
+    if (file < 0)
+        return kInvalidFile;
+    unlink(name.c_str());
+    if (LeavesHalf(file, bytes) && Reserve(file, bytes))
+        return file;
+    close(file);
+    return kInvalidFile;
+}
+} // namespace
+
+int CreateTempFile(const char* prefix, int64_t bytes)
+{
+    if (bytes <= 0)
+        return kInvalidFile;
+    const char* own = std::getenv("TMPDIR");
+    const char* const directories[] = {own && own[0] == '/' ? own : nullptr, "/var/tmp", "/tmp"};
+    for (const char* directory : directories) {
+        if (!directory)
+            continue;
+        const int file = CreateIn(directory, prefix, bytes);
+        if (file != kInvalidFile)
+            return file;
+    }
+    return kInvalidFile;
+}
+
+void CloseTempFile(int file)
+{
+    if (file != kInvalidFile)
+        close(file);
+}
+
+uint8_t* MapTempFile(int file, int64_t bytes)
+{
+    void* view = mmap(nullptr, static_cast<size_t>(bytes), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    return view == MAP_FAILED ? nullptr : static_cast<uint8_t*>(view);
+}
+
+void UnmapTempFile(uint8_t* view, int64_t bytes)
+{
+    if (view)
+        munmap(view, static_cast<size_t>(bytes));
+}

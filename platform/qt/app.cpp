@@ -1,0 +1,185 @@
+// Start and message loop, settings, boxes, the hourglass.
+#include "platform/app.h"
+#include "platform/frame.h"
+#include "platform/qt/peer.h"
+#include "platform/qt/queue.h"
+#include "platform/qt/services.h"
+#include "platform/run.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QMessageBox>
+#include <QSettings>
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
+#include <xcb/xcb.h>
+
+std::function<void(const CString&)> g_message_box_hook;
+CString g_settings_file;
+
+namespace
+{
+constexpr qint64 kWaitCursorAfterMs = 100;
+
+int g_wait_depth = 0;
+bool g_wait_shown = false;
+bool g_loop_running = false;
+QElapsedTimer g_wait_since;
+
+// Changes of the pointer's shape are sent with the toolkit's next message to the display, which would be
+// after the work that they announce.
+void FlushDisplay()
+{
+    if (QGuiApplication::platformName() != QLatin1String("xcb"))
+        return;
+    if (auto* display = qApp->nativeInterface<QNativeInterface::QX11Application>())
+        xcb_flush(display->connection());
+}
+
+QString ProfileKey(const char* section, const char* key)
+{
+    return QString::fromUtf8(section) + QLatin1Char('/') + QString::fromUtf8(key);
+}
+} // namespace
+
+void CCmdTarget::BeginWaitCursor()
+{
+    if (g_wait_depth++ == 0)
+        g_wait_since.start();
+}
+
+void CCmdTarget::EndWaitCursor()
+{
+    if (g_wait_depth == 0 || --g_wait_depth > 0 || !g_wait_shown)
+        return;
+    g_wait_shown = false;
+    QGuiApplication::restoreOverrideCursor();
+}
+
+void CCmdTarget::ShowWaitCursorIfDue()
+{
+    if (g_wait_depth == 0 || g_wait_shown || g_wait_since.elapsed() < kWaitCursorAfterMs || !qApp)
+        return;
+    g_wait_shown = true;
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    FlushDisplay();
+}
+
+void AfxMessageBox(const CString& text)
+{
+    if (g_message_box_hook) {
+        g_message_box_hook(text);
+        return;
+    }
+    const ModalScope modal;
+    if (g_wait_shown) { // the box is not waited for
+        g_wait_shown = false;
+        QGuiApplication::restoreOverrideCursor();
+    }
+    const CWnd* main = AfxGetMainWnd();
+    QMessageBox box(main && main->Peer() ? main->Peer()->Widget()->window() : nullptr);
+    box.setIcon(QMessageBox::Warning);
+    box.setTextFormat(Qt::PlainText);
+    box.setWindowTitle(ToQString(AfxGetApp() ? AfxGetApp()->LoadString(AFX_IDS_APP_TITLE) : CString{}));
+    box.setText(ToQString(text));
+    box.setStandardButtons(QMessageBox::Ok);
+    box.exec();
+}
+
+// Opened for each call: settings are read at the start and written at the end, and a key written at once must
+// be there at once.
+static QSettings OpenSettings(const CString& company)
+{
+    if (!g_settings_file.IsEmpty())
+        return QSettings(ToQString(g_settings_file), QSettings::IniFormat);
+    return QSettings(QSettings::IniFormat, QSettings::UserScope, ToQString(company),
+                     ToQString(AfxGetApp()->LoadString(AFX_IDS_APP_TITLE)));
+}
+
+void CWinApp::SetRegistryKey(const CString& company)
+{
+    m_company = company;
+}
+
+int CWinApp::GetProfileInt(const char* section, const char* key, int default_value) const
+{
+    bool good = false;
+    const int value = OpenSettings(m_company).value(ProfileKey(section, key)).toInt(&good);
+    return good ? value : default_value;
+}
+
+CString CWinApp::GetProfileString(const char* section, const char* key, const CString& default_value) const
+{
+    const QVariant value = OpenSettings(m_company).value(ProfileKey(section, key));
+    switch (value.typeId()) {
+    case QMetaType::QString: return FromQString(value.toString());
+    case QMetaType::QByteArray: return value.toByteArray().toStdString(); // no UTF-8, see below
+    default: return default_value;
+    }
+}
+
+bool CWinApp::WriteProfileInt(const char* section, const char* key, int value)
+{
+    QSettings settings = OpenSettings(m_company);
+    settings.setValue(ProfileKey(section, key), value);
+    settings.sync();
+    return settings.status() == QSettings::NoError;
+}
+
+bool CWinApp::WriteProfileString(const char* section, const char* key, const CString& value)
+{
+    QSettings settings = OpenSettings(m_company);
+    const QString text = ToQString(value);
+    const QByteArray bytes(value.c_str(), value.GetLength());
+    settings.setValue(ProfileKey(section, key), text.toUtf8() == bytes ? QVariant(text) : QVariant(bytes));
+    settings.sync();
+    return settings.status() == QSettings::NoError;
+}
+
+// Not quit, which first asks every window that is still open, and those let only their owners close them.
+void CWinApp::QuitMessageLoop()
+{
+    if (g_loop_running)
+        QCoreApplication::exit();
+}
+
+bool HasDisplay()
+{
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
+        const char* value = std::getenv(name);
+        if (value && *value)
+            return true;
+    }
+    return false;
+}
+
+void PrepareProcess()
+{
+    // The toolkit has set the user's locale: read-outs have a decimal point everywhere.
+    std::setlocale(LC_NUMERIC, "C");
+    // A temporary file beyond the limit of file sizes must fail, not end the program.
+    std::signal(SIGXFSZ, SIG_IGN);
+    // The main window ends the loop, not the last box.
+    QApplication::setQuitOnLastWindowClosed(false);
+}
+
+int RunApplication(CWinApp& app, const char* program_name, const CString& command_line)
+{
+    std::string name = program_name ? program_name : "";
+    char* arguments[] = {name.data(), nullptr};
+    int count = 1;
+    QApplication application(count, arguments);
+    PrepareProcess();
+    QApplication::setApplicationName(ToQString(app.LoadString(AFX_IDS_APP_TITLE)));
+    app.m_lpCmdLine = command_line;
+    const bool started = app.InitInstance();
+    if (started && app.m_pMainWnd) {
+        g_loop_running = true;
+        QApplication::exec();
+        g_loop_running = false;
+    }
+    if (CWnd* main = app.m_pMainWnd) // the loop was ended from outside
+        main->SendMessage(WM_CLOSE);
+    return app.ExitInstance();
+}

@@ -1,0 +1,157 @@
+// Contexts over the screen. A paint draws into the window's buffer; nothing of it runs inside the toolkit's
+// paint event, so a box may open and the picture may be scrolled in its midst.
+#include "platform/dc.h"
+
+#include "platform/qt/peer.h"
+#include "platform/raster.h"
+#include "platform/wnd.h"
+
+#include <QGuiApplication>
+#include <QPointer>
+#include <QScreen>
+#include <algorithm>
+
+namespace
+{
+int ScreenCap(int index)
+{
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return 0;
+    const double ratio = screen->devicePixelRatio();
+    switch (index) {
+    case HORZRES: return ToDevicePixels(screen->geometry().width(), ratio);
+    case VERTRES: return ToDevicePixels(screen->geometry().height(), ratio);
+    case LOGPIXELSX: return ToDevicePixels(screen->logicalDotsPerInchX(), ratio);
+    case LOGPIXELSY: return ToDevicePixels(screen->logicalDotsPerInchY(), ratio);
+    default: return 0;
+    }
+}
+
+class ScreenInformation final : public DeviceTarget
+{
+public:
+    RegionKind GetClipBox(CRect*) const override { return ERRORREGION; }
+    int GetDeviceCaps(int index) const override { return ScreenCap(index); }
+    bool DrawBilevel(const CRect&, const CBitmap&, int, int, COLORREF, COLORREF) override { return false; }
+    bool DrawIndexed(const CRect&, const BitmapInfo&, const uint8_t*, const CRect&, const COLORREF*) override
+    {
+        return false;
+    }
+};
+
+QRect ToQRect(const CRect& rect)
+{
+    return {rect.left, rect.top, rect.Width(), rect.Height()};
+}
+
+// The client area of a view, from the clip region that a paint begins with. Coordinates are those of the
+// paint's beginning: what the picture is moved by in its midst is added.
+class WindowTarget final : public DeviceTarget
+{
+public:
+    WindowTarget(ViewWidget* view, QRegion clip)
+        : m_view(view), m_clip(std::move(clip)), m_start(view->Moved())
+    {
+    }
+    WindowTarget(const WindowTarget&) = delete;
+    WindowTarget& operator=(const WindowTarget&) = delete;
+    ~WindowTarget() override = default;
+
+    RegionKind GetClipBox(CRect* box) const override
+    {
+        const QRect bounds = m_clip.boundingRect();
+        *box = {bounds.left(), bounds.top(), bounds.left() + bounds.width(), bounds.top() + bounds.height()};
+        return m_clip.isEmpty() ? NULLREGION : m_clip.rectCount() == 1 ? SIMPLEREGION : COMPLEXREGION;
+    }
+
+    int GetDeviceCaps(int index) const override { return ScreenCap(index); }
+
+    bool DrawBilevel(const CRect& dest, const CBitmap& bitmap, int source_x, int source_y, COLORREF zero,
+                     COLORREF one) override
+    {
+        return Draw(dest, [&](const PixelBuffer& buffer, const CRect& clip, const CRect& moved) {
+            BlitBilevel(buffer, clip, moved, bitmap, source_x, source_y, zero, one);
+        });
+    }
+
+    bool DrawIndexed(const CRect& dest, const BitmapInfo& info, const uint8_t* bits, const CRect& source,
+                     const COLORREF* colors) override
+    {
+        return Draw(dest, [&](const PixelBuffer& buffer, const CRect& clip, const CRect& moved) {
+            BlitIndexed(buffer, clip, moved, info, bits, source, colors);
+        });
+    }
+
+    // What nobody drew is white.
+    void FillRest()
+    {
+        if (!Alive())
+            return;
+        const QPoint move = m_view->Moved() - m_start;
+        const PixelBuffer buffer = m_view->Pixels();
+        const QRegion rest = (m_clip - m_drawn).translated(move) & QRect(0, 0, buffer.width, buffer.height);
+        for (const QRect& rect : rest)
+            for (int y = rect.top(); y <= rect.bottom(); ++y)
+                std::fill_n(buffer.Row(y) + rect.left(), rect.width(), kWhite);
+        m_view->Changed(rest);
+    }
+
+private:
+    bool Alive() const { return m_view && m_view->Owner(); }
+
+    template <class Blit>
+    bool Draw(const CRect& dest, Blit blit)
+    {
+        if (!Alive())
+            return false;
+        const QPoint move = m_view->Moved() - m_start;
+        const QRect bounds = m_clip.boundingRect();
+        const CRect clip{bounds.left() + move.x(), bounds.top() + move.y(),
+                         bounds.left() + bounds.width() + move.x(),
+                         bounds.top() + bounds.height() + move.y()};
+        const CRect moved{dest.left + move.x(), dest.top + move.y(), dest.right + move.x(),
+                          dest.bottom + move.y()};
+        blit(m_view->Pixels(), clip, moved);
+        const QRect drawn = ToQRect(dest) & bounds;
+        m_drawn += drawn;
+        m_view->Changed(drawn.translated(move));
+        return true;
+    }
+
+    QPointer<ViewWidget> m_view;
+    QRegion m_clip;
+    QRegion m_drawn;
+    QPoint m_start;
+};
+} // namespace
+
+bool CDC::CreateDisplayInformation()
+{
+    SetTarget(std::make_unique<ScreenInformation>());
+    return true;
+}
+
+CPaintDC::CPaintDC(CWnd* window)
+{
+    if (ViewWidget* view = ViewOf(window))
+        SetTarget(std::make_unique<WindowTarget>(view, view->TakeInvalid()));
+}
+
+CPaintDC::~CPaintDC()
+{
+    if (auto* target = static_cast<WindowTarget*>(Target()))
+        target->FillRest();
+}
+
+CClientDC::CClientDC(CWnd* window)
+{
+    ViewWidget* view = ViewOf(window);
+    if (view)
+        SetTarget(
+            std::make_unique<WindowTarget>(view, QRect(0, 0, view->ClientWidth(), view->ClientHeight())));
+    else
+        SetTarget(std::make_unique<ScreenInformation>());
+}
+
+CClientDC::~CClientDC() = default;

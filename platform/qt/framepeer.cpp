@@ -1,0 +1,359 @@
+// A frame's widget: menu, accelerators, status bar, place on the screen.
+#include "platform/qt/peer.h"
+#include "platform/qt/queue.h"
+
+#include "platform/app.h"
+
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QPixmap>
+#include <QScreen>
+#include <QShortcut>
+#include <QTimer>
+#include <QUrl>
+#include <QWindow>
+#include <cmath>
+
+namespace
+{
+// A page may have any size, so the frame's least size must not hang on its inside.
+constexpr int kLeastWidth = 160; // logical units
+constexpr int kLeastHeight = 120;
+
+bool CanPlaceWindows()
+{
+    return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
+// Dropped local files. The bytes of a name that is no UTF-8 survive in the encoded form alone.
+std::vector<CString> LocalFiles(const QMimeData* data)
+{
+    std::vector<CString> paths;
+    for (const QUrl& url : data->urls())
+        if (url.isLocalFile())
+            paths.emplace_back(
+                QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toUtf8()).toStdString());
+    return paths;
+}
+} // namespace
+
+bool ShowsOnScreen(const CRect& rect)
+{
+    if (rect.IsEmpty())
+        return false;
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        const double ratio = screen->devicePixelRatio();
+        const QRectF area = screen->geometry();
+        if (area.intersects(
+                QRectF(rect.left / ratio, rect.top / ratio, rect.Width() / ratio, rect.Height() / ratio)))
+            return true;
+    }
+    return false;
+}
+
+FrameWidget::FrameWidget(CFrameWnd* owner, const CREATESTRUCT& cs) : m_owner(owner)
+{
+    setMinimumSize(kLeastWidth, kLeastHeight);
+    setContextMenuPolicy(Qt::NoContextMenu);
+    if (const char* const* icon = AfxGetApp() ? AfxGetApp()->GetResources().icon : nullptr)
+        setWindowIcon(QIcon(QPixmap(icon)));
+    setWindowTitle(ToQString(cs.title));
+    if (cs.menu)
+        MakeMenu();
+    PlaceFrame({cs.x, cs.y, cs.x + cs.cx, cs.y + cs.cy});
+}
+
+void FrameWidget::MakeMenu()
+{
+    const ApplicationResources& resources = AfxGetApp()->GetResources();
+    const auto run = [this](UINT command) {
+        if (m_owner)
+            m_owner->SendMessage(WM_COMMAND, command);
+        Queue::Get().InputHandled();
+    };
+    for (const PopupMenu& popup : resources.menus) {
+        QMenu* menu = menuBar()->addMenu(QString::fromUtf8(popup.text));
+        for (const MenuItem& item : popup.items) {
+            if (item.command == 0) {
+                menu->addSeparator();
+                continue;
+            }
+            QAction* action = menu->addAction(QString::fromUtf8(item.text));
+            action->setData(item.command);
+            action->setStatusTip(ToQString(AfxGetApp()->LoadString(item.command)));
+            connect(action, &QAction::triggered, this, [run, item] { run(item.command); });
+        }
+        connect(menu, &QMenu::aboutToShow, this, [this, menu] {
+            for (QAction* action : menu->actions()) {
+                if (!m_owner || action->isSeparator())
+                    continue;
+                const CCmdUI ui = m_owner->QueryCommand(action->data().toUInt());
+                action->setEnabled(ui.IsEnabled());
+                action->setCheckable(ui.IsCheckable());
+                action->setChecked(ui.IsChecked());
+            }
+        });
+    }
+    for (const Accelerator& accelerator : resources.accelerators) {
+        auto* shortcut = new QShortcut(QKeySequence(QString::fromLatin1(accelerator.keys)), this);
+        connect(shortcut, &QShortcut::activated, this, [run, accelerator] { run(accelerator.command); });
+    }
+}
+
+CRect FrameWidget::FrameToDevice() const
+{
+    const double ratio = devicePixelRatioF();
+    const QRect frame = frameGeometry();
+    return {ToDevicePixels(frame.left(), ratio), ToDevicePixels(frame.top(), ratio),
+            ToDevicePixels(frame.left() + frame.width(), ratio),
+            ToDevicePixels(frame.top() + frame.height(), ratio)};
+}
+
+void FrameWidget::PlaceFrame(const CRect& rect)
+{
+    const double ratio = devicePixelRatioF();
+    QRect wanted(QPoint(ToDevicePixels(rect.left, 1 / ratio), ToDevicePixels(rect.top, 1 / ratio)),
+                 QSize(static_cast<int>(std::ceil(rect.Width() / ratio)),
+                       static_cast<int>(std::ceil(rect.Height() / ratio))));
+    if (!ShowsOnScreen(rect))
+        wanted = QGuiApplication::primaryScreen()->geometry();
+    m_wanted = {ToDevicePixels(wanted.left(), ratio), ToDevicePixels(wanted.top(), ratio),
+                ToDevicePixels(wanted.left() + wanted.width(), ratio),
+                ToDevicePixels(wanted.top() + wanted.height(), ratio)};
+    m_normal = m_wanted;
+    const QSize margins = frameGeometry().size() - size();
+    resize(wanted.size() - margins);
+    if (CanPlaceWindows())
+        move(wanted.topLeft());
+}
+
+void FrameWidget::MatchPlace()
+{
+    if (m_wanted.IsEmpty() ||
+        (windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen | Qt::WindowMinimized)))
+        return;
+    const double ratio = devicePixelRatioF();
+    const QSize wanted(static_cast<int>(std::ceil(m_wanted.Width() / ratio)),
+                       static_cast<int>(std::ceil(m_wanted.Height() / ratio)));
+    m_wanted = {};
+    const QSize margins = frameGeometry().size() - size();
+    if (!margins.isEmpty() && size() + margins != wanted)
+        resize(wanted - margins);
+    RecordPlace();
+}
+
+void FrameWidget::RecordPlace()
+{
+    if (isVisible() && m_wanted.IsEmpty() &&
+        !(windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen | Qt::WindowMinimized)))
+        m_normal = FrameToDevice();
+}
+
+void FrameWidget::closeEvent(QCloseEvent* event)
+{
+    event->ignore();
+    if (m_owner)
+        m_owner->SendMessage(WM_CLOSE);
+}
+
+void FrameWidget::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (!LocalFiles(event->mimeData()).empty())
+        event->acceptProposedAction();
+}
+
+void FrameWidget::dropEvent(QDropEvent* event)
+{
+    const std::vector<CString> paths = LocalFiles(event->mimeData());
+    if (paths.empty() || !m_owner)
+        return;
+    event->acceptProposedAction();
+    m_owner->SendMessage(WM_DROPFILES, 0, PackPointer(&paths));
+    Queue::Get().InputHandled();
+}
+
+void FrameWidget::moveEvent(QMoveEvent* event)
+{
+    QMainWindow::moveEvent(event);
+    RecordPlace();
+}
+
+void FrameWidget::resizeEvent(QResizeEvent* event)
+{
+    QMainWindow::resizeEvent(event);
+    RecordPlace();
+}
+
+void FrameWidget::changeEvent(QEvent* event)
+{
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && isActiveWindow() && m_owner &&
+        m_owner->GetActiveView()) {
+        CView* view = m_owner->GetActiveView();
+        view->OnActivateView(true, view, view);
+    }
+}
+
+void FrameWidget::showEvent(QShowEvent* event)
+{
+    QMainWindow::showEvent(event);
+    // The window manager tells its margins when it shows the window, by events that are handled before these.
+    QTimer::singleShot(0, this, [this] {
+        QWindow* handle = windowHandle();
+        if (handle && handle->isExposed()) {
+            MatchPlace();
+            return;
+        }
+        auto* waiting = new QTimer(this);
+        waiting->setInterval(10);
+        connect(waiting, &QTimer::timeout, this, [this, waiting] {
+            if (!windowHandle() || windowHandle()->isExposed()) {
+                MatchPlace();
+                waiting->deleteLater();
+            }
+        });
+        waiting->start();
+    });
+}
+
+FramePeer::FramePeer(CFrameWnd* owner, const CREATESTRUCT& cs) : m_widget(new FrameWidget(owner, cs)) {}
+
+FramePeer::~FramePeer()
+{
+    if (!m_widget)
+        return;
+    m_widget->Detach();
+    m_widget->hide();
+    m_widget->deleteLater();
+}
+
+void CFrameWnd::MakePeer(const CREATESTRUCT& cs)
+{
+    m_peer = std::make_unique<FramePeer>(this, cs);
+}
+
+void CFrameWnd::CalcWindowRect(CRect* rect) const
+{
+    const FrameWidget* widget = FrameOf(this);
+    if (!widget)
+        return;
+    const double ratio = widget->devicePixelRatioF();
+    const QSize outside = widget->frameGeometry().size() -
+                          (widget->centralWidget() ? widget->centralWidget()->size() : widget->size());
+    rect->right += static_cast<int>(std::ceil(outside.width() * ratio));
+    rect->bottom += static_cast<int>(std::ceil(outside.height() * ratio));
+}
+
+namespace
+{
+StatusPeer* StatusOf(const CStatusBar* bar)
+{
+    return static_cast<StatusPeer*>(bar->Peer());
+}
+
+StatusPeer::Pane* PaneAt(const CStatusBar* bar, int index)
+{
+    StatusPeer* peer = StatusOf(bar);
+    return peer && index >= 0 && static_cast<size_t>(index) < peer->panes.size()
+               ? &peer->panes[static_cast<size_t>(index)]
+               : nullptr;
+}
+
+void ShowPane(StatusPeer::Pane& pane)
+{
+    const QString text = pane.enabled ? ToQString(pane.text) : QString();
+    if (pane.label && pane.label->text() != text)
+        pane.label->setText(text);
+}
+} // namespace
+
+StatusPeer::StatusPeer(QMainWindow* frame) : m_bar(new QStatusBar(frame))
+{
+    frame->setStatusBar(m_bar);
+}
+
+StatusPeer::~StatusPeer()
+{
+    if (m_bar) {
+        m_bar->hide();
+        m_bar->deleteLater();
+    }
+}
+
+bool CStatusBar::Create(CFrameWnd* parent, uint32_t, UINT)
+{
+    FrameWidget* frame = FrameOf(parent);
+    if (!frame)
+        return false;
+    m_parent = parent;
+    m_peer = std::make_unique<StatusPeer>(frame);
+    parent->m_statusBar = this;
+    return true;
+}
+
+bool CStatusBar::SetIndicators(std::span<const UINT> ids)
+{
+    StatusPeer* peer = StatusOf(this);
+    if (!peer || !AfxGetApp())
+        return false;
+    auto* bar = static_cast<QStatusBar*>(peer->Widget());
+    for (const UINT id : ids) {
+        auto* label = new QLabel(bar);
+        label->setTextFormat(Qt::PlainText);
+        label->setTextInteractionFlags(Qt::NoTextInteraction);
+        if (id == ID_SEPARATOR) {
+            label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+            bar->addWidget(label, 1); // a menu entry's prompt covers it for as long as it is pointed at
+        } else {
+            label->setFrameStyle(QFrame::Panel | QFrame::Sunken);
+            label->setMargin(2);
+            label->setText(ToQString(AfxGetApp()->LoadString(id)));
+            label->setFixedWidth(label->sizeHint().width() + label->fontMetrics().averageCharWidth());
+            bar->addPermanentWidget(label);
+        }
+        const bool message_pane = id == ID_SEPARATOR;
+        peer->panes.push_back(
+            {id, label, message_pane ? AfxGetApp()->LoadString(AFX_IDS_IDLEMESSAGE) : CString{}, true});
+        ShowPane(peer->panes.back());
+    }
+    return true;
+}
+
+bool CStatusBar::SetPaneText(int index, const CString& text)
+{
+    StatusPeer::Pane* pane = PaneAt(this, index);
+    if (!pane)
+        return false;
+    pane->text = text;
+    ShowPane(*pane);
+    return true;
+}
+
+CString CStatusBar::GetPaneText(int index) const
+{
+    const StatusPeer::Pane* pane = PaneAt(this, index);
+    return pane && pane->label ? FromQString(pane->label->text()) : CString{};
+}
+
+void CStatusBar::EnablePane(int index, bool on)
+{
+    if (StatusPeer::Pane* pane = PaneAt(this, index)) {
+        pane->enabled = on;
+        ShowPane(*pane);
+    }
+}
+
+int CStatusBar::GetPaneCount() const
+{
+    const StatusPeer* peer = StatusOf(this);
+    return peer ? static_cast<int>(peer->panes.size()) : 0;
+}
+
+UINT CStatusBar::GetPaneId(int index) const
+{
+    const StatusPeer::Pane* pane = PaneAt(this, index);
+    return pane ? pane->id : 0;
+}

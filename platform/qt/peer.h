@@ -1,0 +1,204 @@
+// The toolkit's side of the windows: a widget for each, and the peer through which a window reaches it.
+#pragma once
+
+#include "platform/frame.h"
+#include "platform/raster.h"
+#include "platform/view.h"
+#include "platform/wnd.h"
+
+#include <QImage>
+#include <QLabel>
+#include <QMainWindow>
+#include <QPointer>
+#include <QRegion>
+#include <QScrollBar>
+#include <QStatusBar>
+#include <QWidget>
+#include <vector>
+
+// A widget outlives its peer: it is deleted by the event loop, since its own handler may be running.
+class WindowPeer
+{
+public:
+    WindowPeer() = default;
+    WindowPeer(const WindowPeer&) = delete;
+    WindowPeer& operator=(const WindowPeer&) = delete;
+    virtual ~WindowPeer();
+    virtual QWidget* Widget() const = 0;
+};
+
+// Logical units to device pixels, halves up, as the toolkit places its widgets.
+int ToDevicePixels(double logical, double ratio);
+
+// The client area of a view: a buffer of device pixels that paints fill and the toolkit's paint event copies.
+class ViewWidget : public QWidget
+{
+public:
+    explicit ViewWidget(CView* owner, QWidget* parent);
+    ~ViewWidget() override;
+
+    void Detach();
+    CView* Owner() const { return m_owner; }
+    CRect DeviceRect() const; // within the top-level window, as the present geometry gives it
+
+    int ClientWidth() const { return m_buffer.width(); }
+    int ClientHeight() const { return m_buffer.height(); }
+    PixelBuffer Pixels();
+    const QImage& Buffer() const { return m_buffer; }
+
+    void Invalidate(const CRect& rect);
+    void Scroll(int dx, int dy);
+    void Paint(uint64_t turn);
+    void Changed(const QRegion& region); // drawn into: goes to the screen with the next copy
+    void ShowChanged();
+    bool HasInvalid() const { return !m_invalid.isEmpty(); }
+    uint64_t LastPaintTurn() const { return m_lastPaintTurn; }
+    uint64_t PaintCount() const { return m_paints; }
+
+    // For the paint at hand: the invalid part, which is valid from here on; and how far the picture has been
+    // moved.
+    QRegion TakeInvalid();
+    QPoint Moved() const { return m_moved; }
+
+    bool FitBuffer(); // to the present geometry; true if that has changed
+    void SetShape(CursorShape shape);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+
+private:
+    void SendMouse(UINT message, QMouseEvent* event);
+    bool PointerMessage(UINT message, WPARAM flags, CPoint point);
+
+    CView* m_owner;
+    QImage m_buffer;
+    QRegion m_invalid;
+    QRegion m_changed;
+    QPoint m_moved;
+    QPoint m_wheelRest; // in 120ths of a device pixel
+    uint64_t m_lastPaintTurn = 0;
+    uint64_t m_paints = 0;
+    bool m_shapeSet = false;
+};
+
+// The inside of a frame: a view with the scroll bars that it needs.
+class PaneWidget : public QWidget
+{
+public:
+    PaneWidget(CView* owner, QWidget* parent);
+
+    ViewWidget* View() const { return m_view; }
+    void SetPicture(CSize total, CSize page, CSize line);
+    int Range(int bar) const { return m_range[bar]; }
+    int Position(int bar) const { return m_position[bar]; }
+    void SetPosition(int bar, int position);
+    void Relayout();
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    bool Place(bool horizontal, bool vertical);
+    void UpdateBar(int bar, int client);
+    void UpdateBars();
+    void BarMoved(int bar, int value);
+
+    ViewWidget* m_view;
+    QScrollBar* m_bars[2];
+    CSize m_total;
+    CSize m_page;
+    CSize m_line{1, 1};
+    int m_range[2] = {0, 0};
+    int m_position[2] = {0, 0};
+    bool m_inLayout = false;
+    bool m_layoutAgain = false;
+};
+
+class ViewPeer final : public WindowPeer
+{
+public:
+    ViewPeer(CView* owner, QMainWindow* frame);
+    ~ViewPeer() override;
+    QWidget* Widget() const override { return m_pane ? m_pane->View() : nullptr; }
+    PaneWidget* Pane() const { return m_pane; }
+    ViewWidget* View() const { return m_pane ? m_pane->View() : nullptr; }
+
+private:
+    QPointer<PaneWidget> m_pane;
+};
+
+class FrameWidget : public QMainWindow
+{
+public:
+    FrameWidget(CFrameWnd* owner, const CREATESTRUCT& cs);
+
+    void Detach() { m_owner = nullptr; }
+    CFrameWnd* Owner() const { return m_owner; }
+    void PlaceFrame(const CRect& rect); // the frame's rectangle in device pixels
+    CRect NormalFrame() const { return m_normal; }
+    CRect FrameToDevice() const;
+    void MatchPlace(); // once the window manager has told its margins
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
+private:
+    void MakeMenu();
+    void RecordPlace();
+
+    CFrameWnd* m_owner;
+    CRect m_wanted; // not yet matched; empty: nothing to match
+    CRect m_normal;
+};
+
+class FramePeer final : public WindowPeer
+{
+public:
+    FramePeer(CFrameWnd* owner, const CREATESTRUCT& cs);
+    ~FramePeer() override;
+    QWidget* Widget() const override { return m_widget; }
+    FrameWidget* Frame() const { return m_widget; }
+
+private:
+    QPointer<FrameWidget> m_widget;
+};
+
+class StatusPeer final : public WindowPeer
+{
+public:
+    explicit StatusPeer(QMainWindow* frame);
+    ~StatusPeer() override;
+    QWidget* Widget() const override { return m_bar; }
+
+    struct Pane {
+        UINT id;
+        QPointer<QLabel> label;
+        CString text;
+        bool enabled;
+    };
+    std::vector<Pane> panes;
+
+private:
+    QPointer<QStatusBar> m_bar;
+};
+
+ViewWidget* ViewOf(const CWnd* window);   // null if it has none
+PaneWidget* PaneOf(const CWnd* window);   // null if it has none
+FrameWidget* FrameOf(const CWnd* window); // null if it is no frame
+
+QString ToQString(const CString& text);
+CString FromQString(const QString& text);

@@ -1,0 +1,208 @@
+#include "platform/qt/queue.h"
+
+#include "platform/frame.h"
+#include "platform/qt/peer.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <algorithm>
+
+namespace
+{
+// Pixels of a running chain are copied to the screen this often; after input at once. A copy a step costs
+// more than an empty step itself.
+constexpr qint64 kShowEveryMs = 8;
+
+bool g_control_down = false;
+} // namespace
+
+void SetControlState(bool down)
+{
+    g_control_down = down;
+}
+
+int16_t GetKeyState(UINT virtual_key)
+{
+    return virtual_key == VK_CONTROL && g_control_down ? INT16_MIN : int16_t{0};
+}
+
+Queue& Queue::Get()
+{
+    static Queue queue;
+    return queue;
+}
+
+void Queue::Post(CWnd* window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    m_posted.push_back({window, message, wParam, lParam, m_turn});
+    Kick();
+}
+
+void Queue::AddKey(CWnd* window, UINT key, UINT character, bool control)
+{
+    if (!m_keys.empty()) {
+        KeyRecord& last = m_keys.back();
+        if (last.window == window && last.key == key && last.character == character &&
+            last.control == control) {
+            ++last.count;
+            return;
+        }
+    }
+    m_keys.push_back({window, key, character, 1, control});
+    Kick();
+}
+
+void Queue::AddDirty(ViewWidget* view)
+{
+    if (std::find(m_dirty.begin(), m_dirty.end(), view) == m_dirty.end())
+        m_dirty.push_back(view);
+    Kick();
+}
+
+void Queue::PaintNow(ViewWidget* view)
+{
+    if (m_modal > 0)
+        return; // stays invalid
+    std::erase(m_dirty, view);
+    view->Paint(m_turn);
+}
+
+void Queue::AddShown(ViewWidget* view)
+{
+    if (std::find(m_shown.begin(), m_shown.end(), view) == m_shown.end())
+        m_shown.push_back(view);
+    Kick();
+}
+
+void Queue::InputHandled()
+{
+    m_inputSinceShow = true;
+    Kick();
+}
+
+void Queue::Forget(const CWnd* window)
+{
+    std::erase_if(m_keys, [&](const KeyRecord& key) { return key.window == window; });
+    std::erase_if(m_posted, [&](const PostedMessage& posted) { return posted.window == window; });
+    if (m_keyWindow == window)
+        m_keyWindow = nullptr;
+}
+
+void Queue::Forget(const ViewWidget* view)
+{
+    std::erase(m_dirty, view);
+    std::erase(m_shown, view);
+}
+
+void Queue::EnterModal()
+{
+    ShowGathered(); // exposed windows are served from what the toolkit has
+    ++m_modal;
+}
+
+void Queue::LeaveModal()
+{
+    if (--m_modal == 0)
+        Kick();
+}
+
+bool Queue::IsIdle() const
+{
+    return m_keys.empty() && m_posted.empty() && m_dirty.empty() && m_shown.empty();
+}
+
+void Queue::Kick()
+{
+    if (m_armed || m_modal > 0 || !QCoreApplication::instance())
+        return;
+    m_armed = true;
+    // Below the priority of the toolkit's own update requests. What is posted in a round of the event loop is
+    // handled in the next one, after whatever the display has sent.
+    QCoreApplication::postEvent(this, new QEvent(QEvent::User), Qt::LowEventPriority - 1);
+}
+
+bool Queue::event(QEvent* event)
+{
+    if (event->type() != QEvent::User)
+        return QObject::event(event);
+    m_armed = false;
+    if (m_modal == 0)
+        Turn();
+    return true;
+}
+
+void Queue::Turn()
+{
+    ++m_turn;
+    if (!m_keys.empty())
+        DispatchKey();
+    else if (!PaintOne())
+        HandlePosted();
+    if (m_modal > 0) // a handler left one open: only if it runs a loop of its own, which is over by now
+        return;
+    const bool left = !m_keys.empty() || !m_dirty.empty() || !m_posted.empty();
+    if (!left || m_inputSinceShow || !m_sinceShow.isValid() || m_sinceShow.elapsed() >= kShowEveryMs)
+        ShowGathered();
+    if (left) {
+        Kick();
+    } else if (auto* frame = DynamicDowncast<CFrameWnd>(AfxGetMainWnd())) {
+        frame->UpdateStatusPanes();
+    }
+}
+
+void Queue::DispatchKey()
+{
+    const KeyRecord key = m_keys.front();
+    m_keys.pop_front();
+    m_inputSinceShow = true;
+    SetControlState(key.control);
+    const LPARAM words = PackPoint(static_cast<int>(key.count), 0);
+    // The first message may end the window, and with it the object.
+    m_keyWindow = key.window;
+    if (key.key != 0)
+        key.window->SendMessage(WM_KEYDOWN, key.key, words);
+    if (key.character != 0 && m_keyWindow == key.window)
+        key.window->SendMessage(WM_CHAR, key.character, words);
+}
+
+void Queue::DispatchKeys()
+{
+    while (!m_keys.empty() && m_modal == 0)
+        DispatchKey();
+}
+
+bool Queue::PaintOne()
+{
+    // A posted message waits for at most one paint of each window: windows painted since it came must wait in
+    // turn.
+    std::erase_if(m_dirty,
+                  [](const ViewWidget* view) { return !view->HasInvalid(); }); // painted or cut off since
+    const uint64_t posted_turn = m_posted.empty() ? UINT64_MAX : m_posted.front().turn;
+    for (size_t i = 0; i < m_dirty.size(); ++i) {
+        ViewWidget* view = m_dirty[i];
+        if (view->LastPaintTurn() > posted_turn)
+            continue;
+        m_dirty.erase(m_dirty.begin() + static_cast<ptrdiff_t>(i));
+        view->Paint(m_turn);
+        return true;
+    }
+    return false;
+}
+
+void Queue::HandlePosted()
+{
+    if (m_posted.empty())
+        return;
+    const PostedMessage posted = m_posted.front();
+    m_posted.pop_front();
+    posted.window->SendMessage(posted.message, posted.wParam, posted.lParam);
+}
+
+void Queue::ShowGathered()
+{
+    for (ViewWidget* view : m_shown)
+        view->ShowChanged();
+    m_shown.clear();
+    m_inputSinceShow = false;
+    m_sinceShow.start();
+}

@@ -1,0 +1,281 @@
+// The hooks and the hands of tests.
+#include "platform/testing.h"
+
+#include "platform/qt/peer.h"
+#include "platform/qt/printing.h"
+#include "platform/qt/queue.h"
+#include "platform/qt/services.h"
+
+#include <QApplication>
+#include <QDropEvent>
+#include <QElapsedTimer>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QMouseEvent>
+#include <QScreen>
+#include <QShortcut>
+#include <QUrl>
+#include <QWheelEvent>
+#include <cmath>
+#include <cstring>
+
+class TestToolkit::Private
+{
+public:
+    Private(int& argc, char** argv) : application(argc, argv) {}
+    QApplication application;
+};
+
+TestToolkit::TestToolkit(int& argc, char** argv)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    m_private = std::make_unique<Private>(argc, argv);
+    PrepareProcess();
+}
+
+TestToolkit::~TestToolkit() = default;
+
+void StartApplication(CWinApp& app, const CString& command_line)
+{
+    app.m_lpCmdLine = command_line;
+    app.InitInstance();
+    PumpUntilIdle();
+}
+
+int EndApplication(CWinApp& app)
+{
+    if (app.m_pMainWnd)
+        app.m_pMainWnd->SendMessage(WM_CLOSE);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    return app.ExitInstance();
+}
+
+bool PumpUntil(const std::function<bool()>& condition, int limit_ms)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition()) {
+        if (timer.elapsed() > limit_ms)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+    return true;
+}
+
+bool PumpUntilIdle(int limit_ms)
+{
+    // Once round at least: what the display has sent may be what starts the work.
+    QCoreApplication::processEvents();
+    return PumpUntil([] { return Queue::Get().IsIdle(); }, limit_ms);
+}
+
+void SetMessageBoxHook(std::function<void(const CString&)> hook)
+{
+    g_message_box_hook = std::move(hook);
+}
+
+void SetPrintDialogHook(std::function<CString(CPrintInfo&)> hook)
+{
+    g_print_dialog_hook = std::move(hook);
+}
+
+void SetControlKeyState(bool down)
+{
+    SetControlState(down);
+}
+
+void SetSettingsFile(const CString& path)
+{
+    g_settings_file = path;
+}
+
+GrabbedPixels GrabWindow(CWnd& window)
+{
+    GrabbedPixels grabbed;
+    ViewWidget* view = ViewOf(&window);
+    if (!view)
+        return grabbed;
+    // What the toolkit was told to copy to the screen and nothing more, then what stands there.
+    QWidget* top = view->window();
+    QCoreApplication::sendPostedEvents(top, QEvent::UpdateRequest);
+    QImage shown = top->screen()->grabWindow(top->winId()).toImage();
+    if (shown.isNull())
+        shown = top->grab().toImage();
+    const CRect rect = view->DeviceRect();
+    const QImage image = shown.copy(QRect(rect.left, rect.top, rect.Width(), rect.Height()) & shown.rect())
+                             .convertToFormat(QImage::Format_RGB32);
+    grabbed.width = image.width();
+    grabbed.height = image.height();
+    grabbed.pixels.resize(static_cast<size_t>(image.width()) * static_cast<size_t>(image.height()));
+    for (int y = 0; y < image.height(); ++y)
+        std::memcpy(grabbed.pixels.data() + static_cast<size_t>(y) * static_cast<size_t>(image.width()),
+                    image.constScanLine(y), static_cast<size_t>(image.width()) * sizeof(uint32_t));
+    return grabbed;
+}
+
+namespace
+{
+int ToQtKey(TestKey key)
+{
+    switch (key) {
+    case TestKey::left: return Qt::Key_Left;
+    case TestKey::right: return Qt::Key_Right;
+    case TestKey::up: return Qt::Key_Up;
+    case TestKey::down: return Qt::Key_Down;
+    case TestKey::pageUp: return Qt::Key_PageUp;
+    case TestKey::pageDown: return Qt::Key_PageDown;
+    case TestKey::home: return Qt::Key_Home;
+    case TestKey::end: return Qt::Key_End;
+    case TestKey::escape: return Qt::Key_Escape;
+    }
+    return 0;
+}
+
+// The toolkit's points of a device pixel of the client area, at its middle, so that rounding finds it again.
+struct MousePlace {
+    QPointF local;
+    QPointF scene;
+    QPointF global;
+};
+
+MousePlace PlaceOf(ViewWidget* view, CPoint point)
+{
+    const double ratio = view->devicePixelRatioF();
+    const CRect rect = view->DeviceRect();
+    const QPointF scene((rect.left + point.x) / ratio, (rect.top + point.y) / ratio);
+    return {scene - QPointF(view->mapTo(view->window(), QPoint(0, 0))), scene,
+            scene + QPointF(view->window()->mapToGlobal(QPoint(0, 0)))};
+}
+
+void SendMouseEvent(CWnd& window, QEvent::Type type, CPoint point, Qt::MouseButton button,
+                    Qt::MouseButtons buttons)
+{
+    ViewWidget* view = ViewOf(&window);
+    if (!view)
+        return;
+    const MousePlace place = PlaceOf(view, point);
+    QMouseEvent event(type, place.local, place.scene, place.global, button, buttons, Qt::NoModifier);
+    QCoreApplication::sendEvent(view, &event);
+}
+
+Qt::MouseButtons g_buttons = Qt::NoButton;
+} // namespace
+
+void PressKey(CWnd& window, TestKey key, bool control, int times)
+{
+    ViewWidget* view = ViewOf(&window);
+    for (int i = 0; view && i < times; ++i) {
+        const Qt::KeyboardModifiers modifiers = control ? Qt::ControlModifier : Qt::NoModifier;
+        const QString text = key == TestKey::escape ? QStringLiteral("\x1b") : QString();
+        QKeyEvent press(QEvent::KeyPress, ToQtKey(key), modifiers, text, i > 0);
+        QCoreApplication::sendEvent(view, &press);
+    }
+}
+
+void PressAccelerator(CWnd& window, const char* keys)
+{
+    const QKeySequence wanted(QString::fromLatin1(keys));
+    if (FrameWidget* frame = FrameOf(&window))
+        for (QShortcut* shortcut : frame->findChildren<QShortcut*>())
+            if (shortcut->key() == wanted)
+                emit shortcut->activated();
+}
+
+void MoveMouse(CWnd& window, CPoint point)
+{
+    SendMouseEvent(window, QEvent::MouseMove, point, Qt::NoButton, g_buttons);
+}
+
+void PressMouse(CWnd& window, CPoint point, bool right)
+{
+    const Qt::MouseButton button = right ? Qt::RightButton : Qt::LeftButton;
+    g_buttons |= button;
+    SendMouseEvent(window, QEvent::MouseButtonPress, point, button, g_buttons);
+}
+
+void ReleaseMouse(CWnd& window, CPoint point, bool right)
+{
+    const Qt::MouseButton button = right ? Qt::RightButton : Qt::LeftButton;
+    g_buttons &= ~Qt::MouseButtons(button);
+    SendMouseEvent(window, QEvent::MouseButtonRelease, point, button, g_buttons);
+}
+
+void DoubleClick(CWnd& window, CPoint point, bool right)
+{
+    const Qt::MouseButton button = right ? Qt::RightButton : Qt::LeftButton;
+    PressMouse(window, point, right);
+    ReleaseMouse(window, point, right);
+    SendMouseEvent(window, QEvent::MouseButtonDblClick, point, button, button);
+    ReleaseMouse(window, point, right);
+}
+
+void TurnWheel(CWnd& window, int angle_x, int angle_y, bool shift)
+{
+    ViewWidget* view = ViewOf(&window);
+    if (!view)
+        return;
+    const MousePlace place = PlaceOf(view, {1, 1});
+    QWheelEvent event(place.local, place.global, QPoint(), QPoint(angle_x, angle_y), Qt::NoButton,
+                      shift ? Qt::ShiftModifier : Qt::NoModifier, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(view, &event);
+}
+
+void DropFiles(CWnd& window, const std::vector<CString>& paths)
+{
+    FrameWidget* frame = FrameOf(&window);
+    if (!frame)
+        return;
+    QMimeData data;
+    QList<QUrl> urls;
+    for (const CString& path : paths) {
+        const QByteArray bytes(path.c_str(), path.GetLength());
+        urls.push_back(QUrl::fromEncoded("file://" + bytes.toPercentEncoding("/")));
+    }
+    data.setUrls(urls);
+    QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(frame, &enter);
+    QDropEvent drop(QPointF(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    if (enter.isAccepted())
+        QCoreApplication::sendEvent(frame, &drop);
+}
+
+void ResizeFrame(CWnd& window, CSize client)
+{
+    if (FrameWidget* frame = FrameOf(&window)) {
+        const double ratio = frame->devicePixelRatioF();
+        frame->resize(static_cast<int>(std::ceil(client.cx / ratio)),
+                      static_cast<int>(std::ceil(client.cy / ratio)));
+        PumpUntilIdle();
+    }
+}
+
+std::vector<CString> DescribeMenu(CFrameWnd& window)
+{
+    std::vector<CString> lines;
+    FrameWidget* frame = FrameOf(&window);
+    if (!frame)
+        return lines;
+    for (const QAction* popup : frame->menuBar()->actions()) {
+        emit popup->menu()->aboutToShow();
+        for (const QAction* action : popup->menu()->actions()) {
+            CString line = FromQString(popup->text() + QLatin1Char('/') + action->text());
+            if (!action->isEnabled())
+                line += " [disabled]";
+            if (action->isChecked())
+                line += " [checked]";
+            if (!action->isSeparator())
+                lines.push_back(line);
+        }
+    }
+    return lines;
+}
+
+uint64_t PaintCount(const CWnd& window)
+{
+    const ViewWidget* view = ViewOf(&window);
+    return view ? view->PaintCount() : 0;
+}

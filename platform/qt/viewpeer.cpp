@@ -1,0 +1,478 @@
+// A view's widget: the device-pixel buffer, the events that become messages, and the pane with its scroll
+// bars.
+#include "platform/qt/peer.h"
+#include "platform/qt/queue.h"
+
+#include "platform/resources.h"
+
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPaintEvent>
+#include <QPainter>
+#include <QWheelEvent>
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <utility>
+
+namespace
+{
+constexpr int kWheelStep = 48;   // device pixels a notch
+constexpr int kWheelNotch = 120; // what the toolkit counts a notch as
+
+QPointer<ViewWidget> g_pointer_view; // whose pointer message is being handled
+} // namespace
+
+WindowPeer::~WindowPeer() = default;
+
+int ToDevicePixels(double logical, double ratio)
+{
+    return static_cast<int>(std::floor(logical * ratio + 0.5));
+}
+
+QString ToQString(const CString& text)
+{
+    return QString::fromUtf8(text.c_str(), text.GetLength());
+}
+
+CString FromQString(const QString& text)
+{
+    return CString{text.toStdString()};
+}
+
+ViewWidget::ViewWidget(CView* owner, QWidget* parent) : QWidget(parent), m_owner(owner)
+{
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    setFocusPolicy(Qt::StrongFocus);
+    setMouseTracking(true);
+    setAcceptDrops(false); // the frame takes them
+}
+
+ViewWidget::~ViewWidget()
+{
+    Detach();
+}
+
+void ViewWidget::Detach()
+{
+    m_owner = nullptr;
+    Queue::Get().Forget(this);
+    if (g_pointer_view == this)
+        g_pointer_view = nullptr;
+}
+
+CRect ViewWidget::DeviceRect() const
+{
+    const QPoint origin = mapTo(window(), QPoint(0, 0));
+    const double ratio = devicePixelRatioF();
+    return {ToDevicePixels(origin.x(), ratio), ToDevicePixels(origin.y(), ratio),
+            ToDevicePixels(origin.x() + width(), ratio), ToDevicePixels(origin.y() + height(), ratio)};
+}
+
+PixelBuffer ViewWidget::Pixels()
+{
+    // A copy of the image would share its pixels only while nobody writes: the widget is the only holder.
+    return {reinterpret_cast<uint32_t*>(m_buffer.bits()), m_buffer.bytesPerLine() / 4, m_buffer.width(),
+            m_buffer.height()};
+}
+
+bool ViewWidget::FitBuffer()
+{
+    const CRect rect = DeviceRect();
+    const double ratio = devicePixelRatioF();
+    const QSize size(std::max(0, rect.Width()), std::max(0, rect.Height()));
+    if (m_buffer.size() == size && m_buffer.devicePixelRatio() == ratio)
+        return false;
+    QImage fresh(size, QImage::Format_RGB32);
+    const bool same_ratio = !m_buffer.isNull() && m_buffer.devicePixelRatio() == ratio;
+    const int kept_width = same_ratio ? std::min(size.width(), m_buffer.width()) : 0;
+    const int kept_height = same_ratio ? std::min(size.height(), m_buffer.height()) : 0;
+    for (int y = 0; y < size.height(); ++y) {
+        auto* row = reinterpret_cast<uint32_t*>(fresh.scanLine(y));
+        const int kept = y < kept_height ? kept_width : 0;
+        if (kept > 0)
+            std::memcpy(row, m_buffer.constScanLine(y), static_cast<size_t>(kept) * sizeof *row);
+        std::fill(row + kept, row + size.width(), kWhite);
+    }
+    fresh.setDevicePixelRatio(ratio);
+    m_buffer = std::move(fresh);
+    const QRegion whole(QRect(QPoint(0, 0), size));
+    m_invalid = same_ratio ? (m_invalid & whole) + (whole - QRect(0, 0, kept_width, kept_height)) : whole;
+    m_changed &= whole;
+    if (!m_invalid.isEmpty())
+        Queue::Get().AddDirty(this);
+    update();
+    return true;
+}
+
+void ViewWidget::Invalidate(const CRect& rect)
+{
+    const QRect cut = QRect(QPoint(rect.left, rect.top), QPoint(rect.right - 1, rect.bottom - 1)) &
+                      QRect(QPoint(0, 0), m_buffer.size());
+    if (cut.isEmpty())
+        return;
+    m_invalid += cut;
+    Queue::Get().AddDirty(this);
+}
+
+void ViewWidget::Scroll(int dx, int dy)
+{
+    const int width = ClientWidth();
+    const int height = ClientHeight();
+    if (width <= 0 || height <= 0 || (dx == 0 && dy == 0))
+        return;
+    m_moved += QPoint(dx, dy);
+    const QRect whole(0, 0, width, height);
+    if (dx <= -width || dx >= width || dy <= -height || dy >= height) {
+        m_invalid = whole;
+    } else {
+        m_invalid.translate(dx, dy);
+        const QRect moved = whole & whole.translated(dx, dy);
+        const PixelBuffer buffer = Pixels();
+        const int step = dy > 0 ? -1 : 1; // rows that are still to be moved are never written
+        int y = dy > 0 ? moved.bottom() : moved.top();
+        for (int i = 0; i < moved.height(); ++i, y += step)
+            std::memmove(buffer.Row(y) + moved.left(), buffer.Row(y - dy) + moved.left() - dx,
+                         static_cast<size_t>(moved.width()) * sizeof(uint32_t));
+        m_invalid = (m_invalid & whole) + (QRegion(whole) - moved);
+        Changed(moved);
+    }
+    Queue::Get().AddDirty(this);
+}
+
+QRegion ViewWidget::TakeInvalid()
+{
+    return std::exchange(m_invalid, QRegion());
+}
+
+void ViewWidget::Paint(uint64_t turn)
+{
+    m_lastPaintTurn = turn;
+    ++m_paints;
+    if (m_owner)
+        m_owner->SendMessage(WM_PAINT);
+}
+
+void ViewWidget::Changed(const QRegion& region)
+{
+    m_changed += region;
+    Queue::Get().AddShown(this);
+}
+
+void ViewWidget::ShowChanged()
+{
+    const double ratio = devicePixelRatioF();
+    const QPoint origin = mapTo(window(), QPoint(0, 0));
+    const int left = ToDevicePixels(origin.x(), ratio);
+    const int top = ToDevicePixels(origin.y(), ratio);
+    for (const QRect& rect : std::exchange(m_changed, QRegion())) {
+        const int x0 = static_cast<int>(std::floor((rect.left() + left) / ratio)) - origin.x();
+        const int y0 = static_cast<int>(std::floor((rect.top() + top) / ratio)) - origin.y();
+        const int x1 = static_cast<int>(std::ceil((rect.right() + 1 + left) / ratio)) - origin.x();
+        const int y1 = static_cast<int>(std::ceil((rect.bottom() + 1 + top) / ratio)) - origin.y();
+        update(x0, y0, x1 - x0, y1 - y0);
+    }
+}
+
+void ViewWidget::paintEvent(QPaintEvent*)
+{
+    // The screen's ratio may have changed under a window that kept its logical size.
+    if (m_buffer.devicePixelRatio() != devicePixelRatioF() && m_owner)
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                if (auto* pane = qobject_cast<QWidget*>(parent()); pane && m_owner)
+                    static_cast<PaneWidget*>(pane)->Relayout();
+            },
+            Qt::QueuedConnection);
+    QPainter painter(this);
+    painter.drawImage(QPointF(0, 0), m_buffer);
+}
+
+void ViewWidget::resizeEvent(QResizeEvent*)
+{
+    // The pane gives the size and fits the buffer once the bars are placed.
+}
+
+void ViewWidget::SetShape(CursorShape shape)
+{
+    m_shapeSet = true;
+    const Qt::CursorShape wanted =
+        shape == CursorShape::fourHeadedArrow ? Qt::SizeAllCursor : Qt::ArrowCursor;
+    if (cursor().shape() != wanted)
+        setCursor(wanted);
+}
+
+void SetCursor(CursorShape shape)
+{
+    if (g_pointer_view)
+        g_pointer_view->SetShape(shape);
+}
+
+namespace
+{
+UINT KeyFor(int key)
+{
+    switch (key) {
+    case Qt::Key_Left: return VK_LEFT;
+    case Qt::Key_Right: return VK_RIGHT;
+    case Qt::Key_Up: return VK_UP;
+    case Qt::Key_Down: return VK_DOWN;
+    case Qt::Key_PageUp: return VK_PRIOR;
+    case Qt::Key_PageDown: return VK_NEXT;
+    case Qt::Key_Home: return VK_HOME;
+    case Qt::Key_End: return VK_END;
+    case Qt::Key_Escape: return VK_ESCAPE;
+    default: return 0;
+    }
+}
+
+UINT FlagsOf(const QMouseEvent* event)
+{
+    UINT flags = 0;
+    if (event->buttons() & Qt::LeftButton)
+        flags |= MK_LBUTTON;
+    if (event->buttons() & Qt::RightButton)
+        flags |= MK_RBUTTON;
+    if (event->modifiers() & Qt::ShiftModifier)
+        flags |= MK_SHIFT;
+    if (event->modifiers() & Qt::ControlModifier)
+        flags |= MK_CONTROL;
+    return flags;
+}
+} // namespace
+
+void ViewWidget::keyPressEvent(QKeyEvent* event)
+{
+    const UINT key = KeyFor(event->key());
+    const QString text = event->text();
+    const UINT character = text.size() == 1 ? text[0].unicode() : 0;
+    if (!m_owner || (key == 0 && character == 0)) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    Queue::Get().AddKey(m_owner, key, character, event->modifiers() & Qt::ControlModifier);
+}
+
+bool ViewWidget::PointerMessage(UINT message, WPARAM flags, CPoint point)
+{
+    if (!m_owner)
+        return false;
+    Queue::Get().DispatchKeys();
+    if (!m_owner)
+        return false;
+    m_shapeSet = false;
+    const QPointer<ViewWidget> self(this);
+    const QPointer<ViewWidget> before = std::exchange(g_pointer_view, self);
+    m_owner->SendMessage(message, flags, PackPoint(point.x, point.y));
+    if (!self || !m_owner)
+        return true;
+    g_pointer_view = before;
+    if (!m_shapeSet && cursor().shape() != Qt::ArrowCursor)
+        unsetCursor();
+    Queue::Get().InputHandled();
+    return true;
+}
+
+void ViewWidget::SendMouse(UINT message, QMouseEvent* event)
+{
+    SetControlState(event->modifiers() & Qt::ControlModifier);
+    const double ratio = devicePixelRatioF();
+    const CRect rect = DeviceRect();
+    const QPointF scene = event->scenePosition();
+    PointerMessage(
+        message, FlagsOf(event),
+        {ToDevicePixels(scene.x(), ratio) - rect.left, ToDevicePixels(scene.y(), ratio) - rect.top});
+}
+
+void ViewWidget::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() == Qt::LeftButton)
+        SendMouse(WM_LBUTTONDOWN, event);
+    else if (event->button() == Qt::RightButton)
+        SendMouse(WM_RBUTTONDOWN, event);
+}
+
+void ViewWidget::mouseReleaseEvent(QMouseEvent* event)
+{
+    if (event->button() == Qt::LeftButton)
+        SendMouse(WM_LBUTTONUP, event);
+    else if (event->button() == Qt::RightButton)
+        SendMouse(WM_RBUTTONUP, event);
+}
+
+void ViewWidget::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    if (event->button() == Qt::LeftButton)
+        SendMouse(WM_LBUTTONDBLCLK, event);
+    else if (event->button() == Qt::RightButton)
+        SendMouse(WM_RBUTTONDBLCLK, event);
+}
+
+void ViewWidget::mouseMoveEvent(QMouseEvent* event)
+{
+    SendMouse(WM_MOUSEMOVE, event);
+}
+
+void ViewWidget::wheelEvent(QWheelEvent* event)
+{
+    event->accept();
+    QPoint move; // in 120ths of a device pixel
+    if (!event->pixelDelta().isNull())
+        move = event->pixelDelta() * kWheelNotch;
+    else
+        move = event->angleDelta() * kWheelStep;
+    if (event->modifiers() & Qt::ShiftModifier)
+        move = move.transposed();
+    m_wheelRest -= move; // the wheel turned up or left moves towards lower positions
+    const QPoint whole(m_wheelRest.x() / kWheelNotch, m_wheelRest.y() / kWheelNotch);
+    m_wheelRest -= whole * kWheelNotch;
+    if (!whole.isNull())
+        PointerMessage(WM_MOUSEWHEEL, 0, {whole.x(), whole.y()});
+}
+
+void ViewWidget::focusInEvent(QFocusEvent* event)
+{
+    QWidget::focusInEvent(event);
+    if (CFrameWnd* frame = m_owner ? m_owner->GetParentFrame() : nullptr)
+        frame->SetActiveView(m_owner);
+}
+
+PaneWidget::PaneWidget(CView* owner, QWidget* parent)
+    : QWidget(parent), m_view(new ViewWidget(owner, this)), m_bars{new QScrollBar(Qt::Horizontal, this),
+                                                                   new QScrollBar(Qt::Vertical, this)}
+{
+    setFocusProxy(m_view);
+    for (int bar : {SB_HORZ, SB_VERT}) {
+        m_bars[bar]->hide();
+        m_bars[bar]->setSingleStep(1);
+        m_bars[bar]->setFocusPolicy(Qt::NoFocus);
+        connect(m_bars[bar], &QScrollBar::valueChanged, this,
+                [this, bar](int value) { BarMoved(bar, value); });
+    }
+}
+
+void PaneWidget::BarMoved(int bar, int value)
+{
+    CView* owner = m_view->Owner();
+    if (!owner || value == m_position[bar])
+        return;
+    owner->SendMessage(bar == SB_HORZ ? WM_HSCROLL : WM_VSCROLL, 0, value);
+    Queue::Get().InputHandled();
+}
+
+void PaneWidget::SetPicture(CSize total, CSize page, CSize line)
+{
+    m_total = total;
+    m_page = page;
+    m_line = line;
+    Relayout();
+}
+
+void PaneWidget::resizeEvent(QResizeEvent*)
+{
+    Relayout();
+}
+
+// Gives the view its place beside the wanted bars. True if the bars are what that place needs.
+bool PaneWidget::Place(bool horizontal, bool vertical)
+{
+    const int bar_height = horizontal ? m_bars[SB_HORZ]->sizeHint().height() : 0;
+    const int bar_width = vertical ? m_bars[SB_VERT]->sizeHint().width() : 0;
+    m_view->setGeometry(0, 0, std::max(0, width() - bar_width), std::max(0, height() - bar_height));
+    const CRect client = m_view->DeviceRect();
+    return (m_total.cx > client.Width()) == horizontal && (m_total.cy > client.Height()) == vertical;
+}
+
+void PaneWidget::Relayout()
+{
+    if (m_inLayout) { // from WM_SIZE, below: the new range holds at once, the bars follow
+        m_layoutAgain = true;
+        UpdateBars();
+        return;
+    }
+    m_inLayout = true;
+    const QPointer<PaneWidget> self(this);
+    // A new size may bring a new picture size once; a third round has nothing left to change.
+    for (int round = 0; round < 3; ++round) {
+        m_layoutAgain = false;
+        // Both bars where neither fewer nor one of them settles it.
+        const bool horizontal_only = !Place(false, false) && Place(true, false);
+        bool horizontal = horizontal_only;
+        bool vertical = false;
+        if (!horizontal_only && !Place(false, false)) {
+            vertical = true;
+            horizontal = !Place(false, true);
+            if (horizontal)
+                Place(true, true);
+        }
+        m_bars[SB_HORZ]->setVisible(horizontal);
+        m_bars[SB_VERT]->setVisible(vertical);
+        m_bars[SB_HORZ]->setGeometry(0, m_view->height(), m_view->width(), height() - m_view->height());
+        m_bars[SB_VERT]->setGeometry(m_view->width(), 0, width() - m_view->width(), m_view->height());
+        const bool resized = m_view->FitBuffer();
+        UpdateBars();
+        if (CView* owner = m_view->Owner(); owner && resized)
+            owner->SendMessage(WM_SIZE, SIZE_RESTORED,
+                               PackPoint(m_view->ClientWidth(), m_view->ClientHeight()));
+        if (!self || !m_view->Owner())
+            return;
+        if (!m_layoutAgain)
+            break;
+    }
+    m_inLayout = false;
+}
+
+void PaneWidget::UpdateBars()
+{
+    const CPoint before{m_position[SB_HORZ], m_position[SB_VERT]};
+    UpdateBar(SB_HORZ, m_view->ClientWidth());
+    UpdateBar(SB_VERT, m_view->ClientHeight());
+    // A range that has become shorter pulls the picture along.
+    m_view->Scroll(before.x - m_position[SB_HORZ], before.y - m_position[SB_VERT]);
+}
+
+void PaneWidget::UpdateBar(int bar, int client)
+{
+    const int total = bar == SB_HORZ ? m_total.cx : m_total.cy;
+    m_range[bar] = std::max(0, total - client);
+    m_position[bar] = std::min(m_position[bar], m_range[bar]);
+    const QSignalBlocker quiet(m_bars[bar]);
+    m_bars[bar]->setRange(0, m_range[bar]);
+    m_bars[bar]->setPageStep(std::max(1, bar == SB_HORZ ? m_page.cx : m_page.cy));
+    m_bars[bar]->setSingleStep(std::max(1, bar == SB_HORZ ? m_line.cx : m_line.cy));
+    m_bars[bar]->setValue(m_position[bar]);
+}
+
+void PaneWidget::SetPosition(int bar, int position)
+{
+    m_position[bar] = std::clamp(position, 0, m_range[bar]);
+    const QSignalBlocker quiet(m_bars[bar]);
+    m_bars[bar]->setValue(m_position[bar]);
+}
+
+ViewPeer::ViewPeer(CView* owner, QMainWindow* frame) : m_pane(new PaneWidget(owner, frame))
+{
+    frame->setCentralWidget(m_pane);
+    m_pane->View()->setFocus();
+}
+
+ViewPeer::~ViewPeer()
+{
+    if (!m_pane)
+        return;
+    m_pane->View()->Detach();
+    m_pane->hide();
+    m_pane->deleteLater();
+}
+
+void CView::MakePeer(CFrameWnd* frame)
+{
+    m_peer = std::make_unique<ViewPeer>(this, FrameOf(frame));
+}
+
+void CScrollView::SetPicture(CSize total, CSize page, CSize line)
+{
+    if (PaneWidget* pane = PaneOf(this))
+        pane->SetPicture(total, page, line);
+}

@@ -1,0 +1,212 @@
+// The operations of windows that reach the toolkit.
+#include "platform/wnd.h"
+
+#include "platform/app.h"
+#include "platform/qt/peer.h"
+#include "platform/qt/queue.h"
+
+#include <cmath>
+
+namespace
+{
+template <class Peer>
+Peer* PeerOf(const CWnd* window)
+{
+    return window ? dynamic_cast<Peer*>(window->Peer()) : nullptr;
+}
+} // namespace
+
+ViewWidget* ViewOf(const CWnd* window)
+{
+    const auto* peer = PeerOf<ViewPeer>(window);
+    return peer ? peer->View() : nullptr;
+}
+
+PaneWidget* PaneOf(const CWnd* window)
+{
+    const auto* peer = PeerOf<ViewPeer>(window);
+    return peer ? peer->Pane() : nullptr;
+}
+
+FrameWidget* FrameOf(const CWnd* window)
+{
+    const auto* peer = PeerOf<FramePeer>(window);
+    return peer ? peer->Frame() : nullptr;
+}
+
+CWnd::CWnd() = default;
+
+CWnd::~CWnd()
+{
+    ReleasePeer();
+}
+
+void CWnd::ReleasePeer()
+{
+    Queue::Get().Forget(this);
+    m_peer.reset();
+}
+
+bool CWnd::PostMessage(UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (!IsWindow())
+        return false;
+    Queue::Get().Post(this, message, wParam, lParam);
+    return true;
+}
+
+CRect CWnd::GetClientRect() const
+{
+    if (const ViewWidget* view = ViewOf(this))
+        return {0, 0, view->ClientWidth(), view->ClientHeight()};
+    const FrameWidget* frame = FrameOf(this);
+    if (!frame)
+        return {};
+    const QSize size = frame->centralWidget() ? frame->centralWidget()->size() : frame->size();
+    const double ratio = frame->devicePixelRatioF();
+    return {0, 0, ToDevicePixels(size.width(), ratio), ToDevicePixels(size.height(), ratio)};
+}
+
+void CWnd::Invalidate(bool erase)
+{
+    InvalidateRect(GetClientRect(), erase);
+}
+
+void CWnd::InvalidateRect(const CRect& rect, bool)
+{
+    if (ViewWidget* view = ViewOf(this))
+        view->Invalidate(rect);
+}
+
+void CWnd::UpdateWindow()
+{
+    ViewWidget* view = ViewOf(this);
+    if (view && view->HasInvalid())
+        Queue::Get().PaintNow(view);
+}
+
+void CWnd::ScrollWindow(int dx, int dy)
+{
+    if (ViewWidget* view = ViewOf(this))
+        view->Scroll(dx, dy);
+}
+
+void CWnd::GetScrollRange(int bar, int* minimum, int* maximum) const
+{
+    const PaneWidget* pane = PaneOf(this);
+    *minimum = 0;
+    *maximum = pane ? pane->Range(bar) : 0;
+}
+
+int CWnd::GetScrollPos(int bar) const
+{
+    const PaneWidget* pane = PaneOf(this);
+    return pane ? pane->Position(bar) : 0;
+}
+
+int CWnd::SetScrollPos(int bar, int position, bool)
+{
+    PaneWidget* pane = PaneOf(this);
+    if (!pane)
+        return 0;
+    const int old = pane->Position(bar);
+    pane->SetPosition(bar, position);
+    return old;
+}
+
+// The toolkit sends a pressed pointer's messages to the widget that it was pressed in, wherever it goes:
+// there is nothing left to hold.
+void CWnd::SetCapture() {}
+void CWnd::ReleaseCapture() {}
+
+void CWnd::SetWindowText(const CString& text)
+{
+    QWidget* widget = m_peer ? m_peer->Widget() : nullptr;
+    if (widget && widget->windowTitle() != ToQString(text))
+        widget->setWindowTitle(ToQString(text));
+}
+
+CString CWnd::GetWindowText() const
+{
+    const QWidget* widget = m_peer ? m_peer->Widget() : nullptr;
+    return widget ? FromQString(widget->windowTitle()) : CString{};
+}
+
+void CWnd::SetAccessibleName(const CString& name)
+{
+    if (QWidget* widget = m_peer ? m_peer->Widget() : nullptr)
+        widget->setAccessibleName(ToQString(name));
+}
+
+bool CWnd::ShowWindow(int command)
+{
+    QWidget* widget = m_peer ? m_peer->Widget() : nullptr;
+    if (!widget)
+        return false;
+    const bool was_visible = widget->isVisible();
+    switch (command) {
+    case SW_HIDE: widget->hide(); break;
+    case SW_SHOWMINIMIZED: widget->showMinimized(); break;
+    case SW_SHOWMAXIMIZED: widget->showMaximized(); break;
+    case SW_SHOWNORMAL: widget->showNormal(); break;
+    default: widget->show(); break;
+    }
+    return was_visible;
+}
+
+bool CWnd::IsIconic() const
+{
+    const QWidget* widget = m_peer ? m_peer->Widget() : nullptr;
+    return widget && widget->isMinimized();
+}
+
+bool CWnd::IsZoomed() const
+{
+    const QWidget* widget = m_peer ? m_peer->Widget() : nullptr;
+    return widget && widget->isMaximized();
+}
+
+bool CWnd::IsWindowVisible() const
+{
+    const QWidget* widget = m_peer ? m_peer->Widget() : nullptr;
+    return widget && widget->isVisible();
+}
+
+void CWnd::BringWindowToTop()
+{
+    if (QWidget* widget = m_peer ? m_peer->Widget() : nullptr) {
+        widget->raise();
+        widget->activateWindow();
+    }
+}
+
+void CWnd::MoveWindow(const CRect& rect, bool)
+{
+    if (FrameWidget* frame = FrameOf(this))
+        frame->PlaceFrame(rect);
+}
+
+WindowPlacement CWnd::GetWindowPlacement() const
+{
+    WindowPlacement placement;
+    if (const FrameWidget* frame = FrameOf(this)) {
+        placement.show_command = frame->isMaximized()   ? SW_SHOWMAXIMIZED
+                                 : frame->isMinimized() ? SW_SHOWMINIMIZED
+                                                        : SW_SHOWNORMAL;
+        placement.normal_position = frame->NormalFrame();
+    }
+    return placement;
+}
+
+void CWnd::DragAcceptFiles(bool accept)
+{
+    if (QWidget* widget = m_peer ? m_peer->Widget() : nullptr)
+        widget->setAcceptDrops(accept);
+}
+
+void CView::OnActivateView(bool activate, CView*, CView*)
+{
+    ViewWidget* view = ViewOf(this);
+    if (activate && view && !view->hasFocus())
+        view->setFocus();
+}

@@ -1,0 +1,70 @@
+// The plain types of the document/view layer: message words, points, rectangles, colours.
+// All coordinates of this layer are device pixels.
+#pragma once
+
+#include <cstdint>
+
+using UINT = uint32_t;
+using WPARAM = uint64_t;
+using LPARAM = int64_t;
+using LRESULT = int64_t;
+using COLORREF = uint32_t; // 0xffRRGGBB, as the pixels of a 32-bit buffer
+
+struct CPoint {
+    int x = 0;
+    int y = 0;
+    friend bool operator==(const CPoint&, const CPoint&) = default;
+};
+
+struct CSize {
+    int cx = 0;
+    int cy = 0;
+    friend bool operator==(const CSize&, const CSize&) = default;
+};
+
+// Half open: right and bottom lie just outside.
+struct CRect {
+    int left = 0;
+    int top = 0;
+    int right = 0;
+    int bottom = 0;
+
+    int Width() const { return right - left; }
+    int Height() const { return bottom - top; }
+    bool IsEmpty() const { return right <= left || bottom <= top; }
+    friend bool operator==(const CRect&, const CRect&) = default;
+};
+
+// Two 32-bit halves in one message word; no coordinate loses its sign.
+constexpr LPARAM PackPoint(int x, int y)
+{
+    return static_cast<LPARAM>(uint64_t{static_cast<uint32_t>(y)} << 32 | static_cast<uint32_t>(x));
+}
+constexpr int LowHalf(LPARAM word)
+{
+    return static_cast<int>(static_cast<uint32_t>(static_cast<uint64_t>(word)));
+}
+constexpr int HighHalf(LPARAM word)
+{
+    return static_cast<int>(static_cast<uint32_t>(static_cast<uint64_t>(word) >> 32));
+}
+template <class T>
+LPARAM PackPointer(T* pointer)
+{
+    return static_cast<LPARAM>(reinterpret_cast<intptr_t>(pointer));
+}
+template <class T>
+T* UnpackPointer(LPARAM word)
+{
+    return reinterpret_cast<T*>(static_cast<intptr_t>(word));
+}
+
+constexpr COLORREF kBlack = 0xff000000;
+constexpr COLORREF kWhite = 0xffffffff;
+constexpr COLORREF Grey(unsigned value)
+{
+    return 0xff000000U | (value & 0xffU) * 0x010101U;
+}
+
+// a * b / c in 64 bits, rounded to nearest, halves away from 0. -1 where c is 0 or the result does not fit.
+int MulDiv(int a, int b, int c);
