@@ -1,0 +1,35 @@
+// The application: start and stop, its settings, and the pages still to be shown.
+#pragma once
+
+#include "platform/app.h"
+
+#include <deque>
+
+class CLumentaApp : public CWinApp
+{
+public:
+    static const CRuntimeClass classRecord;
+    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+
+    CLumentaApp();
+
+    bool InitInstance() override;
+    int ExitInstance() override;
+    void
+    OnDroppedFiles(const std::vector<CString>& paths) override; // opens the first, the others join the list
+
+    void OnNextPage();
+    void OnUpdateNextPage(CCmdUI& ui);
+
+    std::deque<CString> m_PageList; // full paths of pages not yet shown, the next at the front
+    CString m_strPageDirectory;     // where the open commands start; closed by a separator unless empty
+    CString m_strPageFilter;        // file pattern last chosen
+    bool m_bMarkViewed = false;     // pages opened through the dialogs are marked as viewed
+
+protected:
+    static const MessageMap messages;
+    const MessageMap& GetMessageMap() const override { return messages; }
+
+private:
+    static const MessageEntry entries[];
+};

@@ -1,0 +1,295 @@
+// Opening and closing of pages, and the row store. Drawing is in pagedraw.cpp.
+#include "app/lumentadoc.h"
+
+#include "app/commandline.h"
+#include "app/tifimage.h"
+#include "app/usermsg.h"
+#include "platform/app.h"
+#include "platform/memory.h"
+#include "platform/view.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace
+{
+constexpr const char* kSettings = "App";
+constexpr const char* kLinesPerUpdate = "Lines Per Update";
+constexpr int32_t kRowsPerCursorLook = 256; // rows read between two looks whether the hourglass is due
+
+// The kinds of page file, in the order in which they are tried.
+using ImageFactory = std::unique_ptr<Image> (*)();
+template <class T>
+std::unique_ptr<Image> MakeImage()
+{
+    return std::make_unique<T>();
+}
+constexpr ImageFactory kImageClasses[] = {
+    MakeImage<TIFFImage>,
+};
+
+void TellMainWindow(UINT message, int first, int second)
+{
+    if (CWnd* const window = AfxGetMainWnd())
+        window->SendMessage(message, static_cast<WPARAM>(first), second);
+}
+} // namespace
+
+const CRuntimeClass CLumentaDoc::classRecord{"CLumentaDoc", &CDocument::classRecord,
+                                             CreateObjectOf<CLumentaDoc>};
+
+CLumentaDoc::CLumentaDoc()
+{
+    BuildGreyPalette(); // without one the document goes on
+    CWinApp* const app = AfxGetApp();
+    m_nLinesPerUpdate = app ? app->GetProfileInt(kSettings, kLinesPerUpdate, 0) : 1;
+    if (m_nLinesPerUpdate < 1) {
+        m_nLinesPerUpdate = 1;
+        app->WriteProfileInt(kSettings, kLinesPerUpdate, 1);
+    }
+}
+
+CLumentaDoc::~CLumentaDoc()
+{
+    CLumentaDoc::DeleteContents();
+}
+
+bool CLumentaDoc::BuildGreyPalette()
+{
+    m_hPalette.reset();
+    try {
+        std::vector<COLORREF> entries(256);
+        for (unsigned i = 0; i < 256; ++i)
+            entries[i] = Grey(255 - i);
+        m_hPalette = std::make_unique<CPalette>(std::move(entries));
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    return true;
+}
+
+void CLumentaDoc::SetTitle(const CString&)
+{
+    CDocument::SetTitle(m_strPageTitle);
+}
+
+void CLumentaDoc::DeleteContents()
+{
+    m_pDibInfo.reset();
+    m_nWidth = 0;
+    m_nDepth = 0;
+    TellMainWindow(WM_PAGE_SIZE, 0, 0);
+    TellMainWindow(WM_PAGE_RESOLUTION, 0, 0);
+    ReleaseRowMapping();
+    ReleaseRowBuffer();
+    m_pImage.reset();
+    m_strPageTitle.Empty();
+    for (CView* const view : GetViews())
+        if (HasView(view) && view->SendMessage(WM_PAGE_CLOSED, 0, PackPointer(this)) == 0)
+            break;
+}
+
+bool CLumentaDoc::OnNewDocument()
+{
+    if (!CDocument::OnNewDocument())
+        return false;
+    DeleteContents();
+    return true;
+}
+
+bool CLumentaDoc::OnOpenDocument(const CString& path)
+{
+    BeginWaitCursor();
+    const bool opened = OpenPage(path);
+    UpdateAllViews(nullptr, kHintPage);
+    EndWaitCursor();
+    return opened;
+}
+
+bool CLumentaDoc::OpenPage(const CString& path)
+{
+    // The old page is gone from here on, whatever becomes of the new file.
+    DeleteContents();
+    const CString file = PagePath(path);
+
+    bool accepted = false;
+    for (const ImageFactory make : kImageClasses) {
+        m_pImage = make();
+        accepted = m_pImage->Open(file) != 0;
+        if (accepted)
+            break;
+    }
+    if (!accepted) {
+        AfxMessageBox(file + ": " + m_pImage->ErrorText);
+        return false;
+    }
+
+    m_nWidth = m_pImage->Width;
+    m_nRowBytes = m_pImage->BytesPerRow;
+    m_nDepth = m_pImage->Height;
+    m_nWindowRows = 0;
+    m_nWindowFirst = 0;
+    m_nLastRow = -1;
+    m_bReadError = false;
+    if (!CreateRowMapping(m_nDepth) && !AllocateRowBuffer(m_nDepth)) {
+        AfxMessageBox("Unable to allocate bitmap");
+        DeleteContents();
+        SetModifiedFlag(false);
+        SetTitle({});
+        return false;
+    }
+
+    // The path comes first: it sets the title, which takes the label only at the template's own call
+    // afterwards.
+    SetPathName(file, true);
+    SetModifiedFlag(false);
+    m_strPageTitle = m_pImage->Name;
+    TellMainWindow(WM_PAGE_RESOLUTION, m_pImage->XDpi, m_pImage->YDpi);
+    TellMainWindow(WM_PAGE_SIZE, m_nWidth, m_nDepth);
+    return true;
+}
+
+bool CLumentaDoc::IsBilevelPage() const
+{
+    return m_pImage && m_pImage->IsValid() && m_pImage->BitsPerPixel == 1;
+}
+
+CPalette* CLumentaDoc::GetPagePalette(bool scaled) const
+{
+    return m_pImage && !scaled ? m_hPalette.get() : nullptr;
+}
+
+bool CLumentaDoc::CreateRowMapping(int32_t rows)
+{
+    const int64_t bytes = int64_t{m_nRowBytes} * rows;
+    m_hTempFile = CreateTempFile("SQZ", bytes);
+    if (m_hTempFile == kInvalidFile)
+        return false;
+    m_pRows = MapTempFile(m_hTempFile, bytes);
+    if (!m_pRows) {
+        ReleaseRowMapping();
+        return false;
+    }
+    m_hTempMapping = bytes;
+    m_nWindowRows = rows;
+    return true;
+}
+
+bool CLumentaDoc::ReleaseRowMapping()
+{
+    if (m_hTempFile == kInvalidFile)
+        return false;
+    if (m_pRows)
+        UnmapTempFile(m_pRows, m_hTempMapping);
+    CloseTempFile(m_hTempFile);
+    m_pRows = nullptr;
+    m_hTempMapping = 0;
+    m_hTempFile = kInvalidFile;
+    return true;
+}
+
+bool CLumentaDoc::AllocateRowBuffer(int32_t rows)
+{
+    if (m_nRowBytes < 1)
+        return false;
+    const MemoryStatus memory = GlobalMemoryStatus();
+    const int64_t limit = (int64_t{memory.available_physical} + memory.available_page_file) / 2;
+    if (int64_t{m_nRowBytes} * rows > limit)
+        rows = static_cast<int32_t>(limit / m_nRowBytes);
+    if (rows < 1)
+        return false;
+    m_pRows = new (std::nothrow) uint8_t[static_cast<size_t>(m_nRowBytes) * static_cast<size_t>(rows)];
+    if (!m_pRows)
+        return false;
+    m_nWindowRows = rows;
+    return true;
+}
+
+bool CLumentaDoc::ReleaseRowBuffer()
+{
+    if (m_hTempFile != kInvalidFile || !m_pRows)
+        return false;
+    delete[] m_pRows;
+    m_pRows = nullptr;
+    return true;
+}
+
+// Reads the image's next row, which is row. False after a failure has been reported: reading is off then.
+bool CLumentaDoc::ReadStoredRow(uint8_t* slot, int32_t row)
+{
+    if (row % kRowsPerCursorLook == kRowsPerCursorLook - 1)
+        ShowWaitCursorIfDue();
+    if (m_pImage->ReadRow(slot, m_nRowBytes))
+        return true;
+    memset(slot, 0, static_cast<size_t>(m_nRowBytes));
+    // Before the box, so that there is one box a page.
+    m_bReadError = true;
+    CString words;
+    words.Format("error at line %d: %s", row, m_pImage->ErrorText.c_str());
+    AfxMessageBox(words);
+    return false;
+}
+
+bool CLumentaDoc::GetRows(int32_t first, int32_t count)
+{
+    if (!m_pImage || !m_pImage->IsValid()) {
+        AfxMessageBox("Image file is not open");
+        return false;
+    }
+    if (!m_pRows) {
+        AfxMessageBox("No memory buffer for bitmap");
+        return false;
+    }
+    const int32_t end = first + count;
+    int32_t next = m_nLastRow + 1;            // the row that the image gives next
+    int32_t store = next;                     // the first row to keep
+    int32_t stop = std::max(m_nLastRow, end); // the row before which reading ends
+
+    if (first < m_nWindowFirst) {
+        // Backward: a new run from row 0, and a window that ends with the request.
+        m_pImage->Rewind();
+        store = std::max(end - m_nWindowRows, 0);
+        next = 0;
+        stop = end;
+        m_nWindowFirst = store;
+        m_nLastRow = -1;
+    } else if (end > int64_t{m_nWindowFirst} + m_nWindowRows) {
+        // Forward past the window: the new one has the request in its middle, and ends with the page at the
+        // latest.
+        const int32_t new_first = std::min(first - (m_nWindowRows - count) / 2, m_nDepth - m_nWindowRows);
+        const int32_t shift = new_first - m_nWindowFirst;
+        const int32_t kept = m_nLastRow - new_first + 1;
+        if (shift >= 1 && shift < m_nWindowRows && kept >= 1)
+            memmove(m_pRows, m_pRows + int64_t{shift} * m_nRowBytes,
+                    static_cast<size_t>(kept) * static_cast<size_t>(m_nRowBytes));
+        m_nWindowFirst = new_first;
+    }
+    store = std::max(store, m_nWindowFirst);
+
+    // Pass over: the first slot to be kept is scratch space for the rows before it.
+    while (next < store && !m_bReadError) {
+        ReadStoredRow(RowAddress(store), next);
+        ++m_nLastRow;
+        ++next;
+    }
+    if (next < store)
+        m_nLastRow = store - 1;
+
+    while (store < stop && !m_bReadError) {
+        ReadStoredRow(RowAddress(store), store);
+        ++m_nLastRow;
+        ++store;
+    }
+    if (!m_pRows) // the page was closed while a box was open
+        return false;
+    if (store < stop) {
+        // Nothing is read any more. In the temporary file the rows ahead have never been touched, and are
+        // zero.
+        if (m_hTempFile == kInvalidFile)
+            memset(RowAddress(store), 0,
+                   static_cast<size_t>(stop - store) * static_cast<size_t>(m_nRowBytes));
+        m_nLastRow = stop - 1;
+    }
+    return true;
+}

@@ -1,0 +1,36 @@
+// The page at full size in the main window, on the screen and on paper.
+#pragma once
+
+#include "app/scrollvw.h"
+
+class CLumentaDoc;
+
+class CLumentaView : public CLumenta
+{
+public:
+    static const CRuntimeClass classRecord;
+    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+
+    CLumentaDoc* GetPageDocument() const; // null if there is none
+
+    void OnUpdate(CView* sender, LPARAM hint, CObject* hint_object) override;
+    void OnDraw(CDC* dc) override;
+    void OnActivateView(bool activate, CView* activated, CView* deactivated) override;
+    bool OnPreparePrinting(CPrintInfo* info) override;
+    void OnBeginPrinting(CDC* dc, CPrintInfo* info) override;
+    void OnEndPrinting(CDC* dc, CPrintInfo* info) override;
+    void OnInitialUpdate() override;
+
+protected:
+    static const MessageMap messages;
+    const MessageMap& GetMessageMap() const override { return messages; }
+
+    void OnSize(UINT type, int cx, int cy);
+    void OnRButtonDblClk(UINT flags, CPoint point);
+    LRESULT OnPageCenter(WPARAM wParam, LPARAM scaled_view);
+    LRESULT OnPageClosed(WPARAM wParam, LPARAM document);
+
+private:
+    static const MessageEntry entries[];
+    void RealizeViewPalette(const CWnd* focus);
+};

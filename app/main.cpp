@@ -1,0 +1,35 @@
+// The program: answers --help and --version, else runs the application on the display.
+#include "app/commandline.h"
+#include "app/lumentaapp.h"
+#include "app/version.h"
+#include "platform/file.h"
+#include "platform/run.h"
+
+#include <cstdio>
+#include <unistd.h>
+
+static bool IsFile(const CString& path)
+{
+    const int file = OpenRegularFile(path);
+    if (file < 0)
+        return false;
+    close(file);
+    return true;
+}
+
+int main(int argc, char** argv)
+{
+    const std::span<const char* const> all{argv, static_cast<size_t>(argc)};
+    const CommandLine line = ReadCommandLine(all.subspan(argc > 0 ? 1 : 0), IsFile);
+    switch (line.wish) {
+    case CommandLine::Wish::help: return fputs(kHelpText, stdout) < 0;
+    case CommandLine::Wish::version: return printf("lumenta %s\n", kLumentaVersion) < 0;
+    case CommandLine::Wish::run: break;
+    }
+    if (!HasDisplay()) {
+        fputs("lumenta: no display\n", stderr);
+        return 1;
+    }
+    CLumentaApp app;
+    return RunApplication(app, argc > 0 ? argv[0] : "lumenta", line.text);
+}

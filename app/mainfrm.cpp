@@ -1,0 +1,221 @@
+#include "app/mainfrm.h"
+
+#include "app/usermsg.h"
+#include "platform/app.h"
+#include "platform/dc.h"
+#include "platform/view.h"
+
+#include <charconv>
+
+namespace
+{
+constexpr const char* kAppSettings = "App";
+constexpr const char* kUnits = "Units";
+constexpr const char* kMainFrame = "MainFrame";
+
+constexpr UINT kIndicators[] = {ID_SEPARATOR, kPositionIndicator, kSizeIndicator, kResolutionIndicator};
+constexpr int kPositionPane = 1;
+constexpr int kSizePane = 2;
+constexpr int kResolutionPane = 3;
+
+constexpr double kMillimetersPerInch = 25.4;
+constexpr double kPointsPerInch = 72.27;
+
+double Inches(int pixels, int dpi)
+{
+    return dpi > 0 ? static_cast<double>(pixels) / dpi : 0;
+}
+
+bool IsBlank(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+} // namespace
+
+CString FormatPosition(int units, int left, int top, int x_dpi, int y_dpi)
+{
+    const double x = Inches(left, x_dpi);
+    const double y = Inches(top, y_dpi);
+    CString text;
+    switch (units) {
+    case kInches: text.Format("left=%0.2f top=%0.2f", x, y); break;
+    case kMillimeters:
+        text.Format("left=%0.1f top=%0.1f", x * kMillimetersPerInch, y * kMillimetersPerInch);
+        break;
+    case kPoints: text.Format("left=%1.0f top=%1.0f", x * kPointsPerInch, y * kPointsPerInch); break;
+    default: text.Format("left=%d top=%d", left, top); break;
+    }
+    return text;
+}
+
+CString FormatSize(int units, int width, int depth, int x_dpi, int y_dpi)
+{
+    const double x = Inches(width, x_dpi);
+    const double y = Inches(depth, y_dpi);
+    CString text;
+    switch (units) {
+    case kInches: text.Format("width=%0.2f depth=%0.2f", x, y); break;
+    case kMillimeters:
+        text.Format("width=%0.1f depth=%0.1f", x * kMillimetersPerInch, y * kMillimetersPerInch);
+        break;
+    case kPoints: text.Format("width=%1.0f depth=%1.0f", x * kPointsPerInch, y * kPointsPerInch); break;
+    default: text.Format("width=%d depth=%d", width, depth); break;
+    }
+    return text;
+}
+
+CString FormatResolution(int x_dpi, int y_dpi)
+{
+    CString text;
+    text.Format("Res  X=%d Y=%d", x_dpi, y_dpi);
+    return text;
+}
+
+std::optional<CRect> ParsePlacement(const CString& text)
+{
+    CRect rect;
+    const char* at = text.c_str();
+    const char* const end = at + text.GetLength();
+    for (int* const side : {&rect.left, &rect.top, &rect.right, &rect.bottom}) {
+        while (at != end && IsBlank(*at))
+            ++at;
+        if (end - at > 1 && at[0] == '+' && at[1] != '-')
+            ++at;
+        const auto [behind, error] = std::from_chars(at, end, *side);
+        if (error != std::errc{})
+            return std::nullopt;
+        at = behind;
+    }
+    // In 64 bits: the sides may be any numbers.
+    const int64_t width = int64_t{rect.right} - rect.left;
+    const int64_t height = int64_t{rect.bottom} - rect.top;
+    if (width < 1 || width > INT32_MAX || height < 1 || height > INT32_MAX)
+        return std::nullopt;
+    return rect;
+}
+
+const CRuntimeClass CMainFrame::classRecord{"CMainFrame", &CFrameWnd::classRecord,
+                                            CreateObjectOf<CMainFrame>};
+
+const MessageEntry CMainFrame::entries[] = {
+    On<WM_DESTROY, &CMainFrame::OnDestroy>(),
+    On<WM_PAGE_POSITION, &CMainFrame::OnPagePosition>(),
+    On<WM_PAGE_RESOLUTION, &CMainFrame::OnPageResolution>(),
+    On<WM_PAGE_SIZE, &CMainFrame::OnPageSize>(),
+    On<WM_PAGE_CENTER, &CMainFrame::OnPageCenter>(),
+    OnCommand<kInchesCommand, &CMainFrame::OnUnits<kInches>>(),
+    OnCommand<kMillimetersCommand, &CMainFrame::OnUnits<kMillimeters>>(),
+    OnCommand<kPixelsCommand, &CMainFrame::OnUnits<kPixels>>(),
+    OnCommand<kPointsCommand, &CMainFrame::OnUnits<kPoints>>(),
+    OnUpdateCommand<kInchesCommand, &CMainFrame::OnUpdateUnits<kInches>>(),
+    OnUpdateCommand<kMillimetersCommand, &CMainFrame::OnUpdateUnits<kMillimeters>>(),
+    OnUpdateCommand<kPixelsCommand, &CMainFrame::OnUpdateUnits<kPixels>>(),
+    OnUpdateCommand<kPointsCommand, &CMainFrame::OnUpdateUnits<kPoints>>(),
+    OnUpdateCommand<kPositionIndicator, &CMainFrame::OnUpdatePane>(),
+    OnUpdateCommand<kSizeIndicator, &CMainFrame::OnUpdatePane>(),
+    OnUpdateCommand<kResolutionIndicator, &CMainFrame::OnUpdatePane>(),
+};
+const MessageMap CMainFrame::messages{&CFrameWnd::messages, entries};
+
+CMainFrame::CMainFrame() : m_nUnits(AfxGetApp()->GetProfileInt(kAppSettings, kUnits, kPixels)) {}
+
+bool CMainFrame::PreCreateWindow(CREATESTRUCT& cs)
+{
+    if (!CFrameWnd::PreCreateWindow(cs))
+        return false;
+    const std::optional<CRect> place =
+        ParsePlacement(AfxGetApp()->GetProfileString(kWindowSettings, kMainFrame));
+    if (place) { // one that shows on no screen is the framework's to mend
+        cs.x = place->left;
+        cs.y = place->top;
+        cs.cx = place->Width();
+        cs.cy = place->Height();
+        return true;
+    }
+    CDC screen;
+    screen.CreateDisplayInformation();
+    cs.x = 0;
+    cs.y = 0;
+    cs.cx = screen.GetDeviceCaps(HORZRES);
+    cs.cy = screen.GetDeviceCaps(VERTRES);
+    return true;
+}
+
+int CMainFrame::OnCreate(const CREATESTRUCT& cs)
+{
+    if (CFrameWnd::OnCreate(cs) != 0 || !m_wndStatusBar.Create(this) ||
+        !m_wndStatusBar.SetIndicators(kIndicators))
+        return -1;
+    OnPageSize(0, 0);
+    OnPageResolution(0, 0);
+    return 0;
+}
+
+void CMainFrame::OnDestroy()
+{
+    const WindowPlacement placement = GetWindowPlacement();
+    const CRect& place = placement.normal_position;
+    CString text;
+    text.Format("%d %d %d %d", place.left, place.top, place.right, place.bottom);
+    CWinApp* const app = AfxGetApp();
+    app->WriteProfileString(kWindowSettings, kMainFrame, text);
+    app->WriteProfileInt(kWindowSettings, kMaximizeMainFrame,
+                         placement.show_command == SW_SHOWMAXIMIZED ? 1 : 0);
+    CFrameWnd::OnDestroy();
+}
+
+void CMainFrame::ShowPosition()
+{
+    m_wndStatusBar.SetPaneText(kPositionPane,
+                               FormatPosition(m_nUnits, m_nPageLeft, m_nPageTop, m_nXDpi, m_nYDpi));
+}
+
+void CMainFrame::ShowSize()
+{
+    m_wndStatusBar.SetPaneText(kSizePane, FormatSize(m_nUnits, m_nPageWidth, m_nPageDepth, m_nXDpi, m_nYDpi));
+}
+
+LRESULT CMainFrame::OnPagePosition(WPARAM left, LPARAM top)
+{
+    m_nPageLeft = static_cast<int>(left);
+    m_nPageTop = static_cast<int>(top);
+    ShowPosition();
+    return 0;
+}
+
+LRESULT CMainFrame::OnPageResolution(WPARAM x_dpi, LPARAM y_dpi)
+{
+    m_nXDpi = static_cast<int>(x_dpi);
+    m_nYDpi = static_cast<int>(y_dpi);
+    m_wndStatusBar.SetPaneText(kResolutionPane, FormatResolution(m_nXDpi, m_nYDpi));
+    ShowPosition();
+    ShowSize();
+    return 0;
+}
+
+LRESULT CMainFrame::OnPageSize(WPARAM width, LPARAM depth)
+{
+    m_nPageWidth = static_cast<int>(width);
+    m_nPageDepth = static_cast<int>(depth);
+    ShowSize();
+    return 0;
+}
+
+LRESULT CMainFrame::OnPageCenter(WPARAM wParam, LPARAM view)
+{
+    CView* const active = GetActiveView();
+    return active ? active->SendMessage(WM_PAGE_CENTER, wParam, view) : -1;
+}
+
+void CMainFrame::SetUnits(int units)
+{
+    m_nUnits = units;
+    AfxGetApp()->WriteProfileInt(kAppSettings, kUnits, units);
+    ShowPosition();
+    ShowSize();
+}
+
+void CMainFrame::OnUpdatePane(CCmdUI& ui)
+{
+    ui.Enable(true);
+}

@@ -1,0 +1,75 @@
+// The main window: it keeps its place between runs and reads out the page's position, size and resolution.
+#pragma once
+
+#include "platform/frame.h"
+
+#include <optional>
+
+// Units of the read-outs, as the settings store them. Any other number counts as pixels.
+constexpr int kInches = 0;
+constexpr int kMillimeters = 1;
+constexpr int kPixels = 2;
+constexpr int kPoints = 3; // printer's points, 72.27 to the inch
+
+// Texts of the read-outs. A value that needs a resolution which is not above 0 is 0.
+CString FormatPosition(int units, int left, int top, int x_dpi, int y_dpi);
+CString FormatSize(int units, int width, int depth, int x_dpi, int y_dpi);
+CString FormatResolution(int x_dpi, int y_dpi);
+
+// The rectangle of a text "left top right bottom". None where that is not four numbers or the rectangle is
+// empty.
+std::optional<CRect> ParsePlacement(const CString& text);
+
+// Section and key that the application reads as well.
+constexpr const char* kWindowSettings = "window";
+constexpr const char* kMaximizeMainFrame = "Maximize MainFrame";
+
+class CMainFrame : public CFrameWnd
+{
+public:
+    static const CRuntimeClass classRecord;
+    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+
+    CMainFrame();
+
+    void ShowPosition();
+    void ShowSize();
+
+    int m_nUnits;
+    int m_nPageLeft = 0; // scroll position of the page view in pixels
+    int m_nPageTop = 0;
+    int m_nPageWidth = 0; // pixels
+    int m_nPageDepth = 0;
+    int m_nXDpi = 0; // dots per inch
+    int m_nYDpi = 0;
+    CStatusBar m_wndStatusBar;
+
+protected:
+    static const MessageMap messages;
+    const MessageMap& GetMessageMap() const override { return messages; }
+
+    bool PreCreateWindow(CREATESTRUCT& cs) override;
+    int OnCreate(const CREATESTRUCT& cs) override;
+    void OnDestroy();
+
+    LRESULT OnPagePosition(WPARAM left, LPARAM top);
+    LRESULT OnPageResolution(WPARAM x_dpi, LPARAM y_dpi);
+    LRESULT OnPageSize(WPARAM width, LPARAM depth);
+    LRESULT OnPageCenter(WPARAM wParam, LPARAM view);
+
+    template <int Units>
+    void OnUnits()
+    {
+        SetUnits(Units);
+    }
+    template <int Units>
+    void OnUpdateUnits(CCmdUI& ui)
+    {
+        ui.SetCheck(m_nUnits == Units);
+    }
+    void OnUpdatePane(CCmdUI& ui); // always enabled, so that the pane is not blanked
+
+private:
+    static const MessageEntry entries[];
+    void SetUnits(int units);
+};

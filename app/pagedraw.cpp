@@ -1,0 +1,207 @@
+// Rows to pixels. A screen gets what its clip shows, one page pixel to one device pixel: a bilevel page
+// straight from the store, its bits in place; a grey one through a block turned bottom-up. A printer gets the
+// whole page.
+#include "app/pagedraw.h"
+
+#include "app/lumentadoc.h"
+#include "platform/app.h"
+
+#include <algorithm>
+#include <new>
+
+namespace
+{
+// Selects a palette, if there is one, for the time of a drawing.
+class PaletteInUse
+{
+public:
+    PaletteInUse(CDC* dc, CPalette* palette) : m_dc(dc)
+    {
+        if (!palette)
+            return;
+        m_old = dc->SelectPalette(palette, false);
+        dc->RealizePalette();
+    }
+    PaletteInUse(const PaletteInUse&) = delete;
+    PaletteInUse& operator=(const PaletteInUse&) = delete;
+    ~PaletteInUse()
+    {
+        if (m_old)
+            m_dc->SelectPalette(m_old, false);
+    }
+
+private:
+    CDC* m_dc;
+    CPalette* m_old = nullptr;
+};
+
+int RoundUpTo4(int value) // a page's sides leave room for it
+{
+    return (value + 3) & ~3;
+}
+} // namespace
+
+int ChooseReduction(int size, int room)
+{
+    const int q = size / room;
+    if (q <= 2)
+        return 2;
+    if (q <= 4)
+        return 4;
+    const int whole = q / 8 * 8;
+    return q == whole ? q
+                      : std::min(whole, INT32_MAX - 15) + 8; // the greatest multiple of 8 is INT32_MAX - 7
+}
+
+CSize FitInto(CSize page, CSize room)
+{
+    if (page.cx < 1 || page.cy < 1 || room.cx < 1 || room.cy < 1)
+        return {};
+    const int height = MulDiv(page.cy, room.cx, page.cx); // -1 where it does not fit a number
+    if (height >= 0 && height <= room.cy)
+        return {room.cx, height};
+    return {MulDiv(page.cx, room.cy, page.cy), room.cy};
+}
+
+PageSpan ClipToPage(int clip_first, int clip_count, int page_count)
+{
+    const int first = std::max(clip_first, 0);
+    return {first, std::min(clip_count, page_count - first)};
+}
+
+void CLumentaDoc::DrawPage(CDC* dc, const CRect& rect)
+{
+    if (!m_pImage || !m_pImage->IsValid() || !m_pRows)
+        return;
+    const bool bilevel = m_pImage->BitsPerPixel == 1;
+    try {
+        if (!dc->IsPrinting()) {
+            if (bilevel)
+                DrawBilevel(dc, rect);
+            else if (m_pImage->BitsPerPixel == 8)
+                DrawGrey(dc, rect);
+        } else if (!bilevel) {
+            PrintGrey(dc, rect);
+        } else if (m_nWidth <= rect.Width() && m_nDepth <= rect.Height()) {
+            DrawBilevel(dc, rect);
+        }
+    } catch (const std::bad_alloc&) {
+        return; // drawn as far as it got
+    }
+}
+
+// GetRows for a drawing, which needs all of its rows in the store at once.
+bool CLumentaDoc::FetchRows(int32_t first, int32_t count)
+{
+    if (m_nWindowRows < count) {
+        AfxMessageBox("Insufficient memory to display page");
+        return false;
+    }
+    return GetRows(first, count);
+}
+
+void CLumentaDoc::DrawBilevel(CDC* dc, const CRect& rect)
+{
+    const PageSpan columns = ClipToPage(rect.left, rect.Width(), m_nWidth);
+    const PageSpan lines = ClipToPage(rect.top, rect.Height(), m_nDepth);
+    if (columns.count <= 0 || lines.count <= 0)
+        return;
+    // From the byte that holds the first pixel; what that adds on the left, the device's clipping hides. The
+    // rows are used in place, and nothing behind a row's last pixel is drawn.
+    const int left_byte = columns.first / 8;
+    const int left = left_byte * 8;
+    const int width = static_cast<int>(
+        std::min(int64_t{columns.count} + columns.first - left, (int64_t{m_nRowBytes} - left_byte) * 8));
+    if (width <= 0 || !FetchRows(lines.first, lines.count))
+        return;
+    CBitmap bitmap;
+    if (!bitmap.CreateBitmap(width, lines.count, RowAddress(lines.first) + left_byte, m_nRowBytes))
+        return;
+    CDC memory;
+    if (!memory.CreateCompatibleDC(dc))
+        return;
+    CBitmap* const old = memory.SelectObject(&bitmap);
+    // A 1 bit is the background's white; where it means black, the copy is inverted.
+    dc->BitBlt(left, lines.first, width, lines.count, memory, 0, 0,
+               m_pImage->MinIsBlack ? SRCCOPY : NOTSRCCOPY);
+    memory.SelectObject(old);
+}
+
+void CLumentaDoc::DrawGrey(CDC* dc, const CRect& rect)
+{
+    MakeDibInfo();
+    const PageSpan columns = ClipToPage(rect.left, rect.Width(), m_nWidth);
+    const PageSpan lines = ClipToPage(rect.top, rect.Height(), m_nDepth);
+    if (columns.count <= 0 || lines.count <= 0)
+        return;
+    if (!FetchRows(lines.first, lines.count))
+        return;
+    const int stride = RoundUpTo4(columns.count);
+    const int copied = std::min(stride, m_nRowBytes - columns.first);
+    // The colour table has 0 as white; a page whose lowest value is black is turned round on its way.
+    const uint8_t flip = m_pImage->MinIsBlack ? 0xff : 0;
+    std::vector<uint8_t> block(static_cast<size_t>(stride) * static_cast<size_t>(lines.count));
+    uint8_t* line = block.data() + block.size();
+    for (int row = lines.first; row < lines.first + lines.count; ++row) {
+        line -= stride;
+        const uint8_t* const source = RowAddress(row) + columns.first;
+        std::transform(source, source + copied, line,
+                       [flip](uint8_t value) { return static_cast<uint8_t>(value ^ flip); });
+    }
+    SetDibSize(stride, lines.count);
+    const PaletteInUse palette{dc, m_hPalette.get()};
+    dc->SetDIBitsToDevice(columns.first, lines.first, columns.count, lines.count, 0, 0, block.data(),
+                          *m_pDibInfo);
+}
+
+void CLumentaDoc::PrintGrey(CDC* dc, const CRect& rect)
+{
+    MakeDibInfo();
+    const int stride = RoundUpTo4(m_nWidth);
+    const CSize target = FitInto({stride, m_nDepth}, {rect.Width(), rect.Height()});
+    // The stride's padding counts in the proportions; what is drawn ends with the page.
+    const int target_width = MulDiv(target.cx, m_nWidth, stride);
+    if (target_width <= 0 || target.cy <= 0)
+        return;
+    if (!FetchRows(0, m_nDepth))
+        return;
+    const int copied = std::min(stride, m_nRowBytes);
+    std::vector<uint8_t> block(static_cast<size_t>(stride) * static_cast<size_t>(m_nDepth));
+    uint8_t* line = block.data() + block.size();
+    for (int row = 0; row < m_nDepth; ++row) {
+        line -= stride;
+        std::copy_n(RowAddress(row), copied, line);
+    }
+    SetDibSize(stride, m_nDepth);
+    const PaletteInUse palette{dc, m_hPalette.get()};
+    dc->SetStretchBltMode(HALFTONE);
+    dc->StretchDIBits(0, 0, target_width, target.cy, 0, 0, m_nWidth, m_nDepth, block.data(), *m_pDibInfo,
+                      m_pImage->MinIsBlack ? NOTSRCCOPY : SRCCOPY);
+}
+
+// The header for drawings of 8 bits a pixel; made once a page.
+void CLumentaDoc::MakeDibInfo()
+{
+    if (m_pDibInfo)
+        return;
+    auto info = std::make_unique<BitmapInfo>();
+    info->x_pixels_per_metre = MulDiv(m_pImage->XDpi, 3937, 100);
+    info->y_pixels_per_metre = MulDiv(m_pImage->YDpi, 3937, 100);
+    if (m_hPalette) {
+        const std::vector<COLORREF>& entries = m_hPalette->GetPaletteEntries();
+        for (size_t i = 0; i < entries.size() && i < info->colors.size(); ++i) {
+            const COLORREF color = entries[i];
+            info->colors[i] = {static_cast<uint8_t>(color), static_cast<uint8_t>(color >> 8),
+                               static_cast<uint8_t>(color >> 16), 0};
+        }
+    }
+    m_pDibInfo = std::move(info);
+    SetDibSize(RoundUpTo4(m_nWidth), m_nDepth);
+}
+
+void CLumentaDoc::SetDibSize(int32_t stride, int32_t lines)
+{
+    m_pDibInfo->width = stride;
+    m_pDibInfo->height = lines;
+    m_pDibInfo->image_size = static_cast<uint32_t>(stride) * static_cast<uint32_t>(lines);
+}

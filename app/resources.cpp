@@ -1,0 +1,120 @@
+#include "app/resources.h"
+
+#include "app/usermsg.h"
+
+namespace
+{
+constexpr MenuItem kFileMenu[] = {
+    {"&Open...\tCtrl+O", ID_FILE_OPEN},
+    {"Open Multiple...\tCtrl+M", kOpenMultipleCommand},
+    {"", ID_SEPARATOR},
+    {"&Print...\tCtrl+P", ID_FILE_PRINT},
+    {"P&rint Setup...", ID_FILE_PRINT_SETUP},
+    {"", ID_SEPARATOR},
+    {"E&xit", ID_APP_EXIT},
+};
+
+constexpr MenuItem kViewMenu[] = {
+    {"&Scaled Page\tCtrl+Alt+S", kScaledPageCommand},
+    {"&Next Page\tCtrl+Alt+N", kNextPageCommand},
+    {"Lines per update\t...", kLinesPerUpdateCommand},
+    {"", ID_SEPARATOR},
+    {"&Inches", kInchesCommand},
+    {"&Millimeters", kMillimetersCommand},
+    {"&Pixels", kPixelsCommand},
+    {"P&oints", kPointsCommand},
+};
+
+constexpr MenuItem kHelpMenu[] = {
+    {"&About LUMENTA...", ID_APP_ABOUT},
+};
+
+constexpr PopupMenu kMenus[] = {
+    {"&File", kFileMenu},
+    {"&View", kViewMenu},
+    {"&Help", kHelpMenu},
+};
+
+constexpr Accelerator kAccelerators[] = {
+    {"Ctrl+O", ID_FILE_OPEN},           {"Ctrl+M", kOpenMultipleCommand}, {"Ctrl+P", ID_FILE_PRINT},
+    {"Ctrl+Alt+S", kScaledPageCommand}, {"Ctrl+Alt+N", kNextPageCommand},
+};
+
+constexpr StringResource kStrings[] = {
+    {kFrameResource, "LUMENTA\n\nPAGE Document\nPage Files(*.fax)\n.fax\nTessaraPage\nVestrel Tessara Page"},
+    {AFX_IDS_APP_TITLE, "LUMENTA"},
+    {AFX_IDS_IDLEMESSAGE, "Ready"},
+
+    // Their lengths set the widths of the panes.
+    {kPositionIndicator, "left=123456 top=123456"},
+    {kSizeIndicator, "width=123456 depth=123456"},
+    {kResolutionIndicator, "Res  X=1234 Y=1234"},
+
+    // Prompts.
+    {ID_FILE_OPEN, "Open a page file"},
+    {ID_FILE_PRINT, "Print the page"},
+    {ID_FILE_PRINT_SETUP, "Choose printer, paper and orientation"},
+    {ID_APP_EXIT, "Close the window and end the program"},
+    {ID_APP_ABOUT, "Display program information and version"},
+    {kScaledPageCommand, "Displayes reduced scale view of current page"},
+    {kInchesCommand, "Display size and position in inches"},
+    {kMillimetersCommand, "Display size and positions in millimeters"},
+    {kPixelsCommand, "Display size and position in pixels"},
+    {kPointsCommand, "Display size and position in points"},
+    {kOpenMultipleCommand, "Select multiple pages for viewing"},
+    {kNextPageCommand, "Display next selected page"},
+    {kLinesPerUpdateCommand, "Number of lines to scale before updating screen"},
+};
+
+constexpr CursorResource kCursors[] = {
+    {kDragCursor, CursorShape::fourHeadedArrow},
+};
+
+// A sheet with lines of text and a screened picture.
+constexpr const char* kIcon[] = {
+    "32 32 4 1", "  c None", ". c #303030", "+ c #ffffff", "o c #b8b8b8",
+    // clang-format off
+    "                                ",
+    "                                ",
+    "     ................           ",
+    "     .++++++++++++++..          ",
+    "     .++++++++++++++.o.         ",
+    "     .++++++++++++++.oo.        ",
+    "     .++++++++++++++.ooo.       ",
+    "     .++++++++++++++.oooo.      ",
+    "     .++++++++++++++.......     ",
+    "     .++++++++++++++++++++.     ",
+    "     .++++++++++++++++++++.     ",
+    "     .++................++.     ",
+    "     .++++++++++++++++++++.     ",
+    "     .++..............++++.     ",
+    "     .++++++++++++++++++++.     ",
+    "     .++................++.     ",
+    "     .++++++++++++++++++++.     ",
+    "     .++........+o.o.o.o++.     ",
+    "     .+++++++++++.o.o.o.++.     ",
+    "     .++........+o.o.o.o++.     ",
+    "     .+++++++++++.o.o.o.++.     ",
+    "     .++........+o.o.o.o++.     ",
+    "     .+++++++++++.o.o.o.++.     ",
+    "     .++........+o.o.o.o++.     ",
+    "     .++++++++++++++++++++.     ",
+    "     .++...............+++.     ",
+    "     .++++++++++++++++++++.     ",
+    "     .++++++++++++++++++++.     ",
+    "     .++++++++++++++++++++.     ",
+    "     ......................     ",
+    "                                ",
+    "                                ",
+    // clang-format on
+};
+} // namespace
+
+constinit const ApplicationResources kLumentaResources{
+    .frame = kFrameResource,
+    .menus = kMenus,
+    .accelerators = kAccelerators,
+    .strings = kStrings,
+    .cursors = kCursors,
+    .icon = kIcon,
+};

@@ -1,0 +1,31 @@
+// The application's own messages and commands, and the hints of UpdateAllViews.
+#pragma once
+
+#include "platform/types.h"
+
+// All are sent, and so handled before the sender goes on.
+constexpr UINT WM_PAGE_POSITION = 0x405;   // page view to main frame: left and top scroll position in pixels
+constexpr UINT WM_PAGE_RESOLUTION = 0x406; // document to main frame: horizontal and vertical dots per inch
+constexpr UINT WM_PAGE_SIZE = 0x407;       // document to main frame: width and depth in pixels
+constexpr UINT WM_PAGE_CENTER = 0x408; // 0 and the view that knows the picked point; the frame passes it on
+constexpr UINT WM_PAGE_CLOSED = 0x40a; // document to its views: 0 and the document
+
+constexpr UINT kScaledPageCommand = 32769;
+constexpr UINT kInchesCommand = 32771;
+constexpr UINT kMillimetersCommand = 32772;
+constexpr UINT kPixelsCommand = 32773;
+constexpr UINT kPointsCommand = 32774;
+constexpr UINT kOpenMultipleCommand = 32775;
+constexpr UINT kNextPageCommand = 32776;
+constexpr UINT kLinesPerUpdateCommand = 32777;
+
+// Status panes.
+constexpr UINT kPositionIndicator = 59136;
+constexpr UINT kResolutionIndicator = 59137;
+constexpr UINT kSizeIndicator = 59138;
+
+constexpr UINT kDragCursor = 103;
+constexpr UINT kFrameResource = 2; // menu, accelerators, icon and the template's string
+
+constexpr LPARAM kHintPage = 0;         // another page, or none
+constexpr LPARAM kHintReducedLines = 1; // the reduced picture has grown; the page itself is as it was

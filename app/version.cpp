@@ -1,0 +1,3 @@
+#include "app/version.h"
+
+const char kLumentaVersion[] = LUMENTA_VERSION; // from the build
