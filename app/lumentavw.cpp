@@ -32,7 +32,7 @@ void CLumentaView::OnUpdate(CView* sender, LPARAM hint, CObject* hint_object)
 {
     if (hint == kHintReducedLines)
         return;
-    CView::OnUpdate(sender, hint, hint_object);
+    CLumenta::OnUpdate(sender, hint, hint_object);
     const CRect client = GetClientRect();
     SetupScrollSizes(client.Width(), client.Height(), 1);
 }

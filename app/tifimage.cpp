@@ -24,7 +24,7 @@ constexpr const char* kOpenMode = "rbmO"; // m: no mapping, O: strip places on d
 constexpr int64_t kAllocationLimit = int64_t{64} << 20; // what an open may ask for in one piece
 // A strip may be larger than its rows: the worst of the fax codes takes 12 bits for two pixels.
 constexpr int64_t kLargestExpansion = 8;
-constexpr int64_t kStripOverhead = 64 * 1024;
+constexpr int64_t kStripOverhead = int64_t{64} << 10;
 
 constexpr int64_t kLargestSide = 0x7ffffff7;     // with room for rounding up
 constexpr int64_t kLargestScanline = 0x7ffffff8; // BytesPerRow rounds up to a multiple of 4
@@ -43,7 +43,8 @@ TIFF* OpenTiff(int file, const CString& path, int64_t limit)
     const int own = dup(file);
     if (own < 0)
         return nullptr;
-    lseek(own, 0, SEEK_SET); // the header is read from where the descriptor stands, which an earlier open has moved
+    // The header is read from where the descriptor stands, and an earlier open has moved that.
+    lseek(own, 0, SEEK_SET);
     TIFF* const handle = TIFFFdOpenExt(own, path.c_str(), kOpenMode, options.get());
     if (!handle)
         close(own);
@@ -73,7 +74,7 @@ int TIFFImage::Fail(const char* words)
 int TIFFImage::Open(const CString& path)
 {
     // The argument may be this object's own Path, which closing empties.
-    const CString wanted = path;
+    const CString wanted = path; // NOLINT(performance-unnecessary-copy-initialization)
     Close();
     Path = wanted;
     const int file = OpenRegularFile(Path);
@@ -136,6 +137,14 @@ bool TIFFImage::ReadTags()
     if (width > kLargestSide || height > kLargestSide || scanline < 0 || scanline > kLargestScanline)
         return false;
 
+    uint16_t compression = COMPRESSION_NONE;
+    TIFFGetFieldDefaulted(Tiff, TIFFTAG_COMPRESSION, &compression);
+    IsFaxCoded = compression == COMPRESSION_CCITTRLE || compression == COMPRESSION_CCITTRLEW ||
+                 compression == COMPRESSION_CCITTFAX3 || compression == COMPRESSION_CCITTFAX4;
+    RowsPerStrip = 0;
+    TIFFGetFieldDefaulted(Tiff, TIFFTAG_ROWSPERSTRIP, &RowsPerStrip);
+    RowsPerStrip = std::max<uint32_t>(RowsPerStrip, 1);
+
     BitsPerPixel = bits;
     Width = static_cast<int32_t>(width);
     Height = static_cast<int32_t>(height);
@@ -152,9 +161,7 @@ bool TIFFImage::ReadTags()
 // Bytes that a strip of this page can need, whatever the file says of it.
 int64_t TIFFImage::StripAllowance(int64_t file_bytes) const
 {
-    uint32_t rows_per_strip = 0;
-    TIFFGetFieldDefaulted(Tiff, TIFFTAG_ROWSPERSTRIP, &rows_per_strip);
-    const int64_t rows = std::min<int64_t>(rows_per_strip, Height);
+    const int64_t rows = std::min<int64_t>(RowsPerStrip, Height);
     const int64_t packed_bytes = rows * ScanlineSize; // both below 2^31
     return packed_bytes > (file_bytes - kStripOverhead) / kLargestExpansion
                ? file_bytes
@@ -201,11 +208,23 @@ int TIFFImage::ReadRow(uint8_t* buffer, int32_t rowBytes)
     // The whole row: a strip that ends early leaves some bytes of the scanline unwritten.
     memset(buffer, 0, static_cast<size_t>(rowBytes));
     ++CurrentRow;
-    if (TIFFReadScanline(Tiff, buffer, static_cast<uint32_t>(CurrentRow), 0) != 1) {
+    const auto row = static_cast<uint32_t>(CurrentRow);
+    if (!CanHoldRow(row) || TIFFReadScanline(Tiff, buffer, row, 0) != 1) {
         ErrorText = kReadError;
         return 0;
     }
     return 1;
+}
+
+// A row of the fax codes takes one bit at least. Behind the end of a strip's data libtiff delivers rows
+// without end or complaint, so a page that claims more of them than its strip can hold would decode for
+// minutes.
+bool TIFFImage::CanHoldRow(uint32_t row) const
+{
+    if (!IsFaxCoded)
+        return true;
+    const uint32_t in_strip = row % RowsPerStrip;
+    return in_strip < 8 || in_strip / 8 < TIFFGetStrileByteCount(Tiff, row / RowsPerStrip);
 }
 
 int TIFFImage::Rewind()
@@ -221,7 +240,7 @@ int TIFFImage::IsValid()
 
 CString LabelFromPath(const CString& path)
 {
-    const CString name = path.Mid(path.FindLastOf("\\/:") + 1);
+    CString name = path.Mid(path.FindLastOf("\\/:") + 1);
     const CString extension = name.Right(4);
     if (extension.CompareNoCase(".tif") == 0 || extension.CompareNoCase(".low") == 0)
         return name.Left(name.GetLength() - 4);

@@ -28,9 +28,12 @@ private:
     int Fail(const char* words);
     bool ReadTags();
     int64_t StripAllowance(int64_t file_bytes) const;
+    bool CanHoldRow(uint32_t row) const;
 
     tiff* Tiff = nullptr;     // null while closed
     int32_t ScanlineSize = 0; // bytes of a row as libtiff counts them
+    uint32_t RowsPerStrip = 0;
+    bool IsFaxCoded = false;
 };
 
 // The label of a page without a name of its own: the file's name without directory and without ".tif" or

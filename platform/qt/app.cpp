@@ -105,7 +105,8 @@ void CWinApp::SetRegistryKey(const CString& company)
 int CWinApp::GetProfileInt(const char* section, const char* key, int default_value) const
 {
     bool good = false;
-    const int value = OpenSettings(m_company).value(ProfileKey(section, key)).toInt(&good);
+    // Through the text: the toolkit's own conversion cuts a number that is too large.
+    const int value = OpenSettings(m_company).value(ProfileKey(section, key)).toString().toInt(&good);
     return good ? value : default_value;
 }
 
@@ -113,6 +114,7 @@ CString CWinApp::GetProfileString(const char* section, const char* key, const CS
 {
     const QVariant value = OpenSettings(m_company).value(ProfileKey(section, key));
     switch (value.typeId()) {
+    case QMetaType::Int: // written by this run
     case QMetaType::QString: return FromQString(value.toString());
     case QMetaType::QByteArray: return value.toByteArray().toStdString(); // no UTF-8, see below
     default: return default_value;

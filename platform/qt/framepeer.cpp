@@ -22,6 +22,7 @@ namespace
 // A page may have any size, so the frame's least size must not hang on its inside.
 constexpr int kLeastWidth = 160; // logical units
 constexpr int kLeastHeight = 120;
+constexpr int kSettleMs = 50;
 
 bool CanPlaceWindows()
 {
@@ -57,6 +58,9 @@ bool ShowsOnScreen(const CRect& rect)
 FrameWidget::FrameWidget(CFrameWnd* owner, const CREATESTRUCT& cs) : m_owner(owner)
 {
     setMinimumSize(kLeastWidth, kLeastHeight);
+    m_settle.setSingleShot(true);
+    m_settle.setInterval(kSettleMs);
+    connect(&m_settle, &QTimer::timeout, this, [this] { MatchPlace(); });
     setContextMenuPolicy(Qt::NoContextMenu);
     if (const char* const* icon = AfxGetApp() ? AfxGetApp()->GetResources().icon : nullptr)
         setWindowIcon(QIcon(QPixmap(icon)));
@@ -124,6 +128,8 @@ void FrameWidget::PlaceFrame(const CRect& rect)
                 ToDevicePixels(wanted.left() + wanted.width(), ratio),
                 ToDevicePixels(wanted.top() + wanted.height(), ratio)};
     m_normal = m_wanted;
+    if (isVisible()) // and its margins are known
+        m_wanted = {};
     const QSize margins = frameGeometry().size() - size();
     resize(wanted.size() - margins);
     if (CanPlaceWindows())
@@ -143,6 +149,14 @@ void FrameWidget::MatchPlace()
     if (!margins.isEmpty() && size() + margins != wanted)
         resize(wanted - margins);
     RecordPlace();
+}
+
+// A window that was maximized from the start gets its margins when it is made smaller, by several events whose
+// order is the window manager's.
+void FrameWidget::MatchPlaceSoon()
+{
+    if (isVisible() && !m_placing && !m_wanted.IsEmpty())
+        m_settle.start();
 }
 
 void FrameWidget::RecordPlace()
@@ -184,12 +198,15 @@ void FrameWidget::moveEvent(QMoveEvent* event)
 void FrameWidget::resizeEvent(QResizeEvent* event)
 {
     QMainWindow::resizeEvent(event);
+    MatchPlaceSoon();
     RecordPlace();
 }
 
 void FrameWidget::changeEvent(QEvent* event)
 {
     QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::WindowStateChange)
+        MatchPlaceSoon();
     if (event->type() == QEvent::ActivationChange && isActiveWindow() && m_owner &&
         m_owner->GetActiveView()) {
         CView* view = m_owner->GetActiveView();
@@ -200,10 +217,12 @@ void FrameWidget::changeEvent(QEvent* event)
 void FrameWidget::showEvent(QShowEvent* event)
 {
     QMainWindow::showEvent(event);
+    m_placing = true;
     // The window manager tells its margins when it shows the window, by events that are handled before these.
     QTimer::singleShot(0, this, [this] {
-        QWindow* handle = windowHandle();
+        const QWindow* handle = windowHandle();
         if (handle && handle->isExposed()) {
+            m_placing = false;
             MatchPlace();
             return;
         }
@@ -211,6 +230,7 @@ void FrameWidget::showEvent(QShowEvent* event)
         waiting->setInterval(10);
         connect(waiting, &QTimer::timeout, this, [this, waiting] {
             if (!windowHandle() || windowHandle()->isExposed()) {
+                m_placing = false;
                 MatchPlace();
                 waiting->deleteLater();
             }

@@ -13,6 +13,7 @@
 #include <QRegion>
 #include <QScrollBar>
 #include <QStatusBar>
+#include <QTimer>
 #include <QWidget>
 #include <vector>
 
@@ -145,6 +146,10 @@ public:
     void PlaceFrame(const CRect& rect); // the frame's rectangle in device pixels
     CRect NormalFrame() const { return m_normal; }
     CRect FrameToDevice() const;
+    bool IsPlacing() const
+    {
+        return m_placing && isVisible() && !isMinimized();
+    }                  // shown, and not matched yet
     void MatchPlace(); // once the window manager has told its margins
 
 protected:
@@ -158,11 +163,14 @@ protected:
 
 private:
     void MakeMenu();
+    void MatchPlaceSoon();
     void RecordPlace();
 
     CFrameWnd* m_owner;
+    QTimer m_settle;
     CRect m_wanted; // not yet matched; empty: nothing to match
     CRect m_normal;
+    bool m_placing = false;
 };
 
 class FramePeer final : public WindowPeer

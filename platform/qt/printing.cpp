@@ -6,6 +6,7 @@
 #include "platform/qt/queue.h"
 
 #include <QDialog>
+#include <QFileInfo>
 #include <QImage>
 #include <QLoggingCategory>
 #include <QPageSetupDialog>
@@ -142,6 +143,17 @@ bool PrintPages(CView* view, CPrintInfo* info, QPrinter* printer)
            printer->printerState() != QPrinter::Aborted;
 }
 
+// False if the file that was printed to is cut short: the toolkit does not look whether its writes succeed.
+bool IsComplete(const QPrinter& printer)
+{
+    if (printer.outputFormat() != QPrinter::PdfFormat || !QFileInfo(printer.outputFileName()).isFile())
+        return true;
+    QFile file(printer.outputFileName());
+    constexpr qint64 kTail = 16;
+    return file.open(QIODevice::ReadOnly) && file.seek(std::max<qint64>(0, file.size() - kTail)) &&
+           file.readAll().contains("%%EOF");
+}
+
 QWidget* ParentFor(const CWnd* window)
 {
     return window && window->Peer() ? window->Peer()->Widget()->window() : nullptr;
@@ -181,7 +193,7 @@ void CView::OnFilePrint()
     QPrinter& printer = Printer();
     if (GetDocument())
         printer.setDocName(ToQString(GetDocument()->GetTitle()));
-    if (!PrintPages(this, &info, &printer))
+    if (!PrintPages(this, &info, &printer) || !IsComplete(printer))
         AfxMessageBox("Printing failed");
 }
 

@@ -141,7 +141,9 @@ void Queue::Turn()
     if (m_modal > 0) // a handler left one open: only if it runs a loop of its own, which is over by now
         return;
     const bool left = !m_keys.empty() || !m_dirty.empty() || !m_posted.empty();
-    if (!left || m_inputSinceShow || !m_sinceShow.isValid() || m_sinceShow.elapsed() >= kShowEveryMs)
+    // Input is answered by the paint that follows it, not by what was gathered before.
+    const bool answered = m_inputSinceShow && m_dirty.empty();
+    if (!left || answered || !m_sinceShow.isValid() || m_sinceShow.elapsed() >= kShowEveryMs)
         ShowGathered();
     if (left) {
         Kick();
@@ -203,6 +205,7 @@ void Queue::ShowGathered()
     for (ViewWidget* view : m_shown)
         view->ShowChanged();
     m_shown.clear();
-    m_inputSinceShow = false;
+    if (m_dirty.empty())
+        m_inputSinceShow = false;
     m_sinceShow.start();
 }

@@ -7,6 +7,7 @@
 #include "platform/qt/services.h"
 
 #include <QApplication>
+#include <QBackingStore>
 #include <QDropEvent>
 #include <QElapsedTimer>
 #include <QKeyEvent>
@@ -14,7 +15,6 @@
 #include <QMenuBar>
 #include <QMimeData>
 #include <QMouseEvent>
-#include <QScreen>
 #include <QShortcut>
 #include <QUrl>
 #include <QWheelEvent>
@@ -70,7 +70,14 @@ bool PumpUntilIdle(int limit_ms)
 {
     // Once round at least: what the display has sent may be what starts the work.
     QCoreApplication::processEvents();
-    return PumpUntil([] { return Queue::Get().IsIdle(); }, limit_ms);
+    return PumpUntil(
+        [] {
+            for (const QWidget* widget : QApplication::topLevelWidgets())
+                if (const auto* frame = dynamic_cast<const FrameWidget*>(widget); frame && frame->IsPlacing())
+                    return false;
+            return Queue::Get().IsIdle();
+        },
+        limit_ms);
 }
 
 void SetMessageBoxHook(std::function<void(const CString&)> hook)
@@ -102,9 +109,10 @@ GrabbedPixels GrabWindow(CWnd& window)
     // What the toolkit was told to copy to the screen and nothing more, then what stands there.
     QWidget* top = view->window();
     QCoreApplication::sendPostedEvents(top, QEvent::UpdateRequest);
-    QImage shown = top->screen()->grabWindow(top->winId()).toImage();
-    if (shown.isNull())
-        shown = top->grab().toImage();
+    QBackingStore* store = top->backingStore();
+    QPaintDevice* device = store ? store->paintDevice() : nullptr;
+    const QImage shown = device && device->devType() == QInternal::Image ? *static_cast<QImage*>(device)
+                                                                         : top->grab().toImage();
     const CRect rect = view->DeviceRect();
     const QImage image = shown.copy(QRect(rect.left, rect.top, rect.Width(), rect.Height()) & shown.rect())
                              .convertToFormat(QImage::Format_RGB32);
@@ -151,10 +159,9 @@ MousePlace PlaceOf(ViewWidget* view, CPoint point)
             scene + QPointF(view->window()->mapToGlobal(QPoint(0, 0)))};
 }
 
-void SendMouseEvent(CWnd& window, QEvent::Type type, CPoint point, Qt::MouseButton button,
+void SendMouseEvent(ViewWidget* view, QEvent::Type type, CPoint point, Qt::MouseButton button,
                     Qt::MouseButtons buttons)
 {
-    ViewWidget* view = ViewOf(&window);
     if (!view)
         return;
     const MousePlace place = PlaceOf(view, point);
@@ -187,30 +194,47 @@ void PressAccelerator(CWnd& window, const char* keys)
 
 void MoveMouse(CWnd& window, CPoint point)
 {
-    SendMouseEvent(window, QEvent::MouseMove, point, Qt::NoButton, g_buttons);
+    SendMouseEvent(ViewOf(&window), QEvent::MouseMove, point, Qt::NoButton, g_buttons);
 }
+
+namespace
+{
+Qt::MouseButton ButtonOf(bool right)
+{
+    return right ? Qt::RightButton : Qt::LeftButton;
+}
+
+void Press(ViewWidget* view, CPoint point, Qt::MouseButton button,
+           QEvent::Type type = QEvent::MouseButtonPress)
+{
+    g_buttons |= button;
+    SendMouseEvent(view, type, point, button, g_buttons);
+}
+
+void Release(ViewWidget* view, CPoint point, Qt::MouseButton button)
+{
+    g_buttons &= ~Qt::MouseButtons(button);
+    SendMouseEvent(view, QEvent::MouseButtonRelease, point, button, g_buttons);
+}
+} // namespace
 
 void PressMouse(CWnd& window, CPoint point, bool right)
 {
-    const Qt::MouseButton button = right ? Qt::RightButton : Qt::LeftButton;
-    g_buttons |= button;
-    SendMouseEvent(window, QEvent::MouseButtonPress, point, button, g_buttons);
+    Press(ViewOf(&window), point, ButtonOf(right));
 }
 
 void ReleaseMouse(CWnd& window, CPoint point, bool right)
 {
-    const Qt::MouseButton button = right ? Qt::RightButton : Qt::LeftButton;
-    g_buttons &= ~Qt::MouseButtons(button);
-    SendMouseEvent(window, QEvent::MouseButtonRelease, point, button, g_buttons);
+    Release(ViewOf(&window), point, ButtonOf(right));
 }
 
 void DoubleClick(CWnd& window, CPoint point, bool right)
 {
-    const Qt::MouseButton button = right ? Qt::RightButton : Qt::LeftButton;
-    PressMouse(window, point, right);
-    ReleaseMouse(window, point, right);
-    SendMouseEvent(window, QEvent::MouseButtonDblClick, point, button, button);
-    ReleaseMouse(window, point, right);
+    const QPointer<ViewWidget> view(ViewOf(&window)); // any of the four may end the window
+    Press(view, point, ButtonOf(right));
+    Release(view, point, ButtonOf(right));
+    Press(view, point, ButtonOf(right), QEvent::MouseButtonDblClick);
+    Release(view, point, ButtonOf(right));
 }
 
 void TurnWheel(CWnd& window, int angle_x, int angle_y, bool shift)

@@ -1,0 +1,43 @@
+// Runs a fuzz target over every file of a directory, in the order of their names.
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+
+int main(int argc, char** argv)
+{
+    if (argc != 2) {
+        fprintf(stderr, "usage: %s DIRECTORY\n", argc > 0 ? argv[0] : "corpus");
+        return 2;
+    }
+    std::vector<std::filesystem::path> files;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator{argv[1], error})
+        if (entry.is_regular_file())
+            files.push_back(entry.path());
+    std::sort(files.begin(), files.end());
+    for (const std::filesystem::path& path : files) {
+        printf("%s\n", path.filename().c_str()); // the last one is the culprit
+        fflush(stdout);
+        std::ifstream stream{path, std::ios::binary};
+        const std::string bytes{std::istreambuf_iterator<char>{stream}, {}};
+        if (!stream) {
+            fprintf(stderr, "cannot be read\n");
+            return 1;
+        }
+        // A block of exactly the file's size, so that a read behind it is seen.
+        const std::vector<uint8_t> input{bytes.begin(), bytes.end()};
+        LLVMFuzzerTestOneInput(input.data(), input.size());
+    }
+    if (files.empty()) {
+        fprintf(stderr, "no files in %s\n", argv[1]);
+        return 1;
+    }
+    return 0;
+}

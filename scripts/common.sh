@@ -1,0 +1,190 @@
+# shellcheck shell=bash
+# What the scripts share; to be sourced. Gives root (the top of the source tree), scratch (a directory that goes
+# away with the script), packages on demand, configure-and-build, and a private display with an own environment.
+# Sets the EXIT trap: processes that a script starts go into at_exit_kill, and end with it.
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
+scratch=$(mktemp -d "${TMPDIR:-/tmp}/lumenta-XXXXXX")
+at_exit_kill=()
+
+# shellcheck source=scripts/packages.sh
+source "$root/scripts/packages.sh"
+
+say() { printf '\n== %s\n' "$*"; }
+die() { printf '%s: %s\n' "${0##*/}" "$*" >&2; exit 1; }
+
+clean_up()
+{
+  local i
+  # The last one started ends first: programs before the window manager, that before its display.
+  for ((i = ${#at_exit_kill[@]} - 1; i >= 0; i--)); do
+    end_process "${at_exit_kill[i]}"
+  done
+  rm -rf "$scratch"
+}
+trap clean_up EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM
+trap 'exit 129' HUP
+
+# Ends one process of ours: asks it first, and does not ask again after two seconds.
+end_process()
+{
+  local pid=$1
+  kill "$pid" 2>/dev/null || true
+  wait_for 2 process_gone "$pid" || kill -KILL "$pid" 2>/dev/null || true
+  wait "$pid" 2>/dev/null || true
+}
+
+# A process that has ended and waits to be collected counts as gone.
+process_gone()
+{
+  local line
+  line=$(cat "/proc/$1/stat" 2>/dev/null) || return 0
+  [[ ${line##*) } == [ZX]* ]]
+}
+
+# wait_for SECONDS COMMAND...: runs the command until it succeeds; 1 if it has not within that time.
+wait_for()
+{
+  local end=$((SECONDS + $1 + 1))
+  shift
+  until "$@"; do
+    ((SECONDS < end)) || return 1
+    sleep 0.05
+  done
+}
+
+# need GROUP...: installs what is missing of these package groups, and touches nothing when nothing is.
+need()
+{
+  local wanted missing=() package as_root=()
+  wanted=$(packages_of "$@")
+  if ! command -v dpkg-query >/dev/null; then
+    echo "This is no Debian system; what these packages hold has to be there: $(paste -sd ' ' <<<"$wanted")" >&2
+    return 0
+  fi
+  for package in $wanted; do
+    [[ $(dpkg-query -W -f='${db:Status-Abbrev}' "$package" 2>/dev/null) == ii* ]] || missing+=("$package")
+  done
+  ((${#missing[@]})) || return 0
+  if ((EUID != 0)); then
+    command -v sudo >/dev/null || die "packages are missing, and there is neither root nor sudo to install them.
+Have them installed with: apt-get install --no-install-recommends ${missing[*]}"
+    as_root=(sudo)
+  fi
+  say "installing ${missing[*]}"
+  "${as_root[@]}" apt-get -q update
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o DPkg::Lock::Timeout=300 \
+    install --no-install-recommends "${missing[@]}"
+}
+
+# Compilers to run at once: one a core, but no more than memory has room for; LUMENTA_JOBS overrides.
+parallel_jobs()
+{
+  local cores room
+  if [[ -n ${LUMENTA_JOBS:-} ]]; then
+    echo "$LUMENTA_JOBS"
+    return
+  fi
+  cores=$(nproc)
+  room=$(awk '/^MemAvailable:/ { print int($2 / 800000) }' /proc/meminfo) # 0.8 GB for one with the Qt headers
+  ((room >= 1)) || room=1
+  echo $((cores < room ? cores : room))
+}
+
+# build_preset PRESET DIRECTORY [-Dx=y...] [-- TARGET...]: configures the preset into build/DIRECTORY and builds.
+build_preset()
+{
+  local preset=$1 directory=$root/build/$2 settings=()
+  shift 2
+  while (($#)) && [[ $1 != -- ]]; do
+    settings+=("$1")
+    shift
+  done
+  (($# == 0)) || shift
+  say "building preset $preset in build/${directory##*/}"
+  (cd "$root" && cmake --preset "$preset" -B "$directory" "${settings[@]}" >/dev/null)
+  cmake --build "$directory" --parallel "$(parallel_jobs)" ${1+--target "$@"}
+}
+
+# The build that the tests run in. It has no benchmark programs, so it does without their packages.
+build_tests() { build_preset release test -DLUMENTA_BENCH=OFF; }
+
+# tree_files DIRECTORY: the files of a source tree below it, one a line: those that git tracks or would track, or
+# all but build directories where there is no git.
+tree_files()
+{
+  local top=$1 file
+  if [[ $(git -C "$top" rev-parse --show-toplevel 2>/dev/null) == "$(cd "$top" && pwd -P)" ]]; then
+    git -C "$top" ls-files --cached --others --exclude-standard
+  else
+    (cd "$top" && find . -type d \( -name .git -o -path ./build \) -prune -o -type f -print | sed 's,^\./,,')
+  fi | sort -u | while IFS= read -r file; do
+    [[ ! -f $top/$file ]] || printf '%s\n' "$file" # a tracked file may have been deleted
+  done
+}
+
+# An environment of our own: neither the user's settings nor a desktop's bus, scaling or theme reach the programs
+# started in it. The bus address leads nowhere on purpose: a bus that accepts and never answers hangs Qt for good.
+private_environment()
+{
+  unset WAYLAND_DISPLAY QT_QPA_PLATFORM QT_QPA_PLATFORMTHEME QT_STYLE_OVERRIDE QT_SCALE_FACTOR \
+    QT_SCREEN_SCALE_FACTORS QT_AUTO_SCREEN_SCALE_FACTOR QT_ENABLE_HIGHDPI_SCALING QT_FONT_DPI
+  mkdir -p "$scratch/config"
+  export XDG_CONFIG_HOME=$scratch/config
+  export DBUS_SESSION_BUS_ADDRESS=unix:path=$scratch/no-bus
+  export LC_ALL=C.UTF-8
+  if [[ -z ${XDG_RUNTIME_DIR:-} ]]; then
+    mkdir -m 700 "$scratch/runtime"
+    export XDG_RUNTIME_DIR=$scratch/runtime
+  fi
+}
+
+# start_display [WIDTHxHEIGHT]: a private X server whose one screen has that size; exports DISPLAY.
+start_display()
+{
+  local size=${1:-1280x960} number=
+  mkfifo "$scratch/display"
+  Xvfb -displayfd 3 -screen 0 "${size}x24" -dpi 96 -nolisten tcp -noreset \
+    3>"$scratch/display" >"$scratch/xvfb.log" 2>&1 &
+  at_exit_kill+=("$!")
+  # The server writes its number when it is ready for clients; if it ends before that, the pipe closes.
+  if ! read -r -t 30 number <"$scratch/display" || [[ -z $number ]]; then
+    cat "$scratch/xvfb.log" >&2
+    die "the private display did not start"
+  fi
+  rm -f "$scratch/display"
+  export DISPLAY=:$number
+  unset WAYLAND_DISPLAY
+}
+
+# A window manager on the private display: without one no window becomes active, and no key reaches any.
+start_window_manager()
+{
+  mkdir -p "$scratch/cache"
+  XDG_CACHE_HOME=$scratch/cache openbox --sm-disable >"$scratch/openbox.log" 2>&1 3>&- &
+  at_exit_kill+=("$!")
+  if ! wait_for 30 window_manager_ready; then
+    cat "$scratch/openbox.log" >&2
+    die "the window manager did not start"
+  fi
+}
+
+window_manager_ready() { xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id'; }
+
+# run_tests BUILD [CTEST-ARGUMENT...]: runs the tests of a build on a private display; the last line printed is
+# ctest's count of them, the status its own. A build without tests fails.
+run_tests()
+{
+  local build=$1 status=0
+  shift
+  private_environment
+  start_display 1280x960
+  start_window_manager
+  ctest --test-dir "$build" --output-on-failure --no-tests=error --parallel "$(parallel_jobs)" "$@" 2>&1 |
+    tee "$scratch/ctest.log" || status=$?
+  echo
+  grep -E '^[0-9]+% tests passed' "$scratch/ctest.log" || echo "no tests were run"
+  return "$status"
+}

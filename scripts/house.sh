@@ -1,0 +1,114 @@
+#!/usr/bin/env bash
+# house.sh [DIRECTORY]: the rules of the house that need no compiler, checked in a source tree (this one, or that
+# of DIRECTORY): who may include whom, trailing blanks, sizes, references that a reader of the tree cannot follow.
+# Prints one line a finding, FILE:LINE: what is wrong, and ends with 1 if there was any.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+tree=$(cd "${1:-$root}" && pwd -P)
+cd "$tree"
+found=$scratch/found
+: >"$found"
+
+tree_files . >"$scratch/files"
+# Corpus entries, samples and pictures are data: only their size counts.
+grep -vE '^(fuzz/corpus|samples)/|\.(png|tif|ico)$' "$scratch/files" >"$scratch/texts" || true
+grep -E '\.(h|hpp|c|cc|cpp)$' "$scratch/texts" >"$scratch/sources" || true
+[[ -s $scratch/files ]] || die "no files in $tree"
+
+# of_rooms PATTERN: the sources whose path matches.
+of_rooms() { grep -E "$1" "$scratch/sources" || true; }
+
+# complain TEXT PATTERN [GREP-OPTION...]: a finding for each line that matches in the files named on the input.
+complain()
+{
+  local text=$1 pattern=$2
+  shift 2
+  tr '\n' '\0' | { xargs -0 -r grep -HnIE "$@" -e "$pattern" -- || true; } | cut -d: -f1,2 |
+    sed "s|\$|: $text|" >>"$found"
+}
+
+# --- Qt stays behind platform/qt ----------------------------------------------------------------------------
+
+qt_include='^[[:space:]]*#[[:space:]]*include[[:space:]]*([<"]([^">]*/)?Q([A-Z]|t[A-Z])|<q[a-z]+\.h>)'
+qt_name='\bQt::|^[[:space:]]*(class|struct)[[:space:]]+Q[A-Z][A-Za-z]*[[:space:]]*;'
+qt_name+='|^[^#]*\bQ(Widget|String|Object|Event|Image|Painter|Application|Settings|Printer|Dialog|Menu|Timer)\b'
+qt_free='^(app|lib)/|^platform/([^/]+|posix/.*)$'
+of_rooms "$qt_free" | complain "includes Qt outside platform/qt" "$qt_include"
+of_rooms "$qt_free" | complain "names a type of Qt outside platform/qt" "$qt_name"
+
+# --- Who includes whom --------------------------------------------------------------------------------------
+
+# FILE LINE NAME of each include in quotes or angles, the name with its opening mark: "wnd.h or <vector.
+list_includes()
+{
+  tr '\n' '\0' | { xargs -0 -r grep -HnE '^[[:space:]]*#[[:space:]]*include[[:space:]]*["<]' -- || true; } |
+    sed -E 's/^([^:]*):([0-9]+):[[:space:]]*#[[:space:]]*include[[:space:]]*(["<][^">]*).*/\1 \2 \3/'
+}
+
+declare -A is_source=() room_has=() # paths; ROOM NAME for each header of a room, by every tail of its path
+while IFS= read -r file; do
+  is_source[$file]=1
+  tail=$file
+  while [[ $tail == */* ]]; do
+    tail=${tail#*/}
+    room_has["${file%%/*} $tail"]=1
+  done
+done <"$scratch/sources"
+
+# in_room ROOM FILE NAME: whether FILE's include NAME means a header of that room. A name is sought beside the file
+# and in the file's own room first, as the compiler does.
+in_room()
+{
+  local room=$1 file=$2 name=$3
+  [[ $name != "$room"/* && $name != */"$room"/* ]] || return 0
+  [[ -z ${is_source[${file%/*}/$name]:-} && -z ${room_has["${file%%/*} $name"]:-} ]] || return 1
+  [[ -n ${room_has["$room $name"]:-} || ($room == lib && $name == kesterlib/*) ]]
+}
+
+c_headers='assert|complex|ctype|errno|fenv|float|inttypes|iso646|limits|locale|math|setjmp|signal|stdalign|stdarg'
+c_headers+='|stdatomic|stdbool|stddef|stdint|stdio|stdlib|stdnoreturn|string|tgmath|threads|time|uchar|wchar|wctype'
+c_headers+='|immintrin|arm_neon' # the compiler's own, for vector instructions
+
+of_rooms '^(app|lib|platform)/' | list_includes | while read -r file line include; do
+  name=${include:1}
+  wrong=
+  case ${file%%/*} in
+  platform)
+    ! in_room app "$file" "$name" || wrong="platform includes app"
+    ! in_room lib "$file" "$name" || wrong="platform includes lib"
+    ;;
+  lib)
+    ! in_room app "$file" "$name" || wrong="lib includes app"
+    ! in_room platform "$file" "$name" || wrong="lib includes platform"
+    if [[ -z $wrong && $include == '<'* && $name != kesterlib/* ]]; then
+      [[ $name =~ ^([a-z_]+|($c_headers)\.h)$ ]] || wrong="lib includes more than the standard library"
+    fi
+    ;;
+  app)
+    [[ ! $name =~ (^|/)(qt|posix)/ ]] || wrong="app includes what is private to platform"
+    ;;
+  esac
+  [[ -z $wrong ]] || printf '%s:%s: %s: %s\n' "$file" "$line" "$wrong" "$name" >>"$found"
+done
+
+# --- Blanks, sizes, references ------------------------------------------------------------------------------
+
+complain "blanks at the end of the line" $'[ \t\r]+$' <"$scratch/texts"
+
+tr '\n' '\0' <"$scratch/files" | xargs -0 stat -c '%s %n' -- |
+  awk '$1 > 1000000 { size = $1; sub(/^[0-9]+ /, ""); print $0 ":0: larger than 1 MB (" size " bytes)" }' >>"$found"
+
+# Papers and places that whoever reads the tree does not have. DEVELOPERS.md says where the papers are. The letter
+# in brackets keeps this file from finding itself.
+papers='\b[s]pec(s|ification|ifications)?\b|\b[p]arts? [0-9]+\.[0-9]|\b[s]ections? [0-9]|\b[s]ubsystem [0-9]'
+papers+='|\b[i]ssue #?[0-9]'
+places='(^|[^A-Za-z0-9_.])/([w]ork|[f]arm|[r]oot|[U]sers)/|(^|[^A-Za-z0-9_.])/[h]ome/[a-z]'
+places+='|https?://(deb|registry|security|mirror)[.]'
+grep -vxF DEVELOPERS.md "$scratch/texts" | complain "refers to a paper outside the tree" "$papers" -i
+complain "names a place of one machine" "$places" <"$scratch/texts"
+
+if [[ -s $found ]]; then
+  sort -u -t: -k1,1 -k2,2n -k3 "$found"
+  exit 1
+fi

@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# The Debian packages that Lumenta needs, in groups; no other file lists any.
+# Sourced, it gives packages_of; called, it prints the packages of the groups named, all on one line:
+#   apt-get install --no-install-recommends $(scripts/packages.sh build test)
+
+packages_of()
+{
+  local group
+  for group in "$@"; do
+    case $group in
+    run) # what the program needs where it runs
+      echo libqt6widgets6 libqt6printsupport6 libtiff6 hicolor-icon-theme fonts-dejavu-core
+      ;;
+    build) # what compiles it
+      echo g++ cmake ninja-build pkg-config qt6-base-dev libtiff-dev libxcb1-dev
+      ;;
+    display) # a private screen, a window manager on it, and tools that look at and work the windows there
+      echo xvfb xauth openbox xdotool x11-utils imagemagick
+      ;;
+    test)
+      packages_of display
+      echo libgtest-dev libgmock-dev libtiff-tools poppler-utils fonts-dejavu-core git
+      ;;
+    check)
+      echo clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev llvm-14 shellcheck git
+      ;;
+    bench)
+      packages_of display
+      echo libbenchmark-dev fonts-dejavu-core
+      ;;
+    *)
+      echo "packages: no group '$group' (run build display test check bench)" >&2
+      return 2
+      ;;
+    esac
+  done
+}
+
+if [[ ${BASH_SOURCE[0]} == "$0" ]]; then
+  set -euo pipefail
+  list=$(packages_of "$@")
+  tr -s ' \n' '\n' <<<"$list" | sort -u | paste -sd ' '
+fi

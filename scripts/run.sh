@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# run.sh [PAGE]: builds the viewer and opens PAGE in it, or the sample page. Where there is no display, it shows
+# the viewer on a private screen, leaves a picture of that in build/lumenta.png and ends.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+(($# <= 1)) || die "one page at most, got $#"
+page=${1:-$root/samples/sample.tif}
+viewer=$root/build/run/app/lumenta
+picture=$root/build/lumenta.png
+
+need run build
+build_preset release run -DLUMENTA_TESTS=OFF -DLUMENTA_BENCH=OFF -- lumenta
+
+if [[ -n ${DISPLAY:-}${WAYLAND_DISPLAY:-} ]]; then
+  rm -rf "$scratch" # exec runs no trap
+  exec "$viewer" "$page"
+fi
+
+need display
+rm -f "$picture"
+private_environment
+start_display 1280x960
+start_window_manager
+
+"$viewer" "$page" >"$scratch/viewer.out" 2>"$scratch/viewer.err" &
+viewer_pid=$!
+at_exit_kill+=("$viewer_pid")
+
+give_up()
+{
+  cat "$scratch/viewer.out" "$scratch/viewer.err" >&2
+  die "$1"
+}
+
+# Whether the viewer has a window on the screen. Stops waiting when it has ended.
+window_shown()
+{
+  ! process_gone "$viewer_pid" || give_up "the viewer ended before it showed a window"
+  window=$(xdotool search --onlyvisible --pid "$viewer_pid" 2>/dev/null | head -n 1)
+  [[ -n $window ]]
+}
+
+# Whether the window has painted: it shows more than one colour, and from one look to the next neither the screen
+# has changed nor the viewer done any work.
+window_painted()
+{
+  local colours now
+  ! process_gone "$viewer_pid" || give_up "the viewer ended before it had painted"
+  colours=$(import -silent -window "$window" -format '%k' info:- 2>/dev/null) || return 1
+  now=$(import -silent -window root -depth 8 rgb:- | cksum)
+  now+=" $(awk '{ print $14 + $15 }' "/proc/$viewer_pid/stat" 2>/dev/null || true)"
+  [[ $now == "${before:-}" ]] && ((colours > 1)) && return 0
+  before=$now
+  sleep 0.2
+  return 1
+}
+
+wait_for 30 window_shown || give_up "no window came within 30 seconds"
+wait_for 60 window_painted || give_up "the window did not come to rest within 60 seconds"
+import -silent -window root "$picture"
+cat "$scratch/viewer.err" >&2
+echo "No display here. The viewer's window is in $picture"

@@ -1,0 +1,101 @@
+#!/usr/bin/env bash
+# Builds a small tree that is in order and wants silence of scripts/house.sh; puts into it, line by line, what
+# breaks each rule and what only looks like it, and wants the former found, each in its line, and nothing else.
+set -euo pipefail
+unset GIT_DIR GIT_WORK_TREE GIT_INDEX_FILE # a commit hook sets them
+
+house=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)/scripts/house.sh
+top=$(mktemp -d "${TMPDIR:-/tmp}/lumenta-house-XXXXXX")
+trap 'rm -rf "$top"' EXIT
+failures=0
+
+fail()
+{
+  printf 'FAILED: %s\n' "$1"
+  printf '%s\n' "$2" | sed 's/^/    /'
+  failures=$((failures + 1))
+}
+
+mkdir -p "$top"/tree/{app,docs,scripts,platform/qt,platform/posix,lib/kesterlib/{include/kesterlib,source},fuzz/corpus/x}
+cd "$top/tree"
+printf '#include "platform/wnd.h"\n#include <kesterlib/unsqz.h>\n#include <tiffio.h>\n' >app/page.h
+printf '#include "page.h"\n#include <vector>\n' >app/page.cpp
+printf '#include <cstdint>\nclass Widget;\n' >platform/wnd.h
+printf '#include "platform/wnd.h"\n#include "qt_window.h"\n#include <QWidget>\n' >platform/qt/wnd.cpp
+printf '#include <QObject>\nclass QWidget;\n' >platform/qt/qt_window.h
+printf '#include "../wnd.h"\n#include <sys/mman.h>\n' >platform/posix/map.cpp
+printf '#include <stdint.h>\n' >lib/kesterlib/include/kesterlib/unsqz.h
+printf '#include "kesterlib/unsqz.h"\n#include <algorithm>\n#include <immintrin.h>\n' >lib/kesterlib/source/unsqz.cpp
+printf 'Read the s%s.\n' pec >DEVELOPERS.md
+printf 'raw \n' >fuzz/corpus/x/blanks
+touch docs/notes.md scripts/x.sh
+
+got=$("$house" . 2>&1) || fail "complained about a tree in order" "$got"
+
+# fine FILE TEXT: a line that breaks no rule.
+fine() { printf '%b\n' "$2" >>"$1"; }
+
+# offence FILE FINDING TEXT: a line that breaks one.
+offence()
+{
+  printf '%b\n' "$3" >>"$1"
+  printf '%s:%d: %s\n' "$1" "$(wc -l <"$1")" "$2" >>"$top/wanted"
+}
+
+outside="includes Qt outside platform/qt"
+offence app/page.cpp "$outside" '#include <QString>'
+offence app/page.h "$outside" '  #  include <QtWidgets/QMenu>'
+offence app/page.h "$outside" '#include <qglobal.h>'
+offence platform/wnd.h "$outside" '#include <QWidget>'
+offence platform/posix/map.cpp "$outside" '#include <QtCore/QFile>'
+offence platform/wnd.h "names a type of Qt outside platform/qt" 'class QPaintDevice;'
+offence app/page.cpp "names a type of Qt outside platform/qt" 'int key = Qt::Key_Left;'
+fine platform/qt/wnd.cpp '#include <QtWidgets/QMenu>'
+fine app/page.cpp '#include "qdecoder.h"'
+fine app/page.cpp '// Quite a Query of QTables.'
+
+offence platform/wnd.h "platform includes app: page.h" '#include "page.h"'
+offence platform/qt/wnd.cpp "platform includes app: ../../app/page.h" '#include "../../app/page.h"'
+offence platform/wnd.h "platform includes lib: kesterlib/unsqz.h" '#include <kesterlib/unsqz.h>'
+offence lib/kesterlib/source/unsqz.cpp "lib includes app: app/page.h" '#include "app/page.h"'
+offence lib/kesterlib/source/unsqz.cpp "lib includes platform: wnd.h" '#include "wnd.h"'
+offence lib/kesterlib/source/unsqz.cpp "lib includes more than the standard library: tiffio.h" '#include <tiffio.h>'
+offence lib/kesterlib/source/unsqz.cpp "lib includes more than the standard library: sys/mman.h" '#include <sys/mman.h>'
+offence app/page.cpp "app includes what is private to platform: platform/qt/qt_window.h" '#include "platform/qt/qt_window.h"'
+fine platform/posix/map.cpp '#include <map>\n#include "platform/wnd.h"'
+
+offence app/page.cpp "blanks at the end of the line" 'int x; '
+offence scripts/x.sh "blanks at the end of the line" 'true\t'
+offence docs/notes.md "blanks at the end of the line" 'a line of another system\r'
+
+paper="refers to a paper outside the tree"
+offence docs/notes.md "$paper" "as the s""pec has it"
+offence app/page.cpp "$paper" "// S""pecification, chapter two"
+offence app/page.cpp "$paper" "// see P""art 1.4"
+offence scripts/x.sh "$paper" "# s""ection 8.2 says why"
+offence docs/notes.md "$paper" "closes i""ssue #3"
+fine app/page.cpp '// A specific part of a section; the special part 3 of 4 is specified here.'
+
+place="names a place of one machine"
+offence scripts/x.sh "$place" "cd /w""ork/main"
+offence docs/notes.md "$place" "pages in /h""ome/anna/pages"
+offence docs/notes.md "$place" "deb http""s://deb.example.org stable"
+fine docs/notes.md 'the tree in network/home/, a page in /export/work.tif'
+
+head -c 1000000 /dev/zero >fuzz/corpus/x/just_right
+head -c 1000001 /dev/zero >fuzz/corpus/x/large
+echo "fuzz/corpus/x/large:0: larger than 1 MB (1000001 bytes)" >>"$top/wanted"
+
+"$house" . >"$top/got" 2>&1 && fail "passed a tree full of offences" ""
+difference=$(diff <(sort "$top/wanted") <(sort "$top/got")) || fail "wanted (<) and found (>)" "$difference"
+
+# With git, what it ignores is not looked at, and what it does not track yet is.
+rm -rf "$top/tree" && mkdir -p "$top/tree/app" "$top/tree/made" && cd "$top/tree"
+git init -q .
+printf '/made/\n' >.gitignore
+printf '#include <QString>\n' | tee made/page.h >app/page.h
+got=$("$house" . 2>&1) && fail "passed a file that git does not track yet" "$got"
+[[ $got == "app/page.h:1: $outside" ]] || fail "wanted app/page.h alone" "$got"
+
+((failures == 0)) || exit 1
+echo "house_test passed"
