@@ -3,7 +3,7 @@
 
 #include "platform/app.h"
 
-// True if the environment names a display or a platform that needs none.
+// True if the environment names a display that answers, or a platform of its own.
 bool HasDisplay();
 
 // Runs the application until its main window is gone: InitInstance, the message loop, ExitInstance.

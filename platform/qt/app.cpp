@@ -146,14 +146,26 @@ void CWinApp::QuitMessageLoop()
         QCoreApplication::exit();
 }
 
+namespace
+{
+bool IsSet(const char* name)
+{
+    const char* value = std::getenv(name);
+    return value && *value;
+}
+} // namespace
+
 bool HasDisplay()
 {
-    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
-        const char* value = std::getenv(name);
-        if (value && *value)
-            return true;
-    }
-    return false;
+    if (IsSet("QT_QPA_PLATFORM") || IsSet("WAYLAND_DISPLAY"))
+        return true;
+    if (!IsSet("DISPLAY"))
+        return false;
+    // The toolkit ends the program with a core where the server does not answer.
+    xcb_connection_t* const probe = xcb_connect(nullptr, nullptr);
+    const bool answers = xcb_connection_has_error(probe) == 0;
+    xcb_disconnect(probe);
+    return answers;
 }
 
 void PrepareProcess()

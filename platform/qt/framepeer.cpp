@@ -151,8 +151,8 @@ void FrameWidget::MatchPlace()
     RecordPlace();
 }
 
-// A window that was maximized from the start gets its margins when it is made smaller, by several events whose
-// order is the window manager's.
+// A window that was maximized from the start gets its margins when it is made smaller, by several events
+// whose order is the window manager's.
 void FrameWidget::MatchPlaceSoon()
 {
     if (isVisible() && !m_placing && !m_wanted.IsEmpty())

@@ -1,0 +1,121 @@
+#!/usr/bin/env bash
+# What the program is called with: what needs no display, which arguments open which page, and files that cannot be
+# opened, of which a box tells and after which the program is of use.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+
+mkdir "$scratch/work"
+cd "$scratch/work"
+ulimit -c unlimited
+
+# without_display ARGUMENT...: sets status; what was written is in out and err.
+without_display()
+{
+  status=0
+  env -u DISPLAY timeout 10 "$lumenta" "$@" >"$scratch/out" 2>"$scratch/err" || status=$?
+  equal "files left behind" "" "$(ls -A)"
+}
+
+without_display --help
+equal "status of --help" 0 "$status"
+equal "first line of --help" "Usage: lumenta [FILE]" "$(head -n 1 "$scratch/out")"
+equal "--help on the standard error stream" "" "$(<"$scratch/err")"
+without_display --version
+equal "status of --version" 0 "$status"
+want "--version tells no version" grep -qE '^lumenta [0-9]+\.[0-9]+\.[0-9]+$' "$scratch/out"
+equal "--version on the standard error stream" "" "$(<"$scratch/err")"
+without_display "$scratch/page.tif"
+equal "status without a display" 1 "$status"
+equal "lines on the standard error stream" "lumenta: no display" "$(<"$scratch/err")"
+equal "standard output without a display" "" "$(<"$scratch/out")"
+status=0
+env -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM DISPLAY=:4711 "$lumenta" "$scratch/page.tif" 2>"$scratch/err" || status=$?
+equal "status with a display that does not answer" 1 "$status"
+equal "its lines on the standard error stream" "lumenta: no display" "$(<"$scratch/err")"
+
+# --- Which arguments open which page --------------------------------------------------------------------------
+
+small_page() # FILE NAME
+{
+  "$makepage" --draw blank --width 300 --height 200 --name "$2" "$1"
+}
+
+# opens TITLE ARGUMENT...: the program shows that title and no box: a box would keep the menu from ending it.
+opens()
+{
+  start_program "${@:2}"
+  window_named "$1"
+  quit_program
+}
+
+small_page "two parts.tif" "Two parts"
+small_page "./-e.tif" "Dash"
+cp "two parts.tif" unnamed.tif
+"$makepage" --draw blank --width 300 --height 200 nameless.TIF
+opens "Two parts - LUMENTA" two parts.tif
+opens "Two parts - LUMENTA" "two parts.tif; and what follows"
+opens "Dash - LUMENTA" -e.tif
+opens "nameless - LUMENTA" nameless.TIF
+opens "LUMENTA"
+opens "LUMENTA" -e
+opens "LUMENTA" -embedding "two parts.tif"
+opens "LUMENTA" /embedding
+
+# The only directories that begin with /e belong to the system: only who may make one can try.
+if below_e=$(mktemp -d /elumentaXXXXXX 2>/dev/null); then
+  trap 'rm -rf "$below_e"; clean_up' EXIT
+  small_page "$below_e/page.tif" "Below"
+  opens "Below - LUMENTA" "$below_e/page.tif"
+fi
+
+# --- What cannot be opened ------------------------------------------------------------------------------------
+
+# marked_text: what the box says. Its text is marked by three clicks into the middle of its line.
+marked_text()
+{
+  local width height
+  read -r width height < <(size_of "$dialog")
+  xdotool mousemove --window "$dialog" $((width * 6 / 10)) 18 click --repeat 3 --delay 20 1
+  "$grab" marked
+}
+
+says() { [[ $(marked_text) == "$1" ]]; }
+
+mkfifo pipe
+mkdir directory
+: >empty.tif
+head -c 200 unnamed.tif >cut.tif
+tolerated=TIFF # its library reports there as well
+while read -r file words; do
+  start_program "$file"
+  dialog_named LUMENTA
+  await "the box does not say \"$file: $words\"" says "$file: $words"
+  xdotool key Return
+  await "the box stays" window_gone "$dialog"
+  window_named LUMENTA
+  quit_program
+done <<EOT
+nowhere.tif Open failed
+directory Open failed
+pipe Open failed
+empty.tif Open failed
+cut.tif Open failed
+EOT
+
+# A page that is damaged inside: one box tells where, and the rows above show.
+damaged=20 # strip
+"$makepage" --draw noise --width 1501 --height 1203 --compression deflate --rows-per-strip 16 --name Torn whole.tif
+cp whole.tif torn.tif
+offset=$(tiffinfo -s torn.tif | sed -n "s/^ *$damaged: \[ *\([0-9]*\),.*/\1/p")
+dd if=/dev/zero of=torn.tif bs=1 seek="$offset" count=64 conv=notrunc status=none
+start_program torn.tif
+dialog_named LUMENTA
+await "the box does not tell the line" says "error at line $((damaged * 16)): TIFF read error"
+xdotool key Return
+window_named "Torn - LUMENTA"
+rows_shown() { "$grab" view "$window" whole.tif | grep -q " $((damaged * 16))\$"; }
+await "not the rows above the damage" rows_shown
+xdotool key ctrl+End ctrl+Home # and no second box
+await "not the rows above the damage" rows_shown
+tolerated="Decoding error"
+quit_program

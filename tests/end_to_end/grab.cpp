@@ -1,0 +1,322 @@
+// grab: what the end-to-end tests see of the display. It compares the screen, or a picture out of a PDF file,
+// with a page file pixel by pixel, and reads the text that a user has marked. Exit status: 0 as wanted, 1 not
+// (a line on the standard error stream says where), 2 bad usage or nothing to look at.
+//
+//   grab view WINDOW PAGE                               the rectangle of the window that shows the page from
+//   its
+//                                                       top left corner, as "left top width height"
+//   grab same WINDOW PAGE X Y LEFT TOP WIDTH HEIGHT     whether that rectangle of the window shows the page
+//   from
+//                                                       pixel X, Y on
+//   grab pbm PICTURE PAGE                               whether a raw portable bitmap is the page
+//   grab marked                                         the text that is marked in some window
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <climits>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <poll.h>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <tiffio.h>
+#include <vector>
+#include <xcb/xcb.h>
+
+namespace
+{
+
+constexpr int kSame = 0, kDifferent = 1, kTrouble = 2;
+
+template <typename T>
+using Reply = std::unique_ptr<T, decltype(&std::free)>;
+
+template <typename T>
+Reply<T> owned(T* reply)
+{
+    return {reply, &std::free};
+}
+
+// One grey a pixel, 0 is black.
+struct Raster {
+    int width = 0, height = 0;
+    std::vector<uint8_t> pixels;
+
+    uint8_t* row(int y) { return pixels.data() + static_cast<size_t>(y) * static_cast<size_t>(width); }
+    const uint8_t* row(int y) const
+    {
+        return pixels.data() + static_cast<size_t>(y) * static_cast<size_t>(width);
+    }
+};
+
+Raster make_raster(int width, int height)
+{
+    return {width, height, std::vector<uint8_t>(static_cast<size_t>(width) * static_cast<size_t>(height))};
+}
+
+bool bit_at(const uint8_t* bytes, int x)
+{
+    return (bytes[x / 8] >> (7 - x % 8) & 1) != 0;
+}
+
+// A page of 1 or 8 bits a pixel, as its tags say it looks. Rows outside first to first + count stay black:
+// unpacking a whole page takes longer than all else here.
+Raster read_page(const char* path, int first = 0, int count = INT_MAX)
+{
+    const std::unique_ptr<TIFF, decltype(&TIFFClose)> file{TIFFOpen(path, "r"), &TIFFClose};
+    uint32_t width = 0, height = 0;
+    uint16_t bits = 0, photometric = 0;
+    if (!file || TIFFGetField(file.get(), TIFFTAG_IMAGEWIDTH, &width) == 0 ||
+        TIFFGetField(file.get(), TIFFTAG_IMAGELENGTH, &height) == 0 ||
+        TIFFGetField(file.get(), TIFFTAG_PHOTOMETRIC, &photometric) == 0)
+        throw std::runtime_error(std::string(path) + " is no page");
+    TIFFGetFieldDefaulted(file.get(), TIFFTAG_BITSPERSAMPLE, &bits);
+    const uint8_t flip = photometric == PHOTOMETRIC_MINISWHITE ? 0xff : 0;
+    Raster page = make_raster(static_cast<int>(width), static_cast<int>(height));
+    std::vector<uint8_t> line(static_cast<size_t>(TIFFScanlineSize(file.get())));
+    for (int y = 0; y < page.height; ++y) {
+        if (TIFFReadScanline(file.get(), line.data(), static_cast<uint32_t>(y), 0) != 1)
+            throw std::runtime_error(std::string(path) + " breaks off");
+        if (y < first)
+            continue;
+        if (y - first >= count)
+            break;
+        uint8_t* const row = page.row(y);
+        for (int x = 0; x < page.width; ++x) {
+            const uint8_t grey = bits == 8 ? line[static_cast<size_t>(x)] : bit_at(line.data(), x) ? 0xff : 0;
+            row[x] = grey ^ flip;
+        }
+    }
+    return page;
+}
+
+Raster read_bitmap(const char* path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::string magic;
+    int width = 0, height = 0;
+    if (!(file >> magic >> width >> height) || magic != "P4" || width <= 0 || height <= 0)
+        throw std::runtime_error(std::string(path) + " is no raw bitmap");
+    file.get();
+    Raster picture = make_raster(width, height);
+    std::vector<char> line((static_cast<size_t>(width) + 7) / 8);
+    for (int y = 0; y < height; ++y) {
+        if (!file.read(line.data(), static_cast<std::streamsize>(line.size())))
+            throw std::runtime_error(std::string(path) + " breaks off");
+        for (int x = 0; x < width; ++x)
+            picture.row(y)[x] = bit_at(reinterpret_cast<const uint8_t*>(line.data()), x) ? 0 : 0xff;
+    }
+    return picture;
+}
+
+class Display
+{
+public:
+    Display() : connection_(xcb_connect(nullptr, nullptr), &xcb_disconnect)
+    {
+        if (xcb_connection_has_error(get()) != 0)
+            throw std::runtime_error("no display");
+    }
+    xcb_connection_t* get() const { return connection_.get(); }
+    const xcb_screen_t& screen() const { return *xcb_setup_roots_iterator(xcb_get_setup(get())).data; }
+
+private:
+    std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection_;
+};
+
+// What the screen shows where the window is, other windows above it included.
+std::vector<uint32_t> read_screen(const Display& display, xcb_window_t window, int* width, int* height)
+{
+    xcb_connection_t* const x = display.get();
+    const xcb_window_t root = display.screen().root;
+    const auto size = owned(xcb_get_geometry_reply(x, xcb_get_geometry(x, window), nullptr));
+    const auto place =
+        owned(xcb_translate_coordinates_reply(x, xcb_translate_coordinates(x, window, root, 0, 0), nullptr));
+    if (!size || !place)
+        throw std::runtime_error("no such window");
+    const auto image =
+        owned(xcb_get_image_reply(x,
+                                  xcb_get_image(x, XCB_IMAGE_FORMAT_Z_PIXMAP, root, place->dst_x,
+                                                place->dst_y, size->width, size->height, ~0U),
+                                  nullptr));
+    if (!image || image->depth != 24)
+        throw std::runtime_error("the window is not wholly on a screen of 24 bits");
+    std::vector<uint32_t> pixels(size_t{size->width} * size->height);
+    if (static_cast<size_t>(xcb_get_image_data_length(image.get())) < pixels.size() * sizeof(uint32_t))
+        throw std::runtime_error("the screen has no 32 bits a pixel");
+    std::memcpy(pixels.data(), xcb_get_image_data(image.get()), pixels.size() * sizeof(uint32_t));
+    for (uint32_t& pixel : pixels)
+        pixel &= 0xffffff;
+    *width = size->width;
+    *height = size->height;
+    return pixels;
+}
+
+struct Screen {
+    int width = 0, height = 0;
+    std::vector<uint32_t> pixels;
+
+    Screen(const Display& display, xcb_window_t window)
+        : pixels(read_screen(display, window, &width, &height))
+    {
+    }
+    const uint32_t* row(int y) const
+    {
+        return pixels.data() + static_cast<size_t>(y) * static_cast<size_t>(width);
+    }
+};
+
+// How many pixels from the first on are those of the page.
+int same_pixels(const uint32_t* screen, const uint8_t* page, int count)
+{
+    int x = 0;
+    while (x < count && screen[x] == page[x] * 0x010101U)
+        ++x;
+    return x;
+}
+
+// Meant for a page of noise: so many pixels agree nowhere else, and not in what stands beside the view.
+int find_view(const Screen& screen, const Raster& page)
+{
+    constexpr int kSure = 64;
+    for (int top = 0; top + kSure <= screen.height; ++top) {
+        for (int left = 0; left + kSure <= screen.width; ++left) {
+            const int widest = std::min(screen.width - left, page.width);
+            const int tallest = std::min(screen.height - top, page.height);
+            int width = widest;
+            for (int y = 0; y < kSure && width >= kSure; ++y)
+                width = same_pixels(screen.row(top + y) + left, page.row(y), width);
+            if (width < kSure)
+                continue;
+            int height = kSure;
+            while (height < tallest &&
+                   same_pixels(screen.row(top + height) + left, page.row(height), width) == width)
+                ++height;
+            std::printf("%d %d %d %d\n", left, top, width, height);
+            return kSame;
+        }
+    }
+    std::fputs("the page's corner is nowhere in the window\n", stderr);
+    return kDifferent;
+}
+
+int compare_screen(const Screen& screen, const Raster& page, const std::vector<int>& numbers)
+{
+    const int page_x = numbers[0], page_y = numbers[1], left = numbers[2], top = numbers[3];
+    const int width = numbers[4], height = numbers[5];
+    if (page_x < 0 || page_y < 0 || left < 0 || top < 0 || width < 1 || height < 1 ||
+        page_x > page.width - width || page_y > page.height - height || left > screen.width - width ||
+        top > screen.height - height)
+        throw std::runtime_error("the rectangle leaves the page or the window");
+    for (int y = 0; y < height; ++y) {
+        const int x = same_pixels(screen.row(top + y) + left, page.row(page_y + y) + page_x, width);
+        if (x < width) {
+            std::fprintf(stderr, "pixel %d, %d of the view is %06x, pixel %d, %d of the page is %02x\n", x, y,
+                         screen.row(top + y)[left + x], page_x + x, page_y + y,
+                         unsigned{page.row(page_y + y)[page_x + x]});
+            return kDifferent;
+        }
+    }
+    return kSame;
+}
+
+int compare_picture(const Raster& picture, const Raster& page)
+{
+    if (picture.width != page.width || picture.height != page.height) {
+        std::fprintf(stderr, "the picture has %d x %d pixels, the page %d x %d\n", picture.width,
+                     picture.height, page.width, page.height);
+        return kDifferent;
+    }
+    const auto [ours, theirs] =
+        std::mismatch(picture.pixels.begin(), picture.pixels.end(), page.pixels.begin());
+    if (ours == picture.pixels.end())
+        return kSame;
+    const auto at = ours - picture.pixels.begin();
+    std::fprintf(stderr, "pixel %td, %td is %02x instead of %02x\n", at % page.width, at / page.width,
+                 unsigned{*ours}, unsigned{*theirs});
+    return kDifferent;
+}
+
+// The primary selection. Its owner answers when it gets round to it.
+int print_marked(const Display& display)
+{
+    constexpr auto kPatience = std::chrono::seconds(2);
+    xcb_connection_t* const x = display.get();
+    const auto name = owned(xcb_intern_atom_reply(x, xcb_intern_atom(x, 0, 11, "UTF8_STRING"), nullptr));
+    if (!name)
+        throw std::runtime_error("the display has ended");
+    const xcb_window_t window = xcb_generate_id(x);
+    xcb_create_window(x, 0, window, display.screen().root, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
+                      XCB_COPY_FROM_PARENT, 0, nullptr);
+    xcb_convert_selection(x, window, XCB_ATOM_PRIMARY, name->atom, XCB_ATOM_PRIMARY, XCB_CURRENT_TIME);
+    xcb_flush(x);
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (std::chrono::steady_clock::now() < end) {
+        const auto event = owned(xcb_poll_for_event(x));
+        if (!event) {
+            pollfd waiting{xcb_get_file_descriptor(x), POLLIN, 0};
+            poll(&waiting, 1, 50);
+            continue;
+        }
+        if ((event->response_type & 0x7f) != XCB_SELECTION_NOTIFY)
+            continue;
+        if (reinterpret_cast<const xcb_selection_notify_event_t*>(event.get())->property == XCB_NONE)
+            break;
+        const auto text = owned(xcb_get_property_reply(
+            x, xcb_get_property(x, 0, window, XCB_ATOM_PRIMARY, XCB_GET_PROPERTY_TYPE_ANY, 0, 4096),
+            nullptr));
+        if (!text)
+            break;
+        std::printf("%.*s\n", xcb_get_property_value_length(text.get()),
+                    static_cast<const char*>(xcb_get_property_value(text.get())));
+        return kSame;
+    }
+    std::fputs("nothing is marked\n", stderr);
+    return kDifferent;
+}
+
+int number_in(std::string_view text)
+{
+    int value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size())
+        throw std::runtime_error("no number: " + std::string(text));
+    return value;
+}
+
+int run(const std::vector<const char*>& arguments)
+{
+    const std::string_view wish = arguments.empty() ? "" : arguments[0];
+    if (wish == "marked" && arguments.size() == 1)
+        return print_marked(Display());
+    if (wish == "pbm" && arguments.size() == 3)
+        return compare_picture(read_bitmap(arguments[1]), read_page(arguments[2]));
+    if ((wish == "view" && arguments.size() == 3) || (wish == "same" && arguments.size() == 9)) {
+        const Screen screen(Display(), static_cast<xcb_window_t>(number_in(arguments[1])));
+        std::vector<int> numbers;
+        for (size_t i = 3; i < arguments.size(); ++i)
+            numbers.push_back(number_in(arguments[i]));
+        const int first = numbers.empty() ? 0 : numbers[1];
+        const Raster page = read_page(arguments[2], first, screen.height);
+        return numbers.empty() ? find_view(screen, page) : compare_screen(screen, page, numbers);
+    }
+    throw std::runtime_error("usage: grab view|same|pbm|marked ...");
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return run({argv + 1, argv + argc});
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "grab: %s\n", error.what());
+        return kTrouble;
+    }
+}

@@ -1,0 +1,55 @@
+#!/usr/bin/env bash
+# What a run leaves behind: its settings and nothing else, neither in the user's directories nor, however it ends,
+# a temporary file.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+
+# All that is there, but what others keep there: the font library its cache, the display its log.
+everything()
+{
+  find "$HOME" "$XDG_CONFIG_HOME" "$XDG_RUNTIME_DIR" "$TMPDIR" -mindepth 1 -not -path '*/.cache' \
+    -not -path '*/.cache/fontconfig*' | sort
+}
+temporary_files() { find "$TMPDIR" /var/tmp /tmp -maxdepth 1 -name 'SQZ*' 2>/dev/null | sort; }
+# Of other programs that run meanwhile a file may be seen in the moment before its name goes.
+no_temporary_files() { [[ -z $(comm -13 <(echo "$before") <(temporary_files)) ]]; }
+has_temporary_file() { grep -qE " $1/SQZ[^/]* \(deleted\)\$" "/proc/$program_pid/maps"; }
+
+ours=$(printf '%s\n' "$XDG_CONFIG_HOME/Vestrel" "$settings_file")
+before=$(temporary_files)
+noise_page "$scratch/home.tif" 3001 4003
+cp "$scratch/home.tif" "$scratch/before.tif"
+equal "files before the first run" "" "$(everything)"
+
+# A run that touches what there is: moving about, another unit, the dialogs of printing.
+open_page "$scratch/home.tif" "Plate 7"
+find_view "$scratch/home.tif"
+want "the rows are not in a temporary file" has_temporary_file "$TMPDIR"
+equal "files while a page is open" "$ours" "$(everything)"
+xdotool key ctrl+End alt+v m ctrl+p
+dialog_named Print
+xdotool key Escape
+window_named "Plate 7 - LUMENTA"
+quit_program
+equal "files behind the first run" "$ours" "$(everything)"
+want "the page has changed" cmp "$scratch/home.tif" "$scratch/before.tif"
+
+# Ended in the middle of its work, it leaves no more.
+for signal in TERM KILL; do
+  open_page "$scratch/home.tif" "Plate 7"
+  find_view "$scratch/home.tif"
+  want "the rows are not in a temporary file" has_temporary_file "$TMPDIR"
+  kill -"$signal" "$program_pid"
+  await "SIG$signal does not end the program" process_gone "$program_pid"
+  equal "files behind SIG$signal" "$ours" "$(everything)"
+done
+await "a temporary file stays" no_temporary_files
+
+# Without its directory for temporary files the rows go elsewhere, and the page shows all the same.
+rmdir "$TMPDIR"
+open_page "$scratch/home.tif" "Plate 7"
+find_view "$scratch/home.tif"
+want "the rows are not in another temporary file" has_temporary_file "/(var/)?tmp"
+quit_program
+mkdir "$TMPDIR"
+await "a temporary file stays" no_temporary_files

@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# A page printed into a PDF file by the print dialog: one image of one bit a pixel, without loss.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+
+pdf_complete() { pdfinfo "$1"; }
+
+# A first Return may go to the list of names that the field proposes, if that has opened by then.
+dialog_accepted() { window_gone "$dialog" || { xdotool key Return && false; }; }
+
+for photometric in miniswhite minisblack; do
+  noise_page "$scratch/$photometric.tif" 9001 4000 --dpi 1200 --photometric "$photometric"
+  pdf=$scratch/$photometric.pdf
+  open_page "$scratch/$photometric.tif" "Plate 7"
+
+  # Nothing is printed if the user thinks better of it.
+  xdotool key ctrl+p
+  dialog_named Print
+  xdotool key alt+f ctrl+a type "$pdf"
+  xdotool key Escape
+  await "the print dialog stays" window_gone "$dialog"
+  window_named "Plate 7 - LUMENTA"
+  want "printed all the same" test ! -e "$pdf"
+
+  xdotool key ctrl+p
+  dialog_named Print
+  xdotool key alt+f ctrl+a
+  xdotool type --delay 1 "$pdf"
+  await "the print dialog stays" dialog_accepted
+  await "no PDF file" pdf_complete "$pdf"
+  window_named "Plate 7 - LUMENTA"
+  quit_program
+  equal "files printed" "$pdf" "$(find "$scratch" -name '*.pdf' -newer "$scratch/$photometric.tif")"
+
+  equal "pages" 1 "$(pdfinfo "$pdf" | awk '/^Pages:/ { print $2 }')"
+  equal "title" "Plate 7" "$(pdfinfo "$pdf" | sed -n 's/^Title: *//p')"
+  # page num type width height color comp bpc enc
+  equal "images" "1 0 image 9001 4000 gray 1 1 image" \
+    "$(pdfimages -list "$pdf" | awk 'NR > 2 { print $1, $2, $3, $4, $5, $6, $7, $8, $9 }')"
+  pdfimages "$pdf" "$scratch/$photometric"
+  want "the image is not the page" "$grab" pbm "$scratch/$photometric-000.pbm" "$scratch/$photometric.tif"
+done

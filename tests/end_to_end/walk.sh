@@ -1,0 +1,126 @@
+#!/usr/bin/env bash
+# A walk over a page by keys and pointer, each step compared with the page; then unit, place and state of the
+# window, which hold from one run to the next.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+
+width=3001 height=4003
+noise_page "$scratch/walk.tif" "$width" "$height" --dpi 300
+open_page "$scratch/walk.tif" "Plate 7"
+equal "a first window fills the screen" "0 0 1280 960" "$(frame_of_window)"
+find_view "$scratch/walk.tif"
+
+right=$((width - view_width)) bottom=$((height - view_height)) # the positions farthest to the right and down
+page_x=$((view_width - 1)) page_y=$((view_height - 1))         # a window's steps
+
+# Keys, and the place on the page that they lead to. The first of a line is often one that must do nothing.
+while read -r x y keys; do
+  # shellcheck disable=SC2086
+  xdotool key --delay 1 $keys
+  await_page "$x" "$y" "$keys"
+done <<EOT
+3 0 Left Right Right Right
+2 0 Left Up
+2 5 Down Down Down Down Down
+2 4 Up
+2 $((4 + page_y)) Next
+2 $((4 + 2 * page_y)) ctrl+Down
+2 $((4 + 3 * page_y)) ctrl+Next
+2 $((4 + page_y)) Prior ctrl+Up
+$((2 + page_x)) $((4 + page_y)) ctrl+Right
+2 $((4 + page_y)) ctrl+Left
+$right $((4 + page_y)) End
+$right $bottom ctrl+End
+$right $bottom Right Down Next ctrl+Right
+$((right - 1)) $((bottom - 1)) Left Up
+0 $((bottom - 1)) Home
+0 0 ctrl+Home
+0 $bottom Next Next Next Next Next Next
+1 0 ctrl+Home Right
+EOT
+
+# The page follows the pointer while the button is down, and stops at its edges.
+xdotool key --delay 1 Home Right ctrl+Home
+await_page 1 0 "the way back"
+drag -101 -53
+await_page 102 53 "a drag"
+xdotool mousemove_relative -- 7 -10
+await_page 95 63 "a drag that goes on"
+xdotool mouseup 1 mousemove_relative 30 30 key Right
+await_page 96 63 "a step after the button is up"
+drag 300 30
+xdotool mouseup 1
+await_page 0 33 "a drag beyond the edge"
+xdotool click 5 click 5
+await_page 0 129 "two notches of the wheel"
+xdotool keydown shift click 5 keyup shift
+await_page 48 129 "the wheel with Shift"
+xdotool click 4
+await_page 48 81 "the wheel upwards"
+
+# A click below the slider of the scroll bar.
+xdotool mousemove --window "$window" $((view_width + bar_room / 3)) $((view_y + view_height - 40)) click 1
+await_page 48 $((81 + page_y)) "the scroll bar"
+
+# The unit stands in the settings as soon as it is chosen, and in the status bar. The text of the bar cannot be
+# read here; its picture is another one with each unit.
+status_bar()
+{
+  import -window "$window" -crop "$((view_width + 1))x20+0+$((view_y + view_height + bar_room))" rgb:- | cksum
+}
+other_status_bar() { [[ $(status_bar) != "$1" ]]; }
+same_status_bar() { [[ $(status_bar) == "$1" ]]; }
+xdotool mousemove --window "$window" $((view_width / 2)) $((view_height / 2)) key --delay 1 ctrl+Home Home
+await_page 0 0 "the way back"
+declare -A picture_of=()
+for unit in "o 3" "m 1" "p 2" "i 0"; do
+  before=$(status_bar)
+  xdotool key alt+v "${unit% *}"
+  await "unit not stored" setting "Units=${unit#* }"
+  await "unit not shown" other_status_bar "$before"
+  picture_of[$(status_bar)]=$unit
+done
+equal "status bars of four units" 4 "${#picture_of[@]}"
+
+# Another place. What is stored is the window with the frame that the window manager puts round it.
+xdotool windowsize "$window" 901 613 windowmove "$window" 77 91
+extents=$(xprop -id "$window" _NET_FRAME_EXTENTS)
+IFS=', ' read -r left right top bottom <<<"${extents#*= }"
+place="$((77 - left)) $((91 - top)) $((77 + 901 + right)) $((91 + 613 + bottom))"
+await "the window does not move" frame_is "$place"
+find_view "$page"
+await_page 0 0 "a smaller window"
+inches=$(status_bar)
+quit_program
+want "place not stored" setting "MainFrame=$place"
+want "state not stored" setting "Maximize%20MainFrame=0"
+
+open_page "$page" "Plate 7"
+await "the place does not come back" frame_is "$place"
+want "maximized by itself" normal
+find_view "$page"
+await "the unit does not come back" same_status_bar "$inches"
+
+# Maximized and back, within a run and from one to the next. The normal place stays what it was.
+toggle_maximized
+await "not maximized" maximized
+find_view "$page"
+quit_program
+want "place lost by maximizing" setting "MainFrame=$place"
+want "state not stored" setting "Maximize%20MainFrame=1"
+
+open_page "$page" "Plate 7"
+await "not maximized again" maximized
+find_view "$page"
+want "maximized view too small" test "$view_width" -ge $((1280 - bar_room))
+toggle_maximized
+await "still maximized" normal
+await "the normal place does not come back" frame_is "$place"
+find_view "$page"
+xdotool windowmove "$window" 137 61
+place="$((137 - left)) $((61 - top)) $((137 + 901 + right)) $((61 + 613 + bottom))"
+await "the window does not move" frame_is "$place"
+quit_program
+want "place not stored" setting "MainFrame=$place"
+want "state not stored" setting "Maximize%20MainFrame=0"
+want "unit lost" setting "Units=0"
