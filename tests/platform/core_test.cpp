@@ -1,0 +1,205 @@
+// Texts, rounding, message words, class records and message maps.
+#include "platform/cstring.h"
+#include "platform/messages.h"
+
+#include <clocale>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace
+{
+constexpr int kMost = std::numeric_limits<int>::max();
+constexpr int kLeast = std::numeric_limits<int>::min();
+
+TEST(CString, CopiesShareUntilOneIsChanged)
+{
+    CString a{"page\xff"};
+    const CString b = a;
+    EXPECT_EQ(a.c_str(), b.c_str());
+    a += ".fax";
+    EXPECT_STREQ(a.c_str(), "page\xff.fax");
+    EXPECT_STREQ(b.c_str(), "page\xff");
+    a.Format("%s-%s", a.c_str(),
+             std::string(5000, 'x').c_str()); // from itself, longer than any block on a stack
+    EXPECT_EQ(a.View(), "page\xff.fax-" + std::string(5000, 'x'));
+    EXPECT_TRUE((CString{static_cast<const char*>(nullptr)}).IsEmpty());
+}
+
+TEST(CString, PartsAndSearches)
+{
+    const CString path{"/a\\b/c:d"};
+    CString parts;
+    for (const int count : {-1, 0, 3, 8, 99})
+        parts = parts + path.Left(count) + "|" + path.Mid(count) + "|" + path.Right(count) + "\n";
+    EXPECT_EQ(parts,
+              "|/a\\b/c:d|\n|/a\\b/c:d|\n/a\\|b/c:d|c:d\n/a\\b/c:d||/a\\b/c:d\n/a\\b/c:d||/a\\b/c:d\n");
+    EXPECT_EQ(path.ReverseFind('/'), 4);
+    EXPECT_EQ(path.FindOneOf(":\\"), 2);
+    EXPECT_EQ(path.FindLastOf("\\/:"), 6);
+    for (const int none : {path.Find('x'), path.FindOneOf(""), path.FindLastOf("xy"), CString{}.Find('\0')})
+        EXPECT_EQ(none, -1);
+}
+
+TEST(CString, CompareNoCaseFoldsAsciiOnlyInEveryLocale)
+{
+    struct {
+        const char *a, *b;
+        int sign;
+    } const cases[] = {
+        {"", "", 0},   {"FILE.TIF", "file.tif", 0}, {"a", "B", -1},    {"Z", "a", 1},  {"ab", "ABC", -1},
+        {"", "a", -1}, {"\xc4", "\xe4", -1},        {"a\xff", "A", 1}, {"_", "A", -1}, {"[", "a", -1},
+    };
+    for (const char* locale : {"C", "tr_TR.UTF-8", "de_DE.ISO-8859-1"}) {
+        std::setlocale(LC_ALL, locale); // one that is not installed leaves the one before
+        for (const auto& c : cases) {
+            const int order = CString{c.a}.CompareNoCase(c.b);
+            EXPECT_EQ((order > 0) - (order < 0), c.sign) << c.a << " and " << c.b << " in " << locale;
+        }
+    }
+    std::setlocale(LC_ALL, "C");
+    EXPECT_NE(CString(std::string_view{"a\0b", 3}).CompareNoCase(std::string_view{"a\0c", 3}), 0);
+}
+
+TEST(MulDiv, RoundsHalvesAwayFromZeroAndRefusesWhatDoesNotFit)
+{
+    struct {
+        int a, b, c, want;
+    } const cases[] = {
+        {7, 1, 2, 4},
+        {-7, 1, 2, -4},
+        {7, -1, -2, 4},
+        {7, 1, -2, -4},
+        {5, 1, 3, 2},
+        {4, 1, 3, 1},
+        {1, 1, 0, -1},
+        {0, 5, 7, 0},
+        {kMost, kMost, kMost, kMost},
+        {kLeast, 1, 1, kLeast},
+        {kLeast, -1, 1, -1},
+        {kMost, 2, 1, -1},
+        {kLeast, kLeast, kLeast, kLeast},
+        {kMost, kMost, 1, -1},
+        {1, 1, kLeast, 0},
+        {kMost, 1, kLeast, -1},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(MulDiv(c.a, c.b, c.c), c.want) << c.a << " * " << c.b << " / " << c.c;
+}
+
+TEST(MessageWords, PackedPointsKeepTheirSigns)
+{
+    for (const int x : {0, 1, -1, 40000, -40000, kMost, kLeast})
+        for (const int y : {0, 1, -1, 40000, -40000, kMost, kLeast}) {
+            EXPECT_EQ(LowHalf(PackPoint(x, y)), x);
+            EXPECT_EQ(HighHalf(PackPoint(x, y)), y);
+        }
+}
+
+class Base : public CCmdTarget
+{
+public:
+    static const CRuntimeClass classRecord;
+    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    const MessageMap& Map() const { return GetMessageMap(); }
+    CString log;
+
+    void OnSize(UINT type, int cx, int cy) { log.Format("size %u %d %d", type, cx, cy); }
+    void OnKey(UINT key, UINT count, UINT flags) { log.Format("key %u %u %u", key, count, flags); }
+    void OnMouse(UINT flags, CPoint point) { log.Format("mouse %u %d %d", flags, point.x, point.y); }
+    void OnScroll(int position) { log.Format("scroll %d", position); }
+    LRESULT OnOwn(WPARAM w, LPARAM l)
+    {
+        log.Format("own %llx %llx", static_cast<unsigned long long>(w), static_cast<unsigned long long>(l));
+        return 5;
+    }
+    void OnBoth() { log = "base command"; }
+    void OnUpdateBoth(CCmdUI& ui) { ui.Enable(false); }
+
+protected:
+    static const MessageEntry entries[];
+    static const MessageMap messages;
+    const MessageMap& GetMessageMap() const override { return messages; }
+};
+const CRuntimeClass Base::classRecord{"Base", &CCmdTarget::classRecord, &CreateObjectOf<Base>};
+const MessageEntry Base::entries[] = {
+    On<WM_SIZE, &Base::OnSize>(),
+    On<WM_KEYDOWN, &Base::OnKey>(),
+    On<WM_MOUSEMOVE, &Base::OnMouse>(),
+    On<WM_VSCROLL, &Base::OnScroll>(),
+    On<WM_USER, &Base::OnOwn>(),
+    OnCommand<7, &Base::OnBoth>(),
+    OnUpdateCommand<7, &Base::OnUpdateBoth>(),
+    OnUpdateCommand<8, &Base::OnUpdateBoth>(),
+};
+const MessageMap Base::messages{&CCmdTarget::messages, entries};
+
+class Derived : public Base
+{
+public:
+    static const CRuntimeClass classRecord;
+    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    void OnDerived() { log = "derived command"; }
+
+protected:
+    static const MessageEntry entries[];
+    static const MessageMap messages;
+    const MessageMap& GetMessageMap() const override { return messages; }
+};
+const CRuntimeClass Derived::classRecord{"Derived", &Base::classRecord, nullptr};
+const MessageEntry Derived::entries[] = {OnCommand<7, &Derived::OnDerived>()};
+const MessageMap Derived::messages{&Base::messages, entries};
+
+TEST(RuntimeClass, DowncastFollowsTheRecords)
+{
+    Derived derived;
+    const std::unique_ptr<CObject> base{Base::classRecord.CreateObject()};
+    EXPECT_EQ(DynamicDowncast<Base>(&derived), &derived);
+    EXPECT_EQ(DynamicDowncast<Base>(base.get()), base.get());
+    EXPECT_EQ(DynamicDowncast<Derived>(base.get()), nullptr);
+    EXPECT_EQ(DynamicDowncast<Derived>(nullptr), nullptr);
+    EXPECT_EQ(Derived::classRecord.CreateObject(), nullptr);
+    EXPECT_TRUE(derived.IsKindOf(CObject::classRecord));
+}
+
+TEST(MessageMap, UnpacksByTheMessagesRuleAndFindsTheBases)
+{
+    struct {
+        UINT message;
+        WPARAM w;
+        LPARAM l;
+        const char* want;
+        LRESULT result;
+    } const cases[] = {
+        {WM_SIZE, SIZE_MAXIMIZED, PackPoint(70000, -3), "size 2 70000 -3", 0},
+        {WM_KEYDOWN, VK_DOWN, PackPoint(9, 1), "key 40 9 1", 0},
+        {WM_MOUSEMOVE, MK_CONTROL, PackPoint(-70000, 2), "mouse 8 -70000 2", 0},
+        {WM_VSCROLL, 0, PackPoint(kMost, 0), "scroll 2147483647", 0},
+        {WM_USER, 0xfedcba9876543210, 0x123456789abcdef0, "own fedcba9876543210 123456789abcdef0", 5},
+    };
+    Derived target;
+    for (const auto& c : cases) {
+        const MessageEntry* entry = target.Map().Find(MessageEntry::Kind::message, c.message);
+        ASSERT_TRUE(entry) << c.want;
+        EXPECT_EQ(entry->invoke(target, c.w, c.l), c.result) << c.want;
+        EXPECT_EQ(target.log, c.want);
+    }
+    EXPECT_EQ(target.Map().Find(MessageEntry::Kind::message, 7),
+              nullptr); // a command's number is no message's
+}
+
+TEST(MessageMap, TheDerivedEntryWinsAndCommandsAreNotUpdates)
+{
+    Derived derived;
+    Base base;
+    EXPECT_TRUE(derived.OnCmdMsg(7, CCmdTarget::CommandStep::run, nullptr));
+    EXPECT_EQ(derived.log, "derived command");
+    EXPECT_TRUE(base.OnCmdMsg(7, CCmdTarget::CommandStep::run, nullptr));
+    EXPECT_EQ(base.log, "base command");
+    CCmdUI ui{7};
+    EXPECT_TRUE(derived.OnCmdMsg(7, CCmdTarget::CommandStep::update, &ui));
+    EXPECT_FALSE(ui.IsEnabled());
+    EXPECT_EQ(derived.log, "derived command");
+    EXPECT_FALSE(derived.OnCmdMsg(8, CCmdTarget::CommandStep::run, nullptr)); // has an update handler alone
+    EXPECT_FALSE(derived.HasCommandHandler(8));
+}
+} // namespace

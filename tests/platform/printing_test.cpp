@@ -1,0 +1,210 @@
+// A print is read back from the file: every bit as it was.
+#include "tests/platform/test_classes.h"
+#include "tests/support/scratch.h"
+
+#include <cstdio>
+#include <sstream>
+
+namespace
+{
+std::string OutputOf(const std::string& command)
+{
+    std::string output;
+    FILE* pipe = popen(command.c_str(), "r");
+    char block[4096];
+    for (size_t got; pipe && (got = fread(block, 1, sizeof block, pipe)) > 0;)
+        output.append(block, got);
+    EXPECT_EQ(pipe ? pclose(pipe) : -1, 0) << command;
+    return output;
+}
+
+// A portable bit, grey or pixel map, as 8 bits of grey a pixel.
+struct Picture {
+    int width = 0;
+    int height = 0;
+    std::vector<uint8_t> grey;
+};
+
+Picture ReadPicture(const std::string& path)
+{
+    std::ifstream file{path, std::ios::binary};
+    std::string kind;
+    Picture picture;
+    int most = 1;
+    file >> kind >> picture.width >> picture.height;
+    if (kind != "P4")
+        file >> most;
+    file.get();
+    const std::string data{std::istreambuf_iterator<char>{file}, {}};
+    const size_t step = kind == "P6" ? 3 : 1;
+    const auto width = static_cast<size_t>(picture.width);
+    for (size_t y = 0; y < static_cast<size_t>(picture.height); ++y)
+        for (size_t x = 0; x < width; ++x) {
+            const auto byte = static_cast<uint8_t>(
+                data.at(kind == "P4" ? y * ((width + 7) / 8) + x / 8 : (y * width + x) * step));
+            picture.grey.push_back(kind != "P4" ? byte : byte >> (7 - x % 8) & 1 ? 0 : 255);
+        }
+    return picture;
+}
+
+class PrintingTest : public WindowTest
+{
+protected:
+    void SetUp() override
+    {
+        WindowTest::SetUp();
+        SetPrintDialogHook([this](CPrintInfo&) { return CString{pdf}; });
+        SetMessageBoxHook([](const CString& text) { g_recorder.Add("box " + std::string{text.View()}); });
+        Settle();
+    }
+    // Prints, and wants one image of that kind in the file.
+    Picture Print(const std::string& bits_per_component)
+    {
+        view->OnFilePrint();
+        EXPECT_EQ(g_recorder.Take(), (std::vector<std::string>{"begin printing", "end printing"}));
+        std::istringstream list{OutputOf("pdfimages -list '" + pdf + "'")};
+        std::string line, word[8];
+        std::getline(list, line);
+        std::getline(list, line);
+        std::getline(list, line);
+        std::istringstream words{line};
+        for (std::string& each : word)
+            words >> each;
+        EXPECT_EQ(word[7], bits_per_component) << line;
+        EXPECT_TRUE(bits_per_component == "8" || word[5] == "gray") << line;
+        EXPECT_EQ(line.find("jpeg"), std::string::npos) << line;
+        EXPECT_FALSE(std::getline(list, line)) << line;
+        OutputOf("pdfimages '" + pdf + "' '" + directory + "/image'");
+        for (const auto& entry : std::filesystem::directory_iterator{directory})
+            if (entry.path().filename().string().starts_with("image-000")) {
+                const Picture picture = ReadPicture(entry.path());
+                std::filesystem::remove(entry.path());
+                return picture;
+            }
+        ADD_FAILURE() << "no image";
+        return {};
+    }
+    ScratchDirectory scratch;
+    const std::string& directory = scratch.Path();
+    std::string pdf = scratch.File("page.pdf");
+};
+
+TEST_F(PrintingTest, BilevelPagesKeepTheirBits)
+{
+    struct {
+        int width, height, first;
+        UINT operation;
+    } const cases[] = {{9001, 40, 0, SRCCOPY},
+                       {9001, 40, 0, NOTSRCCOPY},
+                       {64, 64, 0, SRCCOPY},
+                       {64, 64, 3, NOTSRCCOPY},
+                       {79, 9, 7, SRCCOPY}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.width << " from " << c.first);
+        const TestPage page = TestPage::Random(c.width, c.height);
+        view->print = [&](CDC* dc, CPrintInfo* info) {
+            CRect box;
+            EXPECT_EQ(dc->GetClipBox(&box), SIMPLEREGION);
+            EXPECT_EQ(box, info->m_rectDraw);
+            EXPECT_EQ(box, (CRect{0, 0, dc->GetDeviceCaps(HORZRES), dc->GetDeviceCaps(VERTRES)}));
+            EXPECT_GT(dc->GetDeviceCaps(HORZRES),
+                      6 * dc->GetDeviceCaps(LOGPIXELSX)); // a sheet at full resolution
+            EXPECT_TRUE(dc->IsPrinting());
+            EXPECT_FALSE(info->m_bPreview);
+            CBitmap bitmap;
+            CDC memory;
+            bitmap.CreateBitmap(page.width, page.height, page.rows.data(), page.row_bytes);
+            memory.SelectObject(&bitmap);
+            EXPECT_TRUE(dc->BitBlt(0, 0, page.width, page.height, memory, c.first, 0, c.operation));
+        };
+        const Picture got = Print("1");
+        ASSERT_EQ(got.width, c.width - c.first);
+        ASSERT_EQ(got.height, c.height);
+        int wrong = 0;
+        for (int y = 0; y < got.height; ++y)
+            for (int x = 0; x < got.width; ++x) {
+                const bool white = page.White(x + c.first, y) == (c.operation == SRCCOPY);
+                wrong += got.grey[static_cast<size_t>(y * got.width + x)] != (white ? 255 : 0);
+            }
+        EXPECT_EQ(wrong, 0);
+    }
+}
+
+TEST_F(PrintingTest, GreyPagesLoseNothing)
+{
+    BitmapInfo info;
+    info.width = 200;
+    info.height = 50;
+    for (size_t i = 0; i < 256; ++i) {
+        const auto level = static_cast<uint8_t>(255 - i);
+        info.colors[i] = {level, level, level, 0};
+    }
+    std::vector<uint8_t> bits(200 * 50);
+    std::mt19937 random{5};
+    for (uint8_t& byte : bits)
+        byte = static_cast<uint8_t>(random());
+    for (const UINT operation : {SRCCOPY, NOTSRCCOPY}) {
+        view->print = [&](CDC* dc, CPrintInfo*) {
+            EXPECT_EQ(dc->StretchDIBits(100, 200, 4000, 999, 10, 5, 180, 40, bits.data(), info, operation),
+                      40);
+        };
+        const Picture got = Print("8");
+        ASSERT_EQ(got.width, 180);
+        ASSERT_EQ(got.height, 40);
+        int wrong = 0;
+        for (int y = 0; y < 40; ++y)
+            for (int x = 0; x < 180; ++x) {
+                const uint8_t level = bits[static_cast<size_t>((5 + 39 - y) * 200 + 10 + x)];
+                wrong += got.grey[static_cast<size_t>(y * 180 + x)] !=
+                         (operation == SRCCOPY ? 255 - level : level);
+            }
+        EXPECT_EQ(wrong, 0);
+    }
+}
+
+TEST_F(PrintingTest, AFailureIsToldOnceAndCancelDoesNothing)
+{
+    const TestPage page = TestPage::Random(4000, 4000);
+    view->print = [&](CDC* dc, CPrintInfo* info) { page.Draw(dc, info->m_rectDraw); };
+    const auto boxes = [this] {
+        view->OnFilePrint();
+        const std::vector<std::string> lines = g_recorder.Take();
+        EXPECT_LE(std::count(lines.begin(), lines.end(), "begin printing"), 1);
+        return std::count(lines.begin(), lines.end(), "box Printing failed");
+    };
+    const std::string good = pdf;
+    for (const std::string& path : {directory, directory + "/none/page.pdf"}) {
+        pdf = path;
+        EXPECT_EQ(boxes(), 1) << path;
+    }
+    pdf = good;
+    EXPECT_EQ(boxes(), 0); // the next one is as good as ever
+    // The disk is full in the midst of the file.
+    {
+        const FileSizeLimit limit{100000};
+        EXPECT_EQ(boxes(), 1);
+    }
+    pdf.clear();
+    view->OnFilePrint();
+    EXPECT_TRUE(g_recorder.Take().empty());
+}
+
+TEST_F(PrintingTest, ThePreviewDrawsTheSameWayAndTouchesNothing)
+{
+    const TestPage page = TestPage::Random(400, 400);
+    view->print = [&](CDC* dc, CPrintInfo* info) {
+        EXPECT_TRUE(info->m_bPreview && dc->IsPrinting());
+        page.Draw(dc, info->m_rectDraw);
+        g_recorder.Add("printed");
+    };
+    InNextBox([&] {
+        EXPECT_TRUE(PumpUntil([] { return g_recorder.Count("printed") > 0; }));
+        g_recorder.Add("box closed");
+    });
+    view->Invalidate();
+    view->OnFilePrintPreview();
+    EXPECT_EQ(g_recorder.Take(),
+              (std::vector<std::string>{"begin printing", "printed", "end printing", "box closed"}));
+    EXPECT_FALSE(std::filesystem::exists(pdf));
+}
+} // namespace

@@ -1,0 +1,39 @@
+#include "qt_support.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QScreen>
+#include <QTimer>
+
+void CallFromLoop(std::function<void()> function)
+{
+    QMetaObject::invokeMethod(qApp, std::move(function), Qt::QueuedConnection);
+}
+
+void InNextBox(std::function<void()> function, std::string* text)
+{
+    auto* timer = new QTimer(qApp);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, function = std::move(function), text] {
+        QWidget* const box = QApplication::activeModalWidget();
+        if (!box)
+            return;
+        timer->stop();
+        timer->deleteLater();
+        if (auto* message = qobject_cast<QMessageBox*>(box); message && text)
+            *text = message->text().toStdString();
+        function();
+        box->close();
+    });
+    timer->start(0);
+}
+
+void PumpRounds()
+{
+    for (int i = 0; i < 100; ++i)
+        QCoreApplication::processEvents();
+}
+
+double ScreenRatio()
+{
+    return QGuiApplication::primaryScreen()->devicePixelRatio();
+}

@@ -1,0 +1,53 @@
+// The whole way through the program's own start and message loop, in a child: a process has one toolkit at
+// most.
+#include "platform/frame.h"
+#include "platform/run.h"
+#include "tests/support/child.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <locale.h>
+
+namespace
+{
+constexpr ApplicationResources kResources{};
+
+class App : public CWinApp
+{
+public:
+    App() : CWinApp(kResources) {}
+    bool InitInstance() override
+    {
+        auto* main = new Frame;
+        m_pMainWnd = main;
+        auto* further = new Frame; // of no document: nobody closes it along
+        if (!main->LoadFrame(1, WS_OVERLAPPEDWINDOW, nullptr) || !further->Create("further", 0, {}, nullptr))
+            return false;
+        main->ShowWindow(SW_SHOW);
+        further->ShowWindow(SW_SHOW);
+        return main->PostMessage(WM_CLOSE);
+    }
+    int ExitInstance() override
+    {
+        const bool prepared = std::signal(SIGXFSZ, SIG_DFL) == SIG_IGN && *localeconv()->decimal_point == '.';
+        return m_lpCmdLine == "a \xff b" && prepared ? 42 : 1;
+    }
+
+private:
+    class Frame : public CFrameWnd
+    {
+    };
+};
+
+TEST(RunApplication, EndsWithItsMainWindowWhateverElseIsOpen)
+{
+    EXPECT_EQ(InChild([] {
+                  setenv("QT_QPA_PLATFORM", "offscreen", 1);
+                  App app;
+                  return std::to_string(RunApplication(app, "program", "a \xff b"));
+              }),
+              "42");
+}
+
+} // namespace

@@ -1,0 +1,69 @@
+// What is kept from one run to the next.
+#include "tests/platform/test_classes.h"
+#include "tests/support/scratch.h"
+
+namespace
+{
+class SettingsTest : public testing::Test
+{
+protected:
+    void SetUp() override { SetSettingsFile(scratch.File("settings.ini")); }
+    void TearDown() override { SetSettingsFile({}); }
+    const ScratchDirectory scratch;
+    TestApp app;
+};
+
+TEST_F(SettingsTest, NumbersAndTextsComeBackByteForByte)
+{
+    for (const int value : {0, 1, -1, 2147483647, -2147483647 - 1}) {
+        EXPECT_TRUE(app.WriteProfileInt("A Section", "Mark Viewed", value));
+        EXPECT_EQ(app.GetProfileInt("A Section", "Mark Viewed", 5), value);
+    }
+    for (const char* text : {"", "plain", "a,b;c=d \"e\" %41", " blank ends ", "/p/\xc3\xa4.fax",
+                             "/p/\xff\xfe.fax", "@Point(1 2)", "line\nline\\x"}) {
+        EXPECT_TRUE(app.WriteProfileString("A Section", "Last Directory", text));
+        EXPECT_EQ(app.GetProfileString("A Section", "Last Directory", "default"), text);
+    }
+    EXPECT_EQ(app.GetProfileString("B", "Last Directory", "default"), "default");
+    EXPECT_EQ(app.GetProfileInt("A Section", "mark", 7), 7);
+}
+
+TEST_F(SettingsTest, WhatIsOfAnotherKindGivesTheDefault)
+{
+    scratch.Write("settings.ini", "[S]\nword=many\nhuge=99999999999\nfraction=1.5\nlist=1, 2\npoint=@Point(1 "
+                                  "2)\nempty=\nrubbish\n]=\nnumber=12\n");
+    for (const char* key : {"word", "huge", "fraction", "list", "point", "empty", "rubbish", "none"})
+        EXPECT_EQ(app.GetProfileInt("S", key, 77), 77) << key;
+    EXPECT_EQ(app.GetProfileInt("S", "number", 77), 12);
+    EXPECT_EQ(app.GetProfileString("S", "number", "default"), "12");
+    for (const char* key : {"list", "point", "none"})
+        EXPECT_EQ(app.GetProfileString("S", key, "default"), "default") << key;
+}
+
+TEST_F(SettingsTest, WhatCannotBeWrittenIsLostWithoutAWord)
+{
+    SetSettingsFile(scratch.Write("file", "x") + "/settings.ini"); // not even root makes that directory
+    BoxTexts boxes;
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(app.WriteProfileInt("S", "k", 1));
+    EXPECT_FALSE(app.WriteProfileString("S", "k", "v"));
+    EXPECT_EQ(app.GetProfileInt("S", "k", 3), 3);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_TRUE(boxes.Take().empty());
+}
+
+TEST_F(SettingsTest, TheLastFourFilesAreKept)
+{
+    app.LoadStdProfileSettings(4);
+    EXPECT_TRUE(app.GetRecentFiles().empty());
+    for (const char* path : {"/1", "/2", "/3 \xff", "/4", "/2", "/5"})
+        app.AddToRecentFileList(path);
+    const std::vector<CString> want{"/5", "/2", "/4", "/3 \xff"};
+    EXPECT_EQ(app.GetRecentFiles(), want);
+    EXPECT_EQ(app.ExitInstance(), 0);
+    app.LoadStdProfileSettings(4);
+    EXPECT_EQ(app.GetRecentFiles(), want);
+    app.LoadStdProfileSettings(2);
+    EXPECT_EQ(app.GetRecentFiles(), (std::vector<CString>{"/5", "/2"}));
+}
+} // namespace

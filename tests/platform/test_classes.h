@@ -1,0 +1,125 @@
+// An application of the smallest kind: each of its classes notes what reaches it.
+#pragma once
+
+#include "platform/testing.h"
+#include "tests/platform/qt_support.h"
+#include "tests/support/recorder.h"
+#include "tests/support/test_page.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <map>
+
+constexpr UINT WM_TEST = WM_USER + 1;
+
+// Who of them has a handler: all; all but the view; frame and application; the application alone; nobody.
+constexpr UINT kForView = 101, kForDocument = 102, kForFrame = 103, kForApp = 104, kForNobody = 105;
+constexpr UINT kDisabled = 106; // a handler in the frame, but the document's update handler forbids it
+constexpr UINT kChecked = 107;  // checked by the view's update handler
+constexpr UINT kPaneOn = 108, kPaneOff = 109;
+
+extern Recorder g_recorder;
+extern int g_alive; // documents, frames and views
+
+class TestDocument : public CDocument
+{
+public:
+    static const CRuntimeClass classRecord;
+    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    TestDocument() { ++g_alive; }
+    ~TestDocument() override
+    {
+        --g_alive;
+        g_recorder.Add("document deleted");
+    }
+    bool OnOpenDocument(const CString& path) override { return path.Find('!') < 0; }
+    void OnRun() { g_recorder.Add("document"); }
+    void OnUpdateDisabled(CCmdUI& ui) { ui.Enable(false); }
+
+protected:
+    static const MessageEntry entries[];
+    static const MessageMap messages;
+    const MessageMap& GetMessageMap() const override { return messages; }
+};
+
+class TestView : public CScrollView
+{
+public:
+    static const CRuntimeClass classRecord;
+    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    TestView();
+    ~TestView() override;
+
+    void ShowPage(TestPage shown);
+    void OnDraw(CDC* dc) override;
+    void OnRun() { g_recorder.Add("view"); }
+    void OnUpdateChecked(CCmdUI& ui) { ui.SetCheck(true); }
+
+    bool OnPreparePrinting(CPrintInfo* info) override;
+    void OnBeginPrinting(CDC*, CPrintInfo*) override { g_recorder.Add("begin printing"); }
+    void OnPrint(CDC* dc, CPrintInfo* info) override;
+    void OnEndPrinting(CDC*, CPrintInfo*) override { g_recorder.Add("end printing"); }
+
+    std::string name = "";
+    TestPage page;
+    std::map<UINT, std::function<void()>> on_message; // called before the message is handled
+    std::function<void(CDC*, const CRect&)> draw;     // instead of the page
+    std::function<void(CDC*, CPrintInfo*)> print;
+
+protected:
+    static const MessageEntry entries[];
+    static const MessageMap messages;
+    const MessageMap& GetMessageMap() const override { return messages; }
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
+};
+
+class TestFrame : public CFrameWnd
+{
+public:
+    static const CRuntimeClass classRecord;
+    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    TestFrame() { ++g_alive; }
+    ~TestFrame() override { --g_alive; }
+    int OnCreate(const CREATESTRUCT& cs) override;
+    void OnRun() { g_recorder.Add("frame"); }
+    void OnUpdatePane(CCmdUI& ui) { ui.Enable(true); }
+    TestView* View() const { return DynamicDowncast<TestView>(GetDescendantWindow(AFX_IDW_PANE_FIRST)); }
+
+    std::string name = "frame";
+    CStatusBar status;
+
+protected:
+    static const MessageEntry entries[];
+    static const MessageMap messages;
+    const MessageMap& GetMessageMap() const override { return messages; }
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
+};
+
+class TestApp : public CWinApp
+{
+public:
+    TestApp();
+    bool InitInstance() override;
+    void OnDroppedFiles(const std::vector<CString>& paths) override;
+    void OnRun() { g_recorder.Add("app"); }
+
+protected:
+    static const MessageEntry entries[];
+    static const MessageMap messages;
+    const MessageMap& GetMessageMap() const override { return messages; }
+};
+
+class WindowTest : public testing::Test
+{
+protected:
+    void SetUp() override;
+    void TearDown() override; // wants every object gone
+    TestFrame* MakeFurtherFrame(const char* name);
+    // What the window shows is the page at the scroll position, white beside it.
+    static void ExpectShown(TestView* view);
+    std::vector<std::string> Settle();
+
+    std::unique_ptr<TestApp> app;
+    TestFrame* frame = nullptr;
+    TestView* view = nullptr;
+};

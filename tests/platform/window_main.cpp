@@ -1,0 +1,12 @@
+#include "platform/testing.h"
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    if (testing::GTEST_FLAG(list_tests))
+        return RUN_ALL_TESTS();
+    const TestToolkit toolkit{argc, argv};
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,327 @@
+// Messages, their order, boxes, and the ends of windows.
+#include "platform/testing.h"
+#include "tests/platform/test_classes.h"
+
+namespace
+{
+using Lines = std::vector<std::string>;
+
+// The lines that begin with one of the words.
+Lines Only(const Lines& lines, std::initializer_list<const char*> words)
+{
+    Lines chosen;
+    for (const std::string& line : lines)
+        for (const char* word : words)
+            if (line.starts_with(word))
+                chosen.push_back(line);
+    return chosen;
+}
+
+TEST_F(WindowTest, TheSizeIsToldBeforeTheFirstPaint)
+{
+    const CRect client = view->GetClientRect();
+    const Lines got = Only(g_recorder.Take(), {"size", "paint"});
+    ASSERT_FALSE(got.empty());
+    EXPECT_EQ(got.front().substr(0, 5), "size "); // a second one where the frame's margins were told late
+    EXPECT_GE(std::count(got.begin(), got.end(), "paint"), 1);
+    EXPECT_EQ(Only(got, {"size"}).back(),
+              "size " + std::to_string(client.right) + "," + std::to_string(client.bottom));
+    EXPECT_EQ(frame->GetWindowText(), "TEST");
+    app->OpenDocumentFile("/x/page.fax");
+    EXPECT_EQ(frame->GetWindowText(), "page.fax - TEST");
+    EXPECT_EQ(app->OpenDocumentFile("/x/bad!"), nullptr);
+    EXPECT_EQ(frame->GetWindowText(), "page.fax - TEST");
+}
+
+TEST_F(WindowTest, ThePlaceFollowsTheFrame)
+{
+    frame->MoveWindow({30, 40, 530, 440});
+    Settle();
+    EXPECT_EQ(frame->GetWindowPlacement().normal_position, (CRect{30, 40, 530, 440}));
+    const CRect client = view->GetClientRect();
+    ResizeFrame(*frame, {600, 500}); // as by the user
+    const CRect place = frame->GetWindowPlacement().normal_position;
+    EXPECT_EQ(place.Width() - 500, view->GetClientRect().right - client.right);
+    EXPECT_EQ(place.Height() - 400, view->GetClientRect().bottom - client.bottom);
+}
+
+TEST_F(WindowTest, CommandsGoToTheFirstOfViewDocumentFrameAndApplication)
+{
+    struct {
+        UINT command;
+        Lines want;
+    } const cases[] = {
+        {kForView, {"view"}},   {kForDocument, {"document"}},
+        {kForFrame, {"frame"}}, {kForApp, {"app"}},
+        {kForNobody, {}},       {kDisabled, {}},
+        {kChecked, {"view"}},
+    };
+    Settle();
+    for (const auto& c : cases) {
+        EXPECT_EQ(frame->SendMessage(WM_COMMAND, c.command), c.want.empty() ? 0 : 1);
+        EXPECT_EQ(g_recorder.Take(), c.want) << c.command;
+    }
+    PressAccelerator(*frame, "Ctrl+F");
+    PressAccelerator(*frame, "Ctrl+D");
+    EXPECT_EQ(g_recorder.Take(), Lines{"frame"});
+    const std::vector<CString> menu{"&All/&View",
+                                    "&All/&Document",
+                                    "&All/&Frame\tCtrl+F",
+                                    "&All/&App",
+                                    "&All/&Nobody [disabled]",
+                                    "&All/D&isabled [disabled]",
+                                    "&All/&Checked [checked]"};
+    EXPECT_EQ(DescribeMenu(*frame), menu);
+    frame->status.SetPaneText(1, "shown");
+    frame->status.SetPaneText(2, "not shown");
+    view->PostMessage(WM_TEST);
+    Settle();
+    EXPECT_EQ(frame->status.GetPaneText(1), "shown");
+    EXPECT_EQ(frame->status.GetPaneText(2), "");
+}
+
+TEST_F(WindowTest, KeysThatWaitAreMergedAndComeBeforePaintsBeforePosts)
+{
+    Settle();
+    view->PostMessage(WM_TEST, 1);
+    view->Invalidate();
+    PressKey(*view, TestKey::down, false, 3);
+    PressKey(*view, TestKey::down, true, 2);
+    PressKey(*view, TestKey::escape);
+    PressKey(*view, TestKey::down);
+    EXPECT_EQ(Only(Settle(), {"key", "char", "paint", "posted"}),
+              (Lines{"key 40 x3", "key 40 x2 control", "key 27 x1", "char 27 x1", "key 40 x1", "paint",
+                     "posted 1"}));
+    // Keys that came before the pointer's message are handled before it.
+    PressKey(*view, TestKey::pageUp);
+    MoveMouse(*view, {1, 2});
+    EXPECT_EQ(g_recorder.Take(), (Lines{"key 33 x1", "move 0 1,2"}));
+}
+
+TEST_F(WindowTest, ThePointerComesInClientPixels)
+{
+    Settle();
+    MoveMouse(*view, {7, 9});
+    PressMouse(*view, {0, 0});
+    MoveMouse(*view, {-30, 3000});
+    ReleaseMouse(*view, {5, 6});
+    DoubleClick(*view, {11, 12}, true);
+    EXPECT_EQ(g_recorder.Take(),
+              (Lines{"move 0 7,9", "left down 1 0,0", "move 1 -30,3000", "left up 0 5,6",
+                     "right down 2 11,12", "right up 0 11,12", "right double 2 11,12", "right up 0 11,12"}));
+}
+
+TEST_F(WindowTest, DroppedNamesKeepTheirBytes)
+{
+    frame->DragAcceptFiles(true);
+    g_recorder.Take();
+    DropFiles(*frame, {"/tmp/a b%41#?.fax", "/tmp/\xff\xfe\xc3\xa4.tif"});
+    EXPECT_EQ(g_recorder.Take(), (Lines{"dropped /tmp/a b%41#?.fax", "dropped /tmp/\xff\xfe\xc3\xa4.tif"}));
+}
+
+TEST_F(WindowTest, OneMessageATurnOfTheLoop)
+{
+    Settle();
+    view->on_message[WM_TEST] = [] { CallFromLoop([] { g_recorder.Add("display"); }); };
+    view->on_message[WM_PAINT] = view->on_message[WM_TEST];
+    view->Invalidate();
+    view->PostMessage(WM_TEST, 1);
+    view->PostMessage(WM_TEST, 2);
+    EXPECT_EQ(Only(Settle(), {"paint", "posted", "display"}),
+              (Lines{"paint", "display", "posted 1", "display", "posted 2", "display"}));
+}
+
+TEST_F(WindowTest, PostedMessagesWaitForAtMostOnePaintOfEachWindow)
+{
+    TestView* further = MakeFurtherFrame("B")->View();
+    Settle();
+    for (TestView* each : {view, further}) {
+        each->draw = [each](CDC*, const CRect&) { each->Invalidate(); }; // never done
+        each->Invalidate();
+    }
+    int left = 20;
+    view->on_message[WM_TEST] = [&] {
+        if (--left > 0)
+            view->PostMessage(WM_TEST);
+    };
+    view->PostMessage(WM_TEST);
+    ASSERT_TRUE(PumpUntil([&] { return left == 0; }));
+    int paints[2] = {0, 0};
+    for (const std::string& line : g_recorder.Take()) {
+        if (line.starts_with("paint")) {
+            ++paints[line == "paint B"];
+        } else if (line.starts_with("posted")) {
+            EXPECT_LE(std::max(paints[0], paints[1]), 1);
+            paints[0] = paints[1] = 0;
+        }
+    }
+    // And the paints are not held up by posts either.
+    view->on_message[WM_TEST] = [&] { view->PostMessage(WM_TEST); };
+    view->PostMessage(WM_TEST);
+    const uint64_t before = PaintCount(*further);
+    EXPECT_TRUE(PumpUntil([&] { return PaintCount(*further) > before + 5; }));
+    view->draw = further->draw = nullptr;
+    view->on_message.clear();
+    Settle();
+}
+
+TEST_F(WindowTest, ABoxInsideAPaintHoldsPaintsAndPostsBack)
+{
+    view->ShowPage(TestPage::Random(3000, 3000));
+    TestView* further = MakeFurtherFrame("B")->View();
+    Settle();
+    std::string text;
+    view->draw = [&](CDC* dc, const CRect& box) {
+        view->draw = nullptr;
+        view->page.Draw(dc, {box.left, box.top, box.right, box.top + 20});
+        InNextBox(
+            [&] {
+                further->Invalidate();
+                view->Invalidate();
+                view->PostMessage(WM_TEST, 2);
+                further->UpdateWindow();
+                frame->MoveWindow({0, 0, 333, 222});
+                view->ScrollToPosition({12, 34});
+                PumpRounds();
+                g_recorder.Add("box closed");
+            },
+            &text);
+        AfxMessageBox("Read error & more");
+        view->page.Draw(dc, {box.left, box.top + 20, box.right, box.bottom});
+        g_recorder.Add("drawn");
+    };
+    view->PostMessage(WM_TEST, 1);
+    view->Invalidate();
+    ASSERT_TRUE(PumpUntil([] { return g_recorder.Count("posted 2") > 0; }));
+    EXPECT_EQ(text, "Read error & more");
+    const Lines got = Only(g_recorder.Take(), {"paint", "posted", "box", "drawn"});
+    ASSERT_GE(got.size(), 5U);
+    EXPECT_EQ(Lines(got.begin(), got.begin() + 3), (Lines{"paint", "box closed", "drawn"}));
+    EXPECT_NE(std::find(got.begin(), got.end(), "paint B"), got.end());
+    EXPECT_NE(std::find(got.begin(), got.end(), "posted 1"), got.end());
+    ExpectShown(view);
+}
+
+TEST_F(WindowTest, AWindowMayEndInAnyOfItsHandlers)
+{
+    struct {
+        const char* where;
+        UINT message;
+        std::function<void(TestView*)> cause;
+    } const cases[] = {
+        {"key", WM_KEYDOWN, [](TestView* v) { PressKey(*v, TestKey::escape); }},
+        {"character", WM_CHAR, [](TestView* v) { PressKey(*v, TestKey::escape); }},
+        {"paint", WM_PAINT, [](TestView* v) { v->Invalidate(); }},
+        {"paint at once", WM_PAINT, [](TestView* v) { v->Invalidate(), v->UpdateWindow(); }},
+        {"post", WM_TEST, [](TestView* v) { v->PostMessage(WM_TEST, 7); }},
+        {"pointer", WM_MOUSEMOVE,
+         [](TestView* v) {
+             MoveMouse(*v, {1, 1});
+         }},
+        {"double click", WM_RBUTTONDOWN,
+         [](TestView* v) {
+             DoubleClick(*v, {1, 1}, true);
+         }},
+        {"wheel", WM_MOUSEWHEEL, [](TestView* v) { TurnWheel(*v, 0, -120); }},
+        {"size", WM_SIZE,
+         [](TestView* v) {
+             v->GetParentFrame()->MoveWindow({0, 0, 444, 333});
+         }},
+        {"scroll sizes", WM_SIZE,
+         [](TestView* v) {
+             v->SetScrollSizes(MM_TEXT, {99, 4000}, {1, 1}, {1, 1});
+         }},
+    };
+    for (const auto& c : cases)
+        for (const bool whole : {false, true})
+            for (const bool drawing : {false, true}) { // the end comes in the midst of drawing, or before it
+                SCOPED_TRACE(c.where);
+                if (drawing && c.message != WM_PAINT)
+                    continue;
+                TestFrame* further = MakeFurtherFrame("B");
+                TestView* v = further->View();
+                Settle();
+                const auto end = [&, whole] {
+                    v->PostMessage(WM_TEST, 9);
+                    v->Invalidate();
+                    whole ? frame->SendMessage(WM_CLOSE) : LRESULT{further->DestroyWindow()};
+                    EXPECT_FALSE(v->PostMessage(WM_TEST, 9));
+                    v->ScrollWindow(1, 1);
+                    v->SetScrollSizes(MM_TEXT, {10, 10}, {1, 1}, {1, 1});
+                    v->Invalidate();
+                };
+                if (drawing)
+                    v->draw = [&](CDC* dc, const CRect& box) {
+                        const TestPage page = TestPage::Random(500, 500);
+                        page.Draw(dc, {0, 0, 500, 9});
+                        end();
+                        page.Draw(dc, box);
+                    };
+                else
+                    v->on_message[c.message] = [&] {
+                        v->on_message.clear();
+                        end();
+                    };
+                c.cause(v);
+                const Lines got = Settle();
+                EXPECT_EQ(std::count(got.begin(), got.end(), "posted 9"), 0);
+                EXPECT_EQ(std::count(got.begin(), got.end(), "destroy view B"), 1);
+                EXPECT_EQ(g_alive, whole ? 0 : 3);
+                EXPECT_TRUE(c.message != WM_KEYDOWN || Only(got, {"char"}).empty());
+                if (whole) {
+                    EXPECT_EQ(AfxGetMainWnd(), nullptr);
+                    TearDown();
+                    SetUp();
+                }
+            }
+}
+
+TEST_F(WindowTest, AWindowMayEndWhileItsPaintShowsABox)
+{
+    TestFrame* further = MakeFurtherFrame("B");
+    TestView* v = further->View();
+    Settle();
+    v->draw = [&](CDC* dc, const CRect& box) {
+        InNextBox([&] {
+            further->DestroyWindow();
+            PumpRounds();
+        });
+        AfxMessageBox("text");
+        v->page.Draw(dc, box); // the objects stay until their message has been handled
+        g_recorder.Add("drawn");
+    };
+    v->Invalidate();
+    ASSERT_TRUE(PumpUntil([] { return g_recorder.Count("drawn") > 0; }));
+    PumpRounds();
+    EXPECT_EQ(g_alive, 3);
+}
+
+TEST_F(WindowTest, TheMainWindowTakesTheOthersAndThenTheDocumentAlong)
+{
+    MakeFurtherFrame("B");
+    MakeFurtherFrame("C");
+    Settle();
+    app->OnAppExit();
+    EXPECT_EQ(Only(Settle(), {"destroy", "document"}),
+              (Lines{"destroy C", "destroy view C", "destroy B", "destroy view B", "destroy frame",
+                     "destroy view", "document deleted"}));
+}
+
+TEST_F(WindowTest, AFrameMayRefuseToBeMade)
+{
+    class Refusing : public TestFrame
+    {
+        bool PreCreateWindow(CREATESTRUCT&) override { return false; }
+    };
+    class Failing : public TestFrame
+    {
+        int OnCreate(const CREATESTRUCT& cs) override { return TestFrame::OnCreate(cs) == 0 ? -1 : 0; }
+    };
+    const int before = g_alive;
+    CCreateContext context{&TestView::classRecord, frame->GetActiveDocument(), view};
+    EXPECT_FALSE((new Refusing)->Create("x", 0, {}, &context)); // and is gone with its view
+    EXPECT_FALSE((new Failing)->Create("x", 0, {}, &context));
+    EXPECT_EQ(g_alive, before);
+    EXPECT_EQ(frame->GetActiveDocument()->GetViews().size(), 1U);
+}
+} // namespace

@@ -1,0 +1,90 @@
+// What a test leaves no trace of: a directory of its own, message boxes, and limits of the process.
+#pragma once
+
+#include "platform/testing.h"
+#include "tests/support/recorder.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <sys/resource.h>
+#include <vector>
+
+// Removed with all that is in it.
+class ScratchDirectory
+{
+public:
+    ScratchDirectory()
+    {
+        std::string name = testing::TempDir() + "lumenta-XXXXXX";
+        EXPECT_NE(mkdtemp(name.data()), nullptr) << name;
+        m_path = std::filesystem::canonical(name).string();
+    }
+    ScratchDirectory(const ScratchDirectory&) = delete;
+    ScratchDirectory& operator=(const ScratchDirectory&) = delete;
+    ~ScratchDirectory()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+
+    const std::string& Path() const { return m_path; }
+    std::string File(const std::string& name) const { return m_path + "/" + name; }
+    // Writes the file and gives its path.
+    std::string Write(const std::string& name, std::string_view bytes) const
+    {
+        std::ofstream(File(name), std::ios::binary) << bytes;
+        return File(name);
+    }
+
+private:
+    std::string m_path;
+};
+
+// The texts of all message boxes while it lives; none blocks.
+class BoxTexts
+{
+public:
+    BoxTexts()
+    {
+        SetMessageBoxHook([this](const CString& text) { m_texts.Add(text.c_str()); });
+    }
+    BoxTexts(const BoxTexts&) = delete;
+    BoxTexts& operator=(const BoxTexts&) = delete;
+    ~BoxTexts() { SetMessageBoxHook({}); }
+
+    // Those since the last call.
+    std::vector<std::string> Take() { return m_texts.Take(); }
+
+private:
+    Recorder m_texts;
+};
+
+// No file can grow beyond bytes, as on a full disk, while it lives.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(rlim_t bytes)
+    {
+        m_handler = std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit{bytes, m_before.rlim_max};
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+    ~FileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_before);
+        std::signal(SIGXFSZ, m_handler);
+    }
+
+private:
+    rlimit m_before{};
+    void (*m_handler)(int) = nullptr;
+};
