@@ -9,6 +9,7 @@
 #include "platform/view.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <new>
 
@@ -17,6 +18,8 @@ namespace
 constexpr const char* kSettings = "App";
 constexpr const char* kLinesPerUpdate = "Lines Per Update";
 constexpr int32_t kRowsPerCursorLook = 256; // rows read between two looks whether the hourglass is due
+
+constexpr int32_t kStoreBlockBytes = 256 * 1024; // decoded before they are written to the temporary file
 
 // The kinds of page file, in the order in which they are tried.
 using ImageFactory = std::unique_ptr<Image> (*)();
@@ -76,6 +79,7 @@ void CLumentaDoc::SetTitle(const CString&)
 
 void CLumentaDoc::DeleteContents()
 {
+    ++m_nPageSerial;
     m_pDibInfo.reset();
     m_nWidth = 0;
     m_nDepth = 0;
@@ -215,20 +219,58 @@ bool CLumentaDoc::ReleaseRowBuffer()
     return true;
 }
 
-// Reads the image's next row, which is row. False after a failure has been reported: reading is off then.
-bool CLumentaDoc::ReadStoredRow(uint8_t* slot, int32_t row)
+// Reads the image's next row, which is row. False leaves zeros.
+bool CLumentaDoc::ReadImageRow(uint8_t* slot, int32_t row)
 {
     if (row % kRowsPerCursorLook == kRowsPerCursorLook - 1)
         ShowWaitCursorIfDue();
     if (m_pImage->ReadRow(slot, m_nRowBytes))
         return true;
     memset(slot, 0, static_cast<size_t>(m_nRowBytes));
+    return false;
+}
+
+// Reading is off from here on. False if the page was closed while the box was open.
+bool CLumentaDoc::ReportRow(int32_t row)
+{
     // Before the box, so that there is one box a page.
     m_bReadError = true;
     CString words;
     words.Format("error at line %d: %s", row, m_pImage->ErrorText.c_str());
+    const uint64_t page = m_nPageSerial;
     AfxMessageBox(words);
-    return false;
+    return page == m_nPageSerial;
+}
+
+// Reads the rows behind the last one and before stop into the temporary file, a block at a time: decoded into
+// memory that stays in the cache, and written, which takes a sixth of what touching fresh pages of the
+// mapping takes. Ends with the first row that cannot be read, or kept, which stays zero. False if the page
+// was closed while that was reported.
+bool CLumentaDoc::FillMapping(int32_t stop)
+{
+    const int32_t block_rows =
+        std::clamp(kStoreBlockBytes / std::max(m_nRowBytes, 1), 1, stop - m_nLastRow - 1);
+    const auto block =
+        std::make_unique<uint8_t[]>(static_cast<size_t>(block_rows) * static_cast<size_t>(m_nRowBytes));
+    bool good = true;
+    while (good && m_nLastRow + 1 < stop) {
+        const int32_t first = m_nLastRow + 1;
+        const int32_t wanted = std::min(block_rows, stop - first);
+        int32_t rows = 0;
+        while (good && rows < wanted) {
+            good = ReadImageRow(block.get() + int64_t{rows} * m_nRowBytes, first + rows);
+            ++rows;
+        }
+        const size_t bytes = static_cast<size_t>(rows) * static_cast<size_t>(m_nRowBytes);
+        if (!WriteTempFile(m_hTempFile, int64_t{first} * m_nRowBytes, block.get(), bytes)) {
+            // Not through the mapping: where a write fails, a touch would end the program.
+            m_pImage->ErrorText = strerror(errno);
+            m_nLastRow = first;
+            return ReportRow(first);
+        }
+        m_nLastRow += rows;
+    }
+    return good || ReportRow(m_nLastRow);
 }
 
 bool CLumentaDoc::GetRows(int32_t first, int32_t count)
@@ -269,20 +311,27 @@ bool CLumentaDoc::GetRows(int32_t first, int32_t count)
 
     // Pass over: the first slot to be kept is scratch space for the rows before it.
     while (next < store && !m_bReadError) {
-        ReadStoredRow(RowAddress(store), next);
+        const bool good = ReadImageRow(RowAddress(store), next);
         ++m_nLastRow;
+        if (!good && !ReportRow(next))
+            return false;
         ++next;
     }
     if (next < store)
         m_nLastRow = store - 1;
 
+    if (store < stop && !m_bReadError && m_hTempFile != kInvalidFile) {
+        if (!FillMapping(stop))
+            return false;
+        store = m_nLastRow + 1;
+    }
     while (store < stop && !m_bReadError) {
-        ReadStoredRow(RowAddress(store), store);
+        const bool good = ReadImageRow(RowAddress(store), store);
         ++m_nLastRow;
+        if (!good && !ReportRow(store))
+            return false;
         ++store;
     }
-    if (!m_pRows) // the page was closed while a box was open
-        return false;
     if (store < stop) {
         // Nothing is read any more. In the temporary file the rows ahead have never been touched, and are
         // zero.

@@ -69,9 +69,13 @@ public:
     int32_t m_nLinesPerUpdate = 1; // reduced lines made between two paints, at least 1
 
 private:
+    uint64_t m_nPageSerial = 0; // grows with each page that is closed
+
     bool OpenPage(const CString& path);
     bool BuildGreyPalette();
-    bool ReadStoredRow(uint8_t* slot, int32_t row);
+    bool ReadImageRow(uint8_t* slot, int32_t row);
+    bool ReportRow(int32_t row);
+    bool FillMapping(int32_t stop);
 
     void DrawBilevel(CDC* dc, const CRect& rect);
     void DrawGrey(CDC* dc, const CRect& rect);

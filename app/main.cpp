@@ -22,8 +22,9 @@ int main(int argc, char** argv)
     const std::span<const char* const> all{argv, static_cast<size_t>(argc)};
     const CommandLine line = ReadCommandLine(all.subspan(argc > 0 ? 1 : 0), IsFile);
     switch (line.wish) {
-    case CommandLine::Wish::help: return fputs(kHelpText, stdout) < 0;
-    case CommandLine::Wish::version: return printf("lumenta %s\n", kLumentaVersion) < 0;
+    case CommandLine::Wish::help: return fputs(kHelpText, stdout) < 0 || fflush(stdout) != 0;
+    case CommandLine::Wish::version:
+        return printf("lumenta %s\n", kLumentaVersion) < 0 || fflush(stdout) != 0;
     case CommandLine::Wish::run: break;
     }
     if (!HasDisplay()) {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstring>
+#include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
 #include <tiffio.h>
@@ -40,7 +41,7 @@ TIFF* OpenTiff(int file, const CString& path, int64_t limit)
     if (!options)
         return nullptr;
     TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), static_cast<tmsize_t>(limit));
-    const int own = dup(file);
+    const int own = fcntl(file, F_DUPFD_CLOEXEC, 0);
     if (own < 0)
         return nullptr;
     // The header is read from where the descriptor stands, and an earlier open has moved that.

@@ -4,6 +4,7 @@
 #include "platform/frame.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
 
 namespace
@@ -93,8 +94,12 @@ void CWinApp::LoadStdProfileSettings(int recent_files)
     }
 }
 
-void CWinApp::AddToRecentFileList(const CString& path)
+void CWinApp::AddToRecentFileList(const CString& name)
 {
+    // The next run may start elsewhere.
+    std::error_code error;
+    const std::string absolute = std::filesystem::absolute(name.c_str(), error).string();
+    const CString path = error ? name : CString{absolute};
     const auto known = std::find(m_recent.begin(), m_recent.end(), path);
     if (known != m_recent.end())
         m_recent.erase(known);

@@ -43,7 +43,7 @@ public:
     bool WriteProfileString(const char* section, const char* key, const CString& value);
 
     void LoadStdProfileSettings(int recent_files);
-    void AddToRecentFileList(const CString& path);
+    void AddToRecentFileList(const CString& name);
     const std::vector<CString>& GetRecentFiles() const { return m_recent; }
 
     void OnFilePrintSetup();

@@ -111,19 +111,20 @@ CDocument* CSingleDocTemplate::OpenDocumentFile(const CString* path)
         if (AfxGetApp() && !AfxGetApp()->m_pMainWnd)
             AfxGetApp()->m_pMainWnd = frame;
     }
+    bool good;
     if (!path) {
         m_document->SetTitle(CString{});
-        if (!m_document->OnNewDocument())
-            return nullptr;
+        good = m_document->OnNewDocument();
     } else {
-        if (!m_document->OnOpenDocument(*path))
-            return nullptr;
-        m_document->SetPathName(*path);
+        good = m_document->OnOpenDocument(*path);
+        if (good)
+            m_document->SetPathName(*path);
     }
-    for (CView* view : m_document->GetViews())
-        if (m_document->HasView(view))
-            view->OnInitialUpdate();
-    if (frame && !frame->IsWindowVisible())
+    if (good)
+        for (CView* view : m_document->GetViews())
+            if (m_document->HasView(view))
+                view->OnInitialUpdate();
+    if (frame && !frame->IsWindowVisible()) // refused or not: there is no other way to go on
         frame->ActivateFrame(AfxGetApp() ? AfxGetApp()->m_nCmdShow : SW_SHOWNORMAL);
-    return m_document;
+    return good ? m_document : nullptr;
 }

@@ -120,6 +120,14 @@ void CFrameWnd::PostNcDestroy()
     DeleteLater(this);
 }
 
+void CFrameWnd::ForgetView(const CView* view)
+{
+    if (m_activeView == view)
+        m_activeView = nullptr;
+    if (m_pane == view)
+        m_pane = nullptr;
+}
+
 CDocument* CFrameWnd::GetActiveDocument() const
 {
     const CView* view = m_activeView ? m_activeView : m_pane;

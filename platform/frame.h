@@ -63,6 +63,7 @@ protected:
 
 private:
     friend class CView;
+    void ForgetView(const CView* view); // its window is going
     friend class CStatusBar;
     bool CreateFromStruct(CREATESTRUCT& cs);
     void MakePeer(const CREATESTRUCT& cs);

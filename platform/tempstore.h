@@ -12,6 +12,10 @@ constexpr int kInvalidFile = -1;
 // Close it with CloseTempFile.
 int CreateTempFile(const char* prefix, int64_t bytes);
 void CloseTempFile(int file);
+// Puts bytes at an offset within the file. Those seen through its mapping are the same; what has not been
+// touched yet is filled this way at a sixth of what it costs through the mapping. False if it could not be
+// done.
+bool WriteTempFile(int file, int64_t offset, const uint8_t* bytes, size_t count);
 
 // Maps the whole file for reading and writing; null on failure.
 uint8_t* MapTempFile(int file, int64_t bytes);

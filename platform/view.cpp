@@ -63,6 +63,8 @@ void CView::OnDestroy()
 {
     if (m_document)
         m_document->RemoveView(this);
+    if (CFrameWnd* frame = GetParentFrame())
+        frame->ForgetView(this);
     Default();
 }
 

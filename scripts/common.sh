@@ -74,8 +74,9 @@ Have them installed with: apt-get install --no-install-recommends ${missing[*]}"
     as_root=(sudo)
   fi
   say "installing ${missing[*]}"
-  "${as_root[@]}" apt-get -q update
-  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o DPkg::Lock::Timeout=300 \
+  local patience=(-o Acquire::Retries=3 -o DPkg::Lock::Timeout=300)
+  "${as_root[@]}" apt-get -q "${patience[@]}" -o APT::Update::Error-Mode=any update
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y "${patience[@]}" \
     install --no-install-recommends "${missing[@]}"
 }
 
@@ -130,7 +131,8 @@ tree_files()
 private_environment()
 {
   unset WAYLAND_DISPLAY QT_QPA_PLATFORM QT_QPA_PLATFORMTHEME QT_STYLE_OVERRIDE QT_SCALE_FACTOR \
-    QT_SCREEN_SCALE_FACTORS QT_AUTO_SCREEN_SCALE_FACTOR QT_ENABLE_HIGHDPI_SCALING QT_FONT_DPI
+    QT_SCREEN_SCALE_FACTORS QT_AUTO_SCREEN_SCALE_FACTOR QT_ENABLE_HIGHDPI_SCALING QT_FONT_DPI \
+    QT_LOGGING_RULES QT_PLUGIN_PATH QT_SCALE_FACTOR_ROUNDING_POLICY
   mkdir -p "$scratch/config"
   export XDG_CONFIG_HOME=$scratch/config
   export DBUS_SESSION_BUS_ADDRESS=unix:path=$scratch/no-bus

@@ -68,6 +68,21 @@ void CloseTempFile(int file)
         close(file);
 }
 
+bool WriteTempFile(int file, int64_t offset, const uint8_t* bytes, size_t count)
+{
+    while (count > 0) {
+        const ssize_t written = pwrite(file, bytes, count, offset);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
+        offset += written;
+        bytes += written;
+        count -= static_cast<size_t>(written);
+    }
+    return true;
+}
+
 uint8_t* MapTempFile(int file, int64_t bytes)
 {
     void* view = mmap(nullptr, static_cast<size_t>(bytes), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);

@@ -78,7 +78,8 @@ void AfxMessageBox(const CString& text)
         QGuiApplication::restoreOverrideCursor();
     }
     const CWnd* main = AfxGetMainWnd();
-    QMessageBox box(main && main->Peer() ? main->Peer()->Widget()->window() : nullptr);
+    QWidget* const above = QApplication::activeModalWidget(); // as the preview
+    QMessageBox box(above ? above : main && main->Peer() ? main->Peer()->Widget()->window() : nullptr);
     box.setIcon(QMessageBox::Warning);
     box.setTextFormat(Qt::PlainText);
     box.setWindowTitle(ToQString(AfxGetApp() ? AfxGetApp()->LoadString(AFX_IDS_APP_TITLE) : CString{}));

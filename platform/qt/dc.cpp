@@ -88,7 +88,7 @@ public:
     {
         if (!Alive())
             return;
-        const QPoint move = m_view->Moved() - m_start;
+        const QPoint move = m_view->MovedSince(m_start);
         const PixelBuffer buffer = m_view->Pixels();
         const QRegion rest = (m_clip - m_drawn).translated(move) & QRect(0, 0, buffer.width, buffer.height);
         for (const QRect& rect : rest)
@@ -105,7 +105,7 @@ private:
     {
         if (!Alive())
             return false;
-        const QPoint move = m_view->Moved() - m_start;
+        const QPoint move = m_view->MovedSince(m_start);
         const QRect bounds = m_clip.boundingRect();
         const CRect clip{bounds.left() + move.x(), bounds.top() + move.y(),
                          bounds.left() + bounds.width() + move.x(),

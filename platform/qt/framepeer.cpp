@@ -4,6 +4,7 @@
 
 #include "platform/app.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QGuiApplication>
 #include <QMenu>
@@ -12,6 +13,7 @@
 #include <QPixmap>
 #include <QScreen>
 #include <QShortcut>
+#include <QSysInfo>
 #include <QTimer>
 #include <QUrl>
 #include <QWindow>
@@ -29,14 +31,29 @@ bool CanPlaceWindows()
     return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
 }
 
+bool IsThisHost(const QString& host)
+{
+    return host.isEmpty() || host == QLatin1String("localhost") || host == QSysInfo::machineHostName();
+}
+
+// Logical units that cover that many device pixels.
+int CoveringUnits(int64_t device_pixels, double ratio)
+{
+    // A whole number of units that went through the ratio and its rounding must come back as itself.
+    constexpr double kRounding = 0.5;
+    return static_cast<int>(std::ceil((static_cast<double>(device_pixels) - kRounding) / ratio));
+}
+
 // Dropped local files. The bytes of a name that is no UTF-8 survive in the encoded form alone.
 std::vector<CString> LocalFiles(const QMimeData* data)
 {
     std::vector<CString> paths;
     for (const QUrl& url : data->urls())
-        if (url.isLocalFile())
-            paths.emplace_back(
-                QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toUtf8()).toStdString());
+        if (url.isLocalFile() && IsThisHost(url.host())) {
+            const QByteArray path = QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toUtf8());
+            if (!path.contains('\0'))
+                paths.emplace_back(path.toStdString());
+        }
     return paths;
 }
 } // namespace
@@ -119,11 +136,17 @@ CRect FrameWidget::FrameToDevice() const
 void FrameWidget::PlaceFrame(const CRect& rect)
 {
     const double ratio = devicePixelRatioF();
-    QRect wanted(QPoint(ToDevicePixels(rect.left, 1 / ratio), ToDevicePixels(rect.top, 1 / ratio)),
-                 QSize(static_cast<int>(std::ceil(rect.Width() / ratio)),
-                       static_cast<int>(std::ceil(rect.Height() / ratio))));
-    if (!ShowsOnScreen(rect))
-        wanted = QGuiApplication::primaryScreen()->geometry();
+    const QScreen* const screen = QGuiApplication::primaryScreen();
+    QRect wanted = screen ? screen->geometry() : QRect(0, 0, kLeastWidth, kLeastHeight);
+    if (ShowsOnScreen(rect)) {
+        // No larger than all screens together: a number from the settings may be anything.
+        const QSize most = screen ? screen->virtualSize() : wanted.size();
+        wanted = QRect(QPoint(static_cast<int>(std::floor(rect.left / ratio + 0.5)),
+                              static_cast<int>(std::floor(rect.top / ratio + 0.5))),
+                       QSize(CoveringUnits(int64_t{rect.right} - rect.left, ratio),
+                             CoveringUnits(int64_t{rect.bottom} - rect.top, ratio))
+                           .boundedTo(most));
+    }
     m_wanted = {ToDevicePixels(wanted.left(), ratio), ToDevicePixels(wanted.top(), ratio),
                 ToDevicePixels(wanted.left() + wanted.width(), ratio),
                 ToDevicePixels(wanted.top() + wanted.height(), ratio)};
@@ -142,11 +165,10 @@ void FrameWidget::MatchPlace()
         (windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen | Qt::WindowMinimized)))
         return;
     const double ratio = devicePixelRatioF();
-    const QSize wanted(static_cast<int>(std::ceil(m_wanted.Width() / ratio)),
-                       static_cast<int>(std::ceil(m_wanted.Height() / ratio)));
+    const QSize wanted(CoveringUnits(m_wanted.Width(), ratio), CoveringUnits(m_wanted.Height(), ratio));
     m_wanted = {};
     const QSize margins = frameGeometry().size() - size();
-    if (!margins.isEmpty() && size() + margins != wanted)
+    if (!margins.isNull() && size() + margins != wanted)
         resize(wanted - margins);
     RecordPlace();
 }
@@ -185,8 +207,15 @@ void FrameWidget::dropEvent(QDropEvent* event)
     if (paths.empty() || !m_owner)
         return;
     event->acceptProposedAction();
-    m_owner->SendMessage(WM_DROPFILES, 0, PackPointer(&paths));
-    Queue::Get().InputHandled();
+    // Later: a page may show a box, and the program that the files come from waits for the end of this.
+    QMetaObject::invokeMethod(
+        this,
+        [this, paths] {
+            if (m_owner && isEnabled() && !QApplication::activeModalWidget())
+                m_owner->SendMessage(WM_DROPFILES, 0, PackPointer(&paths));
+            Queue::Get().InputHandled();
+        },
+        Qt::QueuedConnection);
 }
 
 void FrameWidget::moveEvent(QMoveEvent* event)
@@ -226,17 +255,19 @@ void FrameWidget::showEvent(QShowEvent* event)
             MatchPlace();
             return;
         }
-        auto* waiting = new QTimer(this);
-        waiting->setInterval(10);
-        connect(waiting, &QTimer::timeout, this, [this, waiting] {
-            if (!windowHandle() || windowHandle()->isExposed()) {
-                m_placing = false;
-                MatchPlace();
-                waiting->deleteLater();
-            }
-        });
-        waiting->start();
+        if (handle)
+            windowHandle()->installEventFilter(this);
     });
+}
+
+bool FrameWidget::eventFilter(QObject* object, QEvent* event)
+{
+    if (event->type() == QEvent::Expose && object == windowHandle() && windowHandle()->isExposed()) {
+        object->removeEventFilter(this);
+        m_placing = false;
+        MatchPlace();
+    }
+    return QMainWindow::eventFilter(object, event);
 }
 
 FramePeer::FramePeer(CFrameWnd* owner, const CREATESTRUCT& cs) : m_widget(new FrameWidget(owner, cs)) {}

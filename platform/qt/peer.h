@@ -42,10 +42,10 @@ public:
     CView* Owner() const { return m_owner; }
     CRect DeviceRect() const; // within the top-level window, as the present geometry gives it
 
-    int ClientWidth() const { return m_buffer.width(); }
-    int ClientHeight() const { return m_buffer.height(); }
+    int ClientWidth() const { return m_client.width(); }
+    int ClientHeight() const { return m_client.height(); }
     PixelBuffer Pixels();
-    const QImage& Buffer() const { return m_buffer; }
+    QImage& Buffer();
 
     void Invalidate(const CRect& rect);
     void Scroll(int dx, int dy);
@@ -60,6 +60,7 @@ public:
     // moved.
     QRegion TakeInvalid();
     QPoint Moved() const { return m_moved; }
+    QPoint MovedSince(QPoint start) const;
 
     bool FitBuffer(); // to the present geometry; true if that has changed
     void SetShape(CursorShape shape);
@@ -80,7 +81,10 @@ private:
     bool PointerMessage(UINT message, WPARAM flags, CPoint point);
 
     CView* m_owner;
-    QImage m_buffer;
+    QSize m_client{0, 0}; // device pixels, at
+    double m_ratio = 1;
+    QImage m_buffer;    // of that size once it is looked at
+    QSize m_kept{0, 0}; // what of it still belongs to the picture
     QRegion m_invalid;
     QRegion m_changed;
     QPoint m_moved;
@@ -160,6 +164,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
+    bool eventFilter(QObject* object, QEvent* event) override;
 
 private:
     void MakeMenu();

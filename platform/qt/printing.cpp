@@ -1,17 +1,21 @@
 // The print loop, setup and preview. A PDF goes the same way as paper.
-#include "platform/qt/printing.h"
+#include "platform/view.h"
 
 #include "platform/app.h"
 #include "platform/qt/peer.h"
 #include "platform/qt/queue.h"
+#include "platform/qt/services.h"
 
+#include <QCoreApplication>
 #include <QDialog>
 #include <QFileInfo>
 #include <QImage>
 #include <QLoggingCategory>
 #include <QPageSetupDialog>
+#include <QPainter>
 #include <QPrintDialog>
 #include <QPrintPreviewWidget>
+#include <QPrinter>
 #include <QToolBar>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -28,7 +32,8 @@ constexpr int64_t kBandBytes = int64_t{256} << 20;
 class PrinterTarget final : public DeviceTarget
 {
 public:
-    PrinterTarget(QPrinter* printer, QPainter* painter) : m_printer(printer), m_painter(painter)
+    PrinterTarget(QPrinter* printer, QPainter* painter, bool* good)
+        : m_printer(printer), m_painter(painter), m_good(*good)
     {
         // Images of 8 bits would else become JPEG.
         m_painter->setRenderHint(QPainter::LosslessImageRendering);
@@ -63,7 +68,7 @@ public:
             const int rows = std::min(band, dest.Height() - y);
             QImage image(dest.Width(), rows, QImage::Format_Mono);
             if (image.isNull())
-                return false;
+                return m_good = false;
             // With any other colour table than black and white in this order the toolkit would widen the
             // image to 32 bits and write a lossy picture. The bits are turned over instead.
             image.setColorTable({0xff000000, 0xffffffff});
@@ -80,7 +85,7 @@ public:
     {
         QImage image(source.Width(), source.Height(), QImage::Format_Grayscale8);
         if (image.isNull())
-            return false;
+            return m_good = false;
         for (int y = 0; y < source.Height(); ++y) {
             const int64_t line = int64_t{info.height} - 1 - (source.top + y); // bottom line first
             const uint8_t* from = bits + line * info.width + source.left;
@@ -112,13 +117,19 @@ private:
 
     QPrinter* m_printer;
     QPainter* m_painter;
+    bool& m_good; // false once something could not be drawn
 };
 
-// The printer of the program: what a setup has chosen holds for its further runs.
+// The printer of the program: what a setup has chosen holds for its further runs. It ends with the toolkit.
 QPrinter& Printer()
 {
-    static QPrinter printer(QPrinter::HighResolution);
-    return printer;
+    static std::unique_ptr<QPrinter> printer;
+    if (!printer) {
+        printer = std::make_unique<QPrinter>(QPrinter::HighResolution);
+        printer->setColorMode(QPrinter::GrayScale); // 8 bits a pixel stay 8 bits in a file
+        qAddPostRoutine([] { printer.reset(); });
+    }
+    return *printer;
 }
 
 // One run of the pages. False where the printer failed.
@@ -127,10 +138,10 @@ bool PrintPages(CView* view, CPrintInfo* info, QPrinter* printer)
     QPainter painter;
     if (!painter.begin(printer))
         return false;
-    CDC dc(MakePrinterTarget(printer, &painter));
+    bool good = true;
+    CDC dc(std::make_unique<PrinterTarget>(printer, &painter, &good));
     dc.GetClipBox(&info->m_rectDraw);
     view->OnBeginPrinting(&dc, info);
-    bool good = true;
     for (int page = info->GetMinPage(); good && page <= info->GetMaxPage(); ++page) {
         if (page > info->GetMinPage())
             good = printer->newPage();
@@ -159,11 +170,6 @@ QWidget* ParentFor(const CWnd* window)
     return window && window->Peer() ? window->Peer()->Widget()->window() : nullptr;
 }
 } // namespace
-
-std::unique_ptr<DeviceTarget> MakePrinterTarget(QPrinter* printer, QPainter* painter)
-{
-    return std::make_unique<PrinterTarget>(printer, painter);
-}
 
 bool CView::DoPreparePrinting(CPrintInfo* info)
 {

@@ -138,8 +138,6 @@ void Queue::Turn()
         DispatchKey();
     else if (!PaintOne())
         HandlePosted();
-    if (m_modal > 0) // a handler left one open: only if it runs a loop of its own, which is over by now
-        return;
     const bool left = !m_keys.empty() || !m_dirty.empty() || !m_posted.empty();
     // Input is answered by the paint that follows it, not by what was gathered before.
     const bool answered = m_inputSinceShow && m_dirty.empty();

@@ -2,7 +2,6 @@
 #include "platform/testing.h"
 
 #include "platform/qt/peer.h"
-#include "platform/qt/printing.h"
 #include "platform/qt/queue.h"
 #include "platform/qt/services.h"
 
@@ -263,8 +262,10 @@ void DropFiles(CWnd& window, const std::vector<CString>& paths)
     QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QCoreApplication::sendEvent(frame, &enter);
     QDropEvent drop(QPointF(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    if (enter.isAccepted())
-        QCoreApplication::sendEvent(frame, &drop);
+    if (!enter.isAccepted())
+        return;
+    QCoreApplication::sendEvent(frame, &drop);
+    QCoreApplication::sendPostedEvents(frame, QEvent::MetaCall); // a drop opens its files once it is over
 }
 
 void ResizeFrame(CWnd& window, CSize client)

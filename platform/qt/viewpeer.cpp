@@ -25,6 +25,17 @@ QPointer<ViewWidget> g_pointer_view; // whose pointer message is being handled
 
 WindowPeer::~WindowPeer() = default;
 
+// Moves add up over the pages of a whole night.
+static int Wrapped(int a, int b)
+{
+    return static_cast<int>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
+}
+
+QPoint ViewWidget::MovedSince(QPoint start) const
+{
+    return {Wrapped(m_moved.x(), Wrapped(~start.x(), 1)), Wrapped(m_moved.y(), Wrapped(~start.y(), 1))};
+}
+
 int ToDevicePixels(double logical, double ratio)
 {
     return static_cast<int>(std::floor(logical * ratio + 0.5));
@@ -72,8 +83,29 @@ CRect ViewWidget::DeviceRect() const
 PixelBuffer ViewWidget::Pixels()
 {
     // A copy of the image would share its pixels only while nobody writes: the widget is the only holder.
-    return {reinterpret_cast<uint32_t*>(m_buffer.bits()), m_buffer.bytesPerLine() / 4, m_buffer.width(),
-            m_buffer.height()};
+    QImage& buffer = Buffer();
+    return {reinterpret_cast<uint32_t*>(buffer.bits()), buffer.bytesPerLine() / 4, buffer.width(),
+            buffer.height()};
+}
+
+// Made anew only when it is looked at: at the start of the program the size changes several times before
+// that, and memory that is touched for the first time costs more than what is then drawn into it.
+QImage& ViewWidget::Buffer()
+{
+    if (m_buffer.size() == m_client && m_kept == m_client && m_buffer.devicePixelRatio() == m_ratio)
+        return m_buffer;
+    QImage fresh(m_client, QImage::Format_RGB32);
+    for (int y = 0; y < fresh.height(); ++y) {
+        auto* row = reinterpret_cast<uint32_t*>(fresh.scanLine(y));
+        const int kept = y < m_kept.height() ? m_kept.width() : 0;
+        if (kept > 0)
+            std::memcpy(row, m_buffer.constScanLine(y), static_cast<size_t>(kept) * sizeof *row);
+        std::fill(row + kept, row + fresh.width(), kWhite);
+    }
+    fresh.setDevicePixelRatio(m_ratio);
+    m_buffer = std::move(fresh);
+    m_kept = m_buffer.size(); // nothing where memory was short
+    return m_buffer;
 }
 
 bool ViewWidget::FitBuffer()
@@ -81,23 +113,15 @@ bool ViewWidget::FitBuffer()
     const CRect rect = DeviceRect();
     const double ratio = devicePixelRatioF();
     const QSize size(std::max(0, rect.Width()), std::max(0, rect.Height()));
-    if (m_buffer.size() == size && m_buffer.devicePixelRatio() == ratio)
+    if (m_client == size && m_ratio == ratio)
         return false;
-    QImage fresh(size, QImage::Format_RGB32);
-    const bool same_ratio = !m_buffer.isNull() && m_buffer.devicePixelRatio() == ratio;
-    const int kept_width = same_ratio ? std::min(size.width(), m_buffer.width()) : 0;
-    const int kept_height = same_ratio ? std::min(size.height(), m_buffer.height()) : 0;
-    for (int y = 0; y < size.height(); ++y) {
-        auto* row = reinterpret_cast<uint32_t*>(fresh.scanLine(y));
-        const int kept = y < kept_height ? kept_width : 0;
-        if (kept > 0)
-            std::memcpy(row, m_buffer.constScanLine(y), static_cast<size_t>(kept) * sizeof *row);
-        std::fill(row + kept, row + size.width(), kWhite);
-    }
-    fresh.setDevicePixelRatio(ratio);
-    m_buffer = std::move(fresh);
+    const bool same_ratio = m_ratio == ratio;
+    const QRect valid(QPoint(0, 0), same_ratio ? size.boundedTo(m_client) : QSize(0, 0));
+    m_kept = m_kept.boundedTo(valid.size());
+    m_client = size;
+    m_ratio = ratio;
     const QRegion whole(QRect(QPoint(0, 0), size));
-    m_invalid = same_ratio ? (m_invalid & whole) + (whole - QRect(0, 0, kept_width, kept_height)) : whole;
+    m_invalid = (m_invalid & valid) + (whole - valid);
     m_changed &= whole;
     if (!m_invalid.isEmpty())
         Queue::Get().AddDirty(this);
@@ -107,8 +131,10 @@ bool ViewWidget::FitBuffer()
 
 void ViewWidget::Invalidate(const CRect& rect)
 {
+    if (rect.IsEmpty())
+        return;
     const QRect cut = QRect(QPoint(rect.left, rect.top), QPoint(rect.right - 1, rect.bottom - 1)) &
-                      QRect(QPoint(0, 0), m_buffer.size());
+                      QRect(QPoint(0, 0), m_client);
     if (cut.isEmpty())
         return;
     m_invalid += cut;
@@ -121,7 +147,7 @@ void ViewWidget::Scroll(int dx, int dy)
     const int height = ClientHeight();
     if (width <= 0 || height <= 0 || (dx == 0 && dy == 0))
         return;
-    m_moved += QPoint(dx, dy);
+    m_moved = {Wrapped(m_moved.x(), dx), Wrapped(m_moved.y(), dy)};
     const QRect whole(0, 0, width, height);
     if (dx <= -width || dx >= width || dy <= -height || dy >= height) {
         m_invalid = whole;
@@ -131,7 +157,7 @@ void ViewWidget::Scroll(int dx, int dy)
         const PixelBuffer buffer = Pixels();
         const int step = dy > 0 ? -1 : 1; // rows that are still to be moved are never written
         int y = dy > 0 ? moved.bottom() : moved.top();
-        for (int i = 0; i < moved.height(); ++i, y += step)
+        for (int i = 0; buffer.pixels && i < moved.height(); ++i, y += step)
             std::memmove(buffer.Row(y) + moved.left(), buffer.Row(y - dy) + moved.left() - dx,
                          static_cast<size_t>(moved.width()) * sizeof(uint32_t));
         m_invalid = (m_invalid & whole) + (QRegion(whole) - moved);
@@ -177,7 +203,7 @@ void ViewWidget::ShowChanged()
 void ViewWidget::paintEvent(QPaintEvent*)
 {
     // The screen's ratio may have changed under a window that kept its logical size.
-    if (m_buffer.devicePixelRatio() != devicePixelRatioF() && m_owner)
+    if (m_ratio != devicePixelRatioF() && m_owner)
         QMetaObject::invokeMethod(
             this,
             [this] {
@@ -186,7 +212,7 @@ void ViewWidget::paintEvent(QPaintEvent*)
             },
             Qt::QueuedConnection);
     QPainter painter(this);
-    painter.drawImage(QPointF(0, 0), m_buffer);
+    painter.drawImage(QPointF(0, 0), Buffer());
 }
 
 void ViewWidget::resizeEvent(QResizeEvent*)

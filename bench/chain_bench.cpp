@@ -1,0 +1,222 @@
+// A chain of empty steps: a paint posts a message, whose handler makes a strip of 640 x 16 invalid, and so
+// on. How many steps a second, and how long a key waits meanwhile, till its paint and till its pixels are on
+// the screen. Needs a display.
+#include "bench/support.h"
+#include "platform/qt/peer.h"
+#include "platform/testing.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QTimer>
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+#include <unistd.h>
+#include <xcb/xcb.h>
+
+namespace
+{
+constexpr UINT kStepMessage = WM_USER + 1;
+constexpr CRect kKeyRect{700, 300, 764, 364};
+constexpr int kStripWidth = 640, kStripHeight = 16, kStrips = 50;
+
+class ChainView : public CView
+{
+public:
+    static const CRuntimeClass classRecord;
+    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+
+    void OnDraw(CDC* dc) override
+    {
+        ++steps;
+        if (m_key_pressed) {
+            m_key_pressed = false;
+            DrawKeyMark(dc);
+            key_painted_ms = NowMs();
+        }
+        if (running)
+            PostMessage(kStepMessage);
+    }
+
+    bool running = false;
+    int64_t steps = 0;
+    std::atomic<double> key_painted_ms = 0;
+
+protected:
+    static const MessageMap messages;
+    const MessageMap& GetMessageMap() const override { return messages; }
+
+    LRESULT OnStep(WPARAM, LPARAM)
+    {
+        const int top = static_cast<int>(steps % kStrips) * kStripHeight;
+        InvalidateRect({0, top, kStripWidth, top + kStripHeight});
+        return 0;
+    }
+
+    void OnKeyDown(UINT, UINT, UINT)
+    {
+        m_key_pressed = true;
+        m_black = !m_black;
+        InvalidateRect(kKeyRect);
+    }
+
+private:
+    static const MessageEntry entries[];
+
+    // Black and white in turn.
+    void DrawKeyMark(CDC* dc)
+    {
+        static constexpr uint8_t kRows[64 * 8] = {};
+        CBitmap bitmap;
+        bitmap.CreateBitmap(kKeyRect.Width(), kKeyRect.Height(), kRows, 8);
+        CDC memory;
+        memory.CreateCompatibleDC(dc);
+        memory.SelectObject(&bitmap);
+        dc->BitBlt(kKeyRect.left, kKeyRect.top, kKeyRect.Width(), kKeyRect.Height(), memory, 0, 0,
+                   m_black ? SRCCOPY : NOTSRCCOPY);
+    }
+
+    bool m_key_pressed = false;
+    bool m_black = false;
+};
+const CRuntimeClass ChainView::classRecord{"ChainView", &CView::classRecord, CreateObjectOf<ChainView>};
+const MessageEntry ChainView::entries[] = {
+    On<kStepMessage, &ChainView::OnStep>(),
+    On<WM_KEYDOWN, &ChainView::OnKeyDown>(),
+};
+const MessageMap ChainView::messages{&CView::messages, entries};
+
+constexpr ApplicationResources kResources{1, {}, {}, {}, {}, nullptr};
+
+class ChainApp : public CWinApp
+{
+public:
+    ChainApp() : CWinApp(kResources) {}
+    bool InitInstance() override
+    {
+        CCreateContext context;
+        context.m_pNewViewClass = &ChainView::classRecord;
+        auto* frame = new CFrameWnd;
+        if (!frame->Create("Chain", WS_OVERLAPPEDWINDOW, {0, 0, 1280, 960}, &context))
+            return false;
+        m_pMainWnd = frame;
+        view = DynamicDowncast<ChainView>(frame->GetDescendantWindow(AFX_IDW_PANE_FIRST));
+        frame->ShowWindow(SW_SHOW);
+        return view != nullptr;
+    }
+    ChainView* view = nullptr;
+};
+
+// Runs the event loop as the program does. Ended by exit: quit would close the windows first.
+void RunFor(int milliseconds)
+{
+    QTimer::singleShot(milliseconds, qApp, [] { QCoreApplication::exit(); });
+    QCoreApplication::exec();
+}
+
+// Another program's eyes: one pixel of the screen, over a connection of its own.
+class Eye
+{
+public:
+    explicit Eye(CPoint point) : m_point(point), m_connection(xcb_connect(nullptr, nullptr)) {}
+    Eye(const Eye&) = delete;
+    Eye& operator=(const Eye&) = delete;
+    ~Eye() { xcb_disconnect(m_connection); }
+
+    bool SeesBlack() const
+    {
+        const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
+        const auto cookie =
+            xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, root, static_cast<int16_t>(m_point.x),
+                          static_cast<int16_t>(m_point.y), 1, 1, ~0U);
+        xcb_get_image_reply_t* const reply = xcb_get_image_reply(m_connection, cookie, nullptr);
+        const bool black = reply && xcb_get_image_data(reply)[0] == 0;
+        std::free(reply);
+        return black;
+    }
+
+private:
+    CPoint m_point;
+    xcb_connection_t* m_connection;
+};
+
+struct KeyTimes {
+    std::vector<double> painted;
+    std::vector<double> seen;
+};
+
+// In a thread of its own, while the chain runs: presses a key, waits till it is seen, and again.
+void PressKeys(ChainView* view, ViewWidget* widget, CPoint on_screen, int keys, KeyTimes* times)
+{
+    const Eye eye(on_screen);
+    bool black = eye.SeesBlack();
+    for (int i = 0; i < keys; ++i) {
+        usleep(static_cast<useconds_t>(15'000 +
+                                       i * 1'777 % 10'000)); // out of step with the copies to the screen
+        view->key_painted_ms = 0;
+        const double start = NowMs();
+        QCoreApplication::postEvent(widget, new QKeyEvent(QEvent::KeyPress, Qt::Key_Down, Qt::NoModifier));
+        while (eye.SeesBlack() == black && NowMs() - start < 2000)
+            usleep(50);
+        times->seen.push_back(NowMs() - start);
+        times->painted.push_back(view->key_painted_ms - start);
+        black = !black;
+    }
+    QMetaObject::invokeMethod(
+        qApp, [] { QCoreApplication::exit(); }, Qt::QueuedConnection);
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const int rounds = RoundsFrom(argc, argv, 9);
+    if (!std::getenv("DISPLAY")) {
+        std::fputs("chain_bench needs a display\n", stderr);
+        return 1;
+    }
+    setenv("QT_QPA_PLATFORM", "xcb", 1);
+    TestToolkit toolkit(argc, argv);
+    SetSettingsFile("/dev/null");
+    ChainApp app;
+    StartApplication(app, {});
+    if (!app.view)
+        return 1;
+    ChainView* const view = app.view;
+    ViewWidget* const widget = ViewOf(view);
+    RunFor(500); // till the window stands on the screen
+
+    view->running = true;
+    view->PostMessage(kStepMessage);
+    RunFor(500);
+    std::vector<double> rates;
+    for (int round = 0; round < rounds; ++round) {
+        const int64_t before = view->steps;
+        const double start = NowMs();
+        RunFor(500);
+        rates.push_back(static_cast<double>(view->steps - before) / (NowMs() - start) * 1000);
+    }
+
+    const QPoint origin = widget->mapToGlobal(QPoint(0, 0));
+    KeyTimes times;
+    std::thread presser(PressKeys, view, widget,
+                        CPoint{origin.x() + kKeyRect.left + 8, origin.y() + kKeyRect.top + 8}, rounds * 30,
+                        &times);
+    QCoreApplication::exec();
+    presser.join();
+    view->running = false;
+    PumpUntilIdle();
+
+    std::printf("a strip of %d x %d a step, %d rounds of half a second, %d keys\n", kStripWidth, kStripHeight,
+                rounds, rounds * 30);
+    ShowAtLeast("steps a second, median", Median(rates), "", 15'000);
+    ShowAtMost("key to its paint, median", Median(times.painted), "ms", 5);
+    ShowAtMost("key to its paint, longest", *std::max_element(times.painted.begin(), times.painted.end()),
+               "ms", 5);
+    ShowAtMost("key to its pixels on the screen, median", Median(times.seen), "ms", 5);
+    Show("key to its pixels on the screen, longest", *std::max_element(times.seen.begin(), times.seen.end()),
+         "ms");
+    EndApplication(app);
+    return 0;
+}

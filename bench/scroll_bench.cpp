@@ -1,0 +1,110 @@
+// What a step of scrolling asks for: the lines that came into the window, and of these only those that have
+// never been decoded are read from the file. Counts, not times.
+#include "app/lumentaapp.h"
+#include "app/lumentadoc.h"
+#include "app/lumentavw.h"
+#include "app/mainfrm.h"
+#include "app/resources.h"
+#include "app/usermsg.h"
+#include "bench/countingimage.h"
+#include "bench/support.h"
+#include "platform/testing.h"
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace
+{
+// Lines that paints have asked the document for.
+class CountingView : public CLumentaView
+{
+public:
+    static const CRuntimeClass classRecord;
+    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+
+    void OnDraw(CDC* dc) override
+    {
+        CRect clip;
+        dc->GetClipBox(&clip);
+        lines += clip.Height();
+        CLumentaView::OnDraw(dc);
+    }
+    int64_t lines = 0;
+};
+const CRuntimeClass CountingView::classRecord{"CountingView", &CLumentaView::classRecord,
+                                              CreateObjectOf<CountingView>};
+
+class CountingApp : public CLumentaApp
+{
+public:
+    bool InitInstance() override
+    {
+        AddDocTemplate(std::make_unique<CSingleDocTemplate>(
+            kFrameResource, CLumentaDoc::classRecord, CMainFrame::classRecord, CountingView::classRecord));
+        OnFileNew();
+        return OpenDocumentFile(m_lpCmdLine) != nullptr;
+    }
+};
+} // namespace
+
+int main(int argc, char** argv)
+{
+    TestToolkit toolkit(argc, argv);
+    SetSettingsFile("/dev/null");
+    CountingApp app;
+    StartApplication(app, PagePathOf(kBigPage));
+    auto* const frame = DynamicDowncast<CFrameWnd>(app.m_pMainWnd);
+    auto* const view = frame ? DynamicDowncast<CountingView>(frame->GetActiveView()) : nullptr;
+    CLumentaDoc* const document = view ? view->GetPageDocument() : nullptr;
+    if (!document)
+        return 1;
+    // A window's first size is not its last.
+    CRect client;
+    const auto settled = [&] {
+        return std::exchange(client, view->GetClientRect()) == view->GetClientRect();
+    };
+    do
+        usleep(100'000);
+    while (!PumpUntilIdle() || !settled());
+
+    auto counting = std::make_unique<CountingImage>(std::move(document->m_pImage));
+    const CountingImage& image = *counting;
+    document->m_pImage = std::move(counting);
+    view->ScrollToPosition({0, 50}); // past what a larger first size has decoded
+    PumpUntilIdle();
+    const int window_lines = view->GetClientRect().Height();
+
+    std::printf("a window of %d lines\n%-44s %10s %10s\n", window_lines, "", "asked for", "decoded");
+    bool exact = true;
+    const auto step = [&](const char* what, int64_t lines, int64_t rows, auto act) {
+        const int64_t lines_before = view->lines;
+        const int64_t rows_before = image.RowsRead();
+        act();
+        PumpUntilIdle();
+        const int64_t asked = view->lines - lines_before;
+        const int64_t read = image.RowsRead() - rows_before;
+        const bool good = asked == lines && read == rows;
+        exact = exact && good;
+        std::printf("%-44s %10lld %10lld%s\n", what, static_cast<long long>(asked),
+                    static_cast<long long>(read), good ? "" : "  MORE THAN NEEDED");
+    };
+    const auto move_by = [&](int dx, int dy) {
+        const CPoint at = view->GetScrollPosition();
+        view->ScrollToPosition({at.x + dx, at.y + dy});
+    };
+    step("1 line down, key", 1, 1, [&] { PressKey(*view, TestKey::down); });
+    step("7 lines down, a held key", 7, 7, [&] { PressKey(*view, TestKey::down, false, 7); });
+    step("48 lines down, a notch of the wheel", 48, 48, [&] { TurnWheel(*view, 0, -120); });
+    step("16 lines down", 16, 16, [&] { move_by(0, 16); });
+    step("16 and 100 lines down before a paint", 116, 116, [&] { move_by(0, 16), move_by(0, 100); });
+    step("a window down, key", window_lines - 1, window_lines - 1,
+         [&] { PressKey(*view, TestKey::pageDown); });
+    step("16 lines up", 16, 0, [&] { move_by(0, -16); });
+    step("16 lines down again", 16, 0, [&] { move_by(0, 16); });
+    step("64 pixels sideways", window_lines, 0, [&] { move_by(64, 0); });
+    step("5000 lines down", window_lines, 5000, [&] { move_by(0, 5000); });
+    step("5000 lines up", window_lines, 0, [&] { move_by(0, -5000); });
+    ShowAtMost("steps that asked for or decoded more than came into view", exact ? 0 : 1, "", 0);
+    EndApplication(app);
+    return 0;
+}

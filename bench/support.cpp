@@ -1,0 +1,75 @@
+#include "bench/support.h"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <string_view>
+
+double NowMs()
+{
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+double Median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    const size_t middle = values.size() / 2;
+    return values.size() % 2 != 0 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
+
+ProcessMemory ReadProcessMemory(pid_t process)
+{
+    ProcessMemory memory;
+    const struct {
+        const char* name;
+        long* value;
+    } fields[] = {{"VmHWM:", &memory.peak},
+                  {"VmRSS:", &memory.resident},
+                  {"RssAnon:", &memory.anonymous},
+                  {"RssFile:", &memory.file},
+                  {"RssShmem:", &memory.shared}};
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    for (std::string line; std::getline(status, line);)
+        for (const auto& field : fields)
+            if (line.starts_with(field.name))
+                *field.value = std::stol(line.substr(std::strlen(field.name)));
+    return memory;
+}
+
+int RoundsFrom(int argc, char** argv, int by_default)
+{
+    constexpr std::string_view kRounds = "--rounds=";
+    int rounds = by_default;
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument = argv[i];
+        if (argument.starts_with(kRounds))
+            std::from_chars(argument.data() + kRounds.size(), argument.data() + argument.size(), rounds);
+    }
+    return std::max(rounds, 1);
+}
+
+std::string PagePathOf(const char* name)
+{
+    return std::string{LUMENTA_BENCH_PAGES} + "/" + name;
+}
+
+void Show(const char* what, double value, const char* unit)
+{
+    std::printf("%-60s %11.2f %s\n", what, value, unit);
+}
+
+void ShowAtMost(const char* what, double value, const char* unit, double goal)
+{
+    std::printf("%-60s %11.2f %-8s goal: at most %g%s\n", what, value, unit, goal,
+                value <= goal ? "" : "  MISSED");
+}
+
+void ShowAtLeast(const char* what, double value, const char* unit, double goal)
+{
+    std::printf("%-60s %11.2f %-8s goal: at least %g%s\n", what, value, unit, goal,
+                value >= goal ? "" : "  MISSED");
+}

@@ -1,0 +1,186 @@
+// The application: what it was called with, pages that are dropped on it and shown one after the other,
+// settings.
+#include "app/commandline.h"
+#include "app/resources.h"
+#include "tests/app/window_fixture.h"
+
+namespace
+{
+TEST(CommandLineText, IsOnePathOrAWish)
+{
+    using Wish = CommandLine::Wish;
+    struct Case {
+        std::vector<const char*> arguments;
+        bool names_a_file;
+        Wish wish;
+        const char* text;
+    };
+    const Case cases[] = {
+        {{}, true, Wish::run, ""},
+        {{"--help"}, true, Wish::help, ""},
+        {{"--version", "more"}, true, Wish::version, ""},
+        {{"page", "--help"}, false, Wish::run, "page --help"},
+        {{"two", "words.tif"}, true, Wish::run, "two words.tif"},
+        {{"a", "", "b"}, false, Wish::run, "a  b"},
+        {{"/export/page.tif"}, true, Wish::run, "/./export/page.tif"},
+        {{"/Export/a", "b;1"}, true, Wish::run, "/./Export/a b;1"},
+        {{"/export/page.tif"}, false, Wish::run, "/export/page.tif"},
+        {{"-embedding"}, false, Wish::run, "-embedding"},
+        {{"-e.tif"}, true, Wish::run, "./-e.tif"},
+        {{"/srv/page.tif"}, true, Wish::run, "/srv/page.tif"},
+    };
+    for (const Case& c : cases) {
+        const CommandLine line = ReadCommandLine(
+            c.arguments,
+            c.names_a_file ? [](const CString&) { return true; } : [](const CString&) { return false; });
+        EXPECT_EQ(line.wish, c.wish) << c.text;
+        EXPECT_EQ(line.text, c.text);
+    }
+    ReadCommandLine(std::vector<const char*>{"/e/page.tif;2"}, [](const CString& path) {
+        EXPECT_EQ(path, "/e/page.tif") << "the file is what stands before the semicolon";
+        return true;
+    });
+}
+
+class App : public WindowTest
+{
+protected:
+    // The files that are dropped all at once.
+    std::vector<CString> ThreePages()
+    {
+        return {WritePage("first.tif", 200, 100), WritePage("second.tif", 300, 100),
+                WritePage("third.tif", 400, 100)};
+    }
+    static constexpr const char* kNextOn = "&View/&Next Page\tCtrl+Alt+N";
+    static constexpr const char* kNextOff = "&View/&Next Page\tCtrl+Alt+N [disabled]";
+};
+
+TEST_F(App, OpensTheWholeCommandLineAsOnePath)
+{
+    const std::string words = WritePage("two words.tif", 50, 40);
+    const struct {
+        std::string line;
+        Texts boxes;
+        const char* title;
+    } cases[] = {
+        {"", {}, "LUMENTA"},
+        {"-e", {}, "LUMENTA"},
+        {"/E", {}, "LUMENTA"},
+        {"/embedding " + words, {}, "LUMENTA"},
+        {words, {}, "two words - LUMENTA"},
+        {words + ";extra", {}, "two words - LUMENTA"},
+        {words + " more", {words + " more: Open failed"}, "LUMENTA"},
+        {"-d", {"-d: Open failed"}, "LUMENTA"},
+        {"/", {"/: Open failed"}, "LUMENTA"},
+    };
+    for (const auto& c : cases) {
+        Start(c.line);
+        EXPECT_EQ(boxes.Take(), c.boxes) << c.line;
+        EXPECT_EQ(Title(), c.title) << c.line;
+    }
+}
+
+TEST_F(App, TheOpenPageAgainShowsItsNewRows)
+{
+    Start(WritePage("page.tif", 600, 500));
+    ResizeFrame(*frame, {400, 300});
+    EXPECT_EQ(ScreenDiffersFromPage(), "");
+    const std::string path = WritePage("page.tif", 600, 500, 300, 300, 2);
+    EXPECT_NE(ScreenDiffersFromPage(), "");
+    ASSERT_NE(app->OpenDocumentFile(path), nullptr);
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(ScreenDiffersFromPage(), "");
+}
+
+TEST_F(App, DroppedFilesAreWalkedThrough)
+{
+    Start();
+    EXPECT_TRUE(MenuHas(kNextOff));
+    DropFiles(*frame, ThreePages());
+    EXPECT_EQ(Title(), "first - LUMENTA");
+    EXPECT_TRUE(MenuHas(kNextOn));
+    frame->SendMessage(WM_COMMAND, kNextPageCommand);
+    EXPECT_EQ(Title(), "second - LUMENTA");
+    EXPECT_TRUE(MenuHas(kNextOn));
+    PressAccelerator(*frame, "Ctrl+Alt+N");
+    EXPECT_EQ(Title(), "third - LUMENTA");
+    EXPECT_TRUE(MenuHas(kNextOff));
+    frame->SendMessage(WM_COMMAND, kNextPageCommand);
+    EXPECT_EQ(Title(), "third - LUMENTA");
+    EXPECT_EQ(boxes.Take(), Texts{});
+}
+
+TEST_F(App, APageThatFailsIsOffTheListAllTheSame)
+{
+    Start();
+    const std::vector<CString> paths = ThreePages();
+    std::filesystem::remove(paths[1].c_str());
+    DropFiles(*frame, paths);
+    app->m_PageList.push_front({});
+    for (int i = 0; i < 3; ++i) // the empty entry, the missing page, the last
+        frame->SendMessage(WM_COMMAND, kNextPageCommand);
+    EXPECT_EQ(boxes.Take(), Texts{std::string{paths[1].c_str()} + ": Open failed"});
+    EXPECT_EQ(Title(), "third - LUMENTA");
+    EXPECT_TRUE(app->m_PageList.empty());
+}
+
+TEST_F(App, ADoubleClickOfTheRightButtonGoesOn)
+{
+    Start();
+    DropFiles(*frame, ThreePages());
+    ASSERT_TRUE(PumpUntilIdle());
+    PressMouse(*view, {10, 10}, true);
+    ReleaseMouse(*view, {10, 10}, true);
+    DoubleClick(*view, {10, 10});
+    EXPECT_EQ(Title(), "first - LUMENTA");
+    DoubleClick(*view, {10, 10}, true);
+    EXPECT_EQ(Title(), "second - LUMENTA");
+}
+
+TEST_F(App, SettingsComeBackAndTheLinesAreNeverBelowOne)
+{
+    for (const int stored : {-3, 0, 1, 40}) {
+        Stop();
+        app = std::make_unique<CLumentaApp>();
+        app->WriteProfileInt("App", "Lines Per Update", stored);
+        Start();
+        EXPECT_EQ(document->m_nLinesPerUpdate, std::max(stored, 1));
+        EXPECT_EQ(app->GetProfileInt("App", "Lines Per Update", -1), std::max(stored, 1));
+    }
+    app->m_strPageDirectory = "/srv/pages/";
+    app->m_strPageFilter = "*.fax";
+    app->m_bMarkViewed = true;
+    Start();
+    EXPECT_EQ(app->m_strPageDirectory, "/srv/pages/");
+    EXPECT_EQ(app->m_strPageFilter, "*.fax");
+    EXPECT_TRUE(app->m_bMarkViewed);
+}
+
+TEST_F(App, PrintsOnePageThroughTheViewsOwnDrawing)
+{
+    StartWithPage(600, 500);
+    view->ScrollToPosition({70, 60});
+    ASSERT_TRUE(PumpUntilIdle());
+    int highest_page = 0;
+    CString target = scratch.File("page.pdf");
+    SetPrintDialogHook([&](CPrintInfo& info) {
+        highest_page = info.GetMaxPage();
+        return target;
+    });
+    frame->m_nPageLeft = frame->m_nPageTop = -1;
+    frame->SendMessage(WM_COMMAND, ID_FILE_PRINT);
+    EXPECT_EQ(highest_page, 1);
+    EXPECT_EQ((CPoint{frame->m_nPageLeft, frame->m_nPageTop}), (CPoint{70, 60}));
+    EXPECT_GT(std::filesystem::file_size(target.c_str()), 10000U) << "noise does not pack";
+    EXPECT_EQ(document->m_nLastRow, 499);
+
+    target = {}; // Cancel
+    frame->m_nPageLeft = -1;
+    frame->SendMessage(WM_COMMAND, ID_FILE_PRINT);
+    EXPECT_EQ(frame->m_nPageLeft, -1);
+    EXPECT_EQ(boxes.Take(), Texts{});
+    target = scratch.File("nowhere/page.pdf");
+    frame->SendMessage(WM_COMMAND, ID_FILE_PRINT);
+    EXPECT_EQ(boxes.Take(), Texts{"Printing failed"});
+}
+} // namespace

@@ -1,0 +1,228 @@
+// The main window: read-outs in four units, menu, title, and its place between runs.
+#include "tests/app/window_fixture.h"
+
+namespace
+{
+struct ReadOutCase {
+    int units;
+    const char* position;
+    const char* size;
+};
+
+TEST(ReadOut, IsInTheUnitOfEachResolution)
+{
+    const ReadOutCase cases[] = {
+        {kInches, "left=1.50 top=0.30", "width=7.50 depth=18.50"},
+        {kMillimeters, "left=38.1 top=7.6", "width=190.5 depth=469.9"},
+        {kPixels, "left=1800 top=180", "width=9000 depth=11100"},
+        {kPoints, "left=108 top=22", "width=542 depth=1337"},
+        {7, "left=1800 top=180", "width=9000 depth=11100"},
+        {-1, "left=1800 top=180", "width=9000 depth=11100"},
+    };
+    for (const ReadOutCase& c : cases) {
+        EXPECT_EQ(FormatPosition(c.units, 1800, 180, 1200, 600), c.position);
+        EXPECT_EQ(FormatSize(c.units, 9000, 11100, 1200, 600), c.size);
+    }
+    EXPECT_EQ(FormatSize(kInches, 9000, 600, 0, 600), "width=0.00 depth=1.00");
+    EXPECT_EQ(FormatSize(kMillimeters, 300, 9000, 300, -1), "width=25.4 depth=0.0");
+    EXPECT_EQ(FormatPosition(kPoints, 10, 10, 0, 0), "left=0 top=0");
+    EXPECT_EQ(FormatSize(kPixels, INT32_MAX, 1, 0, 0), "width=2147483647 depth=1");
+    EXPECT_EQ(FormatResolution(1200, 600), "Res  X=1200 Y=600");
+}
+
+TEST(Placement, IsFourNumbersOfARectangle)
+{
+    const std::optional<CRect> none;
+    const struct {
+        const char* text;
+        std::optional<CRect> want;
+    } cases[] = {
+        {"10 20 300 400", CRect{10, 20, 300, 400}},
+        {" -5\t+6  7 8 and more", CRect{-5, 6, 7, 8}},
+        {"-10-20 30 40", CRect{-10, -20, 30, 40}},
+        {"-2147483648 0 -1 1", CRect{INT32_MIN, 0, -1, 1}},
+        {"", none},
+        {"10 20 300", none},
+        {"10 20 300 x", none},
+        {"10,20,300,400", none},
+        {"+-1 0 5 5", none},
+        {"10 20 10 400", none},
+        {"10 20 5 400", none},
+        {"0 0 2147483648 5", none},
+        {"-2147483648 0 2147483647 5", none},
+        {"99999999999 0 5 5", none},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(ParsePlacement(c.text), c.want) << c.text;
+}
+
+class MainFrame : public WindowTest
+{
+};
+
+TEST_F(MainFrame, ShowsZerosThenThePageAndZerosAgain)
+{
+    Start();
+    EXPECT_EQ(Pane(0), "Ready");
+    EXPECT_EQ(Pane(1), "left=0 top=0");
+    EXPECT_EQ(Pane(2), "width=0 depth=0");
+    EXPECT_EQ(Pane(3), "Res  X=0 Y=0");
+    EXPECT_EQ(Title(), "LUMENTA");
+
+    ASSERT_NE(app->OpenDocumentFile(WritePage("front.TIF", 900, 700, 204, 98)), nullptr);
+    EXPECT_EQ(Pane(2), "width=900 depth=700") << "told before anything is painted";
+    EXPECT_EQ(Pane(3), "Res  X=204 Y=98");
+    EXPECT_EQ(Title(), "front - LUMENTA");
+    ResizeFrame(*frame, {400, 300});
+    view->ScrollToPosition({30, 20});
+    EXPECT_EQ(Pane(1), "left=0 top=0") << "told by paints alone";
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(Pane(1), "left=30 top=20");
+
+    EXPECT_EQ(app->OpenDocumentFile(scratch.File("missing.tif")), nullptr);
+    EXPECT_EQ(boxes.Take(), Texts{scratch.File("missing.tif") + ": Open failed"});
+    EXPECT_EQ(Title(), "front - LUMENTA") << "a failure leaves it";
+    EXPECT_EQ(Pane(2), "width=0 depth=0");
+    EXPECT_EQ(Pane(3), "Res  X=0 Y=0");
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(Pane(1), "left=0 top=0");
+    EXPECT_EQ(ScreenDiffersFromPage(), (page = {}, "")) << "nothing of the old page is left";
+    app->OnFileNew();
+    EXPECT_EQ(Title(), "LUMENTA");
+}
+
+TEST_F(MainFrame, AUnitHoldsAtOnceAndInTheNextRun)
+{
+    Start(WritePage("page.tif", 1200, 900, 1200, 600));
+    ResizeFrame(*frame, {400, 300});
+    view->ScrollToPosition({600, 300});
+    ASSERT_TRUE(PumpUntilIdle());
+    const struct {
+        UINT command;
+        const char* menu;
+        const char* position;
+        const char* size;
+    } cases[] = {
+        {kInchesCommand, "&View/&Inches [checked]", "left=0.50 top=0.50", "width=1.00 depth=1.50"},
+        {kMillimetersCommand, "&View/&Millimeters [checked]", "left=12.7 top=12.7", "width=25.4 depth=38.1"},
+        {kPointsCommand, "&View/P&oints [checked]", "left=36 top=36", "width=72 depth=108"},
+        {kPixelsCommand, "&View/&Pixels [checked]", "left=600 top=300", "width=1200 depth=900"},
+    };
+    for (const auto& c : cases) {
+        frame->SendMessage(WM_COMMAND, c.command);
+        EXPECT_EQ(Pane(1), c.position);
+        EXPECT_EQ(Pane(2), c.size);
+        EXPECT_TRUE(MenuHas(c.menu)) << c.menu;
+    }
+    frame->SendMessage(WM_COMMAND, kInchesCommand);
+    Start(scratch.File("page.tif"));
+    EXPECT_EQ(Pane(2), "width=1.00 depth=1.50");
+
+    app->WriteProfileInt("App", "Units", 7);
+    Start(scratch.File("page.tif"));
+    EXPECT_EQ(Pane(2), "width=1200 depth=900");
+    for (const auto& c : cases)
+        EXPECT_FALSE(MenuHas(c.menu)) << c.menu;
+}
+
+TEST_F(MainFrame, TheMenuIsWhole)
+{
+    Start();
+    const std::vector<CString> want{
+        "&File/&Open...\tCtrl+O [disabled]",
+        "&File/Open Multiple...\tCtrl+M [disabled]",
+        "&File/&Print...\tCtrl+P",
+        "&File/P&rint Setup...",
+        "&File/E&xit",
+        "&View/&Scaled Page\tCtrl+Alt+S [disabled]",
+        "&View/&Next Page\tCtrl+Alt+N [disabled]",
+        "&View/Lines per update\t... [disabled]",
+        "&View/&Inches",
+        "&View/&Millimeters",
+        "&View/&Pixels [checked]",
+        "&View/P&oints",
+        "&Help/&About LUMENTA... [disabled]",
+    };
+    EXPECT_EQ(DescribeMenu(*frame), want);
+}
+
+TEST_F(MainFrame, ItsPlaceIsKept)
+{
+    const auto stored = [&] { return std::string{app->GetProfileString("window", "MainFrame").c_str()}; };
+    Start();
+    frame->MoveWindow({30, 40, 530, 440});
+    ASSERT_TRUE(PumpUntilIdle());
+    Stop();
+    Start();
+    EXPECT_EQ(stored(), "30 40 530 440");
+    EXPECT_EQ(frame->GetWindowPlacement().normal_position, (CRect{30, 40, 530, 440}));
+    EXPECT_FALSE(frame->IsZoomed());
+
+    frame->ShowWindow(SW_SHOWMAXIMIZED);
+    ASSERT_TRUE(PumpUntilIdle());
+    Start();
+    EXPECT_EQ(stored(), "30 40 530 440") << "where a maximized window goes back to";
+    EXPECT_EQ(app->GetProfileInt("window", "Maximize MainFrame", -1), 1);
+    EXPECT_TRUE(frame->IsZoomed());
+    frame->ShowWindow(SW_SHOWNORMAL);
+    ASSERT_TRUE(PumpUntil([&] { return !frame->IsZoomed(); }));
+    EXPECT_EQ(frame->GetWindowPlacement().normal_position, (CRect{30, 40, 530, 440}));
+    Start();
+    EXPECT_EQ(app->GetProfileInt("window", "Maximize MainFrame", -1), 0);
+    EXPECT_FALSE(frame->IsZoomed());
+
+    CDC screen;
+    screen.CreateDisplayInformation();
+    const CRect whole{0, 0, screen.GetDeviceCaps(HORZRES), screen.GetDeviceCaps(VERTRES)};
+    for (const char* const bad : {"", "30 40 530", "nonsense", "9000 9000 9500 9400", "50 50 50 50"}) {
+        Stop();
+        app = std::make_unique<CLumentaApp>();
+        app->WriteProfileString("window", "MainFrame", bad);
+        Start();
+        EXPECT_EQ(frame->GetWindowPlacement().normal_position, whole) << bad;
+    }
+}
+
+// A view of the page elsewhere, whose user has picked a point.
+class Picker : public CLumenta
+{
+public:
+    CPoint GetPickedPoint() const override { return picked; }
+    CPoint picked;
+};
+
+TEST_F(MainFrame, APickedPointBecomesTheMiddleAsFarAsThePageGoes)
+{
+    StartWithPage(2001, 1501);
+    const CRect client = view->GetClientRect();
+    const CPoint half{client.Width() / 2, client.Height() / 2};
+    const CPoint end{2001 - client.Width(), 1501 - client.Height()};
+    const struct {
+        CPoint picked, want;
+    } cases[] = {
+        {{1000, 700}, {1000 - half.x, 700 - half.y}},
+        {{0, 0}, {0, 0}},
+        {{2000, 1500}, end},
+        {{half.x, half.y + 1}, {0, 1}},
+        {{INT32_MAX, INT32_MIN}, {end.x, 0}},
+    };
+    Picker picker;
+    for (const auto& c : cases) {
+        picker.picked = c.picked;
+        EXPECT_EQ(frame->SendMessage(WM_PAGE_CENTER, 0, PackPointer<CLumenta>(&picker)), 0);
+        EXPECT_EQ(view->GetScrollPosition(), c.want);
+        ASSERT_TRUE(PumpUntilIdle());
+        EXPECT_EQ(ScreenDiffersFromPage(), "");
+    }
+    EXPECT_EQ(frame->SendMessage(WM_PAGE_CENTER, 0, 0), 0);
+    EXPECT_EQ(view->GetScrollPosition(), cases[4].want);
+    EXPECT_EQ(view->SendMessage(WM_PAGE_CLOSED, 0, PackPointer(document)), -1) << "no further window is open";
+
+    app->OpenDocumentFile(WritePage("small.tif", 20, 30));
+    EXPECT_EQ(frame->SendMessage(WM_PAGE_CENTER, 0, PackPointer<CLumenta>(&picker)), 0);
+    EXPECT_EQ(view->GetScrollPosition(), (CPoint{0, 0}));
+    frame->SetActiveView(nullptr);
+    EXPECT_EQ(frame->SendMessage(WM_PAGE_CENTER, 0, PackPointer<CLumenta>(&picker)), -1);
+    frame->SetActiveView(view);
+}
+} // namespace

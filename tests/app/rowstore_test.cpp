@@ -1,0 +1,400 @@
+// The document's store of rows, over a page whose rows tell their number: the heap window, the temporary
+// file, and what either does with a row that cannot be read.
+#include "app/lumentadoc.h"
+#include "tests/support/fake_image.h"
+#include "tests/support/hostile_tiff.h"
+#include "tests/support/scratch.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace
+{
+using Texts = std::vector<std::string>;
+
+constexpr int32_t kRows = 1000;
+constexpr int32_t kWindow = 100;
+
+struct Request {
+    int32_t first, end; // rows first to end - 1
+};
+
+// Rows of the store from first on: how many are right, and how many zero ones follow.
+struct Held {
+    int32_t right = 0;
+    int32_t zero = 0;
+    friend bool operator==(const Held&, const Held&) = default;
+    friend std::ostream& operator<<(std::ostream& out, const Held& held)
+    {
+        return out << held.right << " right, " << held.zero << " zero";
+    }
+};
+
+Held HeldFrom(const CLumentaDoc& document, int32_t first)
+{
+    Held held;
+    int32_t row = first;
+    for (; row <= document.m_nLastRow &&
+           FakeImage::HoldsRow(document.RowAddress(row), row, document.m_nRowBytes);
+         ++row)
+        ++held.right;
+    for (; row <= document.m_nLastRow; ++row) {
+        const uint8_t* const bytes = document.RowAddress(row);
+        if (std::any_of(bytes, bytes + document.m_nRowBytes, [](uint8_t byte) { return byte != 0; }))
+            break;
+        ++held.zero;
+    }
+    return held;
+}
+
+struct WindowCase {
+    const char* name;
+    std::vector<Request> before;
+    Request request;
+    int32_t window_first, last_row;
+    int64_t reads, rewinds; // of the request alone
+};
+
+TEST(RowWindow, SlidesOverThePage)
+{
+    const WindowCase cases[] = {
+        {"the first rows", {}, {0, 50}, 0, 49, 50, 0},
+        {"the whole window", {}, {0, 100}, 0, 99, 100, 0},
+        {"rows that are there", {{0, 50}}, {10, 50}, 0, 49, 0, 0},
+        {"some more", {{0, 50}}, {40, 53}, 0, 52, 3, 0},
+        {"far ahead: in the middle", {{0, 50}}, {500, 510}, 455, 509, 460, 0},
+        {"just ahead: what both windows hold stays", {{0, 80}}, {80, 120}, 50, 119, 40, 0},
+        {"one row past the window", {{0, 100}}, {100, 101}, 51, 100, 1, 0},
+        {"ahead of the rows, not of the window", {{0, 10}}, {90, 100}, 0, 99, 90, 0},
+        {"the page's end", {{0, 50}}, {990, 1000}, 900, 999, 950, 0},
+        {"the page's end after a middle", {{500, 510}}, {990, 1000}, 900, 999, 490, 0},
+        {"back to the top", {{500, 510}}, {10, 11}, 0, 10, 11, 1},
+        {"back to a middle", {{500, 510}}, {200, 210}, 110, 209, 210, 1},
+        {"behind the rows but inside the window", {{500, 510}}, {455, 460}, 455, 509, 0, 0},
+        {"one row before the window", {{500, 510}}, {454, 455}, 355, 454, 455, 1},
+        {"a whole window back", {{990, 1000}}, {300, 400}, 300, 399, 400, 1},
+        {"after a step back the window fills on", {{500, 510}, {10, 11}}, {0, 100}, 0, 99, 89, 0},
+    };
+    for (const WindowCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        BoxTexts boxes;
+        CLumentaDoc document;
+        FakeImage* const page = PutPageOnHeap(document, std::make_unique<FakeImage>(200, kRows), kWindow);
+        for (const Request& r : c.before)
+            ASSERT_TRUE(document.GetRows(r.first, r.end - r.first));
+        page->reads = page->rewinds = 0;
+        EXPECT_TRUE(document.GetRows(c.request.first, c.request.end - c.request.first));
+        EXPECT_EQ(document.m_nWindowFirst, c.window_first);
+        EXPECT_EQ(document.m_nLastRow, c.last_row);
+        EXPECT_EQ(page->CurrentRow, c.last_row);
+        EXPECT_EQ(page->reads, c.reads);
+        EXPECT_EQ(page->rewinds, c.rewinds);
+        EXPECT_EQ(HeldFrom(document, c.window_first), (Held{c.last_row - c.window_first + 1, 0}));
+        EXPECT_EQ(boxes.Take(), Texts{});
+    }
+}
+
+TEST(RowWindow, HoldsWhatItPromisesOnARandomWalk)
+{
+    std::mt19937 random{20};
+    for (const int32_t window : {1, 2, 7, 100, 999, 1000}) {
+        CLumentaDoc document;
+        FakeImage* const page = PutPageOnHeap(document, std::make_unique<FakeImage>(40, kRows), window);
+        int32_t near = 0;
+        for (int step = 0; step < 300; ++step) {
+            const int32_t count = 1 + static_cast<int32_t>(random() % static_cast<unsigned>(window));
+            // Mostly small steps, as scrolling makes them.
+            near += random() % 5 ? static_cast<int32_t>(random() % 61) - 25
+                                 : static_cast<int32_t>(random() % 2000) - 1000;
+            near = std::clamp(near, 0, kRows - count);
+            SCOPED_TRACE(testing::Message()
+                         << "window " << window << ", step " << step << ": " << near << ", " << count);
+            const int32_t end = near + count;
+            const bool back = near < document.m_nWindowFirst;
+            const int64_t wanted_reads = back ? end : std::max(0, end - 1 - document.m_nLastRow);
+            page->reads = page->rewinds = 0;
+            ASSERT_TRUE(document.GetRows(near, count));
+            ASSERT_EQ(page->reads, wanted_reads);
+            ASSERT_EQ(page->rewinds, back ? 1 : 0);
+            ASSERT_EQ(page->CurrentRow, document.m_nLastRow);
+            const int32_t held = document.m_nLastRow - document.m_nWindowFirst + 1;
+            ASSERT_LE(document.m_nWindowFirst, near);
+            ASSERT_GE(document.m_nLastRow, end - 1);
+            ASSERT_LE(held, window);
+            ASSERT_EQ(HeldFrom(document, document.m_nWindowFirst), (Held{held, 0}));
+        }
+    }
+}
+
+struct FailureCase {
+    const char* name;
+    int32_t fail_at;
+    std::vector<Request> requests;
+    const char* box;
+    int32_t from;  // after the requests: rows from here on ...
+    Held held;     // ... are these
+    int64_t reads; // in all
+};
+
+TEST(RowWindow, AFailedRowIsToldOnceAndZeroFromThereOn)
+{
+    const FailureCase cases[] = {
+        {"a kept row", 7, {{0, 50}}, "error at line 7: decoder lost", 0, {7, 43}, 8},
+        {"the first row", 0, {{0, 50}, {40, 60}}, "error at line 0: decoder lost", 0, {0, 60}, 1},
+        {"later requests say nothing more",
+         7,
+         {{0, 50}, {50, 100}, {0, 10}},
+         "error at line 7: decoder lost",
+         0,
+         {7, 93},
+         8},
+        {"rows from before stay",
+         90,
+         {{0, 80}, {80, 120}},
+         "error at line 90: decoder lost",
+         50,
+         {40, 30},
+         91},
+        {"a row passed over",
+         200,
+         {{0, 50}, {500, 510}},
+         "error at line 200: decoder lost",
+         455,
+         {0, 55},
+         201},
+        {"the last row passed over",
+         454,
+         {{0, 50}, {500, 510}},
+         "error at line 454: decoder lost",
+         455,
+         {0, 55},
+         455},
+        {"nothing is read after a rewind",
+         505,
+         {{500, 510}, {10, 11}},
+         "error at line 505: decoder lost",
+         0,
+         {0, 11},
+         506},
+        {"the page's last row", 999, {{990, 1000}}, "error at line 999: decoder lost", 900, {99, 1}, 1000},
+    };
+    for (const bool mapped : {false, true})
+        for (const FailureCase& c : cases) {
+            SCOPED_TRACE(testing::Message() << c.name << (mapped ? ", in a file" : ", on the heap"));
+            BoxTexts boxes;
+            CLumentaDoc document;
+            FakeImage* page;
+            if (mapped) {
+                page = PutPage(document, std::make_unique<FakeImage>(200, kRows));
+                ASSERT_TRUE(document.CreateRowMapping(kRows));
+            } else {
+                page = PutPageOnHeap(document, std::make_unique<FakeImage>(200, kRows), kWindow);
+                memset(document.m_pRows, 0x77, size_t{kWindow} * static_cast<size_t>(document.m_nRowBytes));
+            }
+            page->fail_at = c.fail_at;
+            for (const Request& r : c.requests)
+                EXPECT_TRUE(document.GetRows(r.first, r.end - r.first));
+            EXPECT_EQ(boxes.Take(), Texts{c.box});
+            EXPECT_EQ(page->reads, c.reads);
+            if (!mapped) {
+                EXPECT_EQ(HeldFrom(document, c.from), c.held);
+                continue;
+            }
+            int32_t last = 0; // a file holds every row up to the furthest request
+            for (const Request& r : c.requests)
+                last = std::max(last, r.end);
+            EXPECT_EQ(HeldFrom(document, 0), (Held{c.fail_at, last - c.fail_at}));
+        }
+}
+
+TEST(RowWindow, ADamagedPageOfTheLargestHeightEndsAtOnce)
+{
+    BoxTexts boxes;
+    CLumentaDoc document;
+    FakeImage* const page = PutPageOnHeap(document, std::make_unique<FakeImage>(8, INT32_MAX), kWindow);
+    page->fail_at = 3;
+    for (const Request& r :
+         {Request{INT32_MAX - 10, INT32_MAX}, Request{0, 1}, Request{INT32_MAX - 1, INT32_MAX}}) {
+        EXPECT_TRUE(document.GetRows(r.first, r.end - r.first));
+        EXPECT_EQ(document.m_nLastRow, r.end - 1);
+        EXPECT_EQ(HeldFrom(document, r.first), (Held{0, r.end - r.first}));
+    }
+    EXPECT_EQ(page->reads, 4);
+    EXPECT_EQ(boxes.Take(), Texts{"error at line 3: decoder lost"});
+}
+
+TEST(RowMapping, EachRowIsDecodedOnce)
+{
+    CLumentaDoc document;
+    FakeImage* const page = PutPage(document, std::make_unique<FakeImage>(200, kRows));
+    ASSERT_TRUE(document.CreateRowMapping(kRows));
+    EXPECT_EQ(document.m_nWindowRows, kRows);
+    std::mt19937 random{4};
+    int32_t last = -1;
+    for (int step = 0; step < 200; ++step) {
+        const int32_t count = 1 + static_cast<int32_t>(random() % 80);
+        const int32_t first = static_cast<int32_t>(random() % static_cast<unsigned>(kRows - count));
+        ASSERT_TRUE(document.GetRows(first, count));
+        last = std::max(last, first + count - 1);
+        ASSERT_EQ(document.m_nLastRow, last);
+        ASSERT_EQ(document.m_nWindowFirst, 0);
+        ASSERT_EQ(page->reads, last + 1);
+    }
+    EXPECT_EQ(page->rewinds, 0);
+    EXPECT_EQ(HeldFrom(document, 0), (Held{last + 1, 0}));
+    EXPECT_FALSE(document.ReleaseRowBuffer()) << "the rows are not the heap's";
+    EXPECT_TRUE(document.ReleaseRowMapping());
+    EXPECT_FALSE(document.ReleaseRowMapping());
+    EXPECT_EQ(document.m_pRows, nullptr);
+}
+
+TEST(RowStore, TheHeapTakesHalfOfWhatIsFree)
+{
+    constexpr uint32_t kMost = 0x7fffffff;
+    struct {
+        uint32_t physical, page_file;
+        int32_t rows, want; // 0: no store
+    } const cases[] = {
+        {25600, 0, 1000, 100}, {0, 25600, 1000, 100},  {12801, 12800, 1000, 100},
+        {25599, 0, 1000, 99},  {256, 0, 1000, 1},      {255, 0, 1000, 0},
+        {0, 0, 1, 0},          {kMost, kMost, 10, 10}, {25600, 0, 99, 99},
+        {25600, 0, 0, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.physical << ", " << c.page_file << ", " << c.rows);
+        const MemoryFigures memory{c.physical, c.page_file};
+        CLumentaDoc document;
+        document.m_nRowBytes = 128;
+        EXPECT_EQ(document.AllocateRowBuffer(c.rows), c.want > 0);
+        EXPECT_EQ(document.m_nWindowRows, c.want);
+        EXPECT_EQ(document.ReleaseRowBuffer(), c.want > 0);
+    }
+}
+
+TEST(RowStore, AFullDiskMeansTheHeapAndWithoutMemoryThereIsNoPage)
+{
+    const ScratchDirectory scratch;
+    const std::string path = scratch.Write("page.tif", HostileTiff{1000, kRows, 50}.Bytes());
+    BoxTexts boxes;
+    CLumentaDoc document;
+    EXPECT_TRUE(document.OnOpenDocument(path));
+    EXPECT_NE(document.m_hTempFile, kInvalidFile);
+    {
+        const FileSizeLimit full{4096};
+        EXPECT_TRUE(document.OnOpenDocument(path));
+        EXPECT_EQ(document.m_hTempFile, kInvalidFile);
+        EXPECT_EQ(document.m_nWindowRows, kRows);
+        EXPECT_TRUE(document.GetRows(900, 100));
+        EXPECT_EQ(document.RowAddress(950)[5], HostileTiff::RowByte(950, 5));
+        EXPECT_EQ(boxes.Take(), Texts{});
+
+        const MemoryFigures memory{100, 100};
+        EXPECT_FALSE(document.OnOpenDocument(path));
+    }
+    EXPECT_EQ(boxes.Take(), Texts{"Unable to allocate bitmap"});
+    EXPECT_EQ(document.m_nWidth + document.m_nDepth, 0);
+    EXPECT_EQ(document.m_pImage, nullptr);
+    EXPECT_EQ(document.GetTitle(), "");
+    EXPECT_FALSE(document.GetRows(0, 1));
+    EXPECT_EQ(boxes.Take(), Texts{"Image file is not open"});
+    PutPage(document, std::make_unique<FakeImage>(8, 1));
+    EXPECT_FALSE(document.GetRows(0, 1));
+    EXPECT_EQ(boxes.Take(), Texts{"No memory buffer for bitmap"});
+}
+
+TEST(RowMapping, ADiskThatFailsLaterIsToldAsAFailedRow)
+{
+    BoxTexts boxes;
+    CLumentaDoc document;
+    PutPage(document, std::make_unique<FakeImage>(8000, kRows));
+    ASSERT_TRUE(document.CreateRowMapping(kRows));
+    ASSERT_TRUE(document.GetRows(0, 10));
+    {
+        const FileSizeLimit full{20000}; // rows are 1000 bytes
+        EXPECT_TRUE(document.GetRows(500, 10));
+    }
+    EXPECT_EQ(boxes.Take(), Texts{"error at line 10: File too large"});
+    EXPECT_EQ(document.m_nLastRow, 509);
+    EXPECT_GE(HeldFrom(document, 0).right, 10) << "what came before the failure is kept";
+    EXPECT_EQ(HeldFrom(document, 20), (Held{0, 490}));
+}
+
+TEST(Document, ADamagedPageLeavesNothingToTheNext)
+{
+    const ScratchDirectory scratch;
+    const std::string whole = HostileTiff{100, 40, 20}.Bytes();
+    const std::string damaged = scratch.Write("damaged.tif", whole.substr(0, whole.size() - 10));
+    const std::string sound = scratch.Write("sound.tif", whole);
+    BoxTexts boxes;
+    CLumentaDoc document;
+    for (const bool good : {false, true, false, false}) {
+        ASSERT_TRUE(document.OnOpenDocument(good ? sound : damaged));
+        EXPECT_TRUE(document.GetRows(0, 40));
+        EXPECT_EQ(boxes.Take(), good ? Texts{} : Texts{"error at line 20: TIFF read error"});
+        EXPECT_EQ(document.RowAddress(39)[7], good ? HostileTiff::RowByte(39, 7) : 0);
+    }
+}
+
+// The user may open another page, or none, while the box of a failed row is on the screen.
+TEST(Document, APageOpenedFromWithinABoxIsNotTouchedByTheOldRequest)
+{
+    const ScratchDirectory scratch;
+    const std::string whole = HostileTiff{100, 40, 20}.Bytes();
+    const std::string damaged = scratch.Write("damaged.tif", whole.substr(0, whole.size() - 10));
+    const std::string sound = scratch.Write("sound.tif", whole);
+    for (const bool mapped : {false, true})
+        for (const bool opens : {false, true}) {
+            SCOPED_TRACE(testing::Message()
+                         << (mapped ? "in a file" : "on the heap") << (opens ? ", opens" : ""));
+            const FileSizeLimit disk{mapped ? RLIM_INFINITY : 0};
+            CLumentaDoc document;
+            ASSERT_TRUE(document.OnOpenDocument(damaged));
+            ASSERT_EQ(document.m_hTempFile != kInvalidFile, mapped);
+            int told = 0;
+            SetMessageBoxHook([&](const CString&) {
+                if (++told > 1) // "Image file is not open"
+                    return;
+                if (opens)
+                    document.OnOpenDocument(sound);
+                else
+                    document.DeleteContents();
+            });
+            EXPECT_FALSE(document.GetRows(0, 40));
+            EXPECT_EQ(told, 1);
+            EXPECT_EQ(document.GetRows(30, 10), opens);
+            if (opens) {
+                EXPECT_EQ(document.RowAddress(39)[7], HostileTiff::RowByte(39, 7));
+            }
+            SetMessageBoxHook({});
+        }
+}
+
+TEST(Document, APathEndsAtATabOrSemicolonAndAFailureLeavesNoPage)
+{
+    const ScratchDirectory scratch;
+    const std::string path = scratch.Write("front.tif", HostileTiff{100, 20, 20}.Bytes());
+    BoxTexts boxes;
+    CLumentaDoc document;
+    for (const char* const behind : {";extra", "\t1;2", ""}) {
+        EXPECT_TRUE(document.OnOpenDocument(path + behind));
+        EXPECT_EQ(document.GetPathName(), path);
+        EXPECT_EQ(document.m_strPageTitle, "front");
+        EXPECT_TRUE(document.IsBilevelPage());
+        EXPECT_FALSE(document.IsModified());
+    }
+    document.SetTitle("anything");
+    EXPECT_EQ(document.GetTitle(), "front");
+
+    EXPECT_FALSE(document.OnOpenDocument(scratch.File("page.fax;extra")));
+    EXPECT_EQ(boxes.Take(), Texts{scratch.File("page.fax") + ": Open failed"});
+    EXPECT_EQ(document.GetTitle(), "front") << "what the window shows stays";
+    EXPECT_EQ(document.GetPathName(), path);
+    EXPECT_EQ(document.m_nWidth, 0);
+    EXPECT_EQ(document.m_pRows, nullptr);
+    EXPECT_FALSE(document.IsBilevelPage());
+    EXPECT_TRUE(document.OnNewDocument());
+    document.SetTitle("anything");
+    EXPECT_EQ(document.GetTitle(), "");
+}
+} // namespace

@@ -1,0 +1,294 @@
+// The page view: what is on the screen after every way of moving it, and what a move costs.
+#include "tests/app/window_fixture.h"
+
+#include "app/scrollvw.h"
+
+namespace
+{
+TEST(ScrollArithmetic, HoldsToThePage)
+{
+    const struct {
+        int client, total, want;
+    } steps[] = {{100, 1000, 99}, {2, 1000, 1},  {1, 1000, 1}, {0, 1000, 1},
+                 {100, 50, 50},   {100, 99, 99}, {1, 0, 0},    {50, 0, 0}};
+    for (const auto& c : steps)
+        EXPECT_EQ(PageStep(c.client, c.total), c.want) << c.client << " of " << c.total;
+    const struct {
+        int64_t wanted;
+        int total, client, want;
+    } holds[] = {{5, 100, 40, 5},
+                 {-5, 100, 40, 0},
+                 {61, 100, 40, 60},
+                 {5, 30, 40, 0},
+                 {int64_t{1} << 40, INT32_MAX, 0, INT32_MAX}};
+    for (const auto& c : holds)
+        EXPECT_EQ(HoldToRange(c.wanted, c.total, c.client), c.want) << c.wanted;
+    EXPECT_EQ(KeyDistance(3, 1, 5), 3);
+    EXPECT_EQ(KeyDistance(INT32_MAX, INT32_MAX, UINT32_MAX), INT32_MAX);
+}
+
+class View : public WindowTest
+{
+protected:
+    CPoint Position() const { return view->GetScrollPosition(); }
+    void PutAt(CPoint position)
+    {
+        view->ScrollToPosition(position);
+        ASSERT_TRUE(PumpUntilIdle());
+        ASSERT_EQ(Position(), position);
+    }
+    void ExpectAt(CPoint want)
+    {
+        ASSERT_TRUE(PumpUntilIdle());
+        EXPECT_EQ(Position(), want);
+        EXPECT_EQ(Pane(1), "left=" + std::to_string(want.x) + " top=" + std::to_string(want.y));
+        EXPECT_EQ(ScreenDiffersFromPage(), "");
+    }
+};
+
+// How an axis moves.
+struct Move {
+    enum { kStay, kLines, kPages, kStart, kEnd } by = kStay;
+    int times = 0;
+
+    int From(int position, int client, int end) const
+    {
+        switch (by) {
+        case kStay: return position;
+        case kLines: return std::clamp(position + times, 0, end);
+        case kPages: return std::clamp(position + times * (client - 1), 0, end);
+        case kStart: return 0;
+        case kEnd: return end;
+        }
+        return -1;
+    }
+};
+
+struct KeyCase {
+    UINT key;
+    TestKey real;
+    bool control;
+    int repeat;
+    Move x, y;
+};
+
+TEST_F(View, KeysMoveByLinesPagesAndToTheEnds)
+{
+    const KeyCase cases[] = {
+        {VK_LEFT, TestKey::left, false, 1, {Move::kLines, -1}, {}},
+        {VK_LEFT, TestKey::left, false, 7, {Move::kLines, -7}, {}},
+        {VK_LEFT, TestKey::left, true, 1, {Move::kPages, -1}, {}},
+        {VK_RIGHT, TestKey::right, false, 3, {Move::kLines, 3}, {}},
+        {VK_RIGHT, TestKey::right, true, 2, {Move::kPages, 2}, {}},
+        {VK_UP, TestKey::up, false, 2, {}, {Move::kLines, -2}},
+        {VK_UP, TestKey::up, true, 1, {}, {Move::kPages, -1}},
+        {VK_DOWN, TestKey::down, false, 5, {}, {Move::kLines, 5}},
+        {VK_DOWN, TestKey::down, true, 2, {}, {Move::kPages, 2}},
+        {VK_PRIOR, TestKey::pageUp, false, 1, {}, {Move::kPages, -1}},
+        {VK_PRIOR, TestKey::pageUp, true, 2, {}, {Move::kPages, -2}},
+        {VK_NEXT, TestKey::pageDown, false, 1, {}, {Move::kPages, 1}},
+        {VK_NEXT, TestKey::pageDown, true, 2, {}, {Move::kPages, 2}},
+        {VK_NEXT, TestKey::pageDown, false, 1000, {}, {Move::kEnd, 0}},
+        {VK_HOME, TestKey::home, false, 1, {Move::kStart, 0}, {}},
+        {VK_HOME, TestKey::home, true, 1, {}, {Move::kStart, 0}},
+        {VK_END, TestKey::end, false, 1, {Move::kEnd, 0}, {}},
+        {VK_END, TestKey::end, true, 1, {}, {Move::kEnd, 0}},
+        {VK_ESCAPE, TestKey::escape, false, 1, {}, {}},
+    };
+    StartWithPage(2003, 1503);
+    const CRect client = view->GetClientRect();
+    const CPoint end = Range();
+    EXPECT_EQ(end, (CPoint{2003 - client.Width(), 1503 - client.Height()}));
+    // In the middle, a few pixels from either end, and at the ends.
+    for (const CPoint start :
+         {CPoint{701, 503}, CPoint{3, 2}, CPoint{end.x - 2, end.y - 3}, CPoint{0, 0}, end})
+        for (const KeyCase& c : cases) {
+            SCOPED_TRACE(testing::Message() << "key " << c.key << (c.control ? " with Ctrl" : "") << ", "
+                                            << c.repeat << " times, from " << start.x << "," << start.y);
+            const CPoint want{c.x.From(start.x, client.Width(), end.x),
+                              c.y.From(start.y, client.Height(), end.y)};
+            PutAt(start);
+            const uint64_t paints = PaintCount(*view);
+            SetControlKeyState(c.control);
+            view->SendMessage(WM_KEYDOWN, c.key, PackPoint(c.repeat, 0));
+            SetControlKeyState(false);
+            ExpectAt(want);
+            EXPECT_EQ(PaintCount(*view) - paints, want == start ? 0U : 1U);
+            PutAt(start);
+            PressKey(*view, c.real, c.control, c.repeat);
+            ExpectAt(want);
+        }
+}
+
+TEST_F(View, TheLeftButtonDragsThePictureToThePagesEdges)
+{
+    StartWithPage(1000, 900);
+    const CPoint end = Range();
+    PutAt({100, 80});
+    const struct {
+        CPoint to, want;
+    } moves[] = {
+        {{50, 60}, {100, 80}},
+        {{20, 37}, {130, 103}},
+        {{250, 60}, {0, 80}},
+        {{150, 140}, {0, 0}},
+        {{149, 139}, {1, 1}},
+        {{-5000, 60}, {end.x, 80}},
+        {{50 + 100 - end.x, -9000}, end},
+        {{51 + 100 - end.x, 61 + 80 - end.y}, {end.x - 1, end.y - 1}},
+    };
+    MoveMouse(*view, {10, 10}); // not pressed
+    PressMouse(*view, {50, 60});
+    for (const auto& c : moves) {
+        MoveMouse(*view, c.to);
+        ExpectAt(c.want);
+    }
+    ReleaseMouse(*view, {0, 0});
+    const CPoint left_at = Position();
+    MoveMouse(*view, {200, 200});
+    ExpectAt(left_at);
+
+    ASSERT_NE(app->OpenDocumentFile(WritePage("small.tif", 37, 29)), nullptr);
+    PressMouse(*view, {20, 20});
+    MoveMouse(*view, {-50, 300});
+    ExpectAt({0, 0});
+    ReleaseMouse(*view, {20, 20});
+}
+
+TEST_F(View, AWheelNotchIsFortyEightPixels)
+{
+    StartWithPage(1000, 900);
+    const CPoint end = Range();
+    const struct {
+        int angle_x, angle_y;
+        bool shift;
+        CPoint want;
+    } turns[] = {
+        {0, -120, false, {100, 128}}, {0, 240, false, {100, 0}},  {0, -120, true, {148, 80}},
+        {-120, 0, false, {148, 80}},  {0, -30, false, {100, 92}}, {0, -120000, false, {100, end.y}},
+    };
+    for (const auto& c : turns) {
+        PutAt({100, 80});
+        TurnWheel(*view, c.angle_x, c.angle_y, c.shift);
+        ExpectAt(c.want);
+    }
+    PutAt({0, 0});
+    for (int i = 0; i < 8; ++i) // a fine wheel
+        TurnWheel(*view, 0, -15);
+    ExpectAt({0, 48});
+}
+
+TEST_F(View, WindowsOfEverySizeShowThePage)
+{
+    StartWithPage(613, 507);
+    view->ScrollToPosition({77, 51});
+    for (const CSize inside : {CSize{401, 303}, CSize{250, 700}, CSize{760, 200}, CSize{640, 560},
+                               CSize{300, 222}, CSize{790, 790}}) {
+        ResizeFrame(*frame, inside);
+        SCOPED_TRACE(testing::Message() << inside.cx << "x" << inside.cy);
+        const CRect client = view->GetClientRect();
+        EXPECT_EQ(Range(), (CPoint{std::max(0, 613 - client.Width()), std::max(0, 507 - client.Height())}));
+        ExpectAt(Position());
+        view->ScrollToPosition({Range().x / 2 + 1, Range().y - 1});
+    }
+}
+
+TEST_F(View, APaintFetchesTheClipsRowsAndAStepItsStripAlone)
+{
+    Start();
+    ResizeFrame(*frame, {400, 300});
+    FakeImage* const image = PutPageOnHeap(*document, std::make_unique<FakeImage>(1003, 5000), 5000);
+    document->UpdateAllViews(nullptr, kHintPage);
+    ASSERT_TRUE(PumpUntilIdle());
+    const CRect client = view->GetClientRect();
+    EXPECT_EQ(image->reads, client.Height());
+    view->SendMessage(WM_KEYDOWN, VK_DOWN, PackPoint(3, 0));
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(image->reads, client.Height() + 3);
+
+    // The rows are turned over behind the view's back: what a step draws shows it.
+    const struct {
+        UINT key;
+        int times;
+        CPoint from, to;
+    } steps[] = {{VK_DOWN, 5, {0, 3}, {0, 8}},
+                 {VK_UP, 7, {0, 8}, {0, 1}},
+                 {VK_RIGHT, 13, {0, 1}, {13, 1}},
+                 {VK_LEFT, 7, {13, 1}, {6, 1}}};
+    for (const auto& step : steps) {
+        SCOPED_TRACE(testing::Message() << "to " << step.to.x << "," << step.to.y);
+        view->ScrollToPosition(step.from);
+        view->Invalidate();
+        ASSERT_TRUE(PumpUntilIdle());
+        const GrabbedPixels before = GrabWindow(*view);
+        uint8_t* const end = document->m_pRows + int64_t{document->m_nRowBytes} * (document->m_nLastRow + 1);
+        const int32_t last = document->m_nLastRow;
+        std::transform(document->m_pRows, end, document->m_pRows,
+                       [](uint8_t byte) { return static_cast<uint8_t>(~byte); });
+        view->SendMessage(WM_KEYDOWN, step.key, PackPoint(step.times, 0));
+        ASSERT_TRUE(PumpUntilIdle());
+        ASSERT_EQ(view->GetScrollPosition(), step.to);
+        const GrabbedPixels after = GrabWindow(*view);
+        ASSERT_EQ(after.pixels.size(), before.pixels.size());
+        const CPoint move{step.to.x - step.from.x, step.to.y - step.from.y};
+        int redrawn = 0;
+        int wrong = 0;
+        for (int y = 0; y < after.height; ++y)
+            for (int x = 0; x < after.width; ++x) {
+                const int old_x = x + move.x;
+                const int old_y = y + move.y;
+                if (old_x >= 0 && old_x < after.width && old_y >= 0 && old_y < after.height) {
+                    wrong += after.At(x, y) != before.At(old_x, old_y);
+                    continue;
+                }
+                ++redrawn;
+                const int row = step.to.y + y;
+                const int column = step.to.x + x;
+                const bool one = FakeImage::RowByte(row, column / 8) << column % 8 & 0x80;
+                const bool turned = row <= last;
+                wrong += after.At(x, y) != (one != turned ? kBlack : kWhite);
+            }
+        EXPECT_EQ(wrong, 0);
+        EXPECT_GT(redrawn, 0);
+        std::transform(document->m_pRows, end, document->m_pRows,
+                       [](uint8_t byte) { return static_cast<uint8_t>(~byte); });
+    }
+}
+
+TEST_F(View, ADamagedPageShowsOneBoxHoweverItIsMoved)
+{
+    Start();
+    ResizeFrame(*frame, {400, 300});
+    FakeImage* const image = PutPageOnHeap(*document, std::make_unique<FakeImage>(800, 5000), 5000);
+    image->fail_at = 100;
+    document->UpdateAllViews(nullptr, kHintPage);
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(boxes.Take(), Texts{"error at line 100: decoder lost"});
+    for (const CPoint position : {CPoint{0, 50}, CPoint{300, 4000}, CPoint{0, 0}}) {
+        PutAt(position);
+        const GrabbedPixels shown = GrabWindow(*view);
+        const CRect client = view->GetClientRect();
+        for (int y = std::max(0, 100 - position.y); y < client.Height(); ++y)
+            for (int x = 0; x < client.Width(); ++x)
+                ASSERT_EQ(shown.At(x, y), kWhite) << x << "," << y;
+    }
+    EXPECT_EQ(image->reads, 101);
+    EXPECT_EQ(boxes.Take(), Texts{});
+}
+
+TEST_F(View, ProgressOfTheReducedPictureIsNoneOfItsBusiness)
+{
+    StartWithPage(1000, 900);
+    PutAt({5, 5});
+    const uint64_t paints = PaintCount(*view);
+    document->m_nWidth = 100; // would show in the range
+    document->UpdateAllViews(nullptr, kHintReducedLines);
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(PaintCount(*view), paints);
+    EXPECT_EQ(view->GetTotalSize(), (CSize{1000, 900}));
+    document->m_nWidth = 1000;
+    document->UpdateAllViews(nullptr, kHintPage);
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(PaintCount(*view), paints + 1);
+}
+} // namespace

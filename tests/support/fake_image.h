@@ -1,0 +1,111 @@
+// A page without a file: every byte tells its row and place, reads are counted, and one row may fail.
+#pragma once
+
+#include "app/lumentadoc.h"
+#include "platform/memory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+class FakeImage : public Image
+{
+public:
+    FakeImage(int32_t width, int32_t height, int32_t bits = 1, int32_t min_is_black = 0)
+    {
+        Name = "fake";
+        Width = width;
+        Height = height;
+        BitsPerPixel = bits;
+        MinIsBlack = min_is_black;
+        BytesPerRow = static_cast<int32_t>((int64_t{width} * bits + 31) / 32 * 4);
+        XDpi = 300;
+        YDpi = 300;
+    }
+
+    static uint8_t RowByte(int32_t row, int32_t i)
+    {
+        return static_cast<uint8_t>((static_cast<uint32_t>(row) * 2654435761U >> 13) +
+                                    static_cast<uint32_t>(i) * 59 + 1);
+    }
+    static bool HoldsRow(const uint8_t* bytes, int32_t row, int32_t row_bytes)
+    {
+        for (int32_t i = 0; i < row_bytes; ++i)
+            if (bytes[i] != RowByte(row, i))
+                return false;
+        return true;
+    }
+
+    int Open(const CString&) override { return 1; }
+    int Close() override { return 1; }
+    int ReadRows(uint8_t*, int32_t, int32_t, int32_t) override { return 0; }
+    int ReadRow(uint8_t* buffer, int32_t rowBytes) override
+    {
+        ++reads;
+        if (CurrentRow + 1 == fail_at) {
+            memset(buffer, 0xee, static_cast<size_t>(rowBytes)); // what a decoder leaves behind
+            ErrorText = "decoder lost";
+            return 0;
+        }
+        ++CurrentRow;
+        for (int32_t i = 0; i < rowBytes; ++i)
+            buffer[i] = RowByte(CurrentRow, i);
+        return 1;
+    }
+    int Rewind() override
+    {
+        ++rewinds;
+        CurrentRow = -1;
+        return 1;
+    }
+    int IsValid() override { return 1; }
+
+    int64_t reads = 0;
+    int64_t rewinds = 0;
+    int32_t fail_at = -1;
+};
+
+// The memory that the document finds, in bytes, while it lives.
+class MemoryFigures
+{
+public:
+    MemoryFigures(uint32_t physical, uint32_t page_file)
+    {
+        s_figures = {physical, page_file};
+        SetMemoryStatusSource([] { return s_figures; });
+    }
+    MemoryFigures(const MemoryFigures&) = delete;
+    MemoryFigures& operator=(const MemoryFigures&) = delete;
+    ~MemoryFigures() { SetMemoryStatusSource(nullptr); }
+
+private:
+    static inline MemoryStatus s_figures;
+};
+
+// What opening a page does once its file is accepted, but for the store. The document owns the result.
+inline FakeImage* PutPage(CLumentaDoc& document, std::unique_ptr<FakeImage> page)
+{
+    document.DeleteContents();
+    FakeImage* const image = page.get();
+    document.m_nWidth = page->Width;
+    document.m_nDepth = page->Height;
+    document.m_nRowBytes = page->BytesPerRow;
+    document.m_nWindowRows = 0;
+    document.m_nWindowFirst = 0;
+    document.m_nLastRow = -1;
+    document.m_bReadError = false;
+    document.m_pImage = std::move(page);
+    return image;
+}
+
+// The same with a heap store of at most rows rows.
+inline FakeImage* PutPageOnHeap(CLumentaDoc& document, std::unique_ptr<FakeImage> page, int32_t rows)
+{
+    FakeImage* const image = PutPage(document, std::move(page));
+    const MemoryFigures memory{static_cast<uint32_t>(2 * rows * image->BytesPerRow), 0};
+    EXPECT_TRUE(document.AllocateRowBuffer(document.m_nDepth));
+    EXPECT_EQ(document.m_nWindowRows, std::min(rows, document.m_nDepth));
+    return image;
+}

@@ -1,0 +1,60 @@
+// TIFF files of any kind of damage: a small writer in which every tag can be replaced or left out. Directory
+// first, rows behind it, so that a cut file loses rows and keeps its directory.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+// Little-endian and, but for the sides, a sound page: 1 bit a pixel, 1 is black, strips one after the other.
+class HostileTiff
+{
+public:
+    HostileTiff(uint32_t width, uint32_t height, uint32_t rows_per_strip);
+
+    static constexpr uint16_t kShort = 3; // types of a tag
+    static constexpr uint16_t kLong = 4;
+    static constexpr uint16_t kRational = 5;
+
+    // Whatever is set stands in the file as it is.
+    void Set(uint16_t tag, uint16_t type, const std::vector<uint32_t>& values);
+    void SetLong(uint16_t tag, uint32_t value) { Set(tag, kLong, {value}); }
+    void SetText(uint16_t tag, const std::string& text);
+    void Remove(uint16_t tag) { m_tags.erase(tag); }
+    void SetNextDirectory(uint32_t offset) { m_next_directory = offset; }
+    // In place of StripOffsets: one offset a strip, made from the true ones.
+    void MoveStrips(const std::function<void(std::vector<uint32_t>&)>& move) { m_move_strips = move; }
+
+    std::string Bytes() const;
+    size_t RowBytes() const { return m_row_bytes; }
+    // Byte i of row y, made so that rows and neighbouring bytes differ.
+    static uint8_t RowByte(uint32_t y, size_t i)
+    {
+        return static_cast<uint8_t>(size_t{y} * 37 + i * 11 + (y >> 5) + 1);
+    }
+
+private:
+    struct Tag {
+        uint16_t type;
+        uint32_t count;
+        std::string bytes;
+    };
+    std::map<uint16_t, Tag> m_tags;
+    std::vector<uint32_t> m_strip_bytes;
+    size_t m_row_bytes;
+    std::string m_rows;
+    uint32_t m_next_directory = 0;
+    std::function<void(std::vector<uint32_t>&)> m_move_strips;
+};
+
+namespace tag
+{
+constexpr uint16_t kWidth = 256, kHeight = 257, kBits = 258, kCompression = 259, kPhotometric = 262;
+constexpr uint16_t kDocumentName = 269, kStripOffsets = 273, kSamples = 277, kRowsPerStrip = 278;
+constexpr uint16_t kStripByteCounts = 279, kXResolution = 282, kYResolution = 283, kPlanar = 284;
+constexpr uint16_t kResolutionUnit = 296, kTileWidth = 322, kTileLength = 323, kTileOffsets = 324;
+constexpr uint16_t kTileByteCounts = 325;
+} // namespace tag
