@@ -5,6 +5,7 @@
 
 #include "app/lumentadoc.h"
 #include "platform/app.h"
+#include "platform/memory.h"
 
 #include <algorithm>
 #include <new>
@@ -34,6 +35,18 @@ private:
     CDC* m_dc;
     CPalette* m_old = nullptr;
 };
+
+// The size of a block of lines. Beyond half of what memory is left it counts as out of memory at once: a
+// large block would be granted and the program ended when it is filled.
+size_t BlockBytes(int stride, int lines)
+{
+    const MemoryStatus memory = GlobalMemoryStatus();
+    const int64_t limit = (int64_t{memory.available_physical} + memory.available_page_file) / 2;
+    const int64_t bytes = int64_t{stride} * lines;
+    if (bytes > limit)
+        throw std::bad_alloc();
+    return static_cast<size_t>(bytes);
+}
 
 int RoundUpTo4(int value) // a page's sides leave room for it
 {
@@ -140,7 +153,7 @@ void CLumentaDoc::DrawGrey(CDC* dc, const CRect& rect)
     const int copied = std::min(stride, m_nRowBytes - columns.first);
     // The colour table has 0 as white; a page whose lowest value is black is turned round on its way.
     const uint8_t flip = m_pImage->MinIsBlack ? 0xff : 0;
-    std::vector<uint8_t> block(static_cast<size_t>(stride) * static_cast<size_t>(lines.count));
+    std::vector<uint8_t> block(BlockBytes(stride, lines.count));
     uint8_t* line = block.data() + block.size();
     for (int row = lines.first; row < lines.first + lines.count; ++row) {
         line -= stride;
@@ -166,7 +179,7 @@ void CLumentaDoc::PrintGrey(CDC* dc, const CRect& rect)
     if (!FetchRows(0, m_nDepth))
         return;
     const int copied = std::min(stride, m_nRowBytes);
-    std::vector<uint8_t> block(static_cast<size_t>(stride) * static_cast<size_t>(m_nDepth));
+    std::vector<uint8_t> block(BlockBytes(stride, m_nDepth));
     uint8_t* line = block.data() + block.size();
     for (int row = 0; row < m_nDepth; ++row) {
         line -= stride;
