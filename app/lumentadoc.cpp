@@ -244,8 +244,8 @@ bool CLumentaDoc::ReportRow(int32_t row)
 
 // Reads the rows behind the last one and before stop into the temporary file, a block at a time: decoded into
 // memory that stays in the cache, and written, which takes a sixth of what touching fresh pages of the
-// mapping takes. Ends with the first row that cannot be read, or kept, which stays zero. False if the page
-// was closed while that was reported.
+// mapping takes. Ends with the first row that cannot be read, which becomes zeros, or with the first of a
+// block that cannot be written. False if the page was closed while that was reported.
 bool CLumentaDoc::FillMapping(int32_t stop)
 {
     const int32_t block_rows =
