@@ -5,8 +5,8 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 pdf_complete() { pdfinfo "$1"; }
 
-# A first Return may go to the list of names that the field proposes, if that has opened by then.
-dialog_accepted() { window_gone "$dialog" || { xdotool key Return && false; }; }
+# dialog_answered KEY: the first one may go to the list of names that the field proposes, if that has opened by then.
+dialog_answered() { window_gone "$dialog" || { xdotool key "$1" && false; }; }
 
 for photometric in miniswhite minisblack; do
   noise_page "$scratch/$photometric.tif" 9001 4000 --dpi 1200 --photometric "$photometric"
@@ -17,8 +17,7 @@ for photometric in miniswhite minisblack; do
   xdotool key ctrl+p
   dialog_named Print
   xdotool key alt+f ctrl+a type "$pdf"
-  xdotool key Escape
-  await "the print dialog stays" window_gone "$dialog"
+  await "the print dialog stays" dialog_answered Escape
   window_named "Plate 7 - LUMENTA"
   want "printed all the same" test ! -e "$pdf"
 
@@ -26,7 +25,7 @@ for photometric in miniswhite minisblack; do
   dialog_named Print
   xdotool key alt+f ctrl+a
   xdotool type --delay 1 "$pdf"
-  await "the print dialog stays" dialog_accepted
+  await "the print dialog stays" dialog_answered Return
   await "no PDF file" pdf_complete "$pdf"
   window_named "Plate 7 - LUMENTA"
   quit_program
