@@ -74,9 +74,9 @@ Have them installed with: apt-get install --no-install-recommends ${missing[*]}"
     as_root=(sudo)
   fi
   say "installing ${missing[*]}"
-  local patience=(-o Acquire::Retries=3 -o DPkg::Lock::Timeout=300)
-  "${as_root[@]}" apt-get -q "${patience[@]}" -o APT::Update::Error-Mode=any update
-  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y "${patience[@]}" \
+  local options=(-o Acquire::Retries=3 -o DPkg::Lock::Timeout=300)
+  "${as_root[@]}" apt-get -q "${options[@]}" -o APT::Update::Error-Mode=any update
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y "${options[@]}" \
     install --no-install-recommends "${missing[@]}"
 }
 
