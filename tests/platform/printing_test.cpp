@@ -77,7 +77,7 @@ protected:
         OutputOf("pdfimages '" + pdf + "' '" + directory + "/image'");
         for (const auto& entry : std::filesystem::directory_iterator{directory})
             if (entry.path().filename().string().starts_with("image-000")) {
-                const Picture picture = ReadPicture(entry.path());
+                Picture picture = ReadPicture(entry.path());
                 std::filesystem::remove(entry.path());
                 return picture;
             }

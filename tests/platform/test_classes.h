@@ -60,7 +60,7 @@ public:
     void OnPrint(CDC* dc, CPrintInfo* info) override;
     void OnEndPrinting(CDC*, CPrintInfo*) override { g_recorder.Add("end printing"); }
 
-    std::string name = "";
+    std::string name;
     TestPage page;
     std::map<UINT, std::function<void()>> on_message; // called before the message is handled
     std::function<void(CDC*, const CRect&)> draw;     // instead of the page
