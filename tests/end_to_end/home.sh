@@ -26,7 +26,9 @@ open_page "$scratch/home.tif" "Plate 7"
 find_view "$scratch/home.tif"
 want "the rows are not in a temporary file" has_temporary_file "$TMPDIR"
 equal "files while a page is open" "$ours" "$(everything)"
-xdotool key ctrl+End alt+v m ctrl+p
+xdotool key ctrl+End
+choose alt+v m
+xdotool key ctrl+p
 dialog_named Print
 xdotool key Escape
 window_named "Plate 7 - LUMENTA"

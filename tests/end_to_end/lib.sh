@@ -88,6 +88,21 @@ dialog_named()
   dialog=$(visible "$1" DIALOG)
 }
 
+# choose KEY...: takes a command by the keys of the menus, as in "choose alt+v m", and waits until no menu is open: it
+# would swallow the next key.
+choose()
+{
+  xdotool key "$@"
+  await "a menu stays open" menus_closed
+}
+menus_closed()
+{
+  local id
+  for id in $(xdotool search --onlyvisible --class lumenta 2>/dev/null); do
+    [[ $(xprop -id "$id" _NET_WM_WINDOW_TYPE 2>/dev/null) != *_MENU* ]] || return 1
+  done
+}
+
 window_gone() { ! xwininfo -id "$1" >/dev/null 2>&1 || ! xwininfo -id "$1" | grep -q IsViewable; }
 
 # quit_program: by the menu; the program has ended well and had nothing to complain about on its standard error
