@@ -2,6 +2,8 @@
 #include "app/lumentadoc.h"
 
 #include "app/commandline.h"
+#include "app/sqzimage.h"
+#include "app/sqznoneimage.h"
 #include "app/tifimage.h"
 #include "app/usermsg.h"
 #include "platform/app.h"
@@ -29,6 +31,8 @@ std::unique_ptr<Image> MakeImage()
     return std::make_unique<T>();
 }
 constexpr ImageFactory kImageClasses[] = {
+    MakeImage<SqzImage>,
+    MakeImage<SqzNoneImage>,
     MakeImage<TIFFImage>,
 };
 

@@ -1,4 +1,5 @@
 // Draws the pages that the benchmark programs read into the directory of its argument.
+#include "pagefile.h"
 #include "pages.h"
 #include "tiffout.h"
 
@@ -40,11 +41,22 @@ struct Writer {
         options.compression = pages::Compression::Group4;
         options.rows_per_strip = rows_per_strip;
         options.dpi_x = options.dpi_y = 300;
-        const std::string error = write_tiff(directory + "/" + name, page, options);
-        if (!error.empty()) {
-            std::fprintf(stderr, "%s: %s\n", name, error.c_str());
-            good = false;
-        }
+        Judge(name, write_tiff(directory + "/" + name, page, options));
+    }
+
+    void WritePageFile(const char* name, const pages::Bitmap& page, pages::Raster raster)
+    {
+        pages::PageFileOptions options;
+        options.raster = raster;
+        Judge(name, write_page_file(directory + "/" + name, page, options));
+    }
+
+    void Judge(const char* name, const std::string& error)
+    {
+        if (error.empty())
+            return;
+        std::fprintf(stderr, "%s: %s\n", name, error.c_str());
+        good = false;
     }
 };
 } // namespace
@@ -68,6 +80,10 @@ int main(int argc, char** argv)
             pages::draw_page({.draw = pages::Draw::Text, .width = 2000, .height = rows});
         writer.Write(("rows" + std::to_string(rows) + "-one-strip.tif").c_str(), page, 0);
         writer.Write(("rows" + std::to_string(rows) + "-row-strips.tif").c_str(), page, 1);
+        for (const pages::RasterName& raster : pages::raster_names())
+            writer.WritePageFile(
+                ("rows" + std::to_string(rows) + "-" + std::string{raster.name} + ".fax").c_str(), page,
+                raster.raster);
     }
     return writer.good ? 0 : 1;
 }

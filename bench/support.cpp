@@ -73,3 +73,40 @@ void ShowAtLeast(const char* what, double value, const char* unit, double goal)
     std::printf("%-60s %11.2f %-8s goal: at least %g%s\n", what, value, unit, goal,
                 value >= goal ? "" : "  MISSED");
 }
+
+std::string SpreadOf(const std::vector<double>& values)
+{
+    const auto [lowest, highest] = std::minmax_element(values.begin(), values.end());
+    char text[64];
+    std::snprintf(text, sizeof text, "%.2f to %.2f", *lowest, *highest);
+    return text;
+}
+
+namespace
+{
+constexpr double kGate = 0.9;
+int closed_gates = 0;
+
+void Gate(const char* what, double value, double goal, bool passed)
+{
+    if (passed)
+        return;
+    ++closed_gates;
+    std::printf("GATE: %s: %.2f, the goal is %g\n", what, value, goal);
+}
+} // namespace
+
+void GateAtLeast(const char* what, double value, double goal)
+{
+    Gate(what, value, goal, value >= goal * kGate);
+}
+
+void GateAtMost(const char* what, double value, double goal)
+{
+    Gate(what, value, goal, value <= goal / kGate);
+}
+
+int GateStatus()
+{
+    return closed_gates == 0 ? 0 : 1;
+}

@@ -29,7 +29,17 @@ std::string PagePathOf(const char* name);
 constexpr const char* kBigPage = "big.tif";     // 20 000 x 30 000, Group 4 in one strip, half text, a picture
 constexpr const char* kSmallPage = "small.tif"; // its upper left corner of 1 000 x 1 000
 
+// The lowest and highest of at least one value, as "4.61 to 4.93".
+std::string SpreadOf(const std::vector<double>& values);
+
 // One line of the result: what, value, unit, and the goal with whether it is met.
 void Show(const char* what, double value, const char* unit);
 void ShowAtMost(const char* what, double value, const char* unit, double goal);
 void ShowAtLeast(const char* what, double value, const char* unit, double goal);
+
+// A gate stands at nine tenths of a goal, so that noise does not close it. For ratios to a peer of the same
+// run only. Prints nothing where it is passed; a program that measures ends with GateStatus(): 0 if all were
+// passed, else 1.
+void GateAtLeast(const char* what, double value, double goal);
+void GateAtMost(const char* what, double value, double goal);
+int GateStatus();

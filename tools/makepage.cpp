@@ -1,12 +1,20 @@
-// makepage: draws a test page and writes it as a TIFF file. The command line says all that is in the page;
-// the same line writes the same bytes.
+// makepage: draws a test page, or reads one, and writes it as a TIFF file or as a page file. The command line
+// says all that is in the file; the same line writes the same bytes.
 
+#include "pagefile.h"
+#include "pagein.h"
 #include "pages.h"
 #include "tiffout.h"
 
+#include <kesterlib/commandline.h>
+
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdio>
 #include <exception>
+#include <iterator>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,58 +25,33 @@ namespace
 {
 
 constexpr int kWritten = 0, kFailed = 1, kBadUsage = 2;
-
-struct Request {
-    pages::PageOptions page;
-    pages::TiffOptions tiff;
-    int bits = 1;
-    std::string path;
-};
+constexpr int kUsualDpi = 300;
+constexpr int kMostDpi = 9600;
 
 struct UsageError {
     std::string text;
 };
 
-std::string names_of_draws(std::string_view between)
-{
-    std::string all;
-    for (const pages::DrawName& draw : pages::draw_names())
-        all += (all.empty() ? std::string() : std::string(between)) + std::string(draw.name);
-    return all;
-}
+// What the options say, each as far as it was given.
+struct Request {
+    std::optional<pages::Draw> draw; // none: the page is read
+    pages::PageOptions page;
+    int dpi_x = 0, dpi_y = 0; // 0: not given
+    int bits = 1;
 
-std::string names_of_compressions(std::string_view between)
-{
-    std::string all;
-    for (const pages::CompressionName& one : pages::compression_names())
-        all += (all.empty() ? std::string() : std::string(between)) + std::string(one.name);
-    return all;
-}
+    std::optional<pages::Raster> raster; // none: a TIFF file
+    std::optional<pages::Photometric> photometric;
+    std::optional<pages::Compression> compression;
+    pages::TiffOptions tiff;
+    pages::PageFileOptions page_file;
 
-void print_help()
-{
-    std::printf("Usage: makepage --draw KIND --width W --height H [OPTION]... OUT.tif\n"
-                "Draws a test page and writes it as TIFF. The same arguments give the same bytes.\n\n"
-                "  --draw KIND             what is on the page:\n");
-    for (const pages::DrawName& draw : pages::draw_names())
-        std::printf("        %-10s        %s\n", std::string(draw.name).c_str(),
-                    std::string(draw.what).c_str());
-    std::printf("  --width W, --height H   pixels, 1 to %d; at most %lld MB of rows\n"
-                "  --dpi D                 dots an inch, 1 to 9600 (300)\n"
-                "  --dpi-y D               the same down the page, where it differs\n"
-                "  --bits 1|8              bits a pixel (1); 8 is true grey\n"
-                "  --photometric miniswhite|minisblack\n"
-                "                          what 0 means (miniswhite; minisblack with 8 bits)\n"
-                "  --compression C         %s\n"
-                "                          (group4; none with 8 bits)\n"
-                "  --rows-per-strip N      rows of a strip (all in one)\n"
-                "  --name TEXT             document name (none)\n"
-                "  --seed N                other words or other noise (1)\n"
-                "  --help                  this text\n\n"
-                "Exit status: 0 written, 1 not written, 2 bad usage.\n",
-                pages::kMaxSide, static_cast<long long>(pages::kMaxPageBytes >> 20),
-                names_of_compressions(", ").c_str());
-}
+    std::vector<std::string> paths;
+    std::vector<std::size_t> given; // options, as indices of the table
+    std::string error;              // the first one
+};
+
+// ---- What the handlers are made of
+// --------------------------------------------------------------------------
 
 template <typename Number>
 Number number_in(std::string_view option, std::string_view text, Number least, Number most)
@@ -80,132 +63,428 @@ Number number_in(std::string_view option, std::string_view text, Number least, N
                          std::to_string(most) + ", not \"" + std::string(text) + "\""};
     return value;
 }
-
-UsageError unknown_word(std::string_view option, std::string_view text, const std::string& known)
+template <typename Number>
+Number number_of(std::string_view option, std::string_view text)
 {
-    return {std::string(option) + " does not know \"" + std::string(text) + "\", only " + known};
+    return number_in(option, text, std::numeric_limits<Number>::min(), std::numeric_limits<Number>::max());
 }
 
-Request read_arguments(const std::vector<std::string_view>& arguments)
+template <typename Names>
+std::string listed(const Names& names, std::string_view more = {})
 {
-    constexpr int kMostDpi = 9600;
+    std::string all(more);
+    for (const auto& one : names)
+        all += (all.empty() ? "" : ", ") + std::string(one.name);
+    return all;
+}
+
+template <typename Value>
+struct Word {
+    std::string_view name;
+    Value value;
+};
+
+template <typename Value, std::size_t N>
+Value word_of(std::string_view option, std::string_view text, const Word<Value> (&words)[N])
+{
+    for (const Word<Value>& word : words)
+        if (word.name == text)
+            return word.value;
+    throw UsageError{std::string(option) + " does not know \"" + std::string(text) + "\", only " +
+                     listed(words)};
+}
+
+template <std::size_t N>
+void text_into(char (&field)[N], std::string_view option, std::string_view text)
+{
+    if (!pages::set_text(field, text))
+        throw UsageError{std::string(option) + " takes one line of at most " + std::to_string(N - 1) +
+                         " bytes, not \"" + std::string(text) + "\""};
+}
+
+void set_draw(Request& request, std::string_view option, std::string_view text)
+{
+    request.draw = pages::draw_by_name(text);
+    if (!request.draw)
+        throw UsageError{std::string(option) + " does not know \"" + std::string(text) + "\", only " +
+                         listed(pages::draw_names())};
+}
+
+void set_kind(Request& request, std::string_view option, std::string_view text)
+{
+    request.raster.reset();
+    for (const pages::RasterName& one : pages::raster_names())
+        if (one.name == text)
+            request.raster = one.raster;
+    if (!request.raster && text != "tiff")
+        throw UsageError{std::string(option) + " does not know \"" + std::string(text) + "\", only " +
+                         listed(pages::raster_names(), "tiff")};
+}
+
+void set_compression(Request& request, std::string_view option, std::string_view text)
+{
+    request.compression.reset();
+    for (const pages::CompressionName& one : pages::compression_names())
+        if (one.name == text)
+            request.compression = one.compression;
+    if (!request.compression)
+        throw UsageError{std::string(option) + " does not know \"" + std::string(text) + "\", only " +
+                         listed(pages::compression_names())};
+}
+
+void set_time(Request& request, std::string_view option, std::string_view text)
+{
+    FAXTime time{};
+    int read = 0;
+    const std::string line(text);
+    constexpr int kYearZero = 1900, kFields = 6;
+    if (std::sscanf(line.c_str(), "%4d:%2d:%2d %2d:%2d:%2d%n", &time.tm_year, &time.tm_mon, &time.tm_mday,
+                    &time.tm_hour, &time.tm_min, &time.tm_sec, &read) != kFields ||
+        static_cast<std::size_t>(read) != line.size())
+        throw UsageError{std::string(option) + " takes \"YYYY:MM:DD hh:mm:ss\", not \"" + line + "\""};
+    time.tm_year -= kYearZero;
+    --time.tm_mon;
+    request.page_file.header.CreateTime = time;
+}
+
+void add_destination(Request& request, std::string_view option, std::string_view text)
+{
+    FAXHeader& header = request.page_file.header;
+    if (header.NumDestinations == FAXHEADER_DESTINATIONS)
+        throw UsageError{"there is no room for more than " + std::to_string(FAXHEADER_DESTINATIONS) +
+                         " destinations"};
+    text_into(header.Destination[header.NumDestinations], option, text);
+    ++header.NumDestinations;
+}
+
+// ---- The options
+// --------------------------------------------------------------------------------------------
+
+// What a page must be, or be written as, for an option to mean anything.
+enum class Of { Any, Drawn, Tiff, PageFile, Squeeze };
+
+struct Option {
+    Of of;
+    int arguments;    // 0 or 1
+    const char* name; // "" is a line of help only
+    const char* help;
+    void (*handle)(Request&, std::string_view option, std::string_view text);
+};
+
+using View = std::string_view;
+constexpr Option kOptions[] = {
+    {Of::Any, 0, "", "The page, drawn or read from IN:", nullptr},
+    {Of::Any, 1, "--draw", "a kind of page, see below", set_draw},
+    {Of::Drawn, 1, "--width", "pixels",
+     [](Request& r, View option, View text) { r.page.width = number_in(option, text, 1, pages::kMaxSide); }},
+    {Of::Drawn, 1, "--height", "pixels",
+     [](Request& r, View option, View text) { r.page.height = number_in(option, text, 1, pages::kMaxSide); }},
+    {Of::Any, 1, "--dpi", "dots an inch, 1 to 9600 (of a page that is read its own, if it has any, else 300)",
+     [](Request& r, View option, View text) { r.dpi_x = number_in(option, text, 1, kMostDpi); }},
+    {Of::Any, 1, "--dpi-y", "the same down the page, where it differs",
+     [](Request& r, View option, View text) { r.dpi_y = number_in(option, text, 1, kMostDpi); }},
+    {Of::Drawn, 1, "--bits", "1 or 8 bits a pixel (1); 8 is true grey, in TIFF only",
+     [](Request& r, View option, View text) {
+         constexpr Word<int> kWords[] = {{"1", 1}, {"8", 8}};
+         r.bits = word_of(option, text, kWords);
+     }},
+    {Of::Drawn, 1, "--seed", "other words or other noise (1)",
+     [](Request& r, View option, View text) { r.page.seed = number_of<uint64_t>(option, text); }},
+
+    {Of::Any, 0, "", "The file:", nullptr},
+    {Of::Any, 1, "--kind", "tiff, squeeze or plain (tiff)", set_kind},
+
+    {Of::Any, 0, "", "Of a TIFF file:", nullptr},
+    {Of::Tiff, 1, "--photometric",
+     "miniswhite or minisblack: what 0 means (miniswhite; minisblack with 8 bits)",
+     [](Request& r, View option, View text) {
+         constexpr Word<pages::Photometric> kWords[] = {{"miniswhite", pages::Photometric::MinIsWhite},
+                                                        {"minisblack", pages::Photometric::MinIsBlack}};
+         r.photometric = word_of(option, text, kWords);
+     }},
+    {Of::Tiff, 1, "--compression",
+     "none, group3, group4, packbits, lzw or deflate (group4; none with 8 bits)", set_compression},
+    {Of::Tiff, 1, "--rows-per-strip", "rows of a strip (all in one)",
+     [](Request& r, View option, View text) {
+         r.tiff.rows_per_strip = number_in<uint32_t>(option, text, 1, UINT32_MAX);
+     }},
+    {Of::Tiff, 1, "--name", "document name (none)",
+     [](Request& r, View, View text) { r.tiff.document_name = text; }},
+
+    {Of::Any, 0, "", "Of a page file, kinds squeeze and plain:", nullptr},
+    {Of::PageFile, 1, "--job", "job name (Test)",
+     [](Request& r, View option, View text) { text_into(r.page_file.header.JobName, option, text); }},
+    {Of::PageFile, 1, "--page", "page number (1)",
+     [](Request& r, View option, View text) {
+         r.page_file.header.PageNumber = number_of<int32_t>(option, text);
+     }},
+    {Of::PageFile, 1, "--pages", "pages of the job (1)",
+     [](Request& r, View option, View text) {
+         r.page_file.header.NumberOfPages = number_of<int32_t>(option, text);
+     }},
+    {Of::PageFile, 1, "--layer", "0 black, 1 cyan, 2 magenta, 3 yellow, from 4 on spot colours (0)",
+     [](Request& r, View option, View text) { r.page_file.header.Layer = number_of<int32_t>(option, text); }},
+    {Of::PageFile, 1, "--creator", "who made it (makepage)",
+     [](Request& r, View option, View text) { text_into(r.page_file.header.Creator, option, text); }},
+    {Of::PageFile, 1, "--time", "when, \"YYYY:MM:DD hh:mm:ss\" (2020:01:01 12:00:00)", set_time},
+    {Of::PageFile, 1, "--multiplier", "the resolutions are written times this, 0 to 100000 (1)",
+     [](Request& r, View option, View text) {
+         r.page_file.header.ResolutionMultiplier = number_in<uint32_t>(option, text, 0, 100'000);
+     }},
+    {Of::PageFile, 0, "--negate", "the flag ImageNegate; the rows stay as they are",
+     [](Request& r, View, View) { r.page_file.header.ImageNegate = 1; }},
+    {Of::PageFile, 0, "--mirror", "the flag Mirror, likewise",
+     [](Request& r, View, View) { r.page_file.header.Mirror = 1; }},
+    {Of::PageFile, 0, "--double-truck", "the flag DoubleTruck",
+     [](Request& r, View, View) { r.page_file.header.DoubleTruck = 1; }},
+    {Of::PageFile, 1, "--rotation", "Rotation (0)",
+     [](Request& r, View option, View text) {
+         r.page_file.header.Rotation = number_of<int32_t>(option, text);
+     }},
+    {Of::PageFile, 1, "--priority", "Priority (0)",
+     [](Request& r, View option, View text) {
+         r.page_file.header.Priority = number_of<int32_t>(option, text);
+     }},
+    {Of::PageFile, 1, "--job-id", "JobID, in the header from version 2 on (0)",
+     [](Request& r, View option, View text) {
+         r.page_file.header.JobID = number_of<uint32_t>(option, text);
+     }},
+    {Of::PageFile, 1, "--mux", "Mux, in the header from version 3 on (empty)",
+     [](Request& r, View option, View text) { text_into(r.page_file.header.Mux, option, text); }},
+    {Of::PageFile, 1, "--destination", "a destination; up to 64 times", add_destination},
+    {Of::PageFile, 1, "--header-version", "of the header's text (3)",
+     [](Request& r, View option, View text) {
+         r.page_file.header.FaxHeaderVersion = number_of<int32_t>(option, text);
+     }},
+    {Of::PageFile, 1, "--header-size", "bytes before the raster (4096)",
+     [](Request& r, View option, View text) {
+         r.page_file.header.HeaderSize = number_in<uint32_t>(option, text, 1, pages::kMaxHeaderBytes);
+     }},
+    {Of::Squeeze, 1, "--raw-rows", "where-shorter, never or always (where-shorter); of kind squeeze",
+     [](Request& r, View option, View text) {
+         constexpr Word<pages::RawRows> kWords[] = {{"where-shorter", pages::RawRows::WhereShorter},
+                                                    {"never", pages::RawRows::Never},
+                                                    {"always", pages::RawRows::Always}};
+         r.page_file.raw_rows = word_of(option, text, kWords);
+     }},
+};
+
+// ---- The parser's table
+// -------------------------------------------------------------------------------------
+
+Request* g_request = nullptr; // where the handlers put what they are given: the parser hands them texts only
+
+// No exception passes through the parser, which goes on to the end in any case.
+void handle(std::size_t index, std::string_view text)
+{
+    const Option& option = kOptions[index];
+    g_request->given.push_back(index);
+    try {
+        option.handle(*g_request, option.name, text);
+    } catch (const UsageError& error) {
+        if (g_request->error.empty())
+            g_request->error = error.text;
+    }
+}
+
+template <std::size_t Index>
+constexpr option_handler handler_of()
+{
+    if constexpr (kOptions[Index].arguments == 0)
+        return [] { handle(Index, {}); };
+    else
+        return reinterpret_cast<option_handler>(+[](const char* text) { handle(Index, text); });
+}
+
+template <std::size_t... Indices>
+auto parser_table(std::index_sequence<Indices...> /*all*/)
+{
+    return std::array<option_record, sizeof...(Indices) + 1>{
+        {{kOptions[Indices].name, kOptions[Indices].help, kOptions[Indices].arguments,
+          handler_of<Indices>()}...,
+         {nullptr, nullptr, 0, nullptr}}};
+}
+
+const auto& parser_options()
+{
+    static const auto table = parser_table(std::make_index_sequence<std::size(kOptions)>());
+    return table;
+}
+
+void show_help()
+{
+    std::printf("Usage: makepage --draw KIND --width W --height H [OPTION ARGUMENT]... OUT\n"
+                "       makepage [OPTION ARGUMENT]... IN OUT\n"
+                "Draws a test page, or reads one of 1 bit a pixel from a TIFF or PBM file, and writes it.\n"
+                "The same arguments give the same bytes.\n");
+    print_help(parser_options().data());
+    std::printf("\nKinds of drawn pages, of sides up to %d and at most %lld MB of rows:\n", pages::kMaxSide,
+                static_cast<long long>(pages::kMaxPageBytes >> 20));
+    for (const pages::DrawName& draw : pages::draw_names())
+        std::printf("  %-10s %s\n", std::string(draw.name).c_str(), std::string(draw.what).c_str());
+    std::printf("Kinds of files:\n  %-10s %s\n", "tiff", "a TIFF file");
+    for (const pages::RasterName& raster : pages::raster_names())
+        std::printf("  %-10s %s\n", std::string(raster.name).c_str(), std::string(raster.what).c_str());
+    std::printf(
+        "\nExamples:\n"
+        "  makepage --draw text --width 2480 --height 3508 --kind squeeze --job Atlas --page 7 a7.fax\n"
+        "  makepage --kind plain --layer 1 --destination Press-2 scanned.tif cyan.fax\n"
+        "\nExit status: 0 written, 1 not written, 2 bad usage.\n");
+}
+
+// ---- From arguments to a request
+// ----------------------------------------------------------------------------
+
+const Option* option_of(std::string_view word)
+{
+    for (const Option& option : kOptions)
+        if (!word.empty() && option.name == word)
+            return &option;
+    return nullptr;
+}
+
+// Files go to the request, all else to the parser. A word that it would report is found here: it goes on
+// after a report, and does not tell.
+Request parse(char** first, char** last)
+{
     Request request;
-    std::optional<pages::Draw> draw;
-    std::optional<pages::Photometric> photometric;
-    std::optional<pages::Compression> compression;
-    std::optional<std::string> path;
-    int dpi_y = 0;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        std::string_view option = arguments[i];
-        if (!option.starts_with("--")) {
-            if (option.starts_with('-') || option.empty())
-                throw UsageError{"unknown option \"" + std::string(option) + "\""};
-            if (path)
-                throw UsageError{"one file at a time: \"" + *path + "\" or \"" + std::string(option) + "\""};
-            path = option;
+    std::vector<char*> words;
+    for (char** at = first; at != last; ++at) {
+        const std::string_view word = *at;
+        const Option* const option = option_of(word);
+        if (option == nullptr && (word.empty() || word.starts_with('-')))
+            throw UsageError{"unknown option \"" + std::string(word) + "\""};
+        if (option == nullptr) {
+            request.paths.emplace_back(word);
             continue;
         }
-        std::string_view text;
-        bool attached = false;
-        if (const std::size_t equals = option.find('='); equals != std::string_view::npos) {
-            text = option.substr(equals + 1);
-            option = option.substr(0, equals);
-            attached = true;
-        }
-        constexpr std::string_view kOptions[] = {
-            "--draw",        "--width",       "--height",         "--dpi", "--dpi-y", "--bits", "--name",
-            "--photometric", "--compression", "--rows-per-strip", "--seed"};
-        bool known = false;
-        for (const std::string_view candidate : kOptions)
-            known = known || candidate == option;
-        if (!known)
-            throw UsageError{"unknown option \"" + std::string(option) + "\""};
-        if (!attached) {
-            if (i + 1 == arguments.size())
-                throw UsageError{std::string(option) + " lacks its value"};
-            text = arguments[++i];
-        }
-
-        if (option == "--draw") {
-            draw = pages::draw_by_name(text);
-            if (!draw)
-                throw unknown_word(option, text, names_of_draws(", "));
-        } else if (option == "--width") {
-            request.page.width = number_in(option, text, 1, pages::kMaxSide);
-        } else if (option == "--height") {
-            request.page.height = number_in(option, text, 1, pages::kMaxSide);
-        } else if (option == "--dpi") {
-            request.page.dpi_x = number_in(option, text, 1, kMostDpi);
-        } else if (option == "--dpi-y") {
-            dpi_y = number_in(option, text, 1, kMostDpi);
-        } else if (option == "--bits") {
-            if (text != "1" && text != "8")
-                throw unknown_word(option, text, "1, 8");
-            request.bits = text == "1" ? 1 : 8;
-        } else if (option == "--photometric") {
-            if (text != "miniswhite" && text != "minisblack")
-                throw unknown_word(option, text, "miniswhite, minisblack");
-            photometric =
-                text == "miniswhite" ? pages::Photometric::MinIsWhite : pages::Photometric::MinIsBlack;
-        } else if (option == "--compression") {
-            for (const pages::CompressionName& one : pages::compression_names())
-                if (one.name == text)
-                    compression = one.compression;
-            if (!compression)
-                throw unknown_word(option, text, names_of_compressions(", "));
-        } else if (option == "--rows-per-strip") {
-            request.tiff.rows_per_strip = number_in<uint32_t>(option, text, 1, UINT32_MAX);
-        } else if (option == "--name") {
-            request.tiff.document_name = text;
-        } else {
-            request.page.seed = number_in<uint64_t>(option, text, 0, UINT64_MAX);
-        }
+        if (option->arguments > last - at - 1)
+            throw UsageError{std::string(word) + " lacks its value"};
+        words.insert(words.end(), at, at + 1 + option->arguments);
+        at += option->arguments;
     }
+    g_request = &request;
+    parse_command_line(static_cast<int>(words.size()), words.data(), parser_options().data());
+    g_request = nullptr;
+    if (!request.error.empty())
+        throw UsageError{request.error};
+    return request;
+}
 
-    if (!draw)
-        throw UsageError{"--draw is missing: " + names_of_draws(", ")};
+// Options that mean nothing beside the others are mistakes.
+void judge_options(const Request& request)
+{
+    const bool squeeze = request.raster == pages::Raster::Squeeze;
+    for (const std::size_t index : request.given) {
+        const Option& option = kOptions[index];
+        const char* missing = nullptr;
+        switch (option.of) {
+        case Of::Any: break;
+        case Of::Drawn: missing = request.draw ? nullptr : "--draw"; break;
+        case Of::Tiff: missing = request.raster ? "--kind tiff" : nullptr; break;
+        case Of::PageFile: missing = request.raster ? nullptr : "--kind squeeze or plain"; break;
+        case Of::Squeeze: missing = squeeze ? nullptr : "--kind squeeze"; break;
+        }
+        if (missing != nullptr)
+            throw UsageError{std::string(option.name) + " goes with " + missing + " only"};
+    }
+}
+
+void judge_files(const Request& request)
+{
+    const std::vector<std::string>& paths = request.paths;
+    if (paths.empty())
+        throw UsageError{"no file to write to"};
+    if (!request.draw && paths.size() == 1)
+        throw UsageError{"--draw is missing: " + listed(pages::draw_names()) +
+                         "; or a file to read, before the one to write"};
+    if (const std::size_t most = request.draw ? 1 : 2; paths.size() > most)
+        throw UsageError{"one file at a time: \"" + paths[most - 1] + "\" or \"" + paths[most] + "\""};
+}
+
+void judge_drawing(const Request& request)
+{
     if (request.page.width == 0 || request.page.height == 0)
         throw UsageError{"--width and --height are both needed"};
-    if (!path)
-        throw UsageError{"no file to write to"};
-    request.page.draw = *draw;
-    request.page.dpi_y = dpi_y != 0 ? dpi_y : request.page.dpi_x;
-    request.path = *path;
-
     const bool grey = request.bits == 8;
     const int64_t bytes = grey ? pages::grey_bytes(request.page.width, request.page.height)
                                : pages::bitmap_bytes(request.page.width, request.page.height);
     if (bytes > pages::kMaxPageBytes)
         throw UsageError{"a page of that size has " + std::to_string(bytes >> 20) +
                          " MB of rows; the limit is " + std::to_string(pages::kMaxPageBytes >> 20) + " MB"};
-    request.tiff.dpi_x = request.page.dpi_x;
-    request.tiff.dpi_y = request.page.dpi_y;
-    request.tiff.photometric =
-        photometric.value_or(grey ? pages::Photometric::MinIsBlack : pages::Photometric::MinIsWhite);
-    request.tiff.compression =
-        compression.value_or(grey ? pages::Compression::None : pages::Compression::Group4);
-    if (grey && (request.tiff.compression == pages::Compression::Group3 ||
-                 request.tiff.compression == pages::Compression::Group4))
+    if (grey && request.raster)
+        throw UsageError{"only a TIFF file holds pages of 8 bits"};
+    if (grey && (request.compression == pages::Compression::Group3 ||
+                 request.compression == pages::Compression::Group4))
         throw UsageError{"group3 and group4 hold pages of 1 bit only"};
-    return request;
 }
 
-int run(const std::vector<std::string_view>& arguments)
+// ---- From a request to a file
+// -------------------------------------------------------------------------------
+
+std::string write_page(const Request& request, const pages::Bitmap& page, int dpi_x, int dpi_y)
 {
-    for (const std::string_view argument : arguments)
-        if (argument == "--help") {
-            print_help();
+    const std::string& path = request.paths.back();
+    if (!request.raster) {
+        pages::TiffOptions tiff = request.tiff;
+        tiff.dpi_x = dpi_x;
+        tiff.dpi_y = dpi_y;
+        tiff.photometric = request.photometric.value_or(pages::Photometric::MinIsWhite);
+        tiff.compression = request.compression.value_or(pages::Compression::Group4);
+        return pages::write_tiff(path, page, tiff);
+    }
+    pages::PageFileOptions options = request.page_file;
+    options.raster = *request.raster;
+    const uint32_t multiplier = std::max(options.header.ResolutionMultiplier, 1U);
+    options.header.XResolution = static_cast<uint32_t>(dpi_x) * multiplier;
+    options.header.YResolution = static_cast<uint32_t>(dpi_y) * multiplier;
+    return pages::write_page_file(path, page, options);
+}
+
+std::string draw_and_write(Request& request)
+{
+    request.page.draw = *request.draw;
+    request.page.dpi_x = request.dpi_x != 0 ? request.dpi_x : kUsualDpi;
+    request.page.dpi_y = request.dpi_y != 0 ? request.dpi_y : request.page.dpi_x;
+    if (request.bits == 1)
+        return write_page(request, pages::draw_page(request.page), request.page.dpi_x, request.page.dpi_y);
+    request.tiff.dpi_x = request.page.dpi_x;
+    request.tiff.dpi_y = request.page.dpi_y;
+    request.tiff.photometric = request.photometric.value_or(pages::Photometric::MinIsBlack);
+    request.tiff.compression = request.compression.value_or(pages::Compression::None);
+    return pages::write_tiff(request.paths.back(), pages::draw_grey_page(request.page), request.tiff);
+}
+
+int run(char** first, char** last)
+{
+    for (char** at = first; at != last; ++at)
+        if (std::string_view(*at) == "--help" || std::string_view(*at) == "-h") {
+            show_help();
             return kWritten;
         }
     try {
-        const Request request = read_arguments(arguments);
-        const std::string error =
-            request.bits == 8
-                ? pages::write_tiff(request.path, pages::draw_grey_page(request.page), request.tiff)
-                : pages::write_tiff(request.path, pages::draw_page(request.page), request.tiff);
+        Request request = parse(first, last);
+        judge_options(request);
+        judge_files(request);
+        std::string error;
+        if (request.draw) {
+            judge_drawing(request);
+            error = draw_and_write(request);
+        } else {
+            pages::PageIn in;
+            if (error = pages::read_page(request.paths.front(), in); !error.empty()) {
+                std::fprintf(stderr, "makepage: %s: %s\n", request.paths.front().c_str(), error.c_str());
+                return kFailed;
+            }
+            const int own_x = in.dpi_x != 0 ? in.dpi_x : kUsualDpi;
+            const int own_y = in.dpi_y != 0 ? in.dpi_y : own_x;
+            const int dpi_x = request.dpi_x != 0 ? request.dpi_x : own_x;
+            const int dpi_y = request.dpi_y != 0 ? request.dpi_y : request.dpi_x != 0 ? dpi_x : own_y;
+            error = write_page(request, in.page, dpi_x, dpi_y);
+        }
         if (error.empty())
             return kWritten;
-        std::fprintf(stderr, "makepage: %s: %s\n", request.path.c_str(), error.c_str());
+        std::fprintf(stderr, "makepage: %s: %s\n", request.paths.back().c_str(), error.c_str());
         return kFailed;
     } catch (const UsageError& error) {
         std::fprintf(stderr, "makepage: %s\nmakepage --help tells all options.\n", error.text.c_str());
@@ -218,7 +497,7 @@ int run(const std::vector<std::string_view>& arguments)
 int main(int argc, char** argv)
 {
     try {
-        return run({argv + 1, argv + argc});
+        return run(argv + 1, argv + argc);
     } catch (const std::exception& error) { // no memory for the page
         std::fprintf(stderr, "makepage: %s\n", error.what());
         return kFailed;

@@ -2,13 +2,14 @@
 
 #include "tiffout.h"
 
+#include "begunfile.h"
+
 #include <tiffio.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 
 namespace pages
@@ -121,9 +122,7 @@ std::string write_rows_to(const std::string& path, const Rows& page, const TiffO
     TIFFClose(file);
     if (good && error.empty())
         return {};
-    std::error_code ignored;
-    if (std::filesystem::is_regular_file(path, ignored))
-        std::filesystem::remove(path, ignored);
+    remove_begun_file(path);
     return error.empty() ? "cannot be written" : error;
 }
 

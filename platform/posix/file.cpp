@@ -1,24 +1,247 @@
-// Page files are regular files and nothing else.
+// Page files are regular files and nothing else; handles are descriptors of any kind.
 #include "platform/file.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-int OpenRegularFile(const CString& path)
+namespace
 {
+// errno where a path leads to what is no file, directories excepted.
+constexpr int kNoRegularFile = EACCES;
+
+// For open flags without O_CREAT the file must be there, with it may be. -1 and errno on failure.
+int OpenRegular(const CString& path, int flags)
+{
+    const auto refuses = [](const struct stat& status) {
+        if (S_ISREG(status.st_mode))
+            return false;
+        errno = S_ISDIR(status.st_mode) ? EISDIR : kNoRegularFile;
+        return true;
+    };
     // Asked before the open as well: opening alone wakes the writer of a FIFO and sets some devices going.
     struct stat status;
-    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+    if (stat(path.c_str(), &status) == 0) {
+        if (refuses(status))
+            return -1;
+    } else if (errno != ENOENT || !(flags & O_CREAT)) {
         return -1;
+    }
     // O_NONBLOCK: a FIFO put there meanwhile must not hold the program up; it means nothing for a regular
     // file.
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    const int file = open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
     if (file < 0)
         return -1;
-    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (fstat(file, &status) != 0 || refuses(status)) {
+        const int reason = errno;
         close(file);
+        errno = reason;
         return -1;
     }
     return file;
+}
+
+int64_t BytesBehindPosition(int file)
+{
+    struct stat status;
+    const off_t position = lseek(file, 0, SEEK_CUR);
+    // A file that the kernel makes up has content but no size.
+    if (position < 0 || fstat(file, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size <= 0)
+        return -1;
+    return std::max<int64_t>(status.st_size - position, 0);
+}
+
+int CauseOf(int32_t os_error)
+{
+    switch (os_error) {
+    case ENOENT:
+    case ENAMETOOLONG: return CFileException::fileNotFound;
+    case ENOTDIR:
+    case ELOOP: return CFileException::badPath;
+    case EMFILE:
+    case ENFILE: return CFileException::tooManyOpenFiles;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+    case ETXTBSY:
+    case EISDIR: return CFileException::accessDenied;
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG: return CFileException::diskFull;
+    default: return CFileException::generic;
+    }
+}
+} // namespace
+
+int OpenRegularFile(const CString& path)
+{
+    return OpenRegular(path, O_RDONLY);
+}
+
+CFileException::CFileException(int32_t os_error) : m_cause(CauseOf(os_error)), m_lOsError(os_error) {}
+
+CFile::CFile(const CString& path, UINT flags)
+{
+    const int access = flags & modeReadWrite ? O_RDWR : flags & modeWrite ? O_WRONLY : O_RDONLY;
+    m_file = OpenRegular(path, access | (flags & modeCreate ? O_CREAT | O_TRUNC : 0));
+    if (m_file < 0)
+        throw CFileException(errno);
+}
+
+CFile::~CFile()
+{
+    if (m_file >= 0)
+        close(m_file);
+}
+
+void CFile::Seek(int64_t offset)
+{
+    if (lseek(m_file, offset, SEEK_SET) < 0)
+        throw CFileException(errno);
+}
+
+uint32_t CFile::Read(void* buffer, uint32_t bytes)
+{
+    uint32_t done = 0;
+    while (done < bytes) {
+        const ssize_t count = read(m_file, static_cast<char*>(buffer) + done, bytes - done);
+        if (count == 0)
+            break;
+        if (count > 0)
+            done += static_cast<uint32_t>(count);
+        else if (errno != EINTR)
+            throw CFileException(errno);
+    }
+    return done;
+}
+
+void CFile::Write(const void* buffer, uint32_t bytes)
+{
+    for (uint32_t done = 0; done < bytes;) {
+        const ssize_t count = write(m_file, static_cast<const char*>(buffer) + done, bytes - done);
+        if (count >= 0)
+            done += static_cast<uint32_t>(count);
+        else if (errno != EINTR)
+            throw CFileException(errno);
+    }
+}
+
+void CFile::Close()
+{
+    const int file = m_file;
+    m_file = -1; // whatever close says, the descriptor is gone
+    if (close(file) != 0)
+        throw CFileException(errno);
+}
+
+int64_t CFile::BytesLeft() const
+{
+    return BytesBehindPosition(m_file);
+}
+
+namespace
+{
+class SystemTransfers : public FileTransfers
+{
+public:
+    bool Read(HANDLE handle, void* buffer, uint32_t bytes, uint32_t* done, OVERLAPPED* overlapped) override
+    {
+        OVERLAPPED transfer{static_cast<char*>(buffer), bytes, 0, false};
+        return Begin(handle, transfer, done, overlapped);
+    }
+    bool Write(HANDLE handle, const void* buffer, uint32_t bytes, uint32_t* done,
+               OVERLAPPED* overlapped) override
+    {
+        // One record serves both directions; a transfer that writes only reads from its buffer.
+        OVERLAPPED transfer{static_cast<char*>(const_cast<void*>(buffer)), bytes, 0, true};
+        return Begin(handle, transfer, done, overlapped);
+    }
+    bool GetResult(HANDLE handle, OVERLAPPED* overlapped, uint32_t* done, bool wait) override
+    {
+        bool over = false;
+        while (!(over = Advance(handle, *overlapped)) && m_last_error == kIoPending && wait) {
+            pollfd ready{handle, static_cast<short>(overlapped->writes ? POLLOUT : POLLIN), 0};
+            if (poll(&ready, 1, -1) < 0 && errno != EINTR) {
+                m_last_error = errno;
+                break;
+            }
+        }
+        *done = overlapped->done;
+        return over;
+    }
+    int32_t LastError() override { return m_last_error; }
+    int64_t BytesLeft(HANDLE handle) override { return BytesBehindPosition(handle); }
+
+private:
+    bool Begin(HANDLE handle, OVERLAPPED& transfer, uint32_t* done, OVERLAPPED* overlapped)
+    {
+        const bool over = Advance(handle, transfer);
+        *done = transfer.done;
+        if (!over && m_last_error == kIoPending) {
+            if (overlapped)
+                *overlapped = transfer;
+            else
+                m_last_error = EAGAIN;
+        }
+        return over;
+    }
+
+    // As far as it goes; true when the transfer is over.
+    bool Advance(HANDLE handle, OVERLAPPED& transfer)
+    {
+        while (transfer.bytes > 0) {
+            const ssize_t count = transfer.writes ? write(handle, transfer.buffer, transfer.bytes)
+                                                  : read(handle, transfer.buffer, transfer.bytes);
+            if (count >= 0) {
+                transfer.buffer += count;
+                transfer.bytes -= static_cast<uint32_t>(count);
+                transfer.done += static_cast<uint32_t>(count);
+                if (!transfer.writes)
+                    return true;
+            } else if (errno != EINTR) {
+                m_last_error = errno == EAGAIN ? kIoPending : errno;
+                return false;
+            }
+        }
+        return true;
+    }
+
+    int32_t m_last_error = 0;
+};
+
+SystemTransfers g_system_transfers;
+FileTransfers* g_transfers = &g_system_transfers;
+} // namespace
+
+void SetFileTransfers(FileTransfers* transfers)
+{
+    g_transfers = transfers ? transfers : &g_system_transfers;
+}
+
+bool ReadFile(HANDLE handle, void* buffer, uint32_t bytes, uint32_t* done, OVERLAPPED* overlapped)
+{
+    return g_transfers->Read(handle, buffer, bytes, done, overlapped);
+}
+
+bool WriteFile(HANDLE handle, const void* buffer, uint32_t bytes, uint32_t* done, OVERLAPPED* overlapped)
+{
+    return g_transfers->Write(handle, buffer, bytes, done, overlapped);
+}
+
+bool GetOverlappedResult(HANDLE handle, OVERLAPPED* overlapped, uint32_t* done, bool wait)
+{
+    return g_transfers->GetResult(handle, overlapped, done, wait);
+}
+
+int32_t GetLastError()
+{
+    return g_transfers->LastError();
+}
+
+int64_t BytesLeft(HANDLE handle)
+{
+    return g_transfers->BytesLeft(handle);
 }

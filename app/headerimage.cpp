@@ -1,0 +1,133 @@
+#include "app/headerimage.h"
+
+#include "app/pageheader.h"
+#include "platform/file.h"
+
+#include <algorithm>
+#include <unistd.h>
+
+namespace
+{
+constexpr uint32_t kLargestSide = 0x7ffffff7; // with room for rounding up
+constexpr int32_t kUsualDataOffset = FAXHEADER_BYTES;
+
+int32_t DotsPerInch(uint32_t resolution, uint32_t multiplier)
+{
+    if (multiplier == 0)
+        return 0;
+    return static_cast<int32_t>(std::min<uint32_t>(resolution / multiplier, INT32_MAX));
+}
+} // namespace
+
+const CRuntimeClass HeaderImage::classRecord{"HeaderImage", &Image::classRecord, nullptr};
+
+int HeaderImage::Fail(const char* words)
+{
+    Close();
+    ErrorText = words;
+    return 0;
+}
+
+int HeaderImage::Open(const CString& path)
+{
+    // The argument may be this object's own Path, which closing empties.
+    const CString wanted = path; // NOLINT(performance-unnecessary-copy-initialization)
+    Close();
+    Path = wanted;
+    const int file = OpenRegularFile(Path);
+    File = file < 0 ? nullptr : fdopen(file, "rb");
+    if (!File) {
+        if (file >= 0)
+            close(file);
+        return Fail("Open failed");
+    }
+    if (!TakeHeader())
+        return Fail(m_kind.refused);
+    Rewind();
+    if (!HasDecoder())
+        return Fail("Unable to open unsqz");
+    return 1;
+}
+
+// Reads and judges the header; false if this is no page of this kind.
+bool HeaderImage::TakeHeader()
+{
+    PageHeader header;
+    char text[FAXHEADER_BYTES];
+    if (fread(text, 1, sizeof text, File) != sizeof text || header.ParseBuffer(text, sizeof text) != 0 ||
+        header.Compression != m_kind.compression)
+        return false;
+    if (header.DataWidth > kLargestSide || header.ImageHeight > kLargestSide)
+        return false;
+    Width = static_cast<int32_t>(header.DataWidth);
+    Height = static_cast<int32_t>(header.ImageHeight);
+    BytesPerRow = (Width + 7) / 8;
+    BitsPerPixel = 1;
+    MinIsBlack = m_kind.min_is_black;
+    DataOffset = static_cast<int32_t>(header.HeaderSize);
+    XDpi = DotsPerInch(header.XResolution, header.ResolutionMultiplier);
+    YDpi = DotsPerInch(header.YResolution, header.ResolutionMultiplier);
+    Name = FormatPageLabel(header.JobName, header.PageNumber, header.Layer);
+    return true;
+}
+
+int HeaderImage::Close()
+{
+    EndDecoder();
+    if (File)
+        fclose(File);
+    File = nullptr;
+    ClearFields();
+    DataOffset = kUsualDataOffset;
+    return 1;
+}
+
+int HeaderImage::Rewind()
+{
+    CurrentRow = -1;
+    const bool there = File && fseek(File, DataOffset, SEEK_SET) == 0;
+    EndDecoder();
+    const bool started = File && StartDecoder();
+    return there && started ? 1 : 0;
+}
+
+int HeaderImage::IsValid()
+{
+    return File && HasDecoder() && Width != 0 && Height != 0 && BitsPerPixel == 1 ? 1 : 0;
+}
+
+bool HeaderImage::CanRead(const uint8_t* buffer, int32_t row_bytes)
+{
+    if (!IsValid())
+        ErrorText = m_kind.invalid;
+    else if (CurrentRow >= Height)
+        ErrorText = "Past end of image";
+    else if (!buffer || !HasRoom(row_bytes))
+        ErrorText = "Invalid Buffer";
+    else
+        return true;
+    return false;
+}
+
+int HeaderImage::ReadRow(uint8_t* buffer, int32_t rowBytes)
+{
+    if (!CanRead(buffer, rowBytes))
+        return 0;
+    if (DecodeRows(buffer, rowBytes, 1) != 1) {
+        ErrorText = m_kind.read_error;
+        return 0;
+    }
+    ++CurrentRow;
+    return 1;
+}
+
+int HeaderImage::ReadRows(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count)
+{
+    if (!CanRead(buffer, stride) || count < 1 || !GoToRow(buffer, stride, firstRow, count))
+        return 0;
+    const int32_t rows = DecodeRows(buffer, stride, count);
+    CurrentRow += rows;
+    if (rows < count && CurrentRow < Height)
+        ErrorText = m_kind.read_error;
+    return rows;
+}

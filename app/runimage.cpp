@@ -1,0 +1,49 @@
+#include "app/runimage.h"
+
+#include "app/decoderblock.h"
+
+#include <algorithm>
+#include <cstring>
+
+const CRuntimeClass RunImage::classRecord{"RunImage", &HeaderImage::classRecord, nullptr};
+
+bool RunImage::StartDecoder()
+{
+    m_pBlock = MakeDecoderBlock(File);
+    Decoder = m_codec.open(m_pBlock, Width, BytesPerRow, nullptr);
+    return HasDecoder();
+}
+
+void RunImage::EndDecoder()
+{
+    if (Decoder)
+        Uncomp_Free(Decoder);
+    Decoder = nullptr;
+    DisposeDecoderBlock(m_pBlock);
+    m_pBlock = nullptr;
+}
+
+int32_t RunImage::DecodeRows(uint8_t* buffer, int32_t stride, int32_t count)
+{
+    const int32_t rows = Decoder ? m_codec.decode(Decoder, count, buffer, stride) : 0;
+    if (stride > BytesPerRow)
+        for (int32_t row = 0; row < rows; ++row)
+            memset(buffer + int64_t{row} * stride + BytesPerRow, 0,
+                   static_cast<size_t>(stride - BytesPerRow));
+    return rows;
+}
+
+// By decoding the rows in between, count at a time.
+bool RunImage::GoToRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count)
+{
+    if (firstRow < CurrentRow + 1)
+        Rewind();
+    while (Decoder && CurrentRow < firstRow - 1) {
+        const int32_t batch = std::min(firstRow - 1 - CurrentRow, count);
+        const int32_t passed = m_codec.decode(Decoder, batch, buffer, stride);
+        CurrentRow += passed;
+        if (passed < batch)
+            break; // the decoder gives no more
+    }
+    return true;
+}

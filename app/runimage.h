@@ -1,0 +1,33 @@
+// Pages whose rows come from a run decoder of the codec library.
+#pragma once
+
+#include "app/headerimage.h"
+
+#include <kesterlib/uncompress.h>
+
+class RunImage : public HeaderImage
+{
+public:
+    static const CRuntimeClass classRecord;
+    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+
+protected:
+    // The decoder's calls; their contracts are the library's.
+    struct Codec {
+        UNCOMP* (*open)(callback_block* cb, int32_t width, int32_t row_bytes, const uint8_t* first_ref_row);
+        int32_t (*decode)(UNCOMP* frame, int32_t rows, uint8_t* buffer, int32_t stride);
+    };
+    RunImage(const Kind& kind, const Codec& codec) : HeaderImage(kind), m_codec(codec) {}
+
+    bool StartDecoder() override;
+    void EndDecoder() override;
+    bool HasDecoder() const override { return Decoder != nullptr; }
+    int32_t DecodeRows(uint8_t* buffer, int32_t stride, int32_t count) override;
+    bool GoToRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
+
+    UNCOMP* Decoder = nullptr; // of the pass since the last Rewind; null while closed
+
+private:
+    const Codec& m_codec;
+    callback_block* m_pBlock = nullptr; // what the decoder reads and allocates through
+};

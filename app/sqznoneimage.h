@@ -1,0 +1,29 @@
+// Page files whose raster is not compressed: rows as packed bytes, one behind the other.
+#pragma once
+
+#include "app/headerimage.h"
+
+class SqzNoneImage : public HeaderImage
+{
+public:
+    static const CRuntimeClass classRecord;
+    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+
+    SqzNoneImage() : HeaderImage(kKind) {}
+    ~SqzNoneImage() override;
+
+    // rowBytes and stride are the size of a row in the file as well, so other values than BytesPerRow read
+    // other rows. ReadRows goes straight to its place, and leaves in CurrentRow the number of rows read so
+    // far.
+
+protected:
+    bool StartDecoder() override { return true; }
+    void EndDecoder() override {}
+    bool HasDecoder() const override { return true; }
+    int32_t DecodeRows(uint8_t* buffer, int32_t stride, int32_t count) override;
+    bool GoToRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
+    bool HasRoom(int32_t row_bytes) const override { return row_bytes > 0; }
+
+private:
+    static const Kind kKind;
+};

@@ -1,0 +1,272 @@
+// The frame of the run decoders: memory, input with its filler, and the painter of a list.
+#include "frame.h"
+
+#include <cstring>
+
+namespace kesterlib
+{
+namespace
+{
+constexpr const char* kFrameMemory = "UNCOMP struct";
+constexpr const char* kListMemory = "transition buffer";
+constexpr const char* kReadError = "Error reading file";
+
+// Bits of a byte from pixel k to its end; the first k; from one pixel up to, not including, another.
+constexpr uint8_t kFromPixel[8] = {0xFF, 0x7F, 0x3F, 0x1F, 0x0F, 0x07, 0x03, 0x01};
+constexpr uint8_t kBeforePixel[8] = {0x00, 0x80, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC, 0xFE};
+struct Between {
+    uint8_t mask[8][8] = {};
+    constexpr Between()
+    {
+        for (int start = 0; start < 8; ++start)
+            for (int stop = start + 1; stop < 8; ++stop)
+                mask[start][stop] = static_cast<uint8_t>(kFromPixel[start] & kBeforePixel[stop]);
+    }
+};
+constexpr Between kBetween;
+
+size_t memory_input_read(void*, size_t, size_t, FILE*)
+{
+    return 0;
+}
+
+int memory_input_eof(FILE*)
+{
+    return 1;
+}
+
+int memory_input_error(FILE*)
+{
+    return 0;
+}
+} // namespace
+
+Frame* uncomp_make(callback_block* cb, int32_t width, int32_t row_bytes)
+{
+    if (width < 0 || row_bytes < 0)
+        return nullptr;
+    const int64_t list_entries = int64_t{row_bytes} * 8 + kListOverhead;
+    const int64_t list_bytes = 2 * list_entries * static_cast<int64_t>(sizeof(int32_t));
+    if (list_bytes > kLargestListBlock)
+        return nullptr;
+
+    const size_t row_words =
+        static_cast<size_t>(row_bytes) / 8 + 1; // and one more where a row ends on a word
+    const size_t words_bytes = (row_words + 1) * sizeof(uint64_t);
+    auto* const frame = static_cast<Frame*>(callback_allocate(cb, sizeof(Frame) + words_bytes, kFrameMemory));
+    if (!frame)
+        return nullptr;
+    auto* const lists =
+        static_cast<int32_t*>(callback_allocate(cb, static_cast<size_t>(list_bytes), kListMemory));
+    if (!lists) {
+        callback_deallocate(cb, frame, kFrameMemory);
+        return nullptr;
+    }
+
+    memset(frame, 0, sizeof(Frame) + words_bytes);
+    frame->words = reinterpret_cast<uint64_t*>(frame + 1);
+    UNCOMP& base = frame->base;
+    base.cb = cb;
+    base.width = width;
+    base.row_bytes = row_bytes;
+    base.buf_start = base.in_buffer;
+    base.in_ptr = base.in_buffer + UNCOMP_IN_BUFFER;
+    base.in_end = base.in_ptr;
+    base.list_block = lists;
+    base.cur_list = lists;
+    base.cur_end = lists + list_entries;
+    base.ref_list = base.cur_end;
+    base.ref_end = base.ref_list + list_entries;
+    return frame;
+}
+
+callback_block* mapped_block()
+{
+    callback_block* const block = make_unix_callback_block();
+    if (!block)
+        return nullptr;
+    set_callback_slot(CALLBACK_FILE, block, 0);
+    set_callback_slot(CALLBACK_FREAD, block, reinterpret_cast<callback_slot_value>(memory_input_read));
+    set_callback_slot(CALLBACK_FEOF, block, reinterpret_cast<callback_slot_value>(memory_input_eof));
+    set_callback_slot(CALLBACK_FERROR, block, reinterpret_cast<callback_slot_value>(memory_input_error));
+    return block;
+}
+
+void uncomp_set_mapped(Frame* frame, const uint8_t* base, size_t size)
+{
+    frame->base.buf_start = base;
+    frame->base.in_ptr = base;
+    frame->base.in_end = base + size;
+}
+
+void uncomp_set_reference(Frame* frame, const uint8_t* first_ref_row, int32_t row_length)
+{
+    UNCOMP& base = frame->base;
+    if (first_ref_row) {
+        frame->raw_row = first_ref_row;
+        uncomp_list_raw_row(frame, row_length);
+        return;
+    }
+    constexpr int32_t kCopies = 3;
+    base.ref_list[0] = 0;
+    int32_t count = 1;
+    while (count <= kCopies)
+        base.ref_list[count++] = row_length;
+    frame->ref_count = count;
+    frame->ref_transitions = 0;
+    for (int32_t i = count; i < count + kLanes && base.ref_list + i < base.ref_end; ++i)
+        base.ref_list[i] = kBehindList;
+}
+
+void uncomp_list_raw_row(Frame* frame, int32_t row_length)
+{
+    if (!frame->raw_row)
+        return;
+    UNCOMP& base = frame->base;
+    const int32_t count = getruns(base.cb, frame->raw_row, row_length, base.ref_list, base.ref_end);
+    frame->ref_count = count + 3; // getruns closes with three copies
+    frame->ref_transitions = count - 1;
+    for (int32_t i = frame->ref_count; i < frame->ref_count + kLanes && base.ref_list + i < base.ref_end; ++i)
+        base.ref_list[i] = kBehindList;
+    uncomp_forget_raw_row(frame);
+}
+
+void uncomp_forget_raw_row(Frame* frame)
+{
+    frame->raw_row = nullptr;
+    if (!frame->words_hold_row)
+        return;
+    memset(frame->words, 0, static_cast<size_t>(frame->base.row_bytes));
+    frame->words_hold_row = false;
+}
+
+void uncomp_keep_raw_row(Frame* frame)
+{
+    if (!frame->raw_row || frame->words_hold_row)
+        return;
+    memcpy(frame->words, frame->raw_row, static_cast<size_t>(frame->base.row_bytes));
+    frame->raw_row = reinterpret_cast<const uint8_t*>(frame->words);
+    frame->words_hold_row = true;
+}
+
+int32_t uncomp_close_list(int32_t* list, const int32_t* end, int32_t count, int32_t row_length,
+                          int32_t* transitions)
+{
+    constexpr int32_t kCopies = 4;
+    while (count > 1 && list[count - 1] > row_length)
+        --count;
+    const int32_t kept = count > 1 && list[count - 1] == row_length ? 1 : 0;
+    *transitions = count - 1 - kept;
+    const auto room = static_cast<int32_t>(end - list);
+    if (room - count >= kCopies + kLanes) {
+        for (int32_t i = 0; i < kCopies; ++i)
+            list[count++] = row_length;
+        for (int32_t i = 0; i < kLanes; ++i)
+            list[count + i] = kBehindList;
+        return count;
+    }
+    int32_t copies = kept;
+    for (int32_t i = 0; i < kCopies && count < room; ++i, ++copies)
+        list[count++] = row_length;
+    for (int32_t i = count; i < count + kLanes && i < room; ++i)
+        list[i] = kBehindList;
+    return copies < kCopies ? 0 : count;
+}
+
+void uncomp_start_bits(UNCOMP* frame)
+{
+    frame->bits_hi = 0;
+    frame->bits_lo = 0;
+    frame->bitsloaded = 0;
+    frame->rows_done = 0;
+    uncomp_load_bits(frame);
+}
+
+void uncomp_load_bits(UNCOMP* frame)
+{
+    uint32_t window = uint32_t{frame->bits_hi} << 16 | frame->bits_lo;
+    while (frame->bitsloaded < 16) {
+        if (frame->in_ptr == frame->in_end)
+            uncomp_refill(frame);
+        window |= uint32_t{*frame->in_ptr++} << (24 - frame->bitsloaded);
+        frame->bitsloaded += 8;
+    }
+    frame->bits_hi = static_cast<uint16_t>(window >> 16);
+    frame->bits_lo = static_cast<uint16_t>(window);
+}
+
+const uint8_t* uncomp_refill(UNCOMP* frame)
+{
+    const auto used = static_cast<uint32_t>(frame->in_ptr - frame->buf_start);
+    frame->bytes_before = static_cast<int32_t>(static_cast<uint32_t>(frame->bytes_before) + used);
+    size_t arrived = 0;
+    while (arrived < UNCOMP_IN_BUFFER) {
+        const size_t wanted = UNCOMP_IN_BUFFER - arrived;
+        const size_t got = callback_fread(frame->cb, 1, wanted, frame->in_buffer + arrived);
+        if (got < 1 || got > wanted) { // a slot that claims more than it was asked for is believed nothing
+            if (callback_ferror(frame->cb)) {
+                frame->error_text = kReadError;
+                callback_perror(frame->cb, kReadError);
+            }
+            break;
+        }
+        arrived += got;
+    }
+    memset(frame->in_buffer + arrived, kFiller, UNCOMP_IN_BUFFER - arrived);
+    frame->buf_start = frame->in_buffer;
+    frame->in_ptr = frame->in_buffer;
+    frame->in_end = frame->in_buffer + UNCOMP_IN_BUFFER;
+    return frame->in_ptr;
+}
+
+void uncomp_paint_row(callback_block* cb, uint8_t* row, const int32_t* trans, const int32_t* endtrans,
+                      int32_t nbytes, int32_t width)
+{
+    if (nbytes > 0)
+        memset(row, 0, static_cast<size_t>(nbytes));
+    ++trans; // the head
+    while (trans < endtrans) {
+        int32_t start = *trans++;
+        if (start >= width || trans >= endtrans)
+            break;
+        int32_t stop = *trans++;
+        if (stop > width)
+            stop = width;
+        start = start < 0 ? 0 : start;
+        stop = stop < 0 ? 0 : stop;
+        const int32_t first = start >> 3;
+        const int32_t last = stop >> 3;
+        if (first == last) {
+            if (first < nbytes)
+                row[first] |= kBetween.mask[start & 7][stop & 7];
+            continue;
+        }
+        if (first < nbytes)
+            row[first] |= kFromPixel[start & 7];
+        for (int32_t byte = first + 1; byte < last && byte < nbytes; ++byte)
+            row[byte] = 0xFF;
+        if (last < nbytes && (stop & 7) != 0)
+            row[last] |= kBeforePixel[stop & 7];
+    }
+    if (trans >= endtrans)
+        callback_assertion_failed(cb, "trans<endtrans", "number of transitions must not overrun buffer",
+                                  "uncompress", __LINE__);
+}
+} // namespace kesterlib
+
+void Uncomp_Free(UNCOMP* frame)
+{
+    if (!frame)
+        return;
+    callback_block* const cb = frame->cb;
+    const bool owns_cb = frame->owns_cb != 0;
+    callback_deallocate(cb, frame->list_block, kesterlib::kListMemory);
+    callback_deallocate(cb, frame, kesterlib::kFrameMemory);
+    if (owns_cb)
+        dispose_callback_block(cb);
+}
+
+const char* Uncomp_Error_String(const UNCOMP* frame)
+{
+    return frame->error_text;
+}

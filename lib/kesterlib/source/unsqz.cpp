@@ -1,0 +1,312 @@
+// The Squeeze decoder: code tables, open calls, and decoding by single codes out of the frame's window. Most
+// rows are decoded by the loops of unsqz_rows.h; this is where they turn when a code does not lie whole in
+// the input buffer.
+#include "kesterlib/unsqz.h"
+
+#include "unsqz_codes.h"
+
+#include <cstring>
+
+namespace kesterlib
+{
+UnsqzTables unsqz_tables;
+const int8_t kVerticalLength[7] = {7, 4, 3, 1, 3, 4, 7};
+
+namespace
+{
+struct Code {
+    uint16_t bits; // left-aligned
+    uint8_t length;
+};
+
+// In the order of their meaning: vertical codes of the offsets -3 to 3; add codes with a first run of 1 and
+// on; last the add code with a long first run.
+constexpr Code kCodesA[] = {
+    {0x3C00, 7}, {0x0000, 4}, {0x4000, 3}, {0x8000, 1}, {0x6000, 3}, {0x1000, 4}, {0x3E00, 7},
+    {0x2000, 7}, {0x2200, 7}, {0x2400, 7}, {0x2600, 7}, {0x2800, 7}, {0x2A00, 7}, {0x2C00, 7},
+    {0x2E00, 7}, {0x3000, 7}, {0x3200, 7}, {0x3400, 7}, {0x3600, 7}, {0x3800, 7}, {0x3A00, 7},
+};
+constexpr Code kCodesB[] = {
+    {0x9000, 5}, {0x8000, 5}, {0xA000, 4}, {0xC000, 2}, {0xB000, 4}, {0x8800, 5}, {0x9800, 5}, {0x0000, 5},
+    {0x0800, 5}, {0x1000, 5}, {0x1800, 5}, {0x2000, 5}, {0x2800, 5}, {0x3000, 5}, {0x3800, 5}, {0x4000, 5},
+    {0x4800, 5}, {0x5000, 5}, {0x5800, 5}, {0x6000, 5}, {0x6800, 5}, {0x7000, 5}, {0x7800, 5},
+};
+constexpr int32_t kCountA = sizeof kCodesA / sizeof kCodesA[0];
+constexpr int32_t kCountB = sizeof kCodesB / sizeof kCodesB[0];
+constexpr int kLongestA = 7;
+constexpr int kLongestB = 5;
+
+constexpr int32_t kVerticalCodes = 7;
+constexpr int32_t kLargestOffset = 3;
+constexpr int32_t kSecondRunBits = 2;
+constexpr int32_t kSecondRunExtended = 3; // value of those bits with which an extension number follows
+constexpr uint8_t kNoCode = 255;
+
+bool tables_made;
+
+constexpr bool is_vertical(int32_t index)
+{
+    return index < kVerticalCodes;
+}
+constexpr int32_t offset_of(int32_t index)
+{
+    return index - kLargestOffset;
+}
+constexpr int32_t first_run_of(int32_t index)
+{
+    return index - kVerticalCodes + 1;
+}
+
+void build_decode_table(callback_block* cb, const Code* codes, int32_t ncodes, uint8_t* table)
+{
+    int32_t length = 0;
+    for (int32_t i = 0; i < ncodes; ++i)
+        length = codes[i].length > length ? codes[i].length : length;
+    if (length == 15 || ncodes > 255) {
+        callback_assertion_failed(cb, "!(length == 15 || ncodes > 255)", "ncodes too long", "unsqz",
+                                  __LINE__);
+        return;
+    }
+    memset(table, kNoCode, size_t{1} << length);
+    for (int32_t i = 0; i < ncodes; ++i)
+        if (codes[i].length != 0)
+            memset(table + (codes[i].bits >> (16 - length)), i, size_t{1} << (length - codes[i].length));
+}
+
+// What `bits` leading bits in the value `leading` hold, read by single codes.
+Probe probe_of(int32_t leading, int bits, const uint8_t* index, const Code* codes, int longest,
+               int32_t long_run, int8_t* offsets, int32_t most_verticals)
+{
+    Probe probe{};
+    // The bits behind those known are read as 0; a code that needs one of them is not taken.
+    const auto window = static_cast<uint32_t>(leading) << (32 - bits);
+    int32_t verticals = 0;
+    while (verticals < most_verticals) {
+        const uint8_t code = index[window << probe.length >> (32 - longest)];
+        if (!is_vertical(code) || probe.length + codes[code].length > bits)
+            break;
+        offsets[verticals++] = static_cast<int8_t>(offset_of(code));
+        probe.length = static_cast<uint8_t>(probe.length + codes[code].length);
+    }
+    probe.lanes = static_cast<uint8_t>((1u << verticals) - 1);
+    if (verticals > 0)
+        return probe;
+    const uint8_t code = index[window >> (32 - longest)];
+    probe.length = codes[code].length;
+    if (code == long_run)
+        return probe;
+    probe.first = static_cast<uint8_t>(first_run_of(code));
+    const uint32_t second = window << probe.length >> (32 - kSecondRunBits);
+    if (second != kSecondRunExtended) {
+        probe.second = static_cast<uint8_t>(second + 1);
+        probe.length = static_cast<uint8_t>(probe.length + kSecondRunBits);
+    }
+    return probe;
+}
+
+void make_tables(callback_block* cb)
+{
+    UnsqzTables& tables = unsqz_tables;
+    build_decode_table(cb, kCodesA, kCountA, tables.index_a);
+    build_decode_table(cb, kCodesB, kCountB, tables.index_b);
+    for (int32_t i = 0; i < 1 << kProbeBits; ++i)
+        tables.probe_a[i] = probe_of(i, kProbeBits, tables.index_a, kCodesA, kLongestA, kCountA - 1,
+                                     tables.offsets[i], kLanes);
+    for (int32_t i = 0; i < 1 << kProbeBitsB; ++i)
+        tables.probe_b[i] =
+            probe_of(i, kProbeBitsB, tables.index_b, kCodesB, kLongestB, kCountB - 1, &tables.offset_b[i], 1);
+    tables_made = true;
+}
+
+// Drops bits of the window and tops it up.
+void take(UNCOMP* frame, int32_t bits)
+{
+    const uint32_t window = (uint32_t{frame->bits_hi} << 16 | frame->bits_lo) << bits;
+    frame->bits_hi = static_cast<uint16_t>(window >> 16);
+    frame->bits_lo = static_cast<uint16_t>(window);
+    frame->bitsloaded -= bits;
+    uncomp_load_bits(frame);
+}
+
+// Groups of three bits of a number, the lowest first, each with a flag that ends the number. One of more
+// groups than a 32-bit number has is no number: -1.
+constexpr int kMostGroups = 11;
+int64_t extension_number(UNCOMP* frame)
+{
+    int64_t number = 0;
+    for (int group = 0; group < kMostGroups; ++group) {
+        const uint16_t bits = frame->bits_hi >> 12;
+        take(frame, 4);
+        number |= int64_t{bits} >> 1 << (3 * group);
+        if (bits & 1)
+            return number;
+    }
+    return -1;
+}
+
+// How far a run leads; what reaches behind every row is cut.
+int32_t moved(int32_t position, int64_t run)
+{
+    const int64_t to = position + run;
+    return to > kFarBehindRow ? kFarBehindRow : static_cast<int32_t>(to);
+}
+
+UNCOMP* open_frame(callback_block* cb, bool owns_cb, const uint8_t* base, size_t size, int32_t width,
+                   int32_t row_bytes, const uint8_t* first_ref_row)
+{
+    Frame* const frame = cb ? uncomp_make(cb, width, row_bytes) : nullptr;
+    if (!frame) {
+        if (owns_cb)
+            dispose_callback_block(cb);
+        return nullptr;
+    }
+    frame->base.owns_cb = owns_cb;
+    if (base)
+        uncomp_set_mapped(frame, base, size);
+    uncomp_set_reference(frame, first_ref_row, row_bytes * 8);
+    if (!tables_made)
+        make_tables(cb);
+    uncomp_start_bits(&frame->base);
+    return &frame->base;
+}
+
+} // namespace
+
+UnsqzRowLoop* unsqz_row_loop()
+{
+#if defined(__x86_64__)
+    static const bool has_avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2");
+    if (has_avx2)
+        return unsqz_rows_avx2;
+#endif
+    return unsqz_rows_plain;
+}
+
+Step unsqz_single_code(Frame* frame, RowState* row)
+{
+    UNCOMP& base = frame->base;
+    const int32_t row_length = base.row_bytes * 8;
+    const int32_t* const ref_end = base.ref_list + frame->ref_count;
+    const auto fail = [&base](const char* text) {
+        base.error_text = text;
+        return Step::Failed;
+    };
+    const bool table_a = row->adds < kTableBCodesFrom;
+    const uint8_t index = table_a ? unsqz_tables.index_a[base.bits_hi >> (16 - kLongestA)]
+                                  : unsqz_tables.index_b[base.bits_hi >> (16 - kLongestB)];
+    const int32_t count = table_a ? kCountA : kCountB;
+    if (index >= count)
+        return fail(table_a ? "Huffman decode, numberOfAdds<3, unknown code"
+                            : "Huffman decode, numberOfAdds>=3, unknown code");
+    take(&base, (table_a ? kCodesA : kCodesB)[index].length);
+
+    if (is_vertical(index)) {
+        if (ref_end - row->ref < 2 || row->out >= base.cur_end)
+            return fail(kTooManyRuns);
+        ++row->ref;
+        row->position = *row->ref + offset_of(index);
+        if (row->position < 0)
+            return fail(kTooManyRuns);
+        *row->out++ = row->position;
+        row->adds = 0;
+        return row->position >= row_length ? Step::RowDone : Step::More;
+    }
+
+    int64_t run = first_run_of(index);
+    if (index == count - 1) {
+        const int64_t more = extension_number(&base);
+        if (more < 0)
+            return fail(kTooManyRuns);
+        run += more;
+    }
+    row->position = moved(row->position, run);
+    if (row->out >= base.cur_end)
+        return fail(kTooManyRuns);
+    *row->out++ = row->position;
+    if (row->position >= row_length)
+        return Step::RowDone;
+
+    const int32_t second = base.bits_hi >> (16 - kSecondRunBits);
+    take(&base, kSecondRunBits);
+    run = second + 1;
+    if (second == kSecondRunExtended) {
+        const int64_t more = extension_number(&base);
+        if (more < 0)
+            return fail(kTooManyRuns);
+        run += more;
+    }
+    row->position = moved(row->position, run);
+    if (row->out >= base.cur_end)
+        return fail(kTooManyRuns);
+    *row->out++ = row->position;
+    if (table_a)
+        ++row->adds;
+    if (row->position >= row_length)
+        return Step::RowDone;
+    // The copies of the row length end this before the list does, unless the row has used them up.
+    while (ref_end - row->ref >= 2 && row->position - row->ref[1] >= 3)
+        row->ref += 2;
+    return Step::More;
+}
+
+void unsqz_raw_row(Frame* frame, uint8_t* row)
+{
+    UNCOMP& base = frame->base;
+    // Two bytes are in the window: the start byte, and the first byte behind it.
+    int32_t copied = 0;
+    int32_t unread = 0;
+    if (base.row_bytes > 0)
+        row[copied++] = static_cast<uint8_t>(base.bits_hi);
+    else
+        unread = 1;
+    const auto kept = static_cast<uint8_t>(base.bits_hi);
+    while (copied < base.row_bytes) {
+        if (base.in_ptr == base.in_end)
+            uncomp_refill(&base);
+        const auto there = static_cast<int64_t>(base.in_end - base.in_ptr);
+        const int64_t wanted = base.row_bytes - copied;
+        const auto now = static_cast<int32_t>(there < wanted ? there : wanted);
+        memcpy(row + copied, base.in_ptr, static_cast<size_t>(now));
+        base.in_ptr += now;
+        copied += now;
+    }
+    base.bits_hi = unread ? static_cast<uint16_t>(kept << 8) : uint16_t{0};
+    base.bits_lo = 0;
+    base.bitsloaded = unread * 8;
+    uncomp_load_bits(&base);
+    uncomp_forget_raw_row(frame);
+    frame->raw_row = row;
+}
+} // namespace kesterlib
+
+using kesterlib::Frame;
+
+UNCOMP* Unsqz_Open_Callback(callback_block* cb, int32_t width, int32_t row_bytes,
+                            const uint8_t* first_ref_row)
+{
+    return kesterlib::open_frame(cb, false, nullptr, 0, width, row_bytes, first_ref_row);
+}
+
+UNCOMP* Unsqz_Open(FILE* file, int32_t width, int32_t row_bytes, const uint8_t* first_ref_row)
+{
+    callback_block* const cb = make_unix_callback_block();
+    if (cb && !file)
+        callback_assertion_failed(cb, "f", "a FILE must be supplied", "unsqz", __LINE__);
+    if (cb)
+        set_callback_slot(CALLBACK_FILE, cb, reinterpret_cast<callback_slot_value>(file));
+    return kesterlib::open_frame(cb, true, nullptr, 0, width, row_bytes, first_ref_row);
+}
+
+UNCOMP* Unsqz_Open_MMapped(const uint8_t* base, size_t size, int32_t width, int32_t row_bytes,
+                           const uint8_t* first_ref_row)
+{
+    static const uint8_t nothing = 0;
+    return kesterlib::open_frame(kesterlib::mapped_block(), true, base ? base : &nothing, base ? size : 0,
+                                 width, row_bytes, first_ref_row);
+}
+
+int32_t Unsqz_Decode(UNCOMP* frame, int32_t rows, uint8_t* buffer, int32_t stride)
+{
+    auto* const whole = reinterpret_cast<Frame*>(frame);
+    return kesterlib::unsqz_row_loop()(whole, rows, buffer, stride);
+}

@@ -1,0 +1,407 @@
+// The row loops of the Squeeze decoder. Included once for each instruction set, which gives
+// KESTERLIB_UNSQZ_ROWS.
+//
+// The bits stand in a 64-bit window in locals. A probe of it gives up to eight vertical codes, which move a
+// vector of entries of the list above, or an add code with both its runs. What does not lie whole in the
+// input buffer, or stands near the end of a list, goes by single codes out of the frame's own window
+// (unsqz_single_code); both ways give the same at every code.
+#include "bits.h"
+#include "frame.h"
+#include "lanes.h"
+#include "paint_list.h"
+#include "unsqz_codes.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace kesterlib
+{
+namespace
+{
+constexpr int32_t kSlack = 16; // bytes of a frame that may be read behind its in_buffer
+static_assert(sizeof(UNCOMP) - offsetof(UNCOMP, in_buffer) - UNCOMP_IN_BUFFER >= kSlack);
+
+// 56 bits or more behind the byte position of the next code, the first in the top bit. What stands below the
+// valid bits is 0 or the bits that come next.
+struct Window {
+    uint64_t bits;
+    const uint8_t* next; // byte that follows the valid bits
+    uint32_t valid;      // count of bits
+
+    void start(const uint8_t* byte, uint32_t used_bits)
+    {
+        bits = load_be64(byte) << used_bits;
+        next = byte + 7;
+        valid = 56 - used_bits;
+    }
+    void refill()
+    {
+        bits |= load_be64(next) >> valid;
+        next += (63 - valid) >> 3;
+        valid |= 56;
+    }
+    void drop(uint32_t count)
+    {
+        bits <<= count;
+        valid -= count;
+    }
+    // The byte that the next bit is in, and the bits of it that are used.
+    const uint8_t* byte() const { return next - ((valid + 7) >> 3); }
+    uint32_t used_bits() const { return (0 - valid) & 7; }
+};
+
+// Bits from a byte on into the frame's own window: 16 to 23 of them.
+inline void give_back(UNCOMP* base, const uint8_t* byte, uint32_t used_bits)
+{
+    const uint32_t bytes = used_bits == 0 ? 2 : 3;
+    const uint32_t window =
+        (uint32_t{byte[0]} << 24 | uint32_t{byte[1]} << 16 | (bytes == 3 ? uint32_t{byte[2]} << 8 : 0))
+        << used_bits;
+    base->bits_hi = static_cast<uint16_t>(window >> 16);
+    base->bits_lo = static_cast<uint16_t>(window);
+    base->bitsloaded = static_cast<int32_t>(bytes * 8 - used_bits);
+    base->in_ptr = byte + bytes;
+}
+
+// The groups of an extension number; at most eleven, else -1.
+inline int64_t extension(Window* window)
+{
+    int64_t number = 0;
+    for (int group = 0; group < 11; ++group) {
+        const uint64_t bits = window->bits >> 60;
+        window->drop(4);
+        number |= static_cast<int64_t>(bits >> 1) << (3 * group);
+        if (bits & 1)
+            return number;
+    }
+    return -1;
+}
+
+enum class Fast { RowDone, Failed, Slow };
+
+// Codes for as long as they lie whole in the buffer and the lists have room. The frame's window is current
+// before, and afterwards unless the row has failed.
+inline Fast fast_codes(Frame* frame, RowState* row)
+{
+    UNCOMP& base = frame->base;
+    const auto* const loaded_from = base.in_ptr - ((base.bitsloaded + 7) >> 3);
+    const bool mapped = base.buf_start != base.in_buffer;
+    if (base.in_ptr - base.buf_start < 3 || base.in_end - loaded_from < kSlack)
+        return Fast::Slow;
+    // As far as a refill may come: behind it too few bits are left for a code and the frame's own window, or
+    // a load would leave what may be read.
+    const uint8_t* const next_limit = mapped ? base.in_end - 8 : base.in_end + 2;
+    Window window;
+    window.start(loaded_from, static_cast<uint32_t>(-base.bitsloaded) & 7);
+
+    const UnsqzTables& tables = unsqz_tables;
+    const int32_t row_length = base.row_bytes * 8;
+    const Lanes last_pixel = lanes_of(row_length - 1);
+    int32_t* out = row->out;
+    const int32_t* ref = row->ref;
+    const int32_t* const ref_end = base.ref_list + frame->ref_count;
+    // kLanes entries can be read behind these and written from those on.
+    const int32_t* const ref_limit =
+        (base.ref_end - ref_end < kLanes ? base.ref_end : ref_end + kLanes) - (kLanes + 1);
+    const int32_t* const out_limit = base.cur_end - (kLanes + 1);
+    int32_t adds = row->adds;
+    Fast result = Fast::Slow;
+
+    for (;;) {
+        window.refill();
+        if (window.next > next_limit || ref > ref_limit || out > out_limit)
+            break;
+        Probe probe;
+        if (adds < kTableBCodesFrom) {
+            const uint64_t index = window.bits >> (64 - kProbeBits);
+            probe = tables.probe_a[index];
+            if (__builtin_expect(probe.lanes != 0, 1)) {
+                const int8_t* const offsets = tables.offsets[index];
+                const Lanes moved = lanes_add(lanes_load(ref + 1), lanes_widen(offsets));
+                lanes_store(out, moved);
+                const uint32_t outside = lanes_outside(moved, last_pixel) & probe.lanes;
+                if (__builtin_expect(outside == 0, 1)) {
+                    const int32_t codes = count_ones(probe.lanes);
+                    window.drop(probe.length);
+                    out += codes;
+                    ref += codes;
+                    adds = 0;
+                    continue;
+                }
+                // The row ends with the first of these, or is damaged.
+                const int32_t last = __builtin_ctz(outside);
+                if (out[last] < 0 || ref_end - ref < last + 2) {
+                    base.error_text = kTooManyRuns;
+                    result = Fast::Failed;
+                    break;
+                }
+                for (int32_t i = 0; i <= last; ++i)
+                    window.drop(static_cast<uint32_t>(kVerticalLength[offsets[i] + 3]));
+                out += last + 1;
+                result = Fast::RowDone;
+                break;
+            }
+        } else {
+            const uint64_t index = window.bits >> (64 - kProbeBitsB);
+            probe = tables.probe_b[index];
+            if (probe.lanes != 0) {
+                const int32_t position = ref[1] + tables.offset_b[index];
+                if (position < 0 || ref_end - ref < 2) {
+                    base.error_text = kTooManyRuns;
+                    result = Fast::Failed;
+                    break;
+                }
+                window.drop(probe.length);
+                *out++ = position;
+                ++ref;
+                adds = 0;
+                if (position < row_length)
+                    continue;
+                result = Fast::RowDone;
+                break;
+            }
+        }
+
+        int32_t position = out[-1];
+        int32_t second = 0;
+        if (__builtin_expect(probe.second != 0, 1)) {
+            position += probe.first;
+            out[0] = position;
+            if (__builtin_expect(position >= row_length, 0)) {
+                window.drop(probe.length - 2u);
+                ++out;
+                result = Fast::RowDone;
+                break;
+            }
+            window.drop(probe.length);
+            position += probe.second;
+        } else {
+            // With extensions the code may be long.
+            if (window.next > base.in_end - kSlack)
+                break;
+            window.drop(probe.length);
+            int64_t run = probe.first;
+            if (run == 0) {
+                const int64_t more = extension(&window);
+                if (more < 0) {
+                    base.error_text = kTooManyRuns;
+                    result = Fast::Failed;
+                    break;
+                }
+                run = more + (adds < kTableBCodesFrom ? 14 : 16);
+            }
+            run += position;
+            position = run > kFarBehindRow ? kFarBehindRow : static_cast<int32_t>(run);
+            out[0] = position;
+            if (__builtin_expect(position >= row_length, 0)) {
+                ++out;
+                result = Fast::RowDone;
+                break;
+            }
+            window.refill();
+            second = static_cast<int32_t>(window.bits >> 62) + 1;
+            window.drop(2);
+            run = position + second;
+            if (second == 4) {
+                const int64_t more = extension(&window);
+                if (more < 0) {
+                    base.error_text = kTooManyRuns;
+                    result = Fast::Failed;
+                    break;
+                }
+                run += more;
+            }
+            position = run > kFarBehindRow ? kFarBehindRow : static_cast<int32_t>(run);
+        }
+        out[1] = position;
+        out += 2;
+        adds += adds < kTableBCodesFrom;
+        if (__builtin_expect(position >= row_length, 0)) {
+            result = Fast::RowDone;
+            break;
+        }
+        // On to the first transition of the same direction that is less than three pixels to the left. The
+        // copies of the row length end this.
+        const Lanes far_left = lanes_of(position - 3);
+        uint32_t near = lanes_above(lanes_load(ref + 1), far_left) & 0x55;
+        while (near == 0) {
+            ref += kLanes;
+            if (ref > ref_limit) {
+                while (ref_end - ref >= 2 && position - ref[1] >= 3)
+                    ref += 2;
+                near = 1;
+                break;
+            }
+            near = lanes_above(lanes_load(ref + 1), far_left) & 0x55;
+        }
+        ref += __builtin_ctz(near);
+    }
+
+    if (result != Fast::Failed)
+        give_back(&base, window.byte(), window.used_bits());
+    row->out = out;
+    row->ref = ref;
+    row->position = out[-1];
+    row->adds = adds;
+    return result;
+}
+
+// Vertical codes of offset 0 are single ones: counts those from the frame's window on, up to wanted and as
+// far as they lie well in the buffer, and takes them. Gives their number, 0 where they are too few to be
+// worth it.
+inline int32_t take_ones(UNCOMP* base, int32_t wanted)
+{
+    constexpr int32_t kInWindow = 16;
+    if (wanted <= kInWindow) {
+        if (base->bits_hi >> (kInWindow - wanted) != (1 << wanted) - 1)
+            return 0;
+        const uint64_t window = (uint64_t{base->bits_hi} << 16 | base->bits_lo) << wanted;
+        base->bits_hi = static_cast<uint16_t>(window >> 16);
+        base->bits_lo = static_cast<uint16_t>(window);
+        base->bitsloaded -= wanted;
+        uncomp_load_bits(base);
+        return wanted;
+    }
+    if (base->bits_hi != 0xFFFF || base->in_ptr - base->buf_start < 3)
+        return 0;
+    const uint8_t* byte = base->in_ptr - ((base->bitsloaded + 7) >> 3);
+    auto used = static_cast<uint32_t>(-base->bitsloaded) & 7;
+    int32_t ones = 0;
+    while (base->in_end - byte >= kSlack) {
+        const uint64_t others = ~(load_be64(byte) << used);
+        const int32_t here = others ? leading_zeros(others) : 64;
+        const auto there = static_cast<int32_t>(64 - used);
+        if (here >= there && wanted - ones > there) {
+            ones += there;
+            byte += 8;
+            used = 0;
+            continue;
+        }
+        const int32_t taken = here < wanted - ones ? here : wanted - ones;
+        ones += taken;
+        byte += (used + static_cast<uint32_t>(taken)) >> 3;
+        used = (used + static_cast<uint32_t>(taken)) & 7;
+        break;
+    }
+    give_back(base, byte, used);
+    return ones;
+}
+
+// The rest of the row's last byte is dropped: 16 bits stay.
+inline void end_row(UNCOMP* base)
+{
+    const uint32_t window = (uint32_t{base->bits_hi} << 16 | base->bits_lo) << (base->bitsloaded - 16);
+    base->bits_hi = static_cast<uint16_t>(window >> 16);
+    base->bits_lo = 0;
+    base->bitsloaded = 16;
+}
+
+// The row above once more: its list stays in place. above is that row in the caller's memory, or null.
+inline void same_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t nbytes)
+{
+    UNCOMP& base = frame->base;
+    const int32_t row_length = base.row_bytes * 8;
+    const int32_t transitions = frame->ref_transitions;
+    if (!above || transitions == 0) {
+        paint_list(frame, row, base.ref_list, base.ref_end, transitions, nbytes);
+    } else if (nbytes > 0) {
+        memcpy(row, above, static_cast<size_t>(nbytes));
+        clip_row(row, nbytes, base.width);
+    }
+    // It ended with a code for the row length itself, and so with a copy more than other rows.
+    if (frame->ref_count != 1 + transitions + 5) {
+        base.ref_list[1 + transitions] = row_length;
+        int32_t ignored = 0;
+        frame->ref_count =
+            uncomp_close_list(base.ref_list, base.ref_end, 1 + transitions + 1, row_length, &ignored);
+    }
+}
+
+// A row of which the first bit, 0, is taken.
+inline bool coded_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t nbytes)
+{
+    UNCOMP& base = frame->base;
+    const int32_t row_length = base.row_bytes * 8;
+    RowState state{base.cur_list + 1, base.ref_list, -1, 0};
+
+    // A row begins like the one above more often than not, and many go on so to their end.
+    const int32_t same = take_ones(&base, frame->ref_transitions + 1);
+    if (same > frame->ref_transitions) {
+        end_row(&base);
+        same_row(frame, row, above, nbytes);
+        return true;
+    }
+    if (same > 0) {
+        memcpy(state.out, state.ref + 1, static_cast<size_t>(same) * sizeof(int32_t));
+        state.out += same;
+        state.ref += same;
+        state.position = *state.ref;
+    }
+
+    base.cur_list[0] = -1; // where the first run begins
+    Step step = Step::More;
+    while (step == Step::More) {
+        switch (fast_codes(frame, &state)) {
+        case Fast::RowDone: step = Step::RowDone; break;
+        case Fast::Failed: return false;
+        case Fast::Slow: step = unsqz_single_code(frame, &state); break;
+        }
+    }
+    if (step == Step::Failed)
+        return false;
+    base.cur_list[0] = 0;
+    end_row(&base);
+
+    int32_t transitions = 0;
+    const auto count = static_cast<int32_t>(state.out - base.cur_list);
+    const int32_t closed = uncomp_close_list(base.cur_list, base.cur_end, count, row_length, &transitions);
+    if (closed == 0) {
+        base.error_text = kTooManyRuns;
+        return false;
+    }
+    paint_list(frame, row, base.cur_list, base.cur_end, transitions, nbytes);
+    frame->ref_count = closed;
+    frame->ref_transitions = transitions;
+    uncomp_swap_lists(&base);
+    return true;
+}
+} // namespace
+
+int32_t KESTERLIB_UNSQZ_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int32_t stride)
+{
+    UNCOMP& base = frame->base;
+    const int32_t row_bytes_used = base.width / 8 + (base.width % 8 != 0);
+    const int32_t nbytes = row_bytes_used < stride ? row_bytes_used : stride;
+    int32_t done = 0;
+    const uint8_t* above = nullptr;
+    for (; done < rows && !frame->finished; ++done) {
+        uint8_t* const row = buffer + int64_t{done} * stride;
+        const auto start = static_cast<uint8_t>(base.bits_hi >> 8);
+        if (start & 0x80) {
+            if (start != 0x80) {
+                base.error_text = "eof code not zero";
+                frame->finished = true;
+                break;
+            }
+            unsqz_raw_row(frame, row);
+        } else {
+            uncomp_list_raw_row(frame, base.row_bytes * 8);
+            // One bit of the start byte is used.
+            const uint32_t window = (uint32_t{base.bits_hi} << 16 | base.bits_lo) << 1;
+            base.bits_hi = static_cast<uint16_t>(window >> 16);
+            base.bits_lo = static_cast<uint16_t>(window);
+            base.bitsloaded -= 1;
+            uncomp_load_bits(&base);
+            if (!coded_row(frame, row, above, nbytes)) {
+                frame->finished = true;
+                break;
+            }
+        }
+        ++base.rows_done;
+        above = row;
+    }
+    uncomp_keep_raw_row(frame);
+    return done;
+}
+} // namespace kesterlib

@@ -1,0 +1,360 @@
+// Page files with a header, as images and through the document: sound ones of every class, damaged ones, and
+// what is none.
+#include "app/lumentadoc.h"
+#include "app/sqzimage.h"
+#include "app/sqznoneimage.h"
+#include "pagefile.h"
+#include "tests/support/child.h"
+#include "tests/support/scratch.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <unistd.h>
+
+namespace
+{
+using Bytes = std::vector<uint8_t>;
+constexpr uint8_t kUntouched = 0xa5;
+
+struct ImageClass {
+    const char* name;
+    pages::Raster raster;
+    std::unique_ptr<Image> (*make)();
+    const char* refused;
+    const char* invalid;
+    const char* read_error;
+};
+const ImageClass kClasses[] = {
+    {"Squeeze", pages::Raster::Squeeze,
+     []() -> std::unique_ptr<Image> { return std::make_unique<SqzImage>(); }, "Not Squeeze compressed file",
+     "Invalid Squeeze object", "Squeeze decode error"},
+    {"plain", pages::Raster::Plain,
+     []() -> std::unique_ptr<Image> { return std::make_unique<SqzNoneImage>(); },
+     "Not Squeeze uncompressed file", "Invalid Squeeze object", "Squeeze file read error"},
+};
+
+pages::Bitmap DrawPage(int width, int height)
+{
+    return pages::draw_page(
+        {width < 100 ? pages::Draw::Noise : pages::Draw::Mixed, width, height, 300, 300, 5});
+}
+
+void WritePage(const std::string& path, const pages::Bitmap& page, pages::Raster raster,
+               const FAXHeader& header = pages::usual_header())
+{
+    pages::PageFileOptions options;
+    options.raster = raster;
+    options.header = header;
+    ASSERT_EQ(pages::write_page_file(path, page, options), "");
+}
+
+std::string ReadAll(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST(HeaderImage, DeliversEveryRowByEveryWay)
+{
+    const ScratchDirectory scratch;
+    const std::string path = scratch.File("page.fax");
+    for (const ImageClass& one : kClasses)
+        for (const int width : {1, 8, 9, 63, 700}) {
+            SCOPED_TRACE(testing::Message() << one.name << ", " << width << " wide");
+            const int height = 40;
+            const pages::Bitmap page = DrawPage(width, height);
+            WritePage(path, page, one.raster);
+            const std::unique_ptr<Image> image = one.make();
+            ASSERT_EQ(image->Open(path), 1) << image->ErrorText.c_str();
+            const int row_bytes = (width + 7) / 8;
+            ASSERT_EQ(image->BytesPerRow, row_bytes);
+            ASSERT_EQ(image->Width, width);
+            ASSERT_EQ(image->Height, height);
+            ASSERT_EQ(image->BitsPerPixel, 1);
+            ASSERT_EQ(image->MinIsBlack, 0);
+            ASSERT_EQ(image->CurrentRow, -1);
+
+            const auto expect_row = [&](const uint8_t* row, int y) {
+                ASSERT_EQ(memcmp(row, page.row(y), static_cast<size_t>(row_bytes)), 0) << "row " << y;
+            };
+            Bytes row(static_cast<size_t>(row_bytes));
+            for (int pass = 0; pass < 2; ++pass) {
+                for (int y = 0; y < height; ++y) {
+                    ASSERT_EQ(image->ReadRow(row.data(), row_bytes), 1) << y;
+                    ASSERT_EQ(image->CurrentRow, y);
+                    expect_row(row.data(), y);
+                }
+                ASSERT_EQ(image->Rewind(), 1);
+            }
+
+            // Forward over a gap in batches smaller than it, back, and to the very end.
+            for (const int first : {5, 30, 2, height - 3}) {
+                const int count = 3;
+                ASSERT_EQ(image->Rewind(), 1);
+                Bytes rows(static_cast<size_t>(row_bytes * count));
+                ASSERT_EQ(image->ReadRows(rows.data(), row_bytes, 2, count), count);
+                ASSERT_EQ(image->ReadRows(rows.data(), row_bytes, first, count), count);
+                for (int i = 0; i < count; ++i)
+                    expect_row(rows.data() + i * row_bytes, first + i);
+            }
+        }
+}
+
+TEST(HeaderImage, ClearsWhatIsBehindARow)
+{
+    const ScratchDirectory scratch;
+    const std::string path = scratch.File("page.fax");
+    const pages::Bitmap page = DrawPage(70, 4);
+    WritePage(path, page, pages::Raster::Squeeze);
+    SqzImage image;
+    ASSERT_EQ(image.Open(path), 1);
+    Bytes rows(4 * 12, kUntouched);
+    ASSERT_EQ(image.ReadRows(rows.data(), 12, 0, 4), 4);
+    for (int y = 0; y < 4; ++y) {
+        EXPECT_EQ(memcmp(rows.data() + y * 12, page.row(y), 9), 0);
+        EXPECT_EQ(Bytes(rows.begin() + y * 12 + 9, rows.begin() + y * 12 + 12), Bytes(3, 0));
+    }
+}
+
+TEST(HeaderImage, TakesItsFieldsFromTheHeader)
+{
+    const ScratchDirectory scratch;
+    const std::string path = scratch.File("page.fax");
+    const struct {
+        int32_t page, layer;
+        const char* job;
+        uint32_t multiplier, x, y, header_bytes;
+        const char* name;
+        int32_t x_dpi, y_dpi;
+    } cases[] = {
+        {7, 2, "X", 1, 300, 600, 4096, "7.M X", 300, 600},
+        {12, 0, "Morning News", 10, 12009, 10000, 8192, "12.B Morning News", 1200, 1000},
+        {7, 4, "X", 0, 300, 300, 4096, "7.4 X", 0, 0},
+        {-3, -1, "X", 1, 0xffffffff, 0, 1024, "-3.-1 X", INT32_MAX, 0},
+    };
+    for (const auto& one : cases) {
+        FAXHeader header = pages::usual_header();
+        header.PageNumber = one.page;
+        header.Layer = one.layer;
+        strcpy(header.JobName, one.job);
+        header.ResolutionMultiplier = one.multiplier;
+        header.XResolution = one.x;
+        header.YResolution = one.y;
+        header.HeaderSize = one.header_bytes;
+        const pages::Bitmap page = DrawPage(801, 90); // larger than 4096 bytes without its header
+        for (const ImageClass& image_class : kClasses) {
+            SCOPED_TRACE(testing::Message() << image_class.name << ": " << one.name);
+            WritePage(path, page, image_class.raster, header);
+            if (std::filesystem::file_size(path) < 4096)
+                std::filesystem::resize_file(path, 4096);
+            const std::unique_ptr<Image> image = image_class.make();
+            ASSERT_EQ(image->Open(path), 1) << image->ErrorText.c_str();
+            EXPECT_STREQ(image->Name.c_str(), one.name);
+            EXPECT_EQ(image->XDpi, one.x_dpi);
+            EXPECT_EQ(image->YDpi, one.y_dpi);
+            Bytes row(101);
+            ASSERT_EQ(image->ReadRow(row.data(), 101), 1);
+            EXPECT_EQ(memcmp(row.data(), page.row(0), 101), 0) << "the raster is elsewhere";
+
+            EXPECT_EQ(image->Close(), 1);
+            EXPECT_EQ(image->IsValid(), 0);
+            EXPECT_TRUE(image->Name.IsEmpty() && image->Path.IsEmpty());
+            EXPECT_EQ(image->Width + image->Height + image->BytesPerRow + image->BitsPerPixel, 0);
+            EXPECT_EQ(image->ReadRow(row.data(), 101), 0);
+            EXPECT_STREQ(image->ErrorText.c_str(), image_class.invalid);
+        }
+    }
+}
+
+TEST(HeaderImage, RefusesWhatIsNotItsOwn)
+{
+    const ScratchDirectory scratch;
+    const std::string good = scratch.File("good.fax");
+    for (const ImageClass& one : kClasses) {
+        SCOPED_TRACE(one.name);
+        const std::unique_ptr<Image> image = one.make();
+        EXPECT_EQ(image->Open(scratch.File("nothing")), 0);
+        EXPECT_STREQ(image->ErrorText.c_str(), "Open failed");
+        EXPECT_EQ(image->Open(scratch.Path()), 0);
+        EXPECT_STREQ(image->ErrorText.c_str(), "Open failed");
+
+        WritePage(good, DrawPage(300, 300), one.raster);
+        const std::string bytes = ReadAll(good);
+        const auto with = [&bytes](const char* key, const char* value) {
+            std::string text = bytes;
+            const size_t at = text.find(key);
+            const size_t line = text.find('\n', at);
+            std::string replacement = std::string(key) + " " + value;
+            // What a line grows by, the padding behind the text loses.
+            const auto grown =
+                static_cast<std::ptrdiff_t>(replacement.size()) - static_cast<std::ptrdiff_t>(line - at);
+            text.replace(at, line - at, replacement);
+            if (grown > 0)
+                text.erase(4096, static_cast<size_t>(grown));
+            else
+                text.insert(4090, static_cast<size_t>(-grown), ' ');
+            return text;
+        };
+        const std::string refused[] = {
+            bytes.substr(0, 4095),
+            std::string(5000, '\0'),
+            with("/Compression", "1234"),
+            with("/Compression", "2000"),
+            with("/DataWidth", "2147483640"),
+            with("/ImageHeight", "4294967295"),
+            with("/ImageHeight", "2147483648"),
+            with("/DataWidth", "x"),
+        };
+        for (const std::string& text : refused) {
+            EXPECT_EQ(image->Open(scratch.Write("bad.fax", text)), 0);
+            EXPECT_STREQ(image->ErrorText.c_str(), one.refused);
+            EXPECT_EQ(image->IsValid(), 0);
+        }
+
+        // No row without a width, no page without a height; both are opened all the same.
+        for (const char* key : {"/DataWidth", "/ImageHeight"}) {
+            EXPECT_EQ(image->Open(scratch.Write("empty.fax", with(key, "0"))), 1) << key;
+            uint8_t row = 0;
+            EXPECT_EQ(image->ReadRow(&row, 1), 0);
+            EXPECT_STREQ(image->ErrorText.c_str(), one.invalid);
+        }
+    }
+
+    // A row whose lists nobody can have: the decoder is not made.
+    WritePage(good, DrawPage(300, 300), pages::Raster::Squeeze);
+    std::string wide = ReadAll(good);
+    const size_t at = wide.find("/DataWidth 300");
+    wide.replace(at, 14, "/DataWidth 2000000000");
+    SqzImage image;
+    EXPECT_EQ(image.Open(scratch.Write("wide.fax", wide)), 0);
+    EXPECT_STREQ(image.ErrorText.c_str(), "Unable to open unsqz");
+}
+
+TEST(HeaderImage, GuardsItsReads)
+{
+    const ScratchDirectory scratch;
+    const std::string path = scratch.File("page.fax");
+    for (const ImageClass& one : kClasses) {
+        SCOPED_TRACE(one.name);
+        WritePage(path, DrawPage(300, 300), one.raster);
+        const std::unique_ptr<Image> image = one.make();
+        ASSERT_EQ(image->Open(path), 1);
+        Bytes row(38);
+        EXPECT_EQ(image->ReadRow(nullptr, 38), 0);
+        EXPECT_STREQ(image->ErrorText.c_str(), "Invalid Buffer");
+        EXPECT_EQ(image->ReadRow(row.data(), -1), 0);
+        EXPECT_EQ(image->ReadRows(row.data(), 38, 0, 0), 0);
+        EXPECT_EQ(image->ReadRows(row.data(), 38, 0, -1), 0);
+        EXPECT_EQ(image->CurrentRow, -1);
+        image->CurrentRow = 300;
+        EXPECT_EQ(image->ReadRow(row.data(), 38), 0);
+        EXPECT_STREQ(image->ErrorText.c_str(), "Past end of image");
+        EXPECT_EQ(image->ReadRows(row.data(), 38, 0, 1), 0);
+        EXPECT_STREQ(image->ErrorText.c_str(), "Past end of image");
+    }
+    // A raw row is copied whole: less memory than that is none.
+    SqzImage squeeze;
+    WritePage(path, DrawPage(300, 300), pages::Raster::Squeeze);
+    ASSERT_EQ(squeeze.Open(path), 1);
+    Bytes short_row(37);
+    EXPECT_EQ(squeeze.ReadRow(short_row.data(), 37), 0);
+    EXPECT_STREQ(squeeze.ErrorText.c_str(), "Invalid Buffer");
+}
+
+TEST(HeaderImage, DeliversTheGoodRowsOfAPageThatEndsEarly)
+{
+    const ScratchDirectory scratch;
+    const std::string path = scratch.File("page.fax");
+    const pages::Bitmap page = DrawPage(300, 300);
+    for (const ImageClass& one : kClasses) {
+        SCOPED_TRACE(one.name);
+        WritePage(path, page, one.raster);
+        const auto raster = std::filesystem::file_size(path) - 4096;
+        std::filesystem::resize_file(path, 4096 + raster / 2);
+        const std::unique_ptr<Image> image = one.make();
+        ASSERT_EQ(image->Open(path), 1);
+        Bytes row(38);
+        int rows = 0;
+        while (image->ReadRow(row.data(), 38) == 1)
+            ++rows;
+        EXPECT_STREQ(image->ErrorText.c_str(), one.read_error);
+        EXPECT_EQ(image->CurrentRow, rows - 1);
+        EXPECT_GT(rows, 20);
+        EXPECT_LT(rows, 300);
+
+        EXPECT_EQ(image->Rewind(), 1);
+        Bytes all(38 * 300);
+        EXPECT_EQ(image->ReadRows(all.data(), 38, 0, 300), rows);
+        EXPECT_STREQ(image->ErrorText.c_str(), one.read_error);
+        EXPECT_EQ(memcmp(all.data(), page.rows.data(), static_cast<size_t>(38 * (rows - 2))), 0);
+        // Rows that are passed over come to the same end.
+        EXPECT_EQ(image->Rewind(), 1);
+        image->ErrorText.Empty();
+        EXPECT_EQ(image->ReadRows(all.data(), 38, 299, 1), 0);
+        EXPECT_STREQ(image->ErrorText.c_str(), one.read_error);
+
+        // The document says so once, at the row, and shows what there is.
+        BoxTexts boxes;
+        CLumentaDoc document;
+        ASSERT_TRUE(document.OnOpenDocument(path));
+        document.GetRows(0, 300);
+        EXPECT_EQ(boxes.Take(),
+                  std::vector<std::string>{"error at line " + std::to_string(rows) + ": " + one.read_error});
+    }
+}
+
+// A header may name any size: the page is opened or refused at once, with no memory for what is not there.
+TEST(HeaderImage, NoSizeTakesMemoryThatNobodySees)
+{
+    const ScratchDirectory scratch;
+    const std::string path = scratch.File("page.fax");
+    for (const ImageClass& one : kClasses)
+        for (const auto& [width, height] :
+             {std::pair{200000000, 1}, {1, 2000000000}, {30000000, 30000000}, {2147483639, 2147483639}}) {
+            WritePage(path, DrawPage(300, 300), one.raster);
+            std::string text = ReadAll(path);
+            for (const auto& [key, value] :
+                 {std::pair{"/DataWidth 300", width}, {"/ImageHeight 300", height}}) {
+                const std::string line = std::string(key).substr(0, strlen(key) - 3) + std::to_string(value);
+                text.replace(text.find(key), strlen(key), line);
+                text.erase(4096, line.size() - strlen(key));
+            }
+            scratch.Write("page.fax", text);
+            SCOPED_TRACE(testing::Message() << one.name << ", " << width << " x " << height);
+            EXPECT_EQ(InChild([&path] {
+                          const int64_t before = PeakMemory();
+                          BoxTexts boxes;
+                          CLumentaDoc document;
+                          if (document.OnOpenDocument(path))
+                              document.GetRows(0, 1);
+                          const int64_t taken = (PeakMemory() - before) >> 20;
+                          return taken < 300 ? std::string() : std::to_string(taken) + " MB";
+                      }),
+                      "");
+        }
+}
+
+TEST(HeaderImage, OpensAndClosesAThousandPages)
+{
+    const ScratchDirectory scratch;
+    const std::string path = scratch.File("page.fax");
+    const pages::Bitmap page = DrawPage(300, 50);
+    for (const ImageClass& one : kClasses) {
+        WritePage(path, page, one.raster);
+        const std::unique_ptr<Image> image = one.make();
+        for (int n = 0; n < 1000; ++n) {
+            ASSERT_EQ(image->Open(path), 1);
+            Bytes rows(static_cast<size_t>(image->BytesPerRow) * 10);
+            ASSERT_EQ(image->ReadRows(rows.data(), image->BytesPerRow, 20, 10), 10);
+        }
+        image->Close();
+    }
+    // No descriptor stays open; memory is the leak checker's affair.
+    int still_open = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+        still_open += entry.is_symlink() && std::filesystem::read_symlink(entry).string() == path;
+    EXPECT_EQ(still_open, 0);
+}
+} // namespace

@@ -1,0 +1,470 @@
+// The page header's routes to files and handles, what they say of a failure, and its text fields.
+#include "app/pageheader.h"
+#include "tests/support/scratch.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <memory>
+#include <new>
+#include <string>
+#include <string_view>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+size_t g_largest_array = SIZE_MAX; // a larger one finds no memory
+size_t g_array_seen = 0;           // the largest that was asked for
+} // namespace
+
+void* operator new[](size_t bytes)
+{
+    g_array_seen = std::max(g_array_seen, bytes);
+    void* const memory = bytes <= g_largest_array ? malloc(bytes ? bytes : 1) : nullptr;
+    if (!memory)
+        throw std::bad_alloc();
+    return memory;
+}
+void operator delete[](void* memory) noexcept
+{
+    free(memory);
+}
+void operator delete[](void* memory, size_t) noexcept
+{
+    free(memory);
+}
+
+namespace
+{
+class MemoryLimit
+{
+public:
+    explicit MemoryLimit(size_t largest_array) { g_largest_array = largest_array; }
+    ~MemoryLimit() { g_largest_array = SIZE_MAX; }
+    MemoryLimit(const MemoryLimit&) = delete;
+    MemoryLimit& operator=(const MemoryLimit&) = delete;
+};
+
+PageHeader Sample()
+{
+    PageHeader header;
+    header.SetJobName("News");
+    header.SetCreator("rip");
+    header.PageNumber = 12;
+    return header;
+}
+
+std::string TextOf(PageHeader header, bool pad)
+{
+    std::vector<char> text(std::max(header.HeaderSize, 1U));
+    EXPECT_EQ(header.WriteToBuffer(text.data(), header.HeaderSize, pad), 0);
+    return {text.data(), pad ? text.size() : strlen(text.data())};
+}
+
+// The record without what pads its end.
+std::string_view BytesOf(const FAXHeader& header)
+{
+    return {reinterpret_cast<const char*>(&header), offsetof(FAXHeader, Mux) + sizeof header.Mux};
+}
+
+// Version 4 with keys of its own up to about `bytes`, closed by destinations.
+std::string LongText(const std::string& header_size, size_t bytes)
+{
+    PageHeader header = Sample();
+    header.FaxHeaderVersion = 4;
+    header.AddDestination("north");
+    std::string text = TextOf(header, false);
+    text.replace(text.find("4096"), 4, header_size);
+    while (text.size() < bytes)
+        text.insert(text.find(">>"), " /Later key\n");
+    return text;
+}
+
+// The two ways into an open file; each is given a file at offset 0 and tells where it stands afterwards.
+struct Outcome {
+    int32_t code;
+    std::string text;
+    int64_t position;
+};
+struct Route {
+    const char* name;
+    Outcome (*read)(PageHeader& header, const std::string& path);
+    Outcome (*write)(PageHeader& header, const std::string& path, bool pad);
+};
+Outcome OutcomeOf(const PageHeader& header, int32_t code, int64_t position)
+{
+    EXPECT_EQ(header.ErrorCode, code);
+    return {code, header.ErrorText.c_str(), position};
+}
+constexpr Route kRoutes[] = {
+    {"handle",
+     [](PageHeader& header, const std::string& path) {
+         const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+         const int32_t code = header.ReadFromHandle(file, nullptr);
+         const int64_t position = lseek(file, 0, SEEK_CUR);
+         close(file);
+         return OutcomeOf(header, code, position);
+     },
+     [](PageHeader& header, const std::string& path, bool pad) {
+         const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+         const int32_t code = header.WriteToHandle(file, nullptr, pad);
+         close(file);
+         return OutcomeOf(header, code, 0);
+     }},
+    {"file",
+     [](PageHeader& header, const std::string& path) {
+         CFile file{path, CFile::modeRead};
+         const int64_t size = file.BytesLeft();
+         const int32_t code = header.ReadFromFile(file);
+         return OutcomeOf(header, code, size - file.BytesLeft());
+     },
+     [](PageHeader& header, const std::string& path, bool pad) {
+         CFile file{path, CFile::modeWrite | CFile::modeCreate};
+         return OutcomeOf(header, header.WriteToFile(file, pad), 0);
+     }},
+};
+
+TEST(PageHeader, ReadsByEveryRoute)
+{
+    const ScratchDirectory scratch;
+    const std::string no_header = "Header format error", no_end = "Unable skip to end of header";
+    constexpr int32_t kInvalid = 0x20000057;
+    struct {
+        const char* name;
+        std::string bytes;
+        int32_t code;
+        std::string text;
+        int64_t position;
+        size_t memory; // at most
+    } const cases[] = {
+        {"padded", TextOf(Sample(), true) + "raster", 0, "", 4096, 0},
+        {"text alone", TextOf(Sample(), false), 0, "", static_cast<int64_t>(TextOf(Sample(), false).size()),
+         0},
+        {"longer, but complete", LongText("9000", 0) + std::string(9000, ' '), 0, "", 4096, 0},
+        {"longer than 4096", LongText("9000", 8000) + std::string(9000, ' '), 0, "", 9000, 9000},
+        {"cut at its HeaderSize", LongText("4100", 8000) + std::string(9000, ' '), kInvalid, no_end, 4100,
+         4100},
+        {"file ends first", LongText("9000", 8000).substr(0, 6000), kInvalid, no_end, 6000, 6000},
+        {"file ends with the text", LongText("4294967295", 8000), 0, "",
+         static_cast<int64_t>(LongText("4294967295", 8000).size()), 8200},
+        {"claims 4 GB", "<<\n/FaxHeaderVersion 4\n/HeaderSize 4294967295\n", kInvalid, no_header, 46, 4096},
+        {"no header", std::string(9000, 'x'), kInvalid, no_header, 4096, 0},
+        {"shorter than its text", TextOf(Sample(), false).substr(0, 40), kInvalid, no_header, 40, 0},
+        {"empty", "", kInvalid, no_header, 0, 0},
+    };
+    for (const auto& c : cases) {
+        const std::string path = scratch.Write("page.fax", c.bytes);
+        for (const Route& route : kRoutes) {
+            SCOPED_TRACE(testing::Message() << c.name << " by " << route.name);
+            PageHeader header;
+            header.ErrorText = "of before";
+            g_array_seen = 0;
+            const Outcome got = route.read(header, path);
+            EXPECT_LE(g_array_seen, c.memory);
+            EXPECT_EQ(got.code, c.code);
+            EXPECT_EQ(got.text, c.text);
+            EXPECT_EQ(got.position, c.position);
+            EXPECT_EQ(header.GetJobName() == "News", c.code == 0 || c.position > 4096);
+
+            PageHeader by_path;
+            EXPECT_EQ(by_path.ReadFromPath(path), c.code);
+            EXPECT_EQ(by_path.ErrorText, c.text.c_str());
+            EXPECT_EQ(BytesOf(by_path), BytesOf(header));
+        }
+    }
+    PageHeader header;
+    EXPECT_EQ(header.ParseBuffer("x", 1), kInvalid);
+    EXPECT_EQ(header.HeaderSize, 0U);
+    header.Reset();
+    EXPECT_EQ(TextOf(header, false), TextOf(PageHeader{}, false));
+    EXPECT_TRUE(header.ErrorText.IsEmpty() && header.ErrorCode == 0);
+}
+
+TEST(PageHeader, WritesByEveryRoute)
+{
+    const ScratchDirectory scratch;
+    const std::string path = scratch.File("page.fax");
+    const auto content = [&] {
+        std::ifstream stream(path, std::ios::binary);
+        return std::string{std::istreambuf_iterator<char>{stream}, {}};
+    };
+    for (const bool pad : {false, true}) {
+        const std::string want = TextOf(Sample(), pad);
+        for (const Route& route : kRoutes) {
+            SCOPED_TRACE(route.name);
+            unlink(path.c_str());
+            PageHeader header = Sample();
+            header.ErrorText = "of before";
+            EXPECT_EQ(route.write(header, path, pad).code, 0);
+            EXPECT_TRUE(header.ErrorText.IsEmpty());
+            EXPECT_EQ(content(), want);
+            header.HeaderSize = 0; // nothing to write
+            EXPECT_EQ(route.write(header, scratch.File("nothing"), pad).code, 0);
+            EXPECT_EQ(std::filesystem::file_size(scratch.File("nothing")), 0U);
+            header.HeaderSize = 99;
+            EXPECT_EQ(route.write(header, path, pad).code, 0x2000007a);
+            EXPECT_EQ(header.ErrorText, "Header is too large");
+            const MemoryLimit limit(99);
+            EXPECT_EQ(route.write(header, path, pad).code, 8);
+        }
+        unlink(path.c_str());
+        PageHeader header = Sample();
+        EXPECT_EQ(header.WriteToPath(path, pad), 0);
+        EXPECT_EQ(content(), want);
+        scratch.Write("page.fax", std::string(9999, 'x'));
+        EXPECT_EQ(header.WriteToPath(path, pad), 0);
+        EXPECT_EQ(content(), want + std::string(9999 - want.size(), 'x'));
+    }
+    PageHeader header = Sample();
+    char small[99];
+    EXPECT_EQ(header.WriteToBuffer(small, sizeof small, true), 0x20000057);
+    EXPECT_EQ(header.ErrorText, "Buffer is smaller than HeaderSize");
+}
+
+TEST(PageHeader, TellsWhyAFileCannotBeReadOrWritten)
+{
+    const ScratchDirectory scratch;
+    const std::string page = scratch.Write("page.fax", TextOf(Sample(), true));
+    const std::string fifo = scratch.File("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0644), 0);
+    const std::string long_path = scratch.Path() + std::string(4096, '/') + "page.fax";
+    const auto words = [](const char* what, const std::string& path, int code) {
+        return what + path + " [" + std::to_string(code) + "]";
+    };
+    struct {
+        std::string path;
+        int read, write;
+    } const cases[] = {
+        {scratch.File("none/page.fax"), ENOENT, ENOENT},
+        {page + "/page.fax", ENOTDIR, ENOTDIR},
+        {scratch.Path(), EISDIR, EISDIR},
+        {long_path, ENAMETOOLONG, ENAMETOOLONG},
+        {fifo, EACCES, EACCES},
+        {"/dev/full", EACCES, EACCES},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.path);
+        PageHeader header = Sample();
+        alarm(20); // what blocks ends the test
+        EXPECT_EQ(header.ReadFromPath(c.path), c.read);
+        EXPECT_EQ(header.ErrorText, words("Fax header read error: ", c.path, c.read).c_str());
+        EXPECT_EQ(header.WriteToPath(c.path, true), c.write);
+        EXPECT_EQ(header.ErrorText, words("File write error: ", c.path, c.write).c_str());
+        alarm(0);
+    }
+    EXPECT_EQ(CFileException(ENOENT).m_cause, CFileException::fileNotFound);
+
+    // Transfers that fail: a regular file that gives no byte, a full disk, no handle at all.
+    PageHeader header = Sample();
+    EXPECT_EQ(header.ReadFromPath("/proc/self/mem"), EIO);
+    EXPECT_EQ(header.ErrorText, "File read error on header [5]");
+    EXPECT_EQ(header.ReadFromHandle(-1, nullptr), EBADF);
+    EXPECT_EQ(header.ErrorText, "File read error on header [9]");
+    header = Sample();
+    EXPECT_EQ(kRoutes[0].write(header, "/dev/full", true).text, "Header write error [28]");
+    {
+        const FileSizeLimit limit(2000);
+        EXPECT_EQ(kRoutes[1].write(header, page, true).text, "Header write error [27]");
+        EXPECT_EQ(header.WriteToPath(page, true), EFBIG);
+        EXPECT_EQ(header.ErrorText, "Header write error [27]");
+    }
+    // No memory for the rest of a long header.
+    const std::string path = scratch.Write("long.fax", LongText("9000", 8000));
+    const MemoryLimit limit(5000);
+    EXPECT_EQ(kRoutes[0].read(header, path).code, 0x20000057); // as it stood
+    EXPECT_EQ(kRoutes[1].read(header, path).code, 8);
+    EXPECT_EQ(header.ReadFromPath(path), 8);
+}
+
+// Every transfer is pending; its outcome comes with the result.
+class PendingTransfers : public FileTransfers
+{
+public:
+    explicit PendingTransfers(int32_t failing = 0) : m_failing(failing) { SetFileTransfers(this); }
+    ~PendingTransfers() override { SetFileTransfers(nullptr); }
+    PendingTransfers(const PendingTransfers&) = delete;
+    PendingTransfers& operator=(const PendingTransfers&) = delete;
+
+    bool Read(HANDLE, void* buffer, uint32_t bytes, uint32_t*, OVERLAPPED* overlapped) override
+    {
+        return Begin({static_cast<char*>(buffer), bytes, 0, false}, overlapped);
+    }
+    bool Write(HANDLE, const void* buffer, uint32_t bytes, uint32_t*, OVERLAPPED* overlapped) override
+    {
+        return Begin({static_cast<char*>(const_cast<void*>(buffer)), bytes, 0, true}, overlapped);
+    }
+    bool GetResult(HANDLE, OVERLAPPED* overlapped, uint32_t* done, bool wait) override
+    {
+        EXPECT_TRUE(wait);
+        const size_t bytes = std::min<size_t>(overlapped->bytes, overlapped->writes ? SIZE_MAX : file.size());
+        if (overlapped->writes)
+            file.append(overlapped->buffer, bytes);
+        else
+            file.copy(overlapped->buffer, bytes), file.erase(0, bytes);
+        *done = static_cast<uint32_t>(bytes);
+        m_last_error = m_failing;
+        return m_failing == 0;
+    }
+    int32_t LastError() override { return m_last_error; }
+    int64_t BytesLeft(HANDLE) override { return -1; }
+
+    std::string file;
+
+private:
+    bool Begin(const OVERLAPPED& transfer, OVERLAPPED* overlapped)
+    {
+        if (overlapped)
+            *overlapped = transfer;
+        m_last_error = 997;
+        return false;
+    }
+    int32_t m_failing;
+    int32_t m_last_error = 0;
+};
+
+TEST(PageHeader, WaitsForPendingTransfers)
+{
+    OVERLAPPED overlapped;
+    {
+        PendingTransfers transfers;
+        PageHeader header = Sample();
+        EXPECT_EQ(header.WriteToHandle(5, &overlapped, true), 0);
+        EXPECT_EQ(transfers.file, TextOf(header, true));
+        EXPECT_EQ(PageHeader{}.ReadFromHandle(5, &overlapped), 0);
+        transfers.file = LongText("9000", 8000);
+        EXPECT_EQ(header.ReadFromHandle(5, &overlapped), 0);
+        EXPECT_STREQ(header.GetDestination(0), "north");
+        EXPECT_EQ(header.ReadFromHandle(5, nullptr), 997); // nothing to wait with
+    }
+    PendingTransfers transfers{EIO};
+    PageHeader header = Sample();
+    EXPECT_EQ(header.ReadFromHandle(5, &overlapped), EIO);
+    EXPECT_EQ(header.WriteToHandle(5, &overlapped, true), EIO);
+    EXPECT_EQ(header.ErrorText, "Header write error [5]");
+}
+
+TEST(FileTransfers, PendOnAPipeThatDoesNotBlock)
+{
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_NONBLOCK | O_CLOEXEC), 0);
+    OVERLAPPED overlapped;
+    char got[16] = "";
+    uint32_t done = 77;
+    EXPECT_FALSE(ReadFile(ends[0], got, sizeof got, &done, nullptr));
+    EXPECT_EQ(GetLastError(), EAGAIN);
+    EXPECT_FALSE(ReadFile(ends[0], got, sizeof got, &done, &overlapped));
+    EXPECT_EQ(GetLastError(), kIoPending);
+    EXPECT_FALSE(GetOverlappedResult(ends[0], &overlapped, &done, false));
+    EXPECT_EQ(done, 0U);
+    EXPECT_TRUE(WriteFile(ends[1], "abc", 3, &done, &overlapped));
+    EXPECT_TRUE(GetOverlappedResult(ends[0], &overlapped, &done, true));
+    EXPECT_EQ(std::string(got, done), "abc");
+
+    const std::string much(1 << 20, 'x'); // more than a pipe holds
+    EXPECT_FALSE(WriteFile(ends[1], much.data(), static_cast<uint32_t>(much.size()), &done, &overlapped));
+    EXPECT_EQ(GetLastError(), kIoPending);
+    size_t came = 0;
+    std::thread reader([&] {
+        std::vector<char> part(65536);
+        while (came < much.size()) {
+            const ssize_t count = read(ends[0], part.data(), part.size());
+            came += count > 0 ? static_cast<size_t>(count) : 0;
+        }
+    });
+    EXPECT_TRUE(GetOverlappedResult(ends[1], &overlapped, &done, true));
+    reader.join();
+    EXPECT_EQ(done, much.size());
+    close(ends[0]);
+    std::signal(SIGPIPE, SIG_IGN);
+    EXPECT_FALSE(WriteFile(ends[1], "abc", 3, &done, &overlapped));
+    EXPECT_EQ(GetLastError(), EPIPE);
+    std::signal(SIGPIPE, SIG_DFL);
+    close(ends[1]);
+}
+
+TEST(PageHeader, TextFieldsAndDestinations)
+{
+    const std::string text = "0123456789abcdefghijklmnopqrstuvwxyz0123456789";
+    FAXHeader record{};
+    memset(static_cast<void*>(&record), 'x', sizeof record); // no text has an end
+    PageHeader header{record};
+    EXPECT_EQ(header.GetJobName().GetLength(), 31);
+    EXPECT_EQ(strlen(header.GetDestination(63)), 15U);
+    EXPECT_STREQ(header.GetDestination(64), "");
+    EXPECT_EQ(header.AddDestination("more"), 0);
+    header.SetJobName(text.c_str());
+    header.SetCreator(text.c_str());
+    header.SetMux(text.c_str());
+    EXPECT_EQ(header.GetJobName(), text.substr(0, 31).c_str());
+    EXPECT_EQ(header.GetCreator(), text.substr(0, 15).c_str());
+    EXPECT_EQ(header.GetMux(), text.substr(0, 32).c_str());
+
+    header.Reset();
+    EXPECT_EQ(header.SetDestination(-1, "x") + header.SetDestination(64, "x"), 0);
+    EXPECT_EQ(header.NumDestinations, 0);
+    EXPECT_EQ(header.SetDestination(10, text.c_str()), 1);
+    EXPECT_EQ(header.NumDestinations, 11);
+    EXPECT_EQ(header.GetDestinationText(10), text.substr(0, 15).c_str());
+    EXPECT_STREQ(header.GetDestination(9), "");
+    EXPECT_EQ(header.SetDestination(0, "first"), 1);
+    EXPECT_EQ(header.NumDestinations, 11);
+    header.ClearDestinations();
+    EXPECT_EQ(header.NumDestinations + header.Destination[0][0] + header.Destination[10][0], 0);
+    header.NumDestinations = INT32_MIN; // as a file may have it
+    for (int i = 0; i < 65; ++i)
+        EXPECT_EQ(header.AddDestination("d"), i < 64 ? 1 : 0);
+    EXPECT_EQ(header.NumDestinations, 64);
+
+    std::string list;
+    for (int i = 0; i < 70; ++i)
+        list += "d" + std::to_string(i) + '\0';
+    EXPECT_EQ(header.SetDestinationList(list.c_str()), 1);
+    EXPECT_EQ(header.NumDestinations, 64);
+    EXPECT_EQ(header.SetDestinationList("north\0\0south"), 1);
+    EXPECT_EQ(header.NumDestinations, 1);
+    EXPECT_EQ(header.SetDestinationList("ab\0c\0"), 1);
+    // "ab", "c" and the closing one: 2 + 1 + 1 + 1 + 1 bytes, and the rule asks for one more.
+    const std::string closing(1, '\0'), ab = "ab" + closing, abc = ab + "c" + closing;
+    const std::string want[] = {"",      closing,      closing,      closing,
+                                closing, ab + closing, ab + closing, abc + closing};
+    for (uint32_t bytes = 0; bytes < std::size(want); ++bytes) {
+        const auto buffer = std::make_unique<char[]>(bytes);
+        EXPECT_EQ(header.GetDestinationList(buffer.get(), bytes), bytes == 7 ? 1 : 0) << bytes;
+        EXPECT_EQ(memcmp(buffer.get(), want[bytes].data(), want[bytes].size()), 0) << bytes;
+    }
+    EXPECT_EQ(header.SetDestinationList(nullptr), 1);
+    char closed[1];
+    EXPECT_EQ(header.GetDestinationList(closed, 1) + closed[0], 1);
+}
+
+TEST(PageHeader, SeparationsAndLabels)
+{
+    struct {
+        int32_t layer;
+        const char *name, *label;
+    } const cases[] = {
+        {0, "black", "12.B News"},
+        {1, "cyan", "12.C News"},
+        {2, "magenta", "12.M News"},
+        {3, "yellow", "12.Y News"},
+        {4, "spot 0", "12.4 News"},
+        {5, "spot 1", "12.5 News"},
+        {-1, "spot 4294967291", "12.-1 News"},
+    };
+    for (const auto& c : cases) {
+        PageHeader header = Sample();
+        header.Layer = c.layer;
+        EXPECT_EQ(header.SeparationName(), c.name);
+        EXPECT_EQ(FormatPageLabel(header.JobName, header.PageNumber, header.Layer), c.label);
+    }
+}
+} // namespace

@@ -1,0 +1,618 @@
+// The page header's writer and reader against each other and against damage, and both over a callback block.
+#include "faxhdr_lines.h"
+#include "tests/kesterlib/recorded_block.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+using namespace kesterlib;
+
+namespace
+{
+// Every field has a value of its own; the time is a Thursday.
+// clang-format off
+constexpr FAXHeader kSample = {
+    3, 4096, 12345, "Front page", 12, 48, "rip7", {56, 34, 12, 29, 1, 124, 4, 59, 0},
+    7900, 11000, 8000, 64, FAXHEADER_SQUEEZE, 10, 6000, 3000, 1, 2, 3, 4000000000,
+    5, -6, 1, 0, 7, -90, 9, 2, {"north", "south"}, 4294967295, "two words"};
+// clang-format on
+
+constexpr std::string_view kText = R"(<<
+ /FaxHeaderVersion 3
+ /HeaderSize 4096
+ /Size 12345
+ /JobName Front page
+ /PageNumber 12
+ /NumberOfPages 48
+ /Creator rip7
+ /CreateTime 2024:02:29 12:34:56
+ /ImageWidth 7900
+ /ImageHeight 11000
+ /DataWidth 8000
+ /BandHeight 64
+ /Compression 1000
+ /ResolutionMultiplier 10
+ /XResolution 6000
+ /YResolution 3000
+ /LeftMargin 1
+ /RightMargin 2
+ /TopMargin 3
+ /BottomMargin 4000000000
+ /Layer 5
+ /PSet -6
+ /ImageNegate true
+ /DoubleTruck false
+ /Mirror true
+ /Rotation -90
+ /Priority 9
+ /JobID 4294967295
+ /Mux two words
+>>
+<<
+ /NumDestinations 2
+ /Destination north
+ /Destination south
+>>
+)";
+// The record without what pads its end.
+std::string_view BytesOf(const FAXHeader& header)
+{
+    return {reinterpret_cast<const char*>(&header), offsetof(FAXHeader, Mux) + sizeof header.Mux};
+}
+
+enum { kFirstEnd = 30, kSecondStart = 31, kLastLine = 35 };
+
+using Lines = std::vector<std::string>;
+Lines SampleLines()
+{
+    Lines lines;
+    for (size_t start = 0, end = 0; start < kText.size(); start = end) {
+        end = kText.find('\n', start) + 1;
+        lines.emplace_back(kText.substr(start, end - start));
+    }
+    return lines;
+}
+
+std::string Joined(const Lines& lines)
+{
+    std::string text;
+    for (const std::string& line : lines)
+        text += line;
+    return text;
+}
+
+// A header of the sample's text with one line replaced.
+std::string With(size_t line, const std::string& text)
+{
+    Lines lines = SampleLines();
+    lines[line] = text;
+    return Joined(lines);
+}
+
+struct Written {
+    int32_t result;
+    std::string message, buffer;
+};
+Written Write(const FAXHeader& header, uint32_t buffer_bytes, int pad)
+{
+    const std::unique_ptr<char[]> buffer{new char[buffer_bytes]}; // exact: one byte too far is seen
+    memset(buffer.get(), '#', buffer_bytes);
+    const char* message = nullptr;
+    const int32_t result = createFaxHeader(buffer.get(), buffer_bytes, &header, pad, &message);
+    return {result, message, {buffer.get(), buffer_bytes}};
+}
+
+std::string TextOf(FAXHeader header)
+{
+    header.HeaderSize = 4096;
+    const Written written = Write(header, 4096, 0);
+    return written.buffer.substr(0, static_cast<size_t>(std::max(written.result, 0)));
+}
+
+struct Parsed {
+    int32_t result;
+    std::string message;
+    FAXHeader header;
+};
+Parsed Parse(const std::string& text, FAXHeader header = {})
+{
+    const std::unique_ptr<char[]> buffer{new char[text.size()]};
+    memcpy(buffer.get(), text.data(), text.size());
+    const char* message = nullptr;
+    const int32_t result =
+        extractFaxHeader(buffer.get(), static_cast<uint32_t>(text.size()), &header, &message);
+    return {result, message, header};
+}
+
+TEST(FaxHeaderWriter, TextOfEachVersion)
+{
+    for (const int version : {-1, 0, 1, 2, 3, 4, INT32_MAX}) {
+        FAXHeader header = kSample;
+        header.FaxHeaderVersion = version;
+        Lines want = SampleLines();
+        want[1] = " /FaxHeaderVersion " + std::to_string(version) + "\n";
+        if (version < 3)
+            want[29].clear();
+        if (version < 2)
+            want[28].clear();
+        EXPECT_EQ(TextOf(header), Joined(want));
+    }
+    FAXHeader header = kSample;
+    for (const int none : {0, -1, INT32_MIN}) {
+        header.NumDestinations = none;
+        const std::string text = TextOf(header);
+        EXPECT_EQ(text.substr(text.size() - 4), "\n>>\n");
+    }
+    EXPECT_NE(TextOf(FAXHeader{}).find(" /JobName \n"), std::string::npos);
+    EXPECT_NE(TextOf(FAXHeader{}).find(" /CreateTime 1900:01:00 00:00:00\n"), std::string::npos);
+}
+
+TEST(FaxHeaderWriter, StaysWithinTheBufferAndLeavesTheRestAlone)
+{
+    FAXHeader header = kSample;
+    const std::string text = TextOf(header);
+    const auto length = static_cast<int32_t>(text.size());
+    for (uint32_t size = 0; size < text.size() + 4; ++size)
+        for (const uint32_t more : {0U, 1U, 300U})
+            for (const int pad : {0, 1, -1}) {
+                SCOPED_TRACE(testing::Message() << size << " + " << more << ", pad " << pad);
+                header.HeaderSize = size;
+                // The number of HeaderSize itself has fewer digits than that of the sample.
+                const auto own_length = length - 4 + static_cast<int32_t>(std::to_string(size).size());
+                const Written got = Write(header, size + more, pad);
+                if (static_cast<int32_t>(size) < own_length) {
+                    ASSERT_EQ(got.result, -own_length);
+                    ASSERT_EQ(got.message, "Header is too large");
+                    continue;
+                }
+                ASSERT_EQ(got.message, "");
+                ASSERT_EQ(got.result, pad ? static_cast<int32_t>(size) : own_length);
+                const auto end = static_cast<size_t>(own_length);
+                std::string rest(size + more - end, '#');
+                if (pad && size > end)
+                    rest.replace(0, size - end, size - end, ' ');
+                else if (!rest.empty())
+                    rest[0] = 0;
+                ASSERT_EQ(got.buffer.substr(end), rest);
+            }
+    header.HeaderSize = 4096;
+    EXPECT_EQ(Write(header, 4096, 1).buffer[4095], ' ');
+    EXPECT_EQ(Write(header, 4095, 1).result, 0);
+    EXPECT_EQ(Write(header, 4095, 1).message, "Buffer is smaller than HeaderSize");
+    const char* message = nullptr;
+    EXPECT_EQ(createFaxHeader(nullptr, 0, nullptr, 0, &message), 0);
+    EXPECT_STREQ(message, "No FaxHeader supplied");
+}
+
+TEST(FaxHeaderWriter, TakesAnyRecord)
+{
+    FAXHeader fullest{};
+    memset(static_cast<void*>(&fullest), 0xff, sizeof fullest); // -1: full texts without an end
+    for (int32_t* number : {&fullest.PageNumber, &fullest.NumberOfPages, &fullest.Compression, &fullest.Layer,
+                            &fullest.PSet, &fullest.Rotation, &fullest.Priority, &fullest.CreateTime.tm_year})
+        *number = INT32_MIN;
+    fullest.FaxHeaderVersion = INT32_MAX;
+    fullest.NumDestinations = INT32_MAX;
+    const std::string text = TextOf(fullest);
+    EXPECT_NE(text.find(" /NumDestinations 64\n"), std::string::npos);
+    EXPECT_NE(text.find(" /Creator " + std::string(16, '\xff') + "\n"), std::string::npos);
+    EXPECT_NE(text.find(" /Mux " + std::string(33, '\xff') + "\n>>\n"), std::string::npos);
+    EXPECT_EQ(Parse(text).header.NumDestinations, 64);
+}
+
+TEST(FaxHeaderReader, GivesBackWhatWasWritten)
+{
+    setenv("TZ", "UTC0", 1);
+    FAXHeader header = kSample;
+    for (const char* behind : {"", " ", "     \n", "\n<<\n", "\0################"}) {
+        const std::string text = TextOf(header);
+        const Parsed got =
+            Parse(text + std::string(behind, *behind ? strlen(behind) : 0) + std::string(9, '\0'));
+        EXPECT_EQ(got.message, "");
+        EXPECT_GE(got.result, static_cast<int32_t>(text.size()));
+        FAXHeader want = header;
+        want.Mirror = 1; // a flag is a flag
+        EXPECT_EQ(BytesOf(got.header), BytesOf(want));
+    }
+    // Versions without a key give it its empty value, whatever stood in the record.
+    for (const int version : {1, 2}) {
+        header.FaxHeaderVersion = version;
+        const Parsed got = Parse(TextOf(header), kSample);
+        EXPECT_GT(got.result, 0);
+        EXPECT_EQ(got.header.JobID, version == 1 ? 0 : header.JobID);
+        EXPECT_STREQ(got.header.Mux, "");
+    }
+}
+
+// What the reader says where the sample's line `line` does not fit; empty where that is no failure.
+const char* ErrorAt(size_t line)
+{
+    if (line <= kFirstEnd)
+        return line < kFirstEnd ? "Header format error" : "Unable skip to end of header";
+    return line == kSecondStart || line > kLastLine ? "" : "Destination format error";
+}
+
+TEST(FaxHeaderReader, EachDamagedLineEndsTheParseThere)
+{
+    const Lines good = SampleLines();
+    for (size_t i = 0; i <= kLastLine; ++i) {
+        const auto expect = [&](const char* what, const Lines& lines, size_t line) {
+            SCOPED_TRACE(testing::Message() << what << " " << i << ": " << good[i]);
+            const Parsed got = Parse(Joined(lines));
+            EXPECT_EQ(got.message, ErrorAt(line));
+            EXPECT_EQ(got.result > 0, *ErrorAt(line) == 0);
+            if (got.result < 0) { // behind the line that does not fit, or where a long one was cut
+                size_t end = 0;
+                for (size_t k = 0; k <= line && k < lines.size(); ++k)
+                    end += lines[k].size() > 255 ? 255 : lines[k].size();
+                EXPECT_EQ(-got.result, static_cast<int32_t>(end));
+            }
+            EXPECT_EQ(got.header.NumDestinations, line <= kSecondStart + 1 ? 0 : 2);
+        };
+        Lines lines = good;
+        lines.erase(lines.begin() + static_cast<std::ptrdiff_t>(i));
+        expect("missing", lines, i == kLastLine - 2 ? i + 1 : i); // the destinations have no order
+        lines = good;
+        lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(i), good[i]);
+        expect("doubled", lines, i == kLastLine - 2 ? i + 2 : i + 1);
+        lines = good;
+        if (i != kLastLine && i != kLastLine - 2) {
+            std::swap(lines[i], lines[i + 1]);
+            expect("moved", lines, i);
+        }
+        const auto expect_with = [&](const char* what, const std::string& line) {
+            lines = good;
+            lines[i] = line;
+            expect(what, lines, i);
+        };
+        expect_with("a zero byte in front", '\0' + good[i].substr(1));
+        expect_with("another word", "x" + good[i]);
+        expect_with("blank", "\n");
+        expect_with("behind 300 blanks", std::string(300, ' ') + good[i]);
+    }
+    // Cut anywhere: complete without the last line feed, and where no destinations have begun.
+    const std::string whole = Joined(good);
+    const size_t first_end = whole.find(">>") + 2;
+    for (size_t n = 0; n <= whole.size(); ++n) {
+        const Parsed got = Parse(whole.substr(0, n));
+        const bool complete = n + 1 >= whole.size() || (n >= first_end && n < first_end + 3);
+        ASSERT_EQ(got.result > 0, complete) << n;
+        ASSERT_LE(std::abs(got.result), static_cast<int32_t>(n));
+    }
+    FAXHeader untouched = kSample;
+    untouched.NumDestinations = 0;
+    const FAXHeader after = Parse("II*", kSample).header;
+    EXPECT_EQ(BytesOf(after), BytesOf(untouched));
+}
+
+TEST(FaxHeaderReader, CasesOfTheirOwn)
+{
+    const std::string later = With(1, "/FaxHeaderVersion 4\n");
+    const auto extra = [](std::string text, const char* before, const std::string& what) {
+        return text.insert(text.find(before), what);
+    };
+    const auto counted = [](const std::string& count, int entries) {
+        Lines lines = SampleLines();
+        lines.resize(kSecondStart);
+        lines.push_back("<<\n/NumDestinations " + count + "\n");
+        for (int i = 0; i < entries; ++i)
+            lines.push_back(" /Destination d" + std::to_string(i) + "\n");
+        return Joined(lines) + ">>\n";
+    };
+    const std::string huge(30, '9');
+    struct {
+        const char* name;
+        std::string text;
+        const char* message;
+        int32_t destinations;
+    } const cases[] = {
+        {"later keys", extra(later, ">>", " /New 1\n>> \n"), "", 0},
+        {"many later keys", extra(later, ">>", Joined(Lines(99, " /New 1\n"))), "", 2},
+        {"a later key longer than a line", extra(later, ">>", " /New " + std::string(999, 'x') + "\n"), "",
+         2},
+        {"a blank later line", extra(later, ">>", " /New 1\n\n"), "Unable skip to end of header", 0},
+        {"later keys to the end", extra(later, ">>", " /New").substr(0, later.find(">>") + 5),
+         "Unable skip to end of header", 0},
+        {"a later key elsewhere", extra(later, " /Mux", " /New 1\n"), "Header format error", 0},
+        {"an extra key", With(kFirstEnd, " /New 1\n>>\n"), "Unable skip to end of header", 0},
+        {"the end with more behind it", With(kFirstEnd, "\t>> and more\n"), "", 2},
+        {"the end too long", With(kFirstEnd, ">>>\n"), "Unable skip to end of header", 0},
+        {"64 destinations", counted("64", 64), "", 64},
+        {"65 destinations", counted("65", 65), "Destination format error", 0},
+        {"a huge number of them", counted(huge, 0), "Destination format error", 0},
+        {"none", counted("0", 0), "", 0},
+        {"fewer than none", counted("-3", 0), "", -3},
+        {"far fewer", counted("-" + huge, 0), "", INT32_MIN},
+        {"no number of them", counted("two", 0), "Destination format error", 0},
+        {"an empty destination", With(33, " /Destination \n"), "Destination format error", 2},
+        {"no job name", With(4, " /JobName  \t \n"), "Header format error", 0},
+        {"five numbers in the time", With(8, " /CreateTime 2024:02:29 12:34\n"), "Header format error", 0},
+        {"a Mux without its line feed", With(29, " /Mux x").substr(0, With(29, " /Mux x").find(">>")),
+         "Header format error", 0},
+        {"line ends of another system", With(5, "/PageNumber 12\r\n"), "", 2},
+    };
+    for (const auto& c : cases) {
+        const Parsed got = Parse(c.text);
+        EXPECT_EQ(got.message, c.message) << c.name;
+        EXPECT_EQ(got.header.NumDestinations, c.destinations) << c.name;
+    }
+    EXPECT_STREQ(Parse(counted("64", 64)).header.Destination[63], "d63");
+}
+
+TEST(FaxHeaderScanners, LinesOfTheBuffer)
+{
+    struct {
+        std::string buffer;
+        std::vector<size_t> lengths;
+    } const cases[] = {
+        {"", {0, 0}},
+        {"\n", {1, 0}},
+        {"a", {1, 0}},
+        {"ab\n\nc", {3, 1, 1, 0}},
+        {std::string(254, 'x') + "\ny\n", {255, 2, 0}},
+        {std::string(255, 'x') + "\ny\n", {255, 1, 2, 0}},
+        {std::string(511, 'x'), {255, 255, 1, 0}},
+        {std::string(300, '\0') + "\n", {255, 46, 0}},
+    };
+    for (const auto& c : cases) {
+        const std::unique_ptr<char[]> buffer{new char[c.buffer.size()]};
+        memcpy(buffer.get(), c.buffer.data(), c.buffer.size());
+        uint32_t position = 0;
+        for (const size_t length : c.lengths) {
+            const auto line = std::make_unique<char[]>(kLineBytes);
+            const size_t start = position;
+            next_header_line(line.get(), kLineBytes, buffer.get(), &position,
+                             static_cast<uint32_t>(c.buffer.size()));
+            EXPECT_EQ(position - start, length);
+            EXPECT_EQ(memcmp(line.get(), c.buffer.data() + start, length), 0);
+            EXPECT_EQ(line[length], 0);
+        }
+    }
+}
+
+TEST(FaxHeaderScanners, NumbersOf32Bits)
+{
+    const std::string huge(30, '9');
+    struct {
+        std::string line;
+        bool fits;
+        int32_t as_signed;
+        uint32_t as_unsigned;
+    } const cases[] = {
+        {" /N 0\n", true, 0, 0},
+        {"/N7", true, 7, 7},
+        {"\t\r\v/N \f\n +7abc\n", true, 7, 7},
+        {"/N007.5", true, 7, 7},
+        {"/N0x10", true, 0, 0},
+        {"/N1e9", true, 1, 1},
+        {"/N-1", true, -1, 0xffffffff},
+        {"/N2147483647", true, INT32_MAX, 0x7fffffff},
+        {"/N2147483648", true, INT32_MAX, 0x80000000},
+        {"/N-2147483648", true, INT32_MIN, 0x80000000},
+        {"/N-2147483649", true, INT32_MIN, 0x7fffffff},
+        {"/N4294967295", true, INT32_MAX, 0xffffffff},
+        {"/N-4294967295", true, INT32_MIN, 1},
+        {"/N4294967296", true, INT32_MAX, 0xffffffff},
+        {"/N-4294967296", true, INT32_MIN, 0xffffffff},
+        {"/N1" + huge, true, INT32_MAX, 0xffffffff},
+        {"/N -" + huge, true, INT32_MIN, 0xffffffff},
+        {"", false, 0, 0},
+        {"/N \n", false, 0, 0},
+        {"/N +-5", false, 0, 0},
+        {"/N - 5", false, 0, 0},
+        {"/N abc", false, 0, 0},
+        {"/NN 1", false, 0, 0},
+        {"/n 1", false, 0, 0},
+        {"x /N 1", false, 0, 0},
+    };
+    for (const auto& c : cases) {
+        int32_t as_signed = 77;
+        uint32_t as_unsigned = 77;
+        EXPECT_EQ(scan_header_signed(c.line.c_str(), "/N", &as_signed), c.fits) << c.line;
+        EXPECT_EQ(scan_header_unsigned(c.line.c_str(), "/N", &as_unsigned), c.fits) << c.line;
+        EXPECT_EQ(as_signed, c.fits ? c.as_signed : 77) << c.line;
+        EXPECT_EQ(as_unsigned, c.fits ? c.as_unsigned : 77) << c.line;
+    }
+}
+
+TEST(FaxHeaderScanners, TextsWordsAndTimes)
+{
+    constexpr const char* kNone = nullptr; // the line does not fit
+    const std::string full(200, 'z');
+    struct {
+        std::string value; // between the key and the line feed
+        const char *whole, *word, *exact;
+    } const texts[] = {
+        {"  a  b\t ", "a  b", "a", "a  b"},
+        {"  ", kNone, kNone, ""},
+        {" ", kNone, kNone, ""},
+        {"", kNone, kNone, kNone},
+        {"News", "News", "News", kNone},
+        {"\tNews", "News", "News", kNone},
+        {" News\r", "News\r", "News", "News\r"},
+        {" 1234567 9", "1234567", "1234567", "1234567"}, // the blank at the cut goes too
+        {" " + full, "zzzzzzzz", "zzzzzzzz", "zzzzzzzz"},
+        {std::string(99, ' ') + "News", "News", "News", "News"},
+        {" \xff\x01", "\xff\x01", "\xff\x01", "\xff\x01"},
+    };
+    for (const auto& c : texts) {
+        const std::string line = " /K" + c.value + "\n";
+        const auto expect = [&](const char* want, auto scan) {
+            char field[10] = "unset";
+            EXPECT_EQ(scan(field), want != nullptr) << c.value;
+            EXPECT_STREQ(field, want ? want : "unset") << c.value;
+        };
+        const char* const text = line.c_str();
+        expect(c.whole, [&](char* to) { return scan_header_text(text, "/K", TextPart::whole_line, to, 9); });
+        expect(c.word, [&](char* to) { return scan_header_text(text, "/K", TextPart::first_word, to, 9); });
+        expect(c.exact, [&](char* to) { return scan_header_mux(text, "/K", to, 9); });
+    }
+    for (const char* line : {"/K x\n", "  /K x\n", " /K x", " /k x\n", " /K x\n "}) {
+        char field[9];
+        EXPECT_FALSE(scan_header_mux(line, "/K", field, sizeof field)) << line;
+    }
+
+    struct {
+        std::string word;
+        int want; // 77: refused
+    } const words[] = {{"true", 1},   {"FALSE", 0}, {" TrUe x", 1}, {"yes", 77}, {"", 77},
+                       {"truer", 77}, {"tru", 77},  {"1", 77},      {"t", 77},   {"true" + full, 77}};
+    for (const auto& c : words) {
+        int32_t flag = 77;
+        EXPECT_EQ(scan_header_boolean(("/B " + c.word + "\n").c_str(), "/B", &flag), c.want != 77) << c.word;
+        EXPECT_EQ(flag, c.want) << c.word;
+    }
+
+    setenv("TZ", "UTC0", 1);
+    struct {
+        const char* value;
+        FAXTime want;
+    } const times[] = {
+        {"2024:02:29 12:34:56", {56, 34, 12, 29, 1, 124, 4, 59, 0}},
+        {"1900:01:00 00:00:00", {0, 0, 0, 31, 11, -1, 0, 364, 0}},
+        {"2023:14:32-1:-1:+3600", {0, 59, 23, 2, 2, 124, 6, 61, 0}}, // each carries over
+        {"99999999999:1:1 1:1:1", {1, 1, 1, 1, 0, INT32_MAX - 1900, 2, 0, 0}},
+        {"-99999999999:-99999999999:1 1:1:1", {1, 1, 1, 1, INT32_MIN, INT32_MIN, 0, 0, -1}}, // no time at all
+    };
+    for (const auto& c : times) {
+        const FAXTime got = Parse(With(8, "/CreateTime " + std::string{c.value} + "\n")).header.CreateTime;
+        if (c.want.tm_isdst < 0) // the weekday is as it was
+            EXPECT_EQ(memcmp(&got, &c.want, offsetof(FAXTime, tm_wday)), 0) << c.value;
+        else
+            EXPECT_EQ(memcmp(&got, &c.want, sizeof got), 0) << c.value;
+    }
+}
+
+// ---- Over a block ----
+
+// What came of an allocation with a tag, on a block that tracks: "none", "given back", "live", by another tag
+// "lost".
+std::string FateOf(const callback_block* block, const std::string& tag)
+{
+    for (const memory_debug_record* record = block->freed_list; record; record = record->next)
+        if (record->allocated_by == tag)
+            return record->freed_by == tag ? "given back" : "lost";
+    return block->allocated_list ? "live" : "none";
+}
+
+// Without memory at the first allocation.
+void* NoMemory(size_t, const char*)
+{
+    return nullptr;
+}
+
+TEST(FaxHeaderStreams, ReadFromABlock)
+{
+    std::string good{kText};
+    good.resize(5000, ' ');
+    const std::string bad = "<<\n /Size 1\n" + good;
+    struct {
+        const char* name;
+        std::string input;
+        const char* messages;
+        const char* fate;
+    } const cases[] = {
+        {"good", good, "", "live"},
+        {"one byte short", good.substr(0, 4095), "\nError: Success\nnot enough data, reading fax header\n",
+         "none"},
+        {"no header", bad, "\nError at file position 12, parsing fax header: Header format error",
+         "given back"},
+        {"no memory", good, "", "none"},
+    };
+    for (const auto& c : cases)
+        for (const bool own_record : {false, true}) {
+            SCOPED_TRACE(testing::Message() << c.name << ", " << own_record);
+            RecordedBlock block;
+            set_callback_debug_memory(block, 1);
+            std::string input = c.input;
+            block->file = fmemopen(input.data(), input.size(), "r");
+            if (c.name == std::string{"no memory"})
+                block->allocate = NoMemory;
+            FAXHeader record{};
+            FAXHeader* const got = read_FAXHeader_from_callback(block, own_record ? &record : nullptr);
+            const bool reads = !*c.messages && (own_record || block->allocate != NoMemory);
+            ASSERT_EQ(got != nullptr, reads);
+            if (got) {
+                EXPECT_STREQ(got->Destination[1], "south");
+                EXPECT_EQ(got->Destination[63][15], 0);
+                EXPECT_EQ(callback_ftell(block), 4096);
+            }
+            EXPECT_EQ(RecordedBlock::TakeMessages(), c.messages);
+            EXPECT_EQ(FateOf(block, "FaxHeader"), own_record ? "none" : c.fate);
+            if (got && !own_record)
+                callback_deallocate(block, got, "FaxHeader");
+            callback_fclose(block);
+        }
+}
+
+TEST(FaxHeaderStreams, WriteToABlock)
+{
+    const std::string failed = "\ncreateFaxHeader failed";
+    const uint32_t exact = static_cast<uint32_t>(kText.size()) - 1; // its size has three digits
+    struct {
+        const char* path; // null: memory
+        uint32_t header_size, want;
+        std::string messages;
+    } const cases[] = {
+        {nullptr, 4096, 4096, ""},
+        {nullptr, exact, exact, ""},
+        {nullptr, 100, 0, failed + "\nHeader would be too large"},
+        {nullptr, 0, 0, failed + "\nHeader would be too large"},
+        {"/dev/full", 4096, 0, "\nError: No space left on device\nWriting faxheader\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << (c.path ? c.path : "memory") << ", " << c.header_size);
+        RecordedBlock block;
+        set_callback_debug_memory(block, 1);
+        std::string output(5000, '#');
+        block->file = c.path ? fopen(c.path, "w") : fmemopen(output.data(), output.size(), "w");
+        setvbuf(block->file, nullptr, _IONBF, 0);
+        FAXHeader header = kSample;
+        header.HeaderSize = c.header_size;
+        EXPECT_EQ(print_FAXHeader_to_callback(&header, block, '*'), c.want);
+        callback_fclose(block);
+        EXPECT_EQ(RecordedBlock::TakeMessages(), c.messages);
+        EXPECT_EQ(FateOf(block, "header buffer"), "given back");
+        if (c.want == 4096) {
+            const std::string want = std::string{kText} + '\0' + std::string(4096 - kText.size() - 1, '*');
+            EXPECT_EQ(output.substr(0, 4096), want);
+        }
+    }
+    RecordedBlock block;
+    EXPECT_EQ(print_FAXHeader_to_callback(nullptr, block, '*'), 0U);
+    EXPECT_EQ(RecordedBlock::TakeMessages(), failed);
+    block->allocate = NoMemory;
+    const FAXHeader header = kSample;
+    EXPECT_EQ(print_FAXHeader_to_callback(&header, block, '*'), 0U);
+}
+
+TEST(FaxHeaderStreams, StandardStreams)
+{
+    FILE* const stream = tmpfile();
+    ASSERT_NE(stream, nullptr);
+    const FAXHeader header = kSample;
+    EXPECT_EQ(print_FAXHeader_to_file(&header, stream, ' '), 4096U);
+    EXPECT_EQ(ftell(stream), 4096);
+    set_callback_debug_memory(dfcb(), 1);
+    rewind(stream);
+    FAXHeader* const got = read_FAXHeader_from_file(stream);
+    ASSERT_NE(got, nullptr);
+    EXPECT_STREQ(got->JobName, "Front page");
+    callback_deallocate(dfcb(), got, "FAXHeader");
+    EXPECT_EQ(FateOf(dfcb(), "FAXHeader"), "given back");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(read_FAXHeader_from_file(stream), nullptr); // at its end
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "\nError: Success\nnot enough data, reading fax header\n");
+    EXPECT_EQ(dfcb()->allocated_list, nullptr);
+    dispose_default_callback_block();
+    fclose(stream);
+}
+} // namespace

@@ -1,0 +1,91 @@
+// Lists of transitions: made from rows, and painted into rows.
+#include "frame.h"
+
+#include "tests/support/chunk_block.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+namespace
+{
+using Bytes = std::vector<uint8_t>;
+using List = std::vector<int32_t>;
+using test_support::ChunkBlock;
+
+TEST(Getruns, ListsWhatAPixelByPixelWalkFinds)
+{
+    const ChunkBlock block;
+    std::mt19937 random(1);
+    for (int n = 0; n < 400; ++n) {
+        const int width = n < 140 ? n : static_cast<int>(random() % 2000);
+        Bytes row(static_cast<size_t>((width + 7) / 8)); // exactly, and with bits behind the width
+        const unsigned kind = random() % 4;
+        for (uint8_t& byte : row)
+            byte = static_cast<uint8_t>(kind == 0   ? 0xAA
+                                        : kind == 1 ? random()
+                                        : kind == 2 ? 0xFF
+                                                    : random() & random() & random());
+        List want{0};
+        int before = 0;
+        for (int x = 0; x < width; ++x) {
+            const int pixel = row[static_cast<size_t>(x / 8)] >> (7 - x % 8) & 1;
+            if (pixel != before)
+                want.push_back(x);
+            before = pixel;
+        }
+        const auto count = static_cast<int32_t>(want.size());
+        want.insert(want.end(), 3, width);
+        List list(want.size());
+        ASSERT_EQ(kesterlib::getruns(block, row.data(), width, list.data(), list.data() + list.size()), count)
+            << n;
+        ASSERT_EQ(list, want) << n;
+    }
+    EXPECT_EQ(block.messages, "");
+
+    const Bytes chequered(4, 0xAA);
+    List list(20, -7);
+    kesterlib::getruns(block, chequered.data(), 32, list.data(), list.data() + 10);
+    EXPECT_NE(block.messages.find(
+                  "Assertion rout<endruns failed;\nnumber of runs must not overrun buffer allocated"),
+              std::string::npos)
+        << block.messages;
+    EXPECT_EQ(List(list.begin() + 10, list.end()), List(10, -7));
+}
+
+TEST(PaintRow, PaintsRunsAndNothingElse)
+{
+    const ChunkBlock block;
+    const struct {
+        List list;
+        int nbytes, width;
+        Bytes want; // with the byte behind the row
+    } cases[] = {
+        {{0, 16, 16, 16}, 2, 16, {0, 0, 0x55}},
+        {{0, 0, 16, 16, 16}, 2, 16, {0xFF, 0xFF, 0x55}}, // a run to the very end leaves the next byte alone
+        {{0, 4, 7, 16, 16, 16}, 2, 16, {0x0E, 0, 0x55}},
+        {{0, 3, 24, 24, 24}, 3, 21, {0x1F, 0xFF, 0xF8, 0x55}}, // clipped to the width
+        {{0, 3, 24, 24, 24}, 2, 21, {0x1F, 0xFF, 0x55}},       // and to the bytes
+        {{0, 5, 5, 9, 16, 16, 16}, 2, 16, {0, 0x7F, 0x55}},    // a run of no pixel
+        {{0, 12, 3, 16, 16, 16}, 2, 16, {0xE0, 0x0F, 0x55}},   // backwards: the two ends
+        {{0, -5, 3, 16, 16, 16}, 2, 16, {0xE0, 0, 0x55}},
+        {{0, 3, 9, 16, 16, 16}, 0, 16, {0x55}},
+    };
+    for (const auto& one : cases) {
+        Bytes row(one.want.size(), 0x55);
+        kesterlib::uncomp_paint_row(block, row.data(), one.list.data(), one.list.data() + one.list.size(),
+                                    one.nbytes, one.width);
+        EXPECT_EQ(row, one.want) << testing::PrintToString(one.list);
+    }
+    EXPECT_EQ(block.messages, "");
+    const List open_end{0, 1, 2, 3, 4};
+    uint8_t row = 0;
+    kesterlib::uncomp_paint_row(block, &row, open_end.data(), open_end.data() + open_end.size(), 1, 8);
+    EXPECT_NE(block.messages.find(
+                  "Assertion trans<endtrans failed;\nnumber of transitions must not overrun buffer"),
+              std::string::npos)
+        << block.messages;
+}
+} // namespace

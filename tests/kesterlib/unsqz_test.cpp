@@ -1,0 +1,462 @@
+// The Squeeze decoder beside a slow one of the tests: the same rows, counts and words on every road, whatever
+// the stream holds.
+#include "kesterlib/unsqz.h"
+
+#include "sqzencode.h"
+#include "tests/support/chunk_block.h"
+#include "tests/support/sqz_reference.h"
+#include "unsqz_codes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace
+{
+using Bytes = std::vector<uint8_t>;
+using test_support::ChunkBlock;
+using test_support::DecodeSqueeze;
+using test_support::SqzReference;
+
+struct Road {
+    std::string name;
+    size_t chunk; // bytes a read; 0 for a stream, 1 << 20 for mapped bytes
+    kesterlib::UnsqzRowLoop* loop;
+    int per_call; // rows
+    int more_stride;
+};
+
+std::vector<Road> Roads()
+{
+    constexpr size_t kMapped = 1 << 20;
+    std::vector<Road> roads = {
+        {"mapped, plain", kMapped, kesterlib::unsqz_rows_plain, 1 << 20, 0},
+        {"512 bytes a read, plain", 512, kesterlib::unsqz_rows_plain, 3, 5},
+    };
+    if (kesterlib::unsqz_row_loop() != kesterlib::unsqz_rows_plain) {
+        roads.push_back({"mapped, wide", kMapped, kesterlib::unsqz_row_loop(), 1 << 20, 0});
+        roads.push_back({"mapped, wide, row by row", kMapped, kesterlib::unsqz_row_loop(), 1, 1});
+        roads.push_back({"7 bytes a read, wide", 7, kesterlib::unsqz_row_loop(), 2, 0});
+        roads.push_back({"stream, wide", 0, kesterlib::unsqz_row_loop(), 1 << 20, 0});
+    }
+    return roads;
+}
+
+struct Page {
+    int width, row_bytes, rows;
+    const uint8_t* above = nullptr;
+};
+
+// Decodes on one road, each row into memory of exactly its size, and compares with the reference.
+void ExpectAsReference(const Road& road, const Bytes& stream, const Page& page, const SqzReference& want)
+{
+    ChunkBlock block;
+    block.SetInput(stream, road.chunk);
+    FILE* file = nullptr;
+    const Bytes exact = stream; // so that a read behind the end is seen
+    UNCOMP* frame = nullptr;
+    if (road.chunk == 0) {
+        file = std::tmpfile();
+        ASSERT_EQ(fwrite(stream.data(), 1, stream.size(), file), stream.size());
+        rewind(file);
+        frame = Unsqz_Open(file, page.width, page.row_bytes, page.above);
+    } else if (road.chunk == size_t{1} << 20) {
+        frame = Unsqz_Open_MMapped(exact.data(), exact.size(), page.width, page.row_bytes, page.above);
+    } else {
+        frame = Unsqz_Open_Callback(block, page.width, page.row_bytes, page.above);
+    }
+    ASSERT_NE(frame, nullptr);
+
+    const auto used = static_cast<size_t>((page.width + 7) / 8);
+    const int stride = page.row_bytes + road.more_stride;
+    size_t delivered = 0;
+    while (delivered < static_cast<size_t>(page.rows)) {
+        const int ask = std::min(road.per_call, page.rows - static_cast<int>(delivered));
+        Bytes buffer(static_cast<size_t>(ask) * static_cast<size_t>(stride), 0xA5);
+        const int got = road.loop(reinterpret_cast<kesterlib::Frame*>(frame), ask, buffer.data(), stride);
+        ASSERT_GE(got, 0);
+        for (int i = 0; i < got; ++i, ++delivered) {
+            ASSERT_LT(delivered, want.rows.size()) << "more rows than there are";
+            const uint8_t* const row = buffer.data() + static_cast<size_t>(i) * static_cast<size_t>(stride);
+            ASSERT_TRUE(std::equal(row, row + used, want.rows[delivered].data())) << "row " << delivered;
+            for (int pad = page.row_bytes; pad < stride; ++pad)
+                ASSERT_EQ(row[pad], 0xA5) << "row " << delivered << " writes behind itself";
+        }
+        if (got < ask) {
+            EXPECT_EQ(road.loop(reinterpret_cast<kesterlib::Frame*>(frame), 1, buffer.data(), stride), 0)
+                << "a row after the end";
+            break;
+        }
+    }
+    EXPECT_EQ(delivered, want.rows.size());
+    EXPECT_EQ(frame->rows_done, static_cast<int>(delivered));
+    EXPECT_EQ(std::string(Uncomp_Error_String(frame) ? Uncomp_Error_String(frame) : ""), want.error);
+    Uncomp_Free(frame);
+    block.Dispose();
+    EXPECT_EQ(block.messages, "") << "memory stays behind";
+    if (file)
+        fclose(file);
+}
+
+void ExpectAsReference(const Bytes& stream, const Page& page)
+{
+    const SqzReference want = DecodeSqueeze(stream, page.width, page.row_bytes, page.rows, page.above);
+    for (const Road& road : Roads()) {
+        SCOPED_TRACE(road.name);
+        ExpectAsReference(road, stream, page, want);
+        if (testing::Test::HasFatalFailure())
+            return;
+    }
+}
+
+// Rows of which each follows from the one above by small moves, or is new, with runs about `run` pixels long.
+Bytes DrawRows(std::mt19937& random, int row_bytes, int rows, int run)
+{
+    Bytes page;
+    const int pixels = row_bytes * 8;
+    std::vector<int> edges;
+    for (int y = 0; y < rows; ++y) {
+        const auto kind = random() % 8;
+        if (kind == 0 || edges.empty()) {
+            edges.clear();
+            for (int x = 0; x < pixels; x += 1 + static_cast<int>(random() % static_cast<unsigned>(2 * run)))
+                edges.push_back(x);
+        } else if (kind < 6) {
+            for (int& edge : edges)
+                edge += static_cast<int>(random() % 9) - 4 > 2 ? 1 : static_cast<int>(random() % 3) - 1;
+            std::sort(edges.begin(), edges.end());
+        } else if (kind == 6) {
+            edges.push_back(static_cast<int>(random() % static_cast<unsigned>(pixels)));
+            std::sort(edges.begin(), edges.end());
+        }
+        Bytes row(static_cast<size_t>(row_bytes));
+        for (const int edge : edges)
+            for (int x = std::max(edge, 0); x < pixels; ++x)
+                row[static_cast<size_t>(x / 8)] ^= static_cast<uint8_t>(0x80 >> x % 8);
+        page.insert(page.end(), row.begin(), row.end());
+    }
+    return page;
+}
+
+Bytes Encode(const Bytes& page, int row_bytes, pages::RawRows raw = pages::RawRows::WhereShorter)
+{
+    pages::SqueezeEncoder encoder(static_cast<size_t>(row_bytes), raw);
+    Bytes stream;
+    for (size_t at = 0; at < page.size(); at += static_cast<size_t>(row_bytes))
+        encoder.add_row(page.data() + at, stream);
+    return stream;
+}
+
+TEST(Unsqz, DecodesTheSameRowsAsTheReferenceOnEveryRoad)
+{
+    std::mt19937 random(20);
+    for (int n = 0; n < 60; ++n) {
+        const int row_bytes = n < 40 ? 1 + n % 12 : 100 + n * 7;
+        const int rows = n < 40 ? 40 : 12;
+        const Bytes page = DrawRows(random, row_bytes, rows, n % 3 == 0 ? 3 : 20);
+        const auto raw = static_cast<pages::RawRows>(n % 3);
+        const Bytes above = DrawRows(random, row_bytes, 1, 9);
+        SCOPED_TRACE(testing::Message() << "page " << n << ", " << row_bytes << " bytes a row");
+        const Bytes stream = Encode(page, row_bytes, raw);
+        ExpectAsReference(stream, {row_bytes * 8 - n % 8, row_bytes, rows, nullptr});
+        // Under another row above it is another page, or a damaged one.
+        ExpectAsReference(stream, {row_bytes * 8, row_bytes, rows, above.data()});
+        const SqzReference decoded = DecodeSqueeze(stream, row_bytes * 8, row_bytes, rows);
+        for (size_t y = 0; y < decoded.rows.size(); ++y)
+            ASSERT_TRUE(std::equal(decoded.rows[y].begin(), decoded.rows[y].end(),
+                                   page.data() + y * static_cast<size_t>(row_bytes)))
+                << y;
+        if (HasFatalFailure())
+            return;
+    }
+}
+
+// Words by hand. A code is written as it stands in the stream; rows are hexadecimal.
+TEST(Unsqz, KnowsTheLimitsOfARow)
+{
+    const std::string kRuns = kesterlib::kTooManyRuns;
+    const struct {
+        const char* what;
+        int row_bytes, rows;
+        std::vector<const char*> stream; // bits of a row each, padded to a byte; "x" before hexadecimal bytes
+        std::vector<const char*> rows_wanted;
+        std::string error;
+    } cases[] = {
+        {"every kind of row",
+         2,
+         5,
+         {"00010100101", "0111", "x80FF00", "000111010111"},
+         {"0E00", "0E00", "FF00", "0000"},
+         "eof code not zero"},
+        {"the first pixel is black",
+         2,
+         1,
+         {"0"
+          "0010000"
+          "10"
+          "1"},
+         {"E000"},
+         ""},
+        {"a first run to the end has no second",
+         1,
+         2,
+         {"0"
+          "0011000",
+          "01"},
+         {"00", "00"},
+         ""},
+        {"a second run may overshoot by far",
+         1,
+         2,
+         {"0"
+          "0010011"
+          "11"
+          "0010001000110",
+          "011"},
+         {"1F", "1F"},
+         ""},
+        {"table B from the fourth add on",
+         3,
+         1,
+         {"0"
+          "0010001"
+          "00"
+          "0010000"
+          "00"
+          "0010000"
+          "00"
+          "00001"
+          "00"
+          "11"
+          "1"},
+         {"548000"},
+         ""},
+        {"a number of twelve groups",
+         1,
+         1,
+         {"0"
+          "0011101"
+          "000000000000000000000000000000000000000000000001"},
+         {},
+         kRuns},
+        {"a number of eleven groups",
+         1,
+         1,
+         {"0"
+          "0011101"
+          "00000000000000000000000000000000000000001111"},
+         {"00"},
+         ""},
+        {"left of the row",
+         1,
+         1,
+         {"0"
+          "0010000"
+          "00"
+          "1",
+          "0"
+          "010"},
+         {"80"},
+         ""},
+        {"left of the row in the second",
+         1,
+         2,
+         {"0"
+          "0010000"
+          "00"
+          "1",
+          "0"
+          "010"},
+         {"80"},
+         kRuns},
+        {"three codes on a raw row's copies",
+         1,
+         2,
+         {"x8000", "0"
+                   "010"
+                   "010"
+                   "1"},
+         {"00", "00"},
+         ""},
+        {"and no fourth",
+         1,
+         2,
+         {"x8000", "0"
+                   "010"
+                   "010"
+                   "010"
+                   "1"},
+         {"00"},
+         kRuns},
+        {"a list that never ends",
+         1,
+         2,
+         {"x80AA", "0"
+                   "0011110"
+                   "0011110"
+                   "0011110"
+                   "0011110"
+                   "0011110"
+                   "0011110"
+                   "0011110"
+                   "0011110"},
+         {"AA"},
+         kRuns},
+        {"no row", 1, 1, {"11111111"}, {}, "eof code not zero"},
+        {"nothing at all", 1, 1, {}, {}, "eof code not zero"},
+    };
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.what);
+        Bytes stream;
+        for (const std::string word : one.stream) {
+            if (word[0] == 'x') {
+                for (size_t i = 1; i < word.size(); i += 2)
+                    stream.push_back(static_cast<uint8_t>(std::stoi(word.substr(i, 2), nullptr, 16)));
+                continue;
+            }
+            for (size_t i = 0; i < word.size(); ++i) {
+                if (i % 8 == 0)
+                    stream.push_back(0);
+                stream.back() |= static_cast<uint8_t>((word[i] - '0') << (7 - i % 8));
+            }
+        }
+        const Page page{one.row_bytes * 8, one.row_bytes, one.rows};
+        const SqzReference want = DecodeSqueeze(stream, page.width, page.row_bytes, page.rows);
+        std::vector<std::string> rows;
+        for (const Bytes& row : want.rows) {
+            std::string text;
+            for (const uint8_t byte : row) {
+                char digits[3];
+                snprintf(digits, sizeof digits, "%02X", byte);
+                text += digits;
+            }
+            rows.push_back(text);
+        }
+        EXPECT_EQ(rows, std::vector<std::string>(one.rows_wanted.begin(), one.rows_wanted.end()));
+        EXPECT_EQ(want.error, one.error);
+        ExpectAsReference(stream, page);
+    }
+}
+
+TEST(Unsqz, SurvivesEveryCutAndEveryFlippedBit)
+{
+    std::mt19937 random(3);
+    for (const int row_bytes : {2, 5, 37}) {
+        const int rows = 12;
+        const Bytes stream = Encode(DrawRows(random, row_bytes, rows, 6), row_bytes);
+        const Page page{row_bytes * 8 - 3, row_bytes, rows + 1};
+        for (size_t cut = 0; cut <= stream.size(); ++cut)
+            ExpectAsReference({stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(cut)}, page);
+        for (size_t bit = 0; bit < stream.size() * 8; ++bit) {
+            Bytes damaged = stream;
+            damaged[bit / 8] ^= static_cast<uint8_t>(0x80 >> bit % 8);
+            SCOPED_TRACE(testing::Message() << row_bytes << " bytes a row, bit " << bit);
+            ExpectAsReference(damaged, page);
+            if (HasFailure())
+                return;
+        }
+    }
+}
+
+TEST(Unsqz, AgreesWithTheReferenceOnRubbish)
+{
+    std::mt19937 random(4);
+    for (int n = 0; n < 3000; ++n) {
+        const int row_bytes =
+            n % 2 == 0 ? 1 + static_cast<int>(random() % 6) : 20 + static_cast<int>(random() % 200);
+        const int rows = 8;
+        // Whole codes of single kinds get further than bytes at random.
+        Bytes stream(random() % 400);
+        const unsigned often = random() % 256;
+        for (uint8_t& byte : stream)
+            byte = static_cast<uint8_t>(random() % 3 == 0 ? random() : often);
+        if (!stream.empty())
+            stream[0] &= 0x7F;
+        SCOPED_TRACE(testing::Message() << "stream " << n);
+        ExpectAsReference(stream, {row_bytes * 8, row_bytes, rows});
+        if (HasFailure())
+            return;
+    }
+}
+
+TEST(Unsqz, TheGreatestListsFit)
+{
+    for (const int row_bytes : {1, 4, 63}) {
+        for (const uint8_t byte : {uint8_t{0xAA}, uint8_t{0x55}}) {
+            const Bytes page(static_cast<size_t>(row_bytes) * 3, byte);
+            const Bytes stream = Encode(page, row_bytes, pages::RawRows::Never);
+            const SqzReference want = DecodeSqueeze(stream, row_bytes * 8, row_bytes, 3);
+            ASSERT_EQ(want.rows.size(), 3u);
+            ExpectAsReference(stream, {row_bytes * 8, row_bytes, 3});
+        }
+    }
+}
+
+TEST(Unsqz, AReadErrorIsReportedAndThenTheFillerEndsTheStream)
+{
+    const Bytes stream = {0x40}; // a blank row
+    ChunkBlock block;
+    block.SetInput(stream, 1);
+    block.read_error = true;
+    UNCOMP* const frame = Unsqz_Open_Callback(block, 8, 1, nullptr);
+    EXPECT_STREQ(Uncomp_Error_String(frame), "Error reading file");
+    EXPECT_NE(block.messages.find("Error reading file"), std::string::npos);
+    uint8_t row = 1;
+    EXPECT_EQ(Unsqz_Decode(frame, 0, &row, 1), 0);
+    EXPECT_EQ(Unsqz_Decode(frame, 1, &row, 1), 1);
+    EXPECT_EQ(row, 0);
+    EXPECT_EQ(Unsqz_Decode(frame, 1, &row, 1), 0);
+    EXPECT_STREQ(Uncomp_Error_String(frame), "eof code not zero");
+    Uncomp_Free(frame);
+}
+
+TEST(Unsqz, OpensOnlyWhatItHasMemoryFor)
+{
+    const Bytes stream = {0x40};
+    UNCOMP* frame = nullptr;
+    int needed = -1;
+    while (!frame) {
+        ChunkBlock block;
+        block.SetInput(stream);
+        set_callback_debug_memory(block, 0); // tracking would need memory too
+        block.allocations_left = ++needed;
+        frame = Unsqz_Open_Callback(block, 80, 10, nullptr);
+        callback_block* const counts = block;
+        EXPECT_EQ(counts->allocation_count - counts->deallocation_count, frame ? 2u : 1u)
+            << needed; // or the one that failed
+        if (!frame)
+            continue;
+        uint8_t row[10];
+        EXPECT_EQ(Unsqz_Decode(frame, 1, row, 10), 1);
+        Uncomp_Free(frame);
+    }
+    EXPECT_EQ(needed, 2); // frame and lists, and nothing while rows are decoded
+
+    constexpr int kMostRowBytes = ((256 << 20) / 2 / 4 - 5) / 8;
+    for (const int row_bytes : {-1, kMostRowBytes + 1, INT32_MAX})
+        EXPECT_EQ(Unsqz_Open_MMapped(stream.data(), stream.size(), 8, row_bytes, nullptr), nullptr)
+            << row_bytes;
+    EXPECT_EQ(Unsqz_Open_MMapped(stream.data(), stream.size(), -1, 1, nullptr), nullptr);
+    UNCOMP* const widest = Unsqz_Open_MMapped(stream.data(), stream.size(), 8, kMostRowBytes, nullptr);
+    ASSERT_NE(widest, nullptr);
+    Uncomp_Free(widest);
+    EXPECT_EXIT(Unsqz_Open(nullptr, 8, 1, nullptr), testing::ExitedWithCode(1),
+                "Assertion f failed;\na FILE must be supplied");
+}
+
+TEST(Unsqz, WritesNoMoreThanTheStrideOfACodedRow)
+{
+    const Bytes page(20, 0xFF);
+    const Bytes stream = Encode(page, 10);
+    UNCOMP* const frame = Unsqz_Open_MMapped(stream.data(), stream.size(), 80, 10, nullptr);
+    Bytes buffer(12, 0x11); // two rows of three bytes, and what is behind them
+    EXPECT_EQ(Unsqz_Decode(frame, 2, buffer.data(), 3), 2);
+    EXPECT_EQ(buffer, (Bytes{255, 255, 255, 255, 255, 255, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11}));
+    Uncomp_Free(frame);
+}
+} // namespace

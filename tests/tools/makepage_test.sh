@@ -1,0 +1,77 @@
+#!/usr/bin/env bash
+# The command line of makepage, given as the argument: what it writes, and how it ends.
+set -euo pipefail
+
+makepage=$1
+top=$(mktemp -d "${TMPDIR:-/tmp}/lumenta-makepage-XXXXXX")
+trap 'rm -rf "$top"' EXIT
+cd "$top"
+failures=0
+
+fail()
+{
+  printf 'FAILED: %s\n' "$1"
+  failures=$((failures + 1))
+}
+
+# ends STATUS WORDS ARGUMENT...: it ends so, with one line that has the words, and leaves no file out.*
+ends()
+{
+  local status=0
+  "$makepage" "${@:3}" >stdout 2>stderr || status=$?
+  [[ $status == "$1" && $(<stderr) == "makepage: "*"$2"* ]] || fail "${*:3}: status $status, $(<stderr)"
+  ! compgen -G 'out.*' >leftovers || fail "${*:3}: left $(<leftovers)"
+}
+
+same() { cmp "$1" "$2" || fail "$1 and $2 differ"; }
+
+draw=(--draw mixed --width 333 --height 250)
+"$makepage" "${draw[@]}" --dpi 120 --dpi-y 240 --photometric minisblack page.tif
+job=(--job "Ink and Paper" --page -7 --layer 4 --multiplier 10 --destination A --destination B --negate
+  --time "1999:12:31 23:59:58" --header-version 2 --job-id 9 --header-size 5000)
+for kind in squeeze plain; do
+  "$makepage" "${draw[@]}" --dpi 120 --dpi-y 240 --kind $kind "${job[@]}" drawn.$kind
+  "$makepage" page.tif --kind $kind "${job[@]}" read.$kind
+  same drawn.$kind read.$kind
+done
+printf '%s\n' '<<' ' /FaxHeaderVersion 2' ' /HeaderSize 5000' ' /JobName Ink and Paper' ' /PageNumber -7' \
+  ' /CreateTime 1999:12:31 23:59:58' ' /ImageHeight 250' ' /DataWidth 333' ' /Compression -1' \
+  ' /ResolutionMultiplier 10' ' /XResolution 1200' ' /YResolution 2400' ' /Layer 4' ' /ImageNegate true' \
+  ' /JobID 9' '<<' ' /NumDestinations 2' ' /Destination A' ' /Destination B' >wanted
+head -c 5000 drawn.plain | grep -Fxf wanted >got
+same wanted got
+
+{ printf 'P4\n333 250\n' && tail -c +5001 drawn.plain; } >page.pbm
+"$makepage" page.pbm --dpi 120 --dpi-y 240 --kind plain "${job[@]}" pbm.plain
+same drawn.plain pbm.plain
+"$makepage" --raw-rows always --kind squeeze page.pbm raw.fax
+(($(stat -c %s raw.fax) == 4096 + 250 * (1 + 42))) || fail "raw rows of $(stat -c %s raw.fax) bytes"
+"$makepage" page.pbm again.tif
+"$makepage" --dpi 300 again.tif --kind plain "${job[@]}" --multiplier 4 again.plain
+cmp <(tail -c +5001 drawn.plain) <(tail -c +5001 again.plain) || fail "a TIFF file from a PBM file"
+
+ends 2 "no file to write to"
+ends 2 "--draw is missing" out.tif
+ends 2 "one file at a time" "${draw[@]}" out.tif out.2
+ends 2 "--width and --height" --draw text out.tif
+ends 2 'does not know "tif"' --kind tif "${draw[@]}" out.tif
+ends 2 "unknown option" "${draw[@]}" --frob 1 out.tif
+ends 2 "unknown option" "${draw[@]}" "" out.tif
+ends 2 "lacks its value" "${draw[@]}" out.tif --job
+ends 2 "--job goes with" "${draw[@]}" --job x out.tif
+ends 2 "--name goes with" --name x --kind plain page.pbm out.fax
+ends 2 "--width goes with" --width 5 --kind plain page.pbm out.fax
+ends 2 "--raw-rows goes with" --raw-rows never --kind plain page.pbm out.fax
+ends 2 "only a TIFF file" "${draw[@]}" --bits 8 --kind squeeze out.fax
+ends 2 "at most 31 bytes" "${draw[@]}" --kind squeeze --job 12345678901234567890123456789012 out.fax
+ends 2 "a number from 1 to 9600" "${draw[@]}" --dpi 0 --dpi 100 out.tif
+ends 2 "hh:mm:ss" "${draw[@]}" --kind squeeze --time yesterday out.fax
+destinations=()
+for name in {1..65}; do destinations+=(--destination "$name"); done
+ends 2 "64 destinations" "${draw[@]}" --kind squeeze "${destinations[@]}" out.fax
+ends 1 "none.tif: No such file" --kind plain none.tif out.fax
+ends 1 "neither TIFF nor PBM" --kind plain drawn.plain out.fax
+ends 1 "Header is too large" --kind plain --header-size 99 page.pbm out.fax
+"$makepage" --frob --help | grep -q -e "--raw-rows" || fail "no help"
+
+((failures == 0))

@@ -1,0 +1,109 @@
+// Page files: the header says what was asked for, the raster behind it is the page, and a file that could not
+// be written whole is not there.
+
+#include "pagefile.h"
+#include "tests/support/scratch.h"
+#include "tests/support/sqz_reference.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace
+{
+
+std::string contents(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<std::vector<uint8_t>> rows_of(const pages::Bitmap& page)
+{
+    std::vector<std::vector<uint8_t>> rows;
+    rows.reserve(static_cast<std::size_t>(page.height));
+    for (int y = 0; y < page.height; ++y)
+        rows.emplace_back(page.row(y), page.row(y) + page.row_bytes);
+    return rows;
+}
+
+TEST(PageFile, HasTheHeaderAndThePage)
+{
+    const ScratchDirectory scratch;
+    const std::string path = scratch.File("page.fax");
+    const pages::Bitmap page = pages::draw_page({pages::Draw::Sample, 1501, 700, 150, 150, 1});
+    for (const pages::RasterName& raster : pages::raster_names())
+        for (const uint32_t header_bytes : {600U, 4096U, 10000U})
+            for (const int version : {1, 3}) {
+                SCOPED_TRACE(testing::Message() << raster.name << ", " << header_bytes << ", " << version);
+                pages::PageFileOptions options;
+                options.raster = raster.raster;
+                options.header.HeaderSize = header_bytes;
+                options.header.FaxHeaderVersion = version;
+                options.header.Layer = 5;
+                ASSERT_TRUE(pages::set_text(options.header.JobName, "Ink and Paper"));
+                ASSERT_TRUE(pages::set_text(options.header.Destination[0], "Press-2"));
+                options.header.NumDestinations = 1;
+                ASSERT_EQ(pages::write_page_file(path, page, options), "");
+
+                const std::string file = contents(path);
+                FAXHeader header{};
+                const char* message = nullptr;
+                ASSERT_GT(extractFaxHeader(file.data(), header_bytes, &header, &message), 0) << message;
+                EXPECT_EQ(header.HeaderSize, header_bytes);
+                EXPECT_EQ(header.FaxHeaderVersion, version);
+                EXPECT_STREQ(header.JobName, "Ink and Paper");
+                EXPECT_EQ(header.Layer, 5);
+                EXPECT_EQ(header.NumDestinations, 1);
+                EXPECT_STREQ(header.Destination[0], "Press-2");
+                EXPECT_EQ(header.DataWidth, 1501U);
+                EXPECT_EQ(header.ImageHeight, 700U);
+                EXPECT_EQ(header.Compression, raster.raster == pages::Raster::Plain ? -1 : 1000);
+
+                const std::span<const uint8_t> bytes(
+                    reinterpret_cast<const uint8_t*>(file.data()) + header_bytes, file.size() - header_bytes);
+                if (raster.raster == pages::Raster::Plain) {
+                    EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), page.rows.begin(), page.rows.end()));
+                } else {
+                    const auto got = test_support::DecodeSqueeze(
+                        bytes, page.width, static_cast<int>(page.row_bytes), page.height);
+                    EXPECT_TRUE(got.rows == rows_of(page));
+                    EXPECT_EQ(got.bytes, bytes.size());
+                }
+            }
+}
+
+TEST(PageFile, IsNotThereWhereItFails)
+{
+    const ScratchDirectory scratch;
+    const std::string path = scratch.File("page.fax");
+    const pages::Bitmap page = pages::draw_page({pages::Draw::Noise, 1000, 2000, 150, 150, 1});
+    pages::PageFileOptions options;
+    options.header.HeaderSize = 100;
+    EXPECT_EQ(pages::write_page_file(path, page, options), "Header is too large");
+    options.header.HeaderSize = 0xffffffff;
+    EXPECT_NE(pages::write_page_file(path, page, options), "");
+    options = {};
+    EXPECT_EQ(pages::write_page_file(path + "/none", page, options), "No such file or directory");
+    for (const rlim_t bytes :
+         {rlim_t{1000}, rlim_t{70000}, rlim_t{4096 + 125 * 2000 - 1}}) { // plain, less one
+        const FileSizeLimit limit(bytes);
+        options.raster = pages::Raster::Plain;
+        EXPECT_EQ(pages::write_page_file(path, page, options), "File too large") << bytes;
+        EXPECT_FALSE(std::filesystem::exists(path)) << bytes;
+    }
+    if (std::filesystem::exists("/dev/full")) {
+        EXPECT_NE(pages::write_page_file("/dev/full", page, options), "");
+        EXPECT_TRUE(std::filesystem::exists("/dev/full"));
+    }
+    FAXHeader header = pages::usual_header();
+    EXPECT_FALSE(pages::set_text(header.Creator, "sixteen letters."));
+    EXPECT_FALSE(pages::set_text(header.Creator, "two\nlines"));
+    EXPECT_STREQ(header.Creator, "makepage");
+}
+
+} // namespace

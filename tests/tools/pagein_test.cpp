@@ -1,0 +1,168 @@
+// Pages read from files: as they were written, and one line of words for whatever is not a page.
+
+#include "pagein.h"
+#include "tests/support/hostile_tiff.h"
+#include "tests/support/scratch.h"
+#include "tiffout.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace
+{
+
+using namespace std::string_literals;
+
+TEST(PageIn, TiffComesBackAsWritten)
+{
+    const ScratchDirectory scratch;
+    const std::string path = scratch.File("page.tif");
+    const pages::Bitmap page = pages::draw_page({pages::Draw::Mixed, 333, 211, 72, 72, 1});
+    for (const pages::CompressionName& compression : pages::compression_names())
+        for (const auto photometric : {pages::Photometric::MinIsWhite, pages::Photometric::MinIsBlack})
+            for (const int dpi : {0, 204}) {
+                SCOPED_TRACE(testing::Message() << compression.name << " " << static_cast<int>(photometric));
+                ASSERT_EQ(pages::write_tiff(path, page,
+                                            {photometric, compression.compression, 50, dpi, dpi / 2, "x"}),
+                          "");
+                pages::PageIn in;
+                ASSERT_EQ(pages::read_page(path, in), "");
+                EXPECT_EQ(in.page.width, page.width);
+                EXPECT_EQ(in.page.height, page.height);
+                EXPECT_TRUE(in.page.rows == page.rows);
+                EXPECT_EQ(in.dpi_x, dpi);
+                EXPECT_EQ(in.dpi_y, dpi / 2);
+            }
+}
+
+TEST(PageIn, TiffThatIsNoPageIsRefused)
+{
+    const ScratchDirectory scratch;
+    struct Case {
+        const char* name;
+        std::function<void(HostileTiff&)> damage;
+        const char* words;
+    };
+    const Case kCases[] = {
+        {"8 bits", [](HostileTiff& t) { t.Set(tag::kBits, HostileTiff::kShort, {8}); }, "has 8 bits a pixel"},
+        {"65535 samples of 65535 bits",
+         [](HostileTiff& t) {
+             t.Set(tag::kBits, HostileTiff::kShort, {65535});
+             t.Set(tag::kSamples, HostileTiff::kShort, {65535});
+         },
+         ""},
+        {"three colours", [](HostileTiff& t) { t.Set(tag::kSamples, HostileTiff::kShort, {3}); },
+         "has 3 bits a pixel"},
+        {"a mask", [](HostileTiff& t) { t.Set(tag::kPhotometric, HostileTiff::kShort, {4}); }, "neither"},
+        {"no width", [](HostileTiff& t) { t.SetLong(tag::kWidth, 0); }, ""},
+        {"no height", [](HostileTiff& t) { t.SetLong(tag::kHeight, 0); }, ""},
+        {"too high", [](HostileTiff& t) { t.SetLong(tag::kHeight, 2'000'000); }, "none to be read"},
+        {"too large",
+         [](HostileTiff& t) {
+             t.SetLong(tag::kWidth, 1'000'000);
+             t.SetLong(tag::kHeight, 1'000'000);
+         },
+         "none to be read"},
+        {"rows that are not there", [](HostileTiff& t) { t.SetLong(tag::kHeight, 4000); }, "row "},
+        {"tiles",
+         [](HostileTiff& t) {
+             t.SetLong(tag::kTileWidth, 16);
+             t.SetLong(tag::kTileLength, 16);
+             t.SetLong(tag::kTileOffsets, 8);
+             t.SetLong(tag::kTileByteCounts, 32);
+         },
+         ""},
+    };
+    for (const Case& c : kCases) {
+        SCOPED_TRACE(c.name);
+        HostileTiff tiff(100, 40, 8);
+        pages::PageIn in;
+        ASSERT_EQ(pages::read_page(scratch.Write("page.tif", tiff.Bytes()), in), "");
+        c.damage(tiff);
+        const std::string error = pages::read_page(scratch.Write("page.tif", tiff.Bytes()), in);
+        EXPECT_NE(error, "");
+        EXPECT_NE(error.find(c.words), std::string::npos) << error;
+        EXPECT_EQ(error.find('\n'), std::string::npos) << error;
+        EXPECT_TRUE(in.page.rows.empty());
+    }
+    // A dot a centimetre.
+    HostileTiff metric(100, 40, 8);
+    metric.Set(tag::kXResolution, HostileTiff::kRational, {400, 1});
+    metric.Set(tag::kYResolution, HostileTiff::kRational, {0, 1});
+    metric.Set(tag::kResolutionUnit, HostileTiff::kShort, {3});
+    pages::PageIn in;
+    ASSERT_EQ(pages::read_page(scratch.Write("page.tif", metric.Bytes()), in), "");
+    EXPECT_EQ(in.dpi_x, 1016);
+    EXPECT_EQ(in.dpi_y, 0);
+}
+
+// Each cut loses rows or tags; each byte set to two other values gives a page or words.
+TEST(PageIn, AnyDamageOfATiffIsAPageOrWords)
+{
+    const ScratchDirectory scratch;
+    pages::PageIn in;
+    const std::string whole = HostileTiff(70, 12, 4).Bytes();
+    ASSERT_EQ(pages::read_page(scratch.Write("page.tif", whole), in), "");
+    for (std::size_t cut = 0; cut < whole.size(); ++cut)
+        EXPECT_NE(pages::read_page(scratch.Write("page.tif", whole.substr(0, cut)), in), "") << cut;
+
+    const std::string path = scratch.File("page.tif");
+    ASSERT_EQ(
+        pages::write_tiff(path, pages::draw_page({pages::Draw::Line, 70, 12, 100, 100, 1}),
+                          {pages::Photometric::MinIsWhite, pages::Compression::Group4, 0, 100, 100, "Name"}),
+        "");
+    std::ifstream file(path, std::ios::binary);
+    const std::string good(std::istreambuf_iterator<char>(file), {});
+    for (std::size_t i = 0; i < good.size(); ++i)
+        for (const char value : {'\0', '\xff'}) {
+            std::string bad = good;
+            bad[i] = value;
+            const std::string error = pages::read_page(scratch.Write("page.tif", bad), in);
+            EXPECT_EQ(error.empty(), !in.page.rows.empty());
+        }
+}
+
+TEST(PageIn, ReadsPbmAndRefusesWhatIsNone)
+{
+    const ScratchDirectory scratch;
+    struct Case {
+        std::string bytes;
+        const char* words; // empty: a page of two rows, x..x......x and ...........x
+    };
+    const Case kCases[] = {
+        {"P4\n11 2\n\x90\x3f\0\x3f"s, ""}, // bits behind the width count for nothing
+        {"P4#\n11#\n2#\n\x90\x20\0\x20"s, ""},
+        {"P4 # wide\n #\n11\t2 \x90\x20\0\x20\n and more"s, ""},
+        {"P1\n11 2\n1001000000 1\n0 0 0 0 0 0 0 0 0 0 "s, "ends before"},
+        {"P1\n11 2\n1001000000 1\n0 0 0 0 0 0 0 0 0 0 1"s, ""},
+        {"P1\n11 2\n1001000000 1\n0 0 0 0 0 0 0 0 0 0 2"s, "neither 0 nor 1 in row 1"},
+        {"P4\n11 2\n\x90\x20\0"s, "ends before"},
+        {"P4\n11 2"s, "no PBM size"},
+        {"P4\n-11 2\n"s, "no PBM size"},
+        {"P4\n0 2\n"s, "none to be read"},
+        {"P4\n99999999999999999999 2\n"s, "no PBM size"},
+        {"P4\n1000000 1000000\n"s, "none to be read"},
+        {"P4\n1000000 8000\n1"s, "ends before"},
+        {"P5\n1 1\n255\n1"s, "neither TIFF nor PBM"},
+        {"P"s, "neither TIFF nor PBM"},
+        {""s, "neither TIFF nor PBM"},
+        {"P4 #"s, "no PBM size"},
+    };
+    for (const Case& c : kCases) {
+        SCOPED_TRACE(c.bytes);
+        pages::PageIn in;
+        const std::string error = pages::read_page(scratch.Write("page", c.bytes), in);
+        EXPECT_EQ(error.empty(), *c.words == '\0') << error;
+        EXPECT_NE(error.find(c.words), std::string::npos) << error;
+        const std::vector<uint8_t> rows{0x90, 0x20, 0, 0x20};
+        EXPECT_EQ(in.page.rows, error.empty() ? rows : std::vector<uint8_t>());
+    }
+    pages::PageIn in;
+    EXPECT_NE(pages::read_page(scratch.Path(), in), "");
+    EXPECT_EQ(pages::read_page(scratch.File("none"), in), "No such file or directory");
+}
+
+} // namespace

@@ -1,0 +1,120 @@
+// The header comes from the library's own writer. The raster goes to the file in pieces of some rows.
+
+#include "pagefile.h"
+
+#include "begunfile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+namespace pages
+{
+namespace
+{
+
+constexpr RasterName kRasters[] = {
+    {Raster::Plain, "plain", "a page file of packed rows"},
+    {Raster::Squeeze, "squeeze", "a page file of runs told from the row above"},
+};
+
+int32_t compression_of(Raster raster)
+{
+    switch (raster) {
+    case Raster::Plain: return FAXHEADER_UNCOMPRESSED;
+    case Raster::Squeeze: break;
+    }
+    return FAXHEADER_SQUEEZE;
+}
+
+bool write_bytes(FILE* file, const std::vector<uint8_t>& bytes)
+{
+    return std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+}
+
+bool write_raster(FILE* file, const Bitmap& page, const PageFileOptions& options)
+{
+    constexpr std::size_t kPieceBytes = 1 << 16;
+    SqueezeEncoder squeeze(page.row_bytes, options.raw_rows);
+    std::vector<uint8_t> piece;
+    for (int y = 0; y < page.height; ++y) {
+        const uint8_t* const row = page.row(y);
+        switch (options.raster) {
+        case Raster::Plain: piece.insert(piece.end(), row, row + page.row_bytes); break;
+        case Raster::Squeeze: squeeze.add_row(row, piece); break;
+        }
+        if (piece.size() >= kPieceBytes) {
+            if (!write_bytes(file, piece))
+                return false;
+            piece.clear();
+        }
+    }
+    return write_bytes(file, piece);
+}
+
+} // namespace
+
+std::span<const RasterName> raster_names()
+{
+    return kRasters;
+}
+
+bool set_text(std::span<char> field, std::string_view text)
+{
+    const bool fits = text.size() < field.size();
+    if (!fits || text.find_first_of(std::string_view("\n\r\0", 3)) != std::string_view::npos)
+        return false;
+    std::fill(std::copy(text.begin(), text.end(), field.begin()), field.end(), '\0');
+    return true;
+}
+
+FAXHeader usual_header()
+{
+    FAXHeader header{};
+    header.FaxHeaderVersion = 3;
+    header.HeaderSize = FAXHEADER_BYTES;
+    set_text(header.JobName, "Test");
+    set_text(header.Creator, "makepage");
+    header.PageNumber = 1;
+    header.NumberOfPages = 1;
+    header.CreateTime.tm_year = 2020 - 1900;
+    header.CreateTime.tm_mday = 1;
+    header.CreateTime.tm_hour = 12;
+    header.ResolutionMultiplier = 1;
+    return header;
+}
+
+std::string write_page_file(const std::string& path, const Bitmap& page, const PageFileOptions& options)
+{
+    FAXHeader header = options.header;
+    if (header.HeaderSize > kMaxHeaderBytes)
+        return "a header of more than " + std::to_string(kMaxHeaderBytes >> 20) + " MB";
+    header.ImageWidth = header.DataWidth = static_cast<uint32_t>(page.width);
+    header.ImageHeight = static_cast<uint32_t>(page.height);
+    header.Compression = compression_of(options.raster);
+    std::vector<char> text(std::size_t{header.HeaderSize} + 1);
+    const char* error = "";
+    constexpr int32_t kPad = 1;
+    if (createFaxHeader(text.data(), header.HeaderSize, &header, kPad, &error) !=
+        static_cast<int32_t>(header.HeaderSize))
+        return error;
+
+    FILE* const file = std::fopen(path.c_str(), "wb");
+    if (file == nullptr)
+        return std::strerror(errno);
+    errno = 0;
+    const bool written = std::fwrite(text.data(), 1, header.HeaderSize, file) == header.HeaderSize &&
+                         write_raster(file, page, options);
+    const int write_error = errno;
+    const bool closed = std::fclose(file) == 0;
+    if (written && closed)
+        return {};
+    const int cause = written ? errno : write_error;
+    remove_begun_file(path);
+    return cause == 0 ? "cannot be written" : std::strerror(cause);
+}
+
+} // namespace pages
