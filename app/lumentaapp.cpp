@@ -6,6 +6,9 @@
 #include "app/mainfrm.h"
 #include "app/resources.h"
 #include "app/usermsg.h"
+#include "platform/log.h"
+
+#include <kesterlib/callback.h>
 
 namespace
 {
@@ -30,6 +33,7 @@ CLumentaApp::CLumentaApp() : CWinApp(kLumentaResources) {}
 // here.
 bool CLumentaApp::InitInstance()
 {
+    set_debug_message_sink(OutputDebugStringA);
     SetRegistryKey("Vestrel");
     LoadStdProfileSettings(kRecentFiles);
     AddDocTemplate(std::make_unique<CSingleDocTemplate>(kFrameResource, CLumentaDoc::classRecord,

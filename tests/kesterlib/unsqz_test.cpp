@@ -449,6 +449,24 @@ TEST(Unsqz, OpensOnlyWhatItHasMemoryFor)
                 "Assertion f failed;\na FILE must be supplied");
 }
 
+TEST(Unsqz, AsksForItsInputWhenItNeedsIt)
+{
+    const Bytes stream(1200, 0x40); // a blank row a byte
+    ChunkBlock block;
+    block.SetInput(stream);
+    UNCOMP* const frame = Unsqz_Open_Callback(block, 80, 10, nullptr);
+    EXPECT_EQ(block.reads, 1);
+    EXPECT_EQ(block.asked, 512u);
+    // The window holds two bytes more than the rows so far have used.
+    Bytes rows(5120);
+    EXPECT_EQ(Unsqz_Decode(frame, 510, rows.data(), 10), 510);
+    EXPECT_EQ(block.reads, 1);
+    EXPECT_EQ(Unsqz_Decode(frame, 1, rows.data(), 10), 1);
+    EXPECT_EQ(block.reads, 2);
+    EXPECT_EQ(block.asked, 1024u);
+    Uncomp_Free(frame);
+}
+
 TEST(Unsqz, WritesNoMoreThanTheStrideOfACodedRow)
 {
     const Bytes page(20, 0xFF);
