@@ -10,19 +10,25 @@ void* AllocateOrNull(size_t bytes, const char*)
 }
 } // namespace
 
-callback_block* MakeDecoderBlock(FILE* file)
+DecoderBlock::~DecoderBlock()
 {
-    callback_block* const block = make_unix_callback_block();
-    set_callback_slot(CALLBACK_FILE, block, reinterpret_cast<callback_slot_value>(file));
-    set_callback_slot(CALLBACK_ALLOCATE, block, reinterpret_cast<callback_slot_value>(AllocateOrNull));
-    return block;
+    if (!m_pBlock)
+        return;
+    // An allocation that failed counts as one that was never released, which would be reported.
+    m_pBlock->allocation_count = m_pBlock->deallocation_count;
+    dispose_callback_block(m_pBlock);
 }
 
-void DisposeDecoderBlock(callback_block* block)
+callback_block* DecoderBlock::Over(FILE* file)
 {
-    if (!block)
-        return;
-    // A failed allocation counts as one that was never released, which would be reported.
-    block->allocation_count = block->deallocation_count;
-    dispose_callback_block(block);
+    if (!m_pBlock) {
+        m_pBlock = static_cast<callback_block*>(std::malloc(sizeof(callback_block))); // disposing frees it
+        if (!m_pBlock)
+            return nullptr;
+        fill_void_callback_block(m_pBlock);
+        fill_unix_callback_block(m_pBlock);
+        set_callback_slot(CALLBACK_ALLOCATE, m_pBlock, reinterpret_cast<callback_slot_value>(AllocateOrNull));
+    }
+    set_callback_slot(CALLBACK_FILE, m_pBlock, reinterpret_cast<callback_slot_value>(file));
+    return m_pBlock;
 }

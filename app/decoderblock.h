@@ -4,7 +4,19 @@
 #include <cstdio>
 #include <kesterlib/callback.h>
 
-// A block over a stream, which stays the caller's. Without memory for a decoder its open gives null, where
-// the library's own blocks would end the program. The caller disposes of it when the decoder is gone.
-callback_block* MakeDecoderBlock(FILE* file);
-void DisposeDecoderBlock(callback_block* block); // null is ignored
+// A callback block. Where there is no memory, for it or for a decoder, the decoder's open gives null; the
+// library's own blocks would end the program. Must outlive the decoder.
+class DecoderBlock
+{
+public:
+    DecoderBlock() = default;
+    ~DecoderBlock();
+    DecoderBlock(const DecoderBlock&) = delete;
+    DecoderBlock& operator=(const DecoderBlock&) = delete;
+
+    // The block, with a stream that stays the caller's; null without memory.
+    callback_block* Over(FILE* file);
+
+private:
+    callback_block* m_pBlock = nullptr; // made when it is first asked for
+};

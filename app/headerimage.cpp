@@ -9,7 +9,7 @@
 namespace
 {
 constexpr uint32_t kLargestSide = 0x7ffffff7; // with room for rounding up
-constexpr int32_t kUsualDataOffset = FAXHEADER_BYTES;
+constexpr int64_t kUsualDataOffset = FAXHEADER_BYTES;
 
 int32_t DotsPerInch(uint32_t resolution, uint32_t multiplier)
 {
@@ -20,6 +20,12 @@ int32_t DotsPerInch(uint32_t resolution, uint32_t multiplier)
 } // namespace
 
 const CRuntimeClass HeaderImage::classRecord{"HeaderImage", &Image::classRecord, nullptr};
+
+HeaderImage::~HeaderImage()
+{
+    if (File)
+        fclose(File);
+}
 
 int HeaderImage::Fail(const char* words)
 {
@@ -64,7 +70,7 @@ bool HeaderImage::TakeHeader()
     BytesPerRow = (Width + 7) / 8;
     BitsPerPixel = 1;
     MinIsBlack = m_kind.min_is_black;
-    DataOffset = static_cast<int32_t>(header.HeaderSize);
+    DataOffset = header.HeaderSize;
     XDpi = DotsPerInch(header.XResolution, header.ResolutionMultiplier);
     YDpi = DotsPerInch(header.YResolution, header.ResolutionMultiplier);
     Name = FormatPageLabel(header.JobName, header.PageNumber, header.Layer);

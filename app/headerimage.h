@@ -14,9 +14,8 @@ public:
 
     int Open(const CString& path) override;
     int Close() override;
-    // stride must be BytesPerRow at least.
     int ReadRows(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
-    // rowBytes must be BytesPerRow at least; what is behind the row becomes 0.
+    // What is behind the row in rowBytes becomes 0.
     int ReadRow(uint8_t* buffer, int32_t rowBytes) override;
     int Rewind() override;
     int IsValid() override;
@@ -30,6 +29,7 @@ protected:
         const char* read_error;
     };
     explicit HeaderImage(const Kind& kind) : m_kind(kind) {}
+    ~HeaderImage() override; // a class that has a decoder ends it before
 
     // A decoder of the raster from the stream's position on; false where none could be made.
     virtual bool StartDecoder() = 0;
@@ -40,11 +40,11 @@ protected:
     // Makes firstRow the next row; false where its place cannot be reached. Where the rows before it come to
     // an end, there are no next rows. The buffer is scratch space for count rows.
     virtual bool GoToRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) = 0;
-    // Whether the caller's memory for a row will do.
-    virtual bool HasRoom(int32_t row_bytes) const { return row_bytes >= BytesPerRow; }
+    // Whether the caller's memory for a row will do; a row that is larger is cut.
+    virtual bool HasRoom(int32_t row_bytes) const { return row_bytes >= 0; }
 
     FILE* File = nullptr;      // null while closed
-    int32_t DataOffset = 4096; // of the raster in the file
+    int64_t DataOffset = 4096; // of the raster in the file
 
 private:
     int Fail(const char* words);

@@ -2,6 +2,8 @@
 #include "app/lumentadoc.h"
 
 #include "app/commandline.h"
+#include "app/group4image.h"
+#include "app/jbigimage.h"
 #include "app/sqzimage.h"
 #include "app/sqznoneimage.h"
 #include "app/tifimage.h"
@@ -31,9 +33,8 @@ std::unique_ptr<Image> MakeImage()
     return std::make_unique<T>();
 }
 constexpr ImageFactory kImageClasses[] = {
-    MakeImage<SqzImage>,
-    MakeImage<SqzNoneImage>,
-    MakeImage<TIFFImage>,
+    MakeImage<SqzImage>,     MakeImage<JBIGImage>, MakeImage<Group4Image>,
+    MakeImage<SqzNoneImage>, MakeImage<TIFFImage>,
 };
 
 void TellMainWindow(UINT message, int first, int second)

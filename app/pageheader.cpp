@@ -39,7 +39,8 @@ CFile OpenForHeader(const CString& path)
         if (failure.m_cause != CFileException::fileNotFound)
             throw;
     }
-    return CFile{path, CFile::modeCreate | CFile::modeWrite | CFile::shareDenyNone};
+    // Kept, even so: another program may have made it since.
+    return CFile{path, CFile::modeCreate | CFile::modeNoTruncate | CFile::modeWrite | CFile::shareDenyNone};
 }
 } // namespace
 

@@ -1,7 +1,5 @@
 #include "app/runimage.h"
 
-#include "app/decoderblock.h"
-
 #include <algorithm>
 #include <cstring>
 
@@ -9,8 +7,7 @@ const CRuntimeClass RunImage::classRecord{"RunImage", &HeaderImage::classRecord,
 
 bool RunImage::StartDecoder()
 {
-    m_pBlock = MakeDecoderBlock(File);
-    Decoder = m_codec.open(m_pBlock, Width, BytesPerRow, nullptr);
+    Decoder = m_codec.open(m_block.Over(File), Width, BytesPerRow, nullptr);
     return HasDecoder();
 }
 
@@ -19,8 +16,6 @@ void RunImage::EndDecoder()
     if (Decoder)
         Uncomp_Free(Decoder);
     Decoder = nullptr;
-    DisposeDecoderBlock(m_pBlock);
-    m_pBlock = nullptr;
 }
 
 int32_t RunImage::DecodeRows(uint8_t* buffer, int32_t stride, int32_t count)
@@ -38,7 +33,7 @@ bool RunImage::GoToRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_
 {
     if (firstRow < CurrentRow + 1)
         Rewind();
-    while (Decoder && CurrentRow < firstRow - 1) {
+    while (Decoder && CurrentRow + 1 < firstRow) {
         const int32_t batch = std::min(firstRow - 1 - CurrentRow, count);
         const int32_t passed = m_codec.decode(Decoder, batch, buffer, stride);
         CurrentRow += passed;

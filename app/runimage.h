@@ -1,6 +1,7 @@
 // Pages whose rows come from a run decoder of the codec library.
 #pragma once
 
+#include "app/decoderblock.h"
 #include "app/headerimage.h"
 
 #include <kesterlib/uncompress.h>
@@ -18,6 +19,7 @@ protected:
         int32_t (*decode)(UNCOMP* frame, int32_t rows, uint8_t* buffer, int32_t stride);
     };
     RunImage(const Kind& kind, const Codec& codec) : HeaderImage(kind), m_codec(codec) {}
+    ~RunImage() override { RunImage::EndDecoder(); }
 
     bool StartDecoder() override;
     void EndDecoder() override;
@@ -29,5 +31,5 @@ protected:
 
 private:
     const Codec& m_codec;
-    callback_block* m_pBlock = nullptr; // what the decoder reads and allocates through
+    DecoderBlock m_block; // what the decoder reads and allocates through
 };

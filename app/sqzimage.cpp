@@ -8,8 +8,3 @@ const CRuntimeClass SqzImage::classRecord{"SqzImage", &RunImage::classRecord, Cr
 const HeaderImage::Kind SqzImage::kKind{FAXHEADER_SQUEEZE, 0, "Not Squeeze compressed file",
                                         "Invalid Squeeze object", "Squeeze decode error"};
 const RunImage::Codec SqzImage::kCodec{Unsqz_Open_Callback, Unsqz_Decode};
-
-SqzImage::~SqzImage()
-{
-    SqzImage::Close();
-}

@@ -10,7 +10,9 @@ public:
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     SqzImage() : RunImage(kKind, kCodec) {}
-    ~SqzImage() override;
+
+protected:
+    bool HasRoom(int32_t row_bytes) const override { return row_bytes >= BytesPerRow; } // raw rows come whole
 
 private:
     static const Kind kKind;

@@ -8,11 +8,6 @@ const CRuntimeClass SqzNoneImage::classRecord{"SqzNoneImage", &HeaderImage::clas
 const HeaderImage::Kind SqzNoneImage::kKind{FAXHEADER_UNCOMPRESSED, 0, "Not Squeeze uncompressed file",
                                             "Invalid Squeeze object", "Squeeze file read error"};
 
-SqzNoneImage::~SqzNoneImage()
-{
-    SqzNoneImage::Close();
-}
-
 int32_t SqzNoneImage::DecodeRows(uint8_t* buffer, int32_t stride, int32_t count)
 {
     return static_cast<int32_t>(fread(buffer, static_cast<size_t>(stride), static_cast<size_t>(count), File));

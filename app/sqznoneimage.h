@@ -10,7 +10,6 @@ public:
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     SqzNoneImage() : HeaderImage(kKind) {}
-    ~SqzNoneImage() override;
 
     // rowBytes and stride are the size of a row in the file as well, so other values than BytesPerRow read
     // other rows. ReadRows goes straight to its place, and leaves in CurrentRow the number of rows read so

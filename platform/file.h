@@ -36,8 +36,9 @@ public:
         modeRead = 0,
         modeWrite = 1,
         modeReadWrite = 2,
-        shareDenyNone = 0x40, // always so here: no other program is kept out
-        modeCreate = 0x1000,  // makes the file, or empties the one that is there; with a mode that writes
+        shareDenyNone = 0x40,    // always so here: no other program is kept out
+        modeCreate = 0x1000,     // makes the file, or empties the one that is there; with a mode that writes
+        modeNoTruncate = 0x2000, // with modeCreate: what is there stays
     };
 
     CFile(const CString& path, UINT flags); // at offset 0

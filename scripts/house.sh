@@ -101,7 +101,8 @@ tr '\n' '\0' <"$scratch/files" | xargs -0 stat -c '%s %n' -- |
 
 # Papers and places that whoever reads the tree does not have. DEVELOPERS.md says where the papers are. The letter
 # in brackets keeps this file from finding itself.
-papers='\b[s]pec(s|ification|ifications)?\b|\b[p]arts? [0-9]+\.[0-9]|\b[s]ections? [0-9]|\b[s]ubsystem [0-9]'
+# ("BIH " before the first word is a text of the program's own.)
+papers='((^|[^H]) |^|[^ A-Za-z0-9_])[s]pec(s|ification|ifications)?\b|\b[p]arts? [0-9]+\.[0-9]|\b[s]ections? [0-9]|\b[s]ubsystem [0-9]'
 papers+='|\b[i]ssue #?[0-9]'
 places='(^|[^A-Za-z0-9_.])/([w]ork|[f]arm|[r]oot|[U]sers)/|(^|[^A-Za-z0-9_.])/[h]ome/[a-z]'
 places+='|https?://(deb|registry|security|mirror)[.]'

@@ -19,14 +19,14 @@ packages_of()
       ;;
     test)
       packages_of display
-      echo libgtest-dev libgmock-dev libtiff-tools poppler-utils fonts-dejavu-core git
+      echo libgtest-dev libgmock-dev libjbig-dev libtiff-tools poppler-utils fonts-dejavu-core git
       ;;
     check)
       echo clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev llvm-14 shellcheck git
       ;;
     bench)
       packages_of display
-      echo libbenchmark-dev fonts-dejavu-core
+      echo libbenchmark-dev libjbig-dev fonts-dejavu-core
       ;;
     *)
       echo "packages: no group '$group' (run build display test check bench)" >&2

@@ -50,8 +50,7 @@ struct Request {
     std::string error;              // the first one
 };
 
-// ---- What the handlers are made of
-// --------------------------------------------------------------------------
+// ---- What the handlers are made of ----
 
 template <typename Number>
 Number number_in(std::string_view option, std::string_view text, Number least, Number most)
@@ -157,11 +156,10 @@ void add_destination(Request& request, std::string_view option, std::string_view
     ++header.NumDestinations;
 }
 
-// ---- The options
-// --------------------------------------------------------------------------------------------
+// ---- The options ----
 
 // What a page must be, or be written as, for an option to mean anything.
-enum class Of { Any, Drawn, Tiff, PageFile, Squeeze };
+enum class Of { Any, Drawn, Tiff, PageFile, Squeeze, Jbig };
 
 struct Option {
     Of of;
@@ -192,7 +190,7 @@ constexpr Option kOptions[] = {
      [](Request& r, View option, View text) { r.page.seed = number_of<uint64_t>(option, text); }},
 
     {Of::Any, 0, "", "The file:", nullptr},
-    {Of::Any, 1, "--kind", "tiff, squeeze or plain (tiff)", set_kind},
+    {Of::Any, 1, "--kind", "tiff, plain, squeeze, group4 or jbig (tiff)", set_kind},
 
     {Of::Any, 0, "", "Of a TIFF file:", nullptr},
     {Of::Tiff, 1, "--photometric",
@@ -211,7 +209,7 @@ constexpr Option kOptions[] = {
     {Of::Tiff, 1, "--name", "document name (none)",
      [](Request& r, View, View text) { r.tiff.document_name = text; }},
 
-    {Of::Any, 0, "", "Of a page file, kinds squeeze and plain:", nullptr},
+    {Of::Any, 0, "", "Of a page file, all other kinds:", nullptr},
     {Of::PageFile, 1, "--job", "job name (Test)",
      [](Request& r, View option, View text) { text_into(r.page_file.header.JobName, option, text); }},
     {Of::PageFile, 1, "--page", "page number (1)",
@@ -267,10 +265,15 @@ constexpr Option kOptions[] = {
                                                     {"always", pages::RawRows::Always}};
          r.page_file.raw_rows = word_of(option, text, kWords);
      }},
+    {Of::Jbig, 1, "--stripe", "rows of a stripe (128); of kind jbig",
+     [](Request& r, View option, View text) {
+         r.page_file.jbig.stripe_rows = number_in<uint32_t>(option, text, 1, UINT32_MAX);
+     }},
+    {Of::Jbig, 0, "--reset", "each stripe starts with fresh contexts; of kind jbig",
+     [](Request& r, View, View) { r.page_file.jbig.stripe_end = pages::StripeEnd::ResetContexts; }},
 };
 
-// ---- The parser's table
-// -------------------------------------------------------------------------------------
+// ---- The parser's table ----
 
 Request* g_request = nullptr; // where the handlers put what they are given: the parser hands them texts only
 
@@ -332,8 +335,7 @@ void show_help()
         "\nExit status: 0 written, 1 not written, 2 bad usage.\n");
 }
 
-// ---- From arguments to a request
-// ----------------------------------------------------------------------------
+// ---- From arguments to a request ----
 
 const Option* option_of(std::string_view word)
 {
@@ -375,6 +377,7 @@ Request parse(char** first, char** last)
 void judge_options(const Request& request)
 {
     const bool squeeze = request.raster == pages::Raster::Squeeze;
+    const bool jbig = request.raster == pages::Raster::Jbig;
     for (const std::size_t index : request.given) {
         const Option& option = kOptions[index];
         const char* missing = nullptr;
@@ -382,8 +385,9 @@ void judge_options(const Request& request)
         case Of::Any: break;
         case Of::Drawn: missing = request.draw ? nullptr : "--draw"; break;
         case Of::Tiff: missing = request.raster ? "--kind tiff" : nullptr; break;
-        case Of::PageFile: missing = request.raster ? nullptr : "--kind squeeze or plain"; break;
+        case Of::PageFile: missing = request.raster ? nullptr : "a page file's --kind"; break;
         case Of::Squeeze: missing = squeeze ? nullptr : "--kind squeeze"; break;
+        case Of::Jbig: missing = jbig ? nullptr : "--kind jbig"; break;
         }
         if (missing != nullptr)
             throw UsageError{std::string(option.name) + " goes with " + missing + " only"};
@@ -419,8 +423,7 @@ void judge_drawing(const Request& request)
         throw UsageError{"group3 and group4 hold pages of 1 bit only"};
 }
 
-// ---- From a request to a file
-// -------------------------------------------------------------------------------
+// ---- From a request to a file ----
 
 std::string write_page(const Request& request, const pages::Bitmap& page, int dpi_x, int dpi_y)
 {

@@ -3,12 +3,13 @@
 #include "pagefile.h"
 
 #include "begunfile.h"
+#include "tiffout.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <memory>
+#include <utility>
 #include <vector>
 
 namespace pages
@@ -19,15 +20,19 @@ namespace
 constexpr RasterName kRasters[] = {
     {Raster::Plain, "plain", "a page file of packed rows"},
     {Raster::Squeeze, "squeeze", "a page file of runs told from the row above"},
+    {Raster::Group4, "group4", "a page file in the code of facsimile group 4"},
+    {Raster::Jbig, "jbig", "a page file in JBIG, its pixels coded one by one"},
 };
 
 int32_t compression_of(Raster raster)
 {
     switch (raster) {
     case Raster::Plain: return FAXHEADER_UNCOMPRESSED;
-    case Raster::Squeeze: break;
+    case Raster::Squeeze: return FAXHEADER_SQUEEZE;
+    case Raster::Group4: return FAXHEADER_GROUP4;
+    case Raster::Jbig: break;
     }
-    return FAXHEADER_SQUEEZE;
+    return FAXHEADER_JBIG;
 }
 
 bool write_bytes(FILE* file, const std::vector<uint8_t>& bytes)
@@ -35,16 +40,19 @@ bool write_bytes(FILE* file, const std::vector<uint8_t>& bytes)
     return std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
 }
 
-bool write_raster(FILE* file, const Bitmap& page, const PageFileOptions& options)
+// piece: what of the raster is coded already.
+bool write_raster(FILE* file, const Bitmap& page, const PageFileOptions& options, std::vector<uint8_t> piece)
 {
     constexpr std::size_t kPieceBytes = 1 << 16;
     SqueezeEncoder squeeze(page.row_bytes, options.raw_rows);
-    std::vector<uint8_t> piece;
+    JbigEncoder jbig(page.width, page.height, options.jbig);
     for (int y = 0; y < page.height; ++y) {
         const uint8_t* const row = page.row(y);
         switch (options.raster) {
         case Raster::Plain: piece.insert(piece.end(), row, row + page.row_bytes); break;
         case Raster::Squeeze: squeeze.add_row(row, piece); break;
+        case Raster::Group4: break;
+        case Raster::Jbig: jbig.add_row(row, piece); break;
         }
         if (piece.size() >= kPieceBytes) {
             if (!write_bytes(file, piece))
@@ -101,13 +109,17 @@ std::string write_page_file(const std::string& path, const Bitmap& page, const P
     if (createFaxHeader(text.data(), header.HeaderSize, &header, kPad, &error) !=
         static_cast<int32_t>(header.HeaderSize))
         return error;
+    std::vector<uint8_t> coded;
+    if (options.raster == Raster::Group4)
+        if (std::string failure = encode_group4(page, coded); !failure.empty())
+            return failure;
 
     FILE* const file = std::fopen(path.c_str(), "wb");
     if (file == nullptr)
         return std::strerror(errno);
     errno = 0;
     const bool written = std::fwrite(text.data(), 1, header.HeaderSize, file) == header.HeaderSize &&
-                         write_raster(file, page, options);
+                         write_raster(file, page, options, std::move(coded));
     const int write_error = errno;
     const bool closed = std::fclose(file) == 0;
     if (written && closed)

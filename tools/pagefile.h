@@ -1,7 +1,9 @@
 // Writes a page as a page file: a text header, and behind it the raster. Given a bitmap and what the header
-// should say; the rows are streamed, so that nothing as large as the page is allocated beside it.
+// should say. The rows are streamed, so that nothing as large as the page is allocated beside it; but a Group
+// 4 raster is coded whole, and a JBIG one a stripe at a time.
 #pragma once
 
+#include "jbigencode.h"
 #include "pages.h"
 #include "sqzencode.h"
 
@@ -16,7 +18,7 @@
 namespace pages
 {
 
-enum class Raster { Plain, Squeeze };
+enum class Raster { Plain, Squeeze, Group4, Jbig };
 
 struct RasterName {
     Raster raster;
@@ -37,6 +39,7 @@ bool set_text(std::span<char> field, std::string_view text);
 struct PageFileOptions {
     Raster raster = Raster::Squeeze;
     RawRows raw_rows = RawRows::WhereShorter; // of a Squeeze raster
+    JbigOptions jbig;                         // of a JBIG raster
 
     // Sizes of the image and Compression are filled in from the page. A reader wants 4096 bytes in all, which
     // a small page with a small HeaderSize does not have.

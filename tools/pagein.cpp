@@ -45,8 +45,7 @@ void clear_behind_width(Bitmap& page)
             page.row(y)[page.row_bytes - 1] &= static_cast<uint8_t>(0xff00 >> in_last);
 }
 
-// ---- PBM
-// ---------------------------------------------------------------------------------------------------
+// ---- PBM ----------------------------------------------------------------------------------------------
 
 bool is_space(int character)
 {
@@ -69,12 +68,13 @@ std::optional<int> head_number(FILE* file)
     int next = head_character(file);
     while (is_space(next))
         next = head_character(file);
-    int value = 0, digits = 0;
-    for (; next >= '0' && next <= '9' && value <= kMaxSide; next = head_character(file), ++digits)
-        value = value * 10 + (next - '0');
+    int64_t value = 0;
+    int digits = 0;
+    for (; next >= '0' && next <= '9'; next = head_character(file), ++digits)
+        value = std::min<int64_t>(value * 10 + (next - '0'), INT32_MAX); // far above any side that is read
     if (digits == 0 || !is_space(next))
         return {};
-    return value;
+    return static_cast<int>(value);
 }
 
 std::string read_packed_rows(FILE* file, Bitmap& page)
@@ -123,8 +123,7 @@ std::string read_pbm(FILE* file, bool packed, Bitmap& page)
     return packed ? read_packed_rows(file, page) : read_digit_rows(file, page);
 }
 
-// ---- TIFF
-// --------------------------------------------------------------------------------------------------
+// ---- TIFF ---------------------------------------------------------------------------------------------
 
 struct TiffCloser {
     void operator()(TIFF* file) const { TIFFClose(file); }

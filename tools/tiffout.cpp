@@ -1,4 +1,5 @@
-// Through libtiff, a scanline at a time. A file that could not be written whole is taken away again.
+// Through libtiff, a scanline at a time. A file that could not be written whole is taken away again. A stream
+// without a file is the only strip of a file in memory.
 
 #include "tiffout.h"
 
@@ -100,6 +101,18 @@ bool write_rows(TIFF* file, const Rows& page)
     return true;
 }
 
+using OpenOptions = std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)>;
+
+// What libtiff says goes to `error`, the first message only.
+OpenOptions options_with(std::string& error)
+{
+    OpenOptions how(TIFFOpenOptionsAlloc(), &TIFFOpenOptionsFree);
+    TIFFOpenOptionsSetErrorHandlerExtR(how.get(), keep_error, &error);
+    TIFFOpenOptionsSetWarningHandlerExtR(
+        how.get(), [](TIFF*, void*, const char*, const char*, va_list) { return 1; }, nullptr);
+    return how;
+}
+
 std::string write_rows_to(const std::string& path, const Rows& page, const TiffOptions& options)
 {
     if (page.bits != 1 &&
@@ -109,11 +122,7 @@ std::string write_rows_to(const std::string& path, const Rows& page, const TiffO
         return "this libtiff was built without the compression";
 
     std::string error;
-    const std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)> how(TIFFOpenOptionsAlloc(),
-                                                                               &TIFFOpenOptionsFree);
-    TIFFOpenOptionsSetErrorHandlerExtR(how.get(), keep_error, &error);
-    TIFFOpenOptionsSetWarningHandlerExtR(
-        how.get(), [](TIFF*, void*, const char*, const char*, va_list) { return 1; }, nullptr);
+    const OpenOptions how = options_with(error);
     TIFF* const file = TIFFOpenExt(path.c_str(), "wl", how.get());
     if (file == nullptr)
         return error.empty() ? "cannot be opened" : error;
@@ -125,6 +134,42 @@ std::string write_rows_to(const std::string& path, const Rows& page, const TiffO
     remove_begun_file(path);
     return error.empty() ? "cannot be written" : error;
 }
+
+// A file in memory, as libtiff wants one.
+struct MemoryFile {
+    std::vector<uint8_t> bytes;
+    std::size_t at = 0;
+
+    static MemoryFile& of(thandle_t handle) { return *static_cast<MemoryFile*>(handle); }
+    static tmsize_t read(thandle_t handle, void* to, tmsize_t count)
+    {
+        MemoryFile& file = of(handle);
+        const std::size_t left = file.bytes.size() - std::min(file.at, file.bytes.size());
+        const std::size_t taken = std::min(static_cast<std::size_t>(count), left);
+        std::copy_n(file.bytes.begin() + static_cast<std::ptrdiff_t>(file.at), taken,
+                    static_cast<uint8_t*>(to));
+        file.at += taken;
+        return static_cast<tmsize_t>(taken);
+    }
+    static tmsize_t write(thandle_t handle, void* from, tmsize_t count)
+    {
+        MemoryFile& file = of(handle);
+        const std::size_t end = file.at + static_cast<std::size_t>(count);
+        if (file.bytes.size() < end)
+            file.bytes.resize(end);
+        std::copy_n(static_cast<const uint8_t*>(from), count,
+                    file.bytes.begin() + static_cast<std::ptrdiff_t>(file.at));
+        file.at = end;
+        return count;
+    }
+    static toff_t seek(thandle_t handle, toff_t to, int from)
+    {
+        MemoryFile& file = of(handle);
+        file.at = to + (from == SEEK_CUR ? file.at : from == SEEK_END ? file.bytes.size() : 0);
+        return file.at;
+    }
+    static toff_t size(thandle_t handle) { return of(handle).bytes.size(); }
+};
 
 } // namespace
 
@@ -147,6 +192,29 @@ std::string write_tiff(const std::string& path, const GreyMap& page, const TiffO
                          {page.width, page.height, 8, static_cast<std::size_t>(page.width), page.rows.data(),
                           options.photometric == Photometric::MinIsWhite},
                          options);
+}
+
+std::string encode_group4(const Bitmap& page, std::vector<uint8_t>& stream)
+{
+    std::string error;
+    MemoryFile memory;
+    const OpenOptions how = options_with(error);
+    TIFF* const file = TIFFClientOpenExt(
+        "page", "wl", &memory, MemoryFile::read, MemoryFile::write, MemoryFile::seek,
+        [](thandle_t) { return 0; }, MemoryFile::size, nullptr, nullptr, how.get());
+    if (file == nullptr)
+        return error.empty() ? "cannot be coded" : error;
+    TiffOptions options;
+    options.compression = Compression::Group4;
+    const Rows rows{page.width, page.height, 1, page.row_bytes, page.rows.data(), false};
+    const bool good = set_tags(file, rows, options) && write_rows(file, rows) && TIFFFlushData(file) == 1;
+    const uint64_t first = TIFFGetStrileOffset(file, 0), bytes = TIFFGetStrileByteCount(file, 0);
+    TIFFClose(file);
+    if (!good || !error.empty())
+        return error.empty() ? "cannot be coded" : error;
+    const auto from = memory.bytes.begin() + static_cast<std::ptrdiff_t>(first);
+    stream.insert(stream.end(), from, from + static_cast<std::ptrdiff_t>(bytes));
+    return {};
 }
 
 } // namespace pages

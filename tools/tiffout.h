@@ -1,5 +1,6 @@
-// Writes a page as a TIFF file. Given a bitmap or a grey map and the tags it should carry; the rows are
-// streamed, so that nothing as large as the page is allocated beside it. Little-endian on every machine.
+// Writes a page as a TIFF file, or codes it as Group 4 the way one holds it. Given a bitmap or a grey map and
+// the tags it should carry; the rows are streamed, so that nothing as large as the page is allocated beside
+// it. Little-endian on every machine.
 #pragma once
 
 #include "pages.h"
@@ -34,5 +35,9 @@ struct TiffOptions {
 // then.
 std::string write_tiff(const std::string& path, const Bitmap& page, const TiffOptions& options);
 std::string write_tiff(const std::string& path, const GreyMap& page, const TiffOptions& options);
+
+// Appends the page as a stream of ITU-T T.6: white first, the first bit in the top one of a byte, and the end
+// of the block behind the last row. Empty, or one line on what failed.
+std::string encode_group4(const Bitmap& page, std::vector<uint8_t>& stream);
 
 } // namespace pages

@@ -12,6 +12,8 @@ namespace
 {
 // errno where a path leads to what is no file, directories excepted.
 constexpr int kNoRegularFile = EACCES;
+// errno of a write that takes no byte and says no more: asked again, it might do so for ever.
+constexpr int kNoProgress = EIO;
 
 // For open flags without O_CREAT the file must be there, with it may be. -1 and errno on failure.
 int OpenRegular(const CString& path, int flags)
@@ -86,7 +88,8 @@ CFileException::CFileException(int32_t os_error) : m_cause(CauseOf(os_error)), m
 CFile::CFile(const CString& path, UINT flags)
 {
     const int access = flags & modeReadWrite ? O_RDWR : flags & modeWrite ? O_WRONLY : O_RDONLY;
-    m_file = OpenRegular(path, access | (flags & modeCreate ? O_CREAT | O_TRUNC : 0));
+    const int create = flags & modeNoTruncate ? O_CREAT : O_CREAT | O_TRUNC;
+    m_file = OpenRegular(path, access | (flags & modeCreate ? create : 0));
     if (m_file < 0)
         throw CFileException(errno);
 }
@@ -122,8 +125,10 @@ void CFile::Write(const void* buffer, uint32_t bytes)
 {
     for (uint32_t done = 0; done < bytes;) {
         const ssize_t count = write(m_file, static_cast<const char*>(buffer) + done, bytes - done);
-        if (count >= 0)
+        if (count > 0)
             done += static_cast<uint32_t>(count);
+        else if (count == 0)
+            throw CFileException(kNoProgress);
         else if (errno != EINTR)
             throw CFileException(errno);
     }
@@ -195,6 +200,10 @@ private:
         while (transfer.bytes > 0) {
             const ssize_t count = transfer.writes ? write(handle, transfer.buffer, transfer.bytes)
                                                   : read(handle, transfer.buffer, transfer.bytes);
+            if (count == 0 && transfer.writes) {
+                m_last_error = kNoProgress;
+                return false;
+            }
             if (count >= 0) {
                 transfer.buffer += count;
                 transfer.bytes -= static_cast<uint32_t>(count);

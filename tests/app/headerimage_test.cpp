@@ -1,5 +1,7 @@
 // Page files with a header, as images and through the document: sound ones of every class, damaged ones, and
 // what is none.
+#include "app/group4image.h"
+#include "app/jbigimage.h"
 #include "app/lumentadoc.h"
 #include "app/sqzimage.h"
 #include "app/sqznoneimage.h"
@@ -18,6 +20,8 @@ namespace
 using Bytes = std::vector<uint8_t>;
 constexpr uint8_t kUntouched = 0xa5;
 
+enum class AtEnd { Fails, GoesOn }; // a read behind the raster; a code with an end mark has rows without end
+
 struct ImageClass {
     const char* name;
     pages::Raster raster;
@@ -25,15 +29,34 @@ struct ImageClass {
     const char* refused;
     const char* invalid;
     const char* read_error;
+    AtEnd at_end;
+    int min_is_black;
 };
+template <class T>
+std::unique_ptr<Image> Make()
+{
+    return std::make_unique<T>();
+}
 const ImageClass kClasses[] = {
-    {"Squeeze", pages::Raster::Squeeze,
-     []() -> std::unique_ptr<Image> { return std::make_unique<SqzImage>(); }, "Not Squeeze compressed file",
-     "Invalid Squeeze object", "Squeeze decode error"},
-    {"plain", pages::Raster::Plain,
-     []() -> std::unique_ptr<Image> { return std::make_unique<SqzNoneImage>(); },
-     "Not Squeeze uncompressed file", "Invalid Squeeze object", "Squeeze file read error"},
+    {"Squeeze", pages::Raster::Squeeze, Make<SqzImage>, "Not Squeeze compressed file",
+     "Invalid Squeeze object", "Squeeze decode error", AtEnd::Fails, 0},
+    {"plain", pages::Raster::Plain, Make<SqzNoneImage>, "Not Squeeze uncompressed file",
+     "Invalid Squeeze object", "Squeeze file read error", AtEnd::Fails, 0},
+    {"Group 4", pages::Raster::Group4, Make<Group4Image>, "Not CCITT Group 4 compressed file",
+     "Invalid CCITT Group 4 object", "CCITT Group 4 decode error", AtEnd::GoesOn, 0},
+    {"JBIG", pages::Raster::Jbig, Make<JBIGImage>, "Not JBIG compressed file", "Invalid JBIG object",
+     "JBIG decode error", AtEnd::GoesOn, 1},
 };
+
+// The page's rows as the class delivers them.
+pages::Bitmap AsDelivered(pages::Bitmap page, const ImageClass& one)
+{
+    if (one.min_is_black)
+        for (int y = 0; y < page.height; ++y)
+            for (int x = 0; x < page.width; ++x)
+                page.row(y)[x / 8] ^= static_cast<uint8_t>(0x80 >> x % 8);
+    return page;
+}
 
 pages::Bitmap DrawPage(int width, int height)
 {
@@ -61,23 +84,25 @@ TEST(HeaderImage, DeliversEveryRowByEveryWay)
     const ScratchDirectory scratch;
     const std::string path = scratch.File("page.fax");
     for (const ImageClass& one : kClasses)
-        for (const int width : {1, 8, 9, 63, 700}) {
+        for (const int width : {1, 9, 64, 700}) {
             SCOPED_TRACE(testing::Message() << one.name << ", " << width << " wide");
             const int height = 40;
             const pages::Bitmap page = DrawPage(width, height);
             WritePage(path, page, one.raster);
+            const pages::Bitmap wanted = AsDelivered(page, one);
             const std::unique_ptr<Image> image = one.make();
+            ASSERT_EQ(image->MinIsBlack, one.min_is_black);
             ASSERT_EQ(image->Open(path), 1) << image->ErrorText.c_str();
             const int row_bytes = (width + 7) / 8;
             ASSERT_EQ(image->BytesPerRow, row_bytes);
             ASSERT_EQ(image->Width, width);
             ASSERT_EQ(image->Height, height);
             ASSERT_EQ(image->BitsPerPixel, 1);
-            ASSERT_EQ(image->MinIsBlack, 0);
+            ASSERT_EQ(image->MinIsBlack, one.min_is_black);
             ASSERT_EQ(image->CurrentRow, -1);
 
             const auto expect_row = [&](const uint8_t* row, int y) {
-                ASSERT_EQ(memcmp(row, page.row(y), static_cast<size_t>(row_bytes)), 0) << "row " << y;
+                ASSERT_EQ(memcmp(row, wanted.row(y), static_cast<size_t>(row_bytes)), 0) << "row " << y;
             };
             Bytes row(static_cast<size_t>(row_bytes));
             for (int pass = 0; pass < 2; ++pass) {
@@ -86,15 +111,19 @@ TEST(HeaderImage, DeliversEveryRowByEveryWay)
                     ASSERT_EQ(image->CurrentRow, y);
                     expect_row(row.data(), y);
                 }
+                // There may be more in the file than the header says, so a read gets to ask.
+                ASSERT_EQ(image->ReadRow(row.data(), row_bytes), one.at_end == AtEnd::GoesOn);
+                if (one.at_end == AtEnd::Fails) {
+                    ASSERT_STREQ(image->ErrorText.c_str(), one.read_error);
+                }
                 ASSERT_EQ(image->Rewind(), 1);
             }
 
             // Forward over a gap in batches smaller than it, back, and to the very end.
             for (const int first : {5, 30, 2, height - 3}) {
                 const int count = 3;
-                ASSERT_EQ(image->Rewind(), 1);
                 Bytes rows(static_cast<size_t>(row_bytes * count));
-                ASSERT_EQ(image->ReadRows(rows.data(), row_bytes, 2, count), count);
+                ASSERT_EQ(image->ReadRows(rows.data(), row_bytes, first % 3, count), count);
                 ASSERT_EQ(image->ReadRows(rows.data(), row_bytes, first, count), count);
                 for (int i = 0; i < count; ++i)
                     expect_row(rows.data() + i * row_bytes, first + i);
@@ -107,14 +136,28 @@ TEST(HeaderImage, ClearsWhatIsBehindARow)
     const ScratchDirectory scratch;
     const std::string path = scratch.File("page.fax");
     const pages::Bitmap page = DrawPage(70, 4);
-    WritePage(path, page, pages::Raster::Squeeze);
-    SqzImage image;
-    ASSERT_EQ(image.Open(path), 1);
-    Bytes rows(4 * 12, kUntouched);
-    ASSERT_EQ(image.ReadRows(rows.data(), 12, 0, 4), 4);
-    for (int y = 0; y < 4; ++y) {
-        EXPECT_EQ(memcmp(rows.data() + y * 12, page.row(y), 9), 0);
-        EXPECT_EQ(Bytes(rows.begin() + y * 12 + 9, rows.begin() + y * 12 + 12), Bytes(3, 0));
+    for (const ImageClass& one : kClasses) {
+        if (one.raster == pages::Raster::Plain) // another stride is another page
+            continue;
+        SCOPED_TRACE(one.name);
+        WritePage(path, page, one.raster);
+        // A text header that claims a wider page than a JBIG stream has.
+        std::string text = ReadAll(path);
+        if (one.raster == pages::Raster::Jbig)
+            text.replace(text.find("/DataWidth 70"), 13, "/DataWidth 96");
+        const std::unique_ptr<Image> image = one.make();
+        ASSERT_EQ(image->Open(scratch.Write("page.fax", text)), 1);
+        Bytes rows(4 * 14, kUntouched);
+        ASSERT_EQ(image->ReadRows(rows.data(), 14, 0, 4), 4);
+        for (int y = 0; y < 4; ++y) {
+            EXPECT_EQ(memcmp(rows.data() + y * 14, AsDelivered(page, one).row(y), 9), 0);
+            EXPECT_EQ(Bytes(rows.begin() + y * 14 + 9, rows.begin() + y * 14 + 14), Bytes(5, 0));
+        }
+        // The page is cut short while it is open: no row, and no more.
+        std::filesystem::resize_file(path, 4097);
+        const int delivered = image->ReadRows(rows.data(), 14, 0, 4);
+        EXPECT_LT(delivered, 4);
+        EXPECT_STREQ(image->ErrorText.c_str(), one.read_error);
     }
 }
 
@@ -143,12 +186,10 @@ TEST(HeaderImage, TakesItsFieldsFromTheHeader)
         header.XResolution = one.x;
         header.YResolution = one.y;
         header.HeaderSize = one.header_bytes;
-        const pages::Bitmap page = DrawPage(801, 90); // larger than 4096 bytes without its header
+        const pages::Bitmap page = DrawPage(801, 900); // larger than 4096 bytes without its header
         for (const ImageClass& image_class : kClasses) {
             SCOPED_TRACE(testing::Message() << image_class.name << ": " << one.name);
             WritePage(path, page, image_class.raster, header);
-            if (std::filesystem::file_size(path) < 4096)
-                std::filesystem::resize_file(path, 4096);
             const std::unique_ptr<Image> image = image_class.make();
             ASSERT_EQ(image->Open(path), 1) << image->ErrorText.c_str();
             EXPECT_STREQ(image->Name.c_str(), one.name);
@@ -156,8 +197,10 @@ TEST(HeaderImage, TakesItsFieldsFromTheHeader)
             EXPECT_EQ(image->YDpi, one.y_dpi);
             Bytes row(101);
             ASSERT_EQ(image->ReadRow(row.data(), 101), 1);
-            EXPECT_EQ(memcmp(row.data(), page.row(0), 101), 0) << "the raster is elsewhere";
+            EXPECT_EQ(memcmp(row.data(), AsDelivered(page, image_class).row(0), 101), 0)
+                << "the raster is elsewhere";
 
+            EXPECT_EQ(image->Close(), 1);
             EXPECT_EQ(image->Close(), 1);
             EXPECT_EQ(image->IsValid(), 0);
             EXPECT_TRUE(image->Name.IsEmpty() && image->Path.IsEmpty());
@@ -201,7 +244,7 @@ TEST(HeaderImage, RefusesWhatIsNotItsOwn)
             bytes.substr(0, 4095),
             std::string(5000, '\0'),
             with("/Compression", "1234"),
-            with("/Compression", "2000"),
+            with("/Compression", "1001"),
             with("/DataWidth", "2147483640"),
             with("/ImageHeight", "4294967295"),
             with("/ImageHeight", "2147483648"),
@@ -211,6 +254,28 @@ TEST(HeaderImage, RefusesWhatIsNotItsOwn)
             EXPECT_EQ(image->Open(scratch.Write("bad.fax", text)), 0);
             EXPECT_STREQ(image->ErrorText.c_str(), one.refused);
             EXPECT_EQ(image->IsValid(), 0);
+            EXPECT_TRUE(image->Path.IsEmpty());
+            ASSERT_EQ(image->Open(good), 1); // so that the next one has a page to close
+        }
+
+        // A raster behind every file: it opens, and no row is there, at the first pass and at the next.
+        for (const char* offset : {"2147483648", "4294967295"}) {
+            const std::string far = scratch.Write("far.fax", with("/HeaderSize", offset));
+            if (one.raster == pages::Raster::Jbig) { // has a header of its own there
+                EXPECT_EQ(image->Open(far), 0);
+                EXPECT_STREQ(image->ErrorText.c_str(), "Unable to open unsqz");
+                continue;
+            }
+            ASSERT_EQ(image->Open(far), 1);
+            for (int pass = 0; pass < 2; ++pass) {
+                uint8_t row[38];
+                int rows = 0;
+                while (rows < 2 && image->ReadRow(row, 38) == 1)
+                    ++rows; // one by a filler that begins with a code
+                EXPECT_LT(rows, 2) << offset;
+                EXPECT_STREQ(image->ErrorText.c_str(), one.read_error);
+                image->Rewind();
+            }
         }
 
         // No row without a width, no page without a height; both are opened all the same.
@@ -272,8 +337,18 @@ TEST(HeaderImage, DeliversTheGoodRowsOfAPageThatEndsEarly)
         SCOPED_TRACE(one.name);
         WritePage(path, page, one.raster);
         const auto raster = std::filesystem::file_size(path) - 4096;
-        std::filesystem::resize_file(path, 4096 + raster / 2);
         const std::unique_ptr<Image> image = one.make();
+        if (one.raster == pages::Raster::Jbig) {
+            // Without the mark at its end it is none; a mark of another kind loses the stripe that it stands
+            // in.
+            std::string text = ReadAll(path);
+            EXPECT_EQ(image->Open(scratch.Write("cut.fax", text.substr(0, text.size() - 1))), 0);
+            EXPECT_STREQ(image->ErrorText.c_str(), "Unable to open unsqz");
+            text.replace(4096 + raster / 2, 2, "\xff\x05");
+            scratch.Write("page.fax", text);
+        } else {
+            std::filesystem::resize_file(path, 4096 + raster / 2);
+        }
         ASSERT_EQ(image->Open(path), 1);
         Bytes row(38);
         int rows = 0;
@@ -288,7 +363,8 @@ TEST(HeaderImage, DeliversTheGoodRowsOfAPageThatEndsEarly)
         Bytes all(38 * 300);
         EXPECT_EQ(image->ReadRows(all.data(), 38, 0, 300), rows);
         EXPECT_STREQ(image->ErrorText.c_str(), one.read_error);
-        EXPECT_EQ(memcmp(all.data(), page.rows.data(), static_cast<size_t>(38 * (rows - 2))), 0);
+        EXPECT_EQ(
+            memcmp(all.data(), AsDelivered(page, one).rows.data(), static_cast<size_t>(38 * (rows - 2))), 0);
         // Rows that are passed over come to the same end.
         EXPECT_EQ(image->Rewind(), 1);
         image->ErrorText.Empty();
@@ -311,8 +387,7 @@ TEST(HeaderImage, NoSizeTakesMemoryThatNobodySees)
     const ScratchDirectory scratch;
     const std::string path = scratch.File("page.fax");
     for (const ImageClass& one : kClasses)
-        for (const auto& [width, height] :
-             {std::pair{200000000, 1}, {1, 2000000000}, {30000000, 30000000}, {2147483639, 2147483639}}) {
+        for (const auto& [width, height] : {std::pair{200000000, 2147483639}, {1, 2000000000}}) {
             WritePage(path, DrawPage(300, 300), one.raster);
             std::string text = ReadAll(path);
             for (const auto& [key, value] :
@@ -330,7 +405,7 @@ TEST(HeaderImage, NoSizeTakesMemoryThatNobodySees)
                           if (document.OnOpenDocument(path))
                               document.GetRows(0, 1);
                           const int64_t taken = (PeakMemory() - before) >> 20;
-                          return taken < 300 ? std::string() : std::to_string(taken) + " MB";
+                          return taken < 150 ? std::string() : std::to_string(taken) + " MB";
                       }),
                       "");
         }

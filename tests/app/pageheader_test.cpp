@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -24,7 +25,28 @@ namespace
 {
 size_t g_largest_array = SIZE_MAX; // a larger one finds no memory
 size_t g_array_seen = 0;           // the largest that was asked for
+
+std::string g_appears;        // a file that another program makes as soon as it was missed
+bool g_takes_nothing = false; // every write gives 0
 } // namespace
+
+// In the place of the system's, for this program.
+extern "C" int stat(const char* path, struct stat* status) noexcept
+{
+    const int result = fstatat(AT_FDCWD, path, status, 0);
+    if (result != 0 && g_appears == path) {
+        const int reason = errno;
+        std::ofstream(path) << std::string(9999, 'x');
+        errno = reason;
+    }
+    return result;
+}
+
+extern "C" ssize_t write(int file, const void* buffer, size_t bytes)
+{
+    const iovec part{const_cast<void*>(buffer), bytes};
+    return g_takes_nothing ? 0 : writev(file, &part, 1);
+}
 
 void* operator new[](size_t bytes)
 {
@@ -223,6 +245,11 @@ TEST(PageHeader, WritesByEveryRoute)
         scratch.Write("page.fax", std::string(9999, 'x'));
         EXPECT_EQ(header.WriteToPath(path, pad), 0);
         EXPECT_EQ(content(), want + std::string(9999 - want.size(), 'x'));
+        unlink(path.c_str());
+        g_appears = path; // between the two opens
+        EXPECT_EQ(header.WriteToPath(path, pad), 0);
+        g_appears.clear();
+        EXPECT_EQ(content(), want + std::string(9999 - want.size(), 'x'));
     }
     PageHeader header = Sample();
     char small[99];
@@ -276,6 +303,14 @@ TEST(PageHeader, TellsWhyAFileCannotBeReadOrWritten)
         EXPECT_EQ(kRoutes[1].write(header, page, true).text, "Header write error [27]");
         EXPECT_EQ(header.WriteToPath(page, true), EFBIG);
         EXPECT_EQ(header.ErrorText, "Header write error [27]");
+    }
+    for (const Route& route : kRoutes) {
+        alarm(20);
+        g_takes_nothing = true;
+        const Outcome got = route.write(header, page, true);
+        g_takes_nothing = false;
+        alarm(0);
+        EXPECT_EQ(got.text, "Header write error [5]") << route.name;
     }
     // No memory for the rest of a long header.
     const std::string path = scratch.Write("long.fax", LongText("9000", 8000));

@@ -279,8 +279,7 @@ TEST(TIFFImage, RowsAreDeliveredForwardAndBackward)
     }
 }
 
-// --- Damage, through the document
-// ---------------------------------------------------------------------------
+// --- Damage, through the document ---
 
 constexpr uint32_t kWidth = 200; // of the page that is damaged
 constexpr uint32_t kHeight = 64;

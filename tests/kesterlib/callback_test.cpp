@@ -178,12 +178,14 @@ TEST(Callback, DefaultBlockIsMadeOnceAndReplacedWithAWarning)
 
     set_default_callback_block(nullptr);
     dispose_default_callback_block();
-    EXPECT_NE(dfcb(), nullptr);
-    dispose_default_callback_block();
-    EXPECT_EQ(get_default_callback_block(), nullptr);
-    set_default_callback_block(block); // which the library has not made, after all
-    EXPECT_EQ(block.TakeMessages(), "");
-    set_default_callback_block(nullptr);
+    for (void (*dispose)() : {dispose_default_callback_block, +[] { dispose_callback_block(dfcb()); }}) {
+        EXPECT_NE(dfcb(), nullptr);
+        dispose();
+        EXPECT_EQ(get_default_callback_block(), nullptr);
+        set_default_callback_block(block); // which the library has not made, after all
+        EXPECT_EQ(block.TakeMessages(), "");
+        set_default_callback_block(nullptr);
+    }
 }
 
 // ---- Memory ----------------------------------------------------------------------------------------

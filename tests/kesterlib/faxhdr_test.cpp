@@ -16,6 +16,20 @@ using namespace kesterlib;
 
 namespace
 {
+int g_mallocs_left = -1; // of the library and the tests; then one fails. Below 0: no limit
+} // namespace
+
+// The linker puts the second in the place of malloc, and keeps malloc itself as the first.
+extern "C" void* __real_malloc(size_t bytes); // NOLINT
+extern "C" void* __wrap_malloc(size_t bytes)  // NOLINT
+{
+    if (g_mallocs_left >= 0 && g_mallocs_left-- == 0)
+        return nullptr;
+    return __real_malloc(bytes);
+}
+
+namespace
+{
 // Every field has a value of its own; the time is a Thursday.
 // clang-format off
 constexpr FAXHeader kSample = {
@@ -508,6 +522,14 @@ void* NoMemory(size_t, const char*)
     return nullptr;
 }
 
+using ReadSlot = size_t (*)(void* buffer, size_t size, size_t count, FILE* stream);
+constexpr ReadSlot kWholeOrInPieces[] = {
+    [](void* buffer, size_t size, size_t count, FILE* stream) { return fread(buffer, size, count, stream); },
+    [](void* buffer, size_t size, size_t count, FILE* stream) {
+        return fread(buffer, size, std::min<size_t>(count, 1000), stream);
+    },
+};
+
 TEST(FaxHeaderStreams, ReadFromABlock)
 {
     std::string good{kText};
@@ -527,10 +549,12 @@ TEST(FaxHeaderStreams, ReadFromABlock)
         {"no memory", good, "", "none"},
     };
     for (const auto& c : cases)
-        for (const bool own_record : {false, true}) {
-            SCOPED_TRACE(testing::Message() << c.name << ", " << own_record);
+        for (int i = 0; i < 4; ++i) {
+            const bool own_record = i % 2 != 0;
+            SCOPED_TRACE(testing::Message() << c.name << ", " << i);
             RecordedBlock block;
             set_callback_debug_memory(block, 1);
+            block->fread = kWholeOrInPieces[i / 2];
             std::string input = c.input;
             block->file = fmemopen(input.data(), input.size(), "r");
             if (c.name == std::string{"no memory"})
@@ -550,6 +574,12 @@ TEST(FaxHeaderStreams, ReadFromABlock)
                 callback_deallocate(block, got, "FaxHeader");
             callback_fclose(block);
         }
+    const RecordedBlock block;
+    block->fread = [](void*, size_t, size_t count, FILE*) { return count + 1; }; // more than it was asked for
+    block->fflush = [](FILE*) { return 0; };
+    FAXHeader record;
+    EXPECT_EQ(read_FAXHeader_from_callback(block, &record), nullptr);
+    EXPECT_EQ(RecordedBlock::TakeMessages(), cases[1].messages);
 }
 
 TEST(FaxHeaderStreams, WriteToABlock)
@@ -613,6 +643,20 @@ TEST(FaxHeaderStreams, StandardStreams)
               "\nError: Success\nnot enough data, reading fax header\n");
     EXPECT_EQ(dfcb()->allocated_list, nullptr);
     dispose_default_callback_block();
+
+    // No memory for a block, where the exit of the client's own block comes back.
+    const RecordedBlock client;
+    const auto fails = [&](int mallocs, auto call) {
+        rewind(stream);
+        callback_message(client, "!"); // the block most recently used
+        g_mallocs_left = mallocs;
+        EXPECT_FALSE(call());
+        EXPECT_EQ(g_mallocs_left, -1);
+        EXPECT_EQ(RecordedBlock::TakeExits(), std::vector{1});
+    };
+    fails(0, [&] { return print_FAXHeader_to_file(&header, stream, ' ') != 0; });
+    fails(0, [&] { return read_FAXHeader_from_file(stream) != nullptr; });
+    fails(1, [&] { return read_FAXHeader_from_file(stream) != nullptr; }); // the default block
     fclose(stream);
 }
 } // namespace

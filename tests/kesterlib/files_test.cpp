@@ -176,6 +176,16 @@ TEST(FilesOnBlock, GoOnUntilAllBytesAreMoved)
     EXPECT_EQ(callback_write_nbytes(block, bytes, 10), 8u);
     EXPECT_EQ(written, "01234567");
     EXPECT_EQ(block.TakeMessages(), OnBlock::Report("writing file", ENOSPC));
+
+    // Slots that claim a byte more than they were asked for.
+    rewind(block->file);
+    block->fread = [](void*, size_t, size_t count, FILE*) { return count + 1; };
+    block->fwrite = [](const void*, size_t, size_t count, FILE*) { return count + 1; };
+    errno = EIO;
+    EXPECT_EQ(callback_read_nbytes(block, bytes, 10), 0u);
+    EXPECT_EQ(callback_write_nbytes(block, bytes, 10), 0u);
+    EXPECT_EQ(block.TakeMessages(),
+              OnBlock::Report("reading file", EIO) + OnBlock::Report("writing file", EIO));
     callback_fclose(block);
 }
 

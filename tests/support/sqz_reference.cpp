@@ -171,6 +171,8 @@ std::vector<uint8_t> paint(const List& list, int width, int row_bytes)
             blacken(byte, 0, 8);
         blacken(stop / 8, 0, stop_bit);
     }
+    for (int64_t x = width; x < int64_t{row_bytes} * 8; ++x) // a pair that does not ascend may reach there
+        row[static_cast<std::size_t>(x / 8)] &= static_cast<uint8_t>(~(0x80 >> x % 8));
     return row;
 }
 

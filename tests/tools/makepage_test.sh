@@ -29,7 +29,7 @@ draw=(--draw mixed --width 333 --height 250)
 "$makepage" "${draw[@]}" --dpi 120 --dpi-y 240 --photometric minisblack page.tif
 job=(--job "Ink and Paper" --page -7 --layer 4 --multiplier 10 --destination A --destination B --negate
   --time "1999:12:31 23:59:58" --header-version 2 --job-id 9 --header-size 5000)
-for kind in squeeze plain; do
+for kind in squeeze plain group4 jbig; do
   "$makepage" "${draw[@]}" --dpi 120 --dpi-y 240 --kind $kind "${job[@]}" drawn.$kind
   "$makepage" page.tif --kind $kind "${job[@]}" read.$kind
   same drawn.$kind read.$kind
@@ -46,6 +46,18 @@ same wanted got
 same drawn.plain pbm.plain
 "$makepage" --raw-rows always --kind squeeze page.pbm raw.fax
 (($(stat -c %s raw.fax) == 4096 + 250 * (1 + 42))) || fail "raw rows of $(stat -c %s raw.fax) bytes"
+# stripe L0 LAST-BYTE ARGUMENT...: stripes of so many rows, and the last one's marker.
+stripe()
+{
+  "$makepage" --kind jbig "${@:3}" page.pbm stripes.fax
+  local got
+  got="$(tail -c +4109 stripes.fax | head -c 4 | od -An -tu1) $(tail -c 1 stripes.fax | od -An -tu1)"
+  got=$(xargs <<<"$got")
+  [[ $got == "0 0 0 $1 $2" ]] || fail "${*:3}: $got"
+}
+stripe 128 2
+stripe 1 2 --stripe 1
+stripe 40 3 --stripe 40 --reset
 "$makepage" page.pbm again.tif
 "$makepage" --dpi 300 again.tif --kind plain "${job[@]}" --multiplier 4 again.plain
 cmp <(tail -c +5001 drawn.plain) <(tail -c +5001 again.plain) || fail "a TIFF file from a PBM file"
@@ -62,6 +74,9 @@ ends 2 "--job goes with" "${draw[@]}" --job x out.tif
 ends 2 "--name goes with" --name x --kind plain page.pbm out.fax
 ends 2 "--width goes with" --width 5 --kind plain page.pbm out.fax
 ends 2 "--raw-rows goes with" --raw-rows never --kind plain page.pbm out.fax
+ends 2 "--stripe goes with" --stripe 128 --kind group4 page.pbm out.fax
+ends 2 "--reset goes with" --reset page.pbm out.tif
+ends 2 "a number from 1" --kind jbig --stripe 0 page.pbm out.fax
 ends 2 "only a TIFF file" "${draw[@]}" --bits 8 --kind squeeze out.fax
 ends 2 "at most 31 bytes" "${draw[@]}" --kind squeeze --job 12345678901234567890123456789012 out.fax
 ends 2 "a number from 1 to 9600" "${draw[@]}" --dpi 0 --dpi 100 out.tif

@@ -2,19 +2,28 @@
 // be written whole is not there.
 
 #include "pagefile.h"
+#include "pagein.h"
 #include "tests/support/scratch.h"
 #include "tests/support/sqz_reference.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <tiffio.h>
+
+extern "C" {
+#include <jbig.h>
+}
 
 namespace
 {
+
+constexpr int kCompressions[] = {-1, 1000, 2000, 2001}; // in the order of the rasters
 
 std::string contents(const std::string& path)
 {
@@ -31,6 +40,58 @@ std::vector<std::vector<uint8_t>> rows_of(const pages::Bitmap& page)
     return rows;
 }
 
+// The raster as the strip of a TIFF file is the page again, and its last bits are two ends of line.
+void expect_group4(std::span<const uint8_t> raster, const pages::Bitmap& page, const std::string& path)
+{
+    TIFF* const file = TIFFOpen(path.c_str(), "w");
+    ASSERT_NE(file, nullptr);
+    TIFFSetField(file, TIFFTAG_IMAGEWIDTH, page.width);
+    TIFFSetField(file, TIFFTAG_IMAGELENGTH, page.height);
+    TIFFSetField(file, TIFFTAG_ROWSPERSTRIP, page.height);
+    TIFFSetField(file, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+    TIFFSetField(file, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
+    std::vector<uint8_t> strip(raster.begin(), raster.end()); // libtiff takes no constant bytes
+    EXPECT_EQ(TIFFWriteRawStrip(file, 0, strip.data(), static_cast<tmsize_t>(strip.size())),
+              static_cast<tmsize_t>(strip.size()));
+    TIFFClose(file);
+    pages::PageIn in;
+    ASSERT_EQ(pages::read_page(path, in), "");
+    EXPECT_EQ(in.page.width, page.width);
+    EXPECT_TRUE(in.page.rows == page.rows);
+
+    ASSERT_GE(raster.size(), 4U);
+    uint32_t end = 0;
+    for (const uint8_t byte : raster.last(4))
+        end = end << 8 | byte;
+    EXPECT_LT(std::countr_zero(end), 8);
+    EXPECT_EQ(end >> std::countr_zero(end) & 0xffffff, 0x001001U);
+}
+
+// The raster is one entity in stripes of 100 rows, and a 1 in it is white.
+void expect_jbig(std::span<const uint8_t> raster, const pages::Bitmap& page)
+{
+    std::vector<uint8_t> stream(raster.begin(), raster.end()); // jbigkit takes no constant bytes
+    ASSERT_GE(stream.size(), 20U);
+    EXPECT_EQ(stream[15], 100);
+    jbg_dec_state state;
+    jbg_dec_init(&state);
+    std::size_t taken = 0;
+    ASSERT_EQ(jbg_dec_in(&state, stream.data(), stream.size(), &taken), JBG_EOK);
+    EXPECT_EQ(taken, stream.size());
+    ASSERT_EQ(jbg_dec_getwidth(&state), static_cast<unsigned long>(page.width));
+    ASSERT_EQ(jbg_dec_getheight(&state), static_cast<unsigned long>(page.height));
+    const uint8_t* const rows = jbg_dec_getimage(&state, 0);
+    bool same = true;
+    for (int y = 0; y < page.height; ++y)
+        for (int x = 0; x < page.width; ++x) {
+            const std::size_t at =
+                static_cast<std::size_t>(y) * page.row_bytes + static_cast<std::size_t>(x / 8);
+            same = same && ((rows[at] ^ page.rows[at]) >> (7 - x % 8) & 1) == 1;
+        }
+    EXPECT_TRUE(same);
+    jbg_dec_free(&state);
+}
+
 TEST(PageFile, HasTheHeaderAndThePage)
 {
     const ScratchDirectory scratch;
@@ -42,6 +103,7 @@ TEST(PageFile, HasTheHeaderAndThePage)
                 SCOPED_TRACE(testing::Message() << raster.name << ", " << header_bytes << ", " << version);
                 pages::PageFileOptions options;
                 options.raster = raster.raster;
+                options.jbig.stripe_rows = 100;
                 options.header.HeaderSize = header_bytes;
                 options.header.FaxHeaderVersion = version;
                 options.header.Layer = 5;
@@ -62,17 +124,23 @@ TEST(PageFile, HasTheHeaderAndThePage)
                 EXPECT_STREQ(header.Destination[0], "Press-2");
                 EXPECT_EQ(header.DataWidth, 1501U);
                 EXPECT_EQ(header.ImageHeight, 700U);
-                EXPECT_EQ(header.Compression, raster.raster == pages::Raster::Plain ? -1 : 1000);
+                EXPECT_EQ(header.Compression, kCompressions[static_cast<std::size_t>(raster.raster)]);
 
                 const std::span<const uint8_t> bytes(
                     reinterpret_cast<const uint8_t*>(file.data()) + header_bytes, file.size() - header_bytes);
-                if (raster.raster == pages::Raster::Plain) {
+                switch (raster.raster) {
+                case pages::Raster::Plain:
                     EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), page.rows.begin(), page.rows.end()));
-                } else {
+                    break;
+                case pages::Raster::Squeeze: {
                     const auto got = test_support::DecodeSqueeze(
                         bytes, page.width, static_cast<int>(page.row_bytes), page.height);
                     EXPECT_TRUE(got.rows == rows_of(page));
                     EXPECT_EQ(got.bytes, bytes.size());
+                    break;
+                }
+                case pages::Raster::Group4: expect_group4(bytes, page, scratch.File("strip.tif")); break;
+                case pages::Raster::Jbig: expect_jbig(bytes, page); break;
                 }
             }
 }

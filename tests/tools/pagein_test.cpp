@@ -143,7 +143,7 @@ TEST(PageIn, ReadsPbmAndRefusesWhatIsNone)
         {"P4\n11 2"s, "no PBM size"},
         {"P4\n-11 2\n"s, "no PBM size"},
         {"P4\n0 2\n"s, "none to be read"},
-        {"P4\n99999999999999999999 2\n"s, "no PBM size"},
+        {"P4\n99999999999999999999 2\n"s, "none to be read"},
         {"P4\n1000000 1000000\n"s, "none to be read"},
         {"P4\n1000000 8000\n1"s, "ends before"},
         {"P5\n1 1\n255\n1"s, "neither TIFF nor PBM"},

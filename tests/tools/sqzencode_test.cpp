@@ -2,6 +2,7 @@
 // what it makes of the strange ones is what the library has to make of them.
 
 #include "sqzencode.h"
+#include "tests/support/random_page.h"
 #include "tests/support/sqz_reference.h"
 
 #include <gtest/gtest.h>
@@ -17,6 +18,7 @@ namespace
 using pages::Bitmap;
 using pages::RawRows;
 using test_support::DecodeSqueeze;
+using test_support::RandomPage;
 using test_support::SqzReference;
 
 constexpr const char* kRuns = "number of runs must not overrun buffer";
@@ -110,42 +112,7 @@ TEST(SqzReference, DecodesStreamsCodedByHand)
     EXPECT_EQ(hex(DecodeSqueeze(packed("0 1 1 1"), 8, 1, 1, &above).rows), "0e");
 }
 
-// ---- Encoder
-// -----------------------------------------------------------------------------------------------
-
-// Rows of every kind of statistics, several of them on each page.
-Bitmap random_page(std::mt19937& random, int width, int height)
-{
-    const auto below = [&random](unsigned n) { return static_cast<int>(random() % n); };
-    Bitmap page(width, height);
-    const auto blacken = [&page, width](int y, int from, int to) {
-        for (int x = std::max(from, 0); x < std::min(to, width); ++x)
-            page.row(y)[x / 8] |= static_cast<uint8_t>(0x80 >> x % 8);
-    };
-    for (int y = 0; y < height; ++y) {
-        const int kind = below(8);
-        if (kind == 0) // white
-            continue;
-        if (kind <= 3 && y > 0) { // like the row above: each run moved and grown a little, some left out
-            const auto pixel = [&page, y](int x) { return page.row(y - 1)[x / 8] >> (7 - x % 8) & 1; };
-            for (int x = 0, end = 0; x < width; x = end + 1) {
-                for (end = x; end < width && pixel(x) == pixel(end);)
-                    ++end;
-                if (pixel(x) == 1 && below(10) != 0)
-                    blacken(y, x + below(2 * kind + 1) - kind, end + below(2 * kind + 1) - kind);
-                --end;
-            }
-            continue;
-        }
-        const int longest = std::vector<int>{1, 2, 4, 20, width + 1}[static_cast<std::size_t>(below(5))];
-        for (int x = below(3) == 0 ? 0 : below(static_cast<unsigned>(longest) + 1); x < width;) {
-            const int black = 1 + below(static_cast<unsigned>(longest));
-            blacken(y, x, x + black);
-            x += black + 1 + below(static_cast<unsigned>(longest));
-        }
-    }
-    return page;
-}
+// ---- Encoder ------------------------------------------------------------------------------------------
 
 SqzReference decode(const Bitmap& page, const std::vector<uint8_t>& stream)
 {
@@ -168,7 +135,7 @@ TEST(SqueezeEncoder, RandomPagesComeBackAndUseEveryCode)
     for (int i = 0; i < 200; ++i) {
         const int large[] = {512, 1001, 2048, 4099, 33333};
         const int width = i < 180 ? 1 + i % 70 : large[i % 5];
-        const Bitmap page = random_page(random, width, 24);
+        const Bitmap page = RandomPage(random, width, 24);
         const std::size_t all_raw = 24 * (1 + page.row_bytes);
         for (const RawRows raw : {RawRows::WhereShorter, RawRows::Never, RawRows::Always}) {
             SCOPED_TRACE(testing::Message()

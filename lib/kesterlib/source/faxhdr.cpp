@@ -491,6 +491,29 @@ const char* read_header(Lines* lines, FAXHeader* header)
     normalise(&header->CreateTime);
     return nullptr;
 }
+
+// Asks for the rest until a read gives less than 1: a client's slot may give pieces. One that claims more
+// than it was asked for is believed nothing.
+size_t read_whole(callback_block* callbacks, char* buffer, size_t bytes)
+{
+    size_t arrived = 0;
+    while (arrived < bytes) {
+        const size_t got = callback_fread(callbacks, 1, bytes - arrived, buffer + arrived);
+        if (got < 1 || got > bytes - arrived)
+            break;
+        arrived += got;
+    }
+    return arrived;
+}
+
+// null where there is no memory and the exit slot in force came back.
+callback_block* make_block_on(FILE* stream)
+{
+    callback_block* const callbacks = make_unix_callback_block();
+    if (callbacks)
+        set_callback_slot(CALLBACK_FILE, callbacks, reinterpret_cast<callback_slot_value>(stream));
+    return callbacks;
+}
 } // namespace
 } // namespace kesterlib
 
@@ -537,7 +560,7 @@ FAXHeader* read_FAXHeader_from_callback(callback_block* callbacks, FAXHeader* he
 {
     char buffer[FAXHEADER_BYTES] = {};
     errno = 0; // a stream that merely ends leaves it alone
-    if (callback_fread(callbacks, 1, sizeof buffer, buffer) < sizeof buffer) {
+    if (read_whole(callbacks, buffer, sizeof buffer) < sizeof buffer) {
         callback_perror(callbacks, "not enough data, reading fax header");
         return nullptr;
     }
@@ -561,10 +584,14 @@ FAXHeader* read_FAXHeader_from_callback(callback_block* callbacks, FAXHeader* he
 
 FAXHeader* read_FAXHeader_from_file(FILE* stream)
 {
-    callback_block* const callbacks = make_unix_callback_block();
-    set_callback_slot(CALLBACK_FILE, callbacks, reinterpret_cast<callback_slot_value>(stream));
+    callback_block* const callbacks = make_block_on(stream);
+    callback_block* const memory = callbacks ? dfcb() : nullptr;
+    if (!memory) {
+        dispose_callback_block(callbacks);
+        return nullptr;
+    }
     auto* const record =
-        static_cast<FAXHeader*>(callback_allocate(dfcb(), sizeof(FAXHeader), kFileRecordMemory));
+        static_cast<FAXHeader*>(callback_allocate(memory, sizeof(FAXHeader), kFileRecordMemory));
     FAXHeader* filled = nullptr;
     if (record) {
         memset(record, 0, sizeof *record);
@@ -572,7 +599,7 @@ FAXHeader* read_FAXHeader_from_file(FILE* stream)
     }
     dispose_callback_block(callbacks);
     if (!filled)
-        callback_deallocate(dfcb(), record, kFileRecordMemory);
+        callback_deallocate(memory, record, kFileRecordMemory);
     return filled;
 }
 
@@ -603,8 +630,9 @@ uint32_t print_FAXHeader_to_callback(const FAXHeader* header, callback_block* ca
 
 uint32_t print_FAXHeader_to_file(const FAXHeader* header, FILE* stream, char fill)
 {
-    callback_block* const callbacks = make_unix_callback_block();
-    set_callback_slot(CALLBACK_FILE, callbacks, reinterpret_cast<callback_slot_value>(stream));
+    callback_block* const callbacks = make_block_on(stream);
+    if (!callbacks)
+        return 0;
     const uint32_t written = print_FAXHeader_to_callback(header, callbacks, fill);
     dispose_callback_block(callbacks);
     return written;

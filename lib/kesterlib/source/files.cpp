@@ -1,5 +1,5 @@
 // Bytes and numbers to and from a file. Both families are one code over two small types that move bytes and
-// report.
+// report. A client's slot that claims to have moved more bytes than it was asked for has moved none.
 #include "kesterlib/files.h"
 
 #include <string.h>
@@ -34,7 +34,7 @@ size_t read_bytes(const File& file, void* buffer, size_t bytes)
     auto* next = static_cast<uint8_t*>(buffer);
     for (size_t missing = bytes; missing > 0;) {
         const size_t got = file.read(next, missing);
-        if (got == 0) {
+        if (got == 0 || got > missing) {
             if (!file.at_end())
                 file.report("reading file");
             return bytes - missing;
@@ -51,7 +51,7 @@ size_t write_bytes(const File& file, const void* buffer, size_t bytes)
     const auto* next = static_cast<const uint8_t*>(buffer);
     for (size_t missing = bytes; missing > 0;) {
         const size_t put = file.write(next, missing);
-        if (put == 0) {
+        if (put == 0 || put > missing) {
             file.report("writing file");
             return bytes - missing;
         }

@@ -12,8 +12,8 @@ namespace kesterlib
 // The words of a row whose list would leave its place, or that refers behind the list above.
 constexpr const char* kTooManyRuns = "number of runs must not overrun buffer";
 
-// 0x81 starts no row of Squeeze and is no code of Group 4: past the end of its input a decoder meets it and
-// fails.
+// 0x81 starts no row of Squeeze, and in Group 4 no code follows its first bit: past the end of its input a
+// decoder meets it and fails.
 constexpr uint8_t kFiller = 0x81;
 
 // Entries of a list beside one for each pixel: head and four sentinels.
@@ -38,14 +38,16 @@ struct Frame {
     uint64_t* words;         // one row, all zero between paints; or the copy of a raw row
     bool words_hold_row;     // the latter
     bool finished;           // a row has failed: there are no more
+    bool ref_rises;          // Group 4: each entry of ref_list is above the one before, up to the first copy
 };
 
-// Null where a side is below 0, the lists were too large, or the block gave no memory. The input is that of
-// cb.
-Frame* uncomp_make(callback_block* cb, int32_t width, int32_t row_bytes);
-
-// The input becomes the size bytes at base, then nothing; for a frame over a block of mapped_block().
-void uncomp_set_mapped(Frame* frame, const uint8_t* base, size_t size);
+// A frame over the block's input, or, with a base, over the size bytes there and then nothing; its row above
+// stands. With owns_cb the block, which may be null, goes with the frame, and goes where there is none. Null
+// where a side is below 0, the width above 8 * row_bytes, the lists were too large, or there was no block or
+// memory.
+Frame* uncomp_open(callback_block* cb, bool owns_cb, const uint8_t* base, size_t size, int32_t width,
+                   int32_t row_bytes, const uint8_t* first_ref_row, int64_t row_length);
+// A block for a frame over mapped bytes: it has no input of its own. Null where there is no memory.
 callback_block* mapped_block();
 
 // The row above the first one: packed, or null for a row of 0.
@@ -63,12 +65,13 @@ const uint8_t* uncomp_refill(UNCOMP* frame);
 void uncomp_paint_row(callback_block* cb, uint8_t* row, const int32_t* trans, const int32_t* endtrans,
                       int32_t nbytes, int32_t width);
 
-// Ends a list of `count` entries, the last of which may reach behind the row: drops that, appends up to four
-// copies of the row length and the entries behind the list. Gives the entries with copies, or 0 where there
-// was no room for four of them, one that the row itself ended with included. *transitions becomes the count
-// between head and copies.
+// Ends a list of `count` entries, the last of which may reach behind the row and be dropped or kept; appends
+// up to four copies of the row length and the entries behind the list. Gives the entries with copies, or 0
+// where there was no room for four of them, those that the row itself ended with included. *transitions
+// becomes the count of entries behind the head that are below the row length.
+enum class Overshoot { Dropped, Kept };
 int32_t uncomp_close_list(int32_t* list, const int32_t* end, int32_t count, int32_t row_length,
-                          int32_t* transitions);
+                          Overshoot overshoot, int32_t* transitions);
 
 // The list of a packed row; see getruns.cpp. Gives the entries before the three sentinels, the head included.
 int32_t getruns(callback_block* cb, const uint8_t* row, int32_t width, int32_t* runs, const int32_t* endruns);
@@ -83,6 +86,13 @@ void uncomp_keep_raw_row(Frame* frame);
 // called by what is compiled for every machine.
 namespace
 {
+// Bits of the row's last byte that are pixels stay, those behind the width become 0.
+[[maybe_unused]] inline void uncomp_clip_row(uint8_t* row, int32_t nbytes, int32_t width)
+{
+    if (nbytes > 0 && nbytes == width / 8 + (width % 8 != 0) && width % 8 != 0)
+        row[nbytes - 1] = static_cast<uint8_t>(row[nbytes - 1] & (0xFF00 >> (width % 8)));
+}
+
 [[maybe_unused]] inline void uncomp_swap_lists(UNCOMP* frame)
 {
     int32_t* const list = frame->cur_list;

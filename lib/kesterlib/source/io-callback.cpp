@@ -209,7 +209,11 @@ void dispose_callback_block(callback_block* block)
     debug_memory_cleanup(block);
     if (current_callback_block == block)
         current_callback_block = nullptr; // a later report must not reach into freed memory
-    free(block);                          // it did not come from its own slot
+    if (default_callbacks == block) {     // nor dfcb give it
+        default_callbacks = nullptr;
+        default_callback_made = false;
+    }
+    free(block); // it did not come from its own slot
 }
 
 size_t callback_block_size(void)
@@ -253,8 +257,7 @@ void set_default_callback_block(callback_block* block)
 void dispose_default_callback_block(void)
 {
     dispose_callback_block(default_callbacks);
-    default_callbacks = nullptr;
-    default_callback_made = false;
+    default_callback_made = false; // nor does one that was replaced count any more
 }
 
 // ---- The calls -------------------------------------------------------------------------------------

@@ -7,7 +7,8 @@
 #include <cstdint>
 #include <cstring>
 
-#if defined(__AVX2__) || defined(__SSE2__)
+// KESTERLIB_PLAIN_LANES: words whatever the machine has, so that a test can look at them anywhere.
+#if !defined(KESTERLIB_PLAIN_LANES) && (defined(__AVX2__) || defined(__SSE2__))
 #include <immintrin.h>
 #endif
 
@@ -15,7 +16,7 @@ namespace kesterlib
 {
 namespace
 {
-#if defined(__AVX2__)
+#if defined(__AVX2__) && !defined(KESTERLIB_PLAIN_LANES)
 
 struct Lanes {
     __m256i all;
@@ -52,7 +53,7 @@ inline uint32_t lanes_outside(Lanes a, Lanes limit)
     return static_cast<uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(either)));
 }
 
-#elif defined(__SSE2__)
+#elif defined(__SSE2__) && !defined(KESTERLIB_PLAIN_LANES)
 
 struct Lanes {
     __m128i low, high;

@@ -150,6 +150,7 @@ void debug_memory_cleanup(callback_block* block)
         memory_debug_record* record = pop(&block->allocated_list);
         block->deallocate(record->pointer, "memory cleanup of allocated data");
         block->deallocate(record, kCleanup);
+        ++block->deallocation_count; // reported once
     }
 }
 

@@ -13,29 +13,30 @@ namespace kesterlib
 {
 namespace
 {
-// Whether no entry from 0 to the count-th is below the one before it. Reads up to kLanes entries behind the
-// last.
-inline bool ascends(const int32_t* list, int32_t count)
-{
-    uint32_t descents = 0;
-    int32_t i = 0;
-    for (; i + kLanes <= count; i += kLanes)
-        descents |= lanes_above(lanes_load(list + i), lanes_load(list + i + 1));
-    for (; i < count; ++i)
-        descents |= static_cast<uint32_t>(list[i] > list[i + 1]);
-    return descents == 0;
-}
+// How the entries of a list from 1 to the count-th follow each other.
+enum class Order { Rises, Stands, Falls }; // each above the one before; none below; any
 
-// Bits of the row's last byte that are pixels stay, those behind the width become 0.
-inline void clip_row(uint8_t* row, int32_t nbytes, int32_t width)
+// Reads entries up to the count-th.
+inline Order list_order(const int32_t* list, int32_t count)
 {
-    if (nbytes > 0 && nbytes == width / 8 + (width % 8 != 0) && width % 8 != 0)
-        row[nbytes - 1] = static_cast<uint8_t>(row[nbytes - 1] & (0xFF00 >> (width % 8)));
+    constexpr uint32_t kAll = (1u << kLanes) - 1;
+    uint32_t rises = kAll;
+    int32_t i = 1;
+    for (; i + kLanes <= count; i += kLanes)
+        rises &= lanes_above(lanes_load(list + i + 1), lanes_load(list + i));
+    for (; i < count; ++i)
+        rises &= 0 - static_cast<uint32_t>(list[i + 1] > list[i]);
+    if (rises == kAll)
+        return Order::Rises;
+    for (i = 1; i < count; ++i)
+        if (list[i + 1] < list[i])
+            return Order::Falls;
+    return Order::Stands;
 }
 
 // transitions entries behind the head, all below the row length; the copies of that stand behind them.
 inline void paint_list(Frame* frame, uint8_t* row, const int32_t* list, const int32_t* end,
-                       int32_t transitions, int32_t nbytes)
+                       int32_t transitions, Order order, int32_t nbytes)
 {
     const int32_t width = frame->base.width;
     if (nbytes <= 0)
@@ -44,7 +45,7 @@ inline void paint_list(Frame* frame, uint8_t* row, const int32_t* list, const in
         memset(row, 0, static_cast<size_t>(nbytes));
         return;
     }
-    if (!ascends(list, transitions)) {
+    if (order == Order::Falls) {
         uncomp_paint_row(frame->base.cb, row, list, end, nbytes, width);
         return;
     }
@@ -83,7 +84,7 @@ inline void paint_list(Frame* frame, uint8_t* row, const int32_t* list, const in
         memset(row + int64_t{word} * 8, static_cast<int>(carry & 0xFF),
                static_cast<size_t>(nbytes - word * 8));
     }
-    clip_row(row, nbytes, width);
+    uncomp_clip_row(row, nbytes, width);
 }
 } // namespace
 } // namespace kesterlib

@@ -9,6 +9,7 @@ namespace
 {
 constexpr const char* kFrameMemory = "UNCOMP struct";
 constexpr const char* kListMemory = "transition buffer";
+constexpr const char* kWordsMemory = "row of words";
 constexpr const char* kReadError = "Error reading file";
 
 // Bits of a byte from pixel k to its end; the first k; from one pixel up to, not including, another.
@@ -41,9 +42,11 @@ int memory_input_error(FILE*)
 }
 } // namespace
 
+namespace
+{
 Frame* uncomp_make(callback_block* cb, int32_t width, int32_t row_bytes)
 {
-    if (width < 0 || row_bytes < 0)
+    if (width < 0 || row_bytes < 0 || width > int64_t{row_bytes} * 8)
         return nullptr;
     const int64_t list_entries = int64_t{row_bytes} * 8 + kListOverhead;
     const int64_t list_bytes = 2 * list_entries * static_cast<int64_t>(sizeof(int32_t));
@@ -53,18 +56,22 @@ Frame* uncomp_make(callback_block* cb, int32_t width, int32_t row_bytes)
     const size_t row_words =
         static_cast<size_t>(row_bytes) / 8 + 1; // and one more where a row ends on a word
     const size_t words_bytes = (row_words + 1) * sizeof(uint64_t);
-    auto* const frame = static_cast<Frame*>(callback_allocate(cb, sizeof(Frame) + words_bytes, kFrameMemory));
+    auto* const frame = static_cast<Frame*>(callback_allocate(cb, sizeof(Frame), kFrameMemory));
     if (!frame)
         return nullptr;
+    memset(frame, 0, sizeof(Frame));
+    frame->words = static_cast<uint64_t*>(callback_allocate(cb, words_bytes, kWordsMemory));
     auto* const lists =
-        static_cast<int32_t*>(callback_allocate(cb, static_cast<size_t>(list_bytes), kListMemory));
+        frame->words
+            ? static_cast<int32_t*>(callback_allocate(cb, static_cast<size_t>(list_bytes), kListMemory))
+            : nullptr;
     if (!lists) {
+        callback_deallocate(cb, frame->words, kWordsMemory);
         callback_deallocate(cb, frame, kFrameMemory);
         return nullptr;
     }
+    memset(frame->words, 0, words_bytes);
 
-    memset(frame, 0, sizeof(Frame) + words_bytes);
-    frame->words = reinterpret_cast<uint64_t*>(frame + 1);
     UNCOMP& base = frame->base;
     base.cb = cb;
     base.width = width;
@@ -80,6 +87,27 @@ Frame* uncomp_make(callback_block* cb, int32_t width, int32_t row_bytes)
     return frame;
 }
 
+} // namespace
+
+Frame* uncomp_open(callback_block* cb, bool owns_cb, const uint8_t* base, size_t size, int32_t width,
+                   int32_t row_bytes, const uint8_t* first_ref_row, int64_t row_length)
+{
+    Frame* const frame = cb ? uncomp_make(cb, width, row_bytes) : nullptr;
+    if (!frame) {
+        if (owns_cb)
+            dispose_callback_block(cb);
+        return nullptr;
+    }
+    frame->base.owns_cb = owns_cb;
+    if (base) {
+        frame->base.buf_start = base;
+        frame->base.in_ptr = base;
+        frame->base.in_end = base + size;
+    }
+    uncomp_set_reference(frame, first_ref_row, static_cast<int32_t>(row_length));
+    return frame;
+}
+
 callback_block* mapped_block()
 {
     callback_block* const block = make_unix_callback_block();
@@ -90,13 +118,6 @@ callback_block* mapped_block()
     set_callback_slot(CALLBACK_FEOF, block, reinterpret_cast<callback_slot_value>(memory_input_eof));
     set_callback_slot(CALLBACK_FERROR, block, reinterpret_cast<callback_slot_value>(memory_input_error));
     return block;
-}
-
-void uncomp_set_mapped(Frame* frame, const uint8_t* base, size_t size)
-{
-    frame->base.buf_start = base;
-    frame->base.in_ptr = base;
-    frame->base.in_end = base + size;
 }
 
 void uncomp_set_reference(Frame* frame, const uint8_t* first_ref_row, int32_t row_length)
@@ -150,12 +171,15 @@ void uncomp_keep_raw_row(Frame* frame)
 }
 
 int32_t uncomp_close_list(int32_t* list, const int32_t* end, int32_t count, int32_t row_length,
-                          int32_t* transitions)
+                          Overshoot overshoot, int32_t* transitions)
 {
     constexpr int32_t kCopies = 4;
-    while (count > 1 && list[count - 1] > row_length)
-        --count;
-    const int32_t kept = count > 1 && list[count - 1] == row_length ? 1 : 0;
+    if (overshoot == Overshoot::Dropped)
+        while (count > 1 && list[count - 1] > row_length)
+            --count;
+    int32_t kept = 0;
+    while (count - 1 - kept > 0 && list[count - 1 - kept] >= row_length)
+        ++kept;
     *transitions = count - 1 - kept;
     const auto room = static_cast<int32_t>(end - list);
     if (room - count >= kCopies + kLanes) {
@@ -248,6 +272,7 @@ void uncomp_paint_row(callback_block* cb, uint8_t* row, const int32_t* trans, co
         if (last < nbytes && (stop & 7) != 0)
             row[last] |= kBeforePixel[stop & 7];
     }
+    uncomp_clip_row(row, nbytes, width); // a pair that runs backwards may have reached there
     if (trans >= endtrans)
         callback_assertion_failed(cb, "trans<endtrans", "number of transitions must not overrun buffer",
                                   "uncompress", __LINE__);
@@ -260,6 +285,7 @@ void Uncomp_Free(UNCOMP* frame)
         return;
     callback_block* const cb = frame->cb;
     const bool owns_cb = frame->owns_cb != 0;
+    callback_deallocate(cb, reinterpret_cast<kesterlib::Frame*>(frame)->words, kesterlib::kWordsMemory);
     callback_deallocate(cb, frame->list_block, kesterlib::kListMemory);
     callback_deallocate(cb, frame, kesterlib::kFrameMemory);
     if (owns_cb)

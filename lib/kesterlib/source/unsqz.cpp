@@ -3,6 +3,8 @@
 // the input buffer.
 #include "kesterlib/unsqz.h"
 
+#include "codetable.h"
+#include "machine.h"
 #include "unsqz_codes.h"
 
 #include <cstring>
@@ -14,11 +16,6 @@ const int8_t kVerticalLength[7] = {7, 4, 3, 1, 3, 4, 7};
 
 namespace
 {
-struct Code {
-    uint16_t bits; // left-aligned
-    uint8_t length;
-};
-
 // In the order of their meaning: vertical codes of the offsets -3 to 3; add codes with a first run of 1 and
 // on; last the add code with a long first run.
 constexpr Code kCodesA[] = {
@@ -36,12 +33,12 @@ constexpr int32_t kCountB = sizeof kCodesB / sizeof kCodesB[0];
 constexpr int kLongestA = 7;
 constexpr int kLongestB = 5;
 
+constexpr CodeTableFault kFault{"!(length == 15 || ncodes > 255)", "ncodes too long", "unsqz"};
+
 constexpr int32_t kVerticalCodes = 7;
 constexpr int32_t kLargestOffset = 3;
 constexpr int32_t kSecondRunBits = 2;
 constexpr int32_t kSecondRunExtended = 3; // value of those bits with which an extension number follows
-constexpr uint8_t kNoCode = 255;
-
 bool tables_made;
 
 constexpr bool is_vertical(int32_t index)
@@ -55,22 +52,6 @@ constexpr int32_t offset_of(int32_t index)
 constexpr int32_t first_run_of(int32_t index)
 {
     return index - kVerticalCodes + 1;
-}
-
-void build_decode_table(callback_block* cb, const Code* codes, int32_t ncodes, uint8_t* table)
-{
-    int32_t length = 0;
-    for (int32_t i = 0; i < ncodes; ++i)
-        length = codes[i].length > length ? codes[i].length : length;
-    if (length == 15 || ncodes > 255) {
-        callback_assertion_failed(cb, "!(length == 15 || ncodes > 255)", "ncodes too long", "unsqz",
-                                  __LINE__);
-        return;
-    }
-    memset(table, kNoCode, size_t{1} << length);
-    for (int32_t i = 0; i < ncodes; ++i)
-        if (codes[i].length != 0)
-            memset(table + (codes[i].bits >> (16 - length)), i, size_t{1} << (length - codes[i].length));
 }
 
 // What `bits` leading bits in the value `leading` hold, read by single codes.
@@ -107,8 +88,8 @@ Probe probe_of(int32_t leading, int bits, const uint8_t* index, const Code* code
 void make_tables(callback_block* cb)
 {
     UnsqzTables& tables = unsqz_tables;
-    build_decode_table(cb, kCodesA, kCountA, tables.index_a);
-    build_decode_table(cb, kCodesB, kCountB, tables.index_b);
+    build_decode_table(cb, kCodesA, kCountA, tables.index_a, kFault);
+    build_decode_table(cb, kCodesB, kCountB, tables.index_b, kFault);
     for (int32_t i = 0; i < 1 << kProbeBits; ++i)
         tables.probe_a[i] = probe_of(i, kProbeBits, tables.index_a, kCodesA, kLongestA, kCountA - 1,
                                      tables.offsets[i], kLanes);
@@ -116,16 +97,6 @@ void make_tables(callback_block* cb)
         tables.probe_b[i] =
             probe_of(i, kProbeBitsB, tables.index_b, kCodesB, kLongestB, kCountB - 1, &tables.offset_b[i], 1);
     tables_made = true;
-}
-
-// Drops bits of the window and tops it up.
-void take(UNCOMP* frame, int32_t bits)
-{
-    const uint32_t window = (uint32_t{frame->bits_hi} << 16 | frame->bits_lo) << bits;
-    frame->bits_hi = static_cast<uint16_t>(window >> 16);
-    frame->bits_lo = static_cast<uint16_t>(window);
-    frame->bitsloaded -= bits;
-    uncomp_load_bits(frame);
 }
 
 // Groups of three bits of a number, the lowest first, each with a flag that ends the number. One of more
@@ -136,7 +107,7 @@ int64_t extension_number(UNCOMP* frame)
     int64_t number = 0;
     for (int group = 0; group < kMostGroups; ++group) {
         const uint16_t bits = frame->bits_hi >> 12;
-        take(frame, 4);
+        uncomp_take(frame, 4);
         number |= int64_t{bits} >> 1 << (3 * group);
         if (bits & 1)
             return number;
@@ -154,29 +125,21 @@ int32_t moved(int32_t position, int64_t run)
 UNCOMP* open_frame(callback_block* cb, bool owns_cb, const uint8_t* base, size_t size, int32_t width,
                    int32_t row_bytes, const uint8_t* first_ref_row)
 {
-    Frame* const frame = cb ? uncomp_make(cb, width, row_bytes) : nullptr;
-    if (!frame) {
-        if (owns_cb)
-            dispose_callback_block(cb);
+    Frame* const frame =
+        uncomp_open(cb, owns_cb, base, size, width, row_bytes, first_ref_row, int64_t{row_bytes} * 8);
+    if (!frame)
         return nullptr;
-    }
-    frame->base.owns_cb = owns_cb;
-    if (base)
-        uncomp_set_mapped(frame, base, size);
-    uncomp_set_reference(frame, first_ref_row, row_bytes * 8);
     if (!tables_made)
-        make_tables(cb);
+        make_tables(frame->base.cb);
     uncomp_start_bits(&frame->base);
     return &frame->base;
 }
-
 } // namespace
 
 UnsqzRowLoop* unsqz_row_loop()
 {
 #if defined(__x86_64__)
-    static const bool has_avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2");
-    if (has_avx2)
+    if (has_avx2())
         return unsqz_rows_avx2;
 #endif
     return unsqz_rows_plain;
@@ -194,11 +157,12 @@ Step unsqz_single_code(Frame* frame, RowState* row)
     const bool table_a = row->adds < kTableBCodesFrom;
     const uint8_t index = table_a ? unsqz_tables.index_a[base.bits_hi >> (16 - kLongestA)]
                                   : unsqz_tables.index_b[base.bits_hi >> (16 - kLongestB)];
+    // Both lists are complete: every pattern is a code.
     const int32_t count = table_a ? kCountA : kCountB;
     if (index >= count)
         return fail(table_a ? "Huffman decode, numberOfAdds<3, unknown code"
                             : "Huffman decode, numberOfAdds>=3, unknown code");
-    take(&base, (table_a ? kCodesA : kCodesB)[index].length);
+    uncomp_take(&base, (table_a ? kCodesA : kCodesB)[index].length);
 
     if (is_vertical(index)) {
         if (ref_end - row->ref < 2 || row->out >= base.cur_end)
@@ -212,33 +176,24 @@ Step unsqz_single_code(Frame* frame, RowState* row)
         return row->position >= row_length ? Step::RowDone : Step::More;
     }
 
-    int64_t run = first_run_of(index);
-    if (index == count - 1) {
-        const int64_t more = extension_number(&base);
-        if (more < 0)
-            return fail(kTooManyRuns);
-        run += more;
-    }
-    row->position = moved(row->position, run);
-    if (row->out >= base.cur_end)
+    // A run, and what an extension adds to it; false where that is none, or the list is full.
+    const auto append = [&](int64_t run, bool extended) {
+        const int64_t more = extended ? extension_number(&base) : 0;
+        if (more < 0 || row->out >= base.cur_end)
+            return false;
+        row->position = moved(row->position, run + more);
+        *row->out++ = row->position;
+        return true;
+    };
+    if (!append(first_run_of(index), index == count - 1))
         return fail(kTooManyRuns);
-    *row->out++ = row->position;
     if (row->position >= row_length)
         return Step::RowDone;
 
     const int32_t second = base.bits_hi >> (16 - kSecondRunBits);
-    take(&base, kSecondRunBits);
-    run = second + 1;
-    if (second == kSecondRunExtended) {
-        const int64_t more = extension_number(&base);
-        if (more < 0)
-            return fail(kTooManyRuns);
-        run += more;
-    }
-    row->position = moved(row->position, run);
-    if (row->out >= base.cur_end)
+    uncomp_take(&base, kSecondRunBits);
+    if (!append(second + 1, second == kSecondRunExtended))
         return fail(kTooManyRuns);
-    *row->out++ = row->position;
     if (table_a)
         ++row->adds;
     if (row->position >= row_length)

@@ -9,9 +9,10 @@
 #include "frame.h"
 #include "lanes.h"
 #include "paint_list.h"
+#include "same_row.h"
 #include "unsqz_codes.h"
+#include "window.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -19,51 +20,6 @@ namespace kesterlib
 {
 namespace
 {
-constexpr int32_t kSlack = 16; // bytes of a frame that may be read behind its in_buffer
-static_assert(sizeof(UNCOMP) - offsetof(UNCOMP, in_buffer) - UNCOMP_IN_BUFFER >= kSlack);
-
-// 56 bits or more behind the byte position of the next code, the first in the top bit. What stands below the
-// valid bits is 0 or the bits that come next.
-struct Window {
-    uint64_t bits;
-    const uint8_t* next; // byte that follows the valid bits
-    uint32_t valid;      // count of bits
-
-    void start(const uint8_t* byte, uint32_t used_bits)
-    {
-        bits = load_be64(byte) << used_bits;
-        next = byte + 7;
-        valid = 56 - used_bits;
-    }
-    void refill()
-    {
-        bits |= load_be64(next) >> valid;
-        next += (63 - valid) >> 3;
-        valid |= 56;
-    }
-    void drop(uint32_t count)
-    {
-        bits <<= count;
-        valid -= count;
-    }
-    // The byte that the next bit is in, and the bits of it that are used.
-    const uint8_t* byte() const { return next - ((valid + 7) >> 3); }
-    uint32_t used_bits() const { return (0 - valid) & 7; }
-};
-
-// Bits from a byte on into the frame's own window: 16 to 23 of them.
-inline void give_back(UNCOMP* base, const uint8_t* byte, uint32_t used_bits)
-{
-    const uint32_t bytes = used_bits == 0 ? 2 : 3;
-    const uint32_t window =
-        (uint32_t{byte[0]} << 24 | uint32_t{byte[1]} << 16 | (bytes == 3 ? uint32_t{byte[2]} << 8 : 0))
-        << used_bits;
-    base->bits_hi = static_cast<uint16_t>(window >> 16);
-    base->bits_lo = static_cast<uint16_t>(window);
-    base->bitsloaded = static_cast<int32_t>(bytes * 8 - used_bits);
-    base->in_ptr = byte + bytes;
-}
-
 // The groups of an extension number; at most eleven, else -1.
 inline int64_t extension(Window* window)
 {
@@ -87,7 +43,8 @@ inline Fast fast_codes(Frame* frame, RowState* row)
     UNCOMP& base = frame->base;
     const auto* const loaded_from = base.in_ptr - ((base.bitsloaded + 7) >> 3);
     const bool mapped = base.buf_start != base.in_buffer;
-    if (base.in_ptr - base.buf_start < 3 || base.in_end - loaded_from < kSlack)
+    if (base.in_ptr - base.buf_start < 3 || base.in_end - loaded_from < kSlack ||
+        base.cur_end - base.cur_list <= kLanes)
         return Fast::Slow;
     // As far as a refill may come: behind it too few bits are left for a code and the frame's own window, or
     // a load would leave what may be read.
@@ -247,47 +204,6 @@ inline Fast fast_codes(Frame* frame, RowState* row)
     return result;
 }
 
-// Vertical codes of offset 0 are single ones: counts those from the frame's window on, up to wanted and as
-// far as they lie well in the buffer, and takes them. Gives their number, 0 where they are too few to be
-// worth it.
-inline int32_t take_ones(UNCOMP* base, int32_t wanted)
-{
-    constexpr int32_t kInWindow = 16;
-    if (wanted <= kInWindow) {
-        if (base->bits_hi >> (kInWindow - wanted) != (1 << wanted) - 1)
-            return 0;
-        const uint64_t window = (uint64_t{base->bits_hi} << 16 | base->bits_lo) << wanted;
-        base->bits_hi = static_cast<uint16_t>(window >> 16);
-        base->bits_lo = static_cast<uint16_t>(window);
-        base->bitsloaded -= wanted;
-        uncomp_load_bits(base);
-        return wanted;
-    }
-    if (base->bits_hi != 0xFFFF || base->in_ptr - base->buf_start < 3)
-        return 0;
-    const uint8_t* byte = base->in_ptr - ((base->bitsloaded + 7) >> 3);
-    auto used = static_cast<uint32_t>(-base->bitsloaded) & 7;
-    int32_t ones = 0;
-    while (base->in_end - byte >= kSlack) {
-        const uint64_t others = ~(load_be64(byte) << used);
-        const int32_t here = others ? leading_zeros(others) : 64;
-        const auto there = static_cast<int32_t>(64 - used);
-        if (here >= there && wanted - ones > there) {
-            ones += there;
-            byte += 8;
-            used = 0;
-            continue;
-        }
-        const int32_t taken = here < wanted - ones ? here : wanted - ones;
-        ones += taken;
-        byte += (used + static_cast<uint32_t>(taken)) >> 3;
-        used = (used + static_cast<uint32_t>(taken)) & 7;
-        break;
-    }
-    give_back(base, byte, used);
-    return ones;
-}
-
 // The rest of the row's last byte is dropped: 16 bits stay.
 inline void end_row(UNCOMP* base)
 {
@@ -295,27 +211,6 @@ inline void end_row(UNCOMP* base)
     base->bits_hi = static_cast<uint16_t>(window >> 16);
     base->bits_lo = 0;
     base->bitsloaded = 16;
-}
-
-// The row above once more: its list stays in place. above is that row in the caller's memory, or null.
-inline void same_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t nbytes)
-{
-    UNCOMP& base = frame->base;
-    const int32_t row_length = base.row_bytes * 8;
-    const int32_t transitions = frame->ref_transitions;
-    if (!above || transitions == 0) {
-        paint_list(frame, row, base.ref_list, base.ref_end, transitions, nbytes);
-    } else if (nbytes > 0) {
-        memcpy(row, above, static_cast<size_t>(nbytes));
-        clip_row(row, nbytes, base.width);
-    }
-    // It ended with a code for the row length itself, and so with a copy more than other rows.
-    if (frame->ref_count != 1 + transitions + 5) {
-        base.ref_list[1 + transitions] = row_length;
-        int32_t ignored = 0;
-        frame->ref_count =
-            uncomp_close_list(base.ref_list, base.ref_end, 1 + transitions + 1, row_length, &ignored);
-    }
 }
 
 // A row of which the first bit, 0, is taken.
@@ -329,7 +224,7 @@ inline bool coded_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t 
     const int32_t same = take_ones(&base, frame->ref_transitions + 1);
     if (same > frame->ref_transitions) {
         end_row(&base);
-        same_row(frame, row, above, nbytes);
+        same_row(frame, row, above, nbytes, row_length);
         return true;
     }
     if (same > 0) {
@@ -355,12 +250,14 @@ inline bool coded_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t 
 
     int32_t transitions = 0;
     const auto count = static_cast<int32_t>(state.out - base.cur_list);
-    const int32_t closed = uncomp_close_list(base.cur_list, base.cur_end, count, row_length, &transitions);
+    const int32_t closed =
+        uncomp_close_list(base.cur_list, base.cur_end, count, row_length, Overshoot::Dropped, &transitions);
     if (closed == 0) {
         base.error_text = kTooManyRuns;
         return false;
     }
-    paint_list(frame, row, base.cur_list, base.cur_end, transitions, nbytes);
+    paint_list(frame, row, base.cur_list, base.cur_end, transitions, list_order(base.cur_list, transitions),
+               nbytes);
     frame->ref_count = closed;
     frame->ref_transitions = transitions;
     uncomp_swap_lists(&base);

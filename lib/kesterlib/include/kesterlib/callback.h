@@ -105,7 +105,7 @@ KESTERLIB_API void set_stdin_callback(callback_block* block);
 KESTERLIB_API void set_stdout_callback(callback_block* block);
 
 /* Reports and releases what was allocated through the block and is still there, then frees the block itself.
- * The stream stays open. Null is ignored. */
+ * The stream stays open. Null is ignored. Where it was the default block, there is none afterwards. */
 KESTERLIB_API void dispose_callback_block(callback_block* block);
 
 KESTERLIB_API size_t callback_block_size(void); /* bytes of the record */

@@ -79,16 +79,16 @@ typedef struct FAXHeader {
     char Mux[FAXHEADER_MUX];
 } FAXHeader;
 
-/* ---- Text in memory --------------------------------------------------------------------------------------
- */
+/* ---- Text in memory ---------------------------------------------------------------------------------- */
 
 /* Writes the header's text.
  *
  *   buffer, bufferSize  where it goes, and the bytes there; nothing is written behind them
  *   header              its HeaderSize is the room that the text has, at most bufferSize
- *   pad                 not 0: blanks fill what the text leaves of HeaderSize, and no terminator follows. 0:
- * a zero byte follows the text, where it still lies within the buffer, and the rest stays as it was message
- * receives a constant text, empty after a success
+ *   pad                 0: a zero byte follows the text, where it still lies within the buffer, and the
+ *                       rest stays as it was. Not 0: blanks fill what the text leaves of HeaderSize, and
+ *                       no zero byte follows them; a text that leaves nothing is ended as with 0
+ *   message             receives a constant text, empty after a success
  *
  * Returns the bytes that count as header: HeaderSize with pad, else those of the text. 0 for no header, or
  * one whose HeaderSize is above bufferSize. The negative length of the whole text where that is above
@@ -106,9 +106,9 @@ KESTERLIB_API int32_t createFaxHeader(char* buffer, uint32_t bufferSize, const F
  * excepted.
  *
  *   buffer, size  the text; needs no terminator, and may hold anything
- *   header        receives the values. What no line sets stays as it was, NumDestinations excepted, so the
- * caller clears a new record first. After a failure it holds what was read up to then message       receives
- * a constant text, empty after a success
+ *   header        receives the values. What no line sets stays as it was, NumDestinations excepted, so
+ *                 the caller clears a new record first. After a failure it holds what was read up to then
+ *   message       receives a constant text, empty after a success
  *
  * A number out of range is held to the nearest end of its field (-1 in an unsigned one is 0xffffffff), a text
  * to the length of its field. NumDestinations may come back negative, and then stands for none. CreateTime
@@ -119,8 +119,7 @@ KESTERLIB_API int32_t createFaxHeader(char* buffer, uint32_t bufferSize, const F
 KESTERLIB_API int32_t extractFaxHeader(const char* buffer, uint32_t size, FAXHeader* header,
                                        const char** message);
 
-/* ---- Streams ---------------------------------------------------------------------------------------------
- */
+/* ---- Streams ----------------------------------------------------------------------------------------- */
 
 /* Reads FAXHEADER_BYTES from the block's stream, whatever HeaderSize turns out to be, and the header from
  * them. The stream is then FAXHEADER_BYTES further on.
@@ -129,7 +128,7 @@ KESTERLIB_API int32_t extractFaxHeader(const char* buffer, uint32_t size, FAXHea
  *           callback_deallocate
  *
  * Returns the record; null where the bytes are fewer, are no header (a message says which), or the block gave
- * no memory. Needs the read slot. */
+ * no memory. Needs the read slot, which may give the bytes in pieces. */
 KESTERLIB_API FAXHeader* read_FAXHeader_from_callback(callback_block* callbacks, FAXHeader* header);
 
 /* The same from a stream, which stays open. The record comes from the default block's memory. */

@@ -23,8 +23,7 @@ KESTERLIB_API size_t file_write(FILE* stream, const void* buffer, size_t n);
 KESTERLIB_API size_t callback_read_nbytes(callback_block* block, void* buffer, size_t n);
 KESTERLIB_API size_t callback_write_nbytes(callback_block* block, const void* buffer, size_t n);
 
-/* ---- Numbers of 8, 16 and 32 bits
- * -------------------------------------------------------------------------- */
+/* ---- Numbers of 8, 16 and 32 bits -------------------------------------------------------------------- */
 
 /* Each returns 1, or 0 after one report: "reading a char", "a short" or "a long", and "writing ..." likewise.
  * The end of the file is a failure here. A failed read leaves *out alone; a failed write may leave the

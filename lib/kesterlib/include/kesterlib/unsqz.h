@@ -21,8 +21,8 @@ KESTERLIB_BEGIN
  * `size` bytes at `base`, which stay where they are and unchanged while the frame lives. The first reads with
  * a block that it makes and frees with the frame. `cb` and `file` stay the caller's.
  *
- * Null where a side is below 0, where the lists would take more than 256 MiB, or where the block gave no
- * memory. A null `file` is a fatal report. */
+ * Null where a side is below 0, where the width is above 8 * row_bytes, where the lists would take more than
+ * 256 MiB, or where the block gave no memory. A null `file` is a fatal report. */
 KESTERLIB_API UNCOMP* Unsqz_Open(FILE* file, int32_t width, int32_t row_bytes, const uint8_t* first_ref_row);
 KESTERLIB_API UNCOMP* Unsqz_Open_Callback(callback_block* cb, int32_t width, int32_t row_bytes,
                                           const uint8_t* first_ref_row);
@@ -44,8 +44,8 @@ KESTERLIB_API UNCOMP* Unsqz_Open_MMapped(const uint8_t* base, size_t size, int32
  *
  * Returns the rows delivered: rows, or fewer where the stream is damaged or at its end. Those rows stay in
  * buffer; of a stream that was cut off, the last may be painted from filler. The frame is then finished:
- * Uncomp_Error_String has the words, and only that call and Uncomp_Free are allowed. A stream has no end
- * mark; ask for as many rows as the page has.
+ * Uncomp_Error_String has the words, and further calls give 0. A stream has no end mark; ask for as many rows
+ * as the page has.
  *
  * Allocates nothing; input comes 512 bytes a read, or as it lies in memory. */
 KESTERLIB_API int32_t Unsqz_Decode(UNCOMP* frame, int32_t rows, uint8_t* buffer, int32_t stride);

@@ -1,0 +1,17 @@
+// Page files whose raster is a CCITT Group 4 stream.
+#pragma once
+
+#include "app/runimage.h"
+
+class Group4Image : public RunImage
+{
+public:
+    static const CRuntimeClass classRecord;
+    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+
+    Group4Image() : RunImage(kKind, kCodec) {}
+
+private:
+    static const Kind kKind;
+    static const Codec kCodec;
+};

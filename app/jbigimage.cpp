@@ -1,0 +1,44 @@
+#include "app/jbigimage.h"
+
+#include <algorithm>
+#include <cstring>
+#include <kesterlib/faxhdr.h>
+
+const CRuntimeClass JBIGImage::classRecord{"JBIGImage", &HeaderImage::classRecord, CreateObjectOf<JBIGImage>};
+
+const HeaderImage::Kind JBIGImage::kKind{FAXHEADER_JBIG, 1, "Not JBIG compressed file", "Invalid JBIG object",
+                                         "JBIG decode error"};
+
+bool JBIGImage::StartDecoder()
+{
+    callback_block* const block = m_block.Over(File);
+    Decoder = block ? Jbig_Open_Input_Callback(block) : nullptr;
+    return HasDecoder();
+}
+
+void JBIGImage::EndDecoder()
+{
+    if (Decoder)
+        Jbig_Close_Input(Decoder);
+    Decoder = nullptr;
+}
+
+int32_t JBIGImage::DecodeRows(uint8_t* buffer, int32_t stride, int32_t count)
+{
+    if (!Decoder) // the file has changed since it was opened
+        return 0;
+    const auto rows = static_cast<int32_t>(Jbig_Decode(Decoder, count, buffer, stride));
+    const int64_t own_bytes = std::min<int64_t>(Decoder->row_bytes, stride);
+    for (int32_t row = 0; row < rows; ++row)
+        memset(buffer + int64_t{row} * stride + own_bytes, 0, static_cast<size_t>(stride - own_bytes));
+    return rows;
+}
+
+bool JBIGImage::GoToRow(uint8_t*, int32_t, int32_t firstRow, int32_t)
+{
+    if (firstRow < CurrentRow + 1)
+        Rewind();
+    if (Decoder && CurrentRow + 1 < firstRow)
+        CurrentRow += static_cast<int32_t>(Jbig_Decode_Discard(Decoder, firstRow - CurrentRow - 1));
+    return true;
+}

@@ -1,0 +1,121 @@
+// JBIG image entities. The last five bytes choose how one is decoded: rows, rows a call, bytes a read and in
+// all, pitch; so a seed is an ordinary entity with five bytes behind it. Both row loops, and a slow decoder
+// of the tests, must agree in every byte, word and read.
+#include "kesterlib/jbig.h"
+
+#include "qdecoder.h"
+#include "tests/support/jbig_reference.h"
+#include "tests/support/seek_block.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace
+{
+using Bytes = std::vector<uint8_t>;
+using test_support::JbigInput;
+using test_support::JbigReference;
+using test_support::SeekBlock;
+
+struct Decoded {
+    Bytes rows;
+    std::string error, messages;
+    std::vector<size_t> reads;
+    friend bool operator==(const Decoded&, const Decoded&) = default;
+};
+
+constexpr size_t kHow = 5;
+
+Decoded Decode(kesterlib::JbigRowLoop* loop, const JbigInput& input, const uint8_t* how)
+{
+    const int32_t rows = how[2] == 0 ? 0 : 1 + how[0] % 64; // any sides: opened only
+    const int32_t per_call = 1 + how[1] % 8;
+    Decoded decoded;
+    SeekBlock block(input);
+    const Bytes exact(input.bytes);
+    jbig_data* const dat =
+        input.mapped ? Jbig_Open_Input_MMapped(exact.data(), exact.size()) : Jbig_Open_Input_Callback(block);
+    if (dat) {
+        SeekBlock::Silence(dat->block);
+        reinterpret_cast<kesterlib::Decoder*>(dat)->row_loop = loop;
+        const auto row_bytes = static_cast<std::ptrdiff_t>(dat->row_bytes);
+        const std::ptrdiff_t pitch = row_bytes + how[4] % 16;
+        for (int32_t done = 0; done < rows;) {
+            const int32_t ask = std::min(per_call, rows - done);
+            Bytes out(static_cast<size_t>(ask * pitch)); // of exactly that size
+            const int32_t got = Jbig_Decode(dat, ask, out.data(), static_cast<int32_t>(pitch));
+            if (got < 0 || got > ask || (got < ask) != (Jbig_Error_String(dat) != nullptr))
+                std::abort();
+            for (std::ptrdiff_t row = 0; row < got; ++row)
+                decoded.rows.insert(decoded.rows.end(), out.begin() + row * pitch,
+                                    out.begin() + row * pitch + row_bytes);
+            if (got < ask)
+                break;
+            done += got;
+        }
+        if (Jbig_Error_String(dat))
+            decoded.error = Jbig_Error_String(dat);
+        Jbig_Close_Input(dat);
+    }
+    block.Dispose();
+    decoded.messages = block.messages; // those of memory left behind, too
+    decoded.reads = block.reads;
+    if (block.exits != 0) // a broken invariant
+        std::abort();
+    return decoded;
+}
+
+Decoded Foretell(const JbigInput& input, const uint8_t* how)
+{
+    const int32_t rows = 1 + how[0] % 64;
+    Decoded decoded;
+    JbigReference reference(input);
+    if (reference.is_open)
+        reference.Decode(rows, &decoded.rows);
+    decoded.error = reference.is_open ? reference.error : std::string();
+    decoded.messages = reference.messages;
+    decoded.reads = reference.reads;
+    return decoded;
+}
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    if (size < kHow)
+        return 0;
+    const uint8_t* const how = data + size - kHow;
+    JbigInput input;
+    input.bytes.assign(data, data + size - kHow);
+    const bool any_sides = how[2] == 0;
+    if (input.bytes.size() >= READ_BIH_BYTES) {
+        const auto number_at = [&input](size_t at) {
+            uint64_t number = 0;
+            for (size_t i = at; i < at + 4; ++i)
+                number = number << 8 | input.bytes[i];
+            return number;
+        };
+        constexpr uint64_t kModest = 1 << 24; // bytes of a stripe buffer that the machine has many times
+        const uint64_t stripe_bytes = (number_at(12) + 2) * ((number_at(4) + 7) / 8 + 2);
+        if (any_sides && stripe_bytes > kModest && stripe_bytes <= JBIG_LARGEST_STRIPE)
+            return 0;
+        constexpr struct {
+            size_t at;
+            uint8_t kept;
+        } kSides[] = {{4, 0}, {5, 0}, {6, 7}, {12, 0}, {13, 0}, {14, 0}}; // more is slow for the reference
+        for (const auto& side : kSides)
+            if (!any_sides)
+                input.bytes[side.at] &= side.kept;
+    }
+    input.mapped = how[2] % 2 != 0;
+    if (!input.mapped && how[2] % 4 == 0) {
+        input.most_a_read = how[3] == 0 ? SIZE_MAX : size_t{20} + how[3] * size_t{4};
+        input.most_in_all = how[2] % 8 == 0 ? SIZE_MAX : size_t{20} + how[3];
+    }
+    const Decoded wanted = any_sides ? Decode(kesterlib::jbig_rows_plain, input, how) : Foretell(input, how);
+    if (!(Decode(kesterlib::jbig_rows_plain, input, how) == wanted) ||
+        !(Decode(kesterlib::jbig_row_loop(), input, how) == wanted))
+        std::abort();
+    return 0;
+}

@@ -1,0 +1,79 @@
+// What the targets of the run decoders share. The last five bytes of an input choose how it is decoded:
+// width, rows, rows a call, bytes a read, stride; so a seed is an ordinary raster with five bytes behind it.
+// The row loops must agree in every byte and word, and with themselves at another number of rows a call.
+#pragma once
+
+#include "kesterlib/uncompress.h"
+
+#include "frame.h"
+#include "tests/support/chunk_block.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace run_fuzz
+{
+using RowLoop = int32_t(kesterlib::Frame* frame, int32_t rows, uint8_t* buffer, int32_t stride);
+struct Codec {
+    UNCOMP* (*open)(callback_block* cb, int32_t width, int32_t row_bytes, const uint8_t* first_ref_row);
+    UNCOMP* (*open_mapped)(const uint8_t* base, size_t size, int32_t width, int32_t row_bytes,
+                           const uint8_t* first_ref_row);
+    bool always_text; // a row that fails leaves words
+};
+
+struct Decoded {
+    std::vector<uint8_t> rows;
+    std::string error;
+    friend bool operator==(const Decoded&, const Decoded&) = default;
+};
+
+inline Decoded Decode(const Codec& codec, RowLoop* loop, std::span<const uint8_t> stream, const uint8_t* how,
+                      int32_t per_call)
+{
+    const int32_t width = 1 + how[0] * 9;
+    const int32_t row_bytes = (width + 7) / 8;
+    const int32_t rows = 1 + how[1] % 64;
+    const int32_t stride = row_bytes + how[4] % 16;
+    Decoded decoded;
+    test_support::ChunkBlock block;
+    block.SetInput(stream, how[3] == 0 ? SIZE_MAX : size_t{how[3]} * 2);
+    UNCOMP* const frame = how[3] % 4 == 3
+                              ? codec.open_mapped(stream.data(), stream.size(), width, row_bytes, nullptr)
+                              : codec.open(block, width, row_bytes, nullptr);
+    for (int32_t done = 0; done < rows;) {
+        const int32_t ask = std::min(per_call, rows - done);
+        std::vector<uint8_t> out(static_cast<size_t>(ask) *
+                                 static_cast<size_t>(stride)); // of exactly that size
+        const int32_t got = loop(reinterpret_cast<kesterlib::Frame*>(frame), ask, out.data(), stride);
+        const bool text = Uncomp_Error_String(frame) != nullptr;
+        if (got < 0 || got > ask || (got == ask && text) || (got < ask && codec.always_text && !text))
+            std::abort();
+        decoded.rows.insert(decoded.rows.end(), out.begin(), out.begin() + int64_t{got} * stride);
+        if (got < ask)
+            break;
+        done += got;
+    }
+    if (Uncomp_Error_String(frame))
+        decoded.error = Uncomp_Error_String(frame);
+    Uncomp_Free(frame);
+    block.Dispose();
+    if (!block.messages.empty() || block.exits != 0) // memory left behind, or a broken invariant
+        std::abort();
+    return decoded;
+}
+
+inline void Run(const Codec& codec, RowLoop* plain, RowLoop* fastest, const uint8_t* data, size_t size)
+{
+    constexpr size_t kHow = 5;
+    if (size < kHow)
+        return;
+    const std::vector<uint8_t> exact(data, data + size - kHow);
+    const uint8_t* const how = data + size - kHow;
+    const int32_t per_call = 1 + how[2] % 8;
+    const Decoded wanted = Decode(codec, plain, exact, how, per_call);
+    if (!(Decode(codec, fastest, exact, how, per_call % 8 + 1) == wanted))
+        std::abort();
+}
+} // namespace run_fuzz

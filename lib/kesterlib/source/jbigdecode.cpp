@@ -1,0 +1,341 @@
+// The JBIG decoder's outside: opening with a look at the header, delivery of rows, reports.
+#include "kesterlib/files.h"
+#include "kesterlib/jbig.h"
+
+#include "frame.h"
+#include "qdecoder.h"
+
+#include <cstring>
+
+namespace kesterlib
+{
+namespace
+{
+constexpr const char* kSource = "jbigdecode";
+constexpr const char* kNoEndMarker = "End of file not in JBIG format";
+constexpr int32_t kEndMarkerBytes = 2;
+constexpr uint8_t kMarker = 0xFF;
+constexpr uint32_t kWidthLimit = 0x7ffffff8; // from here on a row's last pixels have no signed column
+
+struct HeaderByte {
+    int32_t at;
+    uint8_t wanted;
+    const char* text; // when it is another
+};
+constexpr HeaderByte kHeaderBytes[] = {
+    {0, 0, "BIE Byte 0 (initial resolution) /= 0"},
+    {1, 0, "BIE Byte 1 (final resolution) /= 0"},
+    {2, 1, "BIE Byte 2 (number of bitplanes) /= 1"},
+    {3, 0, "BIE Byte 3 (spare) /=0"},
+    {16, 0, "BIE Byte 16 ( MX ) /= 0"},
+    {17, 0, "BIE Byte 17 ( MY ) /= 0"},
+    {18, 0, "BIE Byte 18 ( BIH spec ) /= 0"},
+    {19, 0, "BIE Byte 19 ( options ) /= 0"},
+};
+
+uint32_t number_at(const uint8_t* bytes)
+{
+    return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
+}
+
+// SDNORM or SDRST.
+bool is_stripe_end(uint8_t marker)
+{
+    return marker == 0x02 || marker == 0x03;
+}
+
+int32_t held_to_int32(int64_t value)
+{
+    return value > INT32_MAX ? INT32_MAX : static_cast<int32_t>(value);
+}
+
+jbig_data* jbig_make_data(callback_block* block, uint32_t width, uint32_t height)
+{
+    auto* const decoder =
+        static_cast<Decoder*>(callback_allocate(block, sizeof(Decoder), "jbig data object"));
+    if (!decoder)
+        return nullptr;
+    memset(decoder, 0, sizeof *decoder);
+    decoder->row_loop = jbig_row_loop();
+    decoder->base.block = block;
+    decoder->base.width = width;
+    decoder->base.height = height;
+    return &decoder->base;
+}
+
+// The whole input is at hand for a look at its end; the stream is then back where it was.
+bool jbig_check_eof_marker(jbig_data* dat)
+{
+    callback_block* const block = dat->block;
+    const long start = callback_ftell(block);
+    bool good = callback_fseek(block, -kEndMarkerBytes, SEEK_END) == 0;
+    if (!good) {
+        callback_perror(block, "seeking EOF -2");
+    } else {
+        dat->bytes_left = held_to_int32(int64_t{callback_ftell(block)} + kEndMarkerBytes - start);
+        uint8_t byte = 0;
+        good = callback_read_byte(block, &byte) != 0 && byte == kMarker &&
+               callback_read_byte(block, &byte) != 0 && is_stripe_end(byte);
+    }
+    if (!good) {
+        jbig_error(dat, kNoEndMarker, __LINE__, kSource);
+        return false;
+    }
+    if (callback_fseek(block, start, SEEK_SET) != 0) {
+        callback_perror(block, "Seek failed");
+        return false;
+    }
+    return true;
+}
+
+bool jbig_check_eof_marker_mapped(jbig_data* dat, size_t length)
+{
+    if (length >= kEndMarkerBytes && dat->io_buffer_end[0] == kMarker && is_stripe_end(dat->io_buffer_end[1]))
+        return true;
+    jbig_error(dat, kNoEndMarker, __LINE__, kSource);
+    return false;
+}
+
+// Reports every fault of the header. Sizes are judged here, before anything is allocated for them.
+bool jbig_read_bih(jbig_data* dat)
+{
+    const uint8_t* const addr = dat->io_buffer;
+    if (dat->io_buffer_end - addr < READ_BIH_BYTES) {
+        callback_assertion_failed(dat->block, "addr+READ_BIH_BYTES<=addr_end", "read in buffer", kSource,
+                                  __LINE__);
+        return false;
+    }
+    bool good = true;
+    const auto fault = [dat, &good](const char* text, int32_t line) {
+        jbig_error(dat, text, line, kSource);
+        good = false;
+    };
+    dat->bytes_left -= READ_BIH_BYTES;
+    const auto check = [addr, &fault](int32_t from, int32_t to) {
+        for (const HeaderByte& byte : kHeaderBytes)
+            if (byte.at >= from && byte.at < to && addr[byte.at] != byte.wanted)
+                fault(byte.text, __LINE__);
+    };
+    check(0, 4);
+    dat->width = number_at(addr + 4);
+    dat->height = number_at(addr + 8);
+    dat->stripe_lines = number_at(addr + 12);
+    if (dat->width == 0)
+        fault("BIE XD (width) is 0", __LINE__);
+    if (dat->width >= kWidthLimit)
+        fault("BIE XD (width) is too large", __LINE__);
+    if (dat->stripe_lines == 0)
+        fault("BIE L0 (lines in a stripe) is 0", __LINE__);
+    const uint64_t row_stride = (uint64_t{dat->width} + 7) / 8 + 2;
+    if (dat->width < kWidthLimit && (uint64_t{dat->stripe_lines} + 2) * row_stride > JBIG_LARGEST_STRIPE)
+        fault("BIE stripe is too large", __LINE__);
+    check(16, READ_BIH_BYTES);
+    dat->io_buffer += READ_BIH_BYTES;
+    return good;
+}
+
+// Takes the record over: closes it where the open fails.
+jbig_data* jbig_open_common(jbig_data* dat)
+{
+    if (!jbig_read_bih(dat)) {
+        callback_message(dat->block, "not a .jbg file\n");
+        Jbig_Close_Input(dat);
+        return nullptr;
+    }
+    dat->row_bytes = (dat->width + 7) / 8;
+    dat->row_stride = dat->row_bytes + 2;
+    dat->adaptor = static_cast<uint8_t*>(callback_allocate(dat->block, JBIG_ADAPTOR_BYTES, "JBIG adaptor"));
+    const size_t stripe_bytes = (size_t{dat->stripe_lines} + 2) * dat->row_stride;
+    if (dat->adaptor) {
+        jbig_reset_adaptor(dat);
+        dat->stripe_buffer =
+            static_cast<uint8_t*>(callback_allocate(dat->block, stripe_bytes, "stripe buffer"));
+    }
+    if (!dat->stripe_buffer) {
+        Jbig_Close_Input(dat);
+        return nullptr;
+    }
+    memset(dat->stripe_buffer, 0, stripe_bytes);
+    dat->stripe_buffer_end = dat->stripe_buffer + stripe_bytes;
+    dat->first_row = dat->stripe_buffer + size_t{2} * dat->row_stride + 1;
+    dat->next_row = dat->first_row;
+    return dat;
+}
+
+// Rows of the next step: what is left of a stripe, of which a new one is decoded first where there is none.
+// 0 after an error.
+int32_t rows_at_hand(jbig_data* dat)
+{
+    if (dat->lines_left < 1) {
+        jbig_decode_stripe(dat);
+        if (dat->error_count > 0)
+            return 0;
+    }
+    return dat->lines_left;
+}
+
+void pass_rows(jbig_data* dat, int32_t rows)
+{
+    dat->next_row += static_cast<size_t>(rows) * dat->row_stride;
+    dat->lines_left -= rows;
+    dat->lines_delivered += static_cast<uint32_t>(rows);
+}
+} // namespace
+
+void jbig_error(jbig_data* dat, const char* text, int32_t line, const char* file)
+{
+    ++dat->error_count;
+    callback_message(dat->block, "\nJbig error, at line %ld in file %s:\n %s\n", long{line}, file, text);
+    jbig_print_position(dat->block, dat);
+    if (dat->error_count == 1) {
+        dat->error_line = line;
+        dat->error_file = file;
+        dat->error_text = text;
+    }
+}
+
+void jbig_print_position(callback_block* block, jbig_data* dat)
+{
+    callback_message(block, "stripe %ld, line %ld in file (%ld in stripe), column %ld\n",
+                     long{dat->stripe_number},
+                     long{dat->stripe_lines} * long{dat->stripe_number} + long{dat->line_in_stripe},
+                     long{dat->line_in_stripe}, long{dat->column});
+    // A block over memory has no stream to ask.
+    long position = 0;
+    if (block->file) {
+        const long unread = dat->io_buffer_end ? static_cast<long>(dat->io_buffer_end - dat->io_buffer) : 0;
+        position = callback_ftell(block) - unread;
+    }
+    callback_message(block, "file position %ld  ", position);
+    callback_message(block, "buffer position %d\n", static_cast<int>(dat->io_buffer - dat->buffer_origin));
+}
+} // namespace kesterlib
+
+jbig_data* Jbig_Open_Input_Callback(callback_block* block)
+{
+    if (!block)
+        return nullptr;
+    jbig_data* const dat = kesterlib::jbig_make_data(block, 0, 0);
+    if (!dat)
+        return nullptr;
+    dat->input_buffer = static_cast<uint8_t*>(callback_allocate(block, JBIG_INPUT_BUFFER, "i/o buffer"));
+    dat->buffer_origin = dat->input_buffer;
+    dat->io_buffer = dat->input_buffer;
+    if (!dat->input_buffer || !kesterlib::jbig_check_eof_marker(dat) ||
+        callback_fread(block, 1, READ_BIH_BYTES, dat->input_buffer) != READ_BIH_BYTES) {
+        Jbig_Close_Input(dat);
+        return nullptr;
+    }
+    dat->io_buffer_end = dat->input_buffer + READ_BIH_BYTES;
+    return kesterlib::jbig_open_common(dat);
+}
+
+jbig_data* Jbig_Open_Input(FILE* stream)
+{
+    callback_block* const block = stream ? make_unix_callback_block() : nullptr;
+    if (!block)
+        return nullptr;
+    set_callback_slot(CALLBACK_FILE, block, reinterpret_cast<callback_slot_value>(stream));
+    jbig_data* const dat = Jbig_Open_Input_Callback(block);
+    if (dat)
+        dat->owns_block = 1;
+    else
+        dispose_callback_block(block);
+    return dat;
+}
+
+jbig_data* Jbig_Open_Input_MMapped(const uint8_t* data, size_t length)
+{
+    using namespace kesterlib;
+    static const uint8_t nothing = 0;
+    if (!data) {
+        data = &nothing;
+        length = 0;
+    }
+    callback_block* const block = mapped_block();
+    jbig_data* const dat = block ? jbig_make_data(block, 0, 0) : nullptr;
+    if (!dat) {
+        dispose_callback_block(block);
+        return nullptr;
+    }
+    dat->owns_block = 1;
+    const size_t before_marker = length < kEndMarkerBytes ? 0 : length - kEndMarkerBytes;
+    dat->io_buffer = data;
+    dat->buffer_origin = data;
+    dat->io_buffer_end = data + before_marker;
+    dat->bytes_left = before_marker > INT32_MAX ? INT32_MAX : static_cast<int32_t>(before_marker);
+    bool good = jbig_check_eof_marker_mapped(dat, length);
+    if (good && before_marker < READ_BIH_BYTES) {
+        callback_message(block, "not a .jbg file\n");
+        good = false;
+    }
+    if (!good) {
+        Jbig_Close_Input(dat);
+        return nullptr;
+    }
+    return jbig_open_common(dat);
+}
+
+int32_t Jbig_Close_Input(jbig_data* dat)
+{
+    if (!dat)
+        return 1;
+    callback_block* const block = dat->block;
+    const bool owns_block = dat->owns_block != 0;
+    callback_deallocate(block, dat->input_buffer, "jbig input buffer");
+    callback_deallocate(block, dat->adaptor, "jbig input adaptor");
+    callback_deallocate(block, dat->stripe_buffer, "jbig input strip buffer");
+    callback_deallocate(block, dat, "input jbig_data struct");
+    if (owns_block)
+        dispose_callback_block(block);
+    return 1;
+}
+
+int32_t Jbig_Decode(jbig_data* dat, int32_t lines, uint8_t* buffer, int32_t pitch)
+{
+    if (dat->error_count > 0)
+        return 0;
+    // Behind a row's bytes stand its right margin and the next row's left one. The latter is not read, since
+    // the last row of the buffer has none behind it.
+    const auto room = static_cast<size_t>(pitch < 0 ? 0 : pitch);
+    const size_t there = size_t{dat->row_bytes} + 1;
+    const size_t copied = room < there ? room : there;
+    int32_t delivered = 0;
+    while (delivered < lines) {
+        const int32_t at_hand = kesterlib::rows_at_hand(dat);
+        if (at_hand == 0)
+            break;
+        const int32_t now = lines - delivered < at_hand ? lines - delivered : at_hand;
+        const uint8_t* row = dat->next_row;
+        for (int32_t i = 0; i < now; ++i, row += dat->row_stride) {
+            memcpy(buffer, row, copied);
+            if (room > there)
+                buffer[there] = 0;
+            buffer += pitch;
+        }
+        kesterlib::pass_rows(dat, now);
+        delivered += now;
+    }
+    return delivered;
+}
+
+int32_t Jbig_Decode_Discard(jbig_data* dat, int32_t lines)
+{
+    if (dat->error_count > 0)
+        return 0;
+    int32_t passed = 0;
+    while (passed < lines) {
+        const int32_t at_hand = kesterlib::rows_at_hand(dat);
+        if (at_hand == 0)
+            break;
+        const int32_t now = lines - passed < at_hand ? lines - passed : at_hand;
+        kesterlib::pass_rows(dat, now);
+        passed += now;
+    }
+    return passed;
+}
+
+const char* Jbig_Error_String(const jbig_data* dat)
+{
+    return dat->error_count == 0 ? nullptr : dat->error_text;
+}

@@ -1,0 +1,229 @@
+// The arithmetic decoder of JBIG: its input, byte by byte and ahead of that, and the start and end of a
+// stripe. The decisions themselves are in qdecoder_rows.h.
+//
+// A decoder that reads byte by byte fetches one when it shifts the code and has no bit left. This one reads
+// ahead as long as nobody can tell: bytes out of the buffer, stuffed ones included, but never past its end, a
+// marker or what is an error. Whatever remains is fetched when a shift needs it, and what was read ahead in
+// vain at the end of a stripe goes back, so that reads, reports and positions are those of single bytes.
+#include "qdecoder.h"
+
+#include "bits.h"
+#include "qdecoder_table.h"
+
+#include <cerrno>
+#include <cstring>
+
+namespace kesterlib
+{
+namespace
+{
+constexpr const char* kSource = "qdecoder";
+
+// Bits that will never run out: nothing more is read in this stripe, and bits of 0 follow. A multiple of 8.
+constexpr int64_t kForever = int64_t{1} << 62;
+// The code register has 48 bits below those that are compared.
+constexpr int64_t kBitsBelow = 48;
+
+void jbig_refill(jbig_data* dat)
+{
+    if (!dat->input_buffer || dat->bytes_left <= 0)
+        return;
+    const auto wanted =
+        static_cast<size_t>(dat->bytes_left < JBIG_INPUT_BUFFER ? dat->bytes_left : JBIG_INPUT_BUFFER);
+    size_t got = callback_fread(dat->block, 1, wanted, dat->input_buffer);
+    if (got > wanted)
+        got = 0; // a slot that claims more than it was asked for is believed nothing
+    dat->io_buffer = dat->input_buffer;
+    dat->io_buffer_end = dat->input_buffer + got;
+    dat->bytes_left -= static_cast<int32_t>(got);
+    if (got < wanted)
+        jbig_error(dat, system_error_string(errno), __LINE__, kSource);
+    if (got == 0)
+        jbig_error(dat, "Ran out of JBIG data", __LINE__, kSource);
+}
+
+bool next_byte(jbig_data* dat, uint8_t* byte)
+{
+    if (dat->io_buffer == dat->io_buffer_end)
+        return false;
+    *byte = *dat->io_buffer++;
+    return true;
+}
+
+// One byte into bits 8 to 15 of qm_c, or nothing there.
+void qm_byte_in(jbig_data* dat)
+{
+    dat->ct = 8;
+    if (dat->io_buffer == dat->io_buffer_end)
+        jbig_refill(dat);
+    if (dat->io_buffer == dat->io_buffer_end || dat->marker_seen)
+        return;
+    uint8_t byte = 0;
+    next_byte(dat, &byte);
+    if (byte != 0xFF) {
+        dat->qm_c |= uint32_t{byte} << 8;
+        return;
+    }
+    if (dat->io_buffer == dat->io_buffer_end)
+        jbig_refill(dat);
+    if (!next_byte(dat, &byte))
+        return;
+    switch (byte) {
+    case 0x00: dat->qm_c |= 0xFF00; break;
+    case 0x02: dat->marker_seen = 1; break;
+    case 0x03:
+        dat->reset_pending = 1;
+        dat->marker_seen = 1;
+        break;
+    default: jbig_error(dat, "Non-stuffed FF found in PSCD\n", __LINE__, kSource);
+    }
+}
+
+void qm_init_decoder(jbig_data* dat)
+{
+    if (dat->reset_pending)
+        jbig_reset_adaptor(dat);
+    dat->marker_seen = 0;
+    dat->qm_c = 0;
+    qm_byte_in(dat);
+    dat->qm_c <<= 8;
+    qm_byte_in(dat);
+    dat->qm_c <<= 8;
+    qm_byte_in(dat);
+    dat->qm_a = 0x10000;
+}
+
+bool any_byte_is_ff(uint64_t word)
+{
+    constexpr uint64_t kOnes = 0x0101010101010101;
+    const uint64_t flipped = ~word;
+    return ((flipped - kOnes) & word & (kOnes << 7)) != 0;
+}
+
+// What stands in the buffer and is no event, as far as the code register has room.
+void read_ahead(const jbig_data* dat, QmCoder* coder)
+{
+    const uint8_t* next = coder->next;
+    if (dat->io_buffer_end - next >= 8) {
+        const int64_t bytes = (kBitsBelow - coder->bits) / 8;
+        const uint64_t word = load_be64(next) & ~uint64_t{0} << (64 - 8 * bytes);
+        if (bytes > 0 && !any_byte_is_ff(word)) {
+            coder->c |= word >> (16 + coder->bits);
+            coder->bits += 8 * bytes;
+            coder->next = next + bytes;
+            return;
+        }
+    }
+    while (coder->bits <= kBitsBelow - 8 && next != dat->io_buffer_end) {
+        const uint64_t byte = *next;
+        if (byte == 0xFF) {
+            if (dat->io_buffer_end - next < 2 || next[1] != 0x00)
+                break;
+            ++next;
+        }
+        ++next;
+        coder->c |= byte << (kBitsBelow - 8 - coder->bits);
+        coder->bits += 8;
+    }
+    coder->next = next;
+}
+
+// Nothing will be read any more in this stripe, and nobody asked for it.
+bool input_is_over(const jbig_data* dat)
+{
+    if (dat->io_buffer != dat->io_buffer_end)
+        return dat->marker_seen != 0;
+    return !dat->input_buffer || dat->bytes_left <= 0;
+}
+
+// The registers of a decoder that reads byte by byte, and what was read beyond it back into the buffer.
+void store_coder(jbig_data* dat, const QmCoder& coder)
+{
+    dat->qm_a = coder.a == 0 ? 0x10000 : coder.a >> 16;
+    // The eight bits of the start are all there as long as nothing has been shifted.
+    const bool fresh = coder.bits == 8 && !coder.more_read;
+    dat->ct = fresh ? 8 : static_cast<int32_t>(coder.bits & 7);
+    dat->qm_c = static_cast<uint32_t>(coder.c >> 32) & ~uint32_t{0} << (16 - dat->ct);
+    const uint8_t* next = coder.next;
+    if (coder.bits <= kBitsBelow)
+        for (int64_t ahead = (coder.bits - dat->ct) / 8; ahead > 0; --ahead) {
+            --next;
+            if (*next == 0x00 && next != dat->buffer_origin && next[-1] == 0xFF)
+                --next; // a stuffed one; up to the first error no other stands behind 0xFF
+        }
+    dat->io_buffer = next;
+}
+} // namespace
+
+void qm_shift_beyond(Decoder* decoder, QmCoder* coder, int32_t n, uint32_t x, uint32_t line)
+{
+    jbig_data* const dat = &decoder->base;
+    coder->more_read = true;
+    if (!dat->marker_seen)
+        read_ahead(dat, coder);
+    while (coder->bits < n) {
+        coder->c <<= coder->bits;
+        n -= static_cast<int32_t>(coder->bits);
+        dat->io_buffer = coder->next;
+        dat->line_in_stripe = line;
+        dat->column = x & ~7u; // the group's
+        dat->qm_c = 0;
+        qm_byte_in(dat);
+        if (dat->error_count == 0) {
+            dat->line_in_stripe = 0; // as an error in the next stripe's start finds them
+            dat->column = 0;
+        }
+        coder->c |= uint64_t{dat->qm_c} << 32;
+        coder->next = dat->io_buffer;
+        coder->bits = 8;
+        if (input_is_over(dat))
+            coder->bits = kForever;
+        else if (!dat->marker_seen)
+            read_ahead(dat, coder);
+    }
+    coder->c <<= n;
+    coder->bits -= n;
+}
+
+JbigRowLoop* jbig_row_loop()
+{
+#if defined(__x86_64__)
+    // Where pext is a loop inside the machine, single steps are faster.
+    static const bool has_fast_pext = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2") &&
+                                      !__builtin_cpu_is("znver1") && !__builtin_cpu_is("znver2");
+    if (has_fast_pext)
+        return jbig_rows_avx2;
+#endif
+    return jbig_rows_plain;
+}
+
+void jbig_reset_adaptor(jbig_data* dat)
+{
+    memset(dat->adaptor, 0, JBIG_ADAPTOR_BYTES);
+    dat->reset_pending = 0;
+    auto* const decoder = reinterpret_cast<Decoder*>(dat);
+    for (uint64_t& pair : decoder->pairs)
+        pair = uint64_t{qm_word(0, 0)} << 32 | qm_word(0, 0);
+}
+
+void jbig_decode_stripe(jbig_data* dat)
+{
+    qm_init_decoder(dat);
+    memmove(dat->stripe_buffer, dat->stripe_buffer + size_t{dat->stripe_lines} * dat->row_stride,
+            size_t{2} * dat->row_stride);
+
+    QmCoder coder{};
+    coder.c = uint64_t{dat->qm_c} << 32;
+    coder.bits = 8;
+    coder.next = dat->io_buffer;
+    constexpr uint32_t kGroup = 8; // pixels that are still decoded after an error
+    const bool cut = dat->error_count > 0 && dat->width > kGroup;
+    auto* const decoder = reinterpret_cast<Decoder*>(dat);
+    decoder->row_loop(decoder, &coder, cut ? kGroup : dat->width);
+
+    store_coder(dat, coder);
+    ++dat->stripe_number;
+    dat->next_row = dat->first_row;
+    dat->lines_left = static_cast<int32_t>(dat->stripe_lines);
+}
+} // namespace kesterlib

@@ -1,0 +1,75 @@
+// Rows that begin like the row above or equal it: both codes write a single 1 for a transition at the same
+// place.
+#pragma once
+
+#include "codetable.h"
+#include "frame.h"
+#include "paint_list.h"
+#include "window.h"
+
+#include <cstdint>
+#include <cstring>
+
+namespace kesterlib
+{
+namespace
+{
+// Vertical codes of offset 0 are single ones: counts those from the frame's window on, up to wanted and as
+// far as they lie well in the buffer, and takes them. Gives their number, 0 where they are too few to be
+// worth it.
+inline int32_t take_ones(UNCOMP* base, int32_t wanted)
+{
+    constexpr int32_t kInWindow = 16;
+    if (wanted <= kInWindow) {
+        if (base->bits_hi >> (kInWindow - wanted) != (1 << wanted) - 1)
+            return 0;
+        uncomp_take(base, wanted);
+        return wanted;
+    }
+    if (base->bits_hi != 0xFFFF || base->in_ptr - base->buf_start < 3)
+        return 0;
+    const uint8_t* byte = base->in_ptr - ((base->bitsloaded + 7) >> 3);
+    auto used = static_cast<uint32_t>(-base->bitsloaded) & 7;
+    int32_t ones = 0;
+    while (base->in_end - byte >= kSlack) {
+        const uint64_t others = ~(load_be64(byte) << used);
+        const int32_t here = others ? leading_zeros(others) : 64;
+        const auto there = static_cast<int32_t>(64 - used);
+        if (here >= there && wanted - ones > there) {
+            ones += there;
+            byte += 8;
+            used = 0;
+            continue;
+        }
+        const int32_t taken = here < wanted - ones ? here : wanted - ones;
+        ones += taken;
+        byte += (used + static_cast<uint32_t>(taken)) >> 3;
+        used = (used + static_cast<uint32_t>(taken)) & 7;
+        break;
+    }
+    give_back(base, byte, used);
+    return ones;
+}
+
+// The row above once more: its list stays in place. above is that row in the caller's memory, or null.
+inline void same_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t nbytes, int32_t row_length)
+{
+    UNCOMP& base = frame->base;
+    const int32_t transitions = frame->ref_transitions;
+    if (!above || transitions == 0) {
+        paint_list(frame, row, base.ref_list, base.ref_end, transitions,
+                   list_order(base.ref_list, transitions), nbytes);
+    } else if (nbytes > 0) {
+        memcpy(row, above, static_cast<size_t>(nbytes));
+        uncomp_clip_row(row, nbytes, base.width);
+    }
+    // It ended with a code for the row length itself, and so with a copy more than other rows.
+    if (frame->ref_count != 1 + transitions + 5 || base.ref_list[2 + transitions] != row_length) {
+        base.ref_list[1 + transitions] = row_length;
+        int32_t ignored = 0;
+        frame->ref_count = uncomp_close_list(base.ref_list, base.ref_end, 1 + transitions + 1, row_length,
+                                             Overshoot::Dropped, &ignored);
+    }
+}
+} // namespace
+} // namespace kesterlib

@@ -1,0 +1,278 @@
+// The row loops of the Group 4 decoder. Included once for each instruction set, which gives
+// KESTERLIB_UNCCITT4_ROWS.
+//
+// As in the Squeeze decoder (unsqz_rows.h), a probe of a 64-bit window gives up to eight vertical codes,
+// which move a vector of entries of the list above. Here each of them must refer to the entry behind the one
+// before it: that holds where the moved entry is not below the entry before the one that it moves and is
+// below the entry behind, which is asked of all eight at a time. What does not lie whole in the input buffer,
+// or stands near the end of a list, goes by single codes out of the frame's own window
+// (unccitt4_single_code); both ways give the same at every code.
+#include "bits.h"
+#include "frame.h"
+#include "lanes.h"
+#include "paint_list.h"
+#include "same_row.h"
+#include "unccitt_codes.h"
+#include "window.h"
+
+#include <cstdint>
+#include <cstring>
+
+namespace kesterlib
+{
+namespace
+{
+enum class Fast { RowDone, Failed, Slow };
+
+// A run of make-up codes and a terminating one; -1 for what is no code, or not whole in the buffer.
+template <int bits>
+inline int32_t run_in(Window* window, const uint16_t* table, const uint8_t* next_limit)
+{
+    int32_t run = 0;
+    for (;;) {
+        const uint32_t code = table[window->bits >> (64 - bits)];
+        window->drop(code & 15);
+        const auto more = static_cast<int32_t>(code >> 4);
+        run += more;
+        if (__builtin_expect(more < kMakeUpFrom, 1))
+            return code == 0 ? -1 : run;
+        window->refill();
+        if (window->next > next_limit || run > kFarBehindRow)
+            return -1;
+    }
+}
+
+// Codes for as long as they lie whole in the buffer and the lists have room. The frame's window is current
+// before, and afterwards unless the row has failed.
+template <bool dense>
+inline Fast fast_codes(Frame* frame, Group4Row* row)
+{
+    UNCOMP& base = frame->base;
+    const auto* const loaded_from = base.in_ptr - ((base.bitsloaded + 7) >> 3);
+    const bool mapped = base.buf_start != base.in_buffer;
+    if (base.in_ptr - base.buf_start < 3 || base.in_end - loaded_from < kSlack ||
+        base.cur_end - base.cur_list <= kLanes)
+        return Fast::Slow;
+    // As far as a refill may come: behind it too few bits are left for a code and the frame's own window, or
+    // a load would leave what may be read. A pair of runs wants more.
+    const uint8_t* const next_limit = mapped ? base.in_end - 8 : base.in_end + 2;
+    const uint8_t* const run_limit = base.in_end - 8;
+    Window window;
+    window.start(loaded_from, static_cast<uint32_t>(-base.bitsloaded) & 7);
+
+    const Unccitt4Tables& tables = unccitt4_tables;
+    const int32_t width = base.width;
+    const Lanes last_pixel = lanes_of(width - 1);
+    int32_t* out = row->out;
+    const int32_t* ref = row->ref;
+    const int32_t* const ref_end = base.ref_list + frame->ref_count;
+    // kLanes entries can be read behind these and written from those on.
+    const int32_t* const ref_limit =
+        (base.ref_end - ref_end < kLanes ? base.ref_end : ref_end + kLanes) - (kLanes + 1);
+    const int32_t* const out_limit = base.cur_end - (kLanes + 1);
+    int32_t position = row->position;
+    Fast result = Fast::Slow;
+
+    for (;;) {
+        window.refill();
+        if (window.next > next_limit || ref > ref_limit || out > out_limit)
+            break;
+        const uint64_t index = window.bits >> (64 - kModeBits);
+        const ModeProbe probe = tables.modes[index];
+        if (__builtin_expect(probe.lanes != 0, 1)) {
+            if constexpr (dense) {
+                position = *ref + (probe.mode - kVertical0);
+                if (position < 0 || ref >= ref_end) {
+                    base.error_text = position < 0 ? base.error_text : kTooManyRunsAllocated;
+                    result = Fast::Failed;
+                    break;
+                }
+                window.drop(probe.first_length);
+                *out++ = position;
+                if (position >= width) {
+                    result = Fast::RowDone;
+                    break;
+                }
+                ref += ref == base.ref_list + 1 ? 1 : -1;
+                ref += *ref <= position ? 2 : 0;
+                while (*ref <= position && *ref < width)
+                    ref += 2;
+                continue;
+            }
+            const int8_t* const offsets = tables.offsets[index];
+            const Lanes moved = lanes_add(lanes_load(ref), lanes_widen(offsets));
+            lanes_store(out, moved);
+            // The code after one of these refers to the next entry only if that is above it, and the one
+            // before is not.
+            const uint32_t odd = (lanes_outside(moved, last_pixel) | lanes_above(lanes_load(ref - 1), moved) |
+                                  ~lanes_above(lanes_load(ref + 1), moved)) &
+                                 probe.lanes;
+            if (__builtin_expect(odd == 0, 1)) {
+                const int32_t codes = count_ones(probe.lanes);
+                window.drop(probe.length);
+                out += codes;
+                ref += codes;
+                position = out[-1];
+                continue;
+            }
+            // Up to this one they are as they should be.
+            const int32_t last = __builtin_ctz(odd);
+            position = out[last];
+            if (position < 0 || ref_end - ref < last + 1) {
+                base.error_text = position < 0 ? base.error_text : kTooManyRunsAllocated;
+                result = Fast::Failed;
+                break;
+            }
+            for (int32_t i = 0; i <= last; ++i)
+                window.drop(static_cast<uint32_t>(kModeLength[offsets[i] + kVertical0]));
+            out += last + 1;
+            ref += last;
+            if (position >= width) {
+                result = Fast::RowDone;
+                break;
+            }
+            ref += ref == base.ref_list + 1 ? 1 : -1;
+            while (*ref <= position && *ref < width) // copies of the row length end this
+                ref += 2;
+            continue;
+        }
+
+        if (probe.mode == kHorizontal) {
+            if (window.next > run_limit)
+                break;
+            const Window at_code = window;
+            window.drop(probe.length);
+            const int32_t from = position < 0 ? 0 : position;
+            const bool white = (out - base.cur_list) % 2 != 0;
+            const int32_t first = white ? run_in<kWhiteBits>(&window, tables.white, run_limit)
+                                        : run_in<kBlackBits>(&window, tables.black, run_limit);
+            if (first < 0) {
+                window = at_code;
+                break;
+            }
+            const int32_t second = white ? run_in<kBlackBits>(&window, tables.black, run_limit)
+                                         : run_in<kWhiteBits>(&window, tables.white, run_limit);
+            if (second < 0) {
+                window = at_code;
+                break;
+            }
+            position = from + first;
+            out[0] = position;
+            position = position > kFarBehindRow ? position : position + second;
+            out[1] = position;
+            out += 2;
+        } else if (probe.mode == kPass) {
+            if (ref_end - ref < 2)
+                break;
+            window.drop(probe.length);
+            position = ref[1];
+        } else {
+            break; // the end of the page, or no code
+        }
+        if (__builtin_expect(position >= width, 0)) {
+            result = Fast::RowDone;
+            break;
+        }
+        // On to the first transition of the same direction to the right. The copies of the row length end
+        // this.
+        const Lanes here = lanes_of(position);
+        uint32_t right = lanes_above(lanes_load(ref), here) & 0x55;
+        while (right == 0) {
+            ref += kLanes;
+            if (ref > ref_limit) {
+                while (ref < ref_end && *ref <= position && *ref < width)
+                    ref += 2;
+                right = 1;
+                break;
+            }
+            right = lanes_above(lanes_load(ref), here) & 0x55;
+        }
+        ref += __builtin_ctz(right);
+    }
+
+    if (result != Fast::Failed)
+        give_back(&base, window.byte(), window.used_bits());
+    row->out = out;
+    row->ref = ref;
+    row->position = position;
+    return result;
+}
+
+// A row into cur_list, and its pixels. `above` is the packed row above in the caller's memory, or null.
+inline Group4Step coded_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t nbytes)
+{
+    UNCOMP& base = frame->base;
+    const int32_t width = base.width;
+    Group4Row state{base.cur_list + 1, base.ref_list + 1, -1};
+
+    // A row begins like the one above more often than not, and many go on so to their end.
+    if (frame->ref_rises && base.ref_list[frame->ref_transitions + 1] == width) {
+        const int32_t same = take_ones(&base, frame->ref_transitions + 1);
+        if (same > frame->ref_transitions) {
+            same_row(frame, row, above, nbytes, width);
+            return Group4Step::RowDone;
+        }
+        if (same > 0) {
+            memcpy(state.out, state.ref, static_cast<size_t>(same) * sizeof(int32_t));
+            state.out += same;
+            state.ref += same;
+            state.position = state.ref[-1];
+        }
+    }
+
+    base.cur_list[0] = 0;
+    Group4Step step = Group4Step::More;
+    const bool dense = frame->ref_transitions > width / 8;
+    while (step == Group4Step::More) {
+        switch (dense ? fast_codes<true>(frame, &state) : fast_codes<false>(frame, &state)) {
+        case Fast::RowDone: step = Group4Step::RowDone; break;
+        case Fast::Failed: return Group4Step::Failed;
+        case Fast::Slow: step = unccitt4_single_code(frame, &state); break;
+        }
+    }
+    if (step != Group4Step::RowDone)
+        return step;
+
+    int32_t transitions = 0;
+    const auto count = static_cast<int32_t>(state.out - base.cur_list);
+    const int32_t closed =
+        uncomp_close_list(base.cur_list, base.cur_end, count, width, Overshoot::Kept, &transitions);
+    if (closed == 0) {
+        base.error_text = kTooManyRunsAllocated;
+        return Group4Step::Failed;
+    }
+    const Order order = list_order(base.cur_list, transitions);
+    paint_list(frame, row, base.cur_list, base.cur_end, transitions, order, nbytes);
+    frame->ref_count = closed;
+    frame->ref_transitions = transitions;
+    frame->ref_rises = order == Order::Rises;
+    uncomp_swap_lists(&base);
+    return step;
+}
+} // namespace
+
+int32_t KESTERLIB_UNCCITT4_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int32_t stride)
+{
+    UNCOMP& base = frame->base;
+    const int32_t row_bytes_used = base.width / 8 + (base.width % 8 != 0);
+    const int32_t nbytes = row_bytes_used < stride ? row_bytes_used : stride;
+    int32_t done = 0;
+    const uint8_t* above = nullptr;
+    for (; done < rows && !frame->finished; ++done) {
+        uint8_t* const row = buffer + int64_t{done} * stride;
+        if (!base.eol_seen) {
+            const Group4Step step = coded_row(frame, row, above, nbytes);
+            if (step == Group4Step::Failed) {
+                frame->finished = true;
+                break;
+            }
+            base.eol_seen = step == Group4Step::EndOfLine;
+        }
+        if (base.eol_seen && nbytes > 0)
+            memset(row, 0, static_cast<size_t>(nbytes));
+        ++base.rows_done;
+        above = row;
+    }
+    return done;
+}
+} // namespace kesterlib

@@ -1,0 +1,508 @@
+// The JBIG decoder beside a slow one of the tests: the same rows, counts, words, positions and reads on every
+// road, whatever the stream holds; and beside the public library's encoder.
+#include "kesterlib/jbig.h"
+
+#include "jbigencode.h"
+#include "pages.h"
+#include "qdecoder.h"
+#include "tests/support/jbig_reference.h"
+#include "tests/support/seek_block.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+extern "C" {
+#include <jbig.h>
+}
+
+namespace
+{
+using Bytes = std::vector<uint8_t>;
+using pages::Bitmap;
+using test_support::JbigInput;
+using test_support::JbigReference;
+using test_support::SeekBlock;
+
+enum class From { Memory, Block, Stream };
+struct Road {
+    const char* name;
+    From from;
+    bool plain; // the row loop of every machine
+    int per_call, more_pitch;
+};
+constexpr Road kRoads[] = {
+    {"mapped", From::Memory, false, 1 << 20, 0}, {"mapped, plain", From::Memory, true, 3, 1},
+    {"block", From::Block, false, 1, 2},         {"block, plain", From::Block, true, 1 << 20, 0},
+    {"stream", From::Stream, false, 5, 9},
+};
+
+JbigInput On(const Road& road, JbigInput input)
+{
+    input.mapped = road.from == From::Memory;
+    if (input.mapped) {
+        input.bytes.erase(input.bytes.begin(),
+                          input.bytes.begin() + static_cast<std::ptrdiff_t>(input.start));
+        input.start = 0;
+    }
+    return input;
+}
+
+// Every third call of single rows passes over them.
+bool Discards(int call)
+{
+    return call % 3 == 2;
+}
+
+JbigReference Foretell(const Road& road, const JbigInput& input, int rows, Bytes* want)
+{
+    JbigReference reference(input);
+    for (int done = 0, call = 0; reference.is_open && done < rows; ++call) {
+        const int ask = std::min(road.per_call, rows - done);
+        const int got = reference.Decode(ask, Discards(call) ? nullptr : want);
+        done += got;
+        if (got < ask)
+            break;
+    }
+    return reference;
+}
+
+void ExpectSameState(const jbig_data* dat, const JbigReference& want)
+{
+    EXPECT_EQ(Jbig_Error_String(dat) ? Jbig_Error_String(dat) : std::string(), want.error);
+    EXPECT_EQ(dat->stripe_number, want.stripe_number);
+    if (want.stripe_number == 0)
+        return;
+    EXPECT_EQ(dat->qm_a, want.a);
+    EXPECT_EQ(dat->qm_c, want.c);
+    EXPECT_EQ(dat->ct, want.ct);
+    EXPECT_EQ(Bytes(dat->adaptor, dat->adaptor + JBIG_ADAPTOR_BYTES), want.Adaptor());
+    if (!want.error.empty())
+        return; // nothing is read or told any more
+    const int64_t in_buffer = dat->input_buffer ? dat->io_buffer_end - dat->io_buffer : 0;
+    EXPECT_EQ(dat->input_buffer ? callback_ftell(dat->block) - in_buffer
+                                : dat->io_buffer - dat->buffer_origin,
+              static_cast<int64_t>(want.position));
+}
+
+// Decodes on one road, each call into memory of exactly its size, and compares with the reference.
+void ExpectAsReference(const Road& road, const JbigInput& input, int rows)
+{
+    Bytes want_rows;
+    const JbigReference want = Foretell(road, input, rows, &want_rows);
+    SeekBlock block(input);
+    const std::unique_ptr<FILE, int (*)(FILE*)> file(std::tmpfile(), fclose);
+    Bytes exact = input.bytes; // so that a read behind the end is seen
+    exact.shrink_to_fit();
+    jbig_data* dat = nullptr;
+    if (road.from == From::Memory) {
+        dat = Jbig_Open_Input_MMapped(exact.data(), exact.size());
+    } else if (road.from == From::Block) {
+        dat = Jbig_Open_Input_Callback(block);
+    } else {
+        ASSERT_TRUE(exact.empty() || fwrite(exact.data(), exact.size(), 1, file.get()) == 1);
+        fseek(file.get(), static_cast<long>(input.start), SEEK_SET);
+        dat = Jbig_Open_Input(file.get());
+    }
+    ASSERT_EQ(dat != nullptr, want.is_open) << block.messages;
+    if (dat) {
+        SeekBlock::Silence(dat->block);
+        if (road.plain)
+            reinterpret_cast<kesterlib::Decoder*>(dat)->row_loop = kesterlib::jbig_rows_plain;
+        const size_t row_bytes = (want.width + size_t{7}) / 8;
+        const size_t pitch = row_bytes + static_cast<size_t>(road.more_pitch);
+        Bytes got_rows;
+        for (int done = 0, call = 0; done < rows; ++call) {
+            const int ask = std::min(road.per_call, rows - done);
+            Bytes buffer(static_cast<size_t>(ask) * pitch, 0xA5);
+            const int got = Discards(call)
+                                ? Jbig_Decode_Discard(dat, ask)
+                                : Jbig_Decode(dat, ask, buffer.data(), static_cast<int32_t>(pitch));
+            ASSERT_GE(got, 0);
+            for (size_t i = 0; !Discards(call) && i < static_cast<size_t>(got); ++i) {
+                const uint8_t* const row = buffer.data() + i * pitch;
+                got_rows.insert(got_rows.end(), row, row + row_bytes);
+                for (size_t pad = row_bytes; pad < pitch; ++pad)
+                    ASSERT_EQ(row[pad], pad < row_bytes + 2 ? 0 : 0xA5) << "row " << i << " of call " << call;
+            }
+            done += got;
+            EXPECT_EQ(dat->lines_delivered, static_cast<uint32_t>(done));
+            if (got < ask) {
+                EXPECT_EQ(Jbig_Decode(dat, 1, buffer.data(), 1), 0) << "a row after the end";
+                EXPECT_EQ(Jbig_Decode_Discard(dat, 1), 0) << "a row after the end";
+                break;
+            }
+        }
+        ASSERT_EQ(got_rows, want_rows);
+        ExpectSameState(dat, want);
+        EXPECT_EQ(Jbig_Close_Input(dat), 1);
+    }
+    block.Dispose();
+    EXPECT_EQ(block.messages, want.messages); // of memory that stays behind, too
+    EXPECT_EQ(block.exits, 0);
+    if (road.from == From::Block) {
+        EXPECT_EQ(block.reads, want.reads);
+    }
+}
+
+void ExpectAsReference(const JbigInput& input, int rows)
+{
+    const bool breaks_off = input.most_a_read != SIZE_MAX || input.most_in_all != SIZE_MAX;
+    for (const Road& road : kRoads) {
+        if (breaks_off && road.from != From::Block)
+            continue;
+        SCOPED_TRACE(road.name);
+        ExpectAsReference(road, On(road, input), rows);
+    }
+}
+
+// ---- Pages and encoders
+
+// Rows that follow from the ones above by small moves, noise, a screen, or next to nothing.
+Bitmap DrawRows(std::mt19937& random, int width, int rows, int kind)
+{
+    Bitmap page(width, rows);
+    std::vector<int> edges;
+    for (int y = 0; y < rows; ++y) {
+        if (kind == 0 && (y % 9 == 0 || random() % 4 == 0)) {
+            edges.clear();
+            for (int x = 0; x < width; x += 1 + static_cast<int>(random() % 90))
+                edges.push_back(x);
+        }
+        for (int& edge : edges)
+            edge += static_cast<int>(random() % 3) - 1;
+        for (int x = 0; x < width; ++x) {
+            bool black = false;
+            switch (kind) {
+            case 0:
+                for (const int edge : edges)
+                    black ^= x >= edge;
+                break;
+            case 1: black = random() % 2; break;
+            case 2: black = (x / 3 + y / 3) % 2 || random() % 50 == 0; break;
+            case 3: black = random() % 400 == 0; break;
+            default: break;
+            }
+            page.row(y)[x / 8] |= static_cast<uint8_t>(black << (7 - x % 8));
+        }
+    }
+    return page;
+}
+constexpr int kKinds = 5;
+
+Bitmap Inverted(Bitmap page)
+{
+    for (int y = 0; y < page.height; ++y)
+        for (int x = 0; x < page.width; ++x)
+            page.row(y)[x / 8] ^= static_cast<uint8_t>(0x80 >> x % 8);
+    return page;
+}
+
+// By the public library. 1 stays 1.
+Bytes EncodePublic(Bitmap page, unsigned long stripe_rows)
+{
+    Bytes stream;
+    uint8_t* plane = page.rows.data();
+    jbg_enc_state state;
+    jbg_enc_init(
+        &state, static_cast<unsigned long>(page.width), static_cast<unsigned long>(page.height), 1, &plane,
+        [](unsigned char* start, size_t length, void* to) {
+            static_cast<Bytes*>(to)->insert(static_cast<Bytes*>(to)->end(), start, start + length);
+        },
+        &stream);
+    jbg_enc_layers(&state, 0);
+    jbg_enc_options(&state, 0, 0, stripe_rows, 0, 0);
+    jbg_enc_out(&state);
+    jbg_enc_free(&state);
+    return stream;
+}
+
+Bytes EncodeOwn(const Bitmap& page, uint32_t stripe_rows, pages::StripeEnd end)
+{
+    return pages::encode_jbig(page, {stripe_rows, end, pages::JbigOne::Black});
+}
+
+Bytes Header(uint32_t width, uint32_t stripe_lines)
+{
+    Bytes header(20);
+    header[2] = 1;
+    for (size_t i = 0; i < 4; ++i) {
+        header[4 + i] = static_cast<uint8_t>(width >> (24 - 8 * i));
+        header[12 + i] = static_cast<uint8_t>(stripe_lines >> (24 - 8 * i));
+    }
+    return header;
+}
+
+JbigInput Behind(size_t start, const Bytes& stream)
+{
+    JbigInput input;
+    input.bytes.assign(start, 0x41);
+    input.bytes.insert(input.bytes.end(), stream.begin(), stream.end());
+    input.start = start;
+    return input;
+}
+
+// ---- Tests
+
+TEST(Jbig, DecodesWhatThePublicLibraryHasCoded)
+{
+    std::mt19937 random(82);
+    std::vector<int> widths = {127, 128, 129, 500, 1000, 2047, 4100, 9001};
+    for (int width = 1; width <= 70; ++width)
+        widths.push_back(width);
+    bool met[113] = {};
+    for (const int width : widths)
+        for (const unsigned long stripe_rows : {2ul, 3ul, 128ul, 0ul}) {
+            const int rows = width > 1000 ? 20 : 45;
+            const int kind = static_cast<int>(random() % kKinds);
+            Bitmap page = DrawRows(random, width, rows, kind);
+            if (random() % 2)
+                page = Inverted(page);
+            SCOPED_TRACE(testing::Message() << width << " wide, L0 " << stripe_rows << ", kind " << kind);
+            const Bytes stream = EncodePublic(page, stripe_rows ? stripe_rows : static_cast<unsigned>(rows));
+            ExpectAsReference(Behind(width % 3 * size_t{50}, stream), rows);
+            JbigReference reference(Behind(0, stream));
+            Bytes decoded;
+            reference.Decode(rows, &decoded);
+            ASSERT_EQ(decoded, page.rows);
+            std::transform(met, std::end(met), reference.states_met, met, std::logical_or<>());
+            if (HasFailure())
+                return;
+        }
+    // A page whose pixels are rare brings the states of great certainty.
+    const Bitmap dots = pages::draw_page({pages::Draw::Text, 1500, 900, 300, 300, 1});
+    JbigReference reference(Behind(0, EncodePublic(dots, 128)));
+    Bytes decoded;
+    reference.Decode(900, &decoded);
+    EXPECT_EQ(decoded, dots.rows);
+    std::transform(met, std::end(met), reference.states_met, met, std::logical_or<>());
+    EXPECT_EQ(std::count(met, std::end(met), true), 113) << "states of the table that were used";
+}
+
+TEST(Jbig, KeepsOrResetsTheContextsAndAlwaysTheRowsAbove)
+{
+    std::mt19937 random(1);
+    for (int n = 0; n < 160; ++n) {
+        const int width = n < 120 ? 1 + n : n * 17;
+        const Bitmap page = DrawRows(random, width, 21, n % kKinds);
+        const uint32_t stripe_rows = n % 4 == 0 ? 1 : static_cast<uint32_t>(1 + n % 7);
+        const Bytes stream =
+            EncodeOwn(n % 2 ? page : Inverted(page), stripe_rows,
+                      n % 3 ? pages::StripeEnd::ResetContexts : pages::StripeEnd::KeepContexts);
+        SCOPED_TRACE(testing::Message() << width << " wide, L0 " << stripe_rows);
+        ExpectAsReference(Behind(0, stream), 30); // more than there are: the rest comes of bits of 0
+        Bytes decoded;
+        JbigReference(Behind(0, stream)).Decode(21, &decoded);
+        ASSERT_EQ(decoded, n % 2 ? page.rows : Inverted(page).rows);
+        if (HasFailure())
+            return;
+    }
+}
+
+TEST(Jbig, SurvivesEveryCutAndEveryFlippedBit)
+{
+    std::mt19937 random(2);
+    for (const int width : {5, 64, 97}) {
+        const int rows = 14;
+        const Bytes stream = EncodeOwn(DrawRows(random, width, rows, 0), 6, pages::StripeEnd::ResetContexts);
+        for (size_t cut = 0; cut <= stream.size(); ++cut)
+            for (const Bytes& end : {Bytes{}, Bytes{0xFF, 0x02}, Bytes{0xFF, 0xFF, 0x03}}) {
+                Bytes bytes(stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(cut));
+                bytes.insert(bytes.end(), end.begin(), end.end());
+                SCOPED_TRACE(testing::Message() << width << " wide, cut at " << cut);
+                ExpectAsReference(Behind(0, bytes), rows + 9);
+                if (HasFailure())
+                    return;
+            }
+        for (size_t bit = 0; bit < stream.size() * 8; ++bit) {
+            Bytes damaged = stream;
+            damaged[bit / 8] ^= static_cast<uint8_t>(0x80 >> bit % 8);
+            // Sides that the reference would take too long for are the refusals' business.
+            const bool side = (bit >= 32 && bit < 52) || (bit >= 96 && bit < 116);
+            if (side)
+                continue;
+            SCOPED_TRACE(testing::Message() << width << " wide, bit " << bit);
+            ExpectAsReference(Behind(0, damaged), rows + 9);
+            if (HasFailure())
+                return;
+        }
+    }
+}
+
+// Bytes at random are a page of noise. 0xFF comes often, also in the bytes round the end of a read.
+TEST(Jbig, AgreesWithTheReferenceOnRubbish)
+{
+    std::mt19937 random(3);
+    constexpr uint8_t kBehindFf[] = {0x00, 0x00, 0x00, 0x02, 0x03, 0x04, 0xFF};
+    for (int n = 0; n < 900; ++n) {
+        const auto width = static_cast<uint32_t>(1 + random() % (n % 2 ? 90 : 700));
+        const auto stripe_lines = static_cast<uint32_t>(1 + random() % 20);
+        Bytes stream = Header(width, stripe_lines);
+        stream.resize(n % 8 == 0 ? 9000 : 20 + random() % 900);
+        const bool one_byte = random() % 4 == 0; // long stretches without an event
+        for (size_t i = 20; i < stream.size(); ++i)
+            stream[i] = one_byte ? 0x13 : static_cast<uint8_t>(random() % 255);
+        const auto put_ff = [&stream, &random, kBehindFf](size_t at, bool harmless) {
+            if (at < 20 || at + 1 >= stream.size())
+                return;
+            stream[at] = 0xFF;
+            stream[at + 1] = harmless ? 0 : kBehindFf[random() % std::size(kBehindFf)];
+        };
+        for (unsigned i = random() % 12; i > 0; --i)
+            put_ff(20 + random() % (stream.size() - 20), random() % 3 != 0);
+        for (const size_t end : {size_t{20 + 4096}, size_t{20 + 8192}})
+            if (random() % 2)
+                put_ff(end - 3 + random() % 6, random() % 3 != 0);
+        if (random() % 4 == 0)
+            stream.push_back(0xFF);
+        stream.insert(stream.end(), {0xFF, static_cast<uint8_t>(2 + random() % 2)});
+        JbigInput input = Behind(random() % 9, stream);
+        const int rows = static_cast<int>(2 + random() % (n % 8 == 0 ? 150 : 60));
+        SCOPED_TRACE(testing::Message() << "stream " << n << ", " << width << " wide, L0 " << stripe_lines);
+        ExpectAsReference(input, rows);
+        // The same from an input that breaks off.
+        if (n % 2)
+            input.most_a_read = 20 + random() % 900;
+        else
+            input.most_in_all = input.start + 20 + random() % (stream.size() - 20);
+        ExpectAsReference(input, rows);
+        if (HasFailure())
+            return;
+    }
+}
+
+TEST(Jbig, ReportsEveryFaultOfAHeader)
+{
+    const struct {
+        const char* what;
+        std::vector<std::pair<size_t, uint8_t>> patches; // offset, new byte
+        const char* word;                                // of the messages; null: it opens
+    } cases[] = {
+        {"as it should be", {}, nullptr},
+        {"layers", {{0, 1}, {1, 9}}, "BIE Byte 0 (initial resolution) /= 0"},
+        {"planes", {{2, 2}}, "BIE Byte 2 (number of bitplanes) /= 1"},
+        {"no plane", {{2, 0}}, "BIE Byte 2 (number of bitplanes) /= 1"},
+        {"fill", {{3, 1}}, "BIE Byte 3 (spare) /=0"},
+        {"three faults", {{1, 1}, {17, 127}, {19, 0x40}}, "BIE Byte 17 ( MY ) /= 0"},
+        {"all behind the sizes", {{16, 8}, {18, 1}, {19, 8}}, "BIE Byte 18 ( BIH spec ) /= 0"},
+        {"no width", {{7, 0}}, "BIE XD (width) is 0"},
+        {"no stripe", {{15, 0}}, "BIE L0 (lines in a stripe) is 0"},
+        {"widest", {{4, 0x7F}, {5, 0xFF}, {6, 0xFF}, {7, 0xF8}}, "BIE XD (width) is too large"},
+        {"one less", {{4, 0x7F}, {5, 0xFF}, {6, 0xFF}, {7, 0xF7}}, "BIE stripe is too large"},
+        {"longest", {{12, 0xFF}, {13, 0xFF}, {14, 0xFF}, {15, 0xFF}}, "BIE stripe is too large"},
+        {"any height", {{8, 0xFF}, {11, 0xFF}}, nullptr},
+        {"a wrong end", {{22, 0xFE}}, "End of file not in JBIG format"},
+        {"another wrong end", {{23, 4}}, "End of file not in JBIG format"},
+        {"the other right end", {{23, 3}}, nullptr},
+    };
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.what);
+        Bytes stream = Header(16, 4);
+        stream.insert(stream.end(), {0x12, 0x34, 0xFF, 0x02});
+        for (const auto& [at, byte] : one.patches)
+            stream[at] = byte;
+        ExpectAsReference(Behind(7, stream), 3);
+        const JbigReference reference(Behind(7, stream));
+        EXPECT_EQ(reference.is_open, one.word == nullptr);
+        if (one.word) {
+            EXPECT_NE(reference.messages.find(one.word), std::string::npos) << reference.messages;
+        }
+    }
+    // The limit itself: 256 MiB in rows of 1024 bytes. The reference would want pixels of it.
+    for (const uint32_t rows : {(256u << 20) / 1024 - 2, (256u << 20) / 1024 - 1}) {
+        Bytes stream = Header((1024 - 2) * 8, rows);
+        stream.insert(stream.end(), {0xFF, 0x02});
+        const JbigInput input = Behind(0, stream);
+        SeekBlock block(input);
+        jbig_data* const dat = Jbig_Open_Input_Callback(block);
+        EXPECT_EQ(dat != nullptr, rows == (256u << 20) / 1024 - 2);
+        if (!dat) {
+            EXPECT_LT(block.allocated_bytes, 16384u) << "nothing for the rows";
+        }
+        Jbig_Close_Input(dat);
+    }
+    EXPECT_EQ(Jbig_Open_Input(nullptr), nullptr);
+    EXPECT_EQ(Jbig_Open_Input_Callback(nullptr), nullptr);
+    EXPECT_EQ(Jbig_Open_Input_MMapped(nullptr, 100), nullptr);
+}
+
+TEST(Jbig, OpensOnlyWithMemoryAndAStreamThatMoves)
+{
+    std::mt19937 random(5);
+    const Bitmap page = DrawRows(random, 20000, 4, 3);
+    const JbigInput input = Behind(30, EncodeOwn(page, 128, pages::StripeEnd::KeepContexts));
+    int needed = -1;
+    for (jbig_data* dat = nullptr; !dat;) {
+        SeekBlock block(input);
+        set_callback_debug_memory(block, 0); // tracking would need memory too
+        block.allocations_left = ++needed;
+        dat = Jbig_Open_Input_Callback(block);
+        callback_block* const counts = block;
+        EXPECT_EQ(counts->allocation_count - counts->deallocation_count, dat ? 4u : 1u) << needed;
+        if (!dat)
+            continue;
+        // Rows, input, contexts and the record; nothing more for decoding.
+        EXPECT_LE(block.allocated_bytes, 130u * (2500 + 2) + 4096 + 1024 + 8192);
+        Bytes rows(page.rows.size());
+        EXPECT_EQ(Jbig_Decode(dat, 4, rows.data(), 2500), 4);
+        EXPECT_EQ(rows, page.rows);
+        Jbig_Close_Input(dat);
+        EXPECT_EQ(counts->allocation_count, 4u);
+    }
+    EXPECT_EQ(needed, 4);
+
+    for (const int seeks : {0, 1}) {
+        SeekBlock block(input);
+        block.seeks_left = seeks;
+        EXPECT_EQ(Jbig_Open_Input_Callback(block), nullptr);
+        EXPECT_NE(block.messages.find(seeks == 0 ? "seeking EOF -2" : "Seek failed"), std::string::npos);
+        block.messages.clear();
+        block.Dispose();
+        EXPECT_EQ(block.messages, "") << "memory stays behind";
+    }
+}
+
+TEST(Jbig, WritesNoMoreOfARowThanThePitch)
+{
+    const Bitmap page = Inverted(Bitmap(80, 2));
+    const Bytes stream = EncodeOwn(page, 2, pages::StripeEnd::KeepContexts);
+    for (const int32_t pitch : {0, 3, 10, 11, 12, 14, -1}) {
+        SCOPED_TRACE(pitch);
+        jbig_data* const dat = Jbig_Open_Input_MMapped(stream.data(), stream.size());
+        ASSERT_NE(dat, nullptr);
+        Bytes buffer(40, 0x11);
+        EXPECT_EQ(Jbig_Decode(dat, 0, buffer.data() + 10, pitch), 0);
+        EXPECT_EQ(dat->stripe_number, 0u) << "nothing is decoded for no rows";
+        EXPECT_EQ(Jbig_Decode(dat, 2, buffer.data() + 10, pitch), 2);
+        Bytes want(40, 0x11);
+        for (int row = 0; row < 2; ++row)
+            for (int i = 0; i < std::min(pitch, 12); ++i)
+                want[static_cast<size_t>(10 + row * pitch + i)] = i < 10 ? 0xFF : 0;
+        EXPECT_EQ(buffer, want);
+        Jbig_Close_Input(dat);
+    }
+}
+
+TEST(Jbig, ASlotThatClaimsMoreThanItWasAskedForIsBelievedNothing)
+{
+    Bytes stream = Header(64, 8);
+    stream.resize(400, 0x55);
+    stream.insert(stream.end(), {0xFF, 0x02});
+    const JbigInput input = Behind(0, stream);
+    SeekBlock block(input);
+    jbig_data* const dat = Jbig_Open_Input_Callback(block);
+    ASSERT_NE(dat, nullptr);
+    block.Set(CALLBACK_FREAD, reinterpret_cast<callback_slot_value>(
+                                  +[](void*, size_t, size_t count, FILE*) -> size_t { return count + 1; }));
+    uint8_t row[8];
+    EXPECT_EQ(Jbig_Decode(dat, 1, row, 8), 0);
+    EXPECT_NE(block.messages.find("Ran out of JBIG data"), std::string::npos);
+    Jbig_Close_Input(dat);
+}
+} // namespace

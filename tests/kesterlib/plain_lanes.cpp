@@ -1,0 +1,10 @@
+// The row loops as a machine without vector instructions has them.
+#define KESTERLIB_PLAIN_LANES
+#define KESTERLIB_UNSQZ_ROWS unsqz_rows_words
+#include "unsqz_codes.h"
+
+namespace kesterlib
+{
+UnsqzRowLoop unsqz_rows_words;
+}
+#include "unsqz_rows.h"

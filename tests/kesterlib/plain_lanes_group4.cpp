@@ -1,0 +1,10 @@
+// The row loops as a machine without vector instructions has them.
+#define KESTERLIB_PLAIN_LANES
+#define KESTERLIB_UNCCITT4_ROWS unccitt4_rows_words
+#include "unccitt_codes.h"
+
+namespace kesterlib
+{
+Unccitt4RowLoop unccitt4_rows_words;
+}
+#include "unccitt_rows.h"

@@ -1,0 +1,485 @@
+// The Group 4 decoder beside libtiff and beside a slow decoder written here: the same rows and counts on
+// every road, whatever the stream holds.
+#include "kesterlib/unccitt.h"
+
+#include "tests/support/chunk_block.h"
+#include "unccitt_codes.h"
+#include "unccitt_runs.h"
+
+#include <gtest/gtest.h>
+#include <tiffio.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace kesterlib
+{
+extern Unccitt4RowLoop unccitt4_rows_words; // plain_lanes_group4.cpp
+}
+
+namespace
+{
+using Bytes = std::vector<uint8_t>;
+using test_support::ChunkBlock;
+
+// ---- A decoder bit by bit ------------------------------------------------------------------------------
+
+struct Reference {
+    std::vector<Bytes> rows;
+    bool overrun = false; // a row with more runs than it has pixels
+};
+
+class SlowGroup4
+{
+public:
+    SlowGroup4(const Bytes& stream, int width)
+        : m_stream(stream), m_width(width), m_above{0, width, width, width}
+    {
+        for (int i = 1; i < kesterlib::kRunCodes; ++i) {
+            const int run = i < kesterlib::kFirstTerminating ? i * 64 : i - kesterlib::kFirstTerminating;
+            m_white[Word(kesterlib::kWhiteCodes[i])] = run;
+            m_black[Word(kesterlib::kBlackCodes[i])] = run;
+        }
+    }
+
+    Reference Decode(int rows)
+    {
+        Reference result;
+        bool ended = false;
+        for (int y = 0; y < rows; ++y) {
+            Bytes row(static_cast<size_t>((m_width + 7) / 8));
+            if (!ended) {
+                const int what = Row();
+                result.overrun = what == kOverrun;
+                if (what == kBad || what == kOverrun)
+                    return result;
+                ended = what == kEnd;
+            }
+            if (!ended)
+                for (size_t i = 1; i + 1 < m_above.size() && m_above[i] < m_width; i += 2)
+                    Paint(m_above[i], std::min(m_above[i + 1], m_width), row);
+            result.rows.push_back(row);
+        }
+        return result;
+    }
+
+private:
+    enum { kGood, kEnd, kBad, kOverrun };
+    static std::string Word(const kesterlib::Code& code)
+    {
+        std::string word;
+        for (int i = 0; i < code.length; ++i)
+            word += code.bits >> (15 - i) & 1 ? '1' : '0';
+        return word;
+    }
+    char Bit()
+    {
+        const size_t at = m_position / 8;
+        const int byte = at < m_stream.size() ? m_stream[at] : 0x81;
+        return byte >> (7 - m_position++ % 8) & 1 ? '1' : '0';
+    }
+    template <class Table>
+    int Find(const Table& table) // -1: no code
+    {
+        std::string word;
+        while (word.size() < 13) {
+            word += Bit();
+            if (const auto found = table.find(word); found != table.end())
+                return found->second;
+        }
+        return -1;
+    }
+    void Paint(int start, int stop, Bytes& row) const
+    {
+        const auto black = [&](int from, int to) {
+            for (int x = from; x < std::min(to, m_width); ++x)
+                row[static_cast<size_t>(x / 8)] |= static_cast<uint8_t>(0x80 >> x % 8);
+        };
+        if (start / 8 == stop / 8)
+            return black(start, stop);
+        black(start, start / 8 * 8 + 8);
+        black(start / 8 * 8 + 8, stop / 8 * 8);
+        black(stop / 8 * 8, stop);
+    }
+    int Row()
+    {
+        static const std::map<std::string, int> kModes = {
+            {"000000000001", 100}, {"0001", 101}, {"001", 102}, {"0000010", -3}, {"000010", -2},
+            {"010", -1},           {"1", 0},      {"011", 1},   {"000011", 2},   {"0000011", 3}};
+        const size_t room = static_cast<size_t>((m_width + 7) / 8 * 8 + 5);
+        std::vector<int> list{0};
+        int a0 = -1;
+        size_t r = 0;
+        bool white = true;
+        while (a0 < m_width) {
+            std::string word;
+            auto mode = kModes.end();
+            while (word.size() < 12 && mode == kModes.end()) {
+                word += Bit();
+                mode = kModes.find(word);
+            }
+            if (mode == kModes.end())
+                return kBad;
+            if (mode->second == 100)
+                return kEnd;
+            if (mode->second == 102) {
+                if (list.size() + 2 > room)
+                    return kOverrun;
+                a0 = std::max(a0, 0);
+                for (int i = 0; i < 2; ++i) {
+                    for (int more = 64; more >= 64;) {
+                        more = Find(white == (i == 0) ? m_white : m_black);
+                        if (more < 0)
+                            return kBad;
+                        a0 += more;
+                    }
+                    list.push_back(a0);
+                }
+                continue;
+            }
+            while (r + 1 < m_above.size() && m_above[r + 1] <= a0 && m_above[r + 1] < m_width)
+                r += 2;
+            if (r + (mode->second == 101 ? 2 : 1) >= m_above.size())
+                return kOverrun;
+            if (mode->second == 101) {
+                a0 = m_above[r + 2];
+                continue;
+            }
+            if (list.size() + 1 > room)
+                return kOverrun;
+            a0 = m_above[r + 1] + mode->second;
+            if (a0 < 0)
+                return kBad;
+            list.push_back(a0);
+            r = r == 0 ? 1 : r - 1;
+            white = !white;
+        }
+        int kept = 0;
+        while (static_cast<size_t>(kept) + 1 < list.size() &&
+               list[list.size() - 1 - static_cast<size_t>(kept)] >= m_width)
+            ++kept;
+        for (int i = 0; i < 4 && list.size() < room; ++i, ++kept)
+            list.push_back(m_width);
+        m_above = list;
+        return kept < 4 ? kOverrun : kGood;
+    }
+
+    const Bytes& m_stream;
+    const int m_width;
+    size_t m_position = 0; // in bits
+    std::vector<int> m_above;
+    std::map<std::string, int> m_white, m_black;
+};
+
+// ---- Ours ----------------------------------------------------------------------------------------------
+
+struct Road {
+    const char* name;
+    size_t chunk; // bytes a read; 0 for mapped bytes
+    kesterlib::Unccitt4RowLoop* loop;
+    int per_call; // rows
+};
+std::vector<Road> Roads()
+{
+    return {{"mapped, plain", 0, kesterlib::unccitt4_rows_plain, 1 << 20},
+            {"512 bytes a read, words", 512, kesterlib::unccitt4_rows_words, 3},
+            {"mapped, fastest", 0, kesterlib::unccitt4_row_loop(), 1 << 20},
+            {"mapped, fastest, row by row", 0, kesterlib::unccitt4_row_loop(), 1},
+            {"7 bytes a read, fastest", 7, kesterlib::unccitt4_row_loop(), 2}};
+}
+
+void ExpectAsReference(const Bytes& stream, int width, int rows, const Reference& want)
+{
+    const auto row_bytes = (width + 7) / 8;
+    for (const Road& road : Roads()) {
+        SCOPED_TRACE(road.name);
+        ChunkBlock block;
+        block.SetInput(stream, road.chunk);
+        const Bytes exact = stream; // so that a read behind the end is seen
+        UNCOMP* const frame =
+            road.chunk == 0 ? Unccitt4_Open_MMapped(exact.data(), exact.size(), width, row_bytes, nullptr)
+                            : Unccitt4_Open_Callback(block, width, row_bytes, nullptr);
+        size_t delivered = 0;
+        while (delivered < static_cast<size_t>(rows)) {
+            const int ask = std::min(road.per_call, rows - static_cast<int>(delivered));
+            Bytes buffer(static_cast<size_t>(ask * row_bytes), 0xA5);
+            const int got =
+                road.loop(reinterpret_cast<kesterlib::Frame*>(frame), ask, buffer.data(), row_bytes);
+            for (int i = 0; i < got; ++i, ++delivered) {
+                ASSERT_LT(delivered, want.rows.size()) << "more rows than there are";
+                ASSERT_TRUE(std::equal(want.rows[delivered].begin(), want.rows[delivered].end(),
+                                       buffer.begin() + i * row_bytes))
+                    << "row " << delivered;
+            }
+            if (got < ask)
+                break;
+        }
+        EXPECT_EQ(delivered, want.rows.size());
+        EXPECT_EQ(frame->rows_done, static_cast<int>(delivered));
+        EXPECT_EQ(std::string(Uncomp_Error_String(frame) ? Uncomp_Error_String(frame) : ""),
+                  want.overrun ? kesterlib::kTooManyRunsAllocated : "");
+        Uncomp_Free(frame);
+        block.Dispose();
+        EXPECT_EQ(block.messages, "");
+    }
+}
+
+void ExpectAsReference(const Bytes& stream, int width, int rows)
+{
+    ExpectAsReference(stream, width, rows, SlowGroup4(stream, width).Decode(rows));
+}
+
+// libtiff's strip of a page.
+Bytes Encode(const Bytes& page, int width, int rows)
+{
+    const std::string path = testing::TempDir() + "group4-" + std::to_string(getpid()) + ".tif";
+    TIFF* tiff = TIFFOpen(path.c_str(), "w");
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, width);
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, rows);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 1);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rows);
+    Bytes rows_in = page;
+    TIFFWriteEncodedStrip(tiff, 0, rows_in.data(), static_cast<tmsize_t>(rows_in.size()));
+    TIFFClose(tiff);
+    tiff = TIFFOpen(path.c_str(), "r");
+    Bytes strip(static_cast<size_t>(TIFFRawStripSize(tiff, 0)));
+    TIFFReadRawStrip(tiff, 0, strip.data(), static_cast<tmsize_t>(strip.size()));
+    TIFFClose(tiff);
+    remove(path.c_str());
+    return strip;
+}
+
+// Rows of which each follows from the one above by small moves, or is new, with runs about `run` pixels long.
+Bytes DrawRows(std::mt19937& random, int width, int rows, int run)
+{
+    const size_t row_bytes = static_cast<size_t>((width + 7) / 8);
+    Bytes page;
+    std::vector<int> edges;
+    for (int y = 0; y < rows; ++y) {
+        const auto kind = random() % 8;
+        if (kind == 0 || edges.empty()) {
+            edges.clear();
+            for (int x = static_cast<int>(random() % 2); x < width;
+                 x += 1 + static_cast<int>(random() % static_cast<unsigned>(2 * run)))
+                edges.push_back(x);
+        } else if (kind < 6) {
+            for (int& edge : edges)
+                edge = std::max(edge + static_cast<int>(random() % 7) - 3, 0);
+            std::sort(edges.begin(), edges.end());
+        }
+        Bytes row(row_bytes);
+        for (const int edge : edges)
+            for (int x = edge; x < width; ++x)
+                row[static_cast<size_t>(x / 8)] ^= static_cast<uint8_t>(0x80 >> x % 8);
+        page.insert(page.end(), row.begin(), row.end());
+    }
+    return page;
+}
+
+Reference AsRows(const Bytes& page, int width)
+{
+    Reference rows;
+    const auto row_bytes = (width + 7) / 8;
+    for (size_t at = 0; at < page.size(); at += static_cast<size_t>(row_bytes))
+        rows.rows.emplace_back(page.begin() + static_cast<std::ptrdiff_t>(at),
+                               page.begin() + static_cast<std::ptrdiff_t>(at) + row_bytes);
+    return rows;
+}
+
+TEST(Unccitt, DecodesWhatLibtiffCodes)
+{
+    std::mt19937 random(9);
+    for (int n = 0; n < 200; ++n) {
+        const int width = n < 140 ? 1 + n % 70 : static_cast<int>(100 + random() % 5000);
+        const int rows = 12;
+        SCOPED_TRACE(testing::Message() << "page " << n << ", " << width << " wide");
+        const Bytes page = DrawRows(random, width, rows, n % 4 == 0 ? 1 : 25);
+        Reference want = AsRows(page, width);
+        for (int white = 0; white < 3; ++white) // behind the end of the page there is paper
+            want.rows.emplace_back(static_cast<size_t>((width + 7) / 8));
+        ExpectAsReference(Encode(page, width, rows), width, rows + 3, want);
+        if (HasFailure())
+            return;
+    }
+}
+
+// Every make-up and terminating code in both colours: rows of a white and a black run, each under a white
+// row.
+TEST(Unccitt, KnowsEveryRunCode)
+{
+    constexpr int kWidth = 5300;
+    std::vector<int> runs;
+    for (int run = 1; run <= 64; ++run)
+        runs.push_back(run);
+    for (int run = 128; run <= 2560; run += 64)
+        runs.push_back(run + run % 7);
+    Bytes page;
+    constexpr size_t kRowBytes = (kWidth + 7) / 8;
+    for (const int run : runs) {
+        page.insert(page.end(), kRowBytes, uint8_t{0});
+        page.insert(page.end(), kRowBytes, uint8_t{0});
+        for (int x = run; x < 2 * run; ++x)
+            page[page.size() - kRowBytes + static_cast<size_t>(x / 8)] |= static_cast<uint8_t>(0x80 >> x % 8);
+    }
+    const int rows = static_cast<int>(runs.size()) * 2;
+    ExpectAsReference(Encode(page, kWidth, rows), kWidth, rows, AsRows(page, kWidth));
+}
+
+TEST(Unccitt, OpensAStreamUnderARowAndReportsAReadError)
+{
+    const Bytes stream = {0xF8, 0x00, 0x80}; // five times the row above, then the end of the page
+    FILE* const file = std::tmpfile();
+    fwrite(stream.data(), 1, stream.size(), file);
+    rewind(file);
+    const uint8_t above = 0x3C;
+    UNCOMP* frame = Unccitt4_Open(file, 8, 1, &above);
+    uint8_t rows[4] = {1, 1, 1, 1};
+    EXPECT_EQ(Unccitt4_Decode(frame, 4, rows, 1),
+              4); // three codes a row: the second one is cut short by the end
+    EXPECT_EQ(Bytes(rows, rows + 4), (Bytes{0x3C, 0, 0, 0}));
+    Uncomp_Free(frame);
+    fclose(file);
+
+    ChunkBlock block;
+    block.read_error = true;
+    frame = Unccitt4_Open_Callback(block, 8, 1, nullptr);
+    EXPECT_LT(Unccitt4_Decode(frame, 4, rows, 1), 4);
+    EXPECT_STREQ(Uncomp_Error_String(frame), "Error reading file");
+    Uncomp_Free(frame);
+    EXPECT_EQ(Unccitt4_Open_Callback(block, 9, 1, nullptr), nullptr);
+    EXPECT_EQ(Unccitt4_Open_Callback(block, 8, INT32_MAX, nullptr), nullptr);
+    EXPECT_EXIT(Unccitt4_Open(nullptr, 8, 1, nullptr), testing::ExitedWithCode(1),
+                "Assertion f!=NULL failed;\na FILE must be supplied");
+}
+
+TEST(Unccitt, CutsRowsToTheStride)
+{
+    const Bytes page(24, 0xFF);
+    const Bytes stream = Encode(page, 96, 2);
+    UNCOMP* const frame = Unccitt4_Open_MMapped(stream.data(), stream.size(), 96, 12, nullptr);
+    Bytes rows(16, 0x11); // two rows of five bytes, and what is behind them
+    EXPECT_EQ(Unccitt4_Decode(frame, 2, rows.data(), 5), 2);
+    EXPECT_EQ(rows,
+              (Bytes{255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11}));
+    Uncomp_Free(frame);
+}
+
+TEST(Unccitt, TheGreatestListsFit)
+{
+    for (const int width : {1, 7, 8, 9, 31, 32, 33, 65535})
+        for (const uint8_t pattern : {uint8_t{0xAA}, uint8_t{0x55}}) {
+            Bytes page(static_cast<size_t>((width + 7) / 8) * 2, pattern);
+            for (const size_t last : {page.size() / 2 - 1, page.size() - 1})
+                page[last] = static_cast<uint8_t>(page[last] & (0xFF00 >> ((width - 1) % 8 + 1)));
+            SCOPED_TRACE(width);
+            ExpectAsReference(Encode(page, width, 2), width, 2, AsRows(page, width));
+        }
+}
+
+// From bits; "end" is the end of line code.
+Bytes FromBits(std::string text)
+{
+    if (const size_t end = text.find("end"); end != std::string::npos)
+        text.replace(end, 3, "000000000001");
+    Bytes stream;
+    size_t bits = 0;
+    for (const char bit : text) {
+        if (bit == ' ')
+            continue;
+        if (bits % 8 == 0)
+            stream.push_back(0);
+        stream.back() |= static_cast<uint8_t>((bit - '0') << (7 - bits++ % 8));
+    }
+    return stream;
+}
+
+// Streams by hand.
+TEST(Unccitt, KnowsWhatEndsARowAndAPage)
+{
+    const struct {
+        const char* what;
+        const char* bits;        // a page 8 pixels wide; "end" is the end of line code
+        std::vector<Bytes> rows; // wanted of three
+        bool overrun = false;
+    } cases[] = {
+        {"white rows", "1 1 1 end", {{0}, {0}, {0}}},
+        {"the end in the first row", "end", {{0}, {0}, {0}}},
+        {"and in the middle of one: its runs stay unpainted", "001 1000 11 end", {{0}, {0}, {0}}},
+        {"a white run of 0", "001 00110101 10 1 111 end", {{0xE0}, {0xE0}, {0}}},
+        {"a pass to the end of the row", "001 0111 11 1 0001 1 end", {{0x30}, {0}, {0}}},
+        {"runs beyond the row", "001 1000 0000001111 0000110111 11 end", {{0x1F}, {0x1F}, {0}}},
+        {"an extension code", "1 0000001111", {{0}}},
+        {"left of the row", "001 00110101 010 1 010", {{0x80}}},
+        {"no run code", "1 001 000000001111", {{0}}},
+        {"runs of 0 without end",
+         "1 001 00110101 0000110111 001 00110101 0000110111 001 00110101 0000110111 001 00110101 0000110111"
+         " 001 00110101 0000110111 001 00110101 0000110111 001 00110101 0000110111",
+         {{0}},
+         true},
+        {"no end: the filler is no code", "11", {{0}, {0}}},
+    };
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.what);
+        const Bytes stream = FromBits(one.bits);
+        const Reference reference = SlowGroup4(stream, 8).Decode(3);
+        EXPECT_EQ(reference.rows, one.rows);
+        EXPECT_EQ(reference.overrun, one.overrun);
+        ExpectAsReference(stream, 8, 3, reference);
+    }
+}
+
+// A row that fills its list and ends with a run beyond the row, and the same row again, leave the same list.
+TEST(Unccitt, ARowLikeTheOneAboveLeavesItsOwnList)
+{
+    const Bytes stream = FromBits("001 000111 010 001 000111 010 001 000111 010 001 000111 010"
+                                  " 1 001 010 000111 001 010 000111 001 010 000111 001 010 1111"
+                                  " 11111111"
+                                  " 001 1000 011 010 1 end");
+    const Reference reference = SlowGroup4(stream, 8).Decode(4);
+    EXPECT_EQ(reference.rows, (std::vector<Bytes>{{0x55}, {0x55}, {0x55}, {0x1F}}));
+    ExpectAsReference(stream, 8, 4, reference);
+}
+
+TEST(Unccitt, SurvivesEveryCutAndEveryFlippedBit)
+{
+    std::mt19937 random(6);
+    for (const int width : {13, 40, 301}) {
+        const int rows = 10;
+        const Bytes page = DrawRows(random, width, rows, 6);
+        const Bytes stream = Encode(page, width, rows);
+        for (size_t cut = 0; cut <= stream.size(); ++cut)
+            ExpectAsReference({stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(cut)}, width,
+                              rows + 1);
+        for (size_t bit = 0; bit < stream.size() * 8; ++bit) {
+            Bytes damaged = stream;
+            damaged[bit / 8] ^= static_cast<uint8_t>(0x80 >> bit % 8);
+            SCOPED_TRACE(testing::Message() << width << " wide, bit " << bit);
+            ExpectAsReference(damaged, width, rows + 1);
+            if (HasFailure())
+                return;
+        }
+    }
+}
+
+TEST(Unccitt, AgreesWithTheReferenceOnRubbish)
+{
+    std::mt19937 random(5);
+    for (int n = 0; n < 2000; ++n) {
+        const int width =
+            n % 2 == 0 ? 1 + static_cast<int>(random() % 50) : 200 + static_cast<int>(random() % 900);
+        Bytes stream(random() % 300);
+        const unsigned often = random() % 256;
+        for (uint8_t& byte : stream)
+            byte = static_cast<uint8_t>(random() % 3 == 0 ? random() : often);
+        SCOPED_TRACE(testing::Message() << "stream " << n);
+        ExpectAsReference(stream, width, 8);
+        if (HasFailure())
+            return;
+    }
+}
+} // namespace
