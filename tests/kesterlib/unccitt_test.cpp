@@ -198,7 +198,7 @@ void ExpectAsReference(const Bytes& stream, int width, int rows, const Reference
         SCOPED_TRACE(road.name);
         ChunkBlock block;
         block.SetInput(stream, road.chunk);
-        const Bytes exact = stream; // so that a read behind the end is seen
+        const Bytes exact(stream.begin(), stream.end()); // so that a read behind the end is seen
         UNCOMP* const frame =
             road.chunk == 0 ? Unccitt4_Open_MMapped(exact.data(), exact.size(), width, row_bytes, nullptr)
                             : Unccitt4_Open_Callback(block, width, row_bytes, nullptr);

@@ -23,11 +23,11 @@ TEST(Getruns, ListsWhatAPixelByPixelWalkFinds)
         const int width = n < 140 ? n : static_cast<int>(random() % 2000);
         Bytes row(static_cast<size_t>((width + 7) / 8)); // exactly, and with bits behind the width
         const unsigned kind = random() % 4;
-        for (uint8_t& byte : row)
-            byte = static_cast<uint8_t>(kind == 0   ? 0xAA
-                                        : kind == 1 ? random()
-                                        : kind == 2 ? 0xFF
-                                                    : random() & random() & random());
+        for (uint8_t& byte : row) {
+            const auto first = random(), second = random();
+            const std::mt19937::result_type kinds[] = {0xAA, first, 0xFF, first & second};
+            byte = static_cast<uint8_t>(kinds[kind]);
+        }
         List want{0};
         int before = 0;
         for (int x = 0; x < width; ++x) {

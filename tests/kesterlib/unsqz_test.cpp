@@ -66,7 +66,7 @@ void ExpectAsReference(const Road& road, const Bytes& stream, const Page& page, 
     ChunkBlock block;
     block.SetInput(stream, road.chunk);
     FILE* file = nullptr;
-    const Bytes exact = stream; // so that a read behind the end is seen
+    const Bytes exact(stream.begin(), stream.end()); // so that a read behind the end is seen
     UNCOMP* frame = nullptr;
     if (road.chunk == 0) {
         file = std::tmpfile();

@@ -25,7 +25,6 @@ public:
         the_block = this;
         set_debug_message_sink(Hear);
         set_callback_debug_memory(m_block, 1);
-        Set(CALLBACK_FILE, reinterpret_cast<callback_slot_value>(stderr)); // any; nothing is written there
         Set(CALLBACK_MESSAGE, reinterpret_cast<callback_slot_value>(Message));
         Set(CALLBACK_FREAD, reinterpret_cast<callback_slot_value>(Read));
         Set(CALLBACK_FSEEK, reinterpret_cast<callback_slot_value>(Seek));

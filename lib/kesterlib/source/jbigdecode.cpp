@@ -99,7 +99,7 @@ bool jbig_check_eof_marker_mapped(jbig_data* dat, size_t length)
 // Reports every fault of the header. Sizes are judged here, before anything is allocated for them.
 bool jbig_read_bih(jbig_data* dat)
 {
-    const uint8_t* const addr = dat->io_buffer;
+    const uint8_t* addr = dat->io_buffer;
     if (dat->io_buffer_end - addr < READ_BIH_BYTES) {
         callback_assertion_failed(dat->block, "addr+READ_BIH_BYTES<=addr_end", "read in buffer", kSource,
                                   __LINE__);
@@ -111,15 +111,17 @@ bool jbig_read_bih(jbig_data* dat)
         good = false;
     };
     dat->bytes_left -= READ_BIH_BYTES;
-    const auto check = [addr, &fault](int32_t from, int32_t to) {
+    const auto check = [&addr, &fault](int32_t from, int32_t to) {
         for (const HeaderByte& byte : kHeaderBytes)
-            if (byte.at >= from && byte.at < to && addr[byte.at] != byte.wanted)
+            if (byte.at >= from && byte.at < to && *addr++ != byte.wanted)
                 fault(byte.text, __LINE__);
     };
     check(0, 4);
-    dat->width = number_at(addr + 4);
-    dat->height = number_at(addr + 8);
-    dat->stripe_lines = number_at(addr + 12);
+    uint32_t* const numbers[] = {&dat->width, &dat->height, &dat->stripe_lines};
+    for (uint32_t* const number : numbers) {
+        *number = number_at(addr);
+        addr += sizeof *number;
+    }
     if (dat->width == 0)
         fault("BIE XD (width) is 0", __LINE__);
     if (dat->width >= kWidthLimit)
@@ -130,7 +132,10 @@ bool jbig_read_bih(jbig_data* dat)
     if (dat->width < kWidthLimit && (uint64_t{dat->stripe_lines} + 2) * row_stride > JBIG_LARGEST_STRIPE)
         fault("BIE stripe is too large", __LINE__);
     check(16, READ_BIH_BYTES);
-    dat->io_buffer += READ_BIH_BYTES;
+    if (addr - dat->io_buffer != READ_BIH_BYTES)
+        callback_assertion_failed(dat->block, "addr-dat->io_buffer == READ_BIH_BYTES",
+                                  "processed the right number of bytes", kSource, __LINE__);
+    dat->io_buffer = addr;
     return good;
 }
 
@@ -200,9 +205,9 @@ void jbig_print_position(callback_block* block, jbig_data* dat)
                      long{dat->stripe_number},
                      long{dat->stripe_lines} * long{dat->stripe_number} + long{dat->line_in_stripe},
                      long{dat->line_in_stripe}, long{dat->column});
-    // A block over memory has no stream to ask.
+    // Input from memory has no stream to ask.
     long position = 0;
-    if (block->file) {
+    if (dat->input_buffer) {
         const long unread = dat->io_buffer_end ? static_cast<long>(dat->io_buffer_end - dat->io_buffer) : 0;
         position = callback_ftell(block) - unread;
     }

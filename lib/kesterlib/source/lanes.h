@@ -124,7 +124,7 @@ inline Lanes lanes_widen(const int8_t* from)
 {
     Lanes v;
     for (int i = 0; i < kLanes; ++i)
-        v.lane[i] = from[i];
+        v.lane[i] = from[i]; // NOLINT(bugprone-signed-char-misuse): signed numbers
     return v;
 }
 inline Lanes lanes_add(Lanes a, Lanes b)

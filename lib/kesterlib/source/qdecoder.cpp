@@ -8,6 +8,7 @@
 #include "qdecoder.h"
 
 #include "bits.h"
+#include "machine.h"
 #include "qdecoder_table.h"
 
 #include <cerrno>
@@ -189,8 +190,8 @@ JbigRowLoop* jbig_row_loop()
 {
 #if defined(__x86_64__)
     // Where pext is a loop inside the machine, single steps are faster.
-    static const bool has_fast_pext = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2") &&
-                                      !__builtin_cpu_is("znver1") && !__builtin_cpu_is("znver2");
+    static const bool has_fast_pext =
+        has_avx2() && !__builtin_cpu_is("znver1") && !__builtin_cpu_is("znver2");
     if (has_fast_pext)
         return jbig_rows_avx2;
 #endif
