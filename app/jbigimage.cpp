@@ -27,7 +27,7 @@ int32_t JBIGImage::DecodeRows(uint8_t* buffer, int32_t stride, int32_t count)
 {
     if (!Decoder) // the file has changed since it was opened
         return 0;
-    const auto rows = static_cast<int32_t>(Jbig_Decode(Decoder, count, buffer, stride));
+    const int32_t rows = Jbig_Decode(Decoder, count, buffer, stride);
     const int64_t own_bytes = std::min<int64_t>(Decoder->row_bytes, stride);
     for (int32_t row = 0; row < rows; ++row)
         memset(buffer + int64_t{row} * stride + own_bytes, 0, static_cast<size_t>(stride - own_bytes));
@@ -39,6 +39,6 @@ bool JBIGImage::GoToRow(uint8_t*, int32_t, int32_t firstRow, int32_t)
     if (firstRow < CurrentRow + 1)
         Rewind();
     if (Decoder && CurrentRow + 1 < firstRow)
-        CurrentRow += static_cast<int32_t>(Jbig_Decode_Discard(Decoder, firstRow - CurrentRow - 1));
+        CurrentRow += Jbig_Decode_Discard(Decoder, firstRow - CurrentRow - 1);
     return true;
 }

@@ -1,6 +1,7 @@
 // What the targets of the run decoders share. The last five bytes of an input choose how it is decoded:
 // width, rows, rows a call, bytes a read, stride; so a seed is an ordinary raster with five bytes behind it.
-// The row loops must agree in every byte and word, and with themselves at another number of rows a call.
+// The row loops must agree in every
+// byte and word, each at another number of rows a call.
 #pragma once
 
 #include "kesterlib/uncompress.h"
@@ -9,7 +10,9 @@
 #include "tests/support/chunk_block.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
+#include <span>
 #include <string>
 #include <vector>
 

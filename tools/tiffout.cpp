@@ -11,6 +11,7 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <exception>
 #include <memory>
 
 namespace pages
@@ -146,6 +147,8 @@ struct MemoryFile {
         MemoryFile& file = of(handle);
         const std::size_t left = file.bytes.size() - std::min(file.at, file.bytes.size());
         const std::size_t taken = std::min(static_cast<std::size_t>(count), left);
+        if (taken == 0)
+            return 0;
         std::copy_n(file.bytes.begin() + static_cast<std::ptrdiff_t>(file.at), taken,
                     static_cast<uint8_t*>(to));
         file.at += taken;
@@ -155,8 +158,11 @@ struct MemoryFile {
     {
         MemoryFile& file = of(handle);
         const std::size_t end = file.at + static_cast<std::size_t>(count);
-        if (file.bytes.size() < end)
-            file.bytes.resize(end);
+        try {
+            file.bytes.resize(std::max(file.bytes.size(), end));
+        } catch (const std::exception&) { // must not pass through the library
+            return -1;
+        }
         std::copy_n(static_cast<const uint8_t*>(from), count,
                     file.bytes.begin() + static_cast<std::ptrdiff_t>(file.at));
         file.at = end;

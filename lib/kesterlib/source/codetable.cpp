@@ -1,3 +1,5 @@
+// Tables that find a code by its leading bits, made from the list of codes; and the window that they are
+// asked with.
 #include "codetable.h"
 
 #include <cstring>

@@ -26,7 +26,10 @@ constexpr int64_t kLargestListBlock = int64_t{256} << 20; // bytes of both lists
 constexpr int32_t kLanes = 8;
 constexpr int32_t kBehindList = 0x40000000;
 // Runs that reach behind the row are cut here: all that counts is that they do, and nothing overflows.
-constexpr int32_t kFarBehindRow = 0x20000000;
+constexpr int32_t kFarBehindRow = 0x10000000;
+constexpr int32_t kLongestRunCode = 2560;             // that one run may lead further
+static_assert(kFarBehindRow > kLargestListBlock / 8); // no row is as long: its lists take eight bytes a pixel
+static_assert(2 * (kFarBehindRow + kLongestRunCode) < kBehindList);
 
 // UNCOMP comes first, so that a frame can be given out and freed as one.
 struct Frame {

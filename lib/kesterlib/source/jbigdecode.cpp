@@ -46,7 +46,7 @@ bool is_stripe_end(uint8_t marker)
 
 int32_t held_to_int32(int64_t value)
 {
-    return value > INT32_MAX ? INT32_MAX : static_cast<int32_t>(value);
+    return value > INT32_MAX ? INT32_MAX : value < 0 ? 0 : static_cast<int32_t>(value);
 }
 
 jbig_data* jbig_make_data(callback_block* block, uint32_t width, uint32_t height)

@@ -107,7 +107,7 @@ void read_ahead(const jbig_data* dat, QmCoder* coder)
     const uint8_t* next = coder->next;
     if (dat->io_buffer_end - next >= 8) {
         const int64_t bytes = (kBitsBelow - coder->bits) / 8;
-        const uint64_t word = load_be64(next) & ~uint64_t{0} << (64 - 8 * bytes);
+        const uint64_t word = bytes > 0 ? load_be64(next) & ~uint64_t{0} << (64 - 8 * bytes) : 0;
         if (bytes > 0 && !any_byte_is_ff(word)) {
             coder->c |= word >> (16 + coder->bits);
             coder->bits += 8 * bytes;

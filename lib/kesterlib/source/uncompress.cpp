@@ -40,10 +40,7 @@ int memory_input_error(FILE*)
 {
     return 0;
 }
-} // namespace
 
-namespace
-{
 Frame* uncomp_make(callback_block* cb, int32_t width, int32_t row_bytes)
 {
     if (width < 0 || row_bytes < 0 || width > int64_t{row_bytes} * 8)
@@ -86,7 +83,6 @@ Frame* uncomp_make(callback_block* cb, int32_t width, int32_t row_bytes)
     base.ref_end = base.ref_list + list_entries;
     return frame;
 }
-
 } // namespace
 
 Frame* uncomp_open(callback_block* cb, bool owns_cb, const uint8_t* base, size_t size, int32_t width,

@@ -74,7 +74,9 @@ typedef struct jbig_data {
  * Null where the header asks for more than this decoder does or for a stripe buffer above
  * JBIG_LARGEST_STRIPE, where the last two bytes are no end marker (0xFF 0x02 or 0xFF 0x03), where the input
  * cannot be read or moved, or where the block gave no memory. What is wrong goes out as messages of the
- * block; nothing stays allocated. No row is decoded, and no more read than the header and the last two bytes.
+ * block, but for a stream that is too short for the header; nothing stays allocated. No row is decoded, and
+ * no more read than the header and the last two bytes. Of an entity of 2^31 bytes and more, what lies behind
+ * reads as bits of 0.
  */
 KESTERLIB_API jbig_data* Jbig_Open_Input(FILE* stream);
 KESTERLIB_API jbig_data* Jbig_Open_Input_Callback(callback_block* block);
