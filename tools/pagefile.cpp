@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -44,16 +45,22 @@ bool write_bytes(FILE* file, const std::vector<uint8_t>& bytes)
 bool write_raster(FILE* file, const Bitmap& page, const PageFileOptions& options, std::vector<uint8_t> piece)
 {
     constexpr std::size_t kPieceBytes = 1 << 16;
-    SqueezeEncoder squeeze(page.row_bytes, options.raw_rows);
-    JbigEncoder jbig(page.width, page.height, options.jbig);
+    if (options.raster == Raster::Group4)
+        return write_bytes(file, piece); // which is the whole
+    std::optional<SqueezeEncoder> squeeze;
+    std::optional<JbigEncoder> jbig;
+    if (options.raster == Raster::Squeeze)
+        squeeze.emplace(page.row_bytes, options.raw_rows);
+    if (options.raster == Raster::Jbig)
+        jbig.emplace(page.width, page.height, options.jbig);
     for (int y = 0; y < page.height; ++y) {
         const uint8_t* const row = page.row(y);
-        switch (options.raster) {
-        case Raster::Plain: piece.insert(piece.end(), row, row + page.row_bytes); break;
-        case Raster::Squeeze: squeeze.add_row(row, piece); break;
-        case Raster::Group4: break;
-        case Raster::Jbig: jbig.add_row(row, piece); break;
-        }
+        if (squeeze)
+            squeeze->add_row(row, piece);
+        else if (jbig)
+            jbig->add_row(row, piece);
+        else
+            piece.insert(piece.end(), row, row + page.row_bytes);
         if (piece.size() >= kPieceBytes) {
             if (!write_bytes(file, piece))
                 return false;

@@ -50,6 +50,9 @@ struct Frame {
 // memory.
 Frame* uncomp_open(callback_block* cb, bool owns_cb, const uint8_t* base, size_t size, int32_t width,
                    int32_t row_bytes, const uint8_t* first_ref_row, int64_t row_length);
+// A block for a frame over a stream, without which there is a fatal report in the name of expression and
+// source. Null where there is no memory.
+callback_block* stream_block(FILE* file, const char* expression, const char* source);
 // A block for a frame over mapped bytes: it has no input of its own. Null where there is no memory.
 callback_block* mapped_block();
 

@@ -93,7 +93,7 @@ UNCOMP* open_frame(callback_block* cb, bool owns_cb, const uint8_t* base, size_t
 }
 
 // The length of a run, of make-up codes and a terminating one, out of the frame's window; -1 for a pattern
-// that is no code, and for one that leads further than any row.
+// that is no code.
 int32_t run_length(UNCOMP* frame, bool white)
 {
     int32_t run = 0;
@@ -184,11 +184,7 @@ UNCOMP* Unccitt4_Open_Callback(callback_block* cb, int32_t width, int32_t row_by
 
 UNCOMP* Unccitt4_Open(FILE* file, int32_t width, int32_t row_bytes, const uint8_t* first_ref_row)
 {
-    callback_block* const cb = make_unix_callback_block();
-    if (cb && !file)
-        callback_assertion_failed(cb, "f!=NULL", "a FILE must be supplied", "unccitt", __LINE__);
-    if (cb)
-        set_callback_slot(CALLBACK_FILE, cb, reinterpret_cast<callback_slot_value>(file));
+    callback_block* const cb = kesterlib::stream_block(file, "f!=NULL", "unccitt");
     return kesterlib::open_frame(cb, true, nullptr, 0, width, row_bytes, first_ref_row);
 }
 

@@ -48,17 +48,14 @@ template <bool dense>
 inline Fast fast_codes(Frame* frame, Group4Row* row)
 {
     UNCOMP& base = frame->base;
-    const auto* const loaded_from = base.in_ptr - ((base.bitsloaded + 7) >> 3);
-    const bool mapped = base.buf_start != base.in_buffer;
-    if (base.in_ptr - base.buf_start < 3 || base.in_end - loaded_from < kSlack ||
-        base.cur_end - base.cur_list <= kLanes)
+    Reach reach;
+    if (!reach.start(*frame))
         return Fast::Slow;
-    // As far as a refill may come: behind it too few bits are left for a code and the frame's own window, or
-    // a load would leave what may be read. A pair of runs wants more.
-    const uint8_t* const next_limit = mapped ? base.in_end - 8 : base.in_end + 2;
-    const uint8_t* const run_limit = base.in_end - 8;
-    Window window;
-    window.start(loaded_from, static_cast<uint32_t>(-base.bitsloaded) & 7);
+    Window window = reach.window;
+    const uint8_t* const next_limit = reach.next_limit;
+    const int32_t* const ref_limit = reach.ref_limit;
+    const int32_t* const out_limit = reach.out_limit;
+    const uint8_t* const run_limit = base.in_end - 8; // a pair of runs wants more
 
     const Unccitt4Tables& tables = unccitt4_tables;
     const int32_t width = base.width;
@@ -66,10 +63,6 @@ inline Fast fast_codes(Frame* frame, Group4Row* row)
     int32_t* out = row->out;
     const int32_t* ref = row->ref;
     const int32_t* const ref_end = base.ref_list + frame->ref_count;
-    // kLanes entries can be read behind these and written from those on.
-    const int32_t* const ref_limit =
-        (base.ref_end - ref_end < kLanes ? base.ref_end : ref_end + kLanes) - (kLanes + 1);
-    const int32_t* const out_limit = base.cur_end - (kLanes + 1);
     int32_t position = row->position;
     Fast result = Fast::Slow;
 

@@ -104,6 +104,17 @@ Frame* uncomp_open(callback_block* cb, bool owns_cb, const uint8_t* base, size_t
     return frame;
 }
 
+callback_block* stream_block(FILE* file, const char* expression, const char* source)
+{
+    callback_block* const block = make_unix_callback_block();
+    if (!block)
+        return nullptr;
+    if (!file)
+        callback_assertion_failed(block, expression, "a FILE must be supplied", source, __LINE__);
+    set_callback_slot(CALLBACK_FILE, block, reinterpret_cast<callback_slot_value>(file));
+    return block;
+}
+
 callback_block* mapped_block()
 {
     callback_block* const block = make_unix_callback_block();

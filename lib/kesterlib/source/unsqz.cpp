@@ -244,11 +244,7 @@ UNCOMP* Unsqz_Open_Callback(callback_block* cb, int32_t width, int32_t row_bytes
 
 UNCOMP* Unsqz_Open(FILE* file, int32_t width, int32_t row_bytes, const uint8_t* first_ref_row)
 {
-    callback_block* const cb = make_unix_callback_block();
-    if (cb && !file)
-        callback_assertion_failed(cb, "f", "a FILE must be supplied", "unsqz", __LINE__);
-    if (cb)
-        set_callback_slot(CALLBACK_FILE, cb, reinterpret_cast<callback_slot_value>(file));
+    callback_block* const cb = kesterlib::stream_block(file, "f", "unsqz");
     return kesterlib::open_frame(cb, true, nullptr, 0, width, row_bytes, first_ref_row);
 }
 

@@ -44,6 +44,34 @@ struct Window {
     uint32_t used_bits() const { return (0 - valid) & 7; }
 };
 
+// Where a row loop may work: a window on the frame's input, and the limits of all three. False where the
+// frame's own window is not whole in the buffer, or near its end, or the lists are too short.
+struct Reach {
+    Window window;
+    // As far as a refill may come: behind it too few bits are left for a code and the frame's own window, or
+    // a load would leave what may be read.
+    const uint8_t* next_limit;
+    // kLanes entries can be read behind the first and written from the second on.
+    const int32_t* ref_limit;
+    const int32_t* out_limit;
+
+    bool start(const Frame& frame)
+    {
+        const UNCOMP& base = frame.base;
+        const uint8_t* const loaded_from = base.in_ptr - ((base.bitsloaded + 7) >> 3);
+        if (base.in_ptr - base.buf_start < 3 || base.in_end - loaded_from < kSlack ||
+            base.cur_end - base.cur_list <= kLanes)
+            return false;
+        const bool mapped = base.buf_start != base.in_buffer;
+        next_limit = mapped ? base.in_end - 8 : base.in_end + 2;
+        const int32_t* const ref_end = base.ref_list + frame.ref_count;
+        ref_limit = (base.ref_end - ref_end < kLanes ? base.ref_end : ref_end + kLanes) - (kLanes + 1);
+        out_limit = base.cur_end - (kLanes + 1);
+        window.start(loaded_from, static_cast<uint32_t>(-base.bitsloaded) & 7);
+        return true;
+    }
+};
+
 // Bits from a byte on into the frame's own window: 16 to 23 of them.
 inline void give_back(UNCOMP* base, const uint8_t* byte, uint32_t used_bits)
 {
