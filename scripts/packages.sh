@@ -26,7 +26,7 @@ packages_of()
       ;;
     bench)
       packages_of display
-      echo libbenchmark-dev libjbig-dev fonts-dejavu-core
+      echo libbenchmark-dev libjbig-dev libleptonica-dev fonts-dejavu-core
       ;;
     *)
       echo "packages: no group '$group' (run build display test check bench)" >&2

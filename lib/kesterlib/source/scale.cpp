@@ -1,0 +1,213 @@
+// The scale engine: tables, bands, and the road from the first row to the last. The counting itself is in
+// scale_rows.h.
+#include "kesterlib/scale.h"
+
+#include "kesterlib/callback.h"
+
+#include "machine.h"
+#include "scale_loops.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace kesterlib
+{
+uint8_t count_table[256];
+uint8_t grey_table[kGreySteps];
+
+namespace
+{
+bool tables_made;
+int32_t tables_invert;
+
+constexpr bool is_valid(int32_t scale)
+{
+    return scale == 1 || scale == 2 || scale == 4 || (scale >= 8 && scale <= kLargestScale && scale % 8 == 0);
+}
+
+// The exponent of an exact power of two, else -1.
+constexpr int32_t exact_log2(int32_t number)
+{
+    for (int32_t exponent = 0; exponent < 31; ++exponent)
+        if (number == int32_t{1} << exponent)
+            return exponent;
+    return -1;
+}
+
+constexpr int32_t down_shift_of(int32_t cell_area)
+{
+    return cell_area > 1 && exact_log2(cell_area) >= 0 ? exact_log2(cell_area / 256) : -1;
+}
+
+constexpr int32_t up_shift_of(int32_t scale)
+{
+    return scale > 0 && scale <= 8 && exact_log2(scale) >= 0 ? 8 - 2 * exact_log2(scale) : 0;
+}
+
+// Counts into 256 steps by shifts and a multiplication, so that no loop divides:
+// (count >> before) * multiplier >> 16 >> after.
+struct Steps {
+    uint32_t before;
+    uint32_t multiplier; // fits in 16 bits
+    uint32_t after;
+};
+// The divisor rounds up, so that a full cell never passes step 256.
+constexpr uint32_t divisor_of(int32_t cell_area)
+{
+    const int32_t down_shift = down_shift_of(cell_area);
+    return down_shift < 0 ? (static_cast<uint32_t>(cell_area) + 255) / 256 : 1u << down_shift;
+}
+constexpr Steps steps_of(int32_t cell_area)
+{
+    uint32_t divisor = divisor_of(cell_area);
+    Steps steps{};
+    for (; divisor % 2 == 0 && divisor > 2; divisor /= 2)
+        ++steps.before;
+    while (2u << steps.after < divisor)
+        ++steps.after;
+    steps.multiplier = ((0x10000u << steps.after) + divisor - 1) / divisor;
+    return steps;
+}
+// The multiplier is rounded up by excess / divisor, and so a product by count * excess / divisor. Below one
+// part in divisor of a step, which is what the largest remainder lacks, this changes no quotient.
+constexpr bool steps_are_exact()
+{
+    for (int32_t scale = 24; scale <= kLargestScale; scale += 8) {
+        const int32_t area = scale * scale;
+        const Steps steps = steps_of(area);
+        const uint64_t power = uint64_t{0x10000} << steps.after;
+        const uint64_t excess = uint64_t{steps.multiplier} * (divisor_of(area) >> steps.before) - power;
+        if (steps.multiplier > 0xFFFF || (static_cast<uint64_t>(area) >> steps.before) * excess >= power)
+            return false;
+    }
+    return true;
+}
+static_assert(steps_are_exact());
+
+constexpr int32_t divided_up(int32_t side, int32_t by)
+{
+    return side <= 0 ? 0 : static_cast<int32_t>((int64_t{side} + by - 1) / by);
+}
+
+void* allocate(size_t bytes, const char* description)
+{
+    return safe_malloc(std::max<size_t>(bytes, 1), description, nullptr); // of none, malloc may give null
+}
+} // namespace
+
+const scale_loops* fastest_scale_loops()
+{
+#if defined(__x86_64__)
+    if (has_avx2())
+        return &scale_loops_avx2;
+#endif
+    return &scale_loops_plain;
+}
+} // namespace kesterlib
+
+using namespace kesterlib;
+
+const uint8_t* init_countones(int32_t invert)
+{
+    if (tables_made && tables_invert == invert)
+        return count_table;
+    for (uint32_t i = 0; i < 256; ++i)
+        count_table[i] = static_cast<uint8_t>(__builtin_popcount(i));
+    for (int i = 0; i < kGreySteps; ++i) {
+        const int grey = std::min(i, 255);
+        grey_table[i] = static_cast<uint8_t>(invert != 0 ? 255 - grey : grey);
+    }
+    tables_made = true;
+    tables_invert = invert;
+    return count_table;
+}
+
+scale_engine* make_scale_engine(int32_t scale, int32_t width, int32_t height, int32_t invert, void* user_data)
+{
+    auto* const engine = static_cast<scale_engine*>(allocate(sizeof(scale_engine), "Making scaling engine"));
+    *engine = {};
+    engine->scale = scale;
+    engine->width = width;
+    engine->height = height;
+    engine->invert = invert;
+    engine->user_data = user_data;
+    engine->loops = fastest_scale_loops();
+    engine->row_bytes = divided_up(width, 8);
+    if (is_valid(scale)) {
+        engine->cell_bytes = scale / 8;
+        engine->cell_area = scale * scale;
+        engine->up_shift = up_shift_of(scale);
+        engine->down_shift = down_shift_of(engine->cell_area);
+        engine->out_width = divided_up(width, scale);
+        const Steps steps = steps_of(engine->cell_area);
+        engine->shift_before = steps.before;
+        engine->multiplier = steps.multiplier;
+        engine->shift_after = steps.after;
+    }
+
+    const size_t columns = (static_cast<size_t>(engine->out_width) + 3) / 4 * 4;
+    engine->bytes = static_cast<uint8_t*>(allocate(columns, "byte buffer for scaling"));
+    engine->shorts = static_cast<uint16_t*>(allocate(2 * columns, "short buffer for scaling"));
+    if (engine->cell_bytes > 0) {
+        const auto used = static_cast<size_t>(engine->row_bytes);
+        const size_t all =
+            static_cast<size_t>(engine->out_width) * static_cast<size_t>(engine->cell_bytes) + kCountsSlack;
+        engine->counts = static_cast<uint8_t*>(allocate(all, "count buffer for scaling"));
+        memset(engine->counts + used, 0, all - used); // the rest is written by the first row of a band
+    }
+    init_countones(invert);
+    return engine;
+}
+
+int32_t scale_one_row(scale_engine* engine, const uint8_t* row, scale_row_sink* sink)
+{
+    if (!is_valid(engine->scale))
+        return 0;
+    engine->loops->add_row(engine, row);
+    ++engine->rows_in_cell;
+    int32_t result = 1;
+    if (engine->rows_in_cell == engine->scale) {
+        engine->loops->finish_band(engine);
+        result = sink(engine->rows_seen / engine->scale, engine->out_width, engine->bytes, engine->user_data);
+        engine->rows_in_cell = 0;
+    }
+    // Held at its end, so that the last band of the highest page can be filled; that band's number is right
+    // all the same, as INT32_MAX is a prime.
+    if (engine->rows_seen < INT32_MAX)
+        ++engine->rows_seen;
+    return result;
+}
+
+int32_t finish_scaling(scale_engine* engine, uint8_t* blank_row, scale_row_sink* sink)
+{
+    const auto unfinished = [engine] {
+        return engine->rows_in_cell > 0 || engine->rows_seen < engine->height;
+    };
+    int32_t result = 1;
+    if (blank_row != nullptr && unfinished()) {
+        memset(blank_row, 0, static_cast<size_t>(engine->row_bytes));
+        do
+            result = scale_one_row(engine, blank_row, sink);
+        while (result != 0 && unfinished());
+    }
+    free(engine->counts);
+    free(engine->shorts);
+    free(engine->bytes);
+    free(engine);
+    return result;
+}
+
+int32_t view_reduced(int32_t scale, int32_t width, int32_t height, int32_t invert, void* user_data,
+                     uint8_t* row_buffer, scale_row_fetch* fetch, scale_row_sink* sink)
+{
+    scale_engine* const engine = make_scale_engine(scale, width, height, invert, user_data);
+    uint8_t* row = row_buffer;
+    bool well = true;
+    while (well && engine->rows_seen < height) {
+        row = fetch(user_data, row);
+        well = row != nullptr && scale_one_row(engine, row, sink) != 0;
+    }
+    const bool finished = finish_scaling(engine, well ? row : nullptr, sink) != 0;
+    return well && finished ? 1 : 0;
+}
