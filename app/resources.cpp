@@ -1,6 +1,8 @@
 #include "app/resources.h"
 
+#include "app/dialogids.h"
 #include "app/usermsg.h"
+#include "platform/dialog.h"
 
 namespace
 {
@@ -70,6 +72,42 @@ constexpr CursorResource kCursors[] = {
     {kDragCursor, CursorShape::fourHeadedArrow},
 };
 
+constexpr const char* kPageTypes[] = {"Low Res (*.low)", "TIFF (*.tif)", "Fax (*.fax)", "All (*.*)"};
+
+constexpr DialogItem kAboutItems[] = {
+    {.kind = DialogItemKind::icon, .id = kAboutIcon},
+    {.kind = DialogItemKind::label, .text = "LUMENTA Bitmap Viewer"},
+    {.kind = DialogItemKind::label, .text = "Version"},
+    {.kind = DialogItemKind::label, .beside = true, .id = kVersionText, .text = "1.2.1.0"},
+    {.kind = DialogItemKind::label, .id = kBuildStampText},
+    {.kind = DialogItemKind::defaultButton, .id = IDOK, .text = "OK"},
+};
+
+constexpr DialogItem kOpenMultipleItems[] = {
+    {.kind = DialogItemKind::label, .text = "&File list for:"},
+    {.kind = DialogItemKind::path, .id = kDirectoryText},
+    {.kind = DialogItemKind::list, .id = kPageList},
+    {.kind = DialogItemKind::label, .text = "Display files of &type:"},
+    {.kind = DialogItemKind::combo, .id = kTypeBox, .entries = kPageTypes},
+    {.kind = DialogItemKind::check, .id = kShowViewedBox, .text = "&Display previously viewed pages"},
+    {.kind = DialogItemKind::check, .id = kMarkViewedBox, .text = "&Mark viewed pages"},
+    {.kind = DialogItemKind::defaultButton, .id = IDOK, .text = "OK"},
+    {.kind = DialogItemKind::button, .id = IDCANCEL, .text = "Cancel"},
+};
+
+constexpr DialogItem kLinesPerUpdateItems[] = {
+    {.kind = DialogItemKind::label, .text = "Maximum number of lines to scale between screen updates:"},
+    {.kind = DialogItemKind::number, .id = kLinesControl},
+    {.kind = DialogItemKind::defaultButton, .id = IDOK, .text = "OK"},
+    {.kind = DialogItemKind::button, .id = IDCANCEL, .text = "Cancel"},
+};
+
+constexpr DialogTemplate kDialogs[] = {
+    {kAboutDialog, "About LUMENTA", kAboutItems},
+    {kOpenMultipleDialog, "Open Multiple", kOpenMultipleItems},
+    {kLinesPerUpdateDialog, "Lines per update", kLinesPerUpdateItems},
+};
+
 // A sheet with lines of text and a screened picture.
 constexpr const char* kIcon[] = {
     "32 32 4 1", "  c None", ". c #303030", "+ c #ffffff", "o c #b8b8b8",
@@ -117,4 +155,5 @@ constinit const ApplicationResources kLumentaResources{
     .strings = kStrings,
     .cursors = kCursors,
     .icon = kIcon,
+    .dialogs = kDialogs,
 };

@@ -1,3 +1,19 @@
 #include "app/version.h"
 
-const char kLumentaVersion[] = LUMENTA_VERSION; // from the build
+#include <cstdint>
+#include <iterator>
+
+const char kLumentaVersion[] = LUMENTA_VERSION; // from the build, as LUMENTA_VERSION_NUMBERS
+
+// The version once more, as the note that GetFileVersionText reads. In assembly, because the alignment is
+// part of a note's form, and compilers and sanitizers add to that of a variable.
+#define LUMENTA_TEXT_OF(...) #__VA_ARGS__
+#define LUMENTA_TEXT(...) LUMENTA_TEXT_OF(__VA_ARGS__)
+__asm__(".pushsection .note.lumenta.version, \"a\", %note\n"
+        ".balign 4\n"
+        ".4byte 8, 8, 1\n" // bytes of the name, bytes of the content, type
+        ".asciz \"Vestrel\"\n"
+        ".2byte " LUMENTA_TEXT(LUMENTA_VERSION_NUMBERS) "\n.popsection\n");
+
+static constexpr uint16_t kNumbers[] = {LUMENTA_VERSION_NUMBERS};
+static_assert(std::size(kNumbers) == 4, "the note has room for four numbers of 16 bits");

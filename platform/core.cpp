@@ -152,3 +152,11 @@ const char* ApplicationResources::FindString(UINT id) const
             return resource.text;
     return nullptr;
 }
+
+const DialogTemplate* ApplicationResources::FindDialog(UINT id) const
+{
+    for (const DialogTemplate& dialog : dialogs)
+        if (dialog.id == id)
+            return &dialog;
+    return nullptr;
+}

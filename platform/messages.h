@@ -6,6 +6,7 @@
 //         On<WM_SIZE, &CPageView::OnSize>(),            // void (UINT type, int cx, int cy)
 //         OnCommand<32776, &CPageView::OnNext>(),       // void ()
 //         OnUpdateCommand<32776, &CPageView::OnUpdateNext>(), // void (CCmdUI&)
+//         OnControl<LBN_DBLCLK, 103, &CChoice::OnPick>(),     // void (), in a dialog
 //     };
 //     const MessageMap CPageView::messages{&CScrollView::messages, entries};
 //
@@ -64,7 +65,7 @@ class CCmdUI;
 class CCmdTarget;
 
 struct MessageEntry {
-    enum class Kind : uint8_t { message, command, update };
+    enum class Kind : uint8_t { message, command, update, control };
     Kind kind;
     UINT id;
     LRESULT (*invoke)(CCmdTarget& target, WPARAM wParam, LPARAM lParam);
@@ -210,6 +211,17 @@ constexpr MessageEntry OnUpdateCommand()
                 (static_cast<C&>(target).*Handler)(*UnpackPointer<CCmdUI>(l));
                 return 0;
             }};
+}
+
+// What a control of a dialog tells: Code is one of the notifications in dialog.h, Id the control's number. It
+// comes as WM_COMMAND with the number in the lower 16 bits of the first word and the code in the next 16.
+template <UINT Code, UINT Id, auto Handler>
+constexpr MessageEntry OnControl()
+{
+    static_assert(Code <= 0xffff && Id <= 0xffff);
+    MessageEntry entry = OnCommand<Code << 16 | Id, Handler>();
+    entry.kind = MessageEntry::Kind::control;
+    return entry;
 }
 
 // What an update handler answers with, about one menu entry or status pane.

@@ -32,6 +32,35 @@ struct CursorResource {
     CursorShape shape;
 };
 
+// Kinds of items of a dialog. A label leads to the next item that takes keys: that has its access letter and,
+// without access mark and colon, its name for those who cannot see.
+enum class DialogItemKind : uint8_t {
+    label,
+    path, // one line, cut in the middle where it is too long; then it has the whole text as its tool tip
+    number,
+    list,  // sorted, with extended multiple selection
+    combo, // drop-down list, sorted
+    check,
+    icon, // the application's, at the left of all else
+    defaultButton,
+    button // the buttons stand in one row at the foot, in the desktop's order
+};
+
+struct DialogItem {
+    DialogItemKind kind;
+    bool beside = false;                       // on the line of the item before
+    UINT id = 0;                               // 0: a label that nobody asks for
+    const char* text = "";                     // with & before the access letter
+    std::span<const char* const> entries = {}; // of a combo box at its start
+};
+
+// A dialog from top to bottom. The toolkit lays the items out for their texts, the font and the screen.
+struct DialogTemplate {
+    UINT id;
+    const char* title;
+    std::span<const DialogItem> items;
+};
+
 struct ApplicationResources {
     UINT frame; // number of the menu, the accelerators and the frame's icon
     std::span<const PopupMenu> menus;
@@ -39,8 +68,10 @@ struct ApplicationResources {
     std::span<const StringResource> strings; // prompts by command number, indicators, titles
     std::span<const CursorResource> cursors;
     const char* const* icon; // an XPM picture, or null
+    std::span<const DialogTemplate> dialogs = {};
 
-    const char* FindString(UINT id) const; // null if there is none
+    const char* FindString(UINT id) const;           // null if there is none
+    const DialogTemplate* FindDialog(UINT id) const; // null if there is none
 };
 
 // Command numbers of the layer.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/app.h"
+#include "platform/dialog.h"
 #include "platform/view.h"
 
 #include <functional>
@@ -37,6 +38,21 @@ void SetPrintDialogHook(std::function<CString(CPrintInfo&)> hook);
 void SetControlKeyState(bool down);
 // Where settings are kept instead of the user's; an empty path restores that.
 void SetSettingsFile(const CString& path);
+
+// Called from the loop of each dialog once the display shows it, to use it as a user would; an empty function
+// restores that. A dialog that is still open when it comes back is ended as cancelled: none can block.
+void SetDialogHook(std::function<void(CDialog&)> hook);
+// Real keys at whichever control has them, as "Tab", "Shift+Down", "Ctrl+A", "Alt+T" or "Return".
+void PressDialogKeys(CDialog& dialog, std::initializer_list<const char*> keys);
+void TypeText(CDialog& dialog, const char* text); // UTF-8
+void ClickControl(CDialog& dialog, UINT id);      // the middle of a button, the mark of a check box
+// An entry of a list box or of a combo box's open list.
+void ClickEntry(CDialog& dialog, UINT id, int index, bool control = false, bool twice = false);
+CString ShownEntry(CDialog& dialog, UINT id, int index); // of a list box, as on the screen
+// The dialog from top to bottom: title, then one line a control, as
+//     103 list "File list for" [keys] 2 of 17 selected
+// with what shows or, of a control that is named by a label, what an aid for the blind reads out.
+std::vector<CString> DescribeDialog(CDialog& dialog);
 
 // A copy of a window's client pixels, as they would be shown. rows of width words.
 struct GrabbedPixels {

@@ -114,6 +114,7 @@ protected:
     CWnd* m_parent = nullptr;
 
 private:
+    friend class CDialog; // gives the windows of its controls to their objects
     void ReleasePeer();
 
     struct CurrentMessage {

@@ -26,6 +26,9 @@ public:
     WindowPeer& operator=(const WindowPeer&) = delete;
     virtual ~WindowPeer();
     virtual QWidget* Widget() const = 0;
+    // The window's title, or what a control holds.
+    virtual QString Text() const;
+    virtual void SetText(const QString& text);
 };
 
 // Logical units to device pixels, halves up, as the toolkit places its widgets.
@@ -148,6 +151,7 @@ public:
     void Detach() { m_owner = nullptr; }
     CFrameWnd* Owner() const { return m_owner; }
     void PlaceFrame(const CRect& rect); // the frame's rectangle in device pixels
+    void PlaceClient(CPoint corner, CSize client);
     CRect NormalFrame() const { return m_normal; }
     CRect FrameToDevice() const;
     bool IsPlacing() const
@@ -169,11 +173,14 @@ protected:
 private:
     void MakeMenu();
     void MatchPlaceSoon();
+    void MatchClient();
+    void Shown();
     void RecordPlace();
 
     CFrameWnd* m_owner;
     QTimer m_settle;
-    CRect m_wanted; // not yet matched; empty: nothing to match
+    CSize m_wantedClient; // device pixels, until the shown size has been looked at
+    CRect m_wanted;       // not yet matched; empty: nothing to match
     CRect m_normal;
     bool m_placing = false;
 };

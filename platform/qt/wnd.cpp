@@ -2,6 +2,7 @@
 #include "platform/wnd.h"
 
 #include "platform/app.h"
+#include "platform/qt/dialogpeer.h"
 #include "platform/qt/peer.h"
 #include "platform/qt/queue.h"
 
@@ -32,6 +33,23 @@ FrameWidget* FrameOf(const CWnd* window)
 {
     const auto* peer = PeerOf<FramePeer>(window);
     return peer ? peer->Frame() : nullptr;
+}
+
+DialogWidget* DialogOf(const CWnd* window)
+{
+    const auto* peer = PeerOf<DialogPeer>(window);
+    return peer ? peer->Dialog() : nullptr;
+}
+
+QString WindowPeer::Text() const
+{
+    return Widget() ? Widget()->windowTitle() : QString();
+}
+
+void WindowPeer::SetText(const QString& text)
+{
+    if (Widget())
+        Widget()->setWindowTitle(text);
 }
 
 CWnd::CWnd() = default;
@@ -83,6 +101,8 @@ void CWnd::UpdateWindow()
     ViewWidget* view = ViewOf(this);
     if (view && view->HasInvalid())
         Queue::Get().PaintNow(view);
+    else if (auto* control = PeerOf<ControlPeer>(this); control && control->Widget())
+        control->Widget()->repaint();
 }
 
 void CWnd::ScrollWindow(int dx, int dy)
@@ -121,15 +141,13 @@ void CWnd::ReleaseCapture() {}
 
 void CWnd::SetWindowText(const CString& text)
 {
-    QWidget* widget = m_peer ? m_peer->Widget() : nullptr;
-    if (widget && widget->windowTitle() != ToQString(text))
-        widget->setWindowTitle(ToQString(text));
+    if (m_peer && m_peer->Text() != ToQString(text))
+        m_peer->SetText(ToQString(text));
 }
 
 CString CWnd::GetWindowText() const
 {
-    const QWidget* widget = m_peer ? m_peer->Widget() : nullptr;
-    return widget ? FromQString(widget->windowTitle()) : CString{};
+    return m_peer ? FromQString(m_peer->Text()) : CString{};
 }
 
 void CWnd::SetAccessibleName(const CString& name)

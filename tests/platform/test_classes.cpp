@@ -12,7 +12,21 @@ constexpr MenuItem kItems[] = {
 constexpr PopupMenu kMenus[] = {{"&All", kItems}};
 constexpr Accelerator kAccelerators[] = {{"Ctrl+F", kForFrame}, {"Ctrl+D", kDisabled}};
 constexpr StringResource kStrings[] = {{AFX_IDS_APP_TITLE, "TEST"}, {kPaneOn, "on"}, {kPaneOff, "off"}};
-constexpr ApplicationResources kResources{1, kMenus, kAccelerators, kStrings, {}, nullptr};
+constexpr const char* kKinds[] = {"pear", "Apple", "fig"};
+constexpr DialogItem kDialogItems[] = {
+    {.kind = DialogItemKind::label, .text = "&Names:"},
+    {.kind = DialogItemKind::path, .id = kTestPath},
+    {.kind = DialogItemKind::list, .id = kTestList},
+    {.kind = DialogItemKind::label, .text = "Kin&ds:"},
+    {.kind = DialogItemKind::combo, .id = kTestCombo, .entries = kKinds},
+    {.kind = DialogItemKind::check, .id = kTestCheck, .text = "&Flag"},
+    {.kind = DialogItemKind::label, .text = "&Count:"},
+    {.kind = DialogItemKind::number, .beside = true, .id = kTestNumber},
+    {.kind = DialogItemKind::defaultButton, .id = IDOK, .text = "OK"},
+    {.kind = DialogItemKind::button, .id = IDCANCEL, .text = "Cancel"},
+};
+constexpr DialogTemplate kDialogs[] = {{kTestDialog, "Test", kDialogItems}};
+constexpr ApplicationResources kResources{1, kMenus, kAccelerators, kStrings, {}, nullptr, kDialogs};
 
 std::string Words(const std::string& what, CPoint point)
 {

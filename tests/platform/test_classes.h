@@ -17,6 +17,8 @@ constexpr UINT kForView = 101, kForDocument = 102, kForFrame = 103, kForApp = 10
 constexpr UINT kDisabled = 106; // a handler in the frame, but the document's update handler forbids it
 constexpr UINT kChecked = 107;  // checked by the view's update handler
 constexpr UINT kPaneOn = 108, kPaneOff = 109;
+constexpr UINT kTestDialog = 200, kTestPath = 201, kTestList = 202, kTestCombo = 203, kTestCheck = 204,
+               kTestNumber = 205;
 
 extern Recorder g_recorder;
 extern int g_alive; // documents, frames and views

@@ -1,0 +1,19 @@
+// Numbers of the dialogs and their controls.
+#pragma once
+
+#include "platform/types.h"
+
+constexpr UINT kAboutDialog = 100;
+constexpr UINT kBuildStampText = 101;
+constexpr UINT kVersionText = 107;
+constexpr UINT kAboutIcon = 108;
+
+constexpr UINT kOpenMultipleDialog = 106;
+constexpr UINT kDirectoryText = 102;
+constexpr UINT kPageList = 103;
+constexpr UINT kTypeBox = 104;
+constexpr UINT kShowViewedBox = 105;
+constexpr UINT kMarkViewedBox = 106;
+
+constexpr UINT kLinesPerUpdateDialog = 109;
+constexpr UINT kLinesControl = 110;

@@ -1,0 +1,152 @@
+#include "app/openmultipledialog.h"
+
+#include "app/dialogids.h"
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace
+{
+constexpr const char* kEveryFile = "*.*";
+
+// Closes a directory by a separator unless it is empty.
+void CloseDirectory(CString* directory)
+{
+    if (!directory->IsEmpty() && !directory->View().ends_with('/'))
+        *directory += "/";
+}
+
+// The directory above, open at its end. The root is its own, and so is a name without a separator.
+CString DirectoryAbove(const CString& directory)
+{
+    const CString name =
+        directory.View().ends_with('/') ? directory.Left(directory.GetLength() - 1) : directory;
+    const int separator = name.ReverseFind('/');
+    return separator > 0 ? name.Left(separator) : separator == 0 || name.IsEmpty() ? CString("/") : name;
+}
+} // namespace
+
+const CRuntimeClass COpenMultipleDialog::classRecord{"COpenMultipleDialog", &CDialog::classRecord, nullptr};
+
+const MessageEntry COpenMultipleDialog::entries[] = {
+    OnControl<BN_CLICKED, kShowViewedBox, &COpenMultipleDialog::OnShowViewed>(),
+    OnControl<CBN_SELCHANGE, kTypeBox, &COpenMultipleDialog::OnTypeChanged>(),
+    OnControl<LBN_DBLCLK, kPageList, &COpenMultipleDialog::OnListDoubleClick>(),
+};
+const MessageMap COpenMultipleDialog::messages{&CDialog::messages, entries};
+
+COpenMultipleDialog::COpenMultipleDialog() : CDialog(kOpenMultipleDialog) {}
+
+void COpenMultipleDialog::DoDataExchange(CDataExchange* exchange)
+{
+    CDialog::DoDataExchange(exchange);
+    DDX_Control(exchange, kPageList, m_wndList);
+    DDX_Control(exchange, kTypeBox, m_wndType);
+    DDX_Check(exchange, kShowViewedBox, m_bShowViewed);
+    DDX_Check(exchange, kMarkViewedBox, m_bMarkViewed);
+}
+
+bool COpenMultipleDialog::OnInitDialog()
+{
+    CDialog::OnInitDialog();
+    std::error_code none; // then the text is empty
+    m_strStartDirectory = std::filesystem::current_path(none).string();
+    if (m_strDirectory.IsEmpty())
+        m_strDirectory = m_strStartDirectory;
+    CloseDirectory(&m_strDirectory);
+    if (!SelectFilter()) {
+        m_strFilter = kEveryFile;
+        SelectFilter();
+    }
+    // Where the directory of the last time is gone, the nearest one above it that is there: an empty list
+    // would leave no way out.
+    for (CString tried; !RefillList() && !(tried == m_strDirectory);) {
+        tried = m_strDirectory;
+        m_strDirectory = DirectoryAbove(m_strDirectory);
+        CloseDirectory(&m_strDirectory);
+    }
+    return true;
+}
+
+bool COpenMultipleDialog::SelectFilter()
+{
+    const CString wanted = CString("(") + m_strFilter + ")";
+    for (int i = 0; i < m_wndType.GetCount(); ++i) {
+        if (m_wndType.GetLBText(i).View().find(wanted.View()) == std::string_view::npos)
+            continue;
+        m_wndType.SetCurSel(i);
+        return true;
+    }
+    return false;
+}
+
+void COpenMultipleDialog::TakeFilter()
+{
+    const CString text = m_wndType.GetWindowText();
+    const CString behind = text.Find('(') < 0 ? CString{} : text.Mid(text.Find('(') + 1);
+    m_strFilter = behind.Left(behind.Find(')'));
+    if (m_strFilter.IsEmpty()) {
+        m_strFilter = kEveryFile;
+        SelectFilter();
+    }
+}
+
+bool COpenMultipleDialog::RefillList()
+{
+    m_szListSpec = m_strDirectory + m_strFilter;
+    UINT types = DDL_DRIVES | DDL_DIRECTORY | DDL_ARCHIVE;
+    if (!m_bShowViewed)
+        types |= DDL_EXCLUSIVE;
+    if (!DlgDirList(*this, &m_szListSpec, kPageList, kDirectoryText, types))
+        return false;
+    m_wndList.UpdateWindow();
+    return true;
+}
+
+void COpenMultipleDialog::OnShowViewed()
+{
+    UpdateData();
+    RefillList();
+}
+
+void COpenMultipleDialog::OnTypeChanged()
+{
+    UpdateData();
+    TakeFilter();
+    RefillList();
+}
+
+void COpenMultipleDialog::OnListDoubleClick()
+{
+    const std::vector<int> selected = m_wndList.GetSelItems();
+    if (selected.size() != 1)
+        return;
+    const CString text = m_wndList.GetText(selected.front());
+    const std::string_view entry = text;
+    if (!entry.starts_with('[') || !entry.ends_with(']')) {
+        UpdateData();
+        OnOK();
+        return;
+    }
+    const CString before = m_strDirectory;
+    if (entry == "[..]")
+        m_strDirectory = DirectoryAbove(m_strDirectory);
+    else if (entry.size() == 5 && entry[1] == '-' && entry[3] == '-') // a drive, as "[-c-]"
+        m_strDirectory = CString(entry.substr(2, 1)) + ":";
+    else
+        m_strDirectory += entry.substr(1, entry.size() - 2);
+    CloseDirectory(&m_strDirectory);
+    if (!RefillList())
+        m_strDirectory = before; // as the list and the text above it still say
+}
+
+// No directory of the process's to restore, here and on Cancel: the listings do not change it.
+void COpenMultipleDialog::OnOK()
+{
+    m_Files.clear();
+    for (const int index : m_wndList.GetSelItems())
+        if (CString name = m_wndList.GetText(index); !name.View().starts_with('['))
+            m_Files.push_back(std::move(name));
+    CDialog::OnOK();
+}

@@ -1,0 +1,136 @@
+// Directory listings: one pass over the directory, one status call an entry.
+#include "platform/directory.h"
+#include "platform/posix/filestatus.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <string>
+
+namespace
+{
+struct CloseDirectory {
+    void operator()(DIR* stream) const { closedir(stream); }
+};
+
+unsigned char Folded(char c)
+{
+    return static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+}
+
+bool ComesBefore(std::string_view a, std::string_view b)
+{
+    const auto [in_a, in_b] = std::mismatch(a.begin(), a.end(), b.begin(), b.end(),
+                                            [](char x, char y) { return Folded(x) == Folded(y); });
+    if (in_a != a.end() && in_b != b.end())
+        return Folded(*in_a) < Folded(*in_b);
+    if (a.size() != b.size())
+        return a.size() < b.size();
+    return a < b;
+}
+
+// The bytes of the character at the start of text, at least 1; a byte that is no UTF-8 is a character by
+// itself.
+size_t CharacterBytes(std::string_view text)
+{
+    const auto lead = static_cast<unsigned char>(text[0]);
+    const size_t most = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : lead >= 0xc0 ? 2 : 1;
+    size_t bytes = 1;
+    while (bytes < most && bytes < text.size() && (static_cast<unsigned char>(text[bytes]) & 0xc0) == 0x80)
+        ++bytes;
+    return bytes;
+}
+
+// Goes back to the last "*" alone: what an earlier one stands for never needs to grow once a later one is
+// reached. So the cost is at most the product of the lengths.
+bool Matches(std::string_view name, std::string_view pattern)
+{
+    size_t at = 0, in_pattern = 0;
+    size_t star = std::string_view::npos; // the last one in pattern
+    size_t star_end = 0;                  // in name, behind what it stands for
+    while (at < name.size()) {
+        const char wanted = in_pattern < pattern.size() ? pattern[in_pattern] : '\0'; // no name has a NUL
+        if (wanted == '*') {
+            star = in_pattern++;
+            star_end = at;
+        } else if (wanted == '?') {
+            ++in_pattern;
+            at += CharacterBytes(name.substr(at));
+        } else if (Folded(wanted) == Folded(name[at])) {
+            ++in_pattern;
+            ++at;
+        } else if (star != std::string_view::npos) {
+            in_pattern = star + 1;
+            at = ++star_end; // amid a character too, which "?" would take as a whole
+        } else {
+            return false;
+        }
+    }
+    return pattern.find_first_not_of('*', in_pattern) == std::string_view::npos;
+}
+
+// Whether the kind that the directory tells can be one that is listed; many do not tell, and a link tells
+// nothing.
+bool MayBeListed(unsigned char kind)
+{
+    return kind == DT_UNKNOWN || kind == DT_LNK || kind == DT_DIR || kind == DT_REG;
+}
+} // namespace
+
+bool MatchesPatterns(std::string_view name, std::string_view patterns)
+{
+    bool has_pattern = false;
+    for (size_t start = 0; start <= patterns.size();) {
+        const size_t end = std::min(patterns.find(';', start), patterns.size());
+        std::string_view pattern = patterns.substr(start, end - start);
+        start = end + 1;
+        pattern.remove_prefix(std::min(pattern.find_first_not_of(' '), pattern.size()));
+        pattern = pattern.substr(0, pattern.find_last_not_of(' ') + 1);
+        if (pattern.empty())
+            continue;
+        has_pattern = true;
+        if (pattern == "*.*" || Matches(name, pattern))
+            return true;
+    }
+    return !has_pattern;
+}
+
+DirectoryListing ListDirectory(const CString& directory, const CString& patterns, Marks marks)
+{
+    const std::unique_ptr<DIR, CloseDirectory> stream{opendir(directory.c_str())};
+    if (!stream)
+        return {errno, {}};
+    DirectoryListing listing;
+    ViewedMarks reader;
+    std::string path = std::string{directory.View()} + '/'; // of each file, in one buffer
+    const size_t directory_bytes = path.size();
+    errno = 0;
+    for (const dirent* item; (item = readdir(stream.get())); errno = 0) {
+        const std::string_view name = item->d_name;
+        if (name.starts_with('.') || !MayBeListed(item->d_type))
+            continue;
+        // Sub-directories are listed whatever they are called, so only of a plain file does the name alone
+        // decide.
+        const bool matches = MatchesPatterns(name, patterns);
+        struct stat system;
+        if ((!matches && item->d_type == DT_REG) ||
+            fstatat(dirfd(stream.get()), item->d_name, &system, 0) != 0)
+            continue;
+        DirectoryEntry entry{{}, FileStatusFrom(system), false};
+        if (!entry.status.IsDirectory() && !(entry.status.IsFile() && matches))
+            continue;
+        if (marks == Marks::read) {
+            path.replace(directory_bytes, std::string::npos, name);
+            entry.is_viewed = reader.IsViewed(path.c_str(), entry.status);
+        }
+        entry.name = name;
+        listing.entries.push_back(std::move(entry));
+    }
+    if (errno != 0)
+        return {errno, {}};
+    std::sort(listing.entries.begin(), listing.entries.end(),
+              [](const DirectoryEntry& a, const DirectoryEntry& b) { return ComesBefore(a.name, b.name); });
+    return listing;
+}

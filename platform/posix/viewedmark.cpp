@@ -1,0 +1,176 @@
+// The viewed mark, on FAT by the archive attribute and elsewhere by an extended attribute.
+#include "platform/viewedmark.h"
+#include "platform/file.h"
+#include "platform/posix/filestatus.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cinttypes>
+#include <cstdio>
+#include <linux/magic.h>
+#include <linux/msdos_fs.h>
+#include <string_view>
+#include <sys/ioctl.h>
+#include <sys/statfs.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+namespace
+{
+constexpr uint32_t kArchive = ATTR_ARCH;
+constexpr int64_t kExfatMagic = 0x2011bab0; // EXFAT_SUPER_MAGIC, which older kernel headers do not have
+
+int Outcome(int result)
+{
+    return result < 0 ? -errno : result;
+}
+
+class SystemCalls : public MarkCalls
+{
+public:
+    int Open(const char* path) override { return Outcome(OpenRegularFile(path)); }
+    int Close(int file) override { return Outcome(close(file)); }
+    int Status(int file, FileStatus* status) override
+    {
+        struct stat system;
+        if (fstat(file, &system) != 0)
+            return -errno;
+        *status = FileStatusFrom(system);
+        return 0;
+    }
+    int64_t FileSystemType(const char* path) override
+    {
+        struct statfs system;
+        // Some magic numbers have the top bit and the field is signed.
+        return statfs(path, &system) != 0 ? -errno : int64_t{static_cast<uint32_t>(system.f_type)};
+    }
+    int GetAttributes(int file, uint32_t* attributes) override
+    {
+        return Outcome(ioctl(file, FAT_IOCTL_GET_ATTRIBUTES, attributes));
+    }
+    int SetAttributes(int file, uint32_t attributes) override
+    {
+        return Outcome(ioctl(file, FAT_IOCTL_SET_ATTRIBUTES, &attributes));
+    }
+    int64_t GetMark(const char* path, char* value, size_t room) override
+    {
+        const ssize_t bytes = getxattr(path, kViewedMarkName, value, room);
+        return bytes < 0 ? -errno : bytes;
+    }
+    int SetMark(int file, const char* value, size_t bytes) override
+    {
+        return Outcome(fsetxattr(file, kViewedMarkName, value, bytes, 0));
+    }
+};
+
+SystemCalls g_system_calls;
+MarkCalls* g_calls = &g_system_calls;
+
+bool IsFat(int64_t file_system_type)
+{
+    return file_system_type == MSDOS_SUPER_MAGIC || file_system_type == kExfatMagic;
+}
+
+// The value that marks a file in this state. A mark is compared as a whole with the one that it should be, so
+// nothing that others write there needs to be understood.
+class MarkText
+{
+public:
+    explicit MarkText(const FileStatus& status)
+    {
+        const int bytes = snprintf(m_text, sizeof m_text, "1 %" PRId64 ".%09" PRIu32 " %" PRId64,
+                                   status.modified_s, status.modified_ns, status.size_bytes);
+        m_bytes = static_cast<size_t>(bytes);
+    }
+    std::string_view View() const { return {m_text, m_bytes}; }
+
+    static constexpr size_t kRoom = 2 + 20 + 1 + 10 + 1 + 20 + 1; // two signed numbers, one unsigned, NUL
+
+private:
+    char m_text[kRoom];
+    size_t m_bytes;
+};
+
+void MarkOpenFile(int file, const CString& path, const FileStatus& status)
+{
+    // The attributes are read before the status: a write in between sets the archive attribute again and
+    // shows in the status.
+    const bool is_fat = IsFat(g_calls->FileSystemType(path.c_str()));
+    uint32_t attributes = 0;
+    if (is_fat && g_calls->GetAttributes(file, &attributes) < 0)
+        return;
+    FileStatus now;
+    if (g_calls->Status(file, &now) < 0 || now != status)
+        return;
+    if (!is_fat) {
+        const MarkText mark{status};
+        g_calls->SetMark(file, mark.View().data(), mark.View().size());
+    } else if (attributes & kArchive) {
+        g_calls->SetAttributes(file, attributes & ~kArchive);
+    }
+}
+} // namespace
+
+FileStatus FileStatusFrom(const struct stat& system)
+{
+    FileStatus status;
+    status.kind = S_ISREG(system.st_mode)   ? FileStatus::Kind::file
+                  : S_ISDIR(system.st_mode) ? FileStatus::Kind::directory
+                                            : FileStatus::Kind::other;
+    status.modified_ns = static_cast<uint32_t>(system.st_mtim.tv_nsec);
+    status.modified_s = system.st_mtim.tv_sec;
+    status.size_bytes = system.st_size;
+    status.device = system.st_dev;
+    status.inode = system.st_ino;
+    return status;
+}
+
+FileStatus FileStatusOf(const CString& path)
+{
+    struct stat system;
+    return stat(path.c_str(), &system) == 0 ? FileStatusFrom(system) : FileStatus{};
+}
+
+void MarkViewed(const CString& path, const FileStatus& status)
+{
+    if (!status.IsFile())
+        return;
+    const int file = g_calls->Open(path.c_str());
+    if (file < 0)
+        return;
+    MarkOpenFile(file, path, status);
+    g_calls->Close(file);
+}
+
+bool ViewedMarks::HasAttributes(const char* path, uint64_t device)
+{
+    const auto known = std::find_if(m_devices.begin(), m_devices.end(),
+                                    [device](const Device& each) { return each.number == device; });
+    if (known != m_devices.end())
+        return known->has_attributes;
+    m_devices.push_back({device, IsFat(g_calls->FileSystemType(path))});
+    return m_devices.back().has_attributes;
+}
+
+bool ViewedMarks::IsViewed(const char* path, const FileStatus& status)
+{
+    if (!status.IsFile())
+        return false;
+    if (!HasAttributes(path, status.device)) {
+        char value[MarkText::kRoom]; // a longer one is none of ours
+        const int64_t bytes = g_calls->GetMark(path, value, sizeof value);
+        return bytes > 0 && std::string_view{value, static_cast<size_t>(bytes)} == MarkText{status}.View();
+    }
+    const int file = g_calls->Open(path);
+    if (file < 0)
+        return false;
+    uint32_t attributes = 0;
+    const bool is_viewed = g_calls->GetAttributes(file, &attributes) >= 0 && !(attributes & kArchive);
+    g_calls->Close(file);
+    return is_viewed;
+}
+
+void SetMarkCalls(MarkCalls* calls)
+{
+    g_calls = calls ? calls : &g_system_calls;
+}

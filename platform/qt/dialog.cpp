@@ -1,0 +1,485 @@
+// Dialogs on the toolkit: items from a template, their controls, the modal loop.
+#include "platform/qt/dialogpeer.h"
+
+#include "platform/app.h"
+#include "platform/qt/queue.h"
+#include "platform/qt/services.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QElapsedTimer>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPixmap>
+#include <QPushButton>
+#include <QStyledItemDelegate>
+#include <QTimer>
+#include <QVBoxLayout>
+#include <QWindow>
+#include <algorithm>
+
+std::function<void(CDialog&)> g_dialog_hook;
+
+namespace
+{
+constexpr int kListWidthChars = 52; // at first; the dialog can be resized
+constexpr int kListHeightRows = 14;
+constexpr int kHookWaitMs = 2000;
+
+// A name as it may stand on the screen: the sign for what cannot be shown in place of control characters, and
+// of what would break the line or turn the reading direction.
+QString Showable(QString text)
+{
+    for (QChar& c : text) {
+        const char16_t code = c.unicode();
+        if (c.category() == QChar::Other_Control || (code >= 0x2028 && code <= 0x202e) ||
+            (code >= 0x2066 && code <= 0x2069))
+            c = QChar(QChar::ReplacementCharacter);
+    }
+    return text;
+}
+
+bool ComesBefore(const CString& a, const CString& b)
+{
+    const int order = a.CompareNoCase(b);
+    return order != 0 ? order < 0 : a.View() < b.View();
+}
+
+// Entries are as wide as the list, whatever their text: it is cut in the middle, and shown in a tool tip.
+class NameDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        return {1, QStyledItemDelegate::sizeHint(option, index).height()};
+    }
+};
+
+// One line, cut in the middle.
+class PathLabel : public QLabel
+{
+public:
+    explicit PathLabel(QWidget* parent) : QLabel(parent)
+    {
+        setTextFormat(Qt::PlainText);
+        setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        const QString shown = fontMetrics().elidedText(text(), Qt::ElideMiddle, width());
+        style()->drawItemText(&painter, rect(), Qt::AlignLeft | Qt::AlignVCenter, palette(), isEnabled(),
+                              shown, foregroundRole());
+        setToolTip(shown == text() ? QString() : text());
+    }
+};
+
+QString WithoutMarks(QString text)
+{
+    text.remove(QLatin1Char('&'));
+    return text.endsWith(QLatin1Char(':')) ? text.chopped(1) : text;
+}
+
+template <class Widget>
+Widget* WidgetOf(const CWnd* window)
+{
+    return window->Peer() ? dynamic_cast<Widget*>(window->Peer()->Widget()) : nullptr;
+}
+
+template <class Widget>
+Widget* ControlOf(const CDialog* dialog, UINT id)
+{
+    const DialogWidget* widget = DialogOf(dialog);
+    return widget ? dynamic_cast<Widget*>(widget->Control(id)) : nullptr;
+}
+
+QWidget* ParentForDialog()
+{
+    if (QWidget* above = QApplication::activeModalWidget())
+        return above;
+    const CWnd* main = AfxGetMainWnd();
+    return main && main->Peer() && main->Peer()->Widget() ? main->Peer()->Widget()->window() : nullptr;
+}
+
+// Calls the hook from the dialog's loop, once the display shows the dialog and has given it the keys. A
+// script that leaves the dialog open has ended all the same.
+void RunHookWhenShown(DialogWidget* widget)
+{
+    auto* timer = new QTimer(widget);
+    QElapsedTimer since;
+    since.start();
+    QObject::connect(timer, &QTimer::timeout, widget, [widget = QPointer(widget), timer, since] {
+        const QWindow* window = widget->windowHandle();
+        const bool ready = window && window->isExposed() && widget->isActiveWindow();
+        if (!ready && since.elapsed() < kHookWaitMs)
+            return;
+        timer->stop();
+        if (widget->Owner())
+            g_dialog_hook(*widget->Owner());
+        if (widget && widget->Owner() && widget->isVisible())
+            widget->Owner()->EndDialog(IDCANCEL);
+    });
+    timer->start(0);
+}
+} // namespace
+
+void NameModel::Set(std::vector<CString> names)
+{
+    beginResetModel();
+    m_names = std::move(names);
+    std::sort(m_names.begin(), m_names.end(), ComesBefore);
+    endResetModel();
+}
+
+int NameModel::rowCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(m_names.size());
+}
+
+QVariant NameModel::data(const QModelIndex& index, int role) const
+{
+    if (!index.isValid() || (role != Qt::DisplayRole && role != Qt::ToolTipRole))
+        return {};
+    QString shown = Showable(ToQString(m_names[static_cast<size_t>(index.row())]));
+    // A tool tip would take markup in a name for its own.
+    return role == Qt::ToolTipRole ? shown.toHtmlEscaped().prepend(QLatin1String("<span>")) : shown;
+}
+
+NameList::NameList(QWidget* parent) : QListView(parent), m_model(new NameModel(this))
+{
+    setModel(m_model);
+    setItemDelegate(new NameDelegate(this));
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setUniformItemSizes(true); // else each of them is measured
+    setTextElideMode(Qt::ElideMiddle);
+    setTabKeyNavigation(false);
+    connect(this, &QAbstractItemView::doubleClicked, this, [this] { notify(LBN_DBLCLK); });
+    connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            [this] { notify(LBN_SELCHANGE); });
+}
+
+QSize NameList::sizeHint() const
+{
+    const QFontMetrics metrics = fontMetrics();
+    return {metrics.averageCharWidth() * kListWidthChars, metrics.lineSpacing() * kListHeightRows};
+}
+
+void NameList::keyPressEvent(QKeyEvent* event)
+{
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (enter && (event->modifiers() & Qt::ControlModifier)) {
+        notify(LBN_DBLCLK);
+    } else if (event->key() == Qt::Key_Space && (event->modifiers() & Qt::ControlModifier)) {
+        // The toolkit would go on to the next entry that begins with the key's empty text.
+        selectionModel()->select(currentIndex(), QItemSelectionModel::Toggle);
+    } else {
+        QListView::keyPressEvent(event);
+    }
+}
+
+DialogWidget::DialogWidget(CDialog* owner, const DialogTemplate& contents, QWidget* parent)
+    : QDialog(parent), m_owner(owner), m_contents(contents)
+{
+    setWindowTitle(QString::fromUtf8(contents.title));
+    auto* page = new QVBoxLayout(this);
+    auto* top = new QHBoxLayout;
+    auto* column = new QVBoxLayout;
+    page->addLayout(top, 1);
+    auto* buttons = new QDialogButtonBox(this);
+    QHBoxLayout* line = nullptr;
+    QLabel* label = nullptr; // that waits for the item it leads to
+    bool grows = false;
+    for (const DialogItem& item : contents.items) {
+        if (item.kind == DialogItemKind::button || item.kind == DialogItemKind::defaultButton) {
+            QPushButton* button = buttons->addButton(QString::fromUtf8(item.text),
+                                                     item.id == IDCANCEL ? QDialogButtonBox::RejectRole
+                                                                         : QDialogButtonBox::AcceptRole);
+            button->setDefault(item.kind == DialogItemKind::defaultButton);
+            connect(button, &QPushButton::clicked, this, [this, id = item.id] { Notify(id, BN_CLICKED); });
+            m_controls.insert(item.id, button);
+            if (!m_first)
+                m_first = button;
+            continue;
+        }
+        QWidget* widget = MakeItem(item);
+        if (item.id != 0)
+            m_controls.insert(item.id, widget);
+        if (item.kind == DialogItemKind::icon) {
+            top->addWidget(widget, 0, Qt::AlignTop);
+            top->addSpacing(style()->pixelMetric(QStyle::PM_LayoutHorizontalSpacing));
+            continue;
+        }
+        if (widget->focusPolicy() != Qt::NoFocus) {
+            if (!m_first)
+                m_first = widget;
+            if (label) {
+                label->setBuddy(widget);
+                widget->setAccessibleName(WithoutMarks(label->text()));
+            }
+            label = nullptr;
+        } else if (item.kind == DialogItemKind::label) {
+            label = static_cast<QLabel*>(widget);
+        }
+        const bool is_list = item.kind == DialogItemKind::list;
+        grows |= is_list;
+        if (item.beside && line) {
+            line->insertWidget(line->count() - 1, widget);
+            continue;
+        }
+        line = new QHBoxLayout;
+        line->addWidget(widget, 1);
+        line->addStretch(0);
+        column->addLayout(line, is_list ? 1 : 0);
+        if (item.kind == DialogItemKind::label)
+            line->setStretchFactor(widget, 0);
+    }
+    top->addLayout(column, 1);
+    page->addWidget(buttons);
+    if (!grows)
+        page->setSizeConstraint(QLayout::SetFixedSize);
+}
+
+QWidget* DialogWidget::MakeItem(const DialogItem& item)
+{
+    const QString text = QString::fromUtf8(item.text);
+    switch (item.kind) {
+    case DialogItemKind::path: return new PathLabel(this);
+    case DialogItemKind::number: return new QLineEdit(this);
+    case DialogItemKind::list: {
+        auto* list = new NameList(this);
+        list->notify = [this, id = item.id](UINT code) { Notify(id, code); };
+        return list;
+    }
+    case DialogItemKind::combo: {
+        auto* combo = new QComboBox(this);
+        std::vector<CString> entries(item.entries.begin(), item.entries.end());
+        std::sort(entries.begin(), entries.end(), ComesBefore);
+        for (const CString& entry : entries)
+            combo->addItem(ToQString(entry));
+        combo->setCurrentIndex(-1);
+        connect(combo, &QComboBox::activated, this, [this, id = item.id] { Notify(id, CBN_SELCHANGE); });
+        return combo;
+    }
+    case DialogItemKind::check: {
+        auto* check = new QCheckBox(text, this);
+        connect(check, &QCheckBox::clicked, this, [this, id = item.id] { Notify(id, BN_CLICKED); });
+        return check;
+    }
+    case DialogItemKind::icon: {
+        auto* icon = new QLabel(this);
+        if (const char* const* picture = AfxGetApp()->GetResources().icon)
+            icon->setPixmap(QPixmap(picture));
+        return icon;
+    }
+    default: {
+        auto* label = new QLabel(text, this);
+        label->setTextFormat(Qt::PlainText);
+        return label;
+    }
+    }
+}
+
+void DialogWidget::Notify(UINT id, UINT code)
+{
+    if (m_owner)
+        m_owner->SendMessage(WM_COMMAND, code << 16 | id);
+}
+
+void DialogWidget::reject()
+{
+    Notify(IDCANCEL, BN_CLICKED);
+}
+
+DialogPeer::DialogPeer(CDialog* owner, const DialogTemplate& contents, QWidget* parent)
+    : m_widget(new DialogWidget(owner, contents, parent))
+{
+}
+
+DialogPeer::~DialogPeer()
+{
+    if (!m_widget)
+        return;
+    // At once: the dialog's loop has ended, so none of its handlers is running.
+    m_widget->Detach();
+    delete m_widget.data();
+}
+
+QString ControlPeer::Text() const
+{
+    if (const auto* combo = qobject_cast<const QComboBox*>(m_widget))
+        return combo->currentText();
+    if (const auto* edit = qobject_cast<const QLineEdit*>(m_widget))
+        return edit->text();
+    if (const auto* label = qobject_cast<const QLabel*>(m_widget))
+        return label->text();
+    if (const auto* button = qobject_cast<const QAbstractButton*>(m_widget))
+        return button->text();
+    return {};
+}
+
+void ControlPeer::SetText(const QString& text)
+{
+    if (auto* edit = qobject_cast<QLineEdit*>(m_widget))
+        edit->setText(text);
+    else if (auto* label = qobject_cast<QLabel*>(m_widget))
+        label->setText(Showable(text));
+    else if (auto* button = qobject_cast<QAbstractButton*>(m_widget))
+        button->setText(text);
+}
+
+int CDialog::DoModal()
+{
+    const CWinApp* app = AfxGetApp();
+    const DialogTemplate* contents = app ? app->GetResources().FindDialog(m_template) : nullptr;
+    if (!contents || IsWindow() || !qApp)
+        return -1;
+    const ModalScope modal;
+    m_parent = AfxGetMainWnd();
+    m_result = IDCANCEL;
+    m_ended = false;
+    m_peer = std::make_unique<DialogPeer>(this, *contents, ParentForDialog());
+    const QPointer<DialogWidget> widget = DialogOf(this);
+    if (OnInitDialog() && widget && widget->FirstControl())
+        widget->FirstControl()->setFocus();
+    if (widget && !m_ended) {
+        if (g_dialog_hook)
+            RunHookWhenShown(widget);
+        widget->exec();
+    }
+    m_ended = true;
+    Queue::Get().Forget(this);
+    m_peer.reset();
+    m_parent = nullptr;
+    return m_result;
+}
+
+void CDialog::EndDialog(int result)
+{
+    if (!IsWindow() || m_ended)
+        return;
+    m_result = result;
+    m_ended = true;
+    if (DialogWidget* widget = DialogOf(this))
+        widget->done(result);
+}
+
+void CDialog::SetDlgItemText(UINT id, const CString& text)
+{
+    if (auto* widget = ControlOf<QWidget>(this, id))
+        ControlPeer(widget).SetText(ToQString(text));
+}
+
+CString CDialog::GetDlgItemText(UINT id) const
+{
+    auto* widget = ControlOf<QWidget>(this, id);
+    return widget ? FromQString(ControlPeer(widget).Text()) : CString{};
+}
+
+void CDialog::CheckDlgButton(UINT id, bool on)
+{
+    if (auto* button = ControlOf<QCheckBox>(this, id))
+        button->setChecked(on);
+}
+
+bool CDialog::IsDlgButtonChecked(UINT id) const
+{
+    const auto* button = ControlOf<QCheckBox>(this, id);
+    return button && button->isChecked();
+}
+
+void CDialog::GotoDlgCtrl(UINT id)
+{
+    if (auto* widget = ControlOf<QWidget>(this, id))
+        widget->setFocus();
+    if (auto* edit = ControlOf<QLineEdit>(this, id))
+        edit->selectAll();
+}
+
+void CDialog::BindControl(UINT id, CWnd& control)
+{
+    control.m_parent = this;
+    control.m_peer = std::make_unique<ControlPeer>(ControlOf<QWidget>(this, id));
+}
+
+void CListBox::SetContent(std::vector<CString> entries)
+{
+    auto* list = WidgetOf<NameList>(this);
+    if (!list)
+        return;
+    list->Names().Set(std::move(entries));
+    list->scrollToTop();
+}
+
+int CListBox::GetCount() const
+{
+    auto* list = WidgetOf<NameList>(this);
+    return list ? list->Names().rowCount() : 0;
+}
+
+CString CListBox::GetText(int index) const
+{
+    auto* list = WidgetOf<NameList>(this);
+    return list && index >= 0 && index < list->Names().rowCount()
+               ? list->Names().Names()[static_cast<size_t>(index)]
+               : CString{};
+}
+
+int CListBox::GetSelCount() const
+{
+    return static_cast<int>(GetSelItems().size());
+}
+
+// By ranges: a hundred thousand indices one by one would be felt.
+std::vector<int> CListBox::GetSelItems() const
+{
+    std::vector<int> items;
+    auto* list = WidgetOf<NameList>(this);
+    if (!list)
+        return items;
+    for (const QItemSelectionRange& range : list->selectionModel()->selection())
+        for (int row = range.top(); row <= range.bottom(); ++row)
+            items.push_back(row);
+    std::sort(items.begin(), items.end());
+    items.erase(std::unique(items.begin(), items.end()), items.end());
+    return items;
+}
+
+void CListBox::SetSel(int index, bool on)
+{
+    auto* list = WidgetOf<NameList>(this);
+    if (list && index >= 0 && index < list->Names().rowCount())
+        list->selectionModel()->select(list->Names().index(index),
+                                       on ? QItemSelectionModel::Select : QItemSelectionModel::Deselect);
+}
+
+int CComboBox::GetCount() const
+{
+    const auto* combo = WidgetOf<QComboBox>(this);
+    return combo ? combo->count() : 0;
+}
+
+CString CComboBox::GetLBText(int index) const
+{
+    const auto* combo = WidgetOf<QComboBox>(this);
+    return combo ? FromQString(combo->itemText(index)) : CString{};
+}
+
+int CComboBox::GetCurSel() const
+{
+    const auto* combo = WidgetOf<QComboBox>(this);
+    return combo ? combo->currentIndex() : -1;
+}
+
+void CComboBox::SetCurSel(int index)
+{
+    if (auto* combo = WidgetOf<QComboBox>(this))
+        combo->setCurrentIndex(index);
+}

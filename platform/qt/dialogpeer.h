@@ -1,0 +1,94 @@
+// The toolkit's side of dialogs and their controls.
+#pragma once
+
+#include "platform/dialog.h"
+#include "platform/qt/peer.h"
+#include "platform/resources.h"
+
+#include <QAbstractListModel>
+#include <QDialog>
+#include <QHash>
+#include <QListView>
+#include <functional>
+
+// The names of a list box: bytes, converted when they are shown.
+class NameModel : public QAbstractListModel
+{
+public:
+    using QAbstractListModel::QAbstractListModel;
+
+    void Set(std::vector<CString> names);
+    const std::vector<CString>& Names() const { return m_names; }
+    int rowCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+
+private:
+    std::vector<CString> m_names;
+};
+
+class NameList : public QListView
+{
+public:
+    explicit NameList(QWidget* parent);
+
+    NameModel& Names() { return *m_model; }
+    QSize sizeHint() const override;
+
+    std::function<void(UINT code)> notify;
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    NameModel* m_model;
+};
+
+class DialogWidget : public QDialog
+{
+public:
+    DialogWidget(CDialog* owner, const DialogTemplate& contents, QWidget* parent);
+
+    void Detach() { m_owner = nullptr; }
+    CDialog* Owner() const { return m_owner; }
+    const DialogTemplate& Contents() const { return m_contents; }
+    QWidget* Control(UINT id) const { return m_controls.value(id); } // null if there is none
+    QWidget* FirstControl() const { return m_first; }
+    void Notify(UINT id, UINT code);
+
+    void reject() override; // Escape and the window's close button
+
+private:
+    QWidget* MakeItem(const DialogItem& item);
+
+    CDialog* m_owner;
+    const DialogTemplate& m_contents;
+    QHash<UINT, QWidget*> m_controls;
+    QWidget* m_first = nullptr;
+};
+
+class DialogPeer final : public WindowPeer
+{
+public:
+    DialogPeer(CDialog* owner, const DialogTemplate& contents, QWidget* parent);
+    ~DialogPeer() override;
+    QWidget* Widget() const override { return m_widget; }
+    DialogWidget* Dialog() const { return m_widget; }
+
+private:
+    QPointer<DialogWidget> m_widget;
+};
+
+// The widget belongs to the dialog.
+class ControlPeer final : public WindowPeer
+{
+public:
+    explicit ControlPeer(QWidget* widget) : m_widget(widget) {}
+    QWidget* Widget() const override { return m_widget; }
+    QString Text() const override;
+    void SetText(const QString& text) override;
+
+private:
+    QPointer<QWidget> m_widget;
+};
+
+DialogWidget* DialogOf(const CWnd* window); // null if it is none, or not open

@@ -1,0 +1,169 @@
+// The hands of tests inside a dialog.
+#include "platform/testing.h"
+
+#include "platform/qt/dialogpeer.h"
+#include "platform/qt/services.h"
+
+#include <QAbstractButton>
+#include <QAccessible>
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QKeyEvent>
+#include <QKeySequence>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QStyleOptionButton>
+
+// Of the toolkit: offers a key to access letters and shortcuts first, as it does with keys from the display.
+extern bool qt_sendShortcutOverrideEvent(QObject* object, ulong timestamp, int key,
+                                         Qt::KeyboardModifiers modifiers, const QString& text, bool repeated,
+                                         ushort count);
+
+namespace
+{
+void PressKey(const QPointer<DialogWidget>& dialog, int key, Qt::KeyboardModifiers modifiers,
+              const QString& text)
+{
+    QWidget* const popup = QApplication::activePopupWidget();
+    const QPointer<QWidget> target = popup                   ? popup
+                                     : !dialog               ? nullptr
+                                     : dialog->focusWidget() ? dialog->focusWidget()
+                                                             : dialog.data();
+    if (!target)
+        return;
+    if (!popup && qt_sendShortcutOverrideEvent(target, 0, key, modifiers, text, false, 1))
+        return;
+    QKeyEvent press(QEvent::KeyPress, key, modifiers, text);
+    QCoreApplication::sendEvent(target, &press);
+    if (!target)
+        return;
+    QKeyEvent release(QEvent::KeyRelease, key, modifiers, text);
+    QCoreApplication::sendEvent(target, &release);
+}
+
+void Click(const QPointer<QWidget>& widget, QPoint point, Qt::KeyboardModifiers modifiers, bool twice)
+{
+    constexpr QEvent::Type kClicks[] = {QEvent::MouseButtonPress, QEvent::MouseButtonRelease,
+                                        QEvent::MouseButtonDblClick, QEvent::MouseButtonRelease};
+    for (int i = 0; widget && i < (twice ? 4 : 2); ++i) {
+        const bool down = kClicks[i] != QEvent::MouseButtonRelease;
+        QMouseEvent event(kClicks[i], QPointF(point), QPointF(widget->mapToGlobal(point)), Qt::LeftButton,
+                          down ? Qt::LeftButton : Qt::NoButton, modifiers);
+        QCoreApplication::sendEvent(widget, &event);
+    }
+}
+
+// As an aid for the blind has it: the name, or of a combo box, whose name is its choice, the label's.
+QString Named(QWidget* widget)
+{
+    const QAccessibleInterface* object = QAccessible::queryAccessibleInterface(widget);
+    QString name = object ? object->text(QAccessible::Name) : QString();
+    if (object && qobject_cast<QComboBox*>(widget))
+        for (const auto& relation : object->relations(QAccessible::Label))
+            name = relation.first->text(QAccessible::Name);
+    return QStringLiteral(" \"%1\"").arg(name);
+}
+
+QString Line(const DialogItem& item, QWidget* widget)
+{
+    const QString keys = widget->hasFocus() ? QStringLiteral(" [keys]") : QString();
+    const QString number = QString::number(item.id) + QLatin1Char(' ');
+    if (const auto* list = dynamic_cast<const NameList*>(widget)) {
+        int selected = 0;
+        for (const QItemSelectionRange& range : list->selectionModel()->selection())
+            selected += range.height();
+        return number + QStringLiteral("list") + Named(widget) + keys +
+               QStringLiteral(" %1 of %2 selected").arg(selected).arg(list->model()->rowCount());
+    }
+    if (auto* combo = qobject_cast<QComboBox*>(widget))
+        return number + QStringLiteral("combo") + Named(widget) + keys + QLatin1Char(' ') +
+               combo->currentText();
+    if (const auto* edit = qobject_cast<const QLineEdit*>(widget))
+        return number + QStringLiteral("number") + Named(widget) + keys + QLatin1Char(' ') + edit->text();
+    if (const auto* check = qobject_cast<const QCheckBox*>(widget))
+        return number + QStringLiteral("check") + Named(widget) + keys +
+               (check->isChecked() ? QStringLiteral(" on") : QStringLiteral(" off"));
+    if (qobject_cast<const QAbstractButton*>(widget))
+        return number + QStringLiteral("button") + Named(widget) + keys;
+    const auto* label = qobject_cast<const QLabel*>(widget);
+    return number + (label && !label->text().isEmpty() ? label->text() : QStringLiteral("(empty)"));
+}
+} // namespace
+
+void SetDialogHook(std::function<void(CDialog&)> hook)
+{
+    g_dialog_hook = std::move(hook);
+}
+
+void PressDialogKeys(CDialog& dialog, std::initializer_list<const char*> keys)
+{
+    const QPointer<DialogWidget> widget = DialogOf(&dialog);
+    for (const char* name : keys) {
+        const QKeyCombination combination = QKeySequence(QString::fromLatin1(name))[0];
+        const int key = combination.key();
+        const bool types = combination.keyboardModifiers() == Qt::NoModifier && key < Qt::Key_Escape;
+        PressKey(widget, key, combination.keyboardModifiers(),
+                 types ? QString(QChar(key)).toLower() : QString());
+        QCoreApplication::processEvents();
+    }
+}
+
+void TypeText(CDialog& dialog, const char* text)
+{
+    const QPointer<DialogWidget> widget = DialogOf(&dialog);
+    for (const QChar c : QString::fromUtf8(text))
+        PressKey(widget, c.toUpper().unicode(), Qt::NoModifier, QString(c));
+}
+
+void ClickControl(CDialog& dialog, UINT id)
+{
+    const DialogWidget* widget = DialogOf(&dialog);
+    QWidget* const control = widget ? widget->Control(id) : nullptr;
+    if (!control)
+        return;
+    QPoint point = control->rect().center();
+    if (const auto* check = qobject_cast<const QCheckBox*>(control)) {
+        QStyleOptionButton option;
+        option.initFrom(check);
+        point = check->style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, check).center();
+    }
+    Click(control, point, Qt::NoModifier, false);
+}
+
+void ClickEntry(CDialog& dialog, UINT id, int index, bool control, bool twice)
+{
+    const DialogWidget* widget = DialogOf(&dialog);
+    auto* view = widget ? dynamic_cast<QAbstractItemView*>(widget->Control(id)) : nullptr;
+    if (auto* combo = widget ? qobject_cast<QComboBox*>(widget->Control(id)) : nullptr) {
+        combo->showPopup();
+        view = combo->view();
+    }
+    if (!view)
+        return;
+    const QModelIndex entry = view->model()->index(index, 0);
+    view->scrollTo(entry);
+    const QPoint point = view->visualRect(entry).center();
+    Click(view->viewport(), point, control ? Qt::ControlModifier : Qt::NoModifier, twice);
+}
+
+CString ShownEntry(CDialog& dialog, UINT id, int index)
+{
+    const DialogWidget* widget = DialogOf(&dialog);
+    const auto* view = widget ? dynamic_cast<NameList*>(widget->Control(id)) : nullptr;
+    return view ? FromQString(view->model()->index(index, 0).data().toString()) : CString{};
+}
+
+std::vector<CString> DescribeDialog(CDialog& dialog)
+{
+    std::vector<CString> lines;
+    const DialogWidget* widget = DialogOf(&dialog);
+    if (!widget)
+        return lines;
+    lines.push_back(FromQString(widget->windowTitle()));
+    for (const DialogItem& item : widget->Contents().items)
+        if (QWidget* control = item.id != 0 ? widget->Control(item.id) : nullptr)
+            lines.push_back(FromQString(Line(item, control)));
+    return lines;
+}

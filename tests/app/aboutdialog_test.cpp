@@ -1,0 +1,64 @@
+// The About box, and the question for the lines per update.
+#include "app/aboutdialog.h"
+#include "app/dialogids.h"
+#include "app/linesperupdatedialog.h"
+#include "platform/versionnote.h"
+#include "tests/app/dialog_fixture.h"
+
+#include <cstring>
+#include <ctime>
+
+namespace
+{
+TEST_F(DialogTest, AboutShowsVersionAndBuildStamp)
+{
+    const struct {
+        const char* program;
+        std::string want;
+    } cases[] = {
+        {LUMENTA_PROGRAM, GetFileVersionText(LUMENTA_PROGRAM).c_str()},
+        {"/etc/passwd", "1.2.1.0"},
+        {"", "1.2.1.0"},
+    };
+    EXPECT_STREQ(CAboutDialog().m_strProgram.c_str(), kOwnProgramFile);
+    for (const auto& c : cases) {
+        CAboutDialog dialog;
+        dialog.m_strProgram = c.program;
+        EXPECT_EQ(Show(dialog,
+                       [&] {
+                           EXPECT_EQ(Strings(DescribeDialog(dialog)).front(), "About LUMENTA");
+                           EXPECT_EQ(dialog.GetDlgItemText(kVersionText), CString(c.want));
+                           const std::string stamp = dialog.GetDlgItemText(kBuildStampText).c_str();
+                           EXPECT_EQ(stamp.size(), strlen("11:02:57  Jul 20 2001"));
+                           tm time{};
+                           const char* end = strptime(stamp.c_str(), "%H:%M:%S  %b %d %Y", &time);
+                           EXPECT_TRUE(end && *end == '\0') << stamp;
+                           PressDialogKeys(dialog, {"Return"});
+                       }),
+                  IDOK);
+    }
+}
+
+TEST_F(DialogTest, LinesPerUpdateGivesTheNumber)
+{
+    CLinesPerUpdateDialog dialog;
+    dialog.m_nLines = 16;
+    EXPECT_EQ(Show(dialog,
+                   [&] {
+                       EXPECT_EQ(
+                           Strings(DescribeDialog(dialog)),
+                           (Texts{"Lines per update",
+                                  "110 number \"Maximum number of lines to scale between screen updates\" "
+                                  "[keys] 16",
+                                  "1 button \"OK\"", "2 button \"Cancel\""}));
+                       PressDialogKeys(dialog, {"Ctrl+A"});
+                       TypeText(dialog, "0");
+                       PressDialogKeys(dialog, {"Return"});
+                       EXPECT_EQ(boxes.Take(), Texts{"Enter an integer between 1 and 2147483647."});
+                       TypeText(dialog, "2147483647"); // over the refused number, which is selected
+                       PressDialogKeys(dialog, {"Return"});
+                   }),
+              IDOK);
+    EXPECT_EQ(dialog.m_nLines, INT32_MAX);
+}
+} // namespace

@@ -1,0 +1,43 @@
+// Dialogs of the application with no window behind them.
+#pragma once
+
+#include "app/resources.h"
+#include "platform/testing.h"
+#include "tests/support/scratch.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+class DialogTest : public testing::Test
+{
+protected:
+    using Texts = std::vector<std::string>;
+
+    ~DialogTest() override { SetDialogHook({}); }
+
+    // What DoModal gives; script runs inside.
+    static int Show(CDialog& dialog, std::function<void()> script)
+    {
+        SetDialogHook([script = std::move(script)](CDialog&) { script(); });
+        return static_cast<int>(dialog.DoModal());
+    }
+    static Texts Strings(const std::vector<CString>& texts)
+    {
+        Texts strings;
+        for (const CString& text : texts)
+            strings.emplace_back(text.View());
+        return strings;
+    }
+
+    BoxTexts boxes;
+
+private:
+    struct App : CWinApp {
+        App() : CWinApp(kLumentaResources) {}
+        bool InitInstance() override { return true; }
+    };
+    App m_app;
+};

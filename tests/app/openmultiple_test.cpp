@@ -1,0 +1,275 @@
+// Open Multiple: what it lists, where it goes, and what it hands back.
+#include "app/dialogids.h"
+#include "app/openmultipledialog.h"
+#include "tests/app/dialog_fixture.h"
+#include "tests/support/fake_marks.h"
+
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+namespace fs = std::filesystem;
+
+// Files with "seen" in their names are marked as viewed.
+struct NamedMarks : FakeMarks {
+    int64_t GetMark(const char* path, char* value, size_t room) override
+    {
+        const FileStatus file = FileStatusOf(path);
+        CString text;
+        text.Format("1 %lld.%09u %lld", static_cast<long long>(file.modified_s), file.modified_ns,
+                    static_cast<long long>(file.size_bytes));
+        mark = std::string(path).find("seen") == std::string::npos ? "" : text.c_str();
+        return FakeMarks::GetMark(path, value, room);
+    }
+};
+
+// Rights of another user, where this one has all.
+class AsNobody
+{
+public:
+    AsNobody() { m_changed = geteuid() == 0 && seteuid(65534) == 0; }
+    AsNobody(const AsNobody&) = delete;
+    AsNobody& operator=(const AsNobody&) = delete;
+    ~AsNobody()
+    {
+        if (m_changed) {
+            EXPECT_EQ(seteuid(0), 0);
+        }
+    }
+
+private:
+    bool m_changed = false;
+};
+
+class OpenMultipleTest : public DialogTest
+{
+protected:
+    OpenMultipleTest()
+    {
+        for (const char* name : {"new2.fax", "New1.fax", "seen.fax", "page.low", "page.TIF", "page.f"})
+            scratch.Write(name, "x");
+        fs::create_directories(scratch.File("sub/deep"));
+        scratch.Write("sub/inner.fax", "x");
+        dialog.m_strDirectory = scratch.Path(); // without the closing separator
+        dialog.m_strFilter = "*.fax";
+    }
+
+    int Run(std::function<void()> script) { return Show(dialog, std::move(script)); }
+    Texts Listed()
+    {
+        Texts entries;
+        for (int i = 0; i < dialog.m_wndList.GetCount(); ++i)
+            entries.emplace_back(dialog.m_wndList.GetText(i).View());
+        return entries;
+    }
+    int IndexOf(const std::string& entry)
+    {
+        const Texts entries = Listed();
+        const auto found = std::find(entries.begin(), entries.end(), entry);
+        EXPECT_NE(found, entries.end()) << entry;
+        return static_cast<int>(found - entries.begin());
+    }
+    void Choose(const Texts& wanted)
+    {
+        for (const std::string& entry : wanted)
+            ClickEntry(dialog, kPageList, IndexOf(entry), entry != wanted.front());
+    }
+    void DoubleClick(const std::string& entry) { ClickEntry(dialog, kPageList, IndexOf(entry), false, true); }
+    std::string Shown() { return dialog.GetDlgItemText(kDirectoryText).c_str(); }
+    std::string Directory() const { return dialog.m_strDirectory.c_str(); }
+
+    ScratchDirectory scratch;
+    NamedMarks marks;
+    COpenMultipleDialog dialog;
+};
+
+TEST_F(OpenMultipleTest, ShowsDirectoryFilterAndFlags)
+{
+    EXPECT_EQ(Run([&] {
+                  EXPECT_EQ(Strings(DescribeDialog(dialog)),
+                            (Texts{"Open Multiple", "102 " + scratch.Path(),
+                                   "103 list \"File list for\" [keys] 0 of 4 selected",
+                                   "104 combo \"Display files of type:\" Fax (*.fax)",
+                                   "105 check \"Display previously viewed pages\" off",
+                                   "106 check \"Mark viewed pages\" on", "1 button \"OK\"",
+                                   "2 button \"Cancel\""}));
+                  EXPECT_EQ(Listed(), (Texts{"[..]", "[sub]", "New1.fax", "new2.fax"}));
+                  EXPECT_EQ(dialog.m_wndType.GetLBText(0), "All (*.*)");
+                  ClickControl(dialog, kShowViewedBox);
+                  EXPECT_EQ(Listed(), (Texts{"[..]", "[sub]", "New1.fax", "new2.fax", "seen.fax"}));
+                  ClickControl(dialog, kShowViewedBox);
+                  EXPECT_EQ(Listed(), (Texts{"[..]", "[sub]", "New1.fax", "new2.fax"}));
+                  ClickControl(dialog, kShowViewedBox);
+                  ClickControl(dialog, kMarkViewedBox);
+                  PressDialogKeys(dialog, {"Return"});
+              }),
+              IDOK);
+    EXPECT_TRUE(dialog.m_bShowViewed);
+    EXPECT_FALSE(dialog.m_bMarkViewed);
+    EXPECT_EQ(Directory(), scratch.Path() + "/") << "with nothing selected it is handed back all the same";
+    EXPECT_TRUE(dialog.m_Files.empty());
+}
+
+TEST_F(OpenMultipleTest, FiltersGoToTheBoxAndBack)
+{
+    const struct {
+        const char* filter;
+        const char* chosen;
+        const char* after; // then the box's second entry is clicked
+        Texts files;
+    } cases[] = {
+        {"*.low", "Low Res (*.low)", "*.low", {"page.low"}},
+        {"*.tif", "TIFF (*.tif)", "*.tif", {"page.TIF"}},
+        {"*.f", "All (*.*)", "*.*", {"New1.fax", "new2.fax", "page.f", "page.low", "page.TIF"}},
+        {"*.FAX", "All (*.*)", "*.*", {"New1.fax", "new2.fax", "page.f", "page.low", "page.TIF"}},
+        {"", "All (*.*)", "*.*", {"New1.fax", "new2.fax", "page.f", "page.low", "page.TIF"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.filter);
+        dialog.m_strFilter = c.filter;
+        Run([&] {
+            EXPECT_STREQ(dialog.m_wndType.GetWindowText().c_str(), c.chosen);
+            EXPECT_STREQ(dialog.m_strFilter.c_str(), c.after);
+            Texts listed = Listed();
+            EXPECT_EQ(Texts(listed.begin() + 2, listed.end()), c.files);
+            ClickEntry(dialog, kTypeBox, 1);
+            EXPECT_STREQ(dialog.m_strFilter.c_str(), "*.fax");
+            EXPECT_EQ(Listed(), (Texts{"[..]", "[sub]", "New1.fax", "new2.fax"}));
+        });
+    }
+}
+
+TEST_F(OpenMultipleTest, WalksThroughDirectories)
+{
+    const std::string here = fs::current_path();
+    EXPECT_EQ(Run([&] {
+                  DoubleClick("[sub]");
+                  EXPECT_EQ(Listed(), (Texts{"[..]", "[deep]", "inner.fax"}));
+                  EXPECT_EQ(Shown(), scratch.File("sub"));
+                  DoubleClick("[deep]");
+                  EXPECT_EQ(Listed(), Texts{"[..]"});
+                  EXPECT_EQ(Directory(), scratch.File("sub/deep/"));
+                  DoubleClick("[..]");
+                  PressDialogKeys(dialog, {"[", ".", "Ctrl+Return"}); // without a pointer
+                  EXPECT_EQ(Shown(), scratch.Path());
+                  DoubleClick("[sub]");
+                  PressDialogKeys(dialog, {"Escape"});
+              }),
+              IDCANCEL);
+    EXPECT_EQ(fs::current_path(), here);
+
+    dialog.m_strDirectory = "/tmp";
+    Run([&] {
+        DoubleClick("[..]");
+        EXPECT_EQ(Directory(), "/");
+        EXPECT_EQ(Shown(), "/");
+        EXPECT_FALSE(Listed().front() == "[..]");
+        DoubleClick("[tmp]");
+        EXPECT_EQ(Directory(), "/tmp/");
+    });
+
+    dialog.m_strDirectory = "";
+    Run([&] { EXPECT_EQ(Directory(), here + "/"); });
+}
+
+TEST_F(OpenMultipleTest, BracketsWithDashesAreADrive)
+{
+    fs::create_directory(scratch.File("-c-"));
+    fs::create_directory(scratch.File("-cc-"));
+    const fs::path here = fs::current_path();
+    Run([&] {
+        DoubleClick("[-c-]");
+        EXPECT_EQ(Directory(), scratch.Path() + "/") << "there is none";
+        fs::create_directory(scratch.File("c:"));
+        fs::current_path(scratch.Path());
+        DoubleClick("[-c-]");
+        EXPECT_EQ(Directory(), "c:/");
+        DoubleClick("[..]");
+        EXPECT_EQ(Directory(), "c:/");
+    });
+    fs::current_path(here);
+    dialog.m_strDirectory = scratch.Path();
+    Run([&] {
+        DoubleClick("[-cc-]");
+        EXPECT_EQ(Directory(), scratch.File("-cc-/"));
+    });
+}
+
+TEST_F(OpenMultipleTest, HandsBackFilesAlone)
+{
+    for (const char* name : {"[odd].fax", "[odd]", "a\nb\xff.fax"})
+        scratch.Write(name, "x");
+    dialog.m_strFilter = "*.*";
+    const struct {
+        const char* name;
+        Texts choose;
+        Texts want;
+    } cases[] = {
+        {"directories alone", {"[..]", "[sub]"}, {}},
+        {"in the list's order",
+         {"seen.fax", "page.f", "[sub]", "New1.fax"},
+         {"New1.fax", "page.f", "seen.fax"}},
+        {"bytes", {"a\nb\xff.fax", "new2.fax"}, {"a\nb\xff.fax", "new2.fax"}},
+        {"names that look like directories", {"[odd].fax", "[odd]", "page.f"}, {"page.f"}},
+    };
+    dialog.m_bShowViewed = true;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(Run([&] {
+                      Choose(c.choose);
+                      ClickControl(dialog, IDOK);
+                  }),
+                  IDOK);
+        EXPECT_EQ(Strings(dialog.m_Files), c.want);
+    }
+    EXPECT_EQ(Run([&] {
+                  Choose({"New1.fax", "page.f"});
+                  dialog.SendMessage(WM_COMMAND, LBN_DBLCLK << 16 | kPageList);
+                  EXPECT_EQ(dialog.m_wndList.GetSelCount(), 2) << "nothing happens";
+                  DoubleClick("page.f");
+              }),
+              IDOK);
+    EXPECT_EQ(Strings(dialog.m_Files), Texts{"page.f"});
+}
+
+TEST_F(OpenMultipleTest, AllOfManyFiles)
+{
+    constexpr int kCount = 10000;
+    const std::string many = scratch.File("many");
+    fs::create_directory(many);
+    for (int i = 0; i < kCount; ++i)
+        scratch.Write("many/p" + std::to_string(100000 + i) + ".fax", "");
+    dialog.m_strDirectory = many;
+    EXPECT_EQ(Run([&] { PressDialogKeys(dialog, {"Ctrl+A", "Return"}); }), IDOK);
+    ASSERT_EQ(dialog.m_Files.size(), size_t{kCount});
+    EXPECT_EQ(dialog.m_Files.front(), "p100000.fax");
+    EXPECT_EQ(dialog.m_Files.back(), "p109999.fax");
+}
+
+TEST_F(OpenMultipleTest, WhatCannotBeListedChangesNothing)
+{
+    chmod(scratch.Path().c_str(), 0755);
+    chmod(scratch.File("sub").c_str(), 0);
+    {
+        const AsNobody rights;
+        Run([&] {
+            DoubleClick("[sub]");
+            EXPECT_EQ(Directory(), scratch.Path() + "/");
+            EXPECT_EQ(Shown(), scratch.Path());
+            EXPECT_EQ(Listed(), (Texts{"[..]", "[sub]", "New1.fax", "new2.fax"}));
+        });
+    }
+    chmod(scratch.File("sub").c_str(), 0755);
+
+    dialog.m_strDirectory = scratch.File("sub/deep");
+    Run([&] {
+        fs::remove_all(scratch.File("sub"));
+        ClickControl(dialog, kShowViewedBox);
+        EXPECT_EQ(Listed(), Texts{"[..]"}) << "as it was when it was there";
+    });
+    Run([&] { EXPECT_EQ(Directory(), scratch.Path() + "/") << "the nearest that is left"; });
+    EXPECT_EQ(boxes.Take(), Texts{});
+}
+} // namespace

@@ -1,0 +1,331 @@
+// Modal dialogs: keys and pointer, notifications, exchange, listings.
+#include "platform/dialog.h"
+#include "tests/platform/test_classes.h"
+#include "tests/support/scratch.h"
+
+#include <sys/stat.h>
+
+namespace
+{
+using Lines = std::vector<std::string>;
+
+class TestDialog : public CDialog
+{
+public:
+    TestDialog() : CDialog(kTestDialog) {}
+
+    CListBox list;
+    CComboBox combo;
+    bool flag = true;
+    int32_t count = 3;
+    std::vector<CString> names{"beta", "alpha", "gamma", "Beta2"};
+    int end_at_start = 0;
+
+    Lines Shown() { return Texts(DescribeDialog(*this)); }
+    static Lines Texts(const std::vector<CString>& texts)
+    {
+        Lines lines;
+        for (const CString& text : texts)
+            lines.emplace_back(text.View());
+        return lines;
+    }
+    Lines Chosen()
+    {
+        Lines lines;
+        for (const int index : list.GetSelItems())
+            lines.emplace_back(list.GetText(index).View());
+        return lines;
+    }
+
+protected:
+    static const MessageEntry entries[];
+    static const MessageMap messages;
+    const MessageMap& GetMessageMap() const override { return messages; }
+
+    bool OnInitDialog() override
+    {
+        CDialog::OnInitDialog();
+        list.SetContent(names);
+        combo.SetCurSel(1);
+        if (end_at_start != 0)
+            EndDialog(end_at_start);
+        return true;
+    }
+    void DoDataExchange(CDataExchange* exchange) override
+    {
+        DDX_Control(exchange, kTestList, list);
+        DDX_Control(exchange, kTestCombo, combo);
+        DDX_Number(exchange, kTestNumber, count, 1, INT32_MAX);
+        DDX_Check(exchange, kTestCheck, flag);
+    }
+    void OnFlag() { g_recorder.Add("flag"); }
+    void OnKind() { g_recorder.Add("kind " + std::string(combo.GetWindowText().View())); }
+    void OnSelection() { g_recorder.Add("selected " + std::to_string(list.GetSelCount())); }
+    void OnPick() { g_recorder.Add("pick"); }
+};
+
+const MessageEntry TestDialog::entries[] = {
+    OnControl<BN_CLICKED, kTestCheck, &TestDialog::OnFlag>(),
+    OnControl<CBN_SELCHANGE, kTestCombo, &TestDialog::OnKind>(),
+    OnControl<LBN_SELCHANGE, kTestList, &TestDialog::OnSelection>(),
+    OnControl<LBN_DBLCLK, kTestList, &TestDialog::OnPick>(),
+};
+const MessageMap TestDialog::messages{&CDialog::messages, entries};
+
+class DialogTest : public WindowTest
+{
+protected:
+    ~DialogTest() override { SetDialogHook({}); }
+    // What DoModal gives; script runs inside.
+    int Show(std::function<void()> script)
+    {
+        g_recorder.Take();
+        SetDialogHook([script = std::move(script)](CDialog&) { script(); });
+        return dialog.DoModal();
+    }
+
+    BoxTexts boxes;
+    TestDialog dialog;
+};
+
+// The line of the control that has the keys.
+std::string Keys(const Lines& lines)
+{
+    for (const std::string& line : lines)
+        if (line.find("[keys]") != std::string::npos)
+            return line.substr(0, line.find(' '));
+    return "none";
+}
+
+TEST_F(DialogTest, ShowsNamesValuesAndSortedEntries)
+{
+    EXPECT_EQ(Show([&] {
+                  EXPECT_EQ(dialog.Shown(),
+                            (Lines{"Test", "201 (empty)", "202 list \"Names\" [keys] 0 of 4 selected",
+                                   "203 combo \"Kinds:\" fig", "204 check \"Flag\" on",
+                                   "205 number \"Count\" 3", "1 button \"OK\"", "2 button \"Cancel\""}));
+                  EXPECT_EQ(dialog.combo.GetLBText(0), "Apple");
+                  EXPECT_EQ(dialog.list.GetText(0), "alpha");
+                  EXPECT_EQ(dialog.list.GetText(1), "beta");
+                  EXPECT_EQ(dialog.list.GetText(2), "Beta2");
+                  EXPECT_EQ(dialog.list.GetText(4), "");
+              }),
+              IDCANCEL);
+    EXPECT_EQ(dialog.list.GetCount(), 0) << "the controls are gone";
+    EXPECT_EQ(dialog.GetDlgItemText(kTestNumber), "");
+}
+
+TEST_F(DialogTest, IsUsedByKeysAlone)
+{
+    const struct {
+        const char* name;
+        std::initializer_list<const char*> keys;
+        const char* at; // control that has the keys then
+        Lines chosen;
+    } cases[] = {
+        {"tab order", {"Tab"}, "203", {}},
+        {"and on", {"Tab", "Tab", "Tab"}, "205", {}},
+        {"and back", {"Tab", "Shift+Tab"}, "202", {}},
+        {"access letter of a label", {"Alt+C"}, "205", {}},
+        {"back to the list", {"Alt+C", "Alt+N"}, "202", {}},
+        {"type-ahead", {"B", "E", "T", "A", "2"}, "202", {"Beta2"}},
+        {"a range", {"Shift+Down", "Shift+Down"}, "202", {"alpha", "beta", "Beta2"}},
+        {"apart", {"Space", "Ctrl+Down", "Ctrl+Down", "Ctrl+Space"}, "202", {"alpha", "Beta2"}},
+        {"all", {"Ctrl+A"}, "202", {"alpha", "beta", "Beta2", "gamma"}},
+        {"no help", {"F1", "Shift+F1"}, "202", {}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        Lines chosen;
+        EXPECT_EQ(Show([&] {
+                      PressDialogKeys(dialog, c.keys);
+                      EXPECT_EQ(Keys(dialog.Shown()), c.at);
+                      chosen = dialog.Chosen();
+                      PressDialogKeys(dialog, {"Return"}); // wherever: the default button
+                  }),
+                  IDOK);
+        EXPECT_EQ(chosen, c.chosen);
+    }
+    EXPECT_EQ(Show([&] { PressDialogKeys(dialog, {"Down", "Escape"}); }), IDCANCEL);
+    EXPECT_EQ(Show([&] {
+                  PressDialogKeys(dialog, {"Alt+F"}); // the toolkit shows the mark pressed for a moment
+                  EXPECT_TRUE(PumpUntil([] { return g_recorder.Count("flag") == 1; }));
+                  PressDialogKeys(dialog, {"Return"});
+              }),
+              IDOK);
+    EXPECT_FALSE(dialog.flag);
+}
+
+TEST_F(DialogTest, ControlsTellWhatTheUserDoes)
+{
+    Show([&] {
+        dialog.combo.SetCurSel(0);
+        dialog.CheckDlgButton(kTestCheck, false);
+        EXPECT_EQ(g_recorder.Take(), Lines{}) << "not what the program does";
+        ClickControl(dialog, kTestCheck);
+        ClickEntry(dialog, kTestCombo, 2);
+        EXPECT_EQ(g_recorder.Take(), (Lines{"flag", "kind pear"}));
+        ClickEntry(dialog, kTestList, 1);
+        ClickEntry(dialog, kTestList, 3, true);
+        ClickEntry(dialog, kTestList, 0, false, true);
+        PressDialogKeys(dialog, {"Ctrl+Return"});
+        EXPECT_EQ(g_recorder.Take(), (Lines{"selected 1", "selected 2", "selected 1", "pick", "pick"}));
+        EXPECT_EQ(dialog.SendMessage(WM_COMMAND, kTestPath), 0) << "nobody handles it";
+    });
+    EXPECT_EQ(Show([&] { ClickControl(dialog, IDOK); }), IDOK);
+    EXPECT_EQ(Show([&] { ClickControl(dialog, IDCANCEL); }), IDCANCEL);
+}
+
+TEST_F(DialogTest, TakesWholeNumbersInTheirRangeAlone)
+{
+    const struct {
+        const char* typed;
+        int32_t want; // 0: refused
+    } cases[] = {{"7", 7},   {" +42 ", 42},     {"2147483647", INT32_MAX},
+                 {"0", 0},   {"2147483648", 0}, {"", 0},
+                 {"abc", 0}, {"5x", 0},         {"-1", 0},
+                 {"+-5", 0}, {"1.5", 0},        {"99999999999999999999", 0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.typed);
+        dialog.count = 3;
+        dialog.flag = true;
+        const int result = Show([&] {
+            ClickControl(dialog, kTestCheck);
+            PressDialogKeys(dialog, {"Alt+C", "Ctrl+A", "Delete"});
+            TypeText(dialog, c.typed);
+            if (c.want == 0)
+                PressDialogKeys(dialog, {"Shift+Tab"});
+            PressDialogKeys(dialog, {"Return"});
+            EXPECT_EQ(Keys(dialog.Shown()), c.want == 0 ? "205" : "none");
+        });
+        EXPECT_EQ(result, c.want == 0 ? IDCANCEL : IDOK);
+        EXPECT_EQ(dialog.count, c.want == 0 ? 3 : c.want);
+        EXPECT_EQ(dialog.flag, c.want == 0) << "no value behind the refused one is taken";
+        EXPECT_EQ(boxes.Take(), c.want == 0 ? Lines{"Enter an integer between 1 and 2147483647."} : Lines{});
+    }
+}
+
+TEST_F(DialogTest, NoPaintAndNoPostedMessageWhileItIsOpen)
+{
+    Settle();
+    const uint64_t paints = PaintCount(*view);
+    Show([&] {
+        view->Invalidate();
+        view->UpdateWindow();
+        view->PostMessage(WM_TEST);
+        PumpRounds();
+        EXPECT_EQ(PaintCount(*view), paints);
+        EXPECT_EQ(dialog.GetParentFrame(), frame);
+    });
+    EXPECT_EQ(std::count(g_recorder.Lines().begin(), g_recorder.Lines().end(), "posted 0"), 0);
+    Settle();
+    EXPECT_EQ(PaintCount(*view), paints + 1);
+}
+
+TEST_F(DialogTest, EndsInEveryWay)
+{
+    EXPECT_EQ(CDialog(kTestDialog + 1).DoModal(), -1) << "no such template";
+    dialog.end_at_start = 7;
+    EXPECT_EQ(Show([] { ADD_FAILURE() << "it was ended before it showed"; }), 7);
+    dialog.end_at_start = 0;
+    EXPECT_EQ(Show([&] {
+                  EXPECT_EQ(dialog.DoModal(), -1) << "open already";
+                  dialog.EndDialog(9);
+                  dialog.EndDialog(10);
+                  EXPECT_EQ(dialog.SendMessage(WM_COMMAND, IDOK), 0);
+              }),
+              9);
+    EXPECT_EQ(Show([&] { dialog.SendMessage(WM_CLOSE); }), IDCANCEL);
+    EXPECT_EQ(Show([&] { EXPECT_TRUE(dialog.DestroyWindow()); }), IDCANCEL);
+    EXPECT_EQ(Show([&] { app->m_pMainWnd->SendMessage(WM_CLOSE); }), IDCANCEL) << "its parent goes";
+}
+
+TEST_F(DialogTest, NamesAreBytes)
+{
+    dialog.names = {"b\n\tc\x7f", "a\xff\xfe.fax", "\u202exaf.\u00e4", "<b>&x", std::string("z\0z", 3)};
+    Show([&] {
+        PressDialogKeys(dialog, {"Ctrl+A"});
+        EXPECT_EQ(dialog.Chosen(), (Lines{"<b>&x", "a\xff\xfe.fax", "b\n\tc\x7f", std::string("z\0z", 3),
+                                          "\u202exaf.\u00e4"}));
+        EXPECT_EQ(ShownEntry(dialog, kTestList, 1), "a\uFFFD\uFFFD.fax");
+        EXPECT_EQ(ShownEntry(dialog, kTestList, 2), "b\uFFFD\uFFFDc\uFFFD");
+        EXPECT_EQ(ShownEntry(dialog, kTestList, 4), "\uFFFDxaf.\u00E4");
+    });
+}
+
+TEST_F(DialogTest, ListsADirectory)
+{
+    constexpr UINT kAll = DDL_DRIVES | DDL_DIRECTORY | DDL_ARCHIVE;
+    const ScratchDirectory scratch;
+    for (const char* name : {"B.fax", "a.FAX", "c.tif", ".hidden.fax"})
+        scratch.Write(name, "x");
+    mkdir(scratch.File("Sub").c_str(), 0755);
+    mkdir(scratch.File("nothing").c_str(), 0755);
+    const std::string directory = scratch.Path() + "/";
+    const struct {
+        const char* name;
+        std::string target;
+        UINT types;
+        bool good;
+        Lines want;
+        std::string pattern_left;
+    } cases[] = {
+        {"by pattern",
+         directory + "*.fax",
+         kAll,
+         true,
+         {"[..]", "[nothing]", "[Sub]", "a.FAX", "B.fax"},
+         "*.fax"},
+        {"every file",
+         directory + "*.*",
+         kAll,
+         true,
+         {"[..]", "[nothing]", "[Sub]", "a.FAX", "B.fax", "c.tif"},
+         "*.*"},
+        {"new ones",
+         directory + "*.fax",
+         kAll | DDL_EXCLUSIVE,
+         true,
+         {"[..]", "[nothing]", "[Sub]", "a.FAX", "B.fax"},
+         "*.fax"},
+        {"no files",
+         directory + "*.*",
+         DDL_DIRECTORY | DDL_EXCLUSIVE,
+         true,
+         {"[..]", "[nothing]", "[Sub]"},
+         "*.*"},
+        {"files alone", directory + "*.tif", 0, true, {"c.tif"}, "*.tif"},
+        {"empty", directory + "nothing/*.*", kAll, true, {"[..]"}, "*.*"},
+        {"gone", directory + "gone/*.*", kAll, false, {"as before"}, directory + "gone/*.*"},
+        {"a file", directory + "B.fax/*.*", kAll, false, {"as before"}, directory + "B.fax/*.*"},
+        {"too long",
+         directory + std::string(4096, '/') + "*.*",
+         kAll,
+         false,
+         {"as before"},
+         directory + std::string(4096, '/') + "*.*"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        dialog.names = {"as before"};
+        Show([&] {
+            dialog.SetDlgItemText(kTestPath, "before");
+            CString target = c.target;
+            EXPECT_EQ(DlgDirList(dialog, &target, kTestList, kTestPath, c.types), c.good);
+            EXPECT_EQ(target, CString(c.pattern_left));
+            Lines got;
+            for (int i = 0; i < dialog.list.GetCount(); ++i)
+                got.emplace_back(dialog.list.GetText(i).View());
+            EXPECT_EQ(got, c.want);
+            EXPECT_EQ(dialog.GetDlgItemText(kTestPath),
+                      CString(c.good ? c.target.substr(0, c.target.rfind('/')) : std::string("before")));
+        });
+    }
+    Show([&] {
+        CString target = "/*.no such";
+        EXPECT_TRUE(DlgDirList(dialog, &target, kTestList, kTestPath, kAll));
+        EXPECT_EQ(dialog.GetDlgItemText(kTestPath), "/");
+        EXPECT_FALSE(dialog.list.GetText(0) == "[..]") << "nothing is above the root";
+    });
+}
+} // namespace

@@ -1,0 +1,150 @@
+// Listings of a directory as the dialogs show them.
+#include "platform/directory.h"
+#include "tests/support/child.h"
+#include "tests/support/fake_marks.h"
+#include "tests/support/scratch.h"
+
+#include <cerrno>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+TEST(MatchesPatterns, WholeNamesWithoutRegardToCase)
+{
+    struct {
+        const char *name, *patterns;
+        bool matches;
+    } const cases[] = {
+        {"page.fax", "*.fax", true},
+        {"PAGE.FAX", "*.fax", true},
+        {"page.fax", "*.Fax", true},
+        {"page.fa", "*.fax", false},
+        {"page.tiff", "*.tif", false},
+        {"fax", "*.fax", false},
+        {"a.fax.fax", "*.fax", true}, // the star has to give back
+        {"name", "*.*", true},
+        {"name", "**a*e*", true},
+        {"name", "", true},
+        {"name", " ; ", true},
+        {"name", ";*.fax", false},
+        {"b.tif", "*.fax; *.tif ", true},
+        {"p1.fax", "p?.fax", true},
+        {"p12.fax", "p?.fax", false},
+        {"p\xc3\xa4.fax", "p?.fax", true}, // one character of two bytes
+        {"p\xff.fax", "p?.fax", true},     // no UTF-8: one byte
+        {"p\xc3.fax", "p?.fax", true},     // cut
+        {"p\xc3\xa4\xa4.fax", "p?.fax", false},
+        {"\xc3\xa4", "*?", true},
+        {"[a]", "[a]", true}, // nothing but star and question mark is special
+        {"a", "[a]", false},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(MatchesPatterns(c.name, c.patterns), c.matches) << c.name << " | " << c.patterns;
+    // Many stars against a name that fails at its end must not take for ever.
+    std::string stars, name(4000, 'a');
+    for (int i = 0; i < 1000; ++i)
+        stars += "*a";
+    alarm(20);
+    EXPECT_FALSE(MatchesPatterns(name, stars + "b"));
+    alarm(0);
+}
+
+// Names in order, a directory with a slash behind, what is viewed in angles.
+std::string Shown(const DirectoryListing& listing)
+{
+    std::string text;
+    for (const DirectoryEntry& entry : listing.entries) {
+        const std::string name = entry.name.c_str();
+        text += entry.is_viewed ? "<" + name + ">" : name;
+        text += entry.status.IsDirectory() ? "/ " : " ";
+    }
+    return text;
+}
+
+TEST(ListDirectory, FilesByPatternAndAllDirectories)
+{
+    const ScratchDirectory elsewhere, scratch;
+    for (const char* name : {"b.FAX", "a.fax", "A.fax", "_.fax", "ab.fax", "Ab.fax", "aB.fax", "AB.fax", "a",
+                             "z.tif", ".hidden.fax", "\xff\n.fax"})
+        scratch.Write(name, "12345");
+    for (const char* name : {"Sub", "other.fax", ".git"})
+        mkdir(scratch.File(name).c_str(), 0755);
+    const struct {
+        std::string to;
+        const char* name;
+    } links[] = {{elsewhere.Write("file", "123"), "link.fax"},
+                 {elsewhere.Path(), "dirlink"},
+                 {"nowhere", "dangling.fax"},
+                 {"loop.fax", "loop.fax"},
+                 {"/dev/zero", "device.fax"}};
+    for (const auto& link : links)
+        ASSERT_EQ(symlink(link.to.c_str(), scratch.File(link.name).c_str()), 0);
+    ASSERT_EQ(mkfifo(scratch.File("fifo.fax").c_str(), 0666), 0);
+    chmod(scratch.File("b.FAX").c_str(), 0); // not to be read, and listed
+
+    const std::string fax =
+        "_.fax A.fax a.fax AB.fax Ab.fax aB.fax ab.fax b.FAX dirlink/ link.fax other.fax/ Sub/ \xff\n.fax ";
+    struct {
+        std::string directory;
+        const char* patterns;
+        std::string want;
+    } const cases[] = {
+        {scratch.Path(), "*.fax", fax},
+        {scratch.Path() + "/", "*.FAX", fax},
+        {scratch.Path(), "*.tif", "dirlink/ other.fax/ Sub/ z.tif "},
+        {scratch.Path(), "*.tif;a", "a dirlink/ other.fax/ Sub/ z.tif "},
+        {scratch.Path(), "*.*",
+         "_.fax a A.fax a.fax AB.fax Ab.fax aB.fax ab.fax b.FAX dirlink/ link.fax other.fax/ Sub/ z.tif "
+         "\xff\n.fax "},
+        {scratch.File("Sub"), "*.*", ""},
+    };
+    for (const auto& c : cases) {
+        const DirectoryListing listing = ListDirectory(c.directory, c.patterns, Marks::leave);
+        EXPECT_EQ(Shown(listing), c.want);
+        EXPECT_EQ(listing.error, 0);
+    }
+    const DirectoryListing listing = ListDirectory(scratch.Path(), "link.fax", Marks::leave);
+    ASSERT_EQ(Shown(listing), "dirlink/ link.fax other.fax/ Sub/ ");
+    EXPECT_EQ(listing.entries[1].status, FileStatusOf(elsewhere.File("file")));
+
+    chmod(scratch.Path().c_str(), 0);
+    struct {
+        const char* path;
+        int error;
+    } const failures[] = {
+        {"/nonexistent/x", ENOENT}, {"", ENOENT}, {"/dev/null", ENOTDIR}, {scratch.Path().c_str(), EACCES}};
+    EXPECT_EQ(InChild([&]() -> std::string {
+                  if (geteuid() == 0 && setuid(65534) != 0)
+                      return "no other user";
+                  for (const auto& c : failures) {
+                      const DirectoryListing none = ListDirectory(c.path, "*.*", Marks::read);
+                      if (none.error != c.error || !none.entries.empty())
+                          return std::string{c.path} + ": " + std::to_string(none.error);
+                  }
+                  return "as expected";
+              }),
+              "as expected");
+    chmod(scratch.Path().c_str(), 0700);
+}
+
+TEST(ListDirectory, ReadsTheMarksOfTheFilesThatMatch)
+{
+    const ScratchDirectory scratch;
+    for (const char* name : {"longer-name.fax", "viewed.fax", "a.fax", "no.tif"})
+        scratch.Write(name, name);
+    mkdir(scratch.File("sub").c_str(), 0755);
+    const FileStatus viewed = FileStatusOf(scratch.File("viewed.fax"));
+    FakeMarks marks; // gives the same mark for each, and no other file has the size
+    marks.mark = "1 " + std::to_string(viewed.modified_s) + "." +
+                 std::to_string(1000000000 + viewed.modified_ns).substr(1) + " 10";
+    EXPECT_EQ(Shown(ListDirectory(scratch.Path(), "*.fax", Marks::leave)),
+              "a.fax longer-name.fax sub/ viewed.fax ");
+    EXPECT_EQ(marks.trace, "");
+    EXPECT_EQ(Shown(ListDirectory(scratch.Path(), "*.fax", Marks::read)),
+              "a.fax longer-name.fax sub/ <viewed.fax> ");
+    for (const char* name : {"/a.fax ", "/longer-name.fax ", "/viewed.fax "})
+        EXPECT_NE(marks.trace.find(scratch.Path() + name), std::string::npos) << marks.trace;
+    EXPECT_EQ(marks.trace.find("tif"), std::string::npos);
+}
+} // namespace

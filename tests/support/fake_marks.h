@@ -1,0 +1,60 @@
+// A file system of the test's own for viewed marks, where every call can fail.
+#pragma once
+
+#include "platform/viewedmark.h"
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+constexpr int64_t kExt4Type = 0xef53, kFatType = 0x4d44, kExfatType = 0x2011bab0;
+
+// In place of the system's while it lives. Every path leads to the same file.
+struct FakeMarks : MarkCalls {
+    FakeMarks() { SetMarkCalls(this); }
+    ~FakeMarks() override { SetMarkCalls(nullptr); }
+
+    int Open(const char*) override { return Say("open", open_result); }
+    int Close(int file) override { return Say(file == open_result ? "close" : "close what is not open", 0); }
+    int Status(int, FileStatus* result) override
+    {
+        *result = status;
+        return Say("status", status_result);
+    }
+    int64_t FileSystemType(const char*) override { return Say("type", 0) + type; }
+    int GetAttributes(int, uint32_t* result) override
+    {
+        *result = attributes;
+        return Say("get", attributes_result);
+    }
+    int SetAttributes(int, uint32_t value) override
+    {
+        return Say("set:" + std::to_string(value), attributes_result);
+    }
+    int64_t GetMark(const char* path, char* value, size_t room) override
+    {
+        Say(path, 0);
+        if (mark_result < 0 || mark.size() > room)
+            return mark_result < 0 ? mark_result : -ERANGE;
+        memcpy(value, mark.data(), mark.size());
+        return static_cast<int64_t>(mark.size());
+    }
+    int SetMark(int, const char* value, size_t bytes) override
+    {
+        return Say("mark:" + std::string(value, bytes), mark_result);
+    }
+
+    int64_t type = kExt4Type;
+    int open_result = 5, status_result = 0, attributes_result = 0, mark_result = 0;
+    FileStatus status;
+    uint32_t attributes = 0x20;
+    std::string mark;
+    std::string trace; // the calls, a blank behind each
+
+private:
+    int Say(const std::string& what, int result)
+    {
+        trace += what + " ";
+        return result;
+    }
+};
