@@ -19,8 +19,6 @@
 
 namespace
 {
-constexpr const char* kSettings = "App";
-constexpr const char* kLinesPerUpdate = "Lines Per Update";
 constexpr int32_t kRowsPerCursorLook = 256; // rows read between two looks whether the hourglass is due
 
 constexpr int32_t kStoreBlockBytes = 256 * 1024; // decoded before they are written to the temporary file
@@ -47,14 +45,19 @@ void TellMainWindow(UINT message, int first, int second)
 const CRuntimeClass CLumentaDoc::classRecord{"CLumentaDoc", &CDocument::classRecord,
                                              CreateObjectOf<CLumentaDoc>};
 
+const MessageEntry CLumentaDoc::entries[] = {
+    OnCommand<kLinesPerUpdateCommand, &CLumentaDoc::OnLinesPerUpdate>(),
+};
+const MessageMap CLumentaDoc::messages{&CDocument::messages, entries};
+
 CLumentaDoc::CLumentaDoc()
 {
     BuildGreyPalette(); // without one the document goes on
     CWinApp* const app = AfxGetApp();
-    m_nLinesPerUpdate = app ? app->GetProfileInt(kSettings, kLinesPerUpdate, 0) : 1;
+    m_nLinesPerUpdate = app ? app->GetProfileInt(kAppSettings, kLinesPerUpdate, 0) : 1;
     if (m_nLinesPerUpdate < 1) {
         m_nLinesPerUpdate = 1;
-        app->WriteProfileInt(kSettings, kLinesPerUpdate, 1);
+        app->WriteProfileInt(kAppSettings, kLinesPerUpdate, 1);
     }
 }
 
@@ -67,10 +70,10 @@ bool CLumentaDoc::BuildGreyPalette()
 {
     m_hPalette.reset();
     try {
-        std::vector<COLORREF> entries(256);
+        std::vector<COLORREF> ramp(256);
         for (unsigned i = 0; i < 256; ++i)
-            entries[i] = Grey(255 - i);
-        m_hPalette = std::make_unique<CPalette>(std::move(entries));
+            ramp[i] = Grey(255 - i);
+        m_hPalette = std::make_unique<CPalette>(std::move(ramp));
     } catch (const std::bad_alloc&) {
         return false;
     }
@@ -86,6 +89,7 @@ void CLumentaDoc::DeleteContents()
 {
     ++m_nPageSerial;
     m_pDibInfo.reset();
+    m_pScaled.reset();
     m_nWidth = 0;
     m_nDepth = 0;
     TellMainWindow(WM_PAGE_SIZE, 0, 0);
@@ -166,7 +170,11 @@ bool CLumentaDoc::IsBilevelPage() const
 
 CPalette* CLumentaDoc::GetPagePalette(bool scaled) const
 {
-    return m_pImage && !scaled ? m_hPalette.get() : nullptr;
+    if (!m_pImage)
+        return nullptr;
+    if (!scaled)
+        return m_hPalette.get();
+    return m_pScaled ? m_pScaled->GetPalette() : nullptr;
 }
 
 bool CLumentaDoc::CreateRowMapping(int32_t rows)

@@ -2,11 +2,14 @@
 #pragma once
 
 #include "app/image.h"
+#include "app/scaleddib.h"
 #include "platform/dc.h"
 #include "platform/doc.h"
 #include "platform/tempstore.h"
 
 #include <memory>
+
+constexpr const char* kLinesPerUpdate = "Lines Per Update"; // key of the settings' section kAppSettings
 
 // The row store is a contiguous run of decoded rows, filled as somebody asks for them. It holds the whole
 // page in a mapped temporary file or, where that cannot be had, as many rows as memory allows in a heap block
@@ -36,6 +39,17 @@ public:
     // Draws what rect, in page pixels, shows of the page; a printer gets the whole page, fitted into rect.
     void DrawPage(CDC* dc, const CRect& rect);
 
+    // The reduced picture of a bilevel page; the operations are in pagescale.cpp.
+    // Makes sure that m_pScaled has that factor, keeping the lines of one that has it already, and reduces a
+    // batch. False after a message: there is none then.
+    bool MakeScaledBitmap(int32_t scale);
+    void ScaleNextLines();  // reduces the next batch of m_nLinesPerUpdate lines and tells the views
+    bool IsScaling() const; // a further batch would make lines
+    // Drives a bitmap of this page until the lines before untilLine are done. False where it is not complete,
+    // a line was refused or the rows cannot be had, after a message.
+    bool ScaleRows(CScaledDIBitmap* bitmap, int32_t untilLine);
+    bool BlitScaled(CDC* dc, const CRect& rect); // paints m_pScaled at the top left, at the size of rect
+
     // The row store.
     bool CreateRowMapping(int32_t rows);  // all rows, in a temporary file
     bool ReleaseRowMapping();             // true if there was one
@@ -50,8 +64,9 @@ public:
     bool m_bReadError = false; // a row of this page could not be read; none is read any more
     CString m_strPageTitle;    // the page's label; empty without a page
 
-    std::unique_ptr<CPalette> m_hPalette;   // entry i is the grey 255 - i; null where memory was short
-    std::unique_ptr<BitmapInfo> m_pDibInfo; // made at the first drawing of a page of 8 bits a pixel
+    std::unique_ptr<CScaledDIBitmap> m_pScaled; // null until the scaled window asks for it
+    std::unique_ptr<CPalette> m_hPalette;       // entry i is the grey 255 - i; null where memory was short
+    std::unique_ptr<BitmapInfo> m_pDibInfo;     // made at the first drawing of a page of 8 bits a pixel
 
     int32_t m_nWidth = 0;    // pixels in a row, 0 without a page
     int32_t m_nDepth = 0;    // rows, 0 without a page
@@ -68,7 +83,15 @@ public:
 
     int32_t m_nLinesPerUpdate = 1; // reduced lines made between two paints, at least 1
 
+protected:
+    static const MessageMap messages;
+    const MessageMap& GetMessageMap() const override { return messages; }
+
+    void OnLinesPerUpdate();
+
 private:
+    static const MessageEntry entries[];
+
     uint64_t m_nPageSerial = 0; // grows with each page that is closed
 
     bool OpenPage(const CString& path);
@@ -80,6 +103,7 @@ private:
     void DrawBilevel(CDC* dc, const CRect& rect);
     void DrawGrey(CDC* dc, const CRect& rect);
     void PrintGrey(CDC* dc, const CRect& rect);
+    void PrintReduced(CDC* dc, const CRect& rect);
     bool FetchRows(int32_t first, int32_t count);
     void MakeDibInfo();
     void SetDibSize(int32_t stride, int32_t lines);

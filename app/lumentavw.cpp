@@ -1,6 +1,8 @@
 #include "app/lumentavw.h"
 
 #include "app/lumentadoc.h"
+#include "app/scalefrm.h"
+#include "app/scalevw.h"
 #include "app/usermsg.h"
 #include "platform/app.h"
 
@@ -8,6 +10,8 @@ const CRuntimeClass CLumentaView::classRecord{"CLumentaView", &CLumenta::classRe
                                               CreateObjectOf<CLumentaView>};
 
 const MessageEntry CLumentaView::entries[] = {
+    OnCommand<kScaledPageCommand, &CLumentaView::OnScaledPage>(),
+    OnUpdateCommand<kScaledPageCommand, &CLumentaView::OnUpdateScaledPage>(),
     On<WM_SIZE, &CLumentaView::OnSize>(),
     On<WM_RBUTTONDBLCLK, &CLumentaView::OnRButtonDblClk>(),
     OnCommand<ID_FILE_PRINT, &CLumentaView::OnFilePrint>(),
@@ -16,11 +20,6 @@ const MessageEntry CLumentaView::entries[] = {
     On<WM_PAGE_CLOSED, &CLumentaView::OnPageClosed>(),
 };
 const MessageMap CLumentaView::messages{&CLumenta::messages, entries};
-
-CLumentaDoc* CLumentaView::GetPageDocument() const
-{
-    return DynamicDowncast<CLumentaDoc>(GetDocument());
-}
 
 void CLumentaView::OnInitialUpdate()
 {
@@ -78,32 +77,83 @@ LRESULT CLumentaView::OnPageCenter(WPARAM, LPARAM scaled_view)
     return 0;
 }
 
-// -1: no further window belongs to the page here, so the document asks its next view.
+// The scaled window goes with the page. -1: there is none, so the document asks its next view.
 LRESULT CLumentaView::OnPageClosed(WPARAM, LPARAM)
 {
-    return -1;
+    if (!m_pScaleFrame)
+        return -1;
+    m_pScaleFrame->DestroyWindow();
+    return 0;
+}
+
+void CLumentaView::OnUpdateScaledPage(CCmdUI& ui)
+{
+    const CLumentaDoc* const document = GetPageDocument();
+    ui.Enable(document && document->IsBilevelPage());
+}
+
+void CLumentaView::OnScaledPage()
+{
+    if (m_pScaleFrame) {
+        if (m_pScaleFrame->IsIconic())
+            m_pScaleFrame->ShowWindow(SW_SHOWNORMAL);
+        m_pScaleFrame->BringWindowToTop();
+        return;
+    }
+    auto* const frame = DynamicDowncast<CScaleFrame>(CScaleFrame::classRecord.CreateObject());
+    if (!frame) {
+        AfxMessageBox("Unable to create scaled view window");
+        return;
+    }
+    m_pScaleFrame = frame;
+    frame->m_ppBackPointer = &m_pScaleFrame;
+
+    CLumentaDoc* const document = GetPageDocument();
+    CString title = "Untitled";
+    int32_t scale = 32;
+    CSize page;
+    if (document) {
+        CDC screen;
+        screen.CreateDisplayInformation();
+        page = {document->m_nWidth, document->m_nDepth};
+        if (page.cx > 0 && page.cy > 0)
+            scale = ChooseScale(page, {screen.GetDeviceCaps(HORZRES), screen.GetDeviceCaps(VERTRES)});
+        title = document->GetTitle();
+    }
+    CString factor;
+    factor.Format("  (1/%d)", scale);
+    frame->m_nClientWidth = page.cx / scale;
+    frame->m_nClientHeight = page.cy / scale;
+
+    CCreateContext context;
+    context.m_pNewViewClass = &CScaleView::classRecord;
+    context.m_pCurrentDoc = document;
+    context.m_pLastView = this;
+    // A frame that could not be made has taken itself away.
+    if (!frame->Create(title + factor, WS_OVERLAPPEDWINDOW, {}, &context))
+        return;
+    frame->PlaceClient({0, 0}, {frame->m_nClientWidth, frame->m_nClientHeight});
+    if (!frame->GetActiveView())
+        if (auto* const scaled =
+                DynamicDowncast<CScaleView>(frame->GetDescendantWindow(AFX_IDW_PANE_FIRST))) {
+            scaled->m_nScale = scale;
+            scaled->SetAccessibleName("Whole page");
+            frame->SetActiveView(scaled);
+        }
+    frame->ActivateFrame(-1);
+    if (document) {
+        document->UpdateFrameCounts();
+        document->UpdateAllViews(this, kHintPage);
+    }
+    if (m_pScaleFrame) // a box may have been open, and the window closed behind it
+        m_pScaleFrame->OnUpdateFrameTitle(true);
 }
 
 void CLumentaView::OnActivateView(bool activate, CView* activated, CView* deactivated)
 {
     CView::OnActivateView(activate, activated, deactivated);
     if (activate)
-        RealizeViewPalette(this);
-}
-
-void CLumentaView::RealizeViewPalette(const CWnd* focus)
-{
-    CLumentaDoc* const document = GetPageDocument();
-    CPalette* const palette = document ? document->GetPagePalette(false) : nullptr;
-    if (!palette)
-        return;
-    CClientDC dc{GetParentFrame()};
-    CPalette* const old = dc.SelectPalette(palette, focus != this);
-    if (!old)
-        return;
-    if (dc.RealizePalette() > 0)
-        document->UpdateAllViews(nullptr, kHintPage);
-    dc.SelectPalette(old, true);
+        RealizeViewPalette(this, false);
 }
 
 bool CLumentaView::OnPreparePrinting(CPrintInfo* info)

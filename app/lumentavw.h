@@ -3,15 +3,13 @@
 
 #include "app/scrollvw.h"
 
-class CLumentaDoc;
+class CScaleFrame;
 
 class CLumentaView : public CLumenta
 {
 public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
-
-    CLumentaDoc* GetPageDocument() const; // null if there is none
 
     void OnUpdate(CView* sender, LPARAM hint, CObject* hint_object) override;
     void OnDraw(CDC* dc) override;
@@ -21,10 +19,14 @@ public:
     void OnEndPrinting(CDC* dc, CPrintInfo* info) override;
     void OnInitialUpdate() override;
 
+    CScaleFrame* m_pScaleFrame = nullptr; // the open scaled window's; it clears this at its end
+
 protected:
     static const MessageMap messages;
     const MessageMap& GetMessageMap() const override { return messages; }
 
+    void OnScaledPage();
+    void OnUpdateScaledPage(CCmdUI& ui);
     void OnSize(UINT type, int cx, int cy);
     void OnRButtonDblClk(UINT flags, CPoint point);
     LRESULT OnPageCenter(WPARAM wParam, LPARAM scaled_view);
@@ -32,5 +34,4 @@ protected:
 
 private:
     static const MessageEntry entries[];
-    void RealizeViewPalette(const CWnd* focus);
 };

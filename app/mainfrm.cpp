@@ -9,7 +9,6 @@
 
 namespace
 {
-constexpr const char* kAppSettings = "App";
 constexpr const char* kUnits = "Units";
 constexpr const char* kMainFrame = "MainFrame";
 

@@ -4,38 +4,29 @@
 #include "app/pagedraw.h"
 
 #include "app/lumentadoc.h"
+#include "app/scaleddib.h"
 #include "platform/app.h"
 #include "platform/memory.h"
 
 #include <algorithm>
 #include <new>
 
+PaletteInUse::PaletteInUse(CDC* dc, CPalette* palette) : m_dc(dc)
+{
+    if (!palette)
+        return;
+    m_old = dc->SelectPalette(palette, false);
+    dc->RealizePalette();
+}
+
+PaletteInUse::~PaletteInUse()
+{
+    if (m_old)
+        m_dc->SelectPalette(m_old, false);
+}
+
 namespace
 {
-// Selects a palette, if there is one, for the time of a drawing.
-class PaletteInUse
-{
-public:
-    PaletteInUse(CDC* dc, CPalette* palette) : m_dc(dc)
-    {
-        if (!palette)
-            return;
-        m_old = dc->SelectPalette(palette, false);
-        dc->RealizePalette();
-    }
-    PaletteInUse(const PaletteInUse&) = delete;
-    PaletteInUse& operator=(const PaletteInUse&) = delete;
-    ~PaletteInUse()
-    {
-        if (m_old)
-            m_dc->SelectPalette(m_old, false);
-    }
-
-private:
-    CDC* m_dc;
-    CPalette* m_old = nullptr;
-};
-
 // The size of a block of lines. Beyond half of what memory is left it counts as out of memory at once: a
 // large block would be granted and the program ended when it is filled.
 size_t BlockBytes(int stride, int lines)
@@ -97,6 +88,8 @@ void CLumentaDoc::DrawPage(CDC* dc, const CRect& rect)
             PrintGrey(dc, rect);
         } else if (m_nWidth <= rect.Width() && m_nDepth <= rect.Height()) {
             DrawBilevel(dc, rect);
+        } else {
+            PrintReduced(dc, rect);
         }
     } catch (const std::bad_alloc&) {
         return; // drawn as far as it got
@@ -192,6 +185,30 @@ void CLumentaDoc::PrintGrey(CDC* dc, const CRect& rect)
                       m_pImage->MinIsBlack ? NOTSRCCOPY : SRCCOPY);
 }
 
+// A bilevel page larger than the paper goes out as grey, in proportion. The picture has some
+// half of the paper's pixels a side: what that loses, its greys keep.
+void CLumentaDoc::PrintReduced(CDC* dc, const CRect& rect)
+{
+    const int room_x = std::max(rect.Width() / 2, 1);
+    const int room_y = std::max(rect.Height() / 2, 1);
+    const int factor = std::min(
+        std::max(ChooseReduction(m_nWidth, room_x), ChooseReduction(m_nDepth, room_y)), kMaxReduction);
+    CScaledDIBitmap bitmap{m_nWidth, m_nDepth, factor, m_pImage->MinIsBlack};
+    if (!bitmap.IsComplete())
+        return;
+    const uint64_t page = m_nPageSerial;
+    ScaleRows(&bitmap, bitmap.m_nHeight); // what could not be made stays blank
+    if (page != m_nPageSerial)
+        return;
+    const CSize target = FitInto({bitmap.m_nWidth, bitmap.m_nHeight}, {rect.Width(), rect.Height()});
+    if (target.cx <= 0 || target.cy <= 0)
+        return;
+    const PaletteInUse palette{dc, bitmap.GetPalette()};
+    dc->SetStretchBltMode(HALFTONE);
+    dc->StretchDIBits(0, 0, target.cx, target.cy, 0, 0, bitmap.m_nWidth, bitmap.m_nHeight,
+                      bitmap.m_pBits.get(), *bitmap.m_pInfo, SRCCOPY);
+}
+
 // The header for drawings of 8 bits a pixel; made once a page.
 void CLumentaDoc::MakeDibInfo()
 {
@@ -201,9 +218,9 @@ void CLumentaDoc::MakeDibInfo()
     info->x_pixels_per_metre = MulDiv(m_pImage->XDpi, 3937, 100);
     info->y_pixels_per_metre = MulDiv(m_pImage->YDpi, 3937, 100);
     if (m_hPalette) {
-        const std::vector<COLORREF>& entries = m_hPalette->GetPaletteEntries();
-        for (size_t i = 0; i < entries.size() && i < info->colors.size(); ++i) {
-            const COLORREF color = entries[i];
+        const std::vector<COLORREF>& ramp = m_hPalette->GetPaletteEntries();
+        for (size_t i = 0; i < ramp.size() && i < info->colors.size(); ++i) {
+            const COLORREF color = ramp[i];
             info->colors[i] = {static_cast<uint8_t>(color), static_cast<uint8_t>(color >> 8),
                                static_cast<uint8_t>(color >> 16), 0};
         }

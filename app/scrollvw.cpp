@@ -13,12 +13,12 @@ void ShowDragCursor()
     if (const CWinApp* const app = AfxGetApp())
         SetCursor(app->LoadCursor(kDragCursor));
 }
+} // namespace
 
 int HoldToInt(int64_t value)
 {
     return static_cast<int>(std::clamp<int64_t>(value, INT32_MIN, INT32_MAX));
 }
-} // namespace
 
 int PageStep(int client, int total)
 {
@@ -46,6 +46,26 @@ const MessageEntry CLumenta::entries[] = {
 };
 const MessageMap CLumenta::messages{&CScrollView::messages, entries};
 
+CLumentaDoc* CLumenta::GetPageDocument() const
+{
+    return DynamicDowncast<CLumentaDoc>(GetDocument());
+}
+
+void CLumenta::RealizeViewPalette(const CWnd* focus, bool scaled)
+{
+    CLumentaDoc* const document = GetPageDocument();
+    CPalette* const palette = document ? document->GetPagePalette(scaled) : nullptr;
+    if (!palette)
+        return;
+    CClientDC dc{GetParentFrame()};
+    CPalette* const old = dc.SelectPalette(palette, focus != this);
+    if (!old)
+        return;
+    if (dc.RealizePalette() > 0)
+        document->UpdateAllViews(nullptr, kHintPage);
+    dc.SelectPalette(old, true);
+}
+
 void CLumenta::OnInitialUpdate()
 {
     CView::OnInitialUpdate();
@@ -62,7 +82,7 @@ void CLumenta::OnDraw(CDC*) {}
 
 void CLumenta::SetupScrollSizes(int cx, int cy, int divisor)
 {
-    const CLumentaDoc* const document = DynamicDowncast<CLumentaDoc>(GetDocument());
+    const CLumentaDoc* const document = GetPageDocument();
     m_sizeTotal = document ? CSize{document->m_nWidth / divisor, document->m_nDepth / divisor} : CSize{};
     m_sizePage = {PageStep(cx, m_sizeTotal.cx), PageStep(cy, m_sizeTotal.cy)};
     m_sizeLine = {1, 1};

@@ -10,12 +10,18 @@ int PageStep(int client, int total);
 int HoldToRange(int64_t wanted, int total, int client);
 // How far a key moves: repeat steps, at most the distance to the range's end on that side.
 int KeyDistance(int distance_to_end, int step, UINT repeat);
+// value held to the range of a 32-bit number.
+int HoldToInt(int64_t value);
+
+class CLumentaDoc;
 
 class CLumenta : public CScrollView
 {
 public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+
+    CLumentaDoc* GetPageDocument() const; // null if there is none
 
     void OnInitialUpdate() override;
     void OnUpdate(CView* sender, LPARAM hint, CObject* hint_object) override;
@@ -29,6 +35,10 @@ public:
 protected:
     static const MessageMap messages;
     const MessageMap& GetMessageMap() const override { return messages; }
+
+    // The palette of the page, or of its reduced picture, for a view that has become active: in the
+    // foreground where focus is this view.
+    void RealizeViewPalette(const CWnd* focus, bool scaled);
 
     // Each ends with the window's default handling, also where it has done nothing.
     void OnKeyDown(UINT key, UINT repeat, UINT flags);

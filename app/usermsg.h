@@ -10,6 +10,9 @@ constexpr UINT WM_PAGE_SIZE = 0x407;       // document to main frame: width and 
 constexpr UINT WM_PAGE_CENTER = 0x408; // 0 and the view that knows the picked point; the frame passes it on
 constexpr UINT WM_PAGE_CLOSED = 0x40a; // document to its views: 0 and the document
 
+// Posted, so that input and paints have their turn.
+constexpr UINT WM_SCALE_NEXT = 0x7e8; // scaled view to itself: the next batch of lines
+
 constexpr UINT kScaledPageCommand = 32769;
 constexpr UINT kInchesCommand = 32771;
 constexpr UINT kMillimetersCommand = 32772;
@@ -18,6 +21,8 @@ constexpr UINT kPointsCommand = 32774;
 constexpr UINT kOpenMultipleCommand = 32775;
 constexpr UINT kNextPageCommand = 32776;
 constexpr UINT kLinesPerUpdateCommand = 32777;
+
+constexpr const char* kAppSettings = "App"; // section of the settings
 
 // Status panes.
 constexpr UINT kPositionIndicator = 59136;

@@ -36,8 +36,10 @@ public:
     virtual void OnUpdateFrameTitle(bool add_to_title);
 
     CWnd* GetDescendantWindow(UINT id) const; // the pane of that number, or null
-    // Enlarges a client rectangle to the frame's.
-    void CalcWindowRect(CRect* rect) const;
+    // Before it shows: puts the frame's corner there and makes it as large as the client area needs. (What a
+    // window manager draws round it is known only once it shows.) Where the screen's ratio cannot give that
+    // size, it becomes a pixel larger. For a frame without menu and status bar.
+    void PlaceClient(CPoint corner, CSize client);
 
     bool OnCmdMsg(UINT command, CommandStep step, CCmdUI* ui) override;
     bool HasCommandHandler(UINT command) override;

@@ -17,7 +17,9 @@
 #include <QTimer>
 #include <QUrl>
 #include <QWindow>
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace
 {
@@ -42,6 +44,11 @@ int CoveringUnits(int64_t device_pixels, double ratio)
     // A whole number of units that went through the ratio and its rounding must come back as itself.
     constexpr double kRounding = 0.5;
     return static_cast<int>(std::ceil((static_cast<double>(device_pixels) - kRounding) / ratio));
+}
+
+int ToLogical(int device_pixels, double ratio)
+{
+    return static_cast<int>(std::floor(device_pixels / ratio + 0.5));
 }
 
 // Dropped local files. The bytes of a name that is no UTF-8 survive in the encoded form alone.
@@ -77,7 +84,10 @@ FrameWidget::FrameWidget(CFrameWnd* owner, const CREATESTRUCT& cs) : m_owner(own
     setMinimumSize(kLeastWidth, kLeastHeight);
     m_settle.setSingleShot(true);
     m_settle.setInterval(kSettleMs);
-    connect(&m_settle, &QTimer::timeout, this, [this] { MatchPlace(); });
+    connect(&m_settle, &QTimer::timeout, this, [this] {
+        MatchPlace();
+        MatchClient();
+    });
     setContextMenuPolicy(Qt::NoContextMenu);
     if (const char* const* icon = AfxGetApp() ? AfxGetApp()->GetResources().icon : nullptr)
         setWindowIcon(QIcon(QPixmap(icon)));
@@ -141,8 +151,7 @@ void FrameWidget::PlaceFrame(const CRect& rect)
     if (ShowsOnScreen(rect)) {
         // No larger than all screens together: a number from the settings may be anything.
         const QSize most = screen ? screen->virtualSize() : wanted.size();
-        wanted = QRect(QPoint(static_cast<int>(std::floor(rect.left / ratio + 0.5)),
-                              static_cast<int>(std::floor(rect.top / ratio + 0.5))),
+        wanted = QRect(QPoint(ToLogical(rect.left, ratio), ToLogical(rect.top, ratio)),
                        QSize(CoveringUnits(int64_t{rect.right} - rect.left, ratio),
                              CoveringUnits(int64_t{rect.bottom} - rect.top, ratio))
                            .boundedTo(most));
@@ -159,6 +168,33 @@ void FrameWidget::PlaceFrame(const CRect& rect)
         move(wanted.topLeft());
 }
 
+void FrameWidget::PlaceClient(CPoint corner, CSize client)
+{
+    m_wanted = {};
+    m_wantedClient = client;
+    setMinimumSize(1, 1);
+    const double ratio = devicePixelRatioF();
+    resize(std::max(1, CoveringUnits(client.cx, ratio)), std::max(1, CoveringUnits(client.cy, ratio)));
+    if (CanPlaceWindows())
+        move(ToLogical(corner.x, ratio), ToLogical(corner.y, ratio));
+}
+
+// Size hints may have taken a pixel off: then one logical pixel more is asked for, once.
+void FrameWidget::MatchClient()
+{
+    if (m_wantedClient.cx == 0 && m_wantedClient.cy == 0)
+        return;
+    const CSize wanted = std::exchange(m_wantedClient, {});
+    const double ratio = devicePixelRatioF();
+    const auto grown = [ratio](int shown, int device_pixels) {
+        const int covering = CoveringUnits(device_pixels, ratio);
+        return ToDevicePixels(shown, ratio) < device_pixels && shown + 1 >= covering ? covering + 1 : shown;
+    };
+    const QSize size_wanted(grown(width(), wanted.cx), grown(height(), wanted.cy));
+    if (size_wanted != size())
+        resize(size_wanted);
+}
+
 void FrameWidget::MatchPlace()
 {
     if (m_wanted.IsEmpty() ||
@@ -171,6 +207,14 @@ void FrameWidget::MatchPlace()
     if (!margins.isNull() && size() + margins != wanted)
         resize(wanted - margins);
     RecordPlace();
+}
+
+// Its margins are known; its size may still be put right by the window manager.
+void FrameWidget::Shown()
+{
+    MatchPlace();
+    if (m_wantedClient.cx != 0 || m_wantedClient.cy != 0)
+        m_settle.start();
 }
 
 // A window that was maximized from the start gets its margins when it is made smaller, by several events
@@ -252,7 +296,7 @@ void FrameWidget::showEvent(QShowEvent* event)
         const QWindow* handle = windowHandle();
         if (handle && handle->isExposed()) {
             m_placing = false;
-            MatchPlace();
+            Shown();
             return;
         }
         if (handle)
@@ -265,7 +309,7 @@ bool FrameWidget::eventFilter(QObject* object, QEvent* event)
     if (event->type() == QEvent::Expose && object == windowHandle() && windowHandle()->isExposed()) {
         object->removeEventFilter(this);
         m_placing = false;
-        MatchPlace();
+        Shown();
     }
     return QMainWindow::eventFilter(object, event);
 }
@@ -286,16 +330,10 @@ void CFrameWnd::MakePeer(const CREATESTRUCT& cs)
     m_peer = std::make_unique<FramePeer>(this, cs);
 }
 
-void CFrameWnd::CalcWindowRect(CRect* rect) const
+void CFrameWnd::PlaceClient(CPoint corner, CSize client)
 {
-    const FrameWidget* widget = FrameOf(this);
-    if (!widget)
-        return;
-    const double ratio = widget->devicePixelRatioF();
-    const QSize outside = widget->frameGeometry().size() -
-                          (widget->centralWidget() ? widget->centralWidget()->size() : widget->size());
-    rect->right += static_cast<int>(std::ceil(outside.width() * ratio));
-    rect->bottom += static_cast<int>(std::ceil(outside.height() * ratio));
+    if (FrameWidget* widget = FrameOf(this))
+        widget->PlaceClient(corner, client);
 }
 
 namespace

@@ -5,6 +5,8 @@
 
 #include "platform/resources.h"
 
+#include <QAccessible>
+#include <QAccessibleWidget>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPaintEvent>
@@ -13,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <mutex>
 #include <utility>
 
 namespace
@@ -41,6 +44,16 @@ int ToDevicePixels(double logical, double ratio)
     return static_cast<int>(std::floor(logical * ratio + 0.5));
 }
 
+namespace
+{
+// A view is a picture to those who cannot see; its name says of what.
+QAccessibleInterface* MakeAccessible(const QString&, QObject* object)
+{
+    auto* const view = dynamic_cast<ViewWidget*>(object);
+    return view ? new QAccessibleWidget(view, QAccessible::Graphic) : nullptr;
+}
+} // namespace
+
 QString ToQString(const CString& text)
 {
     return QString::fromUtf8(text.c_str(), text.GetLength());
@@ -53,6 +66,8 @@ CString FromQString(const QString& text)
 
 ViewWidget::ViewWidget(CView* owner, QWidget* parent) : QWidget(parent), m_owner(owner)
 {
+    static std::once_flag once;
+    std::call_once(once, [] { QAccessible::installFactory(MakeAccessible); });
     setAttribute(Qt::WA_OpaquePaintEvent);
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);

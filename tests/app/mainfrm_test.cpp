@@ -136,7 +136,7 @@ TEST_F(MainFrame, TheMenuIsWhole)
         "&File/E&xit",
         "&View/&Scaled Page\tCtrl+Alt+S [disabled]",
         "&View/&Next Page\tCtrl+Alt+N [disabled]",
-        "&View/Lines per update\t... [disabled]",
+        "&View/Lines per update\t...",
         "&View/&Inches",
         "&View/&Millimeters",
         "&View/&Pixels [checked]",

@@ -2,13 +2,17 @@
 #include "app/lumentadoc.h"
 #include "app/pagedraw.h"
 #include "platform/raster.h"
+#include "tests/app/reduced_page.h"
 #include "tests/support/fake_image.h"
 #include "tests/support/recording_dc.h"
 #include "tests/support/scratch.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <cstring>
 #include <ostream>
+#include <string_view>
 
 void PrintTo(const CSize& size, std::ostream* out)
 {
@@ -143,8 +147,26 @@ TEST(DrawPage, ThePrinterGetsTheWholePage)
     const PrintCase cases[] = {
         {"bilevel that fits", {1, 0}, 100, 50, {500, 500}, "bilevel 0,0 100x50 from 0,0 100x50"},
         {"bilevel that just fits", {1, 1}, 500, 400, {500, 400}, "bilevel 0,0 500x400 from 0,0 500x400"},
-        {"bilevel a pixel wider than the paper", {1, 0}, 501, 400, {500, 400}, nullptr},
-        {"bilevel a pixel higher than the paper", {1, 0}, 500, 401, {500, 400}, nullptr},
+        {"bilevel a pixel wider than the paper",
+         {1, 0},
+         501,
+         400,
+         {500, 400},
+         "indexed 0,0 500x400 from 0,0 250x200"},
+        {"bilevel a pixel higher than the paper",
+         {1, 1},
+         500,
+         401,
+         {500, 400},
+         "indexed 0,0 500x400 from 0,0 250x200"},
+        {"bilevel, far higher than the paper",
+         {1, 0},
+         1000,
+         4000,
+         {500, 1000},
+         "indexed 0,0 250x1000 from 0,0 125x500"},
+        {"bilevel, smaller than a cell", {1, 0}, 3, 4000, {500, 20}, nullptr},
+        {"bilevel on no paper", {1, 0}, 30, 30, {0, 500}, nullptr},
         {"grey, as high as the paper", {8, 0}, 100, 200, {500, 500}, "indexed 0,0 250x500 from 0,0 100x200"},
         {"grey, as wide as the paper", {8, 1}, 200, 100, {500, 500}, "indexed 0,0 500x250 from 0,0 200x100"},
         {"grey, made smaller", {8, 0}, 1000, 400, {500, 1000}, "indexed 0,0 500x200 from 0,0 1000x400"},
@@ -162,9 +184,22 @@ TEST(DrawPage, ThePrinterGetsTheWholePage)
         const DeviceRecord record = Draw(document, {0, 0, c.paper.cx, c.paper.cy}, true);
         EXPECT_EQ(record.calls, c.call ? Texts{c.call} : Texts{});
         EXPECT_EQ(boxes.Take(), Texts{});
+        const bool reduced = c.call && c.kind.bits == 1 && std::string_view{c.call}.starts_with("indexed");
+        if (!c.call)
+            continue;
+        const int columns = reduced ? std::atoi(strstr(c.call, "from 0,0 ") + 9) : c.width;
+        const int factor = c.width / columns;
         for (size_t i = 0; i < record.pixels.size(); ++i) {
-            const int at = static_cast<int>(i);
-            ASSERT_EQ(record.pixels[i], PageColor(c.kind, at % c.width, at / c.width)) << i;
+            const int x = static_cast<int>(i) % columns;
+            const int y = static_cast<int>(i) / columns;
+            if (reduced) {
+                const uint8_t value = ReducedValue(x, y, factor, [](int at_x, int at_y) {
+                    return (FakeImage::RowByte(at_y, at_x / 8) << at_x % 8 & 0x80) != 0;
+                });
+                ASSERT_EQ(record.pixels[i], Grey(c.kind.min_is_black ? value : 255U - value)) << i;
+            } else {
+                ASSERT_EQ(record.pixels[i], PageColor(c.kind, x, y)) << i;
+            }
         }
     }
 }

@@ -39,3 +39,20 @@ for photometric in miniswhite minisblack; do
   pdfimages "$pdf" "$scratch/$photometric"
   want "the image is not the page" "$grab" pbm "$scratch/$photometric-000.pbm" "$scratch/$photometric.tif"
 done
+
+# One larger than the paper is printed smaller, in smooth grey and without loss: of 2 x 2 pixels each, five greys.
+noise_page "$scratch/large.tif" 12000 3000 --dpi 1200
+pdf=$scratch/large.pdf
+open_page "$scratch/large.tif" "Plate 7"
+xdotool key ctrl+p
+dialog_named Print
+xdotool key alt+f ctrl+a
+xdotool type --delay 1 "$pdf"
+await "the print dialog stays" dialog_answered Return
+await "no PDF file" pdf_complete "$pdf"
+window_named "Plate 7 - LUMENTA"
+quit_program
+equal "images" "1 0 image 6000 1500 gray 1 8 image" \
+  "$(pdfimages -list "$pdf" | awk 'NR > 2 { print $1, $2, $3, $4, $5, $6, $7, $8, $9 }')"
+pdfimages -png "$pdf" "$scratch/large"
+equal "greys" 5 "$(identify -format %k "$scratch/large-000.png")"

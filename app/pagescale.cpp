@@ -1,0 +1,95 @@
+// The reduction of the page, in batches of lines: each batch tells the views, whose paint asks for the next
+// one. So the picture grows between input and paints, without a thread or a timer.
+#include "app/linesperupdatedialog.h"
+#include "app/lumentadoc.h"
+#include "app/pagedraw.h"
+#include "app/scaleddib.h"
+#include "app/usermsg.h"
+#include "platform/app.h"
+
+#include <algorithm>
+#include <new>
+
+bool CLumentaDoc::MakeScaledBitmap(int32_t scale)
+{
+    try {
+        if (m_pScaled && m_pScaled->m_nScale != scale)
+            m_pScaled.reset();
+        if (!m_pScaled)
+            m_pScaled = std::make_unique<CScaledDIBitmap>(m_nWidth, m_nDepth, scale,
+                                                          m_pImage ? m_pImage->MinIsBlack : 0);
+        if (m_pScaled->IsComplete()) {
+            ScaleNextLines();
+            return true;
+        }
+    } catch (const std::bad_alloc&) {
+        ; // no bitmap, or none that could grow
+    }
+    m_pScaled.reset();
+    AfxMessageBox("Unable to create scaled bitmap");
+    return false;
+}
+
+void CLumentaDoc::ScaleNextLines()
+{
+    if (!m_pScaled || !m_pScaled->IsComplete())
+        return;
+    const int32_t start = m_pScaled->m_nRowsDone + 1;
+    const auto until =
+        static_cast<int32_t>(std::min(int64_t{start} + m_nLinesPerUpdate, int64_t{m_pScaled->m_nHeight}));
+    const uint64_t page = m_nPageSerial;
+    const bool scaled = ScaleRows(m_pScaled.get(), until);
+    if (!scaled && page == m_nPageSerial)
+        AfxMessageBox("Scaling failed");
+    if (page != m_nPageSerial)
+        return; // closed while a box was open
+    ScaleUpdateHint hint{start, until};
+    UpdateAllViews(nullptr, kHintReducedLines, &hint);
+}
+
+bool CLumentaDoc::IsScaling() const
+{
+    return m_pScaled && m_pScaled->IsGrowing();
+}
+
+bool CLumentaDoc::ScaleRows(CScaledDIBitmap* bitmap, int32_t untilLine)
+{
+    if (!bitmap || !bitmap->IsComplete())
+        return false;
+    const uint64_t page = m_nPageSerial;
+    while (!bitmap->HasAllLines() && bitmap->m_nRowsDone + 1 < untilLine) {
+        const int32_t next = bitmap->m_nLastSource + 1;
+        const int32_t count = std::min(bitmap->m_nScale * untilLine - next, m_nWindowRows);
+        if (count < 1)
+            return false;
+        // Either may show a box, and the page may be closed behind it.
+        if (!GetRows(next, count) || bitmap->AddRows(RowAddress(next), next, count, m_nRowBytes) < 0 ||
+            page != m_nPageSerial)
+            return false;
+    }
+    return true;
+}
+
+bool CLumentaDoc::BlitScaled(CDC* dc, const CRect& rect)
+{
+    if (!m_pScaled || !m_pScaled->IsComplete())
+        return false;
+    // The bits themselves are what the device takes: only what it shows of them is looked at, so a paint of
+    // new lines costs what these lines do.
+    const int width = std::min(rect.Width(), m_pScaled->m_nWidth);
+    const int height = std::min(rect.Height(), m_pScaled->m_nHeight);
+    const PaletteInUse palette{dc, m_pScaled->m_hPalette.get()};
+    return dc->SetDIBitsToDevice(0, 0, width, height, 0, m_pScaled->m_nHeight - height,
+                                 m_pScaled->m_pBits.get(), *m_pScaled->m_pInfo) > 0;
+}
+
+void CLumentaDoc::OnLinesPerUpdate()
+{
+    CLinesPerUpdateDialog dialog;
+    dialog.m_nLines = m_nLinesPerUpdate;
+    if (dialog.DoModal() != IDOK)
+        return;
+    m_nLinesPerUpdate = dialog.m_nLines;
+    if (CWinApp* const app = AfxGetApp())
+        app->WriteProfileInt(kAppSettings, kLinesPerUpdate, m_nLinesPerUpdate);
+}

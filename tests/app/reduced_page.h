@@ -1,0 +1,18 @@
+// What a reduced page must be: the 1 bits of each cell, counted one by one, in 256 steps.
+#pragma once
+
+#include <cstdint>
+
+template <class IsOne> // bool (int x, int y)
+uint8_t ReducedValue(int column, int line, int scale, IsOne is_one)
+{
+    int count = 0;
+    for (int y = line * scale; y < (line + 1) * scale; ++y)
+        for (int x = column * scale; x < (column + 1) * scale; ++x)
+            count += is_one(x, y) ? 1 : 0;
+    const int area = scale * scale;
+    // Where the area is a power of two, the full range; else a divisor that rounds up.
+    const bool power = (area & (area - 1)) == 0;
+    const int steps = power ? count * 256 / area : count / ((area + 255) / 256);
+    return static_cast<uint8_t>(steps > 255 ? 255 : steps);
+}

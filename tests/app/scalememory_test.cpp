@@ -1,0 +1,80 @@
+// The reduced picture where memory runs short, at each allocation in turn. Alone: the program has an
+// allocator of its own.
+#include "app/lumentadoc.h"
+#include "tests/support/fake_image.h"
+#include "tests/support/scratch.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <new>
+
+namespace
+{
+int g_allocations_left = -1; // then one finds no memory; below 0: all find some
+
+void* Allocate(size_t bytes)
+{
+    if (g_allocations_left >= 0 && g_allocations_left-- == 0)
+        throw std::bad_alloc();
+    void* const memory = malloc(bytes ? bytes : 1);
+    if (!memory)
+        throw std::bad_alloc();
+    return memory;
+}
+} // namespace
+
+void* operator new(size_t bytes)
+{
+    return Allocate(bytes);
+}
+void* operator new[](size_t bytes)
+{
+    return Allocate(bytes);
+}
+void operator delete(void* memory) noexcept
+{
+    free(memory);
+}
+void operator delete[](void* memory) noexcept
+{
+    free(memory);
+}
+void operator delete(void* memory, size_t) noexcept
+{
+    free(memory);
+}
+void operator delete[](void* memory, size_t) noexcept
+{
+    free(memory);
+}
+
+namespace
+{
+TEST(ScaleMemory, IsMissedInWordsAtEachAllocation)
+{
+    // Said outside of the counting: the words take memory themselves.
+    static std::vector<std::string> told;
+    SetMessageBoxHook([](const CString& text) {
+        const int left = std::exchange(g_allocations_left, -1);
+        told.emplace_back(text.c_str());
+        g_allocations_left = left;
+    });
+    int at = 0;
+    for (bool made = false; !made && at < 100; ++at) {
+        CLumentaDoc document;
+        PutPageOnHeap(document, std::make_unique<FakeImage>(400, 300), 300);
+        told.clear();
+        g_allocations_left = at;
+        made = document.MakeScaledBitmap(8);
+        g_allocations_left = -1;
+        EXPECT_EQ(told, made ? std::vector<std::string>{}
+                             : std::vector<std::string>{"Unable to create scaled bitmap"})
+            << at;
+        EXPECT_EQ(document.m_pScaled != nullptr, made) << at;
+    }
+    SetMessageBoxHook({});
+    EXPECT_GE(at, 5) << "the bitmap, its pixels, its header, the ramp and the palette";
+    EXPECT_LT(at, 100);
+}
+} // namespace

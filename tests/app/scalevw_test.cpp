@@ -1,0 +1,306 @@
+// The scaled window: its size, its growth between paints and input, picking, and every way of ending it.
+#include "app/scalefrm.h"
+#include "app/scalevw.h"
+#include "tests/app/reduced_page.h"
+#include "tests/app/window_fixture.h"
+
+#include <random>
+
+namespace
+{
+TEST(ChooseScale, FitsThePageIntoHalfTheScreensWidthAndItsHeight)
+{
+    const struct {
+        CSize page, screen;
+        int32_t want;
+    } cases[] = {
+        {{9000, 12000}, {1024, 768}, 24},   {{4096, 100}, {1024, 768}, 8},     {{4097, 100}, {1024, 768}, 16},
+        {{10, 10}, {1024, 768}, 8},         {{100, 6144}, {1024, 768}, 8},     {{100, 6145}, {1024, 768}, 16},
+        {{20000, 30000}, {1280, 960}, 32},  {{7, 100000}, {1280, 960}, 112},   {{100, 100}, {0, 0}, 104},
+        {{INT32_MAX, 1}, {1280, 960}, 248}, {{300, INT32_MAX}, {1, 960}, 248},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(ChooseScale(c.page, c.screen), c.want) << c.page.cx << "x" << c.page.cy;
+}
+
+class ScaledWindow : public WindowTest
+{
+protected:
+    CScaleView* Open()
+    {
+        frame->SendMessage(WM_COMMAND, kScaledPageCommand);
+        return Scaled();
+    }
+    CScaleView* Scaled() const
+    {
+        return view->m_pScaleFrame ? DynamicDowncast<CScaleView>(view->m_pScaleFrame->GetActiveView())
+                                   : nullptr;
+    }
+    bool IsOne(int x, int y) const { return (page.row(y)[x / 8] << x % 8 & 0x80) != 0; }
+
+    // Of what the window shows: the first pixel that differs from a count of the page's, or an empty text.
+    // Lines that are not made yet are white.
+    std::string PictureDiffers(CScaleView& scaled, int lines = INT32_MAX) const
+    {
+        const GrabbedPixels shown = GrabWindow(scaled);
+        const CPoint position = scaled.GetScrollPosition();
+        const int scale = scaled.m_nScale;
+        for (int y = 0; y < shown.height; ++y)
+            for (int x = 0; x < shown.width; ++x) {
+                const int column = position.x + x;
+                const int line = position.y + y;
+                COLORREF want = kWhite;
+                if (column < page.width / scale && line < std::min(page.height / scale, lines))
+                    want = Grey(255U - ReducedValue(column, line, scale, [this](int at_x, int at_y) {
+                                    return IsOne(at_x, at_y);
+                                }));
+                if (shown.At(x, y) != want)
+                    return "at " + std::to_string(x) + "," + std::to_string(y);
+            }
+        return {};
+    }
+};
+
+TEST_F(ScaledWindow, ShowsTheWholePageAtItsOwnSize)
+{
+    StartWithPage(2003, 1507);
+    CScaleView* const scaled = Open();
+    ASSERT_NE(scaled, nullptr);
+    EXPECT_EQ(scaled->m_nScale, 8);
+    EXPECT_EQ(view->m_pScaleFrame->GetWindowText(), "page  (1/8)");
+    ASSERT_TRUE(PumpUntilIdle()) << "the chain has an end";
+    EXPECT_EQ(scaled->GetClientRect(), (CRect{0, 0, 250, 188}));
+    EXPECT_EQ(document->m_pScaled->m_nRowsDone, 187);
+    EXPECT_EQ(PictureDiffers(*scaled), "");
+    EXPECT_EQ(ScreenDiffersFromPage(), "") << "the page view is as it was";
+    EXPECT_EQ(document->GetViews().size(), 2U);
+    EXPECT_EQ(Open(), scaled) << "the command brings the same window forward";
+    EXPECT_EQ(document->GetViews().size(), 2U);
+
+    // The picture outlives the window.
+    const CScaledDIBitmap* const picture = document->m_pScaled.get();
+    view->m_pScaleFrame->SendMessage(WM_CLOSE);
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(view->m_pScaleFrame, nullptr);
+    EXPECT_EQ(document->GetViews().size(), 1U);
+    EXPECT_EQ(document->m_pScaled.get(), picture);
+    CScaleView* const again = Open();
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(document->m_pScaled.get(), picture);
+    EXPECT_EQ(PictureDiffers(*again), "");
+
+    // Larger and smaller than the picture.
+    for (const CSize size : {CSize{400, 300}, CSize{100, 90}}) {
+        ResizeFrame(*view->m_pScaleFrame, size);
+        ASSERT_TRUE(PumpUntilIdle());
+        again->ScrollToPosition({60, 33});
+        ASSERT_TRUE(PumpUntilIdle());
+        EXPECT_EQ(PictureDiffers(*again), "");
+    }
+}
+
+TEST_F(ScaledWindow, GrowsByTheBatchAndStandsStillAfterEscape)
+{
+    StartWithPage(1600, 2400);
+    CScaleView* const scaled = Open();
+    document->m_nLinesPerUpdate = 7;
+    const auto lines = [&] { return document->m_pScaled->m_nRowsDone + 1; };
+    EXPECT_LE(lines(), 1) << "one batch before the first paint";
+    ASSERT_TRUE(PumpUntil([&] { return lines() >= 50; }));
+    ASSERT_LT(lines(), 300);
+    EXPECT_EQ((lines() - 1) % 7, 0);
+
+    PressKey(*scaled, TestKey::escape);
+    ASSERT_TRUE(PumpUntilIdle());
+    const int stopped = lines();
+    EXPECT_LT(stopped, 300);
+    EXPECT_FALSE(scaled->m_bStop) << "the paint has taken it back";
+    EXPECT_EQ(PictureDiffers(*scaled, stopped), "");
+    scaled->Invalidate();
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(lines(), 300) << "any paint starts it again";
+    EXPECT_EQ(PictureDiffers(*scaled), "");
+}
+
+TEST_F(ScaledWindow, ABatchIsOnePaintAndLeavesThePageViewAlone)
+{
+    StartWithPage(1600, 1600);
+    CScaleView* const scaled = Open();
+    ASSERT_TRUE(PumpUntil([&] { return PaintCount(*scaled) >= 1; }));
+    const uint64_t page_paints = PaintCount(*view);
+    const uint64_t paints = PaintCount(*scaled);
+    const int lines = document->m_pScaled->m_nRowsDone;
+    ASSERT_TRUE(PumpUntil([&] { return document->m_pScaled->m_nRowsDone >= lines + 100; }));
+    const auto batches = static_cast<double>(document->m_pScaled->m_nRowsDone - lines); // of one line each
+    EXPECT_NEAR(static_cast<double>(PaintCount(*scaled) - paints), batches, 1);
+    EXPECT_EQ(PaintCount(*view), page_paints);
+}
+
+TEST_F(ScaledWindow, AClickMovesThePageViewWhileTheButtonIsDown)
+{
+    StartWithPage(3200, 2400); // 1/8
+    CScaleView* const scaled = Open();
+    ASSERT_TRUE(PumpUntilIdle());
+    const CRect client = view->GetClientRect();
+    const CPoint end = Range();
+    for (const CPoint spot : {CPoint{250, 180}, CPoint{0, 0}, CPoint{399, 299}, CPoint{60, 280}}) {
+        PressMouse(*scaled, spot);
+        ASSERT_TRUE(PumpUntilIdle());
+        const CPoint want{std::clamp(spot.x * 8 - client.Width() / 2, 0, end.x),
+                          std::clamp(spot.y * 8 - client.Height() / 2, 0, end.y)};
+        EXPECT_EQ(view->GetScrollPosition(), want);
+        EXPECT_EQ(Pane(1), "left=" + std::to_string(want.x) + " top=" + std::to_string(want.y));
+        EXPECT_EQ(ScreenDiffersFromPage(), "");
+        ReleaseMouse(*scaled, spot);
+    }
+    // In a window that shows a part, the place in the picture counts; keys and the button move the picture.
+    ResizeFrame(*view->m_pScaleFrame, {200, 150});
+    ASSERT_TRUE(PumpUntilIdle());
+    PressKey(*scaled, TestKey::down, false, 40);
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(scaled->GetScrollPosition(), (CPoint{0, 40}));
+    PressMouse(*scaled, {100, 100});
+    EXPECT_EQ(scaled->GetPickedPoint(), (CPoint{800, 1120}));
+    MoveMouse(*scaled, {90, 80});
+    ReleaseMouse(*scaled, {90, 80});
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(scaled->GetScrollPosition(), (CPoint{10, 60}));
+    EXPECT_EQ(PictureDiffers(*scaled), "");
+}
+
+TEST_F(ScaledWindow, GoesWithItsPageAndWithTheProgram)
+{
+    const std::string first = WritePage("first.tif", 900, 700);
+    const std::string second = WritePage("second.tif", 1100, 800);
+    Start();
+    EXPECT_TRUE(MenuHas("&View/&Scaled Page\tCtrl+Alt+S [disabled]")) << "no page";
+    app->OpenDocumentFile(first);
+    EXPECT_TRUE(MenuHas("&View/&Scaled Page\tCtrl+Alt+S"));
+    PressAccelerator(*frame, "Ctrl+Alt+S");
+    ASSERT_NE(Scaled(), nullptr);
+    app->OpenDocumentFile(second); // in the midst of the growth
+    EXPECT_EQ(view->m_pScaleFrame, nullptr);
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(document->m_pScaled, nullptr);
+    CScaleView* const scaled = Open();
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(PictureDiffers(*scaled), "");
+    app->OpenDocumentFile(scratch.File("nowhere.tif"));
+    EXPECT_EQ(view->m_pScaleFrame, nullptr) << "no page, no window";
+    EXPECT_EQ(boxes.Take(), Texts{scratch.File("nowhere.tif") + ": Open failed"});
+    EXPECT_TRUE(MenuHas("&View/&Scaled Page\tCtrl+Alt+S [disabled]"));
+    app->OpenDocumentFile(second);
+    Open();
+    frame->SendMessage(WM_CLOSE); // the main window takes the other one along
+    Stop();
+
+    Start();
+    PutPageOnHeap(*document, std::make_unique<FakeImage>(300, 200, 8), 200);
+    EXPECT_TRUE(MenuHas("&View/&Scaled Page\tCtrl+Alt+S [disabled]")) << "8 bits a pixel";
+}
+
+TEST_F(ScaledWindow, PagesWithoutAWholeCellGiveAnEmptyPicture)
+{
+    for (const CSize size : {CSize{1, 1}, CSize{7, 5000}, CSize{5000, 7}}) {
+        Start(WritePage("thin.tif", size.cx, size.cy));
+        CScaleView* const scaled = Open();
+        ASSERT_NE(scaled, nullptr);
+        ASSERT_TRUE(PumpUntilIdle());
+        scaled->SendMessage(WM_LBUTTONDOWN, 0, PackPoint(0, 0));
+        scaled->SendMessage(WM_LBUTTONUP, 0, PackPoint(0, 0));
+        EXPECT_EQ(PictureDiffers(*scaled), "");
+    }
+    EXPECT_EQ(boxes.Take(), Texts{});
+}
+
+TEST_F(ScaledWindow, LinesPerUpdateIsAskedForAndKept)
+{
+    StartWithPage(1600, 2400);
+    Texts lines;
+    const auto answer = [&](const char* text, const char* key) {
+        SetDialogHook([=, &lines](CDialog& dialog) {
+            for (const CString& line : DescribeDialog(dialog))
+                lines.emplace_back(line.c_str());
+            PressDialogKeys(dialog, {"Ctrl+A"});
+            TypeText(dialog, text);
+            PressDialogKeys(dialog, {key});
+        });
+        frame->SendMessage(WM_COMMAND, kLinesPerUpdateCommand);
+        SetDialogHook({});
+    };
+    const auto stored = [&] { return app->GetProfileInt("App", "Lines Per Update", -1); };
+    answer("12", "Escape");
+    EXPECT_EQ(document->m_nLinesPerUpdate, 1);
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines.front(), "Lines per update");
+    answer("2147483647", "Return");
+    EXPECT_EQ(document->m_nLinesPerUpdate, INT32_MAX);
+    answer("0", "Return"); // told, and the dialog stays until the hook ends it
+    EXPECT_EQ(boxes.Take().size(), 1U);
+    EXPECT_EQ(document->m_nLinesPerUpdate, INT32_MAX);
+    answer("40", "Return");
+    EXPECT_EQ(document->m_nLinesPerUpdate, 40);
+    EXPECT_EQ(stored(), 40);
+    Open();
+    EXPECT_EQ(document->m_pScaled->m_nRowsDone, 39);
+    Start();
+    EXPECT_EQ(document->m_nLinesPerUpdate, 40);
+}
+
+// Whatever the user does at whatever stage of the growth: one window at most, no dead pointer, and in the end
+// the picture that a single batch makes.
+TEST_F(ScaledWindow, SurvivesARandomWalk)
+{
+    const std::string other = WritePage("other.tif", 333, 444);
+    const std::string path = WritePage("page.tif", 777, 1234);
+    Start(path);
+    std::mt19937 random{20261125}; // a fixed seed
+    const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+    for (int step = 0; step < 2000; ++step) {
+        CScaleFrame* const scale_frame = view->m_pScaleFrame;
+        CScaleView* const scaled = Scaled();
+        switch (below(14)) {
+        case 0:
+        case 1:
+        case 2: Open(); break;
+        case 3: app->OpenDocumentFile(below(3) ? path : other); break;
+        case 4:
+            if (scale_frame && below(3) == 0)
+                scale_frame->SendMessage(WM_CLOSE);
+            break;
+        case 5:
+            if (scaled)
+                PressKey(*scaled, TestKey::escape);
+            break;
+        case 6:
+            if (scale_frame)
+                ResizeFrame(*scale_frame, {1 + below(200), 1 + below(200)});
+            break;
+        case 7:
+            if (scaled)
+                scaled->ScrollToPosition({below(100), below(160)});
+            break;
+        case 8:
+            if (scaled)
+                PressMouse(*scaled, {below(100), below(160)});
+            break;
+        case 9:
+            if (scaled)
+                ReleaseMouse(*scaled, {below(100), below(160)});
+            break;
+        case 10: PressKey(*view, TestKey::pageDown); break;
+        case 11: document->m_nLinesPerUpdate = 1 + below(9); break;
+        case 12: document->OnNewDocument(); break;
+        default: PumpUntil([] { return false; }, below(3)); break;
+        }
+        ASSERT_LE(document->GetViews().size(), 2U);
+        ASSERT_EQ(document->GetViews().size() == 2, view->m_pScaleFrame != nullptr);
+    }
+    app->OpenDocumentFile(path);
+    CScaleView* const scaled = Open();
+    scaled->Invalidate();
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(PictureDiffers(*scaled), "");
+    EXPECT_EQ(boxes.Take(), Texts{});
+}
+} // namespace
