@@ -1,9 +1,11 @@
 #include "app/lumentaapp.h"
 
+#include "app/aboutdialog.h"
 #include "app/commandline.h"
 #include "app/lumentadoc.h"
 #include "app/lumentavw.h"
 #include "app/mainfrm.h"
+#include "app/openmultipledialog.h"
 #include "app/resources.h"
 #include "app/usermsg.h"
 #include "platform/log.h"
@@ -22,6 +24,8 @@ constexpr int kRecentFiles = 4;
 const CRuntimeClass CLumentaApp::classRecord{"CLumentaApp", &CWinApp::classRecord, nullptr};
 
 const MessageEntry CLumentaApp::entries[] = {
+    OnCommand<kOpenMultipleCommand, &CLumentaApp::OnOpenMultiple>(),
+    OnCommand<ID_APP_ABOUT, &CLumentaApp::OnAppAbout>(),
     OnCommand<kNextPageCommand, &CLumentaApp::OnNextPage>(),
     OnUpdateCommand<kNextPageCommand, &CLumentaApp::OnUpdateNextPage>(),
 };
@@ -76,7 +80,44 @@ void CLumentaApp::OnNextPage()
     const CString path = m_PageList.front();
     m_PageList.pop_front();
     if (!path.IsEmpty())
-        OpenDocumentFile(path);
+        OpenAndMark(path);
+}
+
+// A page that is rewritten while it is opened stays new: the mark is for the file as it was before.
+void CLumentaApp::OpenAndMark(const CString& path)
+{
+    const FileStatus before = FileStatusOf(path);
+    if (OpenDocumentFile(path))
+        MarkAsViewed(path, before);
+}
+
+void CLumentaApp::MarkAsViewed(const CString& path, const FileStatus& before) const
+{
+    if (m_bMarkViewed)
+        MarkViewed(path, before);
+}
+
+void CLumentaApp::OnOpenMultiple()
+{
+    COpenMultipleDialog dialog;
+    dialog.m_strDirectory = m_strPageDirectory;
+    dialog.m_strFilter = m_strPageFilter;
+    dialog.m_bMarkViewed = m_bMarkViewed;
+    if (dialog.DoModal() != IDOK)
+        return;
+    m_bMarkViewed = dialog.m_bMarkViewed;
+    m_strPageFilter = dialog.m_strFilter;
+    m_strPageDirectory = dialog.m_strDirectory;
+    if (m_strPageDirectory.IsEmpty() || m_strPageDirectory.c_str()[m_strPageDirectory.GetLength() - 1] != '/')
+        m_strPageDirectory += "/";
+    for (const CString& name : dialog.m_Files)
+        m_PageList.push_back(m_strPageDirectory + name);
+    OnNextPage();
+}
+
+void CLumentaApp::OnAppAbout()
+{
+    CAboutDialog().DoModal();
 }
 
 void CLumentaApp::OnUpdateNextPage(CCmdUI& ui)

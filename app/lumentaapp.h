@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/app.h"
+#include "platform/viewedmark.h"
 
 #include <deque>
 
@@ -18,6 +19,8 @@ public:
     void
     OnDroppedFiles(const std::vector<CString>& paths) override; // opens the first, the others join the list
 
+    void OnOpenMultiple(); // joins the chosen pages to the list, and shows the next one
+    void OnAppAbout();
     void OnNextPage();
     void OnUpdateNextPage(CCmdUI& ui);
 
@@ -32,4 +35,6 @@ protected:
 
 private:
     static const MessageEntry entries[];
+    void OpenAndMark(const CString& path);
+    void MarkAsViewed(const CString& path, const FileStatus& before) const; // if the user wishes so
 };

@@ -1,7 +1,10 @@
 // The application: what it was called with, pages that are dropped on it and shown one after the other,
 // settings.
 #include "app/commandline.h"
+#include "app/dialogids.h"
+#include "app/openmultipledialog.h"
 #include "app/resources.h"
+#include "platform/viewedmark.h"
 #include "tests/app/window_fixture.h"
 
 namespace
@@ -154,6 +157,48 @@ TEST_F(App, SettingsComeBackAndTheLinesAreNeverBelowOne)
     EXPECT_EQ(app->m_strPageDirectory, "/srv/pages/");
     EXPECT_EQ(app->m_strPageFilter, "*.fax");
     EXPECT_TRUE(app->m_bMarkViewed);
+}
+
+TEST_F(App, OpenMultipleJoinsPagesToTheListAndMarksWhatIsShown)
+{
+    const std::vector<CString> pages = ThreePages();
+    Start();
+    app->m_strPageDirectory = scratch.Path().c_str();
+    app->m_strPageFilter = "*.tif";
+    int listed = 0;
+    const auto choose = [&](std::initializer_list<int> entries) {
+        SetDialogHook([&](CDialog& dialog) {
+            auto& multiple = static_cast<COpenMultipleDialog&>(dialog);
+            listed = multiple.m_wndList.GetCount() - 1; // without the way up
+            multiple.CheckDlgButton(kMarkViewedBox, true);
+            for (const int entry : entries)
+                multiple.m_wndList.SetSel(entry);
+            PressDialogKeys(dialog, {"Return"});
+        });
+        PressAccelerator(*frame, "Ctrl+M");
+        SetDialogHook({});
+    };
+    choose({1, 2, 3});
+    EXPECT_EQ(listed, 3);
+    EXPECT_EQ(Title(), "first - LUMENTA");
+    EXPECT_EQ(app->m_PageList.size(), 2U);
+    EXPECT_TRUE(app->m_bMarkViewed);
+    PressAccelerator(*frame, "Ctrl+Alt+N");
+    EXPECT_EQ(Title(), "second - LUMENTA");
+    const bool marks = ViewedMarks{}.IsViewed(pages[0].c_str(), FileStatusOf(pages[0]));
+    if (!marks)
+        GTEST_SKIP() << "the file system takes no marks";
+    choose({});
+    EXPECT_EQ(listed, 1) << "those not viewed";
+    EXPECT_EQ(Title(), "third - LUMENTA");
+    choose({});
+    EXPECT_EQ(listed, 0);
+    WritePage("first.tif", 210, 100); // rewritten by the line: new again
+    choose({1});
+    EXPECT_EQ(listed, 1);
+    EXPECT_EQ(Title(), "first - LUMENTA");
+    EXPECT_EQ(app->m_strPageFilter, "*.tif");
+    EXPECT_EQ(boxes.Take(), Texts{});
 }
 
 TEST_F(App, PrintsOnePageThroughTheViewsOwnDrawing)
