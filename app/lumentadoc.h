@@ -41,14 +41,18 @@ public:
 
     // The reduced picture of a bilevel page; the operations are in pagescale.cpp.
     // Makes sure that m_pScaled has that factor, keeping the lines of one that has it already, and reduces a
-    // batch. False after a message: there is none then.
+    // batch. False after a message: there is none then. It is gone, too, where the page was closed behind
+    // one.
     bool MakeScaledBitmap(int32_t scale);
     void ScaleNextLines();  // reduces the next batch of m_nLinesPerUpdate lines and tells the views
     bool IsScaling() const; // a further batch would make lines
-    // Drives a bitmap of this page until the lines before untilLine are done. False where it is not complete,
-    // a line was refused or the rows cannot be had, after a message.
+    // Drives a bitmap of this page until the lines before untilLine are done. False where it is not complete;
+    // after a message where a line was refused or the rows cannot be had; and where the page was closed
+    // behind a message. Throws std::bad_alloc where memory is short.
     bool ScaleRows(CScaledDIBitmap* bitmap, int32_t untilLine);
-    bool BlitScaled(CDC* dc, const CRect& rect); // paints m_pScaled at the top left, at the size of rect
+    // Paints m_pScaled at the top left, as much of it as rect is large. False where there is nothing to
+    // paint.
+    bool BlitScaled(CDC* dc, const CRect& rect);
 
     // The row store.
     bool CreateRowMapping(int32_t rows);  // all rows, in a temporary file

@@ -185,8 +185,8 @@ void CLumentaDoc::PrintGrey(CDC* dc, const CRect& rect)
                       m_pImage->MinIsBlack ? NOTSRCCOPY : SRCCOPY);
 }
 
-// A bilevel page larger than the paper goes out as grey, in proportion. The picture has some
-// half of the paper's pixels a side: what that loses, its greys keep.
+// A bilevel page larger than the paper goes out as grey, in proportion. The picture has some half of the
+// paper's pixels a side: what that loses, its greys keep.
 void CLumentaDoc::PrintReduced(CDC* dc, const CRect& rect)
 {
     const int room_x = std::max(rect.Width() / 2, 1);

@@ -10,7 +10,8 @@ class CPalette;
 // or a multiple of 8.
 int ChooseReduction(int size, int room);
 
-// The largest factor that the scale engine knows. A page that would need a larger one does not fit its room.
+// The largest factor that the scale engine knows. A larger one is held to it: the
+// scaled window scrolls then, and a printer makes the picture smaller itself.
 constexpr int kMaxReduction = 248;
 
 // The largest size in the proportions of page that fits into room. 0 in both where there is none.

@@ -20,10 +20,9 @@ bool CLumentaDoc::MakeScaledBitmap(int32_t scale)
                                                           m_pImage ? m_pImage->MinIsBlack : 0);
         if (m_pScaled->IsComplete()) {
             ScaleNextLines();
-            return true;
+            return m_pScaled != nullptr; // the page may have been closed behind a box
         }
-    } catch (const std::bad_alloc&) {
-        ; // no bitmap, or none that could grow
+    } catch (const std::bad_alloc&) { // none, or one without its pixels
     }
     m_pScaled.reset();
     AfxMessageBox("Unable to create scaled bitmap");
@@ -38,11 +37,20 @@ void CLumentaDoc::ScaleNextLines()
     const auto until =
         static_cast<int32_t>(std::min(int64_t{start} + m_nLinesPerUpdate, int64_t{m_pScaled->m_nHeight}));
     const uint64_t page = m_nPageSerial;
-    const bool scaled = ScaleRows(m_pScaled.get(), until);
-    if (!scaled && page == m_nPageSerial)
-        AfxMessageBox("Scaling failed");
+    bool scaled = false;
+    try {
+        scaled = ScaleRows(m_pScaled.get(), until);
+    } catch (const std::bad_alloc&) {
+        scaled = false;
+    }
     if (page != m_nPageSerial)
         return; // closed while a box was open
+    if (!scaled) {
+        m_pScaled->FinishScaling(); // else each paint would try again, and say so
+        AfxMessageBox("Scaling failed");
+        if (page != m_nPageSerial)
+            return;
+    }
     ScaleUpdateHint hint{start, until};
     UpdateAllViews(nullptr, kHintReducedLines, &hint);
 }

@@ -26,8 +26,9 @@ public:
     bool IsGrowing() const { return IsComplete() && m_pEngine && !HasAllLines(); }
 
     // Gives the engine the page rows that it has not seen yet, out of count rows from page row firstRow on,
-    // stride bytes apart, packed. The lines finished by them; -1 where the bitmap is not complete or its
-    // engine is gone. A refused line ends the engine, after a message.
+    // stride bytes apart, packed. The lines finished by them, none where rows are missing in between; -1
+    // where the bitmap is not complete or its engine is gone. A refused line ends the engine, and a message
+    // says so: the page may be closed behind it, and this object with it.
     int32_t AddRows(const uint8_t* rows, int32_t firstRow, int32_t count, ptrdiff_t stride);
     void FinishScaling();                                                              // no further lines
     CPalette* GetPalette() const { return IsComplete() ? m_hPalette.get() : nullptr; } // still the bitmap's

@@ -17,6 +17,7 @@ const MessageMap CScaleView::messages{&CLumenta::messages, entries};
 void CScaleView::OnInitialUpdate()
 {
     m_bStop = false;
+    m_bNextPosted = false;
     CLumenta::OnInitialUpdate();
     if (CLumentaDoc* const document = GetPageDocument())
         document->MakeScaledBitmap(m_nScale);
@@ -41,9 +42,13 @@ void CScaleView::OnDraw(CDC* dc)
     CLumentaDoc* const document = GetPageDocument();
     if (document) {
         document->BlitScaled(dc, {0, 0, m_sizeTotal.cx, m_sizeTotal.cy});
+        // One wish at a time: paints for other reasons may come before it is heard, and would else make a
+        // chain of their own each. What Escape asks for holds for the paint behind it.
+        if (m_bNextPosted)
+            return;
         // Once all lines are there, no further batch could change the picture.
         if (!m_bStop && document->IsScaling())
-            PostMessage(WM_SCALE_NEXT);
+            m_bNextPosted = PostMessage(WM_SCALE_NEXT);
     }
     m_bStop = false;
 }
@@ -76,6 +81,7 @@ void CScaleView::OnChar(UINT key, UINT, UINT)
 
 LRESULT CScaleView::OnScaleNext(WPARAM, LPARAM)
 {
+    m_bNextPosted = false;
     if (CLumentaDoc* const document = GetPageDocument())
         document->ScaleNextLines();
     return 0;

@@ -31,4 +31,6 @@ protected:
 
 private:
     static const MessageEntry entries[];
+
+    bool m_bNextPosted = false; // the wish for the next batch has not been heard yet
 };

@@ -75,6 +75,10 @@ int main(int argc, char** argv)
     writer.Write("big.tif", big, 0);
     writer.Write("small.tif", UpperLeft(big, 1000, 1000), 0);
 
+    for (const pages::RasterName& raster : pages::raster_names())
+        if (raster.raster != pages::Raster::Plain)
+            writer.WritePageFile(("big-" + std::string{raster.name} + ".fax").c_str(), big, raster.raster);
+
     for (const int rows : {100, 100'000}) {
         const pages::Bitmap page =
             pages::draw_page({.draw = pages::Draw::Text, .width = 2000, .height = rows});

@@ -404,6 +404,9 @@ void PaneWidget::BarMoved(int bar, int value)
 
 void PaneWidget::SetPicture(CSize total, CSize page, CSize line)
 {
+    // Told at every update; to lay out anew would draw the whole window again.
+    if (m_total == total && m_page == page && m_line == line)
+        return;
     m_total = total;
     m_page = page;
     m_line = line;

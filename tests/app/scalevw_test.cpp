@@ -120,6 +120,17 @@ TEST_F(ScaledWindow, GrowsByTheBatchAndStandsStillAfterEscape)
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(lines(), 300) << "any paint starts it again";
     EXPECT_EQ(PictureDiffers(*scaled), "");
+
+    // Paints for other reasons while a batch is waited for make no second chain, which Escape would not stop.
+    app->OpenDocumentFile(scratch.File("page.tif"));
+    CScaleView* const again = Open();
+    again->Invalidate();
+    again->UpdateWindow();
+    again->Invalidate();
+    again->UpdateWindow();
+    again->m_bStop = true;
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_LE(lines(), 1 + 2 * 7);
 }
 
 TEST_F(ScaledWindow, ABatchIsOnePaintAndLeavesThePageViewAlone)

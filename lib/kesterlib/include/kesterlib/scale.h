@@ -17,7 +17,7 @@ struct scale_loops;
 
 typedef struct scale_engine {
     int32_t scale;    /* side of a cell in pixels */
-    uint8_t* bytes;   /* counts by column at scales below 24; the finished row while the sink runs */
+    uint8_t* bytes;   /* counts by column at scales below 8; the finished row while the sink runs */
     uint16_t* shorts; /* counts by column at scales from 24 on, complete while the sink runs */
 
     int32_t width;  /* pixels of a source row */
