@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 namespace
 {
@@ -31,6 +32,14 @@ void* operator new(size_t bytes)
 void* operator new[](size_t bytes)
 {
     return Allocate(bytes);
+}
+void* operator new(size_t bytes, const std::nothrow_t&) noexcept
+{
+    return malloc(bytes ? bytes : 1); // the row store, which is none of what is missed here
+}
+void* operator new[](size_t bytes, const std::nothrow_t&) noexcept
+{
+    return malloc(bytes ? bytes : 1);
 }
 void operator delete(void* memory) noexcept
 {
