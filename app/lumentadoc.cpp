@@ -210,8 +210,7 @@ bool CLumentaDoc::AllocateRowBuffer(int32_t rows)
 {
     if (m_nRowBytes < 1)
         return false;
-    const MemoryStatus memory = GlobalMemoryStatus();
-    const int64_t limit = (int64_t{memory.available_physical} + memory.available_page_file) / 2;
+    const int64_t limit = LargestBlock();
     if (int64_t{m_nRowBytes} * rows > limit)
         rows = static_cast<int32_t>(limit / m_nRowBytes);
     if (rows < 1)

@@ -27,21 +27,13 @@ PaletteInUse::~PaletteInUse()
 
 namespace
 {
-// The size of a block of lines. Beyond half of what memory is left it counts as out of memory at once: a
-// large block would be granted and the program ended when it is filled.
+// The size of a block of lines. One that is too large counts as out of memory at once.
 size_t BlockBytes(int stride, int lines)
 {
-    const MemoryStatus memory = GlobalMemoryStatus();
-    const int64_t limit = (int64_t{memory.available_physical} + memory.available_page_file) / 2;
     const int64_t bytes = int64_t{stride} * lines;
-    if (bytes > limit)
+    if (bytes > LargestBlock())
         throw std::bad_alloc();
     return static_cast<size_t>(bytes);
-}
-
-int RoundUpTo4(int value) // a page's sides leave room for it
-{
-    return (value + 3) & ~3;
 }
 } // namespace
 

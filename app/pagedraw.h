@@ -17,6 +17,12 @@ constexpr int kMaxReduction = 248;
 // The largest size in the proportions of page that fits into room. 0 in both where there is none.
 CSize FitInto(CSize page, CSize room);
 
+// Bytes of a line of an 8-bit bitmap. A page's sides leave room for it.
+constexpr int RoundUpTo4(int width)
+{
+    return (width + 3) & ~3;
+}
+
 // Columns or lines of a page that a clip shows.
 struct PageSpan {
     int first = 0;

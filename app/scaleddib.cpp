@@ -1,5 +1,6 @@
 #include "app/scaleddib.h"
 
+#include "app/pagedraw.h"
 #include "platform/app.h"
 #include "platform/memory.h"
 
@@ -16,12 +17,10 @@ const CRuntimeClass CScaledDIBitmap::classRecord{"CScaledDIBitmap", &CObject::cl
 const CRuntimeClass ScaleUpdateHint::classRecord{"ScaleUpdateHint", &CObject::classRecord, nullptr};
 
 CScaledDIBitmap::CScaledDIBitmap(int32_t width, int32_t height, int32_t scale, int32_t polarity)
-    : m_nScale(scale), m_nWidth(width / scale), m_nHeight(height / scale), m_nStride((m_nWidth + 3) & ~3),
+    : m_nScale(scale), m_nWidth(width / scale), m_nHeight(height / scale), m_nStride(RoundUpTo4(m_nWidth)),
       m_nSize(static_cast<uint32_t>(m_nStride) * static_cast<uint32_t>(m_nHeight))
 {
-    const MemoryStatus memory = GlobalMemoryStatus();
-    const int64_t limit = (int64_t{memory.available_physical} + memory.available_page_file) / 2;
-    if (int64_t{m_nStride} * m_nHeight > limit) {
+    if (int64_t{m_nStride} * m_nHeight > LargestBlock()) {
         AfxMessageBox("Insufficient memory to scale image");
         return;
     }

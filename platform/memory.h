@@ -11,6 +11,10 @@ struct MemoryStatus {
 
 MemoryStatus GlobalMemoryStatus();
 
+// The most bytes that a single block may take: half of what is left. A larger one would be granted, and the
+// program ended when it is filled.
+int64_t LargestBlock();
+
 // From the text of the kernel's meminfo. A figure that is missing or no number is 0.
 MemoryStatus ParseMemoryStatus(std::string_view meminfo);
 

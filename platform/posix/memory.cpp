@@ -50,6 +50,12 @@ MemoryStatus GlobalMemoryStatus()
     return ParseMemoryStatus({text, length});
 }
 
+int64_t LargestBlock()
+{
+    const MemoryStatus memory = GlobalMemoryStatus();
+    return (int64_t{memory.available_physical} + memory.available_page_file) / 2;
+}
+
 void SetMemoryStatusSource(MemoryStatus (*source)())
 {
     g_source = source;

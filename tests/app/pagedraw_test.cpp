@@ -39,7 +39,7 @@ constexpr Kind kKinds[] = {{1, 0}, {1, 1}, {8, 0}, {8, 1}};
 COLORREF PageColor(const Kind& kind, int x, int y)
 {
     if (kind.bits == 1) {
-        const bool one = FakeImage::RowByte(y, x / 8) << x % 8 & 0x80;
+        const bool one = FakeImage::IsOne(x, y);
         return one == (kind.min_is_black != 0) ? kWhite : kBlack;
     }
     const uint8_t value = FakeImage::RowByte(y, x);
@@ -193,9 +193,7 @@ TEST(DrawPage, ThePrinterGetsTheWholePage)
             const int x = static_cast<int>(i) % columns;
             const int y = static_cast<int>(i) / columns;
             if (reduced) {
-                const uint8_t value = ReducedValue(x, y, factor, [](int at_x, int at_y) {
-                    return (FakeImage::RowByte(at_y, at_x / 8) << at_x % 8 & 0x80) != 0;
-                });
+                const uint8_t value = ReducedValue(x, y, factor, FakeImage::IsOne);
                 ASSERT_EQ(record.pixels[i], Grey(c.kind.min_is_black ? value : 255U - value)) << i;
             } else {
                 ASSERT_EQ(record.pixels[i], PageColor(c.kind, x, y)) << i;

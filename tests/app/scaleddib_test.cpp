@@ -16,18 +16,14 @@ namespace
 {
 using Texts = std::vector<std::string>;
 
-bool FakeBit(int x, int y)
-{
-    return (FakeImage::RowByte(y, x / 8) << x % 8 & 0x80) != 0;
-}
-
 // The first line from line 0 on that is not as it should be, up to lines; -1 if all are.
 int FirstWrongLine(const CScaledDIBitmap& bitmap, int lines, int zero_from = INT32_MAX)
 {
     for (int line = 0; line < lines; ++line)
         for (int column = 0; column < bitmap.m_nWidth; ++column) {
-            const uint8_t want = ReducedValue(column, line, bitmap.m_nScale,
-                                              [&](int x, int y) { return y < zero_from && FakeBit(x, y); });
+            const uint8_t want = ReducedValue(column, line, bitmap.m_nScale, [&](int x, int y) {
+                return y < zero_from && FakeImage::IsOne(x, y);
+            });
             if (bitmap.m_pBits[size_t(bitmap.m_nHeight - 1 - line) * size_t(bitmap.m_nStride) +
                                size_t(column)] != want)
                 return line;
@@ -185,7 +181,7 @@ TEST(ScaledBitmap, IsKeptForItsFactorAndMadeAnewForAnother)
     EXPECT_TRUE(document.BlitScaled(&dc, {0, 0, 80, 60}));
     EXPECT_TRUE(document.BlitScaled(&dc, {0, 0, 500, 9}));
     EXPECT_EQ(record.calls, (Texts{"indexed 0,0 80x60 from 0,0 80x60", "indexed 0,0 80x9 from 0,0 80x9"}));
-    EXPECT_EQ(record.pixels[7], Grey(ReducedValue(7, 0, 8, FakeBit)));
+    EXPECT_EQ(record.pixels[7], Grey(ReducedValue(7, 0, 8, FakeImage::IsOne)));
     document.DeleteContents();
     EXPECT_EQ(document.m_pScaled, nullptr);
 }

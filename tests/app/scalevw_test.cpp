@@ -36,7 +36,6 @@ protected:
         return view->m_pScaleFrame ? DynamicDowncast<CScaleView>(view->m_pScaleFrame->GetActiveView())
                                    : nullptr;
     }
-    bool IsOne(int x, int y) const { return (page.row(y)[x / 8] << x % 8 & 0x80) != 0; }
 
     // Of what the window shows: the first pixel that differs from a count of the page's, or an empty text.
     // Lines that are not made yet are white.

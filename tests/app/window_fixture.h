@@ -84,6 +84,8 @@ protected:
         ASSERT_TRUE(PumpUntilIdle());
     }
 
+    bool IsOne(int x, int y) const { return (page.row(y)[x / 8] << x % 8 & 0x80) != 0; }
+
     // The first differing pixel, or an empty text: one page pixel a device pixel, white beyond the page.
     std::string ScreenDiffersFromPage()
     {
@@ -96,8 +98,7 @@ protected:
             for (int x = 0; x < shown.width; ++x) {
                 const int page_x = position.x + x;
                 const int page_y = position.y + y;
-                const bool black = page_x < page.width && page_y < page.height &&
-                                   (page.row(page_y)[page_x / 8] << page_x % 8 & 0x80);
+                const bool black = page_x < page.width && page_y < page.height && IsOne(page_x, page_y);
                 if (shown.At(x, y) != (black ? kBlack : kWhite))
                     return "at " + std::to_string(x) + "," + std::to_string(y);
             }

@@ -8,6 +8,22 @@ pdf_complete() { pdfinfo "$1"; }
 # dialog_answered KEY: the first one may go to the list of names that the field proposes, if that has opened by then.
 dialog_answered() { window_gone "$dialog" || { xdotool key "$1" && false; }; }
 
+# print_to_pdf: the page that shows, by the dialog, into the file $pdf; then the program ends.
+print_to_pdf()
+{
+  xdotool key ctrl+p
+  dialog_named Print
+  xdotool key alt+f ctrl+a
+  xdotool type --delay 1 "$pdf"
+  await "the print dialog stays" dialog_answered Return
+  await "no PDF file" pdf_complete "$pdf"
+  window_named "Plate 7 - LUMENTA"
+  quit_program
+}
+
+# The images in $pdf, a line each: page num type width height color comp bpc enc
+images() { pdfimages -list "$pdf" | awk 'NR > 2 { print $1, $2, $3, $4, $5, $6, $7, $8, $9 }'; }
+
 for photometric in miniswhite minisblack; do
   noise_page "$scratch/$photometric.tif" 9001 4000 --dpi 1200 --photometric "$photometric"
   pdf=$scratch/$photometric.pdf
@@ -21,21 +37,12 @@ for photometric in miniswhite minisblack; do
   window_named "Plate 7 - LUMENTA"
   want "printed all the same" test ! -e "$pdf"
 
-  xdotool key ctrl+p
-  dialog_named Print
-  xdotool key alt+f ctrl+a
-  xdotool type --delay 1 "$pdf"
-  await "the print dialog stays" dialog_answered Return
-  await "no PDF file" pdf_complete "$pdf"
-  window_named "Plate 7 - LUMENTA"
-  quit_program
+  print_to_pdf
   equal "files printed" "$pdf" "$(find "$scratch" -name '*.pdf' -newer "$scratch/$photometric.tif")"
 
   equal "pages" 1 "$(pdfinfo "$pdf" | awk '/^Pages:/ { print $2 }')"
   equal "title" "Plate 7" "$(pdfinfo "$pdf" | sed -n 's/^Title: *//p')"
-  # page num type width height color comp bpc enc
-  equal "images" "1 0 image 9001 4000 gray 1 1 image" \
-    "$(pdfimages -list "$pdf" | awk 'NR > 2 { print $1, $2, $3, $4, $5, $6, $7, $8, $9 }')"
+  equal "images" "1 0 image 9001 4000 gray 1 1 image" "$(images)"
   pdfimages "$pdf" "$scratch/$photometric"
   want "the image is not the page" "$grab" pbm "$scratch/$photometric-000.pbm" "$scratch/$photometric.tif"
 done
@@ -44,15 +51,7 @@ done
 noise_page "$scratch/large.tif" 12000 3000 --dpi 1200
 pdf=$scratch/large.pdf
 open_page "$scratch/large.tif" "Plate 7"
-xdotool key ctrl+p
-dialog_named Print
-xdotool key alt+f ctrl+a
-xdotool type --delay 1 "$pdf"
-await "the print dialog stays" dialog_answered Return
-await "no PDF file" pdf_complete "$pdf"
-window_named "Plate 7 - LUMENTA"
-quit_program
-equal "images" "1 0 image 6000 1500 gray 1 8 image" \
-  "$(pdfimages -list "$pdf" | awk 'NR > 2 { print $1, $2, $3, $4, $5, $6, $7, $8, $9 }')"
+print_to_pdf
+equal "images" "1 0 image 6000 1500 gray 1 8 image" "$(images)"
 pdfimages -png "$pdf" "$scratch/large"
 equal "greys" 5 "$(identify -format %k "$scratch/large-000.png")"

@@ -1,6 +1,7 @@
 // The page header's writer and reader against each other and against damage, and both over a callback block.
 #include "faxhdr_lines.h"
 #include "tests/kesterlib/recorded_block.h"
+#include "tests/support/short_malloc.h"
 
 #include <gtest/gtest.h>
 
@@ -13,20 +14,6 @@
 #include <vector>
 
 using namespace kesterlib;
-
-namespace
-{
-int g_mallocs_left = -1; // of the library and the tests; then one fails. Below 0: no limit
-} // namespace
-
-// The linker puts the second in the place of malloc, and keeps malloc itself as the first.
-extern "C" void* __real_malloc(size_t bytes); // NOLINT
-extern "C" void* __wrap_malloc(size_t bytes)  // NOLINT
-{
-    if (g_mallocs_left >= 0 && g_mallocs_left-- == 0)
-        return nullptr;
-    return __real_malloc(bytes);
-}
 
 namespace
 {

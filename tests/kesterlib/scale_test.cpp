@@ -2,6 +2,7 @@
 #include "kesterlib/scale.h"
 
 #include "scale_loops.h"
+#include "tests/support/short_malloc.h"
 
 #include <gtest/gtest.h>
 
@@ -9,18 +10,6 @@
 #include <memory>
 #include <random>
 #include <vector>
-
-namespace
-{
-int g_mallocs_left = -1; // until one gives null; below 0: none does
-}
-extern "C" void* __real_malloc(size_t bytes); // NOLINT
-extern "C" void* __wrap_malloc(size_t bytes)  // NOLINT
-{
-    if (g_mallocs_left >= 0 && g_mallocs_left-- == 0)
-        return nullptr;
-    return __real_malloc(bytes);
-}
 
 namespace
 {

@@ -30,6 +30,10 @@ public:
         return static_cast<uint8_t>((static_cast<uint32_t>(row) * 2654435761U >> 13) +
                                     static_cast<uint32_t>(i) * 59 + 1);
     }
+    static bool IsOne(int32_t x, int32_t y) // of 1 bit a pixel
+    {
+        return (RowByte(y, x / 8) << x % 8 & 0x80) != 0;
+    }
     static bool HoldsRow(const uint8_t* bytes, int32_t row, int32_t row_bytes)
     {
         for (int32_t i = 0; i < row_bytes; ++i)
