@@ -6,6 +6,8 @@
 #include "app/lumentavw.h"
 #include "app/mainfrm.h"
 #include "app/openmultipledialog.h"
+#include "app/pagefilter.h"
+#include "app/pageopendialog.h"
 #include "app/resources.h"
 #include "app/usermsg.h"
 #include "platform/log.h"
@@ -24,6 +26,7 @@ constexpr int kRecentFiles = 4;
 const CRuntimeClass CLumentaApp::classRecord{"CLumentaApp", &CWinApp::classRecord, nullptr};
 
 const MessageEntry CLumentaApp::entries[] = {
+    OnCommand<ID_FILE_OPEN, &CLumentaApp::OnFileOpen>(),
     OnCommand<kOpenMultipleCommand, &CLumentaApp::OnOpenMultiple>(),
     OnCommand<ID_APP_ABOUT, &CLumentaApp::OnAppAbout>(),
     OnCommand<kNextPageCommand, &CLumentaApp::OnNextPage>(),
@@ -95,6 +98,20 @@ void CLumentaApp::MarkAsViewed(const CString& path, const FileStatus& before) co
 {
     if (m_bMarkViewed)
         MarkViewed(path, before);
+}
+
+void CLumentaApp::OnFileOpen()
+{
+    CPageOpenDialog dialog{kPageFilters};
+    dialog.m_strInitialDir = m_strPageDirectory;
+    dialog.m_nFilterIndex = FindFilter(kPageFilters, m_strPageFilter);
+    const int result = dialog.DoModal();
+    // However it ended: after Cancel no directory is remembered.
+    const CString& path = dialog.m_strFileName;
+    m_strPageDirectory = path.Left(path.ReverseFind('/') + 1);
+    m_strPageFilter = GetFilterPattern(kPageFilters, dialog.m_nFilterIndex);
+    if (result == IDOK)
+        OpenAndMark(path);
 }
 
 void CLumentaApp::OnOpenMultiple()

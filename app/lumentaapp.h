@@ -19,6 +19,7 @@ public:
     void
     OnDroppedFiles(const std::vector<CString>& paths) override; // opens the first, the others join the list
 
+    void OnFileOpen();     // shows the chosen page; the next one of the list stays
     void OnOpenMultiple(); // joins the chosen pages to the list, and shows the next one
     void OnAppAbout();
     void OnNextPage();

@@ -3,6 +3,7 @@
 
 #include "platform/app.h"
 #include "platform/dialog.h"
+#include "platform/filedialog.h"
 #include "platform/view.h"
 
 #include <functional>
@@ -53,6 +54,16 @@ CString ShownEntry(CDialog& dialog, UINT id, int index); // of a list box, as on
 //     103 list "File list for" [keys] 2 of 17 selected
 // with what shows or, of a control that is named by a label, what an aid for the blind reads out.
 std::vector<CString> DescribeDialog(CDialog& dialog);
+
+// The same for the dialog that asks for a file. It lists a directory from the loop: wait for what is wanted.
+void SetFileDialogHook(std::function<void(CFileDialog&)> hook);
+std::vector<CString> ShownFiles(CFileDialog& dialog); // the entries, directories too, in their order
+bool ClickFile(CFileDialog& dialog, int index, bool twice = false); // an entry; false if it does not show
+void TypeFileName(CFileDialog& dialog, const CString& name);
+void ChooseFilter(CFileDialog& dialog, int index);     // from 1
+void ClickFileButton(CFileDialog& dialog, int result); // IDOK or IDCANCEL
+std::vector<CString>
+DescribeFileDialog(CFileDialog& dialog); // title, then the filters, "> " before the chosen
 
 // A copy of a window's client pixels, as they would be shown. rows of width words.
 struct GrabbedPixels {

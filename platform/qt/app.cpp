@@ -177,6 +177,9 @@ void PrepareProcess()
     std::signal(SIGXFSZ, SIG_IGN);
     // The main window ends the loop, not the last box.
     QApplication::setQuitOnLastWindowClosed(false);
+    // The toolkit's own dialogs keep their last places and columns in a settings file for all programs, which
+    // is not ours to write: it goes where no file can be made. Our settings are in another format.
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("/dev/null"));
 }
 
 int RunApplication(CWinApp& app, const char* program_name, const CString& command_line)

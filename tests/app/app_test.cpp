@@ -201,6 +201,53 @@ TEST_F(App, OpenMultipleJoinsPagesToTheListAndMarksWhatIsShown)
     EXPECT_EQ(boxes.Take(), Texts{});
 }
 
+TEST_F(App, OpenShowsOnePageMarksItAndRemembersWhere)
+{
+    const std::vector<CString> pages = ThreePages();
+    scratch.Write("broken.tif", "II*");
+    const CString directory = (scratch.Path() + "/").c_str();
+    Start();
+    app->m_bMarkViewed = true;
+    app->m_PageList.push_back(pages[2]);
+    const struct {
+        const char* filter_before;
+        const char* typed; // null: Cancel
+        const char* filter_after;
+        const char* title;
+        size_t boxes;
+    } cases[] = {
+        {"", nullptr, "*.fax", "LUMENTA", 0},
+        {"*.TIF", "first.tif", "*.tif", "first - LUMENTA", 0},
+        {"*.tif", nullptr, "*.tif", "first - LUMENTA", 0},
+        {"*.jpg", "second.tif", "*.fax", "second - LUMENTA", 0}, // in none of the pairs
+        {"*.*", "broken.tif", "*.*", "second - LUMENTA", 1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.filter_before << " " << (c.typed ? c.typed : "Cancel"));
+        app->m_strPageDirectory = directory;
+        app->m_strPageFilter = c.filter_before;
+        SetFileDialogHook([&](CFileDialog& dialog) {
+            if (c.typed)
+                TypeFileName(dialog, c.typed);
+            ClickFileButton(dialog, c.typed ? IDOK : IDCANCEL);
+        });
+        PressAccelerator(*frame, "Ctrl+O");
+        SetFileDialogHook({});
+        EXPECT_EQ(Title(), c.title);
+        EXPECT_EQ(app->m_strPageDirectory, c.typed ? directory : CString{});
+        EXPECT_EQ(app->m_strPageFilter, c.filter_after);
+        EXPECT_EQ(boxes.Take().size(), c.boxes);
+    }
+    EXPECT_EQ(app->m_PageList.size(), 1U);
+    const auto is_viewed = [](const CString& path) {
+        return ViewedMarks{}.IsViewed(path.c_str(), FileStatusOf(path));
+    };
+    if (!is_viewed(pages[0]))
+        GTEST_SKIP() << "the file system takes no marks";
+    EXPECT_TRUE(is_viewed(pages[1]));
+    EXPECT_FALSE(is_viewed(scratch.File("broken.tif")));
+}
+
 TEST_F(App, PrintsOnePageThroughTheViewsOwnDrawing)
 {
     StartWithPage(600, 500);

@@ -1,0 +1,59 @@
+#include "app/pagefilter.h"
+
+namespace
+{
+constexpr std::string_view kBlanks = " \t\n\v\f\r";
+constexpr std::string_view kBlanksAndBar = " \t\n\v\f\r|";
+
+// What is left of text from the first byte of the set on; empty if there is none.
+std::string_view From(std::string_view text, std::string_view set)
+{
+    const size_t at = text.find_first_of(set);
+    return at == std::string_view::npos ? std::string_view{} : text.substr(at);
+}
+
+// Gives each pair's number and pattern to `wanted` until that says true. A pair without a pattern has its
+// number, and the next one begins at the bar where the pattern would be.
+template <class Wanted>
+void WalkFilters(std::string_view left, Wanted wanted)
+{
+    for (int number = 1; !left.empty(); ++number) {
+        left = From(left, "|");
+        if (left.empty())
+            return;
+        left.remove_prefix(1);
+        if (left.empty() || left.front() == '|')
+            continue;
+        const size_t start = left.find_first_not_of(kBlanks);
+        if (start == std::string_view::npos)
+            return;
+        left.remove_prefix(start);
+        if (wanted(number, left.substr(0, left.size() - From(left, kBlanksAndBar).size())))
+            return;
+        left = From(left, "|");
+        left.remove_prefix(left.empty() ? 0 : 1);
+    }
+}
+} // namespace
+
+CString GetFilterPattern(const CString& filter, int index)
+{
+    CString found = "*.*";
+    WalkFilters(filter, [&](int number, std::string_view pattern) {
+        if (number == index)
+            found = pattern;
+        return number == index;
+    });
+    return found;
+}
+
+int FindFilter(const CString& filter, const CString& pattern)
+{
+    int found = 0;
+    WalkFilters(filter, [&](int number, std::string_view candidate) {
+        if (pattern.CompareNoCase(candidate) == 0)
+            found = number;
+        return found != 0;
+    });
+    return found;
+}

@@ -1,0 +1,172 @@
+// The dialog that asks for a file: what it lists, what it tells, what it hands back.
+#include "platform/filedialog.h"
+#include "tests/platform/test_classes.h"
+#include "tests/support/scratch.h"
+
+#include <algorithm>
+#include <sys/stat.h>
+
+namespace
+{
+using Lines = std::vector<std::string>;
+namespace fs = std::filesystem;
+
+class NotingDialog : public CFileDialog
+{
+public:
+    using CFileDialog::CFileDialog;
+    Recorder notes;
+
+protected:
+    void OnLBSelChangedNotify(UINT list, int index, UINT code) override
+    {
+        const bool is_current = list == kFileDialogFiles && GetCurSel(list) == index;
+        notes.Add(std::to_string(list) + " " + std::to_string(code) + " " + GetEntryText(index).c_str() +
+                  (is_current ? " current" : ""));
+    }
+};
+
+class FileDialogTest : public WindowTest
+{
+protected:
+    FileDialogTest()
+    {
+        for (const char* name : {"a.fax", "B.FAX", "bare", "c.low", ".hidden.fax", "bad\xff.fax"})
+            scratch.Write(name, "x");
+        fs::create_directory(scratch.File("sub"));
+        scratch.Write("sub/inner.fax", "x");
+        EXPECT_EQ(mkfifo(scratch.File("pipe.fax").c_str(), 0600), 0);
+        dialog.m_strInitialDir = scratch.Path() + "/";
+    }
+    ~FileDialogTest() override { SetFileDialogHook({}); }
+
+    int Show(std::function<void()> script)
+    {
+        SetFileDialogHook([script = std::move(script)](CFileDialog&) { script(); });
+        return dialog.DoModal();
+    }
+    Lines Files()
+    {
+        Lines names;
+        for (const CString& name : ShownFiles(dialog))
+            names.emplace_back(name.View());
+        return names;
+    }
+    bool WaitFor(Lines wanted) // in any order
+    {
+        std::sort(wanted.begin(), wanted.end());
+        return PumpUntil([&] {
+            Lines names = Files();
+            std::sort(names.begin(), names.end());
+            return names == wanted;
+        });
+    }
+    void Click(const std::string& name, bool twice = false)
+    {
+        const Lines names = Files();
+        const auto found = std::find(names.begin(), names.end(), name);
+        ASSERT_NE(found, names.end()) << name;
+        EXPECT_TRUE(ClickFile(dialog, static_cast<int>(found - names.begin()), twice));
+    }
+    std::string Path(const char* name) const { return scratch.File(name); }
+
+    ScratchDirectory scratch;
+    NotingDialog dialog{" Fax *.fax | *.fax | Low | *.low;*.none | All | *.* ||"};
+};
+
+TEST_F(FileDialogTest, FiltersListAndGoBack)
+{
+    const struct {
+        int index_in;
+        int chosen; // by the user; 0: none
+        int index_out;
+        Lines shown;
+    } cases[] = {
+        {0, 0, 1, {"sub", "a.fax", "B.FAX"}},
+        {2, 0, 2, {"sub", "c.low"}},
+        {9, 3, 3, {"sub", "a.fax", "B.FAX", "c.low", "bare"}},
+    };
+    for (const auto& c : cases) {
+        dialog.m_nFilterIndex = c.index_in;
+        dialog.m_strFileName = "old";
+        EXPECT_EQ(Show([&] {
+                      if (c.chosen != 0)
+                          ChooseFilter(dialog, c.chosen);
+                      EXPECT_TRUE(WaitFor(c.shown)) << testing::PrintToString(Files());
+                      const std::vector<CString> lines = DescribeFileDialog(dialog);
+                      ASSERT_EQ(lines.size(), 4U);
+                      EXPECT_EQ(lines[0], "Open");
+                      EXPECT_EQ(lines[1], c.index_out == 1 ? "> Fax *.fax" : "  Fax *.fax");
+                      EXPECT_EQ(dialog.DoModal(), -1);
+                      ClickFileButton(dialog, IDCANCEL);
+                  }),
+                  IDCANCEL);
+        EXPECT_EQ(dialog.m_nFilterIndex, c.index_out);
+        EXPECT_EQ(dialog.m_strFileName, "");
+    }
+}
+
+TEST_F(FileDialogTest, TellsSelectionAndGivesThePath)
+{
+    EXPECT_EQ(Show([&] {
+                  ASSERT_TRUE(WaitFor({"sub", "a.fax", "B.FAX"}));
+                  dialog.notes.Take();
+                  Click("a.fax");
+                  Click("B.FAX");
+                  EXPECT_EQ(dialog.notes.Take(), (Lines{"1120 0 " + Path("a.fax") + " current",
+                                                        "1120 0 " + Path("B.FAX") + " current"}));
+                  Click("sub");
+                  EXPECT_EQ(dialog.notes.Take(), Lines{"1121 0 " + Path("sub")});
+                  EXPECT_EQ(dialog.GetCurSel(kFileDialogFiles), -1);
+                  EXPECT_GE(dialog.GetCurSel(kFileDialogDirectories), 0);
+                  Click("sub", true);
+                  ASSERT_TRUE(WaitFor({"inner.fax"}));
+                  const Lines notes = dialog.notes.Take();
+                  EXPECT_NE(std::find(notes.begin(), notes.end(), "1121 0 "), notes.end());
+                  dialog.SetDlgItemText(kFileDialogLabel, "<b>line\n");
+                  EXPECT_EQ(dialog.GetDlgItemText(kFileDialogLabel), "<b>line\xef\xbf\xbd");
+                  Click("inner.fax", true);
+              }),
+              IDOK);
+    EXPECT_EQ(dialog.m_strFileName.View(), Path("sub/inner.fax"));
+    EXPECT_EQ(dialog.GetDlgItemText(kFileDialogLabel), "");
+    EXPECT_EQ(dialog.GetEntryText(0), "");
+}
+
+// By its name alone, by a path, and by a click.
+TEST_F(FileDialogTest, OpensWhatIsChosen)
+{
+    const struct {
+        const char* typed; // null: clicked
+        const char* wanted;
+    } cases[] = {{"c.low", "c.low"}, {"sub/inner.fax", "sub/inner.fax"}, {nullptr, "B.FAX"}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(Show([&] {
+                      ASSERT_TRUE(WaitFor({"sub", "a.fax", "B.FAX"}));
+                      if (c.typed)
+                          TypeFileName(dialog, c.typed);
+                      else
+                          Click("B.FAX");
+                      ClickFileButton(dialog, IDOK);
+                  }),
+                  IDOK)
+            << c.wanted;
+        EXPECT_EQ(dialog.m_strFileName.View(), Path(c.wanted));
+    }
+}
+
+// Nothing is written where the toolkit keeps what its dialogs remember.
+TEST_F(FileDialogTest, LeavesNoSettings)
+{
+    const char* home = std::getenv("XDG_CONFIG_HOME");
+    const fs::path settings =
+        home ? fs::path(home) : fs::path(std::getenv("HOME") ? std::getenv("HOME") : "/") / ".config";
+    const fs::path file = settings / "QtProject.conf";
+    std::error_code none;
+    const bool was_there = fs::exists(file);
+    const auto before = fs::last_write_time(file, none);
+    EXPECT_EQ(Show([&] { ClickFileButton(dialog, IDCANCEL); }), IDCANCEL);
+    EXPECT_EQ(fs::exists(file), was_there);
+    EXPECT_EQ(fs::last_write_time(file, none), before);
+}
+} // namespace
