@@ -1,4 +1,4 @@
-// Start and message loop, settings, boxes, the hourglass.
+// Start and message loop, boxes, the hourglass.
 #include "platform/app.h"
 #include "platform/frame.h"
 #include "platform/qt/peer.h"
@@ -16,7 +16,6 @@
 #include <xcb/xcb.h>
 
 std::function<void(const CString&)> g_message_box_hook;
-CString g_settings_file;
 
 namespace
 {
@@ -35,11 +34,6 @@ void FlushDisplay()
         return;
     if (auto* display = qApp->nativeInterface<QNativeInterface::QX11Application>())
         xcb_flush(display->connection());
-}
-
-QString ProfileKey(const char* section, const char* key)
-{
-    return QString::fromUtf8(section) + QLatin1Char('/') + QString::fromUtf8(key);
 }
 } // namespace
 
@@ -86,58 +80,6 @@ void AfxMessageBox(const CString& text)
     box.setText(ToQString(text));
     box.setStandardButtons(QMessageBox::Ok);
     box.exec();
-}
-
-// Opened for each call: settings are read at the start and written at the end, and a key written at once must
-// be there at once.
-static QSettings OpenSettings(const CString& company)
-{
-    if (!g_settings_file.IsEmpty())
-        return QSettings(ToQString(g_settings_file), QSettings::IniFormat);
-    return QSettings(QSettings::IniFormat, QSettings::UserScope, ToQString(company),
-                     ToQString(AfxGetApp()->LoadString(AFX_IDS_APP_TITLE)));
-}
-
-void CWinApp::SetRegistryKey(const CString& company)
-{
-    m_company = company;
-}
-
-int CWinApp::GetProfileInt(const char* section, const char* key, int default_value) const
-{
-    bool good = false;
-    // Through the text: the toolkit's own conversion cuts a number that is too large.
-    const int value = OpenSettings(m_company).value(ProfileKey(section, key)).toString().toInt(&good);
-    return good ? value : default_value;
-}
-
-CString CWinApp::GetProfileString(const char* section, const char* key, const CString& default_value) const
-{
-    const QVariant value = OpenSettings(m_company).value(ProfileKey(section, key));
-    switch (value.typeId()) {
-    case QMetaType::Int: // written by this run
-    case QMetaType::QString: return FromQString(value.toString());
-    case QMetaType::QByteArray: return value.toByteArray().toStdString(); // no UTF-8, see below
-    default: return default_value;
-    }
-}
-
-bool CWinApp::WriteProfileInt(const char* section, const char* key, int value)
-{
-    QSettings settings = OpenSettings(m_company);
-    settings.setValue(ProfileKey(section, key), value);
-    settings.sync();
-    return settings.status() == QSettings::NoError;
-}
-
-bool CWinApp::WriteProfileString(const char* section, const char* key, const CString& value)
-{
-    QSettings settings = OpenSettings(m_company);
-    const QString text = ToQString(value);
-    const QByteArray bytes(value.c_str(), value.GetLength());
-    settings.setValue(ProfileKey(section, key), text.toUtf8() == bytes ? QVariant(text) : QVariant(bytes));
-    settings.sync();
-    return settings.status() == QSettings::NoError;
 }
 
 // Not quit, which first asks every window that is still open, and those let only their owners close them.

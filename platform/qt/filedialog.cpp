@@ -72,12 +72,14 @@ FileDialogWidget* FileDialogOf(const CFileDialog* dialog)
     return peer ? peer->Dialog() : nullptr;
 }
 
-FileDialogWidget::FileDialogWidget(CFileDialog* owner, const CString& filter, QWidget* parent)
+FileDialogWidget::FileDialogWidget(CFileDialog* owner, const CString& filter, StatusIcons* icons,
+                                   QWidget* parent)
     : QFileDialog(parent, QStringLiteral("Open")), m_owner(owner), m_label(new QLabel(this))
 {
     // Read-only: nothing is renamed, deleted or made from here.
     setOptions(DontUseNativeDialog | ReadOnly | HideNameFilterDetails | DontUseCustomDirectoryIcons |
                DontResolveSymlinks);
+    setIconProvider(icons);
     setAcceptMode(AcceptOpen);
     setFileMode(ExistingFile);
     if (const QStringList names = NameFilters(filter); !names.isEmpty())

@@ -6,12 +6,31 @@
 
 #include <QAbstractItemView>
 #include <QFileDialog>
+#include <QFileIconProvider>
 #include <QFileSystemModel>
+
+// Folder or file, by its status alone: the toolkit's own icons open every file of a directory to look at what
+// is in it. Asked from the thread that lists.
+class StatusIcons : public QFileIconProvider
+{
+public:
+    QIcon icon(IconType type) const override { return QFileIconProvider::icon(type); }
+    QIcon icon(const QFileInfo& info) const override { return info.isDir() ? m_folder : m_file; }
+    // Never empty: the toolkit would leave the entry out.
+    QString type(const QFileInfo& info) const override
+    {
+        return info.isDir() ? QStringLiteral("Folder") : QStringLiteral("File");
+    }
+
+private:
+    const QIcon m_folder = QFileIconProvider::icon(Folder);
+    const QIcon m_file = QFileIconProvider::icon(File);
+};
 
 class FileDialogWidget : public QFileDialog
 {
 public:
-    FileDialogWidget(CFileDialog* owner, const CString& filter, QWidget* parent);
+    FileDialogWidget(CFileDialog* owner, const CString& filter, StatusIcons* icons, QWidget* parent);
 
     QLabel* Label() const { return m_label; }
     QModelIndex Directory() const { return m_model->index(m_model->rootPath()); }
@@ -33,7 +52,7 @@ class FileDialogPeer final : public WindowPeer
 {
 public:
     FileDialogPeer(CFileDialog* owner, const CString& filter, QWidget* parent)
-        : m_widget(new FileDialogWidget(owner, filter, parent))
+        : m_widget(new FileDialogWidget(owner, filter, &m_icons, parent))
     {
     }
     ~FileDialogPeer() override { delete m_widget.data(); }
@@ -41,6 +60,7 @@ public:
     FileDialogWidget* Dialog() const { return m_widget; }
 
 private:
+    StatusIcons m_icons; // until the widget's thread has ended
     QPointer<FileDialogWidget> m_widget;
 };
 

@@ -4,6 +4,7 @@
 #include "tests/support/scratch.h"
 
 #include <algorithm>
+#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace
@@ -153,6 +154,27 @@ TEST_F(FileDialogTest, OpensWhatIsChosen)
             << c.wanted;
         EXPECT_EQ(dialog.m_strFileName.View(), Path(c.wanted));
     }
+}
+
+// They come in batches. Not a byte of them is read: the time of the last access stays.
+TEST_F(FileDialogTest, ListsManyFilesUnopened)
+{
+    constexpr size_t kFiles = 300;
+    fs::create_directory(scratch.File("many"));
+    for (size_t i = 0; i < kFiles; ++i)
+        scratch.Write("many/page" + std::to_string(i) + ".fax", "x");
+    const std::string first = scratch.File("many/page0.fax");
+    const timespec long_ago[2] = {{1, 0}, {2, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, first.c_str(), long_ago, 0), 0);
+    dialog.m_strInitialDir = scratch.File("many");
+    EXPECT_EQ(Show([&] {
+                  EXPECT_TRUE(PumpUntil([&] { return ShownFiles(dialog).size() == kFiles; }));
+                  ClickFileButton(dialog, IDCANCEL);
+              }),
+              IDCANCEL);
+    struct stat status = {};
+    ASSERT_EQ(stat(first.c_str(), &status), 0);
+    EXPECT_EQ(status.st_atim.tv_sec, 1);
 }
 
 // Nothing is written where the toolkit keeps what its dialogs remember.

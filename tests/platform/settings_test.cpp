@@ -2,6 +2,8 @@
 #include "tests/platform/test_classes.h"
 #include "tests/support/scratch.h"
 
+#include <fstream>
+
 namespace
 {
 class SettingsTest : public testing::Test
@@ -28,16 +30,45 @@ TEST_F(SettingsTest, NumbersAndTextsComeBackByteForByte)
     EXPECT_EQ(app.GetProfileInt("A Section", "mark", 7), 7);
 }
 
-TEST_F(SettingsTest, WhatIsOfAnotherKindGivesTheDefault)
+TEST_F(SettingsTest, WhatIsNotOursIsTextOrNothing)
 {
-    scratch.Write("settings.ini", "[S]\nword=many\nhuge=99999999999\nfraction=1.5\nlist=1, 2\npoint=@Point(1 "
-                                  "2)\nempty=\nrubbish\n]=\nnumber=12\n");
-    for (const char* key : {"word", "huge", "fraction", "list", "point", "empty", "rubbish", "none"})
+    std::string deep = "deep=@Variant(";
+    for (int i = 0; i < 50000; ++i)
+        deep += "\\0\\0\\0\\x09\\0\\0\\0\\x01";
+    scratch.Write("settings.ini", "loose=1\n[S]\nword=many\nhuge=99999999999\nfraction=1.5\nlist=1, 2\n"
+                                  "point=@Point(1 2)\nempty=\nrubbish\n]=\n" +
+                                      deep +
+                                      ")\n;note=1\n number = 12 \r\ntwice=1\ntwice=2\nquoted=\"a\\\"b\\x\"\n"
+                                      "zero=a\\x00b\n[T]\nnumber=13");
+    testing::internal::CaptureStderr();
+    for (const char* key :
+         {"word", "huge", "fraction", "list", "point", "empty", "rubbish", "deep", "note", "none"})
         EXPECT_EQ(app.GetProfileInt("S", key, 77), 77) << key;
     EXPECT_EQ(app.GetProfileInt("S", "number", 77), 12);
-    EXPECT_EQ(app.GetProfileString("S", "number", "default"), "12");
-    for (const char* key : {"list", "point", "none"})
-        EXPECT_EQ(app.GetProfileString("S", key, "default"), "default") << key;
+    EXPECT_EQ(app.GetProfileInt("T", "number", 77), 13);
+    EXPECT_EQ(app.GetProfileInt("S", "twice", 77), 2);
+    EXPECT_EQ(app.GetProfileInt("General", "loose", 77), 1);
+    const std::pair<const char*, const char*> texts[] = {
+        {"number", "12"},    {"list", "1, 2"}, {"point", "@Point(1 2)"}, {"empty", ""},
+        {"quoted", "a\"bx"}, {"zero", "a"},    {"none", "default"}};
+    for (const auto& [key, text] : texts)
+        EXPECT_EQ(app.GetProfileString("S", key, "default"), text) << key;
+    EXPECT_TRUE(app.WriteProfileInt("S", "word", 5)); // the others stay
+    EXPECT_EQ(app.GetProfileInt("S", "word", 77), 5);
+    EXPECT_EQ(app.GetProfileInt("T", "number", 77), 13);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+// As earlier runs and other programs have written and read it.
+TEST_F(SettingsTest, KeysAndTextsStandAsTheyHave)
+{
+    app.WriteProfileString("A Section", "Page Directory", "/p/\xc3\xa4;\xff/");
+    app.WriteProfileInt("A Section", "Mark Viewed", 1);
+    app.WriteProfileInt("App", "Units", 3);
+    std::ifstream file(scratch.File("settings.ini"));
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_EQ(text,
+              "[A%20Section]\nMark%20Viewed=1\nPage%20Directory=\"/p/\xc3\xa4;\\xff/\"\n\n[App]\nUnits=3\n");
 }
 
 TEST_F(SettingsTest, WhatCannotBeWrittenIsLostWithoutAWord)

@@ -1,0 +1,17 @@
+// The input is a settings file. What is read from it stands in the text that is written of it, word for word.
+#include "platform/profiletext.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    const ProfileValues values = ParseProfile({reinterpret_cast<const char*>(data), size});
+    ProfileValues kept;
+    for (const auto& [name, value] : values)
+        if (name.find('/', 1) != std::string::npos)
+            kept[name] = value;
+    if (ParseProfile(ComposeProfile(values)) != kept)
+        std::abort();
+    return 0;
+}

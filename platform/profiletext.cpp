@@ -1,0 +1,169 @@
+#include "platform/profiletext.h"
+
+#include <cstdint>
+
+namespace
+{
+constexpr std::string_view kBlanks = " \t\r\f\v";
+constexpr char kDigits[] = "0123456789abcdef";
+
+std::string_view Trimmed(std::string_view text)
+{
+    const size_t first = text.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
+}
+
+// The byte of the two hexadecimal digits that text begins with; -1 if it does not.
+int HexByte(std::string_view text)
+{
+    int value = 0;
+    for (size_t i = 0; i < 2; ++i) {
+        if (i >= text.size())
+            return -1;
+        const char c = text[i];
+        const int digit = c >= '0' && c <= '9'   ? c - '0'
+                          : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                          : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                                 : -1;
+        if (digit < 0)
+            return -1;
+        value = value * 16 + digit;
+    }
+    return value;
+}
+
+// Bytes of the well-formed UTF-8 character that text begins with, 0 if there is none.
+size_t CharacterBytes(std::string_view text)
+{
+    const auto byte = [&](size_t i) { return i < text.size() ? static_cast<uint8_t>(text[i]) : 0U; };
+    const uint32_t first = byte(0);
+    if (first < 0x80)
+        return 1;
+    const size_t length = first >= 0xf0 && first < 0xf5 ? 4 : first >= 0xe0 ? 3 : first >= 0xc2 ? 2 : 0;
+    if (first >= 0xf5)
+        return 0;
+    for (size_t i = 1; i < length; ++i)
+        if ((byte(i) & 0xc0) != 0x80)
+            return 0;
+    const uint32_t second = byte(1);
+    const bool is_wrong = (first == 0xe0 && second < 0xa0) || (first == 0xed && second > 0x9f) ||
+                          (first == 0xf0 && second < 0x90) || (first == 0xf4 && second > 0x8f);
+    return is_wrong ? 0 : length;
+}
+
+void AppendHex(std::string* out, char escape, char byte)
+{
+    const auto value = static_cast<uint8_t>(byte);
+    *out += escape;
+    *out += kDigits[value >> 4];
+    *out += kDigits[value & 15];
+}
+
+std::string DecodedName(std::string_view text)
+{
+    std::string name;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const int byte = text[i] == '%' ? HexByte(text.substr(i + 1)) : -1;
+        name += byte < 0 ? text[i] : static_cast<char>(byte);
+        i += byte < 0 ? 0 : 2;
+    }
+    return name;
+}
+
+std::string EncodedName(std::string_view name)
+{
+    std::string text;
+    for (const char c : name) {
+        const bool is_plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                              c == '-' || c == '.' || c == '_';
+        if (is_plain)
+            text += c;
+        else
+            AppendHex(&text, '%', c);
+    }
+    return text;
+}
+
+std::string DecodedValue(std::string_view text)
+{
+    if (text.size() >= 2 && text.front() == '"' && text.back() == '"')
+        text = text.substr(1, text.size() - 2);
+    std::string value;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\\' || i + 1 == text.size()) {
+            value += text[i];
+            continue;
+        }
+        const char kind = text[++i];
+        const int byte = kind == 'x' ? HexByte(text.substr(i + 1)) : -1;
+        if (byte >= 0) {
+            value += static_cast<char>(byte);
+            i += 2;
+        } else {
+            value += kind == 'n' ? '\n' : kind == 't' ? '\t' : kind == 'r' ? '\r' : kind;
+        }
+    }
+    return value;
+}
+
+std::string EncodedValue(std::string_view value)
+{
+    const bool is_quoted = Trimmed(value).size() != value.size() || value.find(';') != std::string_view::npos;
+    std::string text = is_quoted ? "\"" : "";
+    while (!value.empty()) {
+        const size_t bytes = CharacterBytes(value);
+        const char c = value.front();
+        if (bytes > 1) {
+            text += value.substr(0, bytes);
+        } else if (c == '\\' || c == '"') {
+            text += '\\';
+            text += c;
+        } else if (bytes == 0 || static_cast<uint8_t>(c) < ' ' || c == '\x7f') {
+            text += '\\';
+            AppendHex(&text, 'x', c);
+        } else {
+            text += c;
+        }
+        value.remove_prefix(bytes == 0 ? 1 : bytes);
+    }
+    if (is_quoted)
+        text += '"';
+    return text;
+}
+} // namespace
+
+ProfileValues ParseProfile(std::string_view text)
+{
+    ProfileValues values;
+    std::string group = "General/";
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        const std::string_view line = Trimmed(text.substr(0, end));
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+        const size_t equals = line.find('=');
+        if (line.starts_with('[') && line.ends_with(']')) {
+            group = DecodedName(line.substr(1, line.size() - 2)) + "/";
+        } else if (!line.starts_with(';') && !line.starts_with('#') && equals != std::string_view::npos) {
+            values[group + DecodedName(Trimmed(line.substr(0, equals)))] =
+                DecodedValue(Trimmed(line.substr(equals + 1)));
+        }
+    }
+    return values;
+}
+
+std::string ComposeProfile(const ProfileValues& values)
+{
+    std::map<std::string, std::string> groups;
+    for (const auto& [name, value] : values) {
+        const size_t slash = name.find('/', 1);
+        if (slash != std::string::npos)
+            groups[name.substr(0, slash)] +=
+                EncodedName(std::string_view(name).substr(slash + 1)) + "=" + EncodedValue(value) + "\n";
+    }
+    std::string text;
+    for (const auto& [name, lines] : groups)
+        text += (text.empty() ? "[" : "\n[") + EncodedName(name) + "]\n" + lines;
+    return text;
+}
