@@ -9,6 +9,7 @@
 namespace
 {
 constexpr const char* kEveryFile = "*.*";
+constexpr int kLongestDirectory = 4095; // as the system's paths
 
 // Closes a directory by a separator unless it is empty.
 void CloseDirectory(CString* directory)
@@ -52,19 +53,19 @@ bool COpenMultipleDialog::OnInitDialog()
     CDialog::OnInitDialog();
     std::error_code none; // then the text is empty
     m_strStartDirectory = std::filesystem::current_path(none).string();
-    if (m_strDirectory.IsEmpty())
+    if (m_strDirectory.IsEmpty() || m_strDirectory.GetLength() > kLongestDirectory)
         m_strDirectory = m_strStartDirectory;
     CloseDirectory(&m_strDirectory);
     if (!SelectFilter()) {
         m_strFilter = kEveryFile;
         SelectFilter();
     }
-    // Where the directory of the last time is gone, the nearest one above it that is there: an empty list
-    // would leave no way out.
-    for (CString tried; !RefillList() && !(tried == m_strDirectory);) {
-        tried = m_strDirectory;
-        m_strDirectory = DirectoryAbove(m_strDirectory);
+    // The directory of the last time may be gone, or what the settings say never was one: an empty list would
+    // leave no way out.
+    if (!RefillNearest()) {
+        m_strDirectory = m_strStartDirectory;
         CloseDirectory(&m_strDirectory);
+        RefillNearest();
     }
     return true;
 }
@@ -104,6 +105,18 @@ bool COpenMultipleDialog::RefillList()
     return true;
 }
 
+bool COpenMultipleDialog::RefillNearest()
+{
+    while (!RefillList()) {
+        CString above = DirectoryAbove(m_strDirectory);
+        CloseDirectory(&above);
+        if (above == m_strDirectory)
+            return false;
+        m_strDirectory = std::move(above);
+    }
+    return true;
+}
+
 void COpenMultipleDialog::OnShowViewed()
 {
     UpdateData();
@@ -130,14 +143,15 @@ void COpenMultipleDialog::OnListDoubleClick()
         return;
     }
     const CString before = m_strDirectory;
-    if (entry == "[..]")
+    const bool is_way_up = entry == "[..]";
+    if (is_way_up)
         m_strDirectory = DirectoryAbove(m_strDirectory);
     else if (entry.size() == 5 && entry[1] == '-' && entry[3] == '-') // a drive, as "[-c-]"
         m_strDirectory = CString(entry.substr(2, 1)) + ":";
     else
         m_strDirectory += entry.substr(1, entry.size() - 2);
     CloseDirectory(&m_strDirectory);
-    if (!RefillList())
+    if (!(is_way_up ? RefillNearest() : RefillList()))
         m_strDirectory = before; // as the list and the text above it still say
 }
 

@@ -18,6 +18,8 @@ public:
 
     // Fills the list from directory, filter and flags. False, and nothing changed, where that cannot be done.
     bool RefillList();
+    // The same; where a directory cannot be listed, the nearest one above it. False: none can.
+    bool RefillNearest();
     bool SelectFilter(); // shows the filter in the combo box; false if that has no such entry
     void TakeFilter();   // from the combo box
 

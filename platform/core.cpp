@@ -84,6 +84,12 @@ int CString::CompareNoCase(std::string_view other) const
     return own.size() == other.size() ? 0 : own.size() < other.size() ? -1 : 1;
 }
 
+bool CString::ComesBefore(const CString& other) const
+{
+    const int order = CompareNoCase(other);
+    return order != 0 ? order < 0 : View() < other.View();
+}
+
 void CString::Format(const char* format, ...)
 {
     va_list arguments;

@@ -12,7 +12,6 @@ constexpr int IDCANCEL = 2;
 
 // Notifications of controls, see OnControl.
 constexpr UINT BN_CLICKED = 0;
-constexpr UINT LBN_SELCHANGE = 1;
 constexpr UINT LBN_DBLCLK = 2;    // Ctrl+Enter too
 constexpr UINT CBN_SELCHANGE = 1; // by the user; SetCurSel is silent
 
@@ -80,7 +79,7 @@ private:
     bool m_ended = false;
 };
 
-// Sorted without regard to the case of ASCII letters, then by bytes. Entries are bytes; what of them cannot
+// Sorted, see CString::ComesBefore. Entries are bytes; what of them cannot
 // be shown is replaced on the screen alone.
 class CListBox : public CWnd
 {
@@ -90,10 +89,8 @@ public:
 
     void SetContent(std::vector<CString> entries); // instead of what was there; nothing is selected
     int GetCount() const;
-    CString GetText(int index) const; // empty behind the end
-    int GetSelCount() const;
+    CString GetText(int index) const;     // empty behind the end
     std::vector<int> GetSelItems() const; // ascending
-    void SetSel(int index, bool on = true);
 };
 
 class CComboBox : public CWnd
@@ -104,7 +101,6 @@ public:
 
     int GetCount() const;
     CString GetLBText(int index) const; // empty behind the end
-    int GetCurSel() const;              // -1: none; GetWindowText gives its text
     void SetCurSel(int index);
 };
 

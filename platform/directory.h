@@ -26,8 +26,7 @@ enum class Marks {
 
 // Lists the regular files of `directory` whose names match `patterns` (see MatchesPatterns), and all its
 // sub-directories; of links what they lead to. Names with a leading dot ("." and ".." too), special files,
-// and what cannot be looked at are left out; a file that may not be read is listed. In the order of names
-// without regard to the case of ASCII letters, and where that is equal by bytes.
+// and what cannot be looked at are left out; a file that may not be read is listed. In no order.
 //
 // One status call an entry and one for the mark of a file that matches. A directory that is empty gives no
 // entries and no error; one that is not there, is no directory or may not be read gives errno.

@@ -20,17 +20,6 @@ unsigned char Folded(char c)
     return static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
 }
 
-bool ComesBefore(std::string_view a, std::string_view b)
-{
-    const auto [in_a, in_b] = std::mismatch(a.begin(), a.end(), b.begin(), b.end(),
-                                            [](char x, char y) { return Folded(x) == Folded(y); });
-    if (in_a != a.end() && in_b != b.end())
-        return Folded(*in_a) < Folded(*in_b);
-    if (a.size() != b.size())
-        return a.size() < b.size();
-    return a < b;
-}
-
 // The bytes of the character at the start of text, at least 1; a byte that is no UTF-8 is a character by
 // itself.
 size_t CharacterBytes(std::string_view text)
@@ -130,7 +119,5 @@ DirectoryListing ListDirectory(const CString& directory, const CString& patterns
     }
     if (errno != 0)
         return {errno, {}};
-    std::sort(listing.entries.begin(), listing.entries.end(),
-              [](const DirectoryEntry& a, const DirectoryEntry& b) { return ComesBefore(a.name, b.name); });
     return listing;
 }

@@ -21,6 +21,7 @@
 #include <QVBoxLayout>
 #include <QWindow>
 #include <algorithm>
+#include <functional>
 
 std::function<void(CDialog&)> g_dialog_hook;
 
@@ -37,16 +38,10 @@ QString Showable(QString text)
     for (QChar& c : text) {
         const char16_t code = c.unicode();
         if (c.category() == QChar::Other_Control || (code >= 0x2028 && code <= 0x202e) ||
-            (code >= 0x2066 && code <= 0x2069))
+            (code >= 0x2066 && code <= 0x2069) || code == 0x200e || code == 0x200f || code == 0x061c)
             c = QChar(QChar::ReplacementCharacter);
     }
     return text;
-}
-
-bool ComesBefore(const CString& a, const CString& b)
-{
-    const int order = a.CompareNoCase(b);
-    return order != 0 ? order < 0 : a.View() < b.View();
 }
 
 // Entries are as wide as the list, whatever their text: it is cut in the middle, and shown in a tool tip.
@@ -59,6 +54,12 @@ public:
         return {1, QStyledItemDelegate::sizeHint(option, index).height()};
     }
 };
+
+// A tool tip would take markup in a text for its own.
+QString ToolTipOf(const QString& text)
+{
+    return text.toHtmlEscaped().prepend(QLatin1String("<span>"));
+}
 
 // One line, cut in the middle.
 class PathLabel : public QLabel
@@ -77,7 +78,7 @@ protected:
         const QString shown = fontMetrics().elidedText(text(), Qt::ElideMiddle, width());
         style()->drawItemText(&painter, rect(), Qt::AlignLeft | Qt::AlignVCenter, palette(), isEnabled(),
                               shown, foregroundRole());
-        setToolTip(shown == text() ? QString() : text());
+        setToolTip(shown == text() ? QString() : ToolTipOf(text()));
     }
 };
 
@@ -134,7 +135,7 @@ void NameModel::Set(std::vector<CString> names)
 {
     beginResetModel();
     m_names = std::move(names);
-    std::sort(m_names.begin(), m_names.end(), ComesBefore);
+    std::sort(m_names.begin(), m_names.end(), std::mem_fn(&CString::ComesBefore));
     endResetModel();
 }
 
@@ -147,9 +148,8 @@ QVariant NameModel::data(const QModelIndex& index, int role) const
 {
     if (!index.isValid() || (role != Qt::DisplayRole && role != Qt::ToolTipRole))
         return {};
-    QString shown = Showable(ToQString(m_names[static_cast<size_t>(index.row())]));
-    // A tool tip would take markup in a name for its own.
-    return role == Qt::ToolTipRole ? shown.toHtmlEscaped().prepend(QLatin1String("<span>")) : shown;
+    const QString shown = Showable(ToQString(m_names[static_cast<size_t>(index.row())]));
+    return role == Qt::ToolTipRole ? ToolTipOf(shown) : shown;
 }
 
 NameList::NameList(QWidget* parent) : QListView(parent), m_model(new NameModel(this))
@@ -161,9 +161,16 @@ NameList::NameList(QWidget* parent) : QListView(parent), m_model(new NameModel(t
     setUniformItemSizes(true); // else each of them is measured
     setTextElideMode(Qt::ElideMiddle);
     setTabKeyNavigation(false);
-    connect(this, &QAbstractItemView::doubleClicked, this, [this] { notify(LBN_DBLCLK); });
-    connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
-            [this] { notify(LBN_SELCHANGE); });
+    connect(this, &QAbstractItemView::doubleClicked, this, [this] {
+        if (m_is_left) // the toolkit tells of every button's
+            notify(LBN_DBLCLK);
+    });
+}
+
+void NameList::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    m_is_left = event->button() == Qt::LeftButton;
+    QListView::mouseDoubleClickEvent(event);
 }
 
 QSize NameList::sizeHint() const
@@ -261,7 +268,7 @@ QWidget* DialogWidget::MakeItem(const DialogItem& item)
     case DialogItemKind::combo: {
         auto* combo = new QComboBox(this);
         std::vector<CString> entries(item.entries.begin(), item.entries.end());
-        std::sort(entries.begin(), entries.end(), ComesBefore);
+        std::sort(entries.begin(), entries.end(), std::mem_fn(&CString::ComesBefore));
         for (const CString& entry : entries)
             combo->addItem(ToQString(entry));
         combo->setCurrentIndex(-1);
@@ -432,11 +439,6 @@ CString CListBox::GetText(int index) const
                : CString{};
 }
 
-int CListBox::GetSelCount() const
-{
-    return static_cast<int>(GetSelItems().size());
-}
-
 // By ranges: a hundred thousand indices one by one would be felt.
 std::vector<int> CListBox::GetSelItems() const
 {
@@ -452,14 +454,6 @@ std::vector<int> CListBox::GetSelItems() const
     return items;
 }
 
-void CListBox::SetSel(int index, bool on)
-{
-    auto* list = WidgetOf<NameList>(this);
-    if (list && index >= 0 && index < list->Names().rowCount())
-        list->selectionModel()->select(list->Names().index(index),
-                                       on ? QItemSelectionModel::Select : QItemSelectionModel::Deselect);
-}
-
 int CComboBox::GetCount() const
 {
     const auto* combo = WidgetOf<QComboBox>(this);
@@ -470,12 +464,6 @@ CString CComboBox::GetLBText(int index) const
 {
     const auto* combo = WidgetOf<QComboBox>(this);
     return combo ? FromQString(combo->itemText(index)) : CString{};
-}
-
-int CComboBox::GetCurSel() const
-{
-    const auto* combo = WidgetOf<QComboBox>(this);
-    return combo ? combo->currentIndex() : -1;
 }
 
 void CComboBox::SetCurSel(int index)

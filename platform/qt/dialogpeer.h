@@ -38,9 +38,11 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
 
 private:
     NameModel* m_model;
+    bool m_is_left = false; // of the last double click
 };
 
 class DialogWidget : public QDialog

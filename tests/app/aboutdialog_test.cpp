@@ -1,7 +1,6 @@
-// The About box, and the question for the lines per update.
+// The About box.
 #include "app/aboutdialog.h"
 #include "app/dialogids.h"
-#include "app/linesperupdatedialog.h"
 #include "platform/versionnote.h"
 #include "tests/app/dialog_fixture.h"
 
@@ -37,28 +36,5 @@ TEST_F(DialogTest, AboutShowsVersionAndBuildStamp)
                        }),
                   IDOK);
     }
-}
-
-TEST_F(DialogTest, LinesPerUpdateGivesTheNumber)
-{
-    CLinesPerUpdateDialog dialog;
-    dialog.m_nLines = 16;
-    EXPECT_EQ(Show(dialog,
-                   [&] {
-                       EXPECT_EQ(
-                           Strings(DescribeDialog(dialog)),
-                           (Texts{"Lines per update",
-                                  "110 number \"Maximum number of lines to scale between screen updates\" "
-                                  "[keys] 16",
-                                  "1 button \"OK\"", "2 button \"Cancel\""}));
-                       PressDialogKeys(dialog, {"Ctrl+A"});
-                       TypeText(dialog, "0");
-                       PressDialogKeys(dialog, {"Return"});
-                       EXPECT_EQ(boxes.Take(), Texts{"Enter an integer between 1 and 2147483647."});
-                       TypeText(dialog, "2147483647"); // over the refused number, which is selected
-                       PressDialogKeys(dialog, {"Return"});
-                   }),
-              IDOK);
-    EXPECT_EQ(dialog.m_nLines, INT32_MAX);
 }
 } // namespace

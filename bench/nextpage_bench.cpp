@@ -1,0 +1,206 @@
+// From the key of Next Page to the end of the paint that shows the next page's top, between two pages of 600
+// million pixels in turn, in a window as large as a screen of 1920 x 1080 leaves it. The pages are marked as
+// viewed. Their files lie in the system's cache.
+#include "app/lumentaapp.h"
+#include "app/lumentadoc.h"
+#include "app/lumentavw.h"
+#include "bench/support.h"
+#include "pagefile.h"
+#include "pages.h"
+#include "platform/qt/peer.h"
+#include "platform/testing.h"
+#include "platform/viewedmark.h"
+#include "tiffout.h"
+
+#include <QCoreApplication>
+#include <QTest>
+#include <QWindow>
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+namespace
+{
+constexpr CSize kWindow{1920, 1050}; // menu and bars included
+constexpr CSize kPage{20'000, 30'000};
+constexpr double kGoalMs = 50;
+constexpr int kPagesARound = 8, kLeastRounds = 5;
+
+struct Format {
+    const char* name;
+    std::optional<pages::Raster> raster; // none: a TIFF file, Group 4 in one strip
+    bool to_the_end = false;             // the old page is left at its last row, with all rows in the store
+};
+constexpr Format kFormats[] = {
+    {"TIFF, Group 4", {}},
+    {"TIFF, Group 4, the old page read to its end", {}, true},
+    {"Squeeze", pages::Raster::Squeeze},
+    {"JBIG, 128 lines a stripe", pages::Raster::Jbig},
+    {"plain rows", pages::Raster::Plain},
+};
+
+struct Scratch {
+    std::string directory = PagePathOf("nextpage-XXXXXX");
+    bool made = mkdtemp(directory.data()) != nullptr;
+
+    ~Scratch() { std::filesystem::remove_all(directory); }
+};
+
+struct Page {
+    pages::Bitmap top;                      // the rows that a window shows at most
+    std::string paths[std::size(kFormats)]; // one a format
+};
+
+bool MakePage(const std::string& directory, uint64_t seed, Page* page)
+{
+    const pages::Bitmap whole =
+        pages::draw_page({.draw = pages::Draw::Mixed, .width = kPage.cx, .height = kPage.cy, .seed = seed});
+    page->top = pages::Bitmap(kPage.cx, kWindow.cy);
+    std::memcpy(page->top.rows.data(), whole.rows.data(), page->top.rows.size());
+    for (size_t i = 0; i < std::size(kFormats); ++i) {
+        page->paths[i] = directory + "/" + std::to_string(seed) + "-" + std::to_string(i);
+        pages::TiffOptions tiff;
+        tiff.compression = pages::Compression::Group4;
+        pages::PageFileOptions file;
+        file.raster = kFormats[i].raster.value_or(file.raster);
+        const std::string error = kFormats[i].raster ? pages::write_page_file(page->paths[i], whole, file)
+                                                     : pages::write_tiff(page->paths[i], whole, tiff);
+        if (!error.empty()) {
+            std::fprintf(stderr, "%s: %s\n", page->paths[i].c_str(), error.c_str());
+            return false;
+        }
+    }
+    return true;
+}
+
+// Waits for the toolkit to copy what a paint of the view has drawn since it was told to watch.
+class Watcher : public QObject
+{
+public:
+    explicit Watcher(CLumentaView* view) : m_view(view) { ViewOf(view)->installEventFilter(this); }
+
+    void Watch()
+    {
+        m_paints = PaintCount(*m_view);
+        shown = false;
+    }
+    bool shown = false;
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        shown = shown || (event->type() == QEvent::Paint && PaintCount(*m_view) != m_paints);
+        return false;
+    }
+
+private:
+    CLumentaView* m_view;
+    uint64_t m_paints = 0;
+};
+
+bool ShowsTop(CLumentaView* view, const pages::Bitmap& top)
+{
+    const GrabbedPixels got = GrabWindow(*view);
+    if (got.width > kWindow.cx || got.width < kWindow.cx * 9 / 10 || got.height > kWindow.cy ||
+        got.height < kWindow.cy * 9 / 10)
+        return false;
+    for (int y = 0; y < got.height; ++y)
+        for (int x = 0; x < got.width; ++x) {
+            const bool black = (top.row(y)[x / 8] & 0x80 >> x % 8) != 0;
+            if ((got.At(x, y) & 0xffffff) != (black ? 0U : 0xffffffU))
+                return false;
+        }
+    return true;
+}
+
+struct Times {
+    std::vector<double> shown;
+    int marked = 0; // pages
+};
+
+// Shows the page that is next on the list. False unless its top shows where the clock was stopped.
+bool TurnPage(CLumentaView* view, Watcher* watcher, const Format& format, const std::string& path,
+              const pages::Bitmap& top, Times* times)
+{
+    CLumentaDoc* const document = view->GetPageDocument();
+    if (format.to_the_end)
+        view->ScrollToPosition({0, document->m_nDepth - view->GetClientRect().Height()});
+    if (!PumpUntilIdle() || (format.to_the_end && document->m_nLastRow != document->m_nDepth - 1))
+        return false;
+    removexattr(path.c_str(), kViewedMarkName); // as new as it was
+
+    watcher->Watch();
+    const double start = NowMs();
+    QTest::keyPress(ViewOf(view)->window()->windowHandle(), Qt::Key_N, Qt::ControlModifier | Qt::AltModifier);
+    while (!watcher->shown && NowMs() - start < 2000)
+        QCoreApplication::processEvents();
+    times->shown.push_back(NowMs() - start);
+
+    times->marked += ViewedMarks().IsViewed(path.c_str(), FileStatusOf(path)) ? 1 : 0;
+    return watcher->shown && document->GetPathName() == path && ShowsTop(view, top);
+}
+
+bool Measure(CLumentaApp& app, CLumentaView* view, size_t format, const Page (&two)[2], int rounds)
+{
+    Watcher watcher(view);
+    const int count = 1 + rounds * kPagesARound; // the first is not counted
+    for (int i = 0; i < count; ++i)
+        app.m_PageList.push_back(two[i % 2].paths[format]);
+    Times times;
+    for (int i = 0; i < count; ++i) {
+        const Page& page = two[i % 2];
+        if (!TurnPage(view, &watcher, kFormats[format], page.paths[format], page.top, &times))
+            return false;
+        if (i == 0)
+            times = {};
+    }
+
+    std::vector<double> sorted = times.shown;
+    std::sort(sorted.begin(), sorted.end());
+    std::printf("%s, %zu pages, %d of them marked\n", kFormats[format].name, sorted.size(), times.marked);
+    Show("key to the end of its paint, median", Median(sorted), "ms");
+    Show("key to the end of its paint, 90 of 100", sorted[(sorted.size() * 9 + 9) / 10 - 1], "ms");
+    ShowAtMost("key to the end of its paint, longest", sorted.back(), "ms", kGoalMs);
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const int rounds = std::max(RoundsFrom(argc, argv, kLeastRounds), kLeastRounds);
+    const Scratch scratch;
+    Page two[2];
+    if (!scratch.made || !MakePage(scratch.directory, 1, &two[0]) || !MakePage(scratch.directory, 2, &two[1]))
+        return 1;
+    TestToolkit toolkit(argc, argv);
+    SetSettingsFile(scratch.directory + "/settings");
+    SetMessageBoxHook([](const CString& text) { std::fprintf(stderr, "%s\n", text.c_str()); });
+    CLumentaApp app;
+    StartApplication(app, {});
+    auto* const frame = DynamicDowncast<CFrameWnd>(app.m_pMainWnd);
+    auto* const view = frame ? DynamicDowncast<CLumentaView>(frame->GetActiveView()) : nullptr;
+    if (!view)
+        return 1;
+    ResizeFrame(*frame, kWindow);
+    if (!PumpUntilIdle() || ShowsTop(view, two[0].top) || two[0].top.rows == two[1].top.rows)
+        return 1;
+    app.m_bMarkViewed = true;
+
+    const CRect client = view->GetClientRect();
+    std::printf("pages of %d x %d pixels, a view of %d x %d, %d rounds\n", kPage.cx, kPage.cy, client.Width(),
+                client.Height(), rounds);
+    for (size_t i = 0; i < std::size(kFormats); ++i)
+        if (!Measure(app, view, i, two, rounds)) {
+            std::fprintf(stderr, "%s: the new page's top was not shown\n", kFormats[i].name);
+            return 1;
+        }
+    EndApplication(app);
+    return 0;
+}

@@ -1,0 +1,228 @@
+#!/usr/bin/env bash
+# A night at the press: twenty pages of all kinds, chosen by keys and gone through one at a time; which of them are
+# still new, also after a rewrite, for a page that cannot be marked, and in the next run. Then settings as no run
+# leaves them, and a file with a name that no path holds.
+set -euo pipefail
+# Marks are extended attributes of users, which a tmpfs has since Linux 6.6 only.
+[[ $(stat -f -c %T "${TMPDIR:-/tmp}") != tmpfs ]] || export TMPDIR=$PWD
+source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+
+# No rights bind root, which starts the program as another user therefore; give FILE... makes files that user's.
+limited=yes
+give() { :; }
+if ((EUID == 0)); then
+  chmod 711 "$scratch"
+  install -D -m 755 "$lumenta" "$scratch/bin/lumenta"
+  cat >"$scratch/as-other" <<EOT
+#!/bin/sh
+exec setpriv --reuid=65534 --regid=65534 --clear-groups sh -c 'exec "\$0" "\$@"' "$scratch/bin/lumenta" "\$@"
+EOT
+  chmod 755 "$scratch/as-other"
+  if "$scratch/as-other" --version >/dev/null 2>&1; then
+    lumenta=$scratch/as-other
+    give() { chown -R 65534:65534 "$@"; }
+  else
+    limited=
+    echo "Skipped: what may not be written. This is root, and no other user can start the program in $scratch."
+  fi
+fi
+give "$HOME" "$TMPDIR" "$XDG_RUNTIME_DIR"
+
+# A new configuration directory, with what is on the input as the settings file.
+new_settings()
+{
+  rm -rf "$XDG_CONFIG_HOME"
+  mkdir -p "${settings_file%/*}"
+  cat >"$settings_file"
+  give "$XDG_CONFIG_HOME"
+}
+
+# make_page NUMBER SEED: writes the page of that number, of the kind that comes next, and its picture.
+pages=$scratch/pages
+declare -A title_of=() file_of=()
+make_page()
+{
+  local drawing=(--draw noise --width 803 --height 601 --seed "$2") header=(--job Night --page "$1") name
+  printf -v name '%s-%02d' "$( (($1 % 2)) && echo page || echo PAGE)" "$1"
+  title_of[$1]="$1.B Night"
+  case $(($1 % 5)) in
+  0) name+=.tif drawing+=(--name "$1.B Night") ;;
+  1) name+=.fax drawing+=(--kind squeeze "${header[@]}") ;;
+  2) name+=.f drawing+=(--kind plain "${header[@]}") ;;
+  3) title_of[$1]=$name name+=.low drawing+=(--compression deflate) ;;
+  4) name+=.f drawing+=(--kind jbig "${header[@]}") ;;
+  esac
+  file_of[$1]=$pages/$name
+  "$makepage" "${drawing[@]:0:8}" --compression none "$scratch/$1.tif"
+  "$makepage" "${drawing[@]}" "${file_of[$1]}"
+  give "${file_of[$1]}"
+}
+
+open_multiple()
+{
+  xdotool key ctrl+m
+  dialog_named "Open Multiple"
+}
+
+# take KEY...: presses keys in the dialog, then OK.
+take()
+{
+  xdotool key --delay 5 "$@" Return
+  await "the dialog stays" window_gone "$dialog"
+}
+
+# walk_through NUMBER...: these pages follow each other, the first by itself, the third by the mouse, the others by
+# keys, and behind the last there is no more. row is the row of the page at the top of the view.
+walk_through()
+{
+  local step=0 number
+  for number; do
+    case $((step++)) in
+    0) ;;
+    2) xdotool mousemove --window "$window" 200 200 click --repeat 2 --delay 30 3 ;;
+    *) xdotool key ctrl+alt+n ;;
+    esac
+    window_named "${title_of[$number]} - LUMENTA"
+    [[ -n ${view_x:-} ]] || find_view "$scratch/$number.tif"
+    page=$scratch/$number.tif row=0
+    await_page 0 0 "opening page $number"
+  done
+  window_named ".*LUMENTA"
+  xdotool key ctrl+alt+n Down
+  await_page 0 $((++row)) "a step down behind the last page"
+}
+
+# all_listed NUMBER...: the dialog lists these pages and no more: all of them are taken.
+all_listed()
+{
+  open_multiple
+  take ctrl+a
+  walk_through "$@"
+}
+
+# --- The pages ------------------------------------------------------------------------------------------------
+
+mkdir "$pages"
+for number in {1..20}; do
+  make_page "$number" "$number"
+done
+new_settings <<<$'[window]\nMainFrame=100 100 740 580'
+cd "$pages"
+start_program
+cd "$OLDPWD"
+window_named LUMENTA
+choose alt+f Up Up Up Up Return # up from the first command, beyond the last
+dialog_named "Open Multiple"
+# The mark box; another type, and all again; an entry by its name, and others with Shift and Control.
+xdotool key --delay 5 Tab Tab Tab space alt+t f Home alt+f p a g e minus 1 2
+take shift+Down ctrl+Home ctrl+Down ctrl+Down ctrl+Down ctrl+Down ctrl+space \
+  ctrl+End ctrl+space ctrl+Up ctrl+Up ctrl+Up ctrl+Up ctrl+space
+walk_through 4 12 13 16 20
+all_listed 1 2 3 {5..11} 14 15 17 18 19
+all_listed
+make_page 12 112
+all_listed 12
+
+# Of somebody else, or protected at least.
+make_page 7 107
+unmarked=()
+if [[ $limited ]]; then
+  chmod 444 "${file_of[7]}"
+  ((EUID)) || chown 0:0 "${file_of[7]}"
+  unmarked=(7)
+fi
+all_listed 7
+all_listed "${unmarked[@]}"
+open_multiple
+take Tab Tab space alt+f ctrl+a # those viewed too
+walk_through {1..20}
+quit_program
+want "directory not stored" setting "Page%20Directory=$pages/"
+want "type not stored" setting "Page%20Filter=*.*"
+want "marking not stored" setting "Mark%20Viewed=1"
+
+# All of that holds in the next run.
+make_page 3 103
+mkdir "$pages/odd"
+"$makepage" --draw blank --width 803 --height 601 "$pages/odd/"$'tab\tsemi;colon.fax'
+start_program
+window_named LUMENTA
+all_listed 3 "${unmarked[@]}"
+all_listed "${unmarked[@]}"
+
+# One page by its name; the directory and the type of file are those of the other dialog.
+tolerated=inotify_add_watch # the toolkit cannot watch the scratch directory for the other user, and says so
+xdotool key ctrl+o
+dialog_named Open
+xdotool type --delay 5 "${file_of[5]##*/}"
+xdotool key Return
+await "the dialog stays" window_gone "$dialog"
+window_named "${title_of[5]} - LUMENTA"
+
+# A path ends at its first tab or semicolon. The page below is reported; then there is another one at that path.
+open_multiple
+xdotool key --delay 5 bracketleft o ctrl+Return
+take ctrl+a
+dialog_named LUMENTA
+xdotool key Return
+await "the box stays" window_gone "$dialog"
+window_named ".*LUMENTA"
+"$makepage" --draw noise --width 803 --height 601 --name "Cut off" "$pages/odd/tab"
+open_multiple
+take End
+window_named "Cut off - LUMENTA"
+quit_program
+
+# --- Settings -------------------------------------------------------------------------------------------------
+
+# good_run WHAT: the program starts with an empty window, without a box, and ends well.
+good_run()
+{
+  echo "settings: $1"
+  start_program
+  window_named LUMENTA
+  quit_program
+}
+
+new_settings <<'EOT'
+[App]
+Units=many
+Lines%20Per%20Update=@Size(3 4)
+[Defaults]
+Page%20Directory=@ByteArray(\0\xff)
+Page%20Filter=a, b, c
+Mark%20Viewed=@Rect(1 2 3 4)
+[window]
+MainFrame=100
+Maximize%20MainFrame=@Invalid()
+[Recent%20File%20List]
+File1=@ByteArray(\0\xff)
+File2=@Point(1 2)
+EOT
+good_run "of other kinds"
+"$makepage" --draw noise --width 1024 --height 512 --kind plain "$scratch/noise"
+tail -c 65536 "$scratch/noise" | new_settings
+good_run "rubbish"
+new_settings </dev/null
+rm "$settings_file"
+mkdir "$settings_file"
+good_run "a directory"
+if [[ $limited ]]; then
+  for rights in 444 000; do
+    new_settings <<<"[App]"
+    chmod "$rights" "$settings_file"
+    good_run "a file with rights $rights"
+    chmod 644 "$settings_file"
+    equal "protected settings" "[App]" "$(<"$settings_file")"
+  done
+  rm -r "${settings_file%/*}"
+  chmod 555 "$XDG_CONFIG_HOME"
+  good_run "in a protected directory"
+  chmod 755 "$XDG_CONFIG_HOME"
+fi
+start_program
+window_named LUMENTA
+rm -r "$XDG_CONFIG_HOME"
+quit_program
+XDG_CONFIG_HOME=/dev/null/x good_run "nowhere"
+equal "files in other places" "" "$(find "$HOME" -type f -not -path '*/.cache/*')"
