@@ -101,11 +101,13 @@ int64_t BareCalls(const std::string& directory)
 struct DialogTimes {
     double shown = 0, taken = 0;
 };
-DialogTimes TimeDialog(const std::string& directory)
+DialogTimes TimeDialog(const std::string& directory, bool with_viewed)
 {
+    const size_t listed = kFiles - (with_viewed ? 0 : kFiles / kViewedOneIn);
     COpenMultipleDialog dialog;
     dialog.m_strDirectory = directory;
     dialog.m_strFilter = "*.fax";
+    dialog.m_bShowViewed = with_viewed;
     DialogTimes times;
     double taken_start = 0;
     const double start = NowMs();
@@ -114,8 +116,7 @@ DialogTimes TimeDialog(const std::string& directory)
         taken_start = NowMs();
         PressDialogKeys(dialog, {"Ctrl+A", "Return"});
     });
-    const bool is_taken = dialog.DoModal() == IDOK &&
-                          dialog.m_Files.size() == kFiles - kFiles / kViewedOneIn &&
+    const bool is_taken = dialog.DoModal() == IDOK && dialog.m_Files.size() == listed &&
                           std::is_sorted(dialog.m_Files.begin(), dialog.m_Files.end(),
                                          [](const CString& a, const CString& b) { return a.ComesBefore(b); });
     SetDialogHook({});
@@ -148,19 +149,20 @@ int main(int argc, char** argv)
             if (BareCalls(directory.Path()) == 0 || marked != unmarked)
                 return 1;
             bare.push_back(NowMs() - unmarked_end);
-            const DialogTimes dialog = TimeDialog(directory.Path());
-            if (dialog.shown <= 0) {
+            const DialogTimes dialog = TimeDialog(directory.Path(), false);
+            const DialogTimes whole = TimeDialog(directory.Path(), true);
+            if (dialog.shown <= 0 || whole.shown <= 0) {
                 std::printf("the dialog did not hand back what it lists\n");
                 return 1;
             }
             shown.push_back(dialog.shown);
-            taken.push_back(dialog.taken);
+            taken.push_back(whole.taken);
             all.push_back(marked_end - start);
             plain.push_back(unmarked_end - marked_end);
         }
         ShowAtMost("10 000 page files with their marks, listed", Median(all), "ms", kGoalMs);
         ShowAtMost("the dialog with those not viewed, to its first paint", Median(shown), "ms", kGoalMs);
-        ShowAtMost("all of them selected, and OK", Median(taken), "ms", kGoalMs);
+        ShowAtMost("all 10 000 selected, and OK", Median(taken), "ms", kGoalMs);
         Show("listed without marks", Median(plain), "ms");
         Show("its system calls alone, with marks", Median(bare), "ms");
         Show("their share", Median(bare) / Median(all) * 100, "%");

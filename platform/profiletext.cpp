@@ -138,6 +138,9 @@ ProfileValues ParseProfile(std::string_view text)
 {
     ProfileValues values;
     std::string group = "General/";
+    constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf"; // of some editors
+    if (text.starts_with(kByteOrderMark))
+        text.remove_prefix(kByteOrderMark.size());
     while (!text.empty()) {
         const size_t end = text.find('\n');
         const std::string_view line = Trimmed(text.substr(0, end));

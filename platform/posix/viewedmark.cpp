@@ -148,8 +148,10 @@ bool ViewedMarks::HasAttributes(const char* path, uint64_t device)
                                     [device](const Device& each) { return each.number == device; });
     if (known != m_devices.end())
         return known->has_attributes;
-    m_devices.push_back({device, IsFat(g_calls->FileSystemType(path))});
-    return m_devices.back().has_attributes;
+    const int64_t type = g_calls->FileSystemType(path);
+    if (type >= 0) // else the path is gone, which tells nothing of the others
+        m_devices.push_back({device, IsFat(type)});
+    return IsFat(type);
 }
 
 bool ViewedMarks::IsViewed(const char* path, const FileStatus& status)

@@ -31,19 +31,6 @@ constexpr int kListWidthChars = 52; // at first; the dialog can be resized
 constexpr int kListHeightRows = 14;
 constexpr int kHookWaitMs = 2000;
 
-// A name as it may stand on the screen: the sign for what cannot be shown in place of control characters, and
-// of what would break the line or turn the reading direction.
-QString Showable(QString text)
-{
-    for (QChar& c : text) {
-        const char16_t code = c.unicode();
-        if (c.category() == QChar::Other_Control || (code >= 0x2028 && code <= 0x202e) ||
-            (code >= 0x2066 && code <= 0x2069) || code == 0x200e || code == 0x200f || code == 0x061c)
-            c = QChar(QChar::ReplacementCharacter);
-    }
-    return text;
-}
-
 // Entries are as wide as the list, whatever their text: it is cut in the middle, and shown in a tool tip.
 class NameDelegate : public QStyledItemDelegate
 {
@@ -130,6 +117,17 @@ void RunHookWhenShown(DialogWidget* widget)
     timer->start(0);
 }
 } // namespace
+
+QString Showable(QString text)
+{
+    for (QChar& c : text) {
+        const char16_t code = c.unicode();
+        if (c.category() == QChar::Other_Control || (code >= 0x2028 && code <= 0x202e) ||
+            (code >= 0x2066 && code <= 0x2069) || code == 0x200e || code == 0x200f || code == 0x061c)
+            c = QChar(QChar::ReplacementCharacter);
+    }
+    return text;
+}
 
 void NameModel::Set(std::vector<CString> names)
 {

@@ -11,6 +11,10 @@
 #include <QListView>
 #include <functional>
 
+// A name as it may stand on the screen: the sign for what cannot be shown in place of control characters, and
+// of what would break the line or turn the reading direction.
+QString Showable(QString text);
+
 // The names of a list box: bytes, converted when they are shown.
 class NameModel : public QAbstractListModel
 {

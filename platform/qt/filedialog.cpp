@@ -14,6 +14,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSplitter>
+#include <QStyledItemDelegate>
 #include <QTreeView>
 
 std::function<void(CFileDialog&)> g_file_dialog_hook;
@@ -28,6 +29,16 @@ constexpr int kPlacesWidthChars = 22;
 constexpr int kNameColumn = 0; // of the toolkit's list in detail
 constexpr int kKindColumn = 2;
 constexpr int kRowBelowLists = 2; // of the toolkit's layout: the directory, the lists, then name and buttons
+
+class NameDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+    QString displayText(const QVariant& value, const QLocale& locale) const override
+    {
+        return Showable(QStyledItemDelegate::displayText(value, locale));
+    }
+};
 
 // "text (pattern)" for each pair, as the toolkit wants it.
 QStringList NameFilters(const CString& filter)
@@ -91,12 +102,20 @@ FileDialogWidget::FileDialogWidget(CFileDialog* owner, const CString& filter, St
             [this] { m_owner->OnLBSelChangedNotify(kFileDialogDirectories, -1, CD_LBSELCHANGE); });
     connect(Views().first()->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &FileDialogWidget::SelectionChanged);
-    // The toolkit greys the button at the name of a file that the filter hides.
-    if (auto* name = findChild<QLineEdit*>(QStringLiteral("fileNameEdit")))
+    for (QAbstractItemView* view : Views()) {
+        view->setItemDelegateForColumn(kNameColumn, new NameDelegate(view));
+        connect(view, &QAbstractItemView::pressed, this, [this] { m_is_typed = false; });
+    }
+    connect(Views().first()->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            [this] { m_is_typed = false; });
+    if (auto* name = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))) {
+        connect(name, &QLineEdit::textEdited, this, [this] { m_is_typed = true; });
+        // The toolkit greys the button at the name of a file that the filter hides.
         connect(name, &QLineEdit::textChanged, this, [this](const QString& text) {
             if (auto* button = findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Open))
                 button->setEnabled(button->isEnabled() || QFileInfo(directory().filePath(text)).isFile());
         });
+    }
 }
 
 QList<QAbstractItemView*> FileDialogWidget::Views() const
@@ -150,13 +169,31 @@ void FileDialogWidget::PlaceColumns()
     }
 }
 
+// The one that was chosen, not what the toolkit takes the quotation marks in its name for.
 QModelIndex FileDialogWidget::Selected() const
 {
     const QModelIndex directory = Directory();
+    const QItemSelectionModel* const selection = Views().first()->selectionModel();
+    const QModelIndex current = selection->currentIndex().siblingAtColumn(0);
+    if (current.parent() == directory && selection->isRowSelected(current.row(), directory))
+        return current;
     for (const QModelIndex& index : Views().first()->selectionModel()->selectedRows())
         if (index.parent() == directory)
             return index;
     return {};
+}
+
+void FileDialogWidget::accept()
+{
+    const QModelIndex selected = Selected();
+    if (!m_is_typed && selected.isValid() && QFileInfo(m_model->filePath(selected)).isFile()) {
+        m_chosen = m_model->filePath(selected);
+        done(Accepted);
+        return;
+    }
+    QFileDialog::accept();
+    if (result() == Accepted)
+        m_chosen = selectedFiles().value(0);
 }
 
 void FileDialogWidget::SelectionChanged()
@@ -192,7 +229,7 @@ int CFileDialog::DoModal()
     const bool accepted = widget->exec() == QDialog::Accepted;
     if (widget) {
         if (accepted)
-            m_strFileName = FromQString(widget->selectedFiles().value(0));
+            m_strFileName = FromQString(widget->Chosen());
         // The toolkit gives the text as it shows, without the pattern.
         const QString shown = widget->selectedNameFilter();
         m_nFilterIndex = 0;

@@ -35,6 +35,9 @@ public:
     QLabel* Label() const { return m_label; }
     QModelIndex Directory() const { return m_model->index(m_model->rootPath()); }
     QModelIndex Selected() const; // an entry of the directory that shows, or none
+    const QString& Chosen() const { return m_chosen; }
+
+    void accept() override;
     QFileSystemModel* Model() const { return m_model; }
     QList<QAbstractItemView*> Views() const; // of the entries; they share their selection
 
@@ -46,6 +49,8 @@ private:
     CFileDialog* m_owner;
     QFileSystemModel* m_model;
     QLabel* m_label;
+    bool m_is_typed = false; // the name, since the last choice in the list
+    QString m_chosen;        // full path
 };
 
 class FileDialogPeer final : public WindowPeer

@@ -53,8 +53,11 @@ bool ClickFile(CFileDialog& dialog, int index, bool twice)
 
 void TypeFileName(CFileDialog& dialog, const CString& name)
 {
-    if (const FileDialogWidget* widget = FileDialogOf(&dialog))
-        widget->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(ToQString(name));
+    if (const FileDialogWidget* widget = FileDialogOf(&dialog)) {
+        auto* edit = widget->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+        edit->selectAll();
+        edit->insert(ToQString(name)); // as by keys
+    }
 }
 
 void ChooseFilter(CFileDialog& dialog, int index)

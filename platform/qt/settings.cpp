@@ -4,9 +4,11 @@
 #include "platform/profiletext.h"
 #include "platform/qt/peer.h"
 #include "platform/qt/services.h"
+#include "platform/viewedmark.h"
 
 #include <QIODevice>
 #include <QSettings>
+#include <QStandardPaths>
 
 CString g_settings_file;
 
@@ -35,10 +37,16 @@ bool Write(QIODevice& device, const QSettings::SettingsMap& map)
 QSettings OpenSettings(const CString& company)
 {
     static const QSettings::Format format = QSettings::registerFormat(QStringLiteral("ini"), Read, Write);
-    if (!g_settings_file.IsEmpty())
-        return QSettings(ToQString(g_settings_file), format);
-    return QSettings(format, QSettings::UserScope, ToQString(company),
-                     ToQString(AfxGetApp()->LoadString(AFX_IDS_APP_TITLE)));
+    const QString path = !g_settings_file.IsEmpty()
+                             ? ToQString(g_settings_file)
+                             : QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+                                   QLatin1Char('/') + ToQString(company) + QLatin1Char('/') +
+                                   ToQString(AfxGetApp()->LoadString(AFX_IDS_APP_TITLE)) +
+                                   QLatin1String(".ini");
+    // What is no file, as a FIFO, would be waited for: then there are no settings.
+    const FileStatus status = FileStatusOf(FromQString(path));
+    const bool is_usable = status.kind == FileStatus::Kind::none || status.IsFile();
+    return QSettings(is_usable ? path : QStringLiteral("/dev/null/none"), format);
 }
 
 QString ProfileKey(const char* section, const char* key)

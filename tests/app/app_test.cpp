@@ -203,7 +203,7 @@ private:
 TEST_F(App, OpenMultipleJoinsPagesToTheListAndMarksWhatIsShown)
 {
     const KeptMarks marks;
-    ThreePages();
+    const std::vector<CString> pages = ThreePages();
     Start();
     app->m_strPageDirectory = scratch.Path().c_str();
     app->m_strPageFilter = "*.tif";
@@ -225,11 +225,27 @@ TEST_F(App, OpenMultipleJoinsPagesToTheListAndMarksWhatIsShown)
     EXPECT_EQ(Title(), "first - LUMENTA");
     EXPECT_EQ(app->m_PageList.size(), 2U);
     EXPECT_TRUE(app->m_bMarkViewed);
+    choose({1});
+    EXPECT_EQ(listed, 2) << "those not viewed";
+    EXPECT_EQ(Title(), "second - LUMENTA");
+    const std::deque<CString> waiting{pages[2], pages[1]};
+    EXPECT_EQ(app->m_PageList, waiting) << "what was left stays ahead";
+    SetDialogHook([&](CDialog& dialog) {
+        ClickEntry(dialog, kTypeBox, 0);
+        ClickControl(dialog, kMarkViewedBox);
+        ClickEntry(dialog, kPageList, 0, false, true); // up
+        PressDialogKeys(dialog, {"Escape"});
+    });
+    PressAccelerator(*frame, "Ctrl+M");
+    EXPECT_EQ(app->m_PageList, waiting);
+    EXPECT_EQ(app->m_strPageDirectory, CString(scratch.Path() + "/"));
+    EXPECT_EQ(app->m_strPageFilter, "*.tif");
+    EXPECT_TRUE(app->m_bMarkViewed);
+    choose({});
+    EXPECT_EQ(listed, 1);
+    EXPECT_EQ(Title(), "third - LUMENTA");
     PressAccelerator(*frame, "Ctrl+Alt+N");
     EXPECT_EQ(Title(), "second - LUMENTA");
-    choose({});
-    EXPECT_EQ(listed, 1) << "those not viewed";
-    EXPECT_EQ(Title(), "third - LUMENTA");
     choose({});
     EXPECT_EQ(listed, 0);
     WritePage("first.tif", 210, 100); // rewritten by the line: new again

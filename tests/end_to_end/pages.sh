@@ -207,6 +207,9 @@ new_settings </dev/null
 rm "$settings_file"
 mkdir "$settings_file"
 good_run "a directory"
+rmdir "$settings_file"
+mkfifo "$settings_file"
+good_run "a pipe"
 if [[ $limited ]]; then
   for rights in 444 000; do
     new_settings <<<"[App]"

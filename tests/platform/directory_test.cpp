@@ -113,12 +113,18 @@ TEST(ListDirectory, FilesByPatternAndAllDirectories)
         }
     }
 
+    const std::string in_loop = elsewhere.File("loop/sub");
+    ASSERT_EQ(symlink("loop", elsewhere.File("loop").c_str()), 0);
     chmod(scratch.Path().c_str(), 0);
+    chmod(elsewhere.Path().c_str(), 0755);
     struct {
         const char* path;
         int error;
-    } const failures[] = {
-        {"/nonexistent/x", ENOENT}, {"", ENOENT}, {"/dev/null", ENOTDIR}, {scratch.Path().c_str(), EACCES}};
+    } const failures[] = {{"/nonexistent/x", ENOENT},
+                          {"", ENOENT},
+                          {"/dev/null", ENOTDIR},
+                          {in_loop.c_str(), ELOOP},
+                          {scratch.Path().c_str(), EACCES}};
     EXPECT_EQ(InChild([&]() -> std::string {
                   if (geteuid() == 0 && setuid(65534) != 0)
                       return "no other user";

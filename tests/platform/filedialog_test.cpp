@@ -154,6 +154,24 @@ TEST_F(FileDialogTest, OpensWhatIsChosen)
             << c.wanted;
         EXPECT_EQ(dialog.m_strFileName.View(), Path(c.wanted));
     }
+    // Names that a line of names would be read otherwise from.
+    const Lines odd{"a\"b.fax", "b.fax",   "\"c\".fax", " lead.fax",
+                    "~x.fax",   "[x].fax", "-.fax",     "two\nlines.fax"};
+    fs::create_directory(scratch.File("odd"));
+    for (const std::string& name : odd)
+        scratch.Write("odd/" + name, "x");
+    dialog.m_strInitialDir = scratch.File("odd");
+    for (const std::string& name : odd)
+        for (const bool twice : {false, true}) {
+            SCOPED_TRACE(name);
+            EXPECT_EQ(Show([&] {
+                          ASSERT_TRUE(WaitFor(odd)) << testing::PrintToString(Files());
+                          Click(name, twice);
+                          ClickFileButton(dialog, IDOK);
+                      }),
+                      IDOK);
+            EXPECT_EQ(dialog.m_strFileName.View(), scratch.File("odd/" + name));
+        }
 }
 
 // They come in batches. Not a byte of them is read: the time of the last access stays.

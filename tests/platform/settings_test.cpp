@@ -35,11 +35,12 @@ TEST_F(SettingsTest, WhatIsNotOursIsTextOrNothing)
     std::string deep = "deep=@Variant(";
     for (int i = 0; i < 50000; ++i)
         deep += "\\0\\0\\0\\x09\\0\\0\\0\\x01";
-    scratch.Write("settings.ini", "loose=1\n[S]\nword=many\nhuge=99999999999\nfraction=1.5\nlist=1, 2\n"
-                                  "point=@Point(1 2)\nempty=\nrubbish\n]=\n" +
-                                      deep +
-                                      ")\n;note=1\n number = 12 \r\ntwice=1\ntwice=2\nquoted=\"a\\\"b\\x\"\n"
-                                      "zero=a\\x00b\n[T]\nnumber=13");
+    scratch.Write("settings.ini",
+                  "\xef\xbb\xbfloose=1\n[S]\nword=many\nhuge=99999999999\nfraction=1.5\nlist=1, 2\n"
+                  "point=@Point(1 2)\nempty=\nrubbish\n]=\n" +
+                      deep +
+                      ")\n;note=1\n number = 12 \r\ntwice=1\ntwice=2\nquoted=\"a\\\"b\\x\"\n"
+                      "zero=a\\x00b\n[T]\nnumber=13");
     testing::internal::CaptureStderr();
     for (const char* key :
          {"word", "huge", "fraction", "list", "point", "empty", "rubbish", "deep", "note", "none"})
