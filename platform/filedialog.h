@@ -1,48 +1,51 @@
-// The dialog that asks for one file to open, with a line of text under its lists.
+// A dialog that asks for one file to open, with a line of text under its list.
 #pragma once
 
 #include "platform/wnd.h"
 
-constexpr UINT kFileDialogLabel = 1000;       // the line under the lists
-constexpr UINT kFileDialogFiles = 1120;       // files of the directory that shows
+constexpr UINT kFileDialogLabel = 1000;       // the line under the list
+constexpr UINT kFileDialogFiles = 1120;       // files of the directory that is shown
 constexpr UINT kFileDialogDirectories = 1121; // its sub-directories
-constexpr UINT CD_LBSELCHANGE = 0;            // code of a plain change of selection
+constexpr UINT CD_LBSELCHANGE = 0;            // notification code: the selection has changed
 
-// Lives on the stack of whoever shows it, any number of times. Files and directories share one list on the
-// screen; which of both an entry belongs to is told by what it is. Hidden names and special files are left
-// out.
+// The caller creates the dialog on its stack and may show it any number of times. Files and directories share
+// one list on the screen. Special files are not listed, and hidden names only if the user asks for them.
 class CFileDialog : public CWnd
 {
 public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
-    // filter: pairs "text|pattern|text|pattern||"; blanks round each are dropped, the text alone is shown.
-    // A pattern may be several, between semicolons; case does not count, and "*.*" matches every name. No
-    // pair at all shows every file.
+    // filter: pairs "text|pattern|text|pattern||"; blanks around each are dropped, and only the text is
+    // shown. A pattern may be several patterns with semicolons between them. Patterns ignore case, and "*.*"
+    // matches every name. A filter without pairs shows every file.
     explicit CFileDialog(const CString& filter);
     ~CFileDialog() override;
 
-    // Shows the dialog over the main window. IDOK: m_strFileName is the full path of a file that was there
-    // when it was chosen; IDCANCEL: it is empty; -1, and nothing changed: no toolkit, or open already.
+    // Shows the dialog. Returns IDOK: m_strFileName is the full path of a regular file that existed when it
+    // was chosen. IDCANCEL: m_strFileName is empty. -1: the dialog is open already, or there is no
+    // application to show it; nothing has changed.
     int DoModal();
     bool DestroyWindow() override; // ends it as cancelled
 
-    CString m_strInitialDir; // empty, or not there: the process's own
-    CString m_strFileName;   // out
-    // Of the pair, from 1. In: 0 and what is none leave the choice to the dialog, which takes the first. Out:
-    // the pair that showed at the end, however the dialog ended; 0 where there are none.
+    // The directory that is shown first, or the nearest existing directory above it. Empty: the working
+    // directory of the process.
+    CString m_strInitialDir;
+    CString m_strFileName; // out
+    // Number of the selected filter pair, from 1. In: 0 or out of range selects the first. Out: the pair that
+    // was selected when the dialog ended, after IDCANCEL too; 0 if the filter has no pairs.
     int m_nFilterIndex = 0;
 
-    // While it is open; else empty, -1 and no effect. `index` counts the entries as they show; it holds until
-    // the directory changes.
-    void SetDlgItemText(UINT id, const CString& text); // kFileDialogLabel alone
+    // These work only while the dialog is open. An index counts the entries in the order shown, and is valid
+    // until the directory changes.
+    void SetDlgItemText(UINT id, const CString& text); // id: only kFileDialogLabel
     CString GetDlgItemText(UINT id) const;
-    int GetCurSel(UINT list) const;        // -1: none of that list
-    CString GetEntryText(int index) const; // full path, empty for none
+    int GetCurSel(UINT list) const;        // -1: nothing in that list is selected
+    CString GetEntryText(int index) const; // full path; empty if there is no such entry
 
 protected:
-    // The selection of a list has become `index` (-1: none), or another directory shows (its list, -1).
+    // Called when entry `index` of a list is selected (-1: none), and with kFileDialogDirectories and -1 when
+    // another directory is shown.
     virtual void OnLBSelChangedNotify(UINT list, int index, UINT code);
 
 private:

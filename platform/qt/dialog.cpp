@@ -88,34 +88,6 @@ Widget* ControlOf(const CDialog* dialog, UINT id)
     return widget ? dynamic_cast<Widget*>(widget->Control(id)) : nullptr;
 }
 
-QWidget* ParentForDialog()
-{
-    if (QWidget* above = QApplication::activeModalWidget())
-        return above;
-    const CWnd* main = AfxGetMainWnd();
-    return main && main->Peer() && main->Peer()->Widget() ? main->Peer()->Widget()->window() : nullptr;
-}
-
-// Calls the hook from the dialog's loop, once the display shows the dialog and has given it the keys. A
-// script that leaves the dialog open has ended all the same.
-void RunHookWhenShown(DialogWidget* widget)
-{
-    auto* timer = new QTimer(widget);
-    QElapsedTimer since;
-    since.start();
-    QObject::connect(timer, &QTimer::timeout, widget, [widget = QPointer(widget), timer, since] {
-        const QWindow* window = widget->windowHandle();
-        const bool ready = window && window->isExposed() && widget->isActiveWindow();
-        if (!ready && since.elapsed() < kHookWaitMs)
-            return;
-        timer->stop();
-        if (widget->Owner())
-            g_dialog_hook(*widget->Owner());
-        if (widget && widget->Owner() && widget->isVisible())
-            widget->Owner()->EndDialog(IDCANCEL);
-    });
-    timer->start(0);
-}
 } // namespace
 
 QString Showable(QString text)
@@ -127,6 +99,33 @@ QString Showable(QString text)
             c = QChar(QChar::ReplacementCharacter);
     }
     return text;
+}
+
+QWidget* ParentForDialog()
+{
+    if (QWidget* above = QApplication::activeModalWidget())
+        return above;
+    const CWnd* main = AfxGetMainWnd();
+    return main && main->Peer() && main->Peer()->Widget() ? main->Peer()->Widget()->window() : nullptr;
+}
+
+void RunHookWhenShown(QDialog* dialog, std::function<void()> hook, std::function<void()> end)
+{
+    auto* timer = new QTimer(dialog);
+    QElapsedTimer since;
+    since.start();
+    QObject::connect(timer, &QTimer::timeout, dialog,
+                     [dialog = QPointer(dialog), hook = std::move(hook), end = std::move(end), timer, since] {
+                         const QWindow* window = dialog->windowHandle();
+                         const bool ready = window && window->isExposed() && dialog->isActiveWindow();
+                         if (!ready && since.elapsed() < kHookWaitMs)
+                             return;
+                         timer->stop();
+                         hook();
+                         if (dialog && dialog->isVisible())
+                             end();
+                     });
+    timer->start(0);
 }
 
 void NameModel::Set(std::vector<CString> names)
@@ -356,7 +355,8 @@ int CDialog::DoModal()
         widget->FirstControl()->setFocus();
     if (widget && !m_ended) {
         if (g_dialog_hook)
-            RunHookWhenShown(widget);
+            RunHookWhenShown(
+                widget, [this] { g_dialog_hook(*this); }, [this] { EndDialog(IDCANCEL); });
         widget->exec();
     }
     m_ended = true;

@@ -5,10 +5,11 @@
 #include "platform/qt/dialogpeer.h"
 #include "platform/qt/queue.h"
 #include "platform/qt/services.h"
+#include "platform/viewedmark.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QDialogButtonBox>
-#include <QElapsedTimer>
 #include <QGridLayout>
 #include <QHeaderView>
 #include <QLineEdit>
@@ -23,7 +24,6 @@ const CRuntimeClass CFileDialog::classRecord{"CFileDialog", &CWnd::classRecord, 
 
 namespace
 {
-constexpr int kHookWaitMs = 2000;
 constexpr int kDialogWidthChars = 110; // at first; the dialog can be resized
 constexpr int kPlacesWidthChars = 22;
 constexpr int kNameColumn = 0; // of the toolkit's list in detail
@@ -57,23 +57,19 @@ QStringList NameFilters(const CString& filter)
     return names;
 }
 
-// As the hook of other dialogs: from the loop, once the display shows the dialog and has given it the keys.
-void RunHookWhenShown(CFileDialog* owner, FileDialogWidget* widget)
+// The nearest existing directory: `path` or one above it. If there is none, the working directory.
+QString NearestDirectory(QString path)
 {
-    auto* timer = new QTimer(widget);
-    QElapsedTimer since;
-    since.start();
-    QObject::connect(timer, &QTimer::timeout, widget,
-                     [owner, widget = QPointer<FileDialogWidget>(widget), timer, since] {
-                         const bool ready = widget->isVisible() && widget->isActiveWindow();
-                         if (!ready && since.elapsed() < kHookWaitMs)
-                             return;
-                         timer->stop();
-                         g_file_dialog_hook(*owner);
-                         if (widget && widget->isVisible())
-                             widget->reject();
-                     });
-    timer->start(0);
+    while (!path.isEmpty() && !QDir(path).exists())
+        path.truncate(path.chopped(1).lastIndexOf(QLatin1Char('/')) + 1);
+    return path.isEmpty() ? QDir::currentPath() : path;
+}
+
+// The path without "." and "..", unless links make that another file.
+QString Cleaned(const QString& path)
+{
+    const QString clean = QDir::cleanPath(path);
+    return QFileInfo(clean).canonicalFilePath() == QFileInfo(path).canonicalFilePath() ? clean : path;
 }
 } // namespace
 
@@ -98,6 +94,7 @@ FileDialogWidget::FileDialogWidget(CFileDialog* owner, const CString& filter, St
     PlaceLabel();
     PlaceColumns();
     m_model = findChild<QFileSystemModel*>();
+    m_name = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
     connect(m_model, &QFileSystemModel::rootPathChanged, this,
             [this] { m_owner->OnLBSelChangedNotify(kFileDialogDirectories, -1, CD_LBSELCHANGE); });
     connect(Views().first()->selectionModel(), &QItemSelectionModel::selectionChanged, this,
@@ -108,12 +105,12 @@ FileDialogWidget::FileDialogWidget(CFileDialog* owner, const CString& filter, St
     }
     connect(Views().first()->selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this] { m_is_typed = false; });
-    if (auto* name = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))) {
-        connect(name, &QLineEdit::textEdited, this, [this] { m_is_typed = true; });
-        // The toolkit greys the button at the name of a file that the filter hides.
-        connect(name, &QLineEdit::textChanged, this, [this](const QString& text) {
+    if (m_name) {
+        connect(m_name, &QLineEdit::textEdited, this, [this] { m_is_typed = true; });
+        // Qt disables the button if the list does not show the named file.
+        connect(m_name, &QLineEdit::textChanged, this, [this] {
             if (auto* button = findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Open))
-                button->setEnabled(button->isEnabled() || QFileInfo(directory().filePath(text)).isFile());
+                button->setEnabled(button->isEnabled() || !Named().isEmpty());
         });
     }
 }
@@ -169,7 +166,7 @@ void FileDialogWidget::PlaceColumns()
     }
 }
 
-// The one that was chosen, not what the toolkit takes the quotation marks in its name for.
+// The entry itself: Qt goes by the text of the name, and would read quotation marks in it as separators.
 QModelIndex FileDialogWidget::Selected() const
 {
     const QModelIndex directory = Directory();
@@ -183,14 +180,36 @@ QModelIndex FileDialogWidget::Selected() const
     return {};
 }
 
+// A file whose name really has quotation marks or begins with "~/" comes first.
+QString FileDialogWidget::Named() const
+{
+    const QString text = m_name ? m_name->text() : QString();
+    QStringList forms{text};
+    if (text.size() > 2 && text.startsWith(QLatin1Char('"')) && text.endsWith(QLatin1Char('"')))
+        forms << text.mid(1, text.size() - 2);
+    if (text.startsWith(QLatin1String("~/")))
+        forms << QDir::homePath() + text.mid(1);
+    for (const QString& form : forms)
+        if (const QString path = directory().absoluteFilePath(form);
+            !form.isEmpty() && QFileInfo::exists(path))
+            return path;
+    return {};
+}
+
 void FileDialogWidget::accept()
 {
     const QModelIndex selected = Selected();
-    if (!m_is_typed && selected.isValid() && QFileInfo(m_model->filePath(selected)).isFile()) {
-        m_chosen = m_model->filePath(selected);
-        done(Accepted);
+    const QString wanted = !m_is_typed && selected.isValid() ? m_model->filePath(selected) : Named();
+    const FileStatus status = FileStatusOf(FromQString(wanted));
+    if (status.kind != FileStatus::Kind::none && !status.IsDirectory()) {
+        if (status.IsFile()) { // the dialog stays open for a device or another special file
+            m_chosen = Cleaned(wanted);
+            done(Accepted);
+        }
         return;
     }
+    if (m_is_typed) // else Qt would take the selected entry
+        Views().first()->selectionModel()->clearSelection();
     QFileDialog::accept();
     if (result() == Accepted)
         m_chosen = selectedFiles().value(0);
@@ -213,29 +232,24 @@ int CFileDialog::DoModal()
     if (IsWindow() || !qApp)
         return -1;
     const ModalScope modal;
-    const CWnd* main = AfxGetMainWnd();
     m_strFileName.Empty();
-    m_peer = std::make_unique<FileDialogPeer>(
-        this, m_filter,
-        main && main->Peer() && main->Peer()->Widget() ? main->Peer()->Widget()->window() : nullptr);
+    m_peer = std::make_unique<FileDialogPeer>(this, m_filter, ParentForDialog());
     const QPointer<FileDialogWidget> widget = FileDialogOf(this);
-    const QStringList filters = widget->nameFilters();
-    if (m_nFilterIndex > 0 && m_nFilterIndex <= filters.size())
-        widget->selectNameFilter(filters[m_nFilterIndex - 1]);
-    const QString start = ToQString(m_strInitialDir);
-    widget->setDirectory(!start.isEmpty() && QDir(start).exists() ? start : QDir::currentPath());
+    // By number, because two pairs may have the same text.
+    const QPointer<QComboBox> filters = widget->findChild<QComboBox*>(QStringLiteral("fileTypeCombo"));
+    if (filters && m_nFilterIndex > 0 && m_nFilterIndex <= filters->count()) {
+        filters->setCurrentIndex(m_nFilterIndex - 1);
+        emit filters->activated(m_nFilterIndex - 1); // as if the user had chosen it
+    }
+    widget->setDirectory(NearestDirectory(ToQString(m_strInitialDir)));
     if (g_file_dialog_hook)
-        RunHookWhenShown(this, widget);
+        RunHookWhenShown(
+            widget, [this] { g_file_dialog_hook(*this); }, [widget] { widget->reject(); });
     const bool accepted = widget->exec() == QDialog::Accepted;
     if (widget) {
         if (accepted)
             m_strFileName = FromQString(widget->Chosen());
-        // The toolkit gives the text as it shows, without the pattern.
-        const QString shown = widget->selectedNameFilter();
-        m_nFilterIndex = 0;
-        for (int i = 0; i < filters.size() && m_nFilterIndex == 0 && !m_filter.IsEmpty(); ++i)
-            if (filters[i] == shown || filters[i].startsWith(shown + QLatin1String(" (")))
-                m_nFilterIndex = i + 1;
+        m_nFilterIndex = filters && !NameFilters(m_filter).isEmpty() ? filters->currentIndex() + 1 : 0;
     }
     Queue::Get().Forget(this);
     m_peer.reset();

@@ -45,11 +45,13 @@ private:
     void PlaceLabel();
     void PlaceColumns();
     void SelectionChanged();
+    QString Named() const; // full path of the existing file or directory that the name field names, or empty
 
     CFileDialog* m_owner;
     QFileSystemModel* m_model;
     QLabel* m_label;
-    bool m_is_typed = false; // the name, since the last choice in the list
+    QLineEdit* m_name = nullptr;
+    bool m_is_typed = false; // the user has edited the name since the last choice in the list
     QString m_chosen;        // full path
 };
 

@@ -55,8 +55,9 @@ void TypeFileName(CFileDialog& dialog, const CString& name)
 {
     if (const FileDialogWidget* widget = FileDialogOf(&dialog)) {
         auto* edit = widget->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+        edit->setFocus();
         edit->selectAll();
-        edit->insert(ToQString(name)); // as by keys
+        edit->insert(ToQString(name)); // as if typed
     }
 }
 

@@ -72,7 +72,7 @@ protected:
     std::string Path(const char* name) const { return scratch.File(name); }
 
     ScratchDirectory scratch;
-    NotingDialog dialog{" Fax *.fax | *.fax | Low | *.low;*.none | All | *.* ||"};
+    NotingDialog dialog{" Fax *.fax | *.fax | Low | *.low;*.none | All | *.* | Low | *.low ||"};
 };
 
 TEST_F(FileDialogTest, FiltersListAndGoBack)
@@ -85,8 +85,10 @@ TEST_F(FileDialogTest, FiltersListAndGoBack)
     } cases[] = {
         {0, 0, 1, {"sub", "a.fax", "B.FAX"}},
         {2, 0, 2, {"sub", "c.low"}},
+        {4, 0, 4, {"sub", "c.low"}}, // the same text as the second
         {9, 3, 3, {"sub", "a.fax", "B.FAX", "c.low", "bare"}},
     };
+    dialog.m_strInitialDir = Path("gone/deeper/"); // shows the nearest directory above
     for (const auto& c : cases) {
         dialog.m_nFilterIndex = c.index_in;
         dialog.m_strFileName = "old";
@@ -95,7 +97,7 @@ TEST_F(FileDialogTest, FiltersListAndGoBack)
                           ChooseFilter(dialog, c.chosen);
                       EXPECT_TRUE(WaitFor(c.shown)) << testing::PrintToString(Files());
                       const std::vector<CString> lines = DescribeFileDialog(dialog);
-                      ASSERT_EQ(lines.size(), 4U);
+                      ASSERT_EQ(lines.size(), 5U);
                       EXPECT_EQ(lines[0], "Open");
                       EXPECT_EQ(lines[1], c.index_out == 1 ? "> Fax *.fax" : "  Fax *.fax");
                       EXPECT_EQ(dialog.DoModal(), -1);
@@ -140,7 +142,10 @@ TEST_F(FileDialogTest, OpensWhatIsChosen)
     const struct {
         const char* typed; // null: clicked
         const char* wanted;
-    } cases[] = {{"c.low", "c.low"}, {"sub/inner.fax", "sub/inner.fax"}, {nullptr, "B.FAX"}};
+    } cases[] = {{"c.low", "c.low"},        {"\"c.low\"", "c.low"},
+                 {"q\"c.low", "q\"c.low"},  {"sub/inner.fax", "sub/inner.fax"},
+                 {"sub/../c.low", "c.low"}, {nullptr, "B.FAX"}};
+    scratch.Write("q\"c.low", "x");
     for (const auto& c : cases) {
         EXPECT_EQ(Show([&] {
                       ASSERT_TRUE(WaitFor({"sub", "a.fax", "B.FAX"}));
@@ -154,7 +159,22 @@ TEST_F(FileDialogTest, OpensWhatIsChosen)
             << c.wanted;
         EXPECT_EQ(dialog.m_strFileName.View(), Path(c.wanted));
     }
-    // Names that a line of names would be read otherwise from.
+    // A typed name counts more than an older selection. A device or a directory does not end the dialog.
+    EXPECT_EQ(Show([&] {
+                  ASSERT_TRUE(WaitFor({"sub", "a.fax", "B.FAX"}));
+                  Click("a.fax");
+                  TypeFileName(dialog, "/dev/null");
+                  ClickFileButton(dialog, IDOK);
+                  Click("a.fax");
+                  Click("sub");
+                  ClickFileButton(dialog, IDOK);
+                  ASSERT_TRUE(WaitFor({"inner.fax"}));
+                  TypeFileName(dialog, "../c.low");
+                  ClickFileButton(dialog, IDOK);
+              }),
+              IDOK);
+    EXPECT_EQ(dialog.m_strFileName.View(), Path("c.low"));
+    // Names that Qt would read differently in a line of names.
     const Lines odd{"a\"b.fax", "b.fax",   "\"c\".fax", " lead.fax",
                     "~x.fax",   "[x].fax", "-.fax",     "two\nlines.fax"};
     fs::create_directory(scratch.File("odd"));
