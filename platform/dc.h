@@ -153,7 +153,8 @@ private:
     int m_stretch_mode = COLORONCOLOR;
 };
 
-// The invalid part of a window, for the time of a paint. Its end fills what was not drawn with white.
+// The invalid part of a window, for the time of a paint. At its end the pixels that were not drawn become
+// white inside the window's picture and the background grey outside it.
 class CPaintDC : public CDC
 {
 public:

@@ -76,6 +76,7 @@ struct GrabbedPixels {
     }
 };
 GrabbedPixels GrabWindow(CWnd& window);
+COLORREF BackgroundOf(const CWnd& window); // the grey outside a view's picture
 
 // Real toolkit events at a window, in device pixels of its client area.
 enum class TestKey { left, right, up, down, pageUp, pageDown, home, end, escape };

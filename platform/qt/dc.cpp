@@ -9,7 +9,6 @@
 #include <QGuiApplication>
 #include <QPointer>
 #include <QScreen>
-#include <algorithm>
 
 namespace
 {
@@ -83,18 +82,10 @@ public:
         });
     }
 
-    // What nobody drew is white.
     void FillRest()
     {
-        if (!Alive())
-            return;
-        const QPoint move = m_view->MovedSince(m_start);
-        const PixelBuffer buffer = m_view->Pixels();
-        const QRegion rest = (m_clip - m_drawn).translated(move) & QRect(0, 0, buffer.width, buffer.height);
-        for (const QRect& rect : rest)
-            for (int y = rect.top(); y <= rect.bottom(); ++y)
-                std::fill_n(buffer.Row(y) + rect.left(), rect.width(), kWhite);
-        m_view->Changed(rest);
+        if (Alive())
+            m_view->FillUndrawn((m_clip - m_drawn).translated(m_view->MovedSince(m_start)));
     }
 
 private:

@@ -34,11 +34,13 @@ public:
 // Logical units to device pixels, halves up, as the toolkit places its widgets.
 int ToDevicePixels(double logical, double ratio);
 
+class PaneWidget;
+
 // The client area of a view: a buffer of device pixels that paints fill and the toolkit's paint event copies.
 class ViewWidget : public QWidget
 {
 public:
-    explicit ViewWidget(CView* owner, QWidget* parent);
+    ViewWidget(CView* owner, PaneWidget* pane);
     ~ViewWidget() override;
 
     void Detach();
@@ -49,6 +51,9 @@ public:
     int ClientHeight() const { return m_client.height(); }
     PixelBuffer Pixels();
     QImage& Buffer();
+    // Fills pixels that no paint has drawn: white inside the picture, the background grey outside it.
+    void FillUndrawn(const QRegion& region);
+    QRgb Background() const { return m_background; }
 
     void Invalidate(const CRect& rect);
     void Scroll(int dx, int dy);
@@ -78,13 +83,17 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
+    void FillUndrawn(QImage& image, const QRegion& region) const;
     void SendMouse(UINT message, QMouseEvent* event);
     bool PointerMessage(UINT message, WPARAM flags, CPoint point);
 
     CView* m_owner;
-    QSize m_client{0, 0}; // device pixels, at
+    const PaneWidget* m_pane; // the parent
+    QRgb m_background;        // outside the picture
+    QSize m_client{0, 0};     // device pixels, at
     double m_ratio = 1;
     QImage m_buffer;    // of that size once it is looked at
     QSize m_kept{0, 0}; // what of it still belongs to the picture
@@ -105,6 +114,7 @@ public:
 
     ViewWidget* View() const { return m_view; }
     void SetPicture(CSize total, CSize page, CSize line);
+    QRect Picture() const; // the whole picture in pixels of the view; empty if there is none
     int Range(int bar) const { return m_range[bar]; }
     int Position(int bar) const { return m_position[bar]; }
     void SetPosition(int bar, int position);

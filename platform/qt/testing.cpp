@@ -124,6 +124,12 @@ GrabbedPixels GrabWindow(CWnd& window)
     return grabbed;
 }
 
+COLORREF BackgroundOf(const CWnd& window)
+{
+    const ViewWidget* view = ViewOf(&window);
+    return view ? view->Background() : 0;
+}
+
 namespace
 {
 int ToQtKey(TestKey key)

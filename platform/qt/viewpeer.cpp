@@ -24,6 +24,20 @@ constexpr int kWheelStep = 48;   // device pixels a notch
 constexpr int kWheelNotch = 120; // what the toolkit counts a notch as
 
 QPointer<ViewWidget> g_pointer_view; // whose pointer message is being handled
+
+// A grey of the desktop's palette from which both white and black paper stand out. In a dark palette the
+// first two are nearly black.
+QRgb BackgroundFrom(const QPalette& palette)
+{
+    constexpr int kLeastContrast = 48;
+    for (const QPalette::ColorRole role :
+         {QPalette::Mid, QPalette::Dark, QPalette::Midlight, QPalette::Light}) {
+        const int grey = qGray(palette.color(QPalette::Active, role).rgb());
+        if (grey >= kLeastContrast && grey <= 255 - kLeastContrast)
+            return qRgb(grey, grey, grey);
+    }
+    return qRgb(128, 128, 128);
+}
 } // namespace
 
 WindowPeer::~WindowPeer() = default;
@@ -64,7 +78,8 @@ CString FromQString(const QString& text)
     return CString{text.toStdString()};
 }
 
-ViewWidget::ViewWidget(CView* owner, QWidget* parent) : QWidget(parent), m_owner(owner)
+ViewWidget::ViewWidget(CView* owner, PaneWidget* pane)
+    : QWidget(pane), m_owner(owner), m_pane(pane), m_background(BackgroundFrom(palette()))
 {
     static std::once_flag once;
     std::call_once(once, [] { QAccessible::installFactory(MakeAccessible); });
@@ -115,12 +130,43 @@ QImage& ViewWidget::Buffer()
         const int kept = y < m_kept.height() ? m_kept.width() : 0;
         if (kept > 0)
             std::memcpy(row, m_buffer.constScanLine(y), static_cast<size_t>(kept) * sizeof *row);
-        std::fill(row + kept, row + fresh.width(), kWhite);
     }
+    FillUndrawn(fresh, QRegion(fresh.rect()) - QRect(QPoint(0, 0), m_kept));
     fresh.setDevicePixelRatio(m_ratio);
     m_buffer = std::move(fresh);
     m_kept = m_buffer.size(); // nothing where memory was short
     return m_buffer;
+}
+
+void ViewWidget::FillUndrawn(QImage& image, const QRegion& region) const
+{
+    const QRect picture = m_pane->Picture();
+    const auto fill = [&image](const QRegion& part, QRgb color) {
+        for (const QRect& rect : part)
+            for (int y = rect.top(); y <= rect.bottom(); ++y)
+                std::fill_n(reinterpret_cast<QRgb*>(image.scanLine(y)) + rect.left(), rect.width(), color);
+    };
+    fill(region & picture, kWhite);
+    fill(region - picture, m_background);
+}
+
+void ViewWidget::FillUndrawn(const QRegion& region)
+{
+    QImage& buffer = Buffer();
+    const QRegion shown = region & buffer.rect();
+    FillUndrawn(buffer, shown);
+    Changed(shown);
+}
+
+void ViewWidget::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    const QRgb background = BackgroundFrom(palette());
+    if (background == m_background)
+        return;
+    m_background = background;
+    m_invalid += QRegion(QRect(QPoint(0, 0), m_client)) - m_pane->Picture();
+    Queue::Get().AddDirty(this);
 }
 
 bool ViewWidget::FitBuffer()
@@ -411,6 +457,11 @@ void PaneWidget::SetPicture(CSize total, CSize page, CSize line)
     m_page = page;
     m_line = line;
     Relayout();
+}
+
+QRect PaneWidget::Picture() const
+{
+    return {-m_position[SB_HORZ], -m_position[SB_VERT], m_total.cx, m_total.cy};
 }
 
 void PaneWidget::resizeEvent(QResizeEvent*)

@@ -48,11 +48,13 @@ protected:
             for (int x = 0; x < shown.width; ++x) {
                 const int column = position.x + x;
                 const int line = position.y + y;
-                COLORREF want = kWhite;
-                if (column < page.width / scale && line < std::min(page.height / scale, lines))
-                    want = Grey(255U - ReducedValue(column, line, scale, [this](int at_x, int at_y) {
-                                    return IsOne(at_x, at_y);
-                                }));
+                COLORREF want = BackgroundOf(scaled);
+                if (column < page.width / scale && line < page.height / scale)
+                    want = line < lines
+                               ? Grey(255U -
+                                      ReducedValue(column, line, scale,
+                                                   [this](int at_x, int at_y) { return IsOne(at_x, at_y); }))
+                               : kWhite;
                 if (shown.At(x, y) != want)
                     return "at " + std::to_string(x) + "," + std::to_string(y);
             }

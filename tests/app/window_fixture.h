@@ -86,7 +86,8 @@ protected:
 
     bool IsOne(int x, int y) const { return (page.row(y)[x / 8] << x % 8 & 0x80) != 0; }
 
-    // The first differing pixel, or an empty text: one page pixel a device pixel, white beyond the page.
+    // The first differing pixel, or an empty text: one page pixel a device pixel, the
+    // background grey beyond the page.
     std::string ScreenDiffersFromPage()
     {
         const GrabbedPixels shown = GrabWindow(*view);
@@ -98,8 +99,10 @@ protected:
             for (int x = 0; x < shown.width; ++x) {
                 const int page_x = position.x + x;
                 const int page_y = position.y + y;
-                const bool black = page_x < page.width && page_y < page.height && IsOne(page_x, page_y);
-                if (shown.At(x, y) != (black ? kBlack : kWhite))
+                COLORREF want = BackgroundOf(*view);
+                if (page_x < page.width && page_y < page.height)
+                    want = IsOne(page_x, page_y) ? kBlack : kWhite;
+                if (shown.At(x, y) != want)
                     return "at " + std::to_string(x) + "," + std::to_string(y);
             }
         return {};

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QMessageBox>
+#include <QPalette>
 #include <QScreen>
 #include <QTimer>
 
@@ -31,6 +32,25 @@ void PumpRounds()
 {
     for (int i = 0; i < 100; ++i)
         QCoreApplication::processEvents();
+}
+
+PaletteForTest::PaletteForTest(unsigned mid, unsigned dark, unsigned midlight, unsigned light)
+{
+    const auto grey = [](unsigned value) {
+        return QColor::fromRgb(
+            qRgb(static_cast<int>(value), static_cast<int>(value), static_cast<int>(value)));
+    };
+    QPalette palette = QApplication::palette();
+    palette.setColor(QPalette::Mid, grey(mid));
+    palette.setColor(QPalette::Dark, grey(dark));
+    palette.setColor(QPalette::Midlight, grey(midlight));
+    palette.setColor(QPalette::Light, grey(light));
+    QApplication::setPalette(palette);
+}
+
+PaletteForTest::~PaletteForTest()
+{
+    QApplication::setPalette(QPalette());
 }
 
 double ScreenRatio()

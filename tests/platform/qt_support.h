@@ -14,3 +14,13 @@ void InNextBox(std::function<void()> function, std::string* text = nullptr);
 void PumpRounds();
 
 double ScreenRatio();
+
+// Gives the desktop's palette these greys for as long as it lives.
+class PaletteForTest
+{
+public:
+    PaletteForTest(unsigned mid, unsigned dark, unsigned midlight, unsigned light);
+    ~PaletteForTest();
+    PaletteForTest(const PaletteForTest&) = delete;
+    PaletteForTest& operator=(const PaletteForTest&) = delete;
+};

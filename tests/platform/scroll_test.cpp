@@ -84,7 +84,7 @@ TEST_F(ScrollTest, ThePositionIsPulledAlong)
     EXPECT_EQ(view->GetScrollPosition(), End());
     EXPECT_EQ(End().x, 701 - view->GetClientRect().right);
     ExpectShown(view);
-    view->ShowPage(TestPage::Random(60, 50)); // bars gone, white where the page was
+    view->ShowPage(TestPage::Random(60, 50)); // bars gone, grey where the page was
     EXPECT_EQ(view->GetScrollPosition(), (CPoint{0, 0}));
     ExpectShown(view);
 }
@@ -231,13 +231,37 @@ TEST_F(ScrollTest, APaintMayScrollAndResizeInItsMidst)
     }
 }
 
-TEST_F(ScrollTest, WhatNobodyDrawsIsWhite)
+TEST_F(ScrollTest, WhatNobodyDrawsIsWhiteInsideThePictureAndGreyOutside)
 {
     view->ShowPage(TestPage{3000, 3000}); // black
     Settle();
     view->page = TestPage{37, 21};
     view->Invalidate();
     ExpectShown(view);
+    view->SetScrollSizes(MM_TEXT, {0, 0}, {1, 1}, {1, 1}); // no picture
+    view->page = TestPage{};
+    view->Invalidate();
+    ExpectShown(view);
+    // Pixels that a larger window adds are filled before any paint: a box holds the paints back.
+    view->SetScrollSizes(MM_TEXT, {450, 3000}, {1, 1}, {1, 1});
+    ResizeFrame(*frame, {300, 250});
+    Settle();
+    view->draw = [&](CDC*, const CRect&) {
+        view->draw = nullptr;
+        InNextBox([&] {
+            frame->MoveWindow({0, 0, 700, 400});
+            ASSERT_TRUE(PumpUntil([&] { return view->GetClientRect().right > 500; }));
+            PumpRounds();
+            const GrabbedPixels shown = GrabWindow(*view);
+            for (int x = 300; x < 500; ++x)
+                ASSERT_EQ(shown.At(x, 10), x < 450 ? kWhite : BackgroundOf(*view)) << x;
+        });
+        AfxMessageBox("text");
+    };
+    view->Invalidate();
+    ASSERT_TRUE(PumpUntil([&] { return !view->draw; }));
+    ExpectShown(view);
+    view->SetScrollSizes(MM_TEXT, {3000, 3000}, {1, 1}, {1, 1});
     view->page = TestPage{3000, 3000};
     view->Invalidate();
     Settle();
@@ -248,6 +272,25 @@ TEST_F(ScrollTest, WhatNobodyDrawsIsWhite)
     for (int y = 0; y < 12; ++y)
         for (int x = 0; x < 12; ++x)
             EXPECT_EQ(shown.At(x, y), x >= 5 && x < 7 && y >= 6 && y < 9 ? kWhite : kBlack) << x << "," << y;
+}
+
+TEST_F(ScrollTest, TheBackgroundFollowsThePaletteAndStandsOutFromThePage)
+{
+    const struct {
+        unsigned mid, dark, midlight, light, want;
+    } cases[] = {
+        {0xb8, 0x80, 0xd0, 0xff, 0xb8}, {0xf8, 0x80, 0xfb, 0xff, 0x80}, // Mid is nearly white
+        {0x08, 0x50, 0x20, 0x40, 0x50},                                 // Mid is nearly black
+        {0x23, 0x1a, 0x42, 0x50, 0x42},                                 // a dark desktop
+        {0x00, 0x00, 0x00, 0xff, 0x80},                                 // high contrast
+    };
+    view->ShowPage(TestPage::Random(60, 50));
+    Settle();
+    for (const auto& c : cases) {
+        const PaletteForTest palette{c.mid, c.dark, c.midlight, c.light};
+        ASSERT_TRUE(PumpUntil([&] { return BackgroundOf(*view) == Grey(c.want); })) << std::hex << c.want;
+        ExpectShown(view);
+    }
 }
 
 TEST_F(ScrollTest, AContextOutsideOfAPaintReachesTheScreen)

@@ -211,13 +211,17 @@ void WindowTest::ExpectShown(TestView* view)
     // Where the ratio is no whole number the screen may lack the last pixel of a window.
     ASSERT_GE(shown.width, client.right - 1);
     ASSERT_GE(shown.height, client.bottom - 1);
+    const CSize total = view->GetTotalSize();
     int wrong = 0;
     for (int y = 0; y < std::min(shown.height, client.bottom); ++y)
-        for (int x = 0; x < std::min(shown.width, client.right); ++x)
-            if (shown.At(x, y) != (view->page.White(x + position.x, y + position.y) ? kWhite : kBlack) &&
-                wrong++ < 3)
+        for (int x = 0; x < std::min(shown.width, client.right); ++x) {
+            COLORREF want = BackgroundOf(*view);
+            if (x + position.x < total.cx && y + position.y < total.cy)
+                want = view->page.White(x + position.x, y + position.y) ? kWhite : kBlack;
+            if (shown.At(x, y) != want && wrong++ < 3)
                 ADD_FAILURE() << "wrong pixel " << x << "," << y << " at position " << position.x << ","
                               << position.y;
+        }
     ASSERT_EQ(wrong, 0);
 }
 

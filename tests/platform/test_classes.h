@@ -117,7 +117,7 @@ protected:
     void SetUp() override;
     void TearDown() override; // wants every object gone
     TestFrame* MakeFurtherFrame(const char* name);
-    // What the window shows is the page at the scroll position, white beside it.
+    // Whether the window shows the page at the scroll position and the background grey outside its picture.
     static void ExpectShown(TestView* view);
     std::vector<std::string> Settle();
 
