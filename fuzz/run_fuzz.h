@@ -29,6 +29,7 @@ struct Codec {
 struct Decoded {
     std::vector<uint8_t> rows;
     std::string error;
+    int32_t suspicious[3] = {}; // first row by reason
     friend bool operator==(const Decoded&, const Decoded&) = default;
 };
 
@@ -58,6 +59,8 @@ inline Decoded Decode(const Codec& codec, RowLoop* loop, std::span<const uint8_t
             break;
         done += got;
     }
+    for (int reason = 0; reason < 3; ++reason)
+        decoded.suspicious[reason] = Uncomp_First_Suspicious_Row(frame, 1 << reason);
     if (Uncomp_Error_String(frame))
         decoded.error = Uncomp_Error_String(frame);
     Uncomp_Free(frame);

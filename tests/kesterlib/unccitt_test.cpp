@@ -29,7 +29,8 @@ using test_support::ChunkBlock;
 
 struct Reference {
     std::vector<Bytes> rows;
-    bool overrun = false; // a row with more runs than it has pixels
+    bool overrun = false;             // a row with more runs than it has pixels
+    int suspicious[3] = {-1, -1, -1}; // first row by reason: decreasing, past the width, used filler
 };
 
 class SlowGroup4
@@ -52,11 +53,16 @@ public:
         for (int y = 0; y < rows; ++y) {
             Bytes row(static_cast<size_t>((m_width + 7) / 8));
             if (!ended) {
+                m_reasons = 0;
                 const int what = Row();
+                m_reasons |= m_position > m_stream.size() * 8 ? UNCOMP_FILLER : 0;
                 result.overrun = what == kOverrun;
                 if (what == kBad || what == kOverrun)
                     return result;
                 ended = what == kEnd;
+                for (int reason = 0; reason < 3; ++reason)
+                    if (m_reasons >> reason & 1 && result.suspicious[reason] < 0)
+                        result.suspicious[reason] = y;
             }
             if (!ended)
                 for (size_t i = 1; i + 1 < m_above.size() && m_above[i] < m_width; i += 2)
@@ -157,6 +163,9 @@ private:
             r = r == 0 ? 1 : r - 1;
             white = !white;
         }
+        m_reasons |= std::is_sorted(list.begin(), list.end()) ? 0 : UNCOMP_DECREASING;
+        const auto end = std::find_if(list.begin(), list.end(), [&](int at) { return at >= m_width; });
+        m_reasons |= end == list.end() || *end == m_width ? 0 : UNCOMP_PAST_WIDTH;
         int kept = 0;
         while (static_cast<size_t>(kept) + 1 < list.size() &&
                list[list.size() - 1 - static_cast<size_t>(kept)] >= m_width)
@@ -170,6 +179,7 @@ private:
     const Bytes& m_stream;
     const int m_width;
     size_t m_position = 0; // in bits
+    int m_reasons = 0;     // to doubt the row at hand
     std::vector<int> m_above;
     std::map<std::string, int> m_white, m_black;
 };
@@ -221,6 +231,9 @@ void ExpectAsReference(const Bytes& stream, int width, int rows, const Reference
         EXPECT_EQ(frame->rows_done, static_cast<int>(delivered));
         EXPECT_EQ(std::string(Uncomp_Error_String(frame) ? Uncomp_Error_String(frame) : ""),
                   want.overrun ? kesterlib::kTooManyRunsAllocated : "");
+        for (int reason = 0; reason < 3; ++reason)
+            EXPECT_EQ(Uncomp_First_Suspicious_Row(frame, 1 << reason), want.suspicious[reason])
+                << "reason " << reason;
         Uncomp_Free(frame);
         block.Dispose();
         EXPECT_EQ(block.messages, "");
@@ -406,13 +419,25 @@ TEST(Unccitt, KnowsWhatEndsARowAndAPage)
         const char* bits;        // a page 8 pixels wide; "end" is the end of line code
         std::vector<Bytes> rows; // wanted of three
         bool overrun = false;
+        std::vector<int> suspicious = {-1, -1, -1};
     } cases[] = {
         {"white rows", "1 1 1 end", {{0}, {0}, {0}}},
         {"the end in the first row", "end", {{0}, {0}, {0}}},
         {"and in the middle of one: its runs stay unpainted", "001 1000 11 end", {{0}, {0}, {0}}},
         {"a white run of 0", "001 00110101 10 1 111 end", {{0xE0}, {0xE0}, {0}}},
         {"a pass to the end of the row", "001 0111 11 1 0001 1 end", {{0x30}, {0}, {0}}},
-        {"runs beyond the row", "001 1000 0000001111 0000110111 11 end", {{0x1F}, {0x1F}, {0}}},
+        {"runs beyond the row",
+         "001 1000 0000001111 0000110111 11 end",
+         {{0x1F}, {0x1F}, {0}},
+         false,
+         {-1, 0, -1}},
+        {"a transition left of the one before",
+         "001 1000 11 1 1 0000010 1 1 1 end",
+         {{0x18}, {0x18}, {0}},
+         false,
+         {1, -1, -1}},
+        {"a row that filler completes", "1 001 1000", {{0}, {0x1C}}, false, {-1, 1, 1}},
+        {"an end code whose last bit is filler", "1 0001 00000000000", {{0}, {0}, {0}}, false, {-1, -1, 2}},
         {"an extension code", "1 0000001111", {{0}}},
         {"left of the row", "001 00110101 010 1 010", {{0x80}}},
         {"no run code", "1 001 000000001111", {{0}}},
@@ -429,6 +454,7 @@ TEST(Unccitt, KnowsWhatEndsARowAndAPage)
         const Reference reference = SlowGroup4(stream, 8).Decode(3);
         EXPECT_EQ(reference.rows, one.rows);
         EXPECT_EQ(reference.overrun, one.overrun);
+        EXPECT_EQ(std::vector<int>(reference.suspicious, reference.suspicious + 3), one.suspicious);
         ExpectAsReference(stream, 8, 3, reference);
     }
 }

@@ -105,6 +105,8 @@ void ExpectAsReference(const Road& road, const Bytes& stream, const Page& page, 
     EXPECT_EQ(delivered, want.rows.size());
     EXPECT_EQ(frame->rows_done, static_cast<int>(delivered));
     EXPECT_EQ(std::string(Uncomp_Error_String(frame) ? Uncomp_Error_String(frame) : ""), want.error);
+    EXPECT_EQ(Uncomp_First_Suspicious_Row(frame, UNCOMP_DECREASING), want.decreasing);
+    EXPECT_EQ(Uncomp_First_Suspicious_Row(frame, UNCOMP_FILLER), want.filler);
     Uncomp_Free(frame);
     block.Dispose();
     EXPECT_EQ(block.messages, "") << "memory stays behind";

@@ -50,6 +50,7 @@ public:
     }
     void to_byte_end() { m_position = (m_position + 7) / 8 * 8; }
     std::size_t bytes() const { return (m_position + 7) / 8; }
+    bool past_the_end() const { return bytes() > m_bytes.size(); }
 
 private:
     std::span<const uint8_t> m_bytes;
@@ -191,6 +192,10 @@ SqzReference DecodeSqueeze(std::span<const uint8_t> stream, int width, int row_b
             if (bits.next() == 0) {
                 ++result.coded_rows;
                 above = decode_coded_row(bits, above, length, result);
+                if (result.decreasing < 0 && !std::is_sorted(above.begin(), above.end()))
+                    result.decreasing = y;
+                if (result.filler < 0 && bits.past_the_end())
+                    result.filler = y;
                 result.rows.push_back(paint(above, width, row_bytes));
                 continue;
             }
@@ -200,6 +205,8 @@ SqzReference DecodeSqueeze(std::span<const uint8_t> stream, int width, int row_b
             std::vector<uint8_t> row(static_cast<std::size_t>(row_bytes));
             std::generate(row.begin(), row.end(), [&bits] { return static_cast<uint8_t>(bits.next(8)); });
             above = list_of_pixels(row.data(), length);
+            if (result.filler < 0 && bits.past_the_end())
+                result.filler = y;
             result.rows.push_back(std::move(row));
         }
     } catch (const Failure& failure) {

@@ -14,6 +14,7 @@ namespace test_support
 struct SqzReference {
     std::vector<std::vector<uint8_t>> rows; // row_bytes each; those before the failure
     std::string error;                      // empty when all rows came
+    int decreasing = -1, filler = -1;       // the first row with such a list, or with such bits
 
     // How often the stream used what, the row that failed included.
     std::array<int, 21> codes_a{}; // by code index: verticals -3 to +3, first runs from 1, the long one last

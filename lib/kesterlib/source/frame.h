@@ -42,7 +42,20 @@ struct Frame {
     bool words_hold_row;     // the latter
     bool finished;           // a row has failed: there are no more
     bool ref_rises;          // Group 4: each entry of ref_list is above the one before, up to the first copy
+
+    // The end of the data, once a read has met it: the first filler byte in in_buffer, and how many filler
+    // bytes earlier buffers held. Null before that.
+    const uint8_t* filler;
+    int32_t filler_before;
+    int32_t first_suspicious[3]; // row by reason, in the order of the UNCOMP_ bits; -1 for none
 };
+
+// Notes reasons to doubt the row at hand, which is number rows_done. Only the first row of each reason
+// counts.
+void uncomp_note(Frame* frame, int32_t reasons);
+// Notes the row at hand if it used filler. Call after its last bit is taken, and only if frame->filler is
+// set.
+void uncomp_note_filler(Frame* frame);
 
 // A frame over the block's input, or, with a base, over the size bytes there and then nothing; its row above
 // stands. With owns_cb the block, which may be null, goes with the frame, and goes where there is none. Null

@@ -236,6 +236,10 @@ inline Group4Step coded_row(Frame* frame, uint8_t* row, const uint8_t* above, in
     }
     const Order order = list_order(base.cur_list, transitions);
     paint_list(frame, row, base.cur_list, base.cur_end, transitions, order, nbytes);
+    const bool falls = order == Order::Falls;
+    const bool passes = base.cur_list[transitions + 1] != width;
+    if (__builtin_expect(falls || passes, 0))
+        uncomp_note(frame, (falls ? UNCOMP_DECREASING : 0) | (passes ? UNCOMP_PAST_WIDTH : 0));
     frame->ref_count = closed;
     frame->ref_transitions = transitions;
     frame->ref_rises = order == Order::Rises;
@@ -260,6 +264,8 @@ int32_t KESTERLIB_UNCCITT4_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int
                 break;
             }
             base.eol_seen = step == Group4Step::EndOfLine;
+            if (frame->filler)
+                uncomp_note_filler(frame);
         }
         if (base.eol_seen && nbytes > 0)
             memset(row, 0, static_cast<size_t>(nbytes));

@@ -81,6 +81,8 @@ Frame* uncomp_make(callback_block* cb, int32_t width, int32_t row_bytes)
     base.cur_end = lists + list_entries;
     base.ref_list = base.cur_end;
     base.ref_end = base.ref_list + list_entries;
+    for (int32_t& row : frame->first_suspicious)
+        row = -1;
     return frame;
 }
 } // namespace
@@ -228,6 +230,7 @@ void uncomp_load_bits(UNCOMP* frame)
 
 const uint8_t* uncomp_refill(UNCOMP* frame)
 {
+    auto* const whole = reinterpret_cast<Frame*>(frame);
     const auto used = static_cast<uint32_t>(frame->in_ptr - frame->buf_start);
     frame->bytes_before = static_cast<int32_t>(static_cast<uint32_t>(frame->bytes_before) + used);
     size_t arrived = 0;
@@ -243,11 +246,39 @@ const uint8_t* uncomp_refill(UNCOMP* frame)
         }
         arrived += got;
     }
-    memset(frame->in_buffer + arrived, kFiller, UNCOMP_IN_BUFFER - arrived);
+    if (whole->filler) {
+        constexpr int32_t kEnough = 1 << 20; // bytes; larger counts need not be told apart
+        const auto more = static_cast<int32_t>(frame->in_end - whole->filler);
+        whole->filler_before = whole->filler_before < kEnough ? whole->filler_before + more : kEnough;
+        whole->filler = frame->in_buffer;
+    }
+    if (arrived < UNCOMP_IN_BUFFER) {
+        memset(frame->in_buffer + arrived, kFiller, UNCOMP_IN_BUFFER - arrived);
+        if (!whole->filler)
+            whole->filler = frame->in_buffer + arrived;
+    }
     frame->buf_start = frame->in_buffer;
     frame->in_ptr = frame->in_buffer;
     frame->in_end = frame->in_buffer + UNCOMP_IN_BUFFER;
     return frame->in_ptr;
+}
+
+void uncomp_note(Frame* frame, int32_t reasons)
+{
+    for (int32_t& row : frame->first_suspicious) {
+        if (reasons & 1 && row < 0)
+            row = frame->base.rows_done;
+        reasons >>= 1;
+    }
+}
+
+void uncomp_note_filler(Frame* frame)
+{
+    const UNCOMP& base = frame->base;
+    const auto taken =
+        static_cast<int32_t>(base.in_ptr - frame->filler); // bytes, those in the window included
+    if (int64_t{frame->filler_before + taken} * 8 > base.bitsloaded)
+        uncomp_note(frame, UNCOMP_FILLER);
 }
 
 void uncomp_paint_row(callback_block* cb, uint8_t* row, const int32_t* trans, const int32_t* endtrans,
@@ -297,6 +328,17 @@ void Uncomp_Free(UNCOMP* frame)
     callback_deallocate(cb, frame, kesterlib::kFrameMemory);
     if (owns_cb)
         dispose_callback_block(cb);
+}
+
+int32_t Uncomp_First_Suspicious_Row(const UNCOMP* frame, int32_t reasons)
+{
+    int32_t first = -1;
+    for (const int32_t row : reinterpret_cast<const kesterlib::Frame*>(frame)->first_suspicious) {
+        if (reasons & 1 && row >= 0 && (first < 0 || row < first))
+            first = row;
+        reasons >>= 1;
+    }
+    return first;
 }
 
 const char* Uncomp_Error_String(const UNCOMP* frame)

@@ -249,8 +249,10 @@ inline bool coded_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t 
         base.error_text = kTooManyRuns;
         return false;
     }
-    paint_list(frame, row, base.cur_list, base.cur_end, transitions, list_order(base.cur_list, transitions),
-               nbytes);
+    const Order order = list_order(base.cur_list, transitions);
+    paint_list(frame, row, base.cur_list, base.cur_end, transitions, order, nbytes);
+    if (__builtin_expect(order == Order::Falls, 0))
+        uncomp_note(frame, UNCOMP_DECREASING);
     frame->ref_count = closed;
     frame->ref_transitions = transitions;
     uncomp_swap_lists(&base);
@@ -288,6 +290,8 @@ int32_t KESTERLIB_UNSQZ_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int32_
                 break;
             }
         }
+        if (frame->filler)
+            uncomp_note_filler(frame);
         ++base.rows_done;
         above = row;
     }

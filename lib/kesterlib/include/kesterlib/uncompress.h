@@ -46,6 +46,20 @@ typedef struct UNCOMP {
     int32_t owns_cb;        /* cb goes with the frame */
 } UNCOMP;
 
+/* Reasons to doubt a row that was delivered. A sound stream has no such row; damage often leads to one long
+ * before a row fails. */
+enum {
+    UNCOMP_DECREASING = 1, /* its transitions are not in ascending order; equal neighbours are fine */
+    UNCOMP_PAST_WIDTH = 2, /* Group 4 only: a run passed the width and was clipped */
+    UNCOMP_FILLER = 4      /* it used bits after the end of the data */
+};
+
+/* Returns the first row, counted from the frame's first row as 0, that has one of the reasons; -1 if no row
+ * has one so far. A row that failed was not delivered and has none, and nor has a blank row that follows the
+ * end of a Group 4 page. The row with the end code itself can have used filler: eleven zero bits and the
+ * first bit of the filler look like that code. May be called at any time until the frame is freed. */
+KESTERLIB_API int32_t Uncomp_First_Suspicious_Row(const UNCOMP* frame, int32_t reasons);
+
 /* Frees the frame, and the callback block where the open made it. A stream given to the open stays open. */
 KESTERLIB_API void Uncomp_Free(UNCOMP* frame);
 
