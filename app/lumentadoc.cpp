@@ -254,10 +254,10 @@ bool CLumentaDoc::ReportRow(int32_t row)
     return page == m_nPageSerial;
 }
 
-// Reads the rows behind the last one and before stop into the temporary file, a block at a time: decoded into
+// Reads the rows after the last one and before stop into the temporary file, a block at a time: decoded into
 // memory that stays in the cache, and written, which takes a sixth of what touching fresh pages of the
-// mapping takes. Ends with the first row that cannot be read, which becomes zeros, or with the first of a
-// block that cannot be written. False if the page was closed while that was reported.
+// mapping takes. Ends with the first row that cannot be read or written, which becomes zeros; the rows before
+// it are kept. False if the page was closed while that was reported.
 bool CLumentaDoc::FillMapping(int32_t stop)
 {
     const int32_t block_rows =
@@ -273,12 +273,20 @@ bool CLumentaDoc::FillMapping(int32_t stop)
             good = ReadImageRow(block.get() + int64_t{rows} * m_nRowBytes, first + rows);
             ++rows;
         }
-        const size_t bytes = static_cast<size_t>(rows) * static_cast<size_t>(m_nRowBytes);
-        if (!WriteTempFile(m_hTempFile, int64_t{first} * m_nRowBytes, block.get(), bytes)) {
-            // Not through the mapping: where a write fails, a touch would end the program.
+        const auto row_bytes = static_cast<size_t>(m_nRowBytes);
+        const size_t bytes = static_cast<size_t>(rows) * row_bytes;
+        const int64_t offset = int64_t{first} * m_nRowBytes;
+        const size_t written = WriteTempFile(m_hTempFile, offset, block.get(), bytes);
+        if (written < bytes) {
             m_pImage->ErrorText = strerror(errno);
-            m_nLastRow = first;
-            return ReportRow(first);
+            // The row that was cut becomes zeros. Not through the mapping: a touch of a page that the file
+            // system fails to provide would end the program.
+            const size_t kept = written / row_bytes;
+            const size_t cut = written % row_bytes;
+            std::fill_n(block.get(), cut, uint8_t{0});
+            WriteTempFile(m_hTempFile, offset + static_cast<int64_t>(written - cut), block.get(), cut);
+            m_nLastRow += static_cast<int32_t>(kept) + 1;
+            return ReportRow(m_nLastRow);
         }
         m_nLastRow += rows;
     }

@@ -2,12 +2,15 @@
 // paint.
 #include "platform/tempstore.h"
 
+#include "platform/memory.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <string>
 #include <sys/mman.h>
-#include <sys/statvfs.h>
+#include <sys/statfs.h>
 #include <unistd.h>
 
 namespace
@@ -23,13 +26,17 @@ bool Reserve(int file, int64_t bytes)
     return result == 0;
 }
 
+// Half of the free space stays free. A tmpfs keeps its files in memory, and may be larger than what is left
+// of that: there half of the free memory stays free, too.
 bool LeavesHalf(int file, int64_t bytes)
 {
-    struct statvfs status;
-    if (fstatvfs(file, &status) != 0)
+    struct statfs status;
+    if (fstatfs(file, &status) != 0)
         return false;
-    const uint64_t free_bytes = uint64_t{status.f_bavail} * status.f_frsize;
-    return static_cast<uint64_t>(bytes) <= free_bytes / 2;
+    const auto wanted = static_cast<uint64_t>(bytes);
+    const uint64_t free_bytes = uint64_t{status.f_bavail} * static_cast<uint64_t>(status.f_frsize);
+    return wanted <= free_bytes / 2 &&
+           (status.f_type != TMPFS_MAGIC || wanted <= ReadFreeMemory().physical / 2);
 }
 
 int CreateIn(const char* directory, const char* prefix, int64_t bytes)
@@ -68,19 +75,18 @@ void CloseTempFile(int file)
         close(file);
 }
 
-bool WriteTempFile(int file, int64_t offset, const uint8_t* bytes, size_t count)
+size_t WriteTempFile(int file, int64_t offset, const uint8_t* bytes, size_t count)
 {
-    while (count > 0) {
-        const ssize_t written = pwrite(file, bytes, count, offset);
+    size_t done = 0;
+    while (done < count) {
+        const ssize_t written = pwrite(file, bytes + done, count - done, offset + static_cast<int64_t>(done));
         if (written < 0 && errno == EINTR)
             continue;
         if (written <= 0)
-            return false;
-        offset += written;
-        bytes += written;
-        count -= static_cast<size_t>(written);
+            break;
+        done += static_cast<size_t>(written);
     }
-    return true;
+    return done;
 }
 
 uint8_t* MapTempFile(int file, int64_t bytes)
@@ -93,4 +99,10 @@ void UnmapTempFile(uint8_t* view, int64_t bytes)
 {
     if (view)
         munmap(view, static_cast<size_t>(bytes));
+}
+
+void ReleaseTempPages(uint8_t* view, int64_t bytes)
+{
+    if (view)
+        madvise(view, static_cast<size_t>(bytes), MADV_DONTNEED);
 }

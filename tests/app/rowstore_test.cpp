@@ -303,21 +303,24 @@ TEST(RowStore, AFullDiskMeansTheHeapAndWithoutMemoryThereIsNoPage)
     EXPECT_EQ(boxes.Take(), Texts{"No memory buffer for bitmap"});
 }
 
-TEST(RowMapping, ADiskThatFailsLaterIsToldAsAFailedRow)
+TEST(RowMapping, AFailedWriteKeepsTheWholeRowsBeforeIt)
 {
-    BoxTexts boxes;
-    CLumentaDoc document;
-    PutPage(document, std::make_unique<FakeImage>(8000, kRows));
-    ASSERT_TRUE(document.CreateRowMapping(kRows));
-    ASSERT_TRUE(document.GetRows(0, 10));
-    {
-        const FileSizeLimit full{20000}; // rows are 1000 bytes
-        EXPECT_TRUE(document.GetRows(500, 10));
+    // Rows of 1000 bytes. The limit cuts the second block of rows, between two rows or within one.
+    for (const rlim_t limit : {rlim_t{300'000}, rlim_t{300'999}, rlim_t{300'001}}) {
+        SCOPED_TRACE(limit);
+        BoxTexts boxes;
+        CLumentaDoc document;
+        PutPage(document, std::make_unique<FakeImage>(8000, kRows));
+        ASSERT_TRUE(document.CreateRowMapping(kRows));
+        ASSERT_TRUE(document.GetRows(0, 10));
+        {
+            const FileSizeLimit full{limit};
+            EXPECT_TRUE(document.GetRows(500, 10));
+        }
+        EXPECT_EQ(boxes.Take(), Texts{"error at line 300: File too large"});
+        EXPECT_EQ(document.m_nLastRow, 509);
+        EXPECT_EQ(HeldFrom(document, 0), (Held{300, 210}));
     }
-    EXPECT_EQ(boxes.Take(), Texts{"error at line 10: File too large"});
-    EXPECT_EQ(document.m_nLastRow, 509);
-    EXPECT_GE(HeldFrom(document, 0).right, 10) << "what came before the failure is kept";
-    EXPECT_EQ(HeldFrom(document, 20), (Held{0, 490}));
 }
 
 TEST(Document, ADamagedPageLeavesNothingToTheNext)

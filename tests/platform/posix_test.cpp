@@ -9,8 +9,11 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/magic.h>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
@@ -18,32 +21,158 @@ namespace
 {
 TEST(MemoryStatus, FiguresOutOfTheKernelsText)
 {
+    constexpr uint64_t kMost = UINT64_MAX / 1024 * 1024;
     struct {
         const char* text;
-        uint32_t physical, page_file;
+        FreeMemory memory;
+        MemoryStatus status;
     } const cases[] = {
-        {"MemTotal: 9 kB\nMemAvailable:     100 kB\nSwapFree:   7 kB\n", 102400, 7168},
-        {"SwapFree: 7 kB\nMemAvailable: 100", 102400, 7168}, // no line end
-        {"XMemAvailable: 5 kB\nMemAvailable: 1 kB\n", 1024, 0},
-        {"MemAvailable: 2097151 kB\nSwapFree: 2097152 kB\n", 0x7ffffc00, 0x7fffffff},
-        {"MemAvailable: 99999999999999999999999999999 kB\nSwapFree: 18014398509481984 kB", 0x7fffffff,
-         0x7fffffff},
-        {"MemAvailable: -5 kB\nSwapFree: much\n", 0, 0},
-        {"MemAvailable:", 0, 0},
-        {"MemAvailable", 0, 0},
-        {"\n\n\n", 0, 0},
-        {"", 0, 0},
+        {"MemTotal: 9 kB\nMemAvailable:     100 kB\nSwapFree:   7 kB\n", {102400, 7168}, {102400, 7168}},
+        {"SwapFree: 7 kB\nMemAvailable: 100", {102400, 7168}, {102400, 7168}}, // no line end
+        {"XMemAvailable: 5 kB\nMemAvailable: 1 kB\n", {1024, 0}, {1024, 0}},
+        {"MemAvailable: 2097151 kB\nSwapFree: 2097152 kB\n",
+         {0x7ffffc00, 0x80000000},
+         {0x7ffffc00, 0x7fffffff}},
+        {"MemAvailable: 99999999999999999999999999999 kB\nSwapFree: 18014398509481984 kB",
+         {kMost, kMost},
+         {0x7fffffff, 0x7fffffff}},
+        {"MemAvailable: -5 kB\nSwapFree: much\n", {}, {}},
+        {"MemAvailable:", {}, {}},
+        {"MemAvailable", {}, {}},
+        {"\n\n\n", {}, {}},
+        {"", {}, {}},
     };
+    const ScratchDirectory root;
+    std::filesystem::create_directory(root.File("proc"));
     for (const auto& c : cases) {
-        const MemoryStatus got = ParseMemoryStatus(c.text);
-        EXPECT_EQ(got.available_physical, c.physical) << c.text;
-        EXPECT_EQ(got.available_page_file, c.page_file) << c.text;
+        root.Write("proc/meminfo", c.text);
+        const FreeMemory got = ReadFreeMemory(root.Path());
+        EXPECT_EQ(got.physical, c.memory.physical) << c.text;
+        EXPECT_EQ(got.page_file, c.memory.page_file) << c.text;
+        EXPECT_EQ(ClampToStatus(got).available_physical, c.status.available_physical) << c.text;
+        EXPECT_EQ(ClampToStatus(got).available_page_file, c.status.available_page_file) << c.text;
     }
     EXPECT_GT(GlobalMemoryStatus().available_physical, 0U);
     SetMemoryStatusSource([] { return MemoryStatus{3, 4}; });
     EXPECT_EQ(GlobalMemoryStatus().available_page_file, 4U);
     SetMemoryStatusSource(nullptr);
     EXPECT_NE(GlobalMemoryStatus().available_physical, 3U);
+}
+
+TEST(MemoryStatus, ControlGroupsCount)
+{
+    using Files = std::vector<std::pair<const char*, const char*>>; // below sys/fs/cgroup
+    struct {
+        const char* name;
+        const char* groups; // of the process
+        Files files;
+        uint64_t physical, page_file; // of 1000 KiB and 500 KiB
+    } const cases[] = {
+        {"no groups", "", {}, 1024000, 512000},
+        {"no limit", "0::/a\n", {{"a/memory.max", "max\n"}, {"a/memory.current", "5\n"}}, 1024000, 512000},
+        {"its own",
+         "0::/a/b\n",
+         {{"a/b/memory.max", "9000\n"}, {"a/b/memory.current", "2000\n"}},
+         7000,
+         512000},
+        {"one above it",
+         "0::/a/b/c\n",
+         {{"a/memory.max", "9000"},
+          {"a/memory.current", "2000"},
+          {"a/b/c/memory.max", "8000"},
+          {"a/b/c/memory.current", "10"}},
+         7000,
+         512000},
+        {"the root of a container",
+         "0::/\n",
+         {{"memory.max", "9000"}, {"memory.current", "2000"}},
+         7000,
+         512000},
+        {"above the root of a container",
+         "0::/../../x\n",
+         {{"memory.max", "9000"},
+          {"memory.current", "2000"},
+          {"../../x/memory.max", "1"},
+          {"../../x/memory.current", "1"}},
+         7000,
+         512000},
+        {"more used than allowed", "0::/a\n", {{"a/memory.max", "9"}, {"a/memory.current", "20"}}, 0, 512000},
+        {"cached files count as free",
+         "0::/a\n",
+         {{"a/memory.max", "9000"},
+          {"a/memory.current", "8999"},
+          {"a/memory.stat", "anon 8\nactive_file 7\ninactive_file 500\n"}},
+         501,
+         512000},
+        {"no swap", "0::/a\n", {{"a/memory.swap.max", "0"}, {"a/memory.swap.current", "0"}}, 1024000, 0},
+        {"first version",
+         "9:cpu,memory:/a\n4:pids:/p\n0::/b\n",
+         {{"memory/memory.limit_in_bytes", "9223372036854771712"},
+          {"memory/memory.usage_in_bytes", "77"},
+          {"memory/a/memory.limit_in_bytes", "9000"},
+          {"memory/a/memory.usage_in_bytes", "2000"},
+          {"memory/a/memory.stat", "inactive_file 9\ntotal_inactive_file 30\n"},
+          {"memory/a/memory.memsw.limit_in_bytes", "9500"},
+          {"memory/a/memory.memsw.usage_in_bytes", "2100"}},
+         7030,
+         400},
+        {"path of the host, seen from within",
+         "4:memory:/docker/7f\n",
+         {{"memory/memory.limit_in_bytes", "9000"}, {"memory/memory.usage_in_bytes", "2000"}},
+         7000,
+         512000},
+        {"nonsense",
+         "0::/a\n0:/b\n::\n\n0::c\nmemory\n4:memory:/a",
+         {{"a/memory.max", "-1"},
+          {"a/memory.current", "5"},
+          {"memory/a/memory.limit_in_bytes", "12"},
+          {"memory/memory.limit_in_bytes", ""}},
+         1024000,
+         512000},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const ScratchDirectory root;
+        const auto write = [&](const std::string& path, const char* text) {
+            std::filesystem::create_directories(std::filesystem::path{root.File(path)}.parent_path());
+            root.Write(path, text);
+        };
+        write("proc/meminfo", "MemAvailable: 1000 kB\nSwapFree: 500 kB\n");
+        write("proc/self/cgroup", c.groups);
+        write("sys/fs/cgroup/cgroup.procs", "");
+        for (const auto& [file, text] : c.files)
+            write(std::string{"sys/fs/cgroup/"} + file, text);
+        const FreeMemory got = ReadFreeMemory(root.Path());
+        EXPECT_EQ(got.physical, c.physical);
+        EXPECT_EQ(got.page_file, c.page_file);
+    }
+    const ScratchDirectory root;
+    std::filesystem::create_directories(root.File("proc/self"));
+    root.Write("proc/meminfo", "MemAvailable: 1000 kB\n");
+    std::string deep = "0::";
+    while (deep.size() < 20000) // cut by the reader
+        deep += "/deep";
+    root.Write("proc/self/cgroup", deep);
+    EXPECT_EQ(ReadFreeMemory(root.Path()).physical, 1024000U);
+}
+
+TEST(MemoryStatus, TheAddressSpaceCounts)
+{
+    const ScratchDirectory root;
+    std::filesystem::create_directories(root.File("proc/self"));
+    root.Write("proc/meminfo", "MemAvailable: 1000000 kB\nSwapFree: 1000000 kB\n");
+    root.Write("proc/self/statm", "25000 7 7\n");
+    const auto page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+    for (const uint64_t room : {uint64_t{0}, uint64_t{5000}, uint64_t{1'500'000'000}})
+        EXPECT_EQ(InChild([&] {
+                      const rlimit limit{25000 * page + room, RLIM_INFINITY};
+                      if (setrlimit(RLIMIT_AS, &limit) != 0)
+                          return std::string{"no limit"};
+                      const FreeMemory got = ReadFreeMemory(root.Path());
+                      return std::to_string(got.physical) + " " + std::to_string(got.page_file);
+                  }),
+                  std::to_string(std::min<uint64_t>(room, 1'024'000'000)) + " " +
+                      std::to_string(room > 1'024'000'000 ? room - 1'024'000'000 : 0));
 }
 
 TEST(OpenRegularFile, OpensRegularFilesAndNothingElse)
@@ -164,5 +293,29 @@ TEST(TempStore, RefusesWhatCannotBeHeld)
     EXPECT_NE(file, kInvalidFile);
     CloseTempFile(file);
     EXPECT_EQ(CreateTempFile("SQZ", (1 << 20) + 1), kInvalidFile);
+}
+
+// A tmpfs may be larger than the memory that is left.
+TEST(TempStore, OnTmpfsItAlsoLeavesHalfOfTheMemory)
+{
+    struct statfs status;
+    if (statfs("/dev/shm", &status) != 0 || status.f_type != TMPFS_MAGIC || access("/dev/shm", W_OK) != 0)
+        GTEST_SKIP() << "no tmpfs in /dev/shm";
+    const ScratchDirectory disk;
+    if (statfs(disk.Path().c_str(), &status) != 0 || status.f_type == TMPFS_MAGIC)
+        GTEST_SKIP() << "no disk";
+    const auto place = [](const char* directory, int64_t bytes) {
+        setenv("TMPDIR", directory, 1);
+        const int file = CreateTempFile("SQZ", bytes);
+        const std::string path = PlaceOf(file);
+        CloseTempFile(file);
+        unsetenv("TMPDIR");
+        return path.substr(0, path.rfind('/'));
+    };
+    SetMemoryStatusSource([] { return MemoryStatus{2 << 20, 4 << 20}; });
+    EXPECT_EQ(place("/dev/shm", 1 << 20), "/dev/shm");
+    EXPECT_NE(place("/dev/shm", (1 << 20) + 1), "/dev/shm");
+    EXPECT_EQ(place(disk.Path().c_str(), (1 << 20) + 1), disk.Path());
+    SetMemoryStatusSource(nullptr);
 }
 } // namespace
