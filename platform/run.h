@@ -3,9 +3,8 @@
 
 #include "platform/app.h"
 
-// True if the environment names a display that answers, or a platform of its own.
-bool HasDisplay();
-
-// Runs the application until its main window is gone: InitInstance, the message loop, ExitInstance.
-// program_name is argv[0]. The result is the exit status.
+// Runs the application until its main window is gone: InitInstance, the message loop, ExitInstance. Returns
+// the exit status. program_name is argv[0].
+//
+// Without a display this ends the process with status 1, after one line on the standard error stream.
 int RunApplication(CWinApp& app, const char* program_name, const CString& command_line);

@@ -8,7 +8,7 @@ packages_of()
   local group
   for group in "$@"; do
     case $group in
-    run) # what the program needs where it runs
+    run) # what the program needs where it runs; qt6-wayland is recommended on a Wayland desktop
       echo libqt6widgets6 libqt6printsupport6 libtiff6 hicolor-icon-theme fonts-dejavu-core
       ;;
     build) # what compiles it
@@ -19,7 +19,7 @@ packages_of()
       ;;
     test)
       packages_of display
-      echo libgtest-dev libgmock-dev libjbig-dev libtiff-tools poppler-utils fonts-dejavu-core git
+      echo libgtest-dev libgmock-dev libjbig-dev libtiff-tools poppler-utils fonts-dejavu-core git weston qt6-wayland
       ;;
     check)
       echo clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev llvm-14 shellcheck git

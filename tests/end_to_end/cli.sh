@@ -24,14 +24,42 @@ without_display --version
 equal "status of --version" 0 "$status"
 want "--version tells no version" grep -qE '^lumenta [0-9]+\.[0-9]+\.[0-9]+$' "$scratch/out"
 equal "--version on the standard error stream" "" "$(<"$scratch/err")"
-without_display "$scratch/page.tif"
-equal "status without a display" 1 "$status"
-equal "lines on the standard error stream" "lumenta: no display" "$(<"$scratch/err")"
-equal "standard output without a display" "" "$(<"$scratch/out")"
-status=0
-env -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM DISPLAY=:4711 "$lumenta" "$scratch/page.tif" 2>"$scratch/err" || status=$?
-equal "status with a display that does not answer" 1 "$status"
-equal "its lines on the standard error stream" "lumenta: no display" "$(<"$scratch/err")"
+
+# --- Displays that are none -----------------------------------------------------------------------------------
+
+# ends_in_one_line NAME=VALUE...: without any display but these.
+ends_in_one_line()
+{
+  local status=0
+  env -u DISPLAY "$@" timeout -s KILL "$patience" "${program:-$lumenta}" "$scratch/page.tif" \
+    >"$scratch/out" 2>"$scratch/err" || status=$?
+  equal "status with \"$*\"" 1 "$status"
+  equal "lines with \"$*\"" 1 "$(wc -l <"$scratch/err")"
+  want "\"$*\": $(<"$scratch/err")" grep -q "^lumenta: no display: .*${reason:-}" "$scratch/err"
+  equal "standard output with \"$*\"" "" "$(<"$scratch/out")"
+  equal "files left behind" "" "$(ls -A)"
+}
+
+stale=$XDG_RUNTIME_DIR/stale # a socket that nobody listens at
+perl -MSocket -e 'socket(S, AF_UNIX, SOCK_STREAM, 0) && bind(S, pack_sockaddr_un($ARGV[0])) || die' "$stale"
+good=$DISPLAY
+ends_in_one_line DISPLAY=
+reason=:4711 ends_in_one_line DISPLAY=:4711
+reason=:4711 ends_in_one_line DISPLAY=:4711 QT_QPA_PLATFORM=xcb
+reason="refused.*:4711" ends_in_one_line DISPLAY=:4711 WAYLAND_DISPLAY=stale
+reason=refused ends_in_one_line WAYLAND_DISPLAY="$stale" XDG_SESSION_TYPE=wayland
+reason="No such file" ends_in_one_line WAYLAND_DISPLAY=none
+reason="refused.*:4711" ends_in_one_line DISPLAY=:4711 WAYLAND_DISPLAY=stale "QT_QPA_PLATFORM=wayland;xcb"
+reason=refused ends_in_one_line DISPLAY="$good" WAYLAND_DISPLAY=stale QT_QPA_PLATFORM=wayland
+reason=nonsense ends_in_one_line DISPLAY="$good" QT_QPA_PLATFORM=nonsense
+ends_in_one_line QT_QPA_PLATFORM=linuxfb:fb=/nonexistent
+
+# Without the plugin for Wayland, as on a machine that lacks its package.
+mkdir -p "$scratch/bare/plugins/platforms"
+cp "$lumenta" "$scratch/bare/lumenta"
+printf '[Paths]\nPlugins=%s\n' "$scratch/bare/plugins" >"$scratch/bare/qt.conf"
+program=$scratch/bare/lumenta reason="wayland.*xcb" ends_in_one_line DISPLAY="$good" WAYLAND_DISPLAY=stale
+program=$scratch/bare/lumenta reason=wayland ends_in_one_line DISPLAY="$good" QT_QPA_PLATFORM=wayland
 
 # --- Which arguments open which page --------------------------------------------------------------------------
 
@@ -60,6 +88,23 @@ opens "LUMENTA"
 opens "LUMENTA" -e
 opens "LUMENTA" -embedding "two parts.tif"
 opens "LUMENTA" /embedding
+
+# If one of two displays answers, the program opens there. Qt's messages about the other one are passed on.
+tolerated=" " WAYLAND_DISPLAY=stale opens "Two parts - LUMENTA" "two parts.tif"
+
+# No connection and no file becomes a standard stream that the caller has closed.
+: >"$scratch/program.err"
+"$lumenta" "two parts.tif" <&- >&- 2>&- &
+program_pid=$!
+at_exit_kill+=("$program_pid")
+window_named "Two parts - LUMENTA"
+for stream in 0 1 2; do
+  equal "stream $stream" /dev/null "$(readlink "/proc/$program_pid/fd/$stream")"
+done
+quit_program
+status=0
+"$lumenta" --version >&- 2>/dev/null || status=$?
+equal "status of --version without a stream to write to" 1 "$status"
 
 # The only directories that begin with /e belong to the system: only who may make one can try.
 if below_e=$(mktemp -d /elumentaXXXXXX 2>/dev/null); then
