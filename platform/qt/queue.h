@@ -32,6 +32,7 @@ public:
     // While a modal window is open neither paints nor posted messages are handled.
     void EnterModal();
     void LeaveModal();
+    bool IsModal() const { return m_modal > 0; }
 
     bool IsIdle() const;
 

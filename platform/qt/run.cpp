@@ -1,22 +1,30 @@
 // Start, end and message loop of the program.
 #include "platform/run.h"
 #include "platform/qt/peer.h"
+#include "platform/qt/queue.h"
 #include "platform/qt/services.h"
 
 #include <QApplication>
+#include <QDialog>
 #include <QSettings>
+#include <QSocketNotifier>
 #include <QStringList>
+#include <QTimer>
+#include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
+#include <sys/eventfd.h>
 #include <unistd.h>
 #include <vector>
 
 namespace
 {
 bool g_loop_running = false;
+
+// ---- What Qt writes to the standard error stream ---------------------------------------------------------
 
 struct QtMessage {
     QtMsgType type;
@@ -89,6 +97,92 @@ void EndStart()
             {nullptr, 0, nullptr, message.category.isNull() ? nullptr : message.category.constData()},
             message.text);
 }
+
+// ---- Signals ---------------------------------------------------------------------------------------------
+
+constexpr int kCancelAgainMs = 20; // while one box or dialog after another ends
+
+struct EndSignal {
+    int number;
+    bool is_handled;
+} g_end_signals[] = {{SIGTERM, false}, {SIGINT, false}, {SIGHUP, false}};
+int g_end_event = -1;
+
+void RestoreEndSignals()
+{
+    for (const EndSignal& signal : g_end_signals)
+        if (signal.is_handled)
+            std::signal(signal.number, SIG_DFL);
+}
+
+void OnEndSignal(int)
+{
+    const int error = errno;
+    RestoreEndSignals(); // the next one ends the process
+    const uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = write(g_end_event, &one, sizeof one);
+    errno = error;
+}
+
+// Ends the program as a user would after a signal: cancels what is modal, the innermost first, and closes the
+// main window once nothing modal is on the stack any more.
+class SignalCloser : public QObject
+{
+public:
+    SignalCloser() : m_event(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+    {
+        if (m_event < 0)
+            return; // signals end the program at once, as before
+        m_again.setInterval(kCancelAgainMs);
+        connect(&m_again, &QTimer::timeout, this, &SignalCloser::CloseNext);
+        auto* notifier = new QSocketNotifier(m_event, QSocketNotifier::Read, this);
+        connect(notifier, &QSocketNotifier::activated, this, [this, notifier] {
+            notifier->setEnabled(false);
+            m_again.start();
+            CloseNext();
+        });
+        g_end_event = m_event;
+        struct sigaction action = {};
+        action.sa_handler = OnEndSignal;
+        action.sa_flags = SA_RESTART;
+        for (EndSignal& signal : g_end_signals) {
+            struct sigaction inherited;
+            signal.is_handled = sigaction(signal.number, nullptr, &inherited) == 0 &&
+                                inherited.sa_handler == SIG_DFL &&
+                                sigaction(signal.number, &action, nullptr) == 0;
+        }
+    }
+    SignalCloser(const SignalCloser&) = delete;
+    SignalCloser& operator=(const SignalCloser&) = delete;
+    ~SignalCloser() override
+    {
+        RestoreEndSignals();
+        if (m_event >= 0)
+            close(m_event);
+    }
+
+private:
+    void CloseNext()
+    {
+        if (QWidget* const popup = QApplication::activePopupWidget())
+            popup->close();
+        if (QWidget* const modal = QApplication::activeModalWidget()) {
+            if (auto* const dialog = qobject_cast<QDialog*>(modal))
+                dialog->reject();
+            else
+                modal->close();
+            return;
+        }
+        CWnd* const main = AfxGetMainWnd();
+        if (Queue::Get().IsModal() || !main || !main->Peer())
+            return; // a box is about to open or to return
+        m_again.stop();
+        main->Peer()->Widget()->close();
+    }
+
+    const int m_event;
+    QTimer m_again;
+};
 } // namespace
 
 // Not quit, which first asks every window that is still open, and those let only their owners close them.
@@ -122,6 +216,7 @@ int RunApplication(CWinApp& app, const char* program_name, const CString& comman
     QApplication application(count, arguments);
     EndStart();
     PrepareProcess();
+    const SignalCloser signal_closer;
     QApplication::setApplicationName(ToQString(app.LoadString(AFX_IDS_APP_TITLE)));
     app.m_lpCmdLine = command_line;
     const bool started = app.InitInstance();

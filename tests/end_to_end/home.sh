@@ -37,14 +37,48 @@ equal "files behind the first run" "$ours" "$(everything)"
 want "the page has changed" cmp "$scratch/home.tif" "$scratch/before.tif"
 
 # Ended in the middle of its work, it leaves no more.
-for signal in TERM KILL; do
-  open_page "$scratch/home.tif" "Plate 7"
-  find_view "$scratch/home.tif"
-  want "the rows are not in a temporary file" has_temporary_file "$TMPDIR"
+open_page "$scratch/home.tif" "Plate 7"
+find_view "$scratch/home.tif"
+want "the rows are not in a temporary file" has_temporary_file "$TMPDIR"
+kill -KILL "$program_pid"
+await "SIGKILL does not end the program" process_gone "$program_pid"
+equal "files after SIGKILL" "$ours" "$(everything)"
+
+# Asked to end by a signal, it closes what is open and stores its settings.
+while read -r signal file keys dialog_title; do
+  rm "$settings_file"
+  # The shell has its background processes ignore SIGINT.
+  env --default-signal=INT "$lumenta" "$scratch/$file" >"$scratch/program.out" 2>"$scratch/program.err" &
+  program_pid=$!
+  at_exit_kill+=("$program_pid")
+  [[ $file == none.tif ]] || window_named "Plate 7 - LUMENTA"
+  [[ $keys == - ]] || xdotool key "$keys"
+  [[ -z $dialog_title ]] || dialog_named "$dialog_title"
   kill -"$signal" "$program_pid"
-  await "SIG$signal does not end the program" process_gone "$program_pid"
-  equal "files behind SIG$signal" "$ours" "$(everything)"
-done
+  await "SIG$signal does not end the program ($file, $keys)" process_gone "$program_pid"
+  status=0
+  wait "$program_pid" || status=$?
+  equal "status after SIG$signal ($file, $keys)" 0 "$status"
+  want "SIG$signal loses the window's place ($file, $keys)" grep -q '^MainFrame=' "$settings_file"
+  want "SIG$signal loses settings ($file, $keys)" setting "Mark%20Viewed=0"
+  equal "files after SIG$signal ($file, $keys)" "$ours" "$(everything)"
+done <<EOT
+TERM home.tif -
+INT home.tif -
+HUP home.tif alt+f
+TERM home.tif ctrl+o Open
+INT home.tif ctrl+m Open Multiple
+HUP home.tif ctrl+p Print
+TERM none.tif - LUMENTA
+EOT
+
+# A signal that the caller ignores stays ignored, as after nohup.
+env --ignore-signal=HUP "$lumenta" "$scratch/home.tif" >"$scratch/program.out" 2>"$scratch/program.err" &
+program_pid=$!
+at_exit_kill+=("$program_pid")
+window_named "Plate 7 - LUMENTA"
+want "SIGHUP is not ignored any more" grep -q '^SigIgn:.*[13579bdf]$' "/proc/$program_pid/status"
+quit_program
 await "a temporary file stays" no_temporary_files
 
 # Without its directory for temporary files the rows go elsewhere, and the page shows all the same.
