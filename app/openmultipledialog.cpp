@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace
 {
@@ -142,17 +143,29 @@ void COpenMultipleDialog::OnListDoubleClick()
         OnOK();
         return;
     }
-    const CString before = m_strDirectory;
-    const bool is_way_up = entry == "[..]";
-    if (is_way_up)
-        m_strDirectory = DirectoryAbove(m_strDirectory);
-    else if (entry.size() == 5 && entry[1] == '-' && entry[3] == '-') // a drive, as "[-c-]"
-        m_strDirectory = CString(entry.substr(2, 1)) + ":";
-    else
-        m_strDirectory += entry.substr(1, entry.size() - 2);
+    if (entry == "[..]") {
+        const CString before = std::exchange(m_strDirectory, DirectoryAbove(m_strDirectory));
+        CloseDirectory(&m_strDirectory);
+        if (!RefillNearest())
+            m_strDirectory = before;
+        return;
+    }
+    const std::string_view name = entry.substr(1, entry.size() - 2);
+    // A drive, as "-c-". If there is no such drive, it is a directory with that name.
+    if (name.size() == 3 && name[0] == '-' && name[2] == '-' &&
+        ShowDirectory(CString(name.substr(1, 1)) + ":"))
+        return;
+    ShowDirectory(m_strDirectory + name);
+}
+
+bool COpenMultipleDialog::ShowDirectory(const CString& directory)
+{
+    const CString before = std::exchange(m_strDirectory, directory);
     CloseDirectory(&m_strDirectory);
-    if (!(is_way_up ? RefillNearest() : RefillList()))
-        m_strDirectory = before; // as the list and the text above it still say
+    if (RefillList())
+        return true;
+    m_strDirectory = before;
+    return false;
 }
 
 // No directory of the process's to restore, here and on Cancel: the listings do not change it.

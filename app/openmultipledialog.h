@@ -47,4 +47,5 @@ protected:
 
 private:
     static const MessageEntry entries[];
+    bool ShowDirectory(const CString& directory); // false, and nothing has changed, if it cannot be listed
 };

@@ -116,9 +116,10 @@ DialogTimes TimeDialog(const std::string& directory, bool with_viewed)
         taken_start = NowMs();
         PressDialogKeys(dialog, {"Ctrl+A", "Return"});
     });
-    const bool is_taken = dialog.DoModal() == IDOK && dialog.m_Files.size() == listed &&
-                          std::is_sorted(dialog.m_Files.begin(), dialog.m_Files.end(),
-                                         [](const CString& a, const CString& b) { return a.ComesBefore(b); });
+    const bool is_taken =
+        dialog.DoModal() == IDOK && dialog.m_Files.size() == listed &&
+        std::is_sorted(dialog.m_Files.begin(), dialog.m_Files.end(),
+                       [](const CString& a, const CString& b) { return ComesBefore(a, b); });
     SetDialogHook({});
     times.taken = NowMs() - taken_start;
     return is_taken ? times : DialogTimes{};

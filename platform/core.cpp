@@ -71,23 +71,27 @@ int CString::FindLastOf(std::string_view set) const
     return IndexOf(View().find_last_of(set));
 }
 
-int CString::CompareNoCase(std::string_view other) const
+static int CompareFolded(std::string_view text, std::string_view other)
 {
-    // Not strncasecmp: that takes the user's locale, and in the Turkish one I and i differ.
+    // Not strncasecmp: it depends on the user's locale, and in the Turkish one I and i differ.
     const auto fold = [](char c) {
         return static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c);
     };
-    const std::string_view own = View();
-    for (size_t i = 0; i < own.size() && i < other.size(); ++i)
-        if (fold(own[i]) != fold(other[i]))
-            return fold(own[i]) < fold(other[i]) ? -1 : 1;
-    return own.size() == other.size() ? 0 : own.size() < other.size() ? -1 : 1;
+    for (size_t i = 0; i < text.size() && i < other.size(); ++i)
+        if (fold(text[i]) != fold(other[i]))
+            return fold(text[i]) < fold(other[i]) ? -1 : 1;
+    return text.size() == other.size() ? 0 : text.size() < other.size() ? -1 : 1;
 }
 
-bool CString::ComesBefore(const CString& other) const
+int CString::CompareNoCase(std::string_view other) const
 {
-    const int order = CompareNoCase(other);
-    return order != 0 ? order < 0 : View() < other.View();
+    return CompareFolded(View(), other);
+}
+
+bool ComesBefore(std::string_view name, std::string_view other)
+{
+    const int order = CompareFolded(name, other);
+    return order != 0 ? order < 0 : name < other;
 }
 
 void CString::Format(const char* format, ...)

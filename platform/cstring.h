@@ -30,9 +30,6 @@ public:
     int FindOneOf(std::string_view set) const;       // index of the first byte that is in the set, or -1
     int FindLastOf(std::string_view set) const;      // index of the last byte that is in the set, or -1
     int CompareNoCase(std::string_view other) const; // ASCII letters only; negative, 0 or positive
-    // The order of names in lists: without regard to the case of ASCII letters, and where that is equal by
-    // bytes.
-    bool ComesBefore(const CString& other) const;
 
     // As printf; the result replaces the text.
     void Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
@@ -51,3 +48,6 @@ public:
 private:
     std::shared_ptr<const std::string> m_text; // null for the empty text
 };
+
+// The order of names in lists: ignoring the case of ASCII letters, then by bytes.
+bool ComesBefore(std::string_view name, std::string_view other);

@@ -12,8 +12,8 @@ constexpr int IDCANCEL = 2;
 
 // Notifications of controls, see OnControl.
 constexpr UINT BN_CLICKED = 0;
-constexpr UINT LBN_DBLCLK = 2;    // Ctrl+Enter too
-constexpr UINT CBN_SELCHANGE = 1; // by the user; SetCurSel is silent
+constexpr UINT LBN_DBLCLK = 2;    // a double click, or Ctrl+Enter on the focused entry
+constexpr UINT CBN_SELCHANGE = 1; // the user has chosen another entry; not sent by SetCurSel
 
 class CDialog;
 
@@ -79,17 +79,17 @@ private:
     bool m_ended = false;
 };
 
-// Sorted, see CString::ComesBefore. Entries are bytes; what of them cannot
-// be shown is replaced on the screen alone.
+// The entries are sorted: those in brackets first, then by name, see ComesBefore. They are bytes; only on the
+// screen is a replacement shown for what cannot be displayed.
 class CListBox : public CWnd
 {
 public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
-    void SetContent(std::vector<CString> entries); // instead of what was there; nothing is selected
+    void SetContent(std::vector<CString> entries); // replaces all; then nothing is selected
     int GetCount() const;
-    CString GetText(int index) const;     // empty behind the end
+    CString GetText(int index) const;     // empty if there is no such entry
     std::vector<int> GetSelItems() const; // ascending
 };
 

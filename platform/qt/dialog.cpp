@@ -16,6 +16,7 @@
 #include <QPainter>
 #include <QPixmap>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QStyledItemDelegate>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -68,6 +69,17 @@ protected:
         setToolTip(shown == text() ? QString() : ToolTipOf(text()));
     }
 };
+
+bool IsInBrackets(std::string_view entry)
+{
+    return entry.starts_with('[') && entry.ends_with(']');
+}
+
+// By the names alone: the closing bracket does not come between "[a]" and "[a 2]".
+bool BracketsComeBefore(std::string_view entry, std::string_view other)
+{
+    return ComesBefore(entry.substr(0, entry.size() - 1), other.substr(0, other.size() - 1));
+}
 
 QString WithoutMarks(QString text)
 {
@@ -132,7 +144,9 @@ void NameModel::Set(std::vector<CString> names)
 {
     beginResetModel();
     m_names = std::move(names);
-    std::sort(m_names.begin(), m_names.end(), std::mem_fn(&CString::ComesBefore));
+    const auto without_brackets = std::partition(m_names.begin(), m_names.end(), IsInBrackets);
+    std::sort(m_names.begin(), without_brackets, BracketsComeBefore);
+    std::sort(without_brackets, m_names.end(), ComesBefore);
     endResetModel();
 }
 
@@ -159,9 +173,25 @@ NameList::NameList(QWidget* parent) : QListView(parent), m_model(new NameModel(t
     setTextElideMode(Qt::ElideMiddle);
     setTabKeyNavigation(false);
     connect(this, &QAbstractItemView::doubleClicked, this, [this] {
-        if (m_is_left) // the toolkit tells of every button's
-            notify(LBN_DBLCLK);
+        if (!m_is_left) // Qt reports double clicks of every button
+            return;
+        m_is_handled = true;
+        notify(LBN_DBLCLK);
     });
+}
+
+void NameList::mousePressEvent(QMouseEvent* event)
+{
+    m_is_handled = false;
+    QListView::mousePressEvent(event);
+}
+
+// The button is still down after a double click. The list may have other entries by then: without this, the
+// smallest movement would select one of them.
+void NameList::mouseMoveEvent(QMouseEvent* event)
+{
+    if (!m_is_handled || event->buttons() == Qt::NoButton)
+        QListView::mouseMoveEvent(event);
 }
 
 void NameList::mouseDoubleClickEvent(QMouseEvent* event)
@@ -180,6 +210,9 @@ void NameList::keyPressEvent(QKeyEvent* event)
 {
     const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     if (enter && (event->modifiers() & Qt::ControlModifier)) {
+        // As a click on the focused entry would, but several selected entries remain selected.
+        if (selectionModel()->selectedIndexes().size() <= 1)
+            selectionModel()->select(currentIndex(), QItemSelectionModel::ClearAndSelect);
         notify(LBN_DBLCLK);
     } else if (event->key() == Qt::Key_Space && (event->modifiers() & Qt::ControlModifier)) {
         // The toolkit would go on to the next entry that begins with the key's empty text.
@@ -265,11 +298,12 @@ QWidget* DialogWidget::MakeItem(const DialogItem& item)
     case DialogItemKind::combo: {
         auto* combo = new QComboBox(this);
         std::vector<CString> entries(item.entries.begin(), item.entries.end());
-        std::sort(entries.begin(), entries.end(), std::mem_fn(&CString::ComesBefore));
+        std::sort(entries.begin(), entries.end(), ComesBefore);
         for (const CString& entry : entries)
             combo->addItem(ToQString(entry));
         combo->setCurrentIndex(-1);
-        connect(combo, &QComboBox::activated, this, [this, id = item.id] { Notify(id, CBN_SELCHANGE); });
+        connect(combo, &QComboBox::currentIndexChanged, this,
+                [this, id = item.id] { Notify(id, CBN_SELCHANGE); });
         return combo;
     }
     case DialogItemKind::check: {
@@ -421,6 +455,8 @@ void CListBox::SetContent(std::vector<CString> entries)
         return;
     list->Names().Set(std::move(entries));
     list->scrollToTop();
+    // Qt gives an entry the focus only when the list itself receives it.
+    list->selectionModel()->setCurrentIndex(list->model()->index(0, 0), QItemSelectionModel::NoUpdate);
 }
 
 int CListBox::GetCount() const
@@ -466,6 +502,8 @@ CString CComboBox::GetLBText(int index) const
 
 void CComboBox::SetCurSel(int index)
 {
-    if (auto* combo = WidgetOf<QComboBox>(this))
+    if (auto* combo = WidgetOf<QComboBox>(this)) {
+        const QSignalBlocker not_the_user(combo);
         combo->setCurrentIndex(index);
+    }
 }

@@ -49,11 +49,14 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
 
 private:
     NameModel* m_model;
-    bool m_is_left = false; // of the last double click
+    bool m_is_left = false;    // the last double click was by the left button
+    bool m_is_handled = false; // the last press was a double click, and its notification has been sent
 };
 
 class DialogWidget : public QDialog

@@ -45,12 +45,18 @@ void PressKey(const QPointer<DialogWidget>& dialog, int key, Qt::KeyboardModifie
 
 void Click(const QPointer<QWidget>& widget, QPoint point, Qt::KeyboardModifiers modifiers, bool twice)
 {
+    // A hand moves the mouse a little during the second click.
     constexpr QEvent::Type kClicks[] = {QEvent::MouseButtonPress, QEvent::MouseButtonRelease,
-                                        QEvent::MouseButtonDblClick, QEvent::MouseButtonRelease};
-    for (int i = 0; widget && i < (twice ? 4 : 2); ++i) {
+                                        QEvent::MouseButtonDblClick, QEvent::MouseMove,
+                                        QEvent::MouseButtonRelease};
+    for (int i = 0; widget && i < (twice ? 5 : 2); ++i) {
+        const bool moves = kClicks[i] == QEvent::MouseMove;
+        if (moves)
+            point += QPoint(0, 1);
         const bool down = kClicks[i] != QEvent::MouseButtonRelease;
-        QMouseEvent event(kClicks[i], QPointF(point), QPointF(widget->mapToGlobal(point)), Qt::LeftButton,
-                          down ? Qt::LeftButton : Qt::NoButton, modifiers);
+        QMouseEvent event(kClicks[i], QPointF(point), QPointF(widget->mapToGlobal(point)),
+                          moves ? Qt::NoButton : Qt::LeftButton, down ? Qt::LeftButton : Qt::NoButton,
+                          modifiers);
         QCoreApplication::sendEvent(widget, &event);
     }
 }

@@ -120,6 +120,9 @@ TEST_F(OpenMultipleTest, FiltersGoToTheBoxAndBack)
             ClickEntry(dialog, kTypeBox, 1);
             EXPECT_STREQ(dialog.m_strFilter.c_str(), "*.fax");
             EXPECT_EQ(Listed(), (Texts{"[..]", "[sub]", "New1.fax", "new2.fax"}));
+            Choose({"New1.fax", "new2.fax"});
+            ClickEntry(dialog, kTypeBox, 1);
+            EXPECT_EQ(dialog.m_wndList.GetSelItems().size(), 2U) << "the same type again";
         });
     }
 }
@@ -131,10 +134,11 @@ TEST_F(OpenMultipleTest, WalksThroughDirectories)
                   DoubleClick("[sub]");
                   EXPECT_EQ(Listed(), (Texts{"[..]", "[deep]", "inner.fax"}));
                   EXPECT_EQ(Shown(), scratch.File("sub"));
+                  EXPECT_TRUE(dialog.m_wndList.GetSelItems().empty()) << "by the same click";
                   DoubleClick("[deep]");
                   EXPECT_EQ(Listed(), Texts{"[..]"});
                   EXPECT_EQ(Directory(), scratch.File("sub/deep/"));
-                  DoubleClick("[..]");
+                  PressDialogKeys(dialog, {"Ctrl+Return"}); // has the focus, and nothing is selected
                   PressDialogKeys(dialog, {"[", ".", "Ctrl+Return"}); // without a pointer
                   EXPECT_EQ(Shown(), scratch.Path());
                   DoubleClick("[sub]");
@@ -164,7 +168,8 @@ TEST_F(OpenMultipleTest, BracketsWithDashesAreADrive)
     const fs::path here = fs::current_path();
     Run([&] {
         DoubleClick("[-c-]");
-        EXPECT_EQ(Directory(), scratch.Path() + "/") << "there is none";
+        EXPECT_EQ(Directory(), scratch.File("-c-/")) << "there is no such drive";
+        DoubleClick("[..]");
         fs::create_directory(scratch.File("c:"));
         fs::current_path(scratch.Path());
         DoubleClick("[-c-]");

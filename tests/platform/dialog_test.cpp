@@ -255,9 +255,10 @@ TEST_F(DialogTest, ListsADirectory)
 {
     constexpr UINT kAll = DDL_DRIVES | DDL_DIRECTORY | DDL_ARCHIVE;
     const ScratchDirectory scratch;
-    for (const char* name : {"B.fax", "a.FAX", "c.tif", ".hidden.fax"})
+    for (const char* name : {"B.fax", "a.FAX", "1.fax", "c.tif", ".hidden.fax"})
         scratch.Write(name, "x");
     mkdir(scratch.File("Sub").c_str(), 0755);
+    mkdir(scratch.File("sub2").c_str(), 0755);
     mkdir(scratch.File("nothing").c_str(), 0755);
     const std::string directory = scratch.Path() + "/";
     const struct {
@@ -272,13 +273,13 @@ TEST_F(DialogTest, ListsADirectory)
          directory + "*.fax",
          kAll,
          true,
-         {"[..]", "[nothing]", "[Sub]", "a.FAX", "B.fax"},
+         {"[..]", "[nothing]", "[Sub]", "[sub2]", "1.fax", "a.FAX", "B.fax"},
          "*.fax"},
         {"no files",
          directory + "*.*",
          DDL_DIRECTORY | DDL_EXCLUSIVE,
          true,
-         {"[..]", "[nothing]", "[Sub]"},
+         {"[..]", "[nothing]", "[Sub]", "[sub2]"},
          "*.*"},
         {"files alone", directory + "*.tif", 0, true, {"c.tif"}, "*.tif"},
         {"empty", directory + "nothing/*.*", kAll, true, {"[..]"}, "*.*"},

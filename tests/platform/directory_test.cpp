@@ -55,7 +55,7 @@ std::string Shown(const DirectoryListing& listing)
 {
     std::vector<DirectoryEntry> entries = listing.entries;
     std::sort(entries.begin(), entries.end(),
-              [](const DirectoryEntry& a, const DirectoryEntry& b) { return a.name.ComesBefore(b.name); });
+              [](const DirectoryEntry& a, const DirectoryEntry& b) { return ComesBefore(a.name, b.name); });
     std::string text;
     for (const DirectoryEntry& entry : entries) {
         const std::string name = entry.name.c_str();
