@@ -65,18 +65,12 @@ std::vector<CString> LocalFiles(const QMimeData* data)
 }
 } // namespace
 
-bool ShowsOnScreen(const CRect& rect)
+bool IsOnAScreen(const QRect& rect)
 {
-    if (rect.IsEmpty())
-        return false;
-    for (const QScreen* screen : QGuiApplication::screens()) {
-        const double ratio = screen->devicePixelRatio();
-        const QRectF area = screen->geometry();
-        if (area.intersects(
-                QRectF(rect.left / ratio, rect.top / ratio, rect.Width() / ratio, rect.Height() / ratio)))
-            return true;
-    }
-    return false;
+    const QList<QScreen*> screens = QGuiApplication::screens();
+    return !rect.isEmpty() && std::any_of(screens.begin(), screens.end(), [&rect](const QScreen* screen) {
+        return screen->geometry().intersects(rect);
+    });
 }
 
 FrameWidget::FrameWidget(CFrameWnd* owner, const CREATESTRUCT& cs) : m_owner(owner)
@@ -148,14 +142,15 @@ void FrameWidget::PlaceFrame(const CRect& rect)
     const double ratio = devicePixelRatioF();
     const QScreen* const screen = QGuiApplication::primaryScreen();
     QRect wanted = screen ? screen->geometry() : QRect(0, 0, kLeastWidth, kLeastHeight);
-    if (ShowsOnScreen(rect)) {
-        // No larger than all screens together: a number from the settings may be anything.
-        const QSize most = screen ? screen->virtualSize() : wanted.size();
-        wanted = QRect(QPoint(ToLogical(rect.left, ratio), ToLogical(rect.top, ratio)),
-                       QSize(CoveringUnits(int64_t{rect.right} - rect.left, ratio),
-                             CoveringUnits(int64_t{rect.bottom} - rect.top, ratio))
-                           .boundedTo(most));
-    }
+    // The settings may hold any numbers: a window is not larger than all screens together, and is on a screen
+    // with that size.
+    const QSize most = screen ? screen->virtualSize() : wanted.size();
+    const QRect bounded(QPoint(ToLogical(rect.left, ratio), ToLogical(rect.top, ratio)),
+                        QSize(CoveringUnits(int64_t{rect.right} - rect.left, ratio),
+                              CoveringUnits(int64_t{rect.bottom} - rect.top, ratio))
+                            .boundedTo(most));
+    if (IsOnAScreen(bounded))
+        wanted = bounded;
     m_wanted = {ToDevicePixels(wanted.left(), ratio), ToDevicePixels(wanted.top(), ratio),
                 ToDevicePixels(wanted.left() + wanted.width(), ratio),
                 ToDevicePixels(wanted.top() + wanted.height(), ratio)};

@@ -174,7 +174,8 @@ TEST_F(MainFrame, ItsPlaceIsKept)
     CDC screen;
     screen.CreateDisplayInformation();
     const CRect whole{0, 0, screen.GetDeviceCaps(HORZRES), screen.GetDeviceCaps(VERTRES)};
-    for (const char* const bad : {"", "30 40 530", "nonsense", "9000 9000 9500 9400", "50 50 50 50"}) {
+    for (const char* const bad :
+         {"", "30 40 530", "nonsense", "9000 9000 9500 9400", "50 50 50 50", "-90000 0 500 400"}) {
         Stop();
         app = std::make_unique<CLumentaApp>();
         app->WriteProfileString("window", "MainFrame", bad);
