@@ -86,12 +86,13 @@ void CLumentaApp::OnNextPage()
         OpenAndMark(path);
 }
 
-// A page that is rewritten while it is opened stays new: the mark is for the file as it was before.
+// Marks the file in the state before it was opened: a page that is rewritten meanwhile stays new.
 void CLumentaApp::OpenAndMark(const CString& path)
 {
-    const FileStatus before = FileStatusOf(path);
+    const CString file = PagePath(path); // the one that the document shows
+    const FileStatus before = FileStatusOf(file);
     if (OpenDocumentFile(path))
-        MarkAsViewed(path, before);
+        MarkAsViewed(file, before);
 }
 
 void CLumentaApp::MarkAsViewed(const CString& path, const FileStatus& before) const

@@ -85,6 +85,12 @@ void CLumentaDoc::SetTitle(const CString&)
     CDocument::SetTitle(m_strPageTitle);
 }
 
+// The template hands over the path that was to be opened.
+void CLumentaDoc::SetPathName(const CString& path, bool add_to_recent)
+{
+    CDocument::SetPathName(PagePath(path), add_to_recent);
+}
+
 void CLumentaDoc::DeleteContents()
 {
     ++m_nPageSerial;

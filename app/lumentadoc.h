@@ -29,7 +29,8 @@ public:
     ~CLumentaDoc() override;
 
     void SetTitle(const CString& title) override; // always the page's label, whatever the argument
-    void DeleteContents() override;               // ends the current page; harmless without one
+    void SetPathName(const CString& path, bool add_to_recent = true) override; // cut as for opening
+    void DeleteContents() override; // ends the current page; harmless without one
     bool OnNewDocument() override;
     bool OnOpenDocument(const CString& path) override; // the text before a tab or semicolon is the file
 

@@ -261,6 +261,7 @@ TEST_F(App, OpenShowsOnePageMarksItAndRemembersWhere)
     const KeptMarks marks;
     const std::vector<CString> pages = ThreePages();
     scratch.Write("broken.tif", "II*");
+    scratch.Write("third.tif;1", "not what is opened");
     const CString directory = (scratch.Path() + "/").c_str();
     Start();
     app->m_bMarkViewed = true;
@@ -276,7 +277,8 @@ TEST_F(App, OpenShowsOnePageMarksItAndRemembersWhere)
         {"*.TIF", "first.tif", "*.tif", "first - LUMENTA", 0},
         {"*.tif", nullptr, "*.tif", "first - LUMENTA", 0},
         {"*.jpg", "second.tif", "*.fax", "second - LUMENTA", 0}, // in none of the pairs
-        {"*.*", "broken.tif", "*.*", "second - LUMENTA", 1},
+        {"*.*", "third.tif;1", "*.*", "third - LUMENTA", 0},
+        {"*.*", "broken.tif", "*.*", "third - LUMENTA", 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.filter_before << " " << (c.typed ? c.typed : "Cancel"));
@@ -295,10 +297,12 @@ TEST_F(App, OpenShowsOnePageMarksItAndRemembersWhere)
         EXPECT_EQ(boxes.Take().size(), c.boxes);
     }
     EXPECT_EQ(app->m_PageList.size(), 1U);
+    EXPECT_EQ(app->GetRecentFiles(), (std::vector<CString>{pages[2], pages[1], pages[0]}));
     app->m_bMarkViewed = false;
+    app->m_PageList = {WritePage("fourth.tif", 200, 100)};
     app->OnNextPage();
-    EXPECT_EQ(Title(), "third - LUMENTA");
-    EXPECT_EQ(marks.Marked(), (Texts{scratch.File("first.tif"), scratch.File("second.tif")}));
+    EXPECT_EQ(Title(), "fourth - LUMENTA");
+    EXPECT_EQ(marks.Marked(), (Texts{pages[0].c_str(), pages[1].c_str(), pages[2].c_str()}));
 }
 
 TEST_F(App, PrintsOnePageThroughTheViewsOwnDrawing)
