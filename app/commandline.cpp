@@ -1,5 +1,7 @@
 #include "app/commandline.h"
 
+#include "platform/viewedmark.h"
+
 const char kHelpText[] = "Usage: lumenta [FILE]\n"
                          "Shows a page bitmap at one page pixel to one screen pixel.\n"
                          "\n"
@@ -8,7 +10,7 @@ const char kHelpText[] = "Usage: lumenta [FILE]\n"
                          "  --help     show this text\n"
                          "  --version  show the version\n";
 
-CommandLine ReadCommandLine(std::span<const char* const> arguments, bool (*is_file)(const CString& path))
+CommandLine ReadCommandLine(std::span<const char* const> arguments, bool (*exists)(const CString& path))
 {
     CommandLine line;
     if (!arguments.empty()) {
@@ -29,9 +31,14 @@ CommandLine ReadCommandLine(std::span<const char* const> arguments, bool (*is_fi
         joined += arguments[i];
     }
     line.text = joined;
-    if (!line.text.IsEmpty() && OpensNothing(line.text) && is_file(PagePath(line.text)))
+    if (!line.text.IsEmpty() && OpensNothing(line.text) && exists(PagePath(line.text)))
         line.text = CString{joined[0] == '/' ? "/." : "./"} + line.text;
     return line;
+}
+
+bool PathExists(const CString& path)
+{
+    return FileStatusOf(path).kind != FileStatus::Kind::none;
 }
 
 bool OpensNothing(const CString& command_line)

@@ -11,10 +11,13 @@ struct CommandLine {
     CString text; // the arguments as one text, one blank between two
 };
 
-// arguments are those behind the program's name. A first argument "--help" or "--version" is answered by
-// main. is_file says whether a path names a file: one that looks as if it opened nothing is then given as a
-// path that does not ("/./e...", "./-e..."), so that a page below /export opens.
-CommandLine ReadCommandLine(std::span<const char* const> arguments, bool (*is_file)(const CString& path));
+// arguments: those after the program's name. A first argument "--help" or "--version" is answered by main.
+// exists: whether something exists at a path. If the path of something that exists would open nothing (see
+// OpensNothing), the text is a variant of the path that opens it ("/./e...", "./-e...").
+CommandLine ReadCommandLine(std::span<const char* const> arguments, bool (*exists)(const CString& path));
+
+// Whether anything exists at the path. It need not be readable: then its open reports that.
+bool PathExists(const CString& path);
 
 // A command line that opens no page: an empty one, or one that begins with a dash or slash and the letter e.
 bool OpensNothing(const CString& command_line);

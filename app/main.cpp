@@ -2,21 +2,11 @@
 #include "app/commandline.h"
 #include "app/lumentaapp.h"
 #include "app/version.h"
-#include "platform/file.h"
 #include "platform/run.h"
 
 #include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
-
-static bool IsFile(const CString& path)
-{
-    const int file = OpenRegularFile(path);
-    if (file < 0)
-        return false;
-    close(file);
-    return true;
-}
 
 // No connection or page file gets the number of a standard stream that was closed by the caller. Using such a
 // stream still fails.
@@ -31,7 +21,7 @@ int main(int argc, char** argv)
 {
     OpenStandardStreams();
     const std::span<const char* const> all{argv, static_cast<size_t>(argc)};
-    const CommandLine line = ReadCommandLine(all.subspan(argc > 0 ? 1 : 0), IsFile);
+    const CommandLine line = ReadCommandLine(all.subspan(argc > 0 ? 1 : 0), PathExists);
     switch (line.wish) {
     case CommandLine::Wish::help: return fputs(kHelpText, stdout) < 0 || fflush(stdout) != 0;
     case CommandLine::Wish::version:

@@ -31,7 +31,8 @@ struct FileStatus {
     friend bool operator==(const FileStatus&, const FileStatus&) = default;
 };
 
-// Links followed; opens nothing and never blocks on a FIFO or device. Kind none where there is no telling.
+// Follows links, opens nothing and never blocks on a FIFO or device. The file need not be readable. Kind none
+// if nothing exists there or the system does not tell.
 FileStatus FileStatusOf(const CString& path);
 
 // Marks the file at path as viewed in the state of `status`. Does nothing where status is of no regular file,

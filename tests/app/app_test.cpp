@@ -6,9 +6,11 @@
 #include "app/resources.h"
 #include "platform/viewedmark.h"
 #include "tests/app/window_fixture.h"
+#include "tests/support/child.h"
 #include "tests/support/fake_marks.h"
 
 #include <map>
+#include <unistd.h>
 
 namespace
 {
@@ -17,7 +19,7 @@ TEST(CommandLineText, IsOnePathOrAWish)
     using Wish = CommandLine::Wish;
     struct Case {
         std::vector<const char*> arguments;
-        bool names_a_file;
+        bool exists;
         Wish wish;
         const char* text;
     };
@@ -38,7 +40,7 @@ TEST(CommandLineText, IsOnePathOrAWish)
     for (const Case& c : cases) {
         const CommandLine line = ReadCommandLine(
             c.arguments,
-            c.names_a_file ? [](const CString&) { return true; } : [](const CString&) { return false; });
+            c.exists ? [](const CString&) { return true; } : [](const CString&) { return false; });
         EXPECT_EQ(line.wish, c.wish) << c.text;
         EXPECT_EQ(line.text, c.text);
     }
@@ -46,6 +48,13 @@ TEST(CommandLineText, IsOnePathOrAWish)
         EXPECT_EQ(path, "/e/page.tif") << "the file is what stands before the semicolon";
         return true;
     });
+    EXPECT_EQ(InChild([]() -> std::string {
+                  if (geteuid() == 0 && setuid(65534) != 0)
+                      return "no other user";
+                  return ReadCommandLine(std::vector<const char*>{"/etc/shadow"}, PathExists).text.c_str();
+              }),
+              "/./etc/shadow")
+        << "exists, and is not readable";
 }
 
 class App : public WindowTest
