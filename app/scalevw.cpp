@@ -29,7 +29,16 @@ void CScaleView::OnUpdate(CView* sender, LPARAM hint, CObject* hint_object)
     SetupScrollSizes(client.Width(), client.Height(), m_nScale);
     const auto* const lines = DynamicDowncast<ScaleUpdateHint>(hint_object);
     if (hint == kHintReducedLines && lines) {
-        InvalidateRect({0, lines->m_nFirstLine, client.Width(), lines->m_nLastLine + 1}, true);
+        // The place of the lines in the picture, then their place in the window.
+        bool paint_follows = false;
+        for (const int scrolled : {0, GetScrollPosition().y}) {
+            const CRect band{0, lines->m_nFirstLine - scrolled, client.Width(),
+                             lines->m_nLastLine + 1 - scrolled};
+            InvalidateRect(band, true);
+            paint_follows |= !client.IsEmpty() && band.top < client.bottom && band.bottom > client.top;
+        }
+        if (!paint_follows)
+            AskForNextLines();
         return;
     }
     CLumenta::OnUpdate(sender, hint, hint_object);
@@ -39,17 +48,21 @@ void CScaleView::OnUpdate(CView* sender, LPARAM hint, CObject* hint_object)
 
 void CScaleView::OnDraw(CDC* dc)
 {
-    CLumentaDoc* const document = GetPageDocument();
-    if (document) {
+    if (CLumentaDoc* const document = GetPageDocument())
         document->BlitScaled(dc, {0, 0, m_sizeTotal.cx, m_sizeTotal.cy});
-        // One wish at a time: paints for other reasons may come before it is heard, and would else make a
-        // chain of their own each. What Escape asks for holds for the paint behind it.
-        if (m_bNextPosted)
-            return;
-        // Once all lines are there, no further batch could change the picture.
-        if (!m_bStop && document->IsScaling())
-            m_bNextPosted = PostMessage(WM_SCALE_NEXT);
-    }
+    AskForNextLines();
+}
+
+void CScaleView::AskForNextLines()
+{
+    // At most one request waits. Other paints may come before it is handled, and each would otherwise start a
+    // chain of its own. Escape then stops the chain after that request.
+    if (m_bNextPosted)
+        return;
+    // Once all lines exist, no further batch can change the picture.
+    const CLumentaDoc* const document = GetPageDocument();
+    if (!m_bStop && document && document->IsScaling())
+        m_bNextPosted = PostMessage(WM_SCALE_NEXT);
     m_bStop = false;
 }
 
@@ -65,6 +78,7 @@ void CScaleView::OnLButtonDown(UINT flags, CPoint point)
     CLumenta::OnLButtonDown(flags, point);
     if (CWnd* const window = AfxGetMainWnd())
         window->SendMessage(WM_PAGE_CENTER, 0, PackPointer(static_cast<CLumenta*>(this)));
+    Invalidate(); // a click continues a reduction that Escape has stopped
 }
 
 CPoint CScaleView::GetPickedPoint() const

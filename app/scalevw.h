@@ -12,7 +12,8 @@ public:
 
     void OnInitialUpdate() override;
     void OnActivateView(bool activate, CView* activated, CView* deactivated) override;
-    // Goes on with the reduction, but for the hint that it has gone on.
+    // Continues the reduction. With the hint about new lines it only has them painted or, if none of them is
+    // inside the window, asks for the next ones.
     void OnUpdate(CView* sender, LPARAM hint, CObject* hint_object) override;
     void OnDraw(CDC* dc) override;
     CPoint GetPickedPoint() const override;
@@ -32,5 +33,7 @@ protected:
 private:
     static const MessageEntry entries[];
 
-    bool m_bNextPosted = false; // the wish for the next batch has not been heard yet
+    void AskForNextLines(); // unless Escape was pressed; that counts once
+
+    bool m_bNextPosted = false; // a request for the next batch waits
 };

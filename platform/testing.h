@@ -28,7 +28,8 @@ int EndApplication(CWinApp& app);
 
 // Handles input, paints and posted messages until none is left or limit_ms have passed. True if none is left.
 bool PumpUntilIdle(int limit_ms = 10000);
-// The same until the condition holds. True if it does.
+// The same until the condition holds. It is asked after each single key, paint or posted message. True if it
+// holds.
 bool PumpUntil(const std::function<bool()>& condition, int limit_ms = 10000);
 
 // Takes the place of message boxes; an empty function restores them.
@@ -90,6 +91,8 @@ void TurnWheel(CWnd& window, int angle_x, int angle_y,
                bool shift = false); // eighths of a degree, 120 a notch
 void DropFiles(CWnd& window, const std::vector<CString>& paths);
 void ResizeFrame(CWnd& frame, CSize client); // of the frame's inside, menu and bars included
+void UncoverFrame(CWnd& frame);              // as another window does that covered it and goes away
+void ActivateByUser(CWnd& frame);            // as the window manager does
 
 // The menu of a frame as it shows: one line an entry, "View/&Next Page\tCtrl+Alt+N [disabled]".
 std::vector<CString> DescribeMenu(CFrameWnd& frame);

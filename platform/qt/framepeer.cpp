@@ -10,6 +10,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QMimeData>
+#include <QPaintEvent>
 #include <QPixmap>
 #include <QScreen>
 #include <QShortcut>
@@ -17,6 +18,7 @@
 #include <QTimer>
 #include <QUrl>
 #include <QWindow>
+#include <QWindowStateChangeEvent>
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -273,8 +275,14 @@ void FrameWidget::resizeEvent(QResizeEvent* event)
 void FrameWidget::changeEvent(QEvent* event)
 {
     QMainWindow::changeEvent(event);
-    if (event->type() == QEvent::WindowStateChange)
+    if (event->type() == QEvent::WindowStateChange) {
         MatchPlaceSoon();
+        if ((static_cast<QWindowStateChangeEvent*>(event)->oldState() & Qt::WindowMinimized) &&
+            !isMinimized())
+            ShownAgain();
+    }
+    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+        ShownAgain();
     if (event->type() == QEvent::ActivationChange && isActiveWindow() && m_owner &&
         m_owner->GetActiveView()) {
         CView* view = m_owner->GetActiveView();
@@ -286,27 +294,48 @@ void FrameWidget::showEvent(QShowEvent* event)
 {
     QMainWindow::showEvent(event);
     m_placing = true;
+    windowHandle()->installEventFilter(this);
     // The window manager tells its margins when it shows the window, by events that are handled before these.
     QTimer::singleShot(0, this, [this] {
-        const QWindow* handle = windowHandle();
-        if (handle && handle->isExposed()) {
-            m_placing = false;
-            Shown();
-            return;
-        }
-        if (handle)
-            windowHandle()->installEventFilter(this);
+        m_placeAtExpose = true;
+        if (windowHandle() && windowHandle()->isExposed())
+            Exposed();
     });
+}
+
+void FrameWidget::Exposed()
+{
+    if (!std::exchange(m_placeAtExpose, false))
+        return;
+    m_placing = false;
+    Shown();
 }
 
 bool FrameWidget::eventFilter(QObject* object, QEvent* event)
 {
-    if (event->type() == QEvent::Expose && object == windowHandle() && windowHandle()->isExposed()) {
-        object->removeEventFilter(this);
-        m_placing = false;
-        Shown();
+    if (object == windowHandle()) {
+        if (event->type() == QEvent::Expose && windowHandle()->isExposed())
+            Exposed();
+        // Part of the window was uncovered. Qt copies it from its own store without a paint event of a
+        // widget.
+        if (event->type() == QEvent::Paint)
+            if (ViewWidget* view = View(); view && static_cast<QPaintEvent*>(event)->region().intersects(
+                                                       QRect(view->mapTo(this, QPoint(0, 0)), view->size())))
+                view->WantPaint();
     }
     return QMainWindow::eventFilter(object, event);
+}
+
+ViewWidget* FrameWidget::View() const
+{
+    const auto* pane = dynamic_cast<PaneWidget*>(centralWidget());
+    return pane ? pane->View() : nullptr;
+}
+
+void FrameWidget::ShownAgain()
+{
+    if (ViewWidget* view = View())
+        view->WantPaint();
 }
 
 FramePeer::FramePeer(CFrameWnd* owner, const CREATESTRUCT& cs) : m_widget(new FrameWidget(owner, cs)) {}

@@ -60,7 +60,10 @@ public:
     void Paint(uint64_t turn);
     void Changed(const QRegion& region); // drawn into: goes to the screen with the next copy
     void ShowChanged();
-    bool HasInvalid() const { return !m_invalid.isEmpty(); }
+    // Asks for a paint message although every pixel is valid: a window that is uncovered gets one, and its
+    // pixels come from the buffer.
+    void WantPaint();
+    bool NeedsPaint() const { return m_paintWanted || !m_invalid.isEmpty(); }
     uint64_t LastPaintTurn() const { return m_lastPaintTurn; }
     uint64_t PaintCount() const { return m_paints; }
 
@@ -98,6 +101,7 @@ private:
     QImage m_buffer;    // of that size once it is looked at
     QSize m_kept{0, 0}; // what of it still belongs to the picture
     QRegion m_invalid;
+    bool m_paintWanted = false;
     QRegion m_changed;
     QPoint m_moved;
     QPoint m_wheelRest; // in 120ths of a device pixel
@@ -169,6 +173,7 @@ public:
         return m_placing && isVisible() && !isMinimized();
     }                  // shown, and not matched yet
     void MatchPlace(); // once the window manager has told its margins
+    void ShownAgain(); // raised, restored or activated: a paint of its view
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -184,8 +189,10 @@ private:
     void MakeMenu();
     void MatchPlaceSoon();
     void MatchClient();
+    void Exposed();
     void Shown();
     void RecordPlace();
+    ViewWidget* View() const; // null if it has none
 
     CFrameWnd* m_owner;
     QTimer m_settle;
@@ -193,6 +200,7 @@ private:
     CRect m_wanted;       // not yet matched; empty: nothing to match
     CRect m_normal;
     bool m_placing = false;
+    bool m_placeAtExpose = false;
 };
 
 class FramePeer final : public WindowPeer

@@ -176,7 +176,7 @@ bool Queue::PaintOne()
     // A posted message waits for at most one paint of each window: windows painted since it came must wait in
     // turn.
     std::erase_if(m_dirty,
-                  [](const ViewWidget* view) { return !view->HasInvalid(); }); // painted or cut off since
+                  [](const ViewWidget* view) { return !view->NeedsPaint(); }); // painted or cut off since
     const uint64_t posted_turn = m_posted.empty() ? UINT64_MAX : m_posted.front().turn;
     for (size_t i = 0; i < m_dirty.size(); ++i) {
         ViewWidget* view = m_dirty[i];

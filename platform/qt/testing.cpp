@@ -14,9 +14,11 @@
 #include <QMenuBar>
 #include <QMimeData>
 #include <QMouseEvent>
+#include <QPaintEvent>
 #include <QShortcut>
 #include <QUrl>
 #include <QWheelEvent>
+#include <QWindow>
 #include <cmath>
 #include <cstring>
 
@@ -59,7 +61,8 @@ bool PumpUntil(const std::function<bool()>& condition, int limit_ms)
     while (!condition()) {
         if (timer.elapsed() > limit_ms)
             return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+        // Without a time limit: that would be many rounds, and the condition is met in the first one or not.
+        QCoreApplication::processEvents();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
     return true;
@@ -69,12 +72,18 @@ bool PumpUntilIdle(int limit_ms)
 {
     // Once round at least: what the display has sent may be what starts the work.
     QCoreApplication::processEvents();
+    const auto is_idle = [] {
+        for (const QWidget* widget : QApplication::topLevelWidgets())
+            if (const auto* frame = dynamic_cast<const FrameWidget*>(widget); frame && frame->IsPlacing())
+                return false;
+        return Queue::Get().IsIdle();
+    };
     return PumpUntil(
-        [] {
-            for (const QWidget* widget : QApplication::topLevelWidgets())
-                if (const auto* frame = dynamic_cast<const FrameWidget*>(widget); frame && frame->IsPlacing())
-                    return false;
-            return Queue::Get().IsIdle();
+        [&] {
+            if (!is_idle())
+                return false;
+            QCoreApplication::processEvents(); // the last message may have left something to do
+            return is_idle();
         },
         limit_ms);
 }
@@ -103,7 +112,7 @@ GrabbedPixels GrabWindow(CWnd& window)
 {
     GrabbedPixels grabbed;
     ViewWidget* view = ViewOf(&window);
-    if (!view)
+    if (!view || view->DeviceRect().IsEmpty())
         return grabbed;
     // What the toolkit was told to copy to the screen and nothing more, then what stands there.
     QWidget* top = view->window();
@@ -281,6 +290,23 @@ void ResizeFrame(CWnd& window, CSize client)
         frame->resize(static_cast<int>(std::ceil(client.cx / ratio)),
                       static_cast<int>(std::ceil(client.cy / ratio)));
         PumpUntilIdle();
+    }
+}
+
+void UncoverFrame(CWnd& window)
+{
+    FrameWidget* frame = FrameOf(&window);
+    if (!frame || !frame->windowHandle())
+        return;
+    QPaintEvent event(QRect(QPoint(0, 0), frame->size()));
+    QCoreApplication::sendEvent(frame->windowHandle(), &event);
+}
+
+void ActivateByUser(CWnd& window)
+{
+    if (FrameWidget* frame = FrameOf(&window)) {
+        frame->activateWindow();
+        PumpUntil([frame] { return frame->isActiveWindow(); });
     }
 }
 

@@ -227,6 +227,14 @@ void ViewWidget::Scroll(int dx, int dy)
     Queue::Get().AddDirty(this);
 }
 
+void ViewWidget::WantPaint()
+{
+    if (!m_owner)
+        return;
+    m_paintWanted = true;
+    Queue::Get().AddDirty(this);
+}
+
 QRegion ViewWidget::TakeInvalid()
 {
     return std::exchange(m_invalid, QRegion());
@@ -235,6 +243,7 @@ QRegion ViewWidget::TakeInvalid()
 void ViewWidget::Paint(uint64_t turn)
 {
     m_lastPaintTurn = turn;
+    m_paintWanted = false;
     ++m_paints;
     if (m_owner)
         m_owner->SendMessage(WM_PAINT);

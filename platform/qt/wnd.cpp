@@ -99,7 +99,7 @@ void CWnd::InvalidateRect(const CRect& rect, bool)
 void CWnd::UpdateWindow()
 {
     ViewWidget* view = ViewOf(this);
-    if (view && view->HasInvalid())
+    if (view && view->NeedsPaint())
         Queue::Get().PaintNow(view);
     else if (auto* control = PeerOf<ControlPeer>(this); control && control->Widget())
         control->Widget()->repaint();
@@ -196,6 +196,8 @@ void CWnd::BringWindowToTop()
         widget->raise();
         widget->activateWindow();
     }
+    if (FrameWidget* frame = FrameOf(this)) // even if it is the topmost window already
+        frame->ShownAgain();
 }
 
 void CWnd::MoveWindow(const CRect& rect, bool)

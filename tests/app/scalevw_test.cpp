@@ -37,6 +37,18 @@ protected:
                                    : nullptr;
     }
 
+    // A window whose picture Escape has stopped after its first lines.
+    CScaleView* OpenStopped()
+    {
+        CScaleView* const scaled = Open();
+        document->m_nLinesPerUpdate = 1;
+        EXPECT_TRUE(PumpUntil([&] { return Lines() >= 5; }));
+        PressKey(*scaled, TestKey::escape);
+        EXPECT_TRUE(PumpUntilIdle());
+        return scaled;
+    }
+    int Lines() const { return document->m_pScaled->m_nRowsDone + 1; }
+
     // Of what the window shows: the first pixel that differs from a count of the page's, or an empty text.
     // Lines that are not made yet are white.
     std::string PictureDiffers(CScaleView& scaled, int lines = INT32_MAX) const
@@ -105,46 +117,120 @@ TEST_F(ScaledWindow, GrowsByTheBatchAndStandsStillAfterEscape)
     StartWithPage(1600, 2400);
     CScaleView* const scaled = Open();
     document->m_nLinesPerUpdate = 7;
-    const auto lines = [&] { return document->m_pScaled->m_nRowsDone + 1; };
-    EXPECT_LE(lines(), 1) << "one batch before the first paint";
-    ASSERT_TRUE(PumpUntil([&] { return lines() >= 50; }));
-    ASSERT_LT(lines(), 300);
-    EXPECT_EQ((lines() - 1) % 7, 0);
+    EXPECT_LE(Lines(), 1) << "one batch before the first paint";
+    ASSERT_TRUE(PumpUntil([&] { return Lines() >= 50; }));
+    ASSERT_LT(Lines(), 300);
+    EXPECT_EQ((Lines() - 1) % 7, 0);
 
     PressKey(*scaled, TestKey::escape);
     ASSERT_TRUE(PumpUntilIdle());
-    const int stopped = lines();
-    EXPECT_LT(stopped, 300);
+    EXPECT_LT(Lines(), 300);
     EXPECT_FALSE(scaled->m_bStop) << "the paint has taken it back";
-    EXPECT_EQ(PictureDiffers(*scaled, stopped), "");
-    scaled->Invalidate();
-    ASSERT_TRUE(PumpUntilIdle());
-    EXPECT_EQ(lines(), 300) << "any paint starts it again";
-    EXPECT_EQ(PictureDiffers(*scaled), "");
+    EXPECT_EQ(PictureDiffers(*scaled, Lines()), "");
 
     // Paints for other reasons while a batch is waited for make no second chain, which Escape would not stop.
-    app->OpenDocumentFile(scratch.File("page.tif"));
-    CScaleView* const again = Open();
-    again->Invalidate();
-    again->UpdateWindow();
-    again->Invalidate();
-    again->UpdateWindow();
-    again->m_bStop = true;
+    const int stopped = Lines();
+    for (int i = 0; i < 3; ++i) {
+        scaled->Invalidate();
+        scaled->UpdateWindow();
+    }
+    scaled->m_bStop = true;
     ASSERT_TRUE(PumpUntilIdle());
-    EXPECT_LE(lines(), 1 + 2 * 7);
+    EXPECT_LE(Lines(), stopped + 2 * 7);
+}
+
+TEST_F(ScaledWindow, WhateverBringsItToLightContinuesItAfterEscape)
+{
+    StartWithPage(1600, 2400);
+    const struct {
+        const char* what;
+        std::function<void(CScaleFrame&)> prepare, act;
+    } cases[] = {
+        {"a paint", {}, [](CScaleFrame& overview) { overview.GetActiveView()->Invalidate(); }},
+        {"uncovered", {}, [](CScaleFrame& overview) { UncoverFrame(overview); }},
+        {"clicked",
+         {},
+         [](CScaleFrame& overview) {
+             PressMouse(*overview.GetActiveView(), {9, 9});
+             ReleaseMouse(*overview.GetActiveView(), {9, 9});
+         }},
+        {"activated", [this](CScaleFrame&) { ActivateByUser(*frame); },
+         [](CScaleFrame& overview) { ActivateByUser(overview); }},
+        {"restored", [](CScaleFrame& overview) { overview.ShowWindow(SW_SHOWMINIMIZED); },
+         [](CScaleFrame& overview) { overview.ShowWindow(SW_SHOWNORMAL); }},
+        {"Scaled Page again", {}, [this](CScaleFrame&) { Open(); }},
+    };
+    for (const auto& c : cases) {
+        app->OpenDocumentFile(scratch.File("page.tif"));
+        CScaleView* const scaled = OpenStopped();
+        if (c.prepare)
+            c.prepare(*view->m_pScaleFrame);
+        ASSERT_TRUE(PumpUntilIdle());
+        // Going away may be a paint as well.
+        scaled->m_bStop = document->IsScaling();
+        scaled->Invalidate();
+        ASSERT_TRUE(PumpUntilIdle());
+        ASSERT_LT(Lines(), 300) << c.what;
+        EXPECT_FALSE(scaled->m_bStop);
+        c.act(*view->m_pScaleFrame);
+        ASSERT_TRUE(PumpUntilIdle());
+        EXPECT_EQ(Lines(), 300) << c.what;
+        EXPECT_EQ(PictureDiffers(*scaled), "") << c.what;
+    }
+}
+
+// A window lower than its picture, wherever it is scrolled to, or out of sight.
+TEST_F(ScaledWindow, BecomesCompleteInEveryWindow)
+{
+    StartWithPage(1600, 2400);
+    const struct {
+        CSize size;
+        int scrolled;
+        bool minimized;
+    } cases[] = {{{640, 120}, 0, false},
+                 {{220, 120}, 180, false},
+                 {{220, 90}, 100, false},
+                 {{150, 100}, 40, true},
+                 {{1, 1}, 0, false}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.size.cx << " x " << c.size.cy << " at " << c.scrolled);
+        app->OpenDocumentFile(scratch.File("page.tif"));
+        CScaleView* const scaled = Open();
+        view->m_pScaleFrame->MoveWindow({0, 0, c.size.cx, c.size.cy});
+        scaled->ScrollToPosition({0, c.scrolled});
+        EXPECT_EQ(scaled->GetScrollPosition().y, c.scrolled);
+        if (c.minimized)
+            view->m_pScaleFrame->ShowWindow(SW_SHOWMINIMIZED);
+        ASSERT_LT(Lines(), 10);
+        ASSERT_TRUE(PumpUntilIdle());
+        EXPECT_EQ(Lines(), 300);
+        EXPECT_EQ(PictureDiffers(*scaled), "");
+    }
+    // Escape stops it below the window as well, and a single paint continues it.
+    app->OpenDocumentFile(scratch.File("page.tif"));
+    CScaleView* const scaled = Open();
+    view->m_pScaleFrame->MoveWindow({0, 0, 220, 60});
+    ASSERT_TRUE(PumpUntil([&] { return Lines() >= 100; }));
+    PressKey(*scaled, TestKey::escape);
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_LT(Lines(), 110);
+    UncoverFrame(*view->m_pScaleFrame);
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(Lines(), 300);
 }
 
 TEST_F(ScaledWindow, ABatchIsOnePaintAndLeavesThePageViewAlone)
 {
     StartWithPage(1600, 1600);
-    CScaleView* const scaled = Open();
-    ASSERT_TRUE(PumpUntil([&] { return PaintCount(*scaled) >= 1; }));
+    CScaleView* const scaled = OpenStopped();
     const uint64_t page_paints = PaintCount(*view);
     const uint64_t paints = PaintCount(*scaled);
-    const int lines = document->m_pScaled->m_nRowsDone;
-    ASSERT_TRUE(PumpUntil([&] { return document->m_pScaled->m_nRowsDone >= lines + 100; }));
-    const auto batches = static_cast<double>(document->m_pScaled->m_nRowsDone - lines); // of one line each
-    EXPECT_NEAR(static_cast<double>(PaintCount(*scaled) - paints), batches, 1);
+    const int lines = Lines();
+    ASSERT_LT(lines, 100);
+    scaled->Invalidate();
+    ASSERT_TRUE(PumpUntilIdle());
+    ASSERT_EQ(Lines(), 200);
+    EXPECT_EQ(PaintCount(*scaled) - paints, static_cast<uint64_t>(1 + 200 - lines)) << "of one line each";
     EXPECT_EQ(PaintCount(*view), page_paints);
 }
 
