@@ -489,6 +489,64 @@ TEST(Jbig, WritesNoMoreOfARowThanThePitch)
     }
 }
 
+// After the data stripes go on with bits of 0, until one is like the one before.
+TEST(Jbig, StripesThatRepeatAreNotDecodedAgain)
+{
+    for (const int width : {1, 9, 640})
+        for (const uint32_t stripe_rows : {1u, 2u, 7u, 130u}) {
+            SCOPED_TRACE(testing::Message() << width << " wide, L0 " << stripe_rows);
+            std::mt19937 random(5);
+            const int rows = static_cast<int>(300 + 4 * stripe_rows);
+            for (const Bitmap& page : {DrawRows(random, width, 20, 3), Bitmap(width, 200)}) {
+                ExpectAsReference(Behind(0, EncodeOwn(page, stripe_rows, pages::StripeEnd::KeepContexts)),
+                                  rows);
+                if (HasFailure())
+                    return;
+            }
+        }
+    // Two billion rows, which decoded one by one would take minutes.
+    const Bytes blank = EncodeOwn(Bitmap(1000, 300), 100, pages::StripeEnd::KeepContexts);
+    jbig_data* const dat = Jbig_Open_Input_MMapped(blank.data(), blank.size());
+    Bytes row(125, 0x11);
+    EXPECT_EQ(Jbig_Decode_Discard(dat, 2010), 2010);
+    EXPECT_EQ(Jbig_Decode_Discard(dat, INT32_MAX), INT32_MAX);
+    EXPECT_EQ(dat->lines_delivered, 2010u + INT32_MAX);
+    EXPECT_EQ(dat->stripe_number, (dat->lines_delivered + 99) / 100);
+    EXPECT_EQ(Jbig_Decode(dat, 1, row.data(), 125), 1);
+    EXPECT_EQ(row, Bytes(125, 0));
+    Jbig_Close_Input(dat);
+}
+
+TEST(Jbig, AsksItsBlockWithinALargeStripe)
+{
+    static int asked;
+    static int ends_at;
+    constexpr int32_t kStripeRows = 100;
+    for (const uint32_t width : {640u, 1u << 16})
+        for (const int end : {0, 1, 3}) {
+            SCOPED_TRACE(testing::Message() << width << " wide, " << end);
+            Bytes stream = Header(width, kStripeRows);
+            stream.insert(stream.end(), {0xFF, 0x02});
+            const JbigInput input = Behind(0, stream);
+            SeekBlock block(input);
+            static_cast<callback_block*>(block)->file = stdin; // without one there is nothing to ask about
+            asked = 0;
+            ends_at = end;
+            block.Set(CALLBACK_FERROR, reinterpret_cast<callback_slot_value>(
+                                           +[](FILE*) -> int { return ++asked == ends_at; }));
+            jbig_data* const dat = Jbig_Open_Input_Callback(block);
+            ASSERT_NE(dat, nullptr);
+            const bool large = width > 640;
+            const bool ends = large && end > 0;
+            EXPECT_EQ(Jbig_Decode_Discard(dat, 2 * kStripeRows), ends ? 0 : 2 * kStripeRows);
+            EXPECT_EQ(asked, !large ? 0 : ends ? end : 6); // 65536 x 100 is thrice 2^21 pixels, and some
+            EXPECT_STREQ(Jbig_Error_String(dat), ends ? "Error reading file" : nullptr);
+            EXPECT_EQ(block.messages, "");
+            EXPECT_EQ(Jbig_Decode_Discard(dat, 1), ends ? 0 : 1);
+            Jbig_Close_Input(dat);
+        }
+}
+
 TEST(Jbig, ASlotThatClaimsMoreThanItWasAskedForIsBelievedNothing)
 {
     Bytes stream = Header(64, 8);

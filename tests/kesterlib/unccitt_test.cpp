@@ -457,6 +457,19 @@ TEST(Unccitt, KnowsWhatEndsARowAndAPage)
         EXPECT_EQ(std::vector<int>(reference.suspicious, reference.suspicious + 3), one.suspicious);
         ExpectAsReference(stream, 8, 3, reference);
     }
+    // Behind the end any number of rows may be passed over.
+    const Bytes stream = FromBits("1 end");
+    UNCOMP* const frame = Unccitt4_Open_MMapped(stream.data(), stream.size(), 8, 1, nullptr);
+    uint8_t row = 0x11;
+    EXPECT_EQ(Unccitt4_Decode(frame, 2, &row, 0), 2);
+    EXPECT_EQ(frame->rows_done, 2);
+    for (int i = 0; i < 1000; ++i)
+        EXPECT_EQ(Unccitt4_Decode(frame, INT32_MAX, nullptr, 0), INT32_MAX);
+    EXPECT_EQ(frame->rows_done, INT32_MAX);
+    EXPECT_EQ(row, 0x11) << "a stride of 0";
+    EXPECT_EQ(Unccitt4_Decode(frame, 1, &row, 1), 1);
+    EXPECT_EQ(row, 0);
+    Uncomp_Free(frame);
 }
 
 // A row that fills its list and ends with a run beyond the row, and the same row again, leave the same list.

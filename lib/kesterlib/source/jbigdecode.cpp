@@ -185,6 +185,18 @@ void pass_rows(jbig_data* dat, int32_t rows)
     dat->lines_left -= rows;
     dat->lines_delivered += static_cast<uint32_t>(rows);
 }
+
+// Whole stripes that are all the one in the buffer, however many; the rows passed over.
+int32_t pass_same_stripes(jbig_data* dat, int32_t rows)
+{
+    if (!reinterpret_cast<const Decoder*>(dat)->repeats)
+        return 0;
+    const uint32_t stripes = static_cast<uint32_t>(rows) / dat->stripe_lines;
+    const uint32_t passed = stripes * dat->stripe_lines;
+    dat->stripe_number += stripes;
+    dat->lines_delivered += passed;
+    return static_cast<int32_t>(passed);
+}
 } // namespace
 
 void jbig_error(jbig_data* dat, const char* text, int32_t line, const char* file)
@@ -330,6 +342,10 @@ int32_t Jbig_Decode_Discard(jbig_data* dat, int32_t lines)
         return 0;
     int32_t passed = 0;
     while (passed < lines) {
+        if (dat->lines_left < 1)
+            passed += kesterlib::pass_same_stripes(dat, lines - passed);
+        if (passed == lines)
+            break;
         const int32_t at_hand = kesterlib::rows_at_hand(dat);
         if (at_hand == 0)
             break;

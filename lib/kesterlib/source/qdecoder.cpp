@@ -186,6 +186,19 @@ void qm_shift_beyond(Decoder* decoder, QmCoder* coder, int32_t n, uint32_t x, ui
     coder->bits -= n;
 }
 
+void jbig_poll(jbig_data* dat, uint32_t line)
+{
+    if (!dat->block->file || callback_ferror(dat->block) == 0)
+        return;
+    // Without a report: the client knows.
+    ++dat->error_count;
+    dat->error_line = __LINE__;
+    dat->error_file = kSource;
+    dat->error_text = "Error reading file";
+    dat->line_in_stripe = line;
+    dat->column = 0;
+}
+
 JbigRowLoop* jbig_row_loop()
 {
 #if defined(__x86_64__)
@@ -207,8 +220,41 @@ void jbig_reset_adaptor(jbig_data* dat)
         pair = uint64_t{qm_word(0, 0)} << 32 | qm_word(0, 0);
 }
 
+namespace
+{
+// After the end of the data the rows of a stripe, and the registers after it, depend on the contexts and on
+// the two rows above alone. If both are what they were one stripe ago, the stripe is the same again.
+bool is_same_stripe(jbig_data* dat)
+{
+    auto* const decoder = reinterpret_cast<Decoder*>(dat);
+    if (decoder->repeats)
+        return true;
+    const bool after_data = dat->io_buffer == dat->io_buffer_end && input_is_over(dat) && !dat->reset_pending;
+    if (after_data) {
+        const uint8_t* const last_rows = dat->stripe_buffer + size_t{dat->stripe_lines} * dat->row_stride;
+        decoder->repeats = decoder->began_after_data &&
+                           memcmp(decoder->contexts_before, dat->adaptor, JBIG_ADAPTOR_BYTES) == 0 &&
+                           memcmp(dat->stripe_buffer, last_rows, size_t{2} * dat->row_stride) == 0;
+        memcpy(decoder->contexts_before, dat->adaptor, JBIG_ADAPTOR_BYTES);
+    }
+    decoder->began_after_data = after_data;
+    return decoder->repeats;
+}
+
+void finish_stripe(jbig_data* dat)
+{
+    ++dat->stripe_number;
+    dat->next_row = dat->first_row;
+    dat->lines_left = static_cast<int32_t>(dat->stripe_lines);
+}
+} // namespace
+
 void jbig_decode_stripe(jbig_data* dat)
 {
+    if (is_same_stripe(dat)) {
+        finish_stripe(dat);
+        return;
+    }
     qm_init_decoder(dat);
     memmove(dat->stripe_buffer, dat->stripe_buffer + size_t{dat->stripe_lines} * dat->row_stride,
             size_t{2} * dat->row_stride);
@@ -223,8 +269,6 @@ void jbig_decode_stripe(jbig_data* dat)
     decoder->row_loop(decoder, &coder, cut ? kGroup : dat->width);
 
     store_coder(dat, coder);
-    ++dat->stripe_number;
-    dat->next_row = dat->first_row;
-    dat->lines_left = static_cast<int32_t>(dat->stripe_lines);
+    finish_stripe(dat);
 }
 } // namespace kesterlib

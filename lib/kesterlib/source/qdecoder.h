@@ -34,6 +34,10 @@ struct Decoder {
     // A word of qdecoder_table.h for each context, beside its byte of the adaptor. The two words of one y-1
     // and y-2 neighbourhood and one pixel x-2 share an entry: the lower half is for a pixel x-1 of 0.
     uint64_t pairs[512];
+    // The contexts at the start of the stripe in the buffer, if its data were over before it began.
+    uint8_t contexts_before[JBIG_ADAPTOR_BYTES];
+    bool began_after_data;
+    bool repeats; // every stripe from here on is the one in the buffer
 };
 
 // ---- jbigdecode.cpp
@@ -45,6 +49,11 @@ void jbig_print_position(callback_block* block, jbig_data* dat);
 
 void jbig_reset_adaptor(jbig_data* dat);
 void jbig_decode_stripe(jbig_data* dat);
+
+// Asks between two rows whether the client wants the stripe to end, as an error after `line`. A stripe may
+// take seconds, most of them without reading a byte.
+constexpr uint64_t kPixelsPerPoll = 1 << 21;
+void jbig_poll(jbig_data* dat, uint32_t line);
 
 // Shifts the code by n bits of which not all have been read. `x` and `line` are the pixel's, for a report.
 void qm_shift_beyond(Decoder* decoder, QmCoder* coder, int32_t n, uint32_t x, uint32_t line);

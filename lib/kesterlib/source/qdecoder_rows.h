@@ -281,11 +281,17 @@ inline void decode_row(Decoder* decoder, QmCoder* coder, uint8_t* row, uint32_t 
 template <bool kNarrow>
 void decode_rows(Decoder* decoder, QmCoder* coder, uint32_t limit)
 {
-    const jbig_data* const dat = &decoder->base;
+    jbig_data* const dat = &decoder->base;
     uint8_t* row = dat->first_row;
+    uint64_t pixels = 0;
     for (uint32_t line = 0; line < dat->stripe_lines; ++line, row += dat->row_stride) {
         decode_row<kNarrow>(decoder, coder, row, line, limit);
         limit = dat->width;
+        pixels += dat->width;
+        if (pixels >= kPixelsPerPoll) {
+            pixels = 0;
+            jbig_poll(dat, line);
+        }
         if (dat->error_count > 0)
             break;
     }

@@ -253,6 +253,10 @@ int32_t KESTERLIB_UNCCITT4_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int
     UNCOMP& base = frame->base;
     const int32_t row_bytes_used = base.width / 8 + (base.width % 8 != 0);
     const int32_t nbytes = row_bytes_used < stride ? row_bytes_used : stride;
+    if (base.eol_seen && nbytes <= 0 && rows > 0) { // white rows that nobody wants to see
+        base.rows_done = rows < INT32_MAX - base.rows_done ? base.rows_done + rows : INT32_MAX;
+        return rows;
+    }
     int32_t done = 0;
     const uint8_t* above = nullptr;
     for (; done < rows && !frame->finished; ++done) {

@@ -99,10 +99,13 @@ KESTERLIB_API int32_t Jbig_Close_Input(jbig_data* dat);
  * The end of the data is no error: behind it, whatever bits of 0 decode to is delivered. Ask for as many rows
  * as the page has.
  *
- * Allocates nothing. A call decodes whole stripes; the rest of one stays for the next call. */
+ * Allocates nothing. A call decodes whole stripes; the rest of one stays for the next call. A large stripe
+ * may take seconds. Every 2^21 pixels or so it asks the ferror slot of a block with a stream, and a result
+ * other than 0 ends the stripe as an error does, but with no message. */
 KESTERLIB_API int32_t Jbig_Decode(jbig_data* dat, int32_t lines, uint8_t* buffer, int32_t pitch);
 
-/* Passes over the next rows; the same count, and the same cost but for the copy. */
+/* Passes over the next rows: the same count, and the same cost without the copy. After the end of the data,
+ * once a stripe repeats, any number of rows costs nothing. */
 KESTERLIB_API int32_t Jbig_Decode_Discard(jbig_data* dat, int32_t lines);
 
 /* The words of the first error, a constant text; null where there was none. */

@@ -35,7 +35,7 @@ KESTERLIB_API UNCOMP* Unccitt4_Open_MMapped(const uint8_t* base, size_t size, in
  * behind the width are 0.
  *
  * The first end of line code ends the page: its row and all later ones are white, and are delivered for as
- * long as they are asked for.
+ * long as they are asked for. With a stride of 0, which writes nothing, any number of these costs nothing.
  *
  * Returns the rows delivered: rows, or fewer where the stream is damaged or at its end without an end of line
  * code. The frame is then finished: further calls give 0. Its text is that of a read error, or of a row with
