@@ -1,5 +1,8 @@
 #include "app/decoderblock.h"
 
+#include "platform/messages.h"
+
+#include <cstdio>
 #include <cstdlib>
 
 namespace
@@ -7,6 +10,12 @@ namespace
 void* AllocateOrNull(size_t bytes, const char*)
 {
     return std::malloc(bytes);
+}
+
+// The decoder of a large JBIG stripe asks for errors between its rows.
+int FailIfInterrupted(FILE* file)
+{
+    return CCmdTarget::WorkInterrupted() ? 1 : std::ferror(file);
 }
 } // namespace
 
@@ -28,6 +37,8 @@ callback_block* DecoderBlock::Over(FILE* file)
         fill_void_callback_block(m_pBlock);
         fill_unix_callback_block(m_pBlock);
         set_callback_slot(CALLBACK_ALLOCATE, m_pBlock, reinterpret_cast<callback_slot_value>(AllocateOrNull));
+        set_callback_slot(CALLBACK_FERROR, m_pBlock,
+                          reinterpret_cast<callback_slot_value>(FailIfInterrupted));
     }
     set_callback_slot(CALLBACK_FILE, m_pBlock, reinterpret_cast<callback_slot_value>(file));
     return m_pBlock;

@@ -9,3 +9,13 @@ const CRuntimeClass Group4Image::classRecord{"Group4Image", &RunImage::classReco
 const HeaderImage::Kind Group4Image::kKind{FAXHEADER_GROUP4, 0, "Not CCITT Group 4 compressed file",
                                            "Invalid CCITT Group 4 object", "CCITT Group 4 decode error"};
 const RunImage::Codec Group4Image::kCodec{Unccitt4_Open_Callback, Unccitt4_Decode};
+
+// All rows are white after the end code.
+int32_t Group4Image::SkipRows(int32_t count, Skip)
+{
+    if (!Decoder || !Decoder->eol_seen)
+        return 0;
+    const int32_t passed = Unccitt4_Decode(Decoder, count, nullptr, 0);
+    CurrentRow += passed;
+    return passed;
+}

@@ -11,6 +11,8 @@ public:
 
     Group4Image() : RunImage(kKind, kCodec) {}
 
+    int32_t SkipRows(int32_t count, Skip which) override;
+
 private:
     static const Kind kKind;
     static const Codec kCodec;

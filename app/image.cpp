@@ -2,6 +2,11 @@
 
 const CRuntimeClass Image::classRecord{"Image", &CObject::classRecord, nullptr};
 
+int32_t Image::SkipRows(int32_t, Skip)
+{
+    return 0;
+}
+
 void Image::ClearFields()
 {
     Name.Empty();

@@ -37,6 +37,10 @@ public:
     // The next row into buffer, which has rowBytes bytes.
     virtual int ReadRow(uint8_t* buffer, int32_t rowBytes) = 0;
     virtual int Rewind() = 0;
+    // Passes over the next rows, count at most, if that is cheaper than to deliver them; zeroRows: only if
+    // all their bytes are 0. The rows passed over, perhaps fewer or none.
+    enum class Skip : uint8_t { anyRows, zeroRows };
+    virtual int32_t SkipRows(int32_t count, Skip which);
     // Whether rows can be read; changes nothing.
     virtual int IsValid() = 0;
 

@@ -42,3 +42,18 @@ bool JBIGImage::GoToRow(uint8_t*, int32_t, int32_t firstRow, int32_t)
         CurrentRow += Jbig_Decode_Discard(Decoder, firstRow - CurrentRow - 1);
     return true;
 }
+
+// The rest of the stripe at hand, or further stripes, in steps that do not take long. After an error the next
+// row fails, as it would without the step.
+int32_t JBIGImage::SkipRows(int32_t count, Skip which)
+{
+    if (!Decoder || which == Skip::zeroRows)
+        return 0;
+    constexpr uint32_t kStepPixels = 1 << 21;
+    const int32_t step = Decoder->lines_left > 0
+                             ? Decoder->lines_left
+                             : static_cast<int32_t>(std::max(kStepPixels / Decoder->width, 1U));
+    const int32_t passed = Jbig_Decode_Discard(Decoder, std::min(count, step));
+    CurrentRow += passed;
+    return passed;
+}

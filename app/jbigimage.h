@@ -16,6 +16,8 @@ public:
     JBIGImage() : HeaderImage(kKind) { MinIsBlack = kKind.min_is_black; }
     ~JBIGImage() override { JBIGImage::EndDecoder(); }
 
+    int32_t SkipRows(int32_t count, Skip which) override;
+
 protected:
     bool StartDecoder() override;
     void EndDecoder() override;

@@ -19,8 +19,8 @@
 
 namespace
 {
-constexpr int32_t kRowsPerCursorLook = 256; // rows read between two looks whether the hourglass is due
-
+constexpr int32_t kZeroBytes = 1 << 20;          // cleared between two looks at the user
+constexpr int32_t kMostZeroBytes = 64 << 20;     // of rows before those that are asked for
 constexpr int32_t kStoreBlockBytes = 256 * 1024; // decoded before they are written to the temporary file
 
 // The kinds of page file, in the order in which they are tried.
@@ -119,7 +119,7 @@ bool CLumentaDoc::OnNewDocument()
 
 bool CLumentaDoc::OnOpenDocument(const CString& path)
 {
-    BeginWaitCursor();
+    BeginWaitCursor(Hourglass::atOnce); // the file may be on a slow mount
     const bool opened = OpenPage(path);
     UpdateAllViews(nullptr, kHintPage);
     EndWaitCursor();
@@ -237,13 +237,13 @@ bool CLumentaDoc::ReleaseRowBuffer()
     return true;
 }
 
-// Reads the image's next row, which is row. False leaves zeros.
-bool CLumentaDoc::ReadImageRow(uint8_t* slot, int32_t row)
+// Reads the image's next row. False leaves zeros. A row that the user does not wait for has failed.
+bool CLumentaDoc::ReadImageRow(uint8_t* slot)
 {
-    if (row % kRowsPerCursorLook == kRowsPerCursorLook - 1)
-        ShowWaitCursorIfDue();
-    if (m_pImage->ReadRow(slot, m_nRowBytes))
+    if (!WorkInterrupted() && m_pImage->ReadRow(slot, m_nRowBytes))
         return true;
+    if (WorkInterrupted()) // the row may have failed because of it
+        m_pImage->ErrorText = "interrupted";
     memset(slot, 0, static_cast<size_t>(m_nRowBytes));
     return false;
 }
@@ -275,8 +275,12 @@ bool CLumentaDoc::FillMapping(int32_t stop)
         const int32_t first = m_nLastRow + 1;
         const int32_t wanted = std::min(block_rows, stop - first);
         int32_t rows = 0;
+        int32_t passed = 0; // after them; where nothing has been written, the file reads as zeros
         while (good && rows < wanted) {
-            good = ReadImageRow(block.get() + int64_t{rows} * m_nRowBytes, first + rows);
+            passed = m_pImage->SkipRows(stop - first - rows, Image::Skip::zeroRows);
+            if (passed > 0)
+                break;
+            good = ReadImageRow(block.get() + int64_t{rows} * m_nRowBytes);
             ++rows;
         }
         const auto row_bytes = static_cast<size_t>(m_nRowBytes);
@@ -294,9 +298,20 @@ bool CLumentaDoc::FillMapping(int32_t stop)
             m_nLastRow += static_cast<int32_t>(kept) + 1;
             return ReportRow(m_nLastRow);
         }
-        m_nLastRow += rows;
+        m_nLastRow += rows + passed;
     }
     return good || ReportRow(m_nLastRow);
+}
+
+// The heap may be gigabytes: the windows are served meanwhile, but nothing is left that could be interrupted.
+void CLumentaDoc::ZeroRows(int32_t first, int32_t stop)
+{
+    const int32_t step = std::max(kZeroBytes / m_nRowBytes, 1);
+    for (int32_t row = first; row < stop; row += std::min(step, stop - row)) {
+        WorkInterrupted();
+        memset(RowAddress(row), 0,
+               static_cast<size_t>(std::min(step, stop - row)) * static_cast<size_t>(m_nRowBytes));
+    }
 }
 
 bool CLumentaDoc::GetRows(int32_t first, int32_t count)
@@ -337,14 +352,24 @@ bool CLumentaDoc::GetRows(int32_t first, int32_t count)
 
     // Pass over: the first slot to be kept is scratch space for the rows before it.
     while (next < store && !m_bReadError) {
-        const bool good = ReadImageRow(RowAddress(store), next);
+        if (const int32_t passed =
+                WorkInterrupted() ? 0 : m_pImage->SkipRows(store - next, Image::Skip::anyRows)) {
+            m_nLastRow += passed;
+            next += passed;
+            continue;
+        }
+        const bool good = ReadImageRow(RowAddress(store));
         ++m_nLastRow;
         if (!good && !ReportRow(next))
             return false;
         ++next;
     }
-    if (next < store)
+    if (next < store) {
+        // All rows are zero from here on. To store many that nobody has asked for would take memory and time.
+        if (int64_t{m_nRowBytes} * (first - store) > kMostZeroBytes)
+            m_nWindowFirst = store = first;
         m_nLastRow = store - 1;
+    }
 
     if (store < stop && !m_bReadError && m_hTempFile != kInvalidFile) {
         if (!FillMapping(stop))
@@ -352,7 +377,7 @@ bool CLumentaDoc::GetRows(int32_t first, int32_t count)
         store = m_nLastRow + 1;
     }
     while (store < stop && !m_bReadError) {
-        const bool good = ReadImageRow(RowAddress(store), store);
+        const bool good = ReadImageRow(RowAddress(store));
         ++m_nLastRow;
         if (!good && !ReportRow(store))
             return false;
@@ -362,8 +387,7 @@ bool CLumentaDoc::GetRows(int32_t first, int32_t count)
         // Nothing is read any more. In the temporary file the rows ahead have never been touched, and are
         // zero.
         if (m_hTempFile == kInvalidFile)
-            memset(RowAddress(store), 0,
-                   static_cast<size_t>(stop - store) * static_cast<size_t>(m_nRowBytes));
+            ZeroRows(store, stop);
         m_nLastRow = stop - 1;
     }
     return true;

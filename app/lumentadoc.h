@@ -101,9 +101,10 @@ private:
 
     bool OpenPage(const CString& path);
     bool BuildGreyPalette();
-    bool ReadImageRow(uint8_t* slot, int32_t row);
+    bool ReadImageRow(uint8_t* slot);
     bool ReportRow(int32_t row);
     bool FillMapping(int32_t stop);
+    void ZeroRows(int32_t first, int32_t stop);
 
     void DrawBilevel(CDC* dc, const CRect& rect);
     void DrawGrey(CDC* dc, const CRect& rect);

@@ -190,7 +190,7 @@ void CLumentaDoc::PrintReduced(CDC* dc, const CRect& rect)
         return;
     const uint64_t page = m_nPageSerial;
     ScaleRows(&bitmap, bitmap.m_nHeight); // what could not be made stays blank
-    if (page != m_nPageSerial)
+    if (page != m_nPageSerial || WorkInterrupted())
         return;
     const CSize target = FitInto({bitmap.m_nWidth, bitmap.m_nHeight}, {rect.Width(), rect.Height()});
     if (target.cx <= 0 || target.cy <= 0)

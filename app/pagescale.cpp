@@ -10,6 +10,11 @@
 #include <algorithm>
 #include <new>
 
+namespace
+{
+constexpr int32_t kStepBytes = 1 << 20; // of rows reduced between two looks at the user
+} // namespace
+
 bool CLumentaDoc::MakeScaledBitmap(int32_t scale)
 {
     try {
@@ -38,14 +43,17 @@ void CLumentaDoc::ScaleNextLines()
         static_cast<int32_t>(std::min(int64_t{start} + m_nLinesPerUpdate, int64_t{m_pScaled->m_nHeight}));
     const uint64_t page = m_nPageSerial;
     bool scaled = false;
+    BeginWaitCursor();
     try {
         scaled = ScaleRows(m_pScaled.get(), until);
     } catch (const std::bad_alloc&) {
         scaled = false;
     }
+    const bool interrupted = WorkInterrupted();
+    EndWaitCursor();
     if (page != m_nPageSerial)
-        return; // closed while a box was open
-    if (!scaled) {
+        return;                     // closed while a box was open
+    if (!scaled && !interrupted) {  // Escape ends the batch alone
         m_pScaled->FinishScaling(); // else each paint would try again, and say so
         AfxMessageBox("Scaling failed");
         if (page != m_nPageSerial)
@@ -70,10 +78,17 @@ bool CLumentaDoc::ScaleRows(CScaledDIBitmap* bitmap, int32_t untilLine)
         const int32_t count = std::min(bitmap->m_nScale * untilLine - next, m_nWindowRows);
         if (count < 1)
             return false;
-        // Either may show a box, and the page may be closed behind it.
-        if (!GetRows(next, count) || bitmap->AddRows(RowAddress(next), next, count, m_nRowBytes) < 0 ||
-            page != m_nPageSerial)
+        // Either may show a box, and the page may be closed meanwhile.
+        if (!GetRows(next, count) || page != m_nPageSerial)
             return false;
+        const int32_t step = std::max(kStepBytes / m_nRowBytes, 1);
+        for (int32_t done = 0, rows = 0; done < count; done += rows) {
+            rows = std::min(step, count - done);
+            if (WorkInterrupted() ||
+                bitmap->AddRows(RowAddress(next + done), next + done, rows, m_nRowBytes) < 0 ||
+                page != m_nPageSerial)
+                return false;
+        }
     }
     return true;
 }

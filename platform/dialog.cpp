@@ -130,8 +130,10 @@ bool DlgDirList(CDialog& dialog, CString* target, UINT list, UINT path, UINT typ
     const CString patterns = target->Mid(behind_directory);
     const CString directory = behind_directory == 0 ? CString(".") : target->Left(behind_directory);
     const bool new_only = (types & DDL_EXCLUSIVE) != 0;
+    CCmdTarget::BeginWaitCursor();
     const DirectoryListing listing =
         ListDirectory(directory, patterns, new_only ? Marks::read : Marks::leave);
+    CCmdTarget::EndWaitCursor();
     if (listing.error != 0)
         return false;
 

@@ -28,6 +28,8 @@ enum class Marks {
 // sub-directories; of links what they lead to. Names with a leading dot ("." and ".." too), special files,
 // and what cannot be looked at are left out; a file that may not be read is listed. In no order.
 //
+// If the user interrupts it, the listing has what there was until then.
+//
 // One status call an entry and one for the mark of a file that matches. A directory that is empty gives no
 // entries and no error; one that is not there, is no directory or may not be read gives errno.
 DirectoryListing ListDirectory(const CString& directory, const CString& patterns, Marks marks);

@@ -91,11 +91,17 @@ public:
     // True if some handler on the road would run the command.
     virtual bool HasCommandHandler(UINT command);
 
-    // A nested pair round work that may take long. The pointer becomes an hourglass once the work has lasted
-    // a moment and ShowWaitCursorIfDue is called from within it, and is restored by the outermost End.
-    static void BeginWaitCursor();
+    // A nested pair around work that may take long. The pointer becomes an hourglass, atOnce for work that a
+    // single call of the system may hold up. The outermost End restores it.
+    enum class Hourglass : uint8_t { whenDue, atOnce };
+    static void BeginWaitCursor(Hourglass hourglass = Hourglass::whenDue);
     static void EndWaitCursor();
-    static void ShowWaitCursorIfDue();
+    // To be called often from within the work, every few milliseconds; costs a look at the clock. Once the
+    // work has lasted a moment, the hourglass is due. After a second, calls look for the Escape key
+    // and for the closing of a window. True from then on until the outermost End: the work is to stop. As
+    // while a box is open, nothing paints and no posted message is handled during a look; other input waits
+    // until the work has ended.
+    static bool WorkInterrupted();
 
 protected:
     static const MessageMap messages;

@@ -32,10 +32,16 @@ bool PumpUntilIdle(int limit_ms = 10000);
 // holds.
 bool PumpUntil(const std::function<bool()>& condition, int limit_ms = 10000);
 
+// Calls function from the event loop, as something that the display has just sent.
+void CallFromLoop(std::function<void()> function);
+
 // Takes the place of message boxes; an empty function restores them.
 void SetMessageBoxHook(std::function<void(const CString&)> hook);
 // Takes the place of the print dialog: gives the file to print to, or an empty text for Cancel.
 void SetPrintDialogHook(std::function<CString(CPrintInfo&)> hook);
+// Milliseconds by which work counts as long, see WorkInterrupted; an empty function restores the machine's.
+void SetWorkClock(std::function<int64_t()> clock);
+bool IsWaitCursorShown();
 // What GetKeyState gives for the control key, until the next real key.
 void SetControlKeyState(bool down);
 // Where settings are kept instead of the user's; an empty path restores that.
@@ -90,6 +96,7 @@ void DoubleClick(CWnd& window, CPoint point, bool right = false);
 void TurnWheel(CWnd& window, int angle_x, int angle_y,
                bool shift = false); // eighths of a degree, 120 a notch
 void DropFiles(CWnd& window, const std::vector<CString>& paths);
+void CloseFrame(CWnd& frame);                // as by its title bar
 void ResizeFrame(CWnd& frame, CSize client); // of the frame's inside, menu and bars included
 void UncoverFrame(CWnd& frame);              // as another window does that covered it and goes away
 void ActivateByUser(CWnd& frame);            // as the window manager does

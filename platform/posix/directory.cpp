@@ -1,5 +1,6 @@
 // Directory listings: one pass over the directory, one status call an entry.
 #include "platform/directory.h"
+#include "platform/messages.h"
 #include "platform/posix/filestatus.h"
 
 #include <algorithm>
@@ -97,6 +98,10 @@ DirectoryListing ListDirectory(const CString& directory, const CString& patterns
     const size_t directory_bytes = path.size();
     errno = 0;
     for (const dirent* item; (item = readdir(stream.get())); errno = 0) {
+        if (CCmdTarget::WorkInterrupted()) {
+            errno = 0;
+            break;
+        }
         const std::string_view name = item->d_name;
         if (name.starts_with('.') || !MayBeListed(item->d_type))
             continue;

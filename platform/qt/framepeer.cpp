@@ -1,4 +1,5 @@
 // A frame's widget: menu, accelerators, status bar, place on the screen.
+#include "platform/qt/longwork.h"
 #include "platform/qt/peer.h"
 #include "platform/qt/queue.h"
 
@@ -249,14 +250,17 @@ void FrameWidget::dropEvent(QDropEvent* event)
         return;
     event->acceptProposedAction();
     // Later: a page may show a box, and the program that the files come from waits for the end of this.
-    QMetaObject::invokeMethod(
-        this,
-        [this, paths] {
-            if (m_owner && isEnabled() && !QApplication::activeModalWidget())
-                m_owner->SendMessage(WM_DROPFILES, 0, PackPointer(&paths));
-            Queue::Get().InputHandled();
-        },
-        Qt::QueuedConnection);
+    QCoreApplication::postEvent(this, new DroppedFilesEvent(paths));
+}
+
+bool FrameWidget::event(QEvent* event)
+{
+    if (event->type() != DroppedFilesEvent::kType)
+        return QMainWindow::event(event);
+    if (m_owner && isEnabled() && !QApplication::activeModalWidget())
+        m_owner->SendMessage(WM_DROPFILES, 0, PackPointer(&static_cast<DroppedFilesEvent*>(event)->paths));
+    Queue::Get().InputHandled();
+    return true;
 }
 
 void FrameWidget::moveEvent(QMoveEvent* event)

@@ -176,6 +176,7 @@ public:
     void ShownAgain(); // raised, restored or activated: a paint of its view
 
 protected:
+    bool event(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;

@@ -132,13 +132,16 @@ QPrinter& Printer()
     return *printer;
 }
 
-// One run of the pages. False where the printer failed.
-bool PrintPages(CView* view, CPrintInfo* info, QPrinter* printer)
+enum class Print { done, failed, interrupted };
+
+// One run of the pages.
+Print PrintPages(CView* view, CPrintInfo* info, QPrinter* printer)
 {
     QPainter painter;
     if (!painter.begin(printer))
-        return false;
+        return Print::failed;
     bool good = true;
+    CCmdTarget::BeginWaitCursor();
     CDC dc(std::make_unique<PrinterTarget>(printer, &painter, &good));
     dc.GetClipBox(&info->m_rectDraw);
     view->OnBeginPrinting(&dc, info);
@@ -150,8 +153,14 @@ bool PrintPages(CView* view, CPrintInfo* info, QPrinter* printer)
             view->OnPrint(&dc, info);
     }
     view->OnEndPrinting(&dc, info);
-    return painter.end() && good && printer->printerState() != QPrinter::Error &&
-           printer->printerState() != QPrinter::Aborted;
+    const bool interrupted = CCmdTarget::WorkInterrupted();
+    CCmdTarget::EndWaitCursor();
+    good = painter.end() && good;
+    if (interrupted)
+        return Print::interrupted;
+    return good && printer->printerState() != QPrinter::Error && printer->printerState() != QPrinter::Aborted
+               ? Print::done
+               : Print::failed;
 }
 
 // False if the file that was printed to is cut short: the toolkit does not look whether its writes succeed.
@@ -199,7 +208,8 @@ void CView::OnFilePrint()
     QPrinter& printer = Printer();
     if (GetDocument())
         printer.setDocName(ToQString(GetDocument()->GetTitle()));
-    if (!PrintPages(this, &info, &printer) || !IsComplete(printer))
+    const Print print = PrintPages(this, &info, &printer);
+    if (print == Print::failed || (print == Print::done && !IsComplete(printer)))
         AfxMessageBox("Printing failed");
 }
 

@@ -1,5 +1,6 @@
 // Start, end and message loop of the program.
 #include "platform/run.h"
+#include "platform/qt/longwork.h"
 #include "platform/qt/peer.h"
 #include "platform/qt/queue.h"
 #include "platform/qt/services.h"
@@ -164,6 +165,11 @@ public:
 private:
     void CloseNext()
     {
+        LongWork& work = LongWork::Get();
+        if (work.IsLooking()) { // its end comes first
+            work.InterruptForExit();
+            return;
+        }
         if (QWidget* const popup = QApplication::activePopupWidget())
             popup->close();
         if (QWidget* const modal = QApplication::activeModalWidget()) {

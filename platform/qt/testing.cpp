@@ -1,12 +1,14 @@
 // The hooks and the hands of tests.
 #include "platform/testing.h"
 
+#include "platform/qt/longwork.h"
 #include "platform/qt/peer.h"
 #include "platform/qt/queue.h"
 #include "platform/qt/services.h"
 
 #include <QApplication>
 #include <QBackingStore>
+#include <QCursor>
 #include <QDropEvent>
 #include <QElapsedTimer>
 #include <QKeyEvent>
@@ -16,6 +18,7 @@
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QShortcut>
+#include <QShortcutEvent>
 #include <QUrl>
 #include <QWheelEvent>
 #include <QWindow>
@@ -98,6 +101,17 @@ void SetPrintDialogHook(std::function<CString(CPrintInfo&)> hook)
     g_print_dialog_hook = std::move(hook);
 }
 
+void SetWorkClock(std::function<int64_t()> clock)
+{
+    LongWork::s_clock = std::move(clock);
+}
+
+bool IsWaitCursorShown()
+{
+    const QCursor* const cursor = QGuiApplication::overrideCursor();
+    return cursor && cursor->shape() == Qt::WaitCursor;
+}
+
 void SetControlKeyState(bool down)
 {
     SetControlState(down);
@@ -137,6 +151,11 @@ COLORREF BackgroundOf(const CWnd& window)
 {
     const ViewWidget* view = ViewOf(&window);
     return view ? view->Background() : 0;
+}
+
+void CallFromLoop(std::function<void()> function)
+{
+    QMetaObject::invokeMethod(qApp, std::move(function), Qt::QueuedConnection);
 }
 
 namespace
@@ -202,8 +221,14 @@ void PressAccelerator(CWnd& window, const char* keys)
     const QKeySequence wanted(QString::fromLatin1(keys));
     if (FrameWidget* frame = FrameOf(&window))
         for (QShortcut* shortcut : frame->findChildren<QShortcut*>())
-            if (shortcut->key() == wanted)
-                emit shortcut->activated();
+            if (shortcut->key() == wanted) {
+                QT_WARNING_PUSH
+                QT_WARNING_DISABLE_DEPRECATED // there is no other way to learn it
+                    const int id = shortcut->id();
+                QT_WARNING_POP
+                QShortcutEvent event(wanted, id);
+                QCoreApplication::sendEvent(shortcut, &event);
+            }
 }
 
 void MoveMouse(CWnd& window, CPoint point)
@@ -280,7 +305,14 @@ void DropFiles(CWnd& window, const std::vector<CString>& paths)
     if (!enter.isAccepted())
         return;
     QCoreApplication::sendEvent(frame, &drop);
-    QCoreApplication::sendPostedEvents(frame, QEvent::MetaCall); // a drop opens its files once it is over
+    QCoreApplication::sendPostedEvents(frame,
+                                       DroppedFilesEvent::kType); // a drop opens its files once it is over
+}
+
+void CloseFrame(CWnd& window)
+{
+    if (FrameWidget* frame = FrameOf(&window))
+        frame->close();
 }
 
 void ResizeFrame(CWnd& window, CSize client)

@@ -128,6 +128,14 @@ TEST(HeaderImage, DeliversEveryRowByEveryWay)
                 for (int i = 0; i < count; ++i)
                     expect_row(rows.data() + i * row_bytes, first + i);
             }
+            ASSERT_EQ(image->Rewind(), 1);
+            while (image->CurrentRow + 3 < height) {
+                const int at = image->CurrentRow;
+                const int passed = image->SkipRows(2, Image::Skip::anyRows);
+                ASSERT_EQ(image->CurrentRow, at + passed);
+                ASSERT_EQ(image->ReadRow(row.data(), row_bytes), 1);
+                expect_row(row.data(), at + passed + 1);
+            }
         }
 }
 

@@ -222,6 +222,42 @@ TEST(RowWindow, ADamagedPageOfTheLargestHeightEndsAtOnce)
     }
     EXPECT_EQ(page->reads, 4);
     EXPECT_EQ(boxes.Take(), Texts{"error at line 3: decoder lost"});
+
+    // Not even the rows of the window are all cleared if that is much.
+    FakeImage* const wide = PutPageOnHeap(document, std::make_unique<FakeImage>(8 << 20, kRows), 200);
+    wide->fail_at = 0;
+    EXPECT_TRUE(document.GetRows(500, 1));
+    EXPECT_EQ(document.m_nWindowFirst, 500);
+    EXPECT_EQ(HeldFrom(document, 500), (Held{0, 1}));
+    EXPECT_TRUE(document.GetRows(100, 1));
+    EXPECT_EQ(HeldFrom(document, 100), (Held{0, 1}));
+    EXPECT_EQ(boxes.Take(), Texts{"error at line 0: decoder lost"});
+}
+
+TEST(RowStore, RowsBehindTheDataAreNotRead)
+{
+    constexpr int32_t kHeight = 1 << 20;
+    constexpr int32_t kZeroFrom = 70;
+    for (const bool mapped : {false, true}) {
+        SCOPED_TRACE(mapped ? "in a file" : "on the heap");
+        CLumentaDoc document;
+        FakeImage* page;
+        if (mapped) {
+            page = PutPage(document, std::make_unique<FakeImage>(8, kHeight));
+            ASSERT_TRUE(document.CreateRowMapping(kHeight));
+        } else {
+            page = PutPageOnHeap(document, std::make_unique<FakeImage>(8, kHeight), kWindow);
+            memset(document.m_pRows, 0x77, size_t{kWindow} * static_cast<size_t>(document.m_nRowBytes));
+        }
+        page->zero_from = kZeroFrom;
+        EXPECT_TRUE(document.GetRows(kHeight - 10, 10));
+        EXPECT_LE(page->reads, kZeroFrom + kWindow) << "but for those that the heap keeps";
+        EXPECT_EQ(page->CurrentRow, kHeight - 1);
+        EXPECT_EQ(document.m_nLastRow, kHeight - 1);
+        EXPECT_EQ(HeldFrom(document, kHeight - 10), (Held{0, 10}));
+        EXPECT_TRUE(document.GetRows(0, 100));
+        EXPECT_EQ(HeldFrom(document, 0), (Held{kZeroFrom, document.m_nLastRow + 1 - kZeroFrom}));
+    }
 }
 
 TEST(RowMapping, EachRowIsDecodedOnce)

@@ -314,4 +314,33 @@ TEST_F(DialogTest, ListsADirectory)
         EXPECT_FALSE(dialog.list.GetText(0) == "[..]") << "nothing is above the root";
     });
 }
+
+// By a clock that goes on by ten milliseconds at each look, as for a directory far away.
+TEST_F(DialogTest, AListingThatTakesLongIsWaitedForOrEndedByEscape)
+{
+    constexpr int kFiles = 300;
+    const ScratchDirectory scratch;
+    for (int i = 0; i < kFiles; ++i)
+        scratch.Write(std::to_string(i), "x");
+    for (const bool escape : {false, true})
+        Show([&] {
+            int64_t now = 0;
+            int waited = 0;
+            SetWorkClock([&] {
+                if (escape && now == 500)
+                    CallFromLoop([&] { PressDialogKeys(dialog, {"Escape"}); });
+                waited += IsWaitCursorShown();
+                return now += 10;
+            });
+            CString target = scratch.Path() + "/*.*";
+            EXPECT_TRUE(DlgDirList(dialog, &target, kTestList, kTestPath, DDL_DIRECTORY));
+            SetWorkClock({});
+            EXPECT_GT(waited, 50);
+            EXPECT_FALSE(IsWaitCursorShown());
+            const int listed = dialog.list.GetCount() - 1;
+            EXPECT_EQ(listed == kFiles, !escape) << listed;
+            EXPECT_GE(listed, 50);
+            EXPECT_TRUE(dialog.IsWindow()) << "what is there can be used";
+        });
+}
 } // namespace

@@ -6,11 +6,6 @@
 #include <QScreen>
 #include <QTimer>
 
-void CallFromLoop(std::function<void()> function)
-{
-    QMetaObject::invokeMethod(qApp, std::move(function), Qt::QueuedConnection);
-}
-
 void InNextBox(std::function<void()> function, std::string* text)
 {
     auto* timer = new QTimer(qApp);

@@ -4,9 +4,6 @@
 #include <functional>
 #include <string>
 
-// Calls function from the event loop, as something that the display has just sent.
-void CallFromLoop(std::function<void()> function);
-
 // Calls function from the loop of the next modal window, then closes that. What the window says is in *text.
 void InNextBox(std::function<void()> function, std::string* text = nullptr);
 

@@ -1,4 +1,5 @@
-// A page without a file: every byte tells its row and place, reads are counted, and one row may fail.
+// A page without a file: every byte tells its row and place, reads are counted and may take time, and one row
+// may fail.
 #pragma once
 
 #include "app/lumentadoc.h"
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <memory>
 
 class FakeImage : public Image
@@ -48,6 +50,8 @@ public:
     int ReadRow(uint8_t* buffer, int32_t rowBytes) override
     {
         ++reads;
+        if (on_read)
+            on_read(CurrentRow + 1);
         if (CurrentRow + 1 == fail_at) {
             memset(buffer, 0xee, static_cast<size_t>(rowBytes)); // what a decoder leaves behind
             ErrorText = "decoder lost";
@@ -55,7 +59,7 @@ public:
         }
         ++CurrentRow;
         for (int32_t i = 0; i < rowBytes; ++i)
-            buffer[i] = RowByte(CurrentRow, i);
+            buffer[i] = CurrentRow < zero_from ? RowByte(CurrentRow, i) : uint8_t{0};
         return 1;
     }
     int Rewind() override
@@ -65,10 +69,18 @@ public:
         return 1;
     }
     int IsValid() override { return 1; }
+    int32_t SkipRows(int32_t count, Skip) override
+    {
+        const int32_t passed = CurrentRow + 1 < zero_from ? 0 : count;
+        CurrentRow += passed;
+        return passed;
+    }
 
     int64_t reads = 0;
     int64_t rewinds = 0;
     int32_t fail_at = -1;
+    int32_t zero_from = INT32_MAX;            // rows from there on are zero and may be passed over
+    std::function<void(int32_t row)> on_read; // before each row
 };
 
 // The memory that the document finds, in bytes, while it lives.

@@ -1,0 +1,219 @@
+#include "platform/qt/longwork.h"
+
+#include "platform/messages.h"
+#include "platform/qt/peer.h"
+#include "platform/qt/queue.h"
+#include "platform/wnd.h"
+
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QWidget>
+#include <QWindow>
+#include <algorithm>
+#include <ctime>
+#include <xcb/xcb.h>
+
+std::function<int64_t()> LongWork::s_clock;
+
+namespace
+{
+constexpr int64_t kCursorAfterMs = 100;
+constexpr int64_t kFirstLookMs = 1000;
+constexpr int64_t kLookEveryMs = 30;
+constexpr int kLongestLookMs = 10; // however much the display sends
+
+// Changes of the pointer's shape are sent with Qt's next message to the display, which would be after the
+// work that they announce.
+void FlushDisplay()
+{
+    if (QGuiApplication::platformName() != QLatin1String("xcb"))
+        return;
+    if (auto* display = qApp->nativeInterface<QNativeInterface::QX11Application>())
+        xcb_flush(display->connection());
+}
+
+// Before the first window shows there is no pointer to change, and loading its shapes would delay the start.
+bool IsAnyWindowExposed()
+{
+    const QWindowList windows = QGuiApplication::allWindows();
+    return std::any_of(windows.begin(), windows.end(),
+                       [](const QWindow* window) { return window->isExposed(); });
+}
+
+bool IsEscape(const QEvent* event)
+{
+    const auto* const key = static_cast<const QKeyEvent*>(event);
+    return key->key() == Qt::Key_Escape && key->modifiers() == Qt::NoModifier;
+}
+
+bool IsMainWindow(const QObject* receiver)
+{
+    const CWnd* const main = AfxGetMainWnd();
+    const QWidget* const widget = main && main->Peer() ? main->Peer()->Widget() : nullptr;
+    return widget && (receiver == widget->window() || receiver == widget->window()->windowHandle());
+}
+} // namespace
+
+LongWork& LongWork::Get()
+{
+    static LongWork work;
+    return work;
+}
+
+// The coarse clock: it is read once a row, and a row may take less than a reading of the fine one.
+int64_t LongWork::Now()
+{
+    if (s_clock)
+        return s_clock();
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
+void LongWork::Begin(bool show_cursor)
+{
+    if (m_depth++ == 0)
+        m_begun = m_looked = Now();
+    if (show_cursor && IsAnyWindowExposed())
+        ShowCursor();
+}
+
+void LongWork::End()
+{
+    if (m_depth == 0 || --m_depth > 0)
+        return;
+    HideCursor();
+    m_interrupted = false;
+    SendHeld();
+}
+
+bool LongWork::IsInterrupted()
+{
+    if (m_depth == 0 || m_looking || !qApp)
+        return false;
+    if (m_interrupted)
+        return true;
+    const int64_t now = Now();
+    if (now - m_begun < kCursorAfterMs)
+        return false;
+    ShowCursor();
+    if (now - m_begun >= kFirstLookMs && now - m_looked >= kLookEveryMs)
+        Look();
+    return m_interrupted;
+}
+
+void LongWork::ShowCursor()
+{
+    if (m_shown)
+        return;
+    m_shown = true;
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    FlushDisplay();
+}
+
+void LongWork::HideCursor()
+{
+    if (!m_shown)
+        return;
+    m_shown = false;
+    QGuiApplication::restoreOverrideCursor();
+}
+
+// A very short box without a window: what the queue holds waits as it does for a box, and exposed windows are
+// copied from their buffers.
+void LongWork::Look()
+{
+    const ModalScope modal;
+    m_looking = true;
+    qApp->installEventFilter(this);
+    QCoreApplication::processEvents(QEventLoop::AllEvents, kLongestLookMs);
+    qApp->removeEventFilter(this);
+    m_looking = false;
+    m_looked = Now();
+}
+
+bool LongWork::eventFilter(QObject* receiver, QEvent* event)
+{
+    switch (static_cast<int>(event->type())) {
+    case QEvent::ShortcutOverride: // asks who wants a key before it becomes a shortcut
+        event->setAccepted(IsEscape(event));
+        return event->isAccepted();
+    case QEvent::KeyPress: m_interrupted = m_interrupted || IsEscape(event); break;
+    case QEvent::Close:
+        m_interrupted = true;
+        m_closing = m_closing || IsMainWindow(receiver);
+        Hold(receiver, event);
+        event->ignore();
+        return true;
+    case QEvent::KeyRelease:
+    case QEvent::Shortcut:
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseMove:
+    case QEvent::Wheel:
+    case QEvent::TouchBegin:
+    case QEvent::TouchUpdate:
+    case QEvent::TouchEnd:
+    case QEvent::TabletPress:
+    case QEvent::TabletMove:
+    case QEvent::TabletRelease:
+    case QEvent::ContextMenu:
+    case QEvent::InputMethod:
+    case DroppedFilesEvent::kType: break;
+    default: return false;
+    }
+    Hold(receiver, event);
+    event->accept();
+    return true;
+}
+
+void LongWork::Hold(QObject* receiver, const QEvent* event)
+{
+    // Of a pointer that moves, the last place is enough.
+    if (event->type() == QEvent::MouseMove && !m_held.empty() && m_held.back().receiver == receiver &&
+        m_held.back().event->type() == QEvent::MouseMove)
+        m_held.pop_back();
+    m_held.push_back({receiver, std::unique_ptr<QEvent>(event->clone())});
+}
+
+// Behind the work, not within its message: what comes is handled by the loop, in the order in which it came.
+void LongWork::SendHeld()
+{
+    for (HeldEvent& held : std::exchange(m_held, {})) {
+        if (!held.receiver)
+            continue;
+        if (auto* const widget = qobject_cast<QWidget*>(held.receiver.data());
+            widget && held.event->type() == QEvent::Close)
+            QMetaObject::invokeMethod(widget, &QWidget::close, Qt::QueuedConnection);
+        else
+            QCoreApplication::postEvent(held.receiver, held.event.release());
+    }
+    if (m_closing)
+        QCoreApplication::postEvent(this, new QEvent(QEvent::User));
+}
+
+// The window had its close event, and has taken it or not.
+bool LongWork::event(QEvent* event)
+{
+    if (event->type() != QEvent::User)
+        return QObject::event(event);
+    m_closing = false;
+    return true;
+}
+
+void CCmdTarget::BeginWaitCursor(Hourglass hourglass)
+{
+    LongWork::Get().Begin(hourglass == Hourglass::atOnce);
+}
+
+void CCmdTarget::EndWaitCursor()
+{
+    LongWork::Get().End();
+}
+
+bool CCmdTarget::WorkInterrupted()
+{
+    return LongWork::Get().IsInterrupted();
+}

@@ -1,0 +1,226 @@
+// Work that takes long: what interrupts it, and what becomes of all other input. A page whose rows take ten
+// milliseconds each by a clock of the test's own.
+#include "app/scalefrm.h"
+#include "tests/app/window_fixture.h"
+#include "tests/support/recorder.h"
+
+#include <filesystem>
+#include <map>
+
+namespace
+{
+constexpr int64_t kRowMs = 10;
+constexpr int32_t kRows = 3000;
+constexpr int32_t kRowsOfASecond = 1000 / kRowMs;
+constexpr int32_t kRowsToTheLook = 50 / kRowMs;
+
+class LongWorkTest : public WindowTest
+{
+public:
+    LongWorkTest()
+    {
+        SetWorkClock([this] { return now; });
+        SetPrintDialogHook([this](CPrintInfo&) { return CString{scratch.File("page.pdf")}; });
+    }
+    ~LongWorkTest() override { SetWorkClock({}); }
+
+    // The first rows are there and painted.
+    void StartWithSlowPage()
+    {
+        Start();
+        ResizeFrame(*frame, {400, 300});
+        image = PutPageOnHeap(*document, std::make_unique<FakeImage>(640, kRows), kRows);
+        document->UpdateAllViews(nullptr, kHintPage);
+        ASSERT_TRUE(PumpUntilIdle());
+        at_top = static_cast<int32_t>(image->reads);
+        image->on_read = [this](int32_t row) {
+            now += kRowMs;
+            rows_read = row + 1;
+            if (const auto found = input.find(row - at_top); found != input.end())
+                CallFromLoop(found->second);
+            if (while_reading)
+                while_reading();
+        };
+    }
+    void Jump()
+    {
+        view->ScrollToPosition({0, kRows});
+        EXPECT_TRUE(PumpUntilIdle());
+    }
+    void MakeOverview()
+    {
+        document->m_nLinesPerUpdate = kRows;
+        frame->SendMessage(WM_COMMAND, kScaledPageCommand);
+        EXPECT_TRUE(PumpUntilIdle());
+    }
+    void Print()
+    {
+        view->SendMessage(WM_COMMAND, ID_FILE_PRINT);
+        EXPECT_TRUE(PumpUntilIdle());
+    }
+    // What the display sends while that many rows behind the first screen have been read.
+    void When(int32_t rows, std::function<void()> function) { input[rows] = std::move(function); }
+    void PressEscape() { PressKey(*view, TestKey::escape); }
+
+    // The row that the only box names, less those read before; -1 if there is no such box.
+    int32_t InterruptedAfter()
+    {
+        const Texts texts = boxes.Take();
+        int row = -1;
+        EXPECT_EQ(texts.size(), 1U);
+        if (texts.empty() || sscanf(texts[0].c_str(), "error at line %d: interrupted", &row) != 1)
+            return -1;
+        EXPECT_EQ(texts[0], "error at line " + std::to_string(row) + ": interrupted");
+        return row - at_top;
+    }
+
+    int64_t now = 0;
+    FakeImage* image = nullptr;
+    int32_t at_top = 0;
+    int32_t rows_read = 0;
+    std::map<int32_t, std::function<void()>> input;
+    std::function<void()> while_reading;
+};
+
+TEST_F(LongWorkTest, EscapeEndsWhatHasLastedASecond)
+{
+    const struct {
+        const char* name;
+        void (LongWorkTest::*work)();
+    } works[] = {{"a jump", &LongWorkTest::Jump},
+                 {"an overview", &LongWorkTest::MakeOverview},
+                 {"a print", &LongWorkTest::Print}};
+    for (const auto& work : works)
+        for (const int32_t pressed : {20, 250}) {
+            SCOPED_TRACE(testing::Message() << work.name << ", " << pressed);
+            StartWithSlowPage();
+            input.clear();
+            When(pressed, [this] { PressEscape(); });
+            (this->*work.work)();
+            const int32_t after = InterruptedAfter();
+            EXPECT_GE(after, std::max(pressed, kRowsOfASecond - 1));
+            EXPECT_LE(after, std::max(pressed, kRowsOfASecond) + kRowsToTheLook);
+            EXPECT_EQ(rows_read, at_top + after) << "and nothing more was read";
+            EXPECT_TRUE(document->m_bReadError);
+            // The rows before it are whole, those from there on zero, for as long as the page is open.
+            Jump();
+            EXPECT_EQ(rows_read, at_top + after);
+            EXPECT_EQ(boxes.Take(), Texts{});
+            EXPECT_TRUE(FakeImage::HoldsRow(document->RowAddress(rows_read - 1), rows_read - 1, 80));
+            EXPECT_EQ(document->RowAddress(rows_read)[0] | document->RowAddress(kRows - 1)[79], 0);
+        }
+}
+
+TEST_F(LongWorkTest, WorkThatNobodyInterruptsIsDoneAndQuickWorkLooksAtNothing)
+{
+    StartWithSlowPage();
+    bool seen = false;
+    When(20, [&] { seen = true; });
+    while_reading = [&] { EXPECT_FALSE(seen && rows_read - at_top < kRowsOfASecond); };
+    Jump();
+    EXPECT_TRUE(seen);
+    EXPECT_EQ(rows_read, kRows);
+    EXPECT_FALSE(document->m_bReadError);
+    EXPECT_EQ(boxes.Take(), Texts{});
+}
+
+TEST_F(LongWorkTest, ThePointerIsAnHourglassWhileTheUserWaits)
+{
+    const struct {
+        const char* name;
+        void (LongWorkTest::*work)();
+    } works[] = {{"a jump", &LongWorkTest::Jump},
+                 {"an overview", &LongWorkTest::MakeOverview},
+                 {"a print", &LongWorkTest::Print}};
+    for (const auto& work : works) {
+        SCOPED_TRACE(work.name);
+        StartWithSlowPage();
+        while_reading = [this] {
+            EXPECT_EQ(IsWaitCursorShown(), rows_read - at_top > 100 / kRowMs) << rows_read - at_top;
+        };
+        (this->*work.work)();
+        EXPECT_FALSE(IsWaitCursorShown());
+    }
+    bool shown = false;
+    SetMessageBoxHook([&](const CString&) { shown = IsWaitCursorShown(); });
+    app->OpenDocumentFile(scratch.File("none"));
+    EXPECT_TRUE(shown) << "an open, from its start";
+    EXPECT_FALSE(IsWaitCursorShown());
+}
+
+TEST_F(LongWorkTest, OtherInputWaitsForTheEndOfTheWork)
+{
+    StartWithSlowPage();
+    When(150, [this] {
+        PressKey(*view, TestKey::up, false, 3);
+        PressMouse(*view, {50, 50});
+        MoveMouse(*view, {50, 55});
+        MoveMouse(*view, {50, 60});
+        ReleaseMouse(*view, {50, 60});
+        TurnWheel(*view, 0, 120);
+        PressAccelerator(*frame, "Ctrl+Alt+S");
+    });
+    // The queue's own: it paints nothing, and handles no message.
+    When(180, [this] {
+        view->Invalidate();
+        view->PostMessage(WM_KEYDOWN, VK_LEFT, PackPoint(1, 0));
+    });
+    const uint64_t paints = PaintCount(*view);
+    while_reading = [&] {
+        EXPECT_EQ(view->GetScrollPosition().y, kRows - view->GetClientRect().Height());
+        EXPECT_EQ(view->m_pScaleFrame, nullptr);
+        EXPECT_LE(PaintCount(*view), paints + 1);
+    };
+    Jump();
+    EXPECT_EQ(rows_read, kRows);
+    // Three keys, ten pixels of dragging and a notch, in this order.
+    EXPECT_EQ(view->GetScrollPosition().y, kRows - view->GetClientRect().Height() - 3 - 10 - 48);
+    EXPECT_NE(view->m_pScaleFrame, nullptr);
+
+    StartWithSlowPage();
+    const std::string other = WritePage("other.tif", 640, 500);
+    When(150, [&] { DropFiles(*frame, {other}); });
+    while_reading = [&] { EXPECT_EQ(document->m_nDepth, kRows); };
+    Jump();
+    EXPECT_EQ(rows_read, kRows);
+    EXPECT_EQ(document->m_nDepth, 500);
+    EXPECT_EQ(boxes.Take(), Texts{});
+}
+
+TEST_F(LongWorkTest, ClosingTheMainWindowEndsTheProgramWithoutABox)
+{
+    StartWithSlowPage();
+    When(150, [this] {
+        CloseFrame(*frame);
+        CloseFrame(*frame);
+    });
+    view->ScrollToPosition({0, kRows});
+    ASSERT_TRUE(PumpUntil([this] { return app->m_pMainWnd == nullptr; }));
+    EXPECT_LE(rows_read, at_top + 150 + kRowsToTheLook);
+    EXPECT_EQ(boxes.Take(), Texts{});
+    Start();
+    AfxMessageBox("of the next");
+    EXPECT_EQ(boxes.Take(), Texts{"of the next"});
+}
+
+TEST_F(LongWorkTest, ClosingTheOverviewEndsItsWorkAndTellsSo)
+{
+    StartWithSlowPage();
+    When(150, [this] { CloseFrame(*view->m_pScaleFrame); });
+    MakeOverview();
+    ASSERT_TRUE(PumpUntil([this] { return view->m_pScaleFrame == nullptr; }));
+    EXPECT_LE(InterruptedAfter(), 150 + kRowsToTheLook);
+}
+
+TEST_F(LongWorkTest, AnInterruptedPrintIsNoFailedOne)
+{
+    StartWithSlowPage();
+    When(150, [this] { PressEscape(); });
+    Print();
+    EXPECT_GE(InterruptedAfter(), 150);
+    // The same page again: what could not be read is blank.
+    Print();
+    EXPECT_EQ(boxes.Take(), Texts{});
+    EXPECT_TRUE(std::filesystem::exists(scratch.File("page.pdf")));
+}
+} // namespace
