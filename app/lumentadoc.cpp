@@ -314,6 +314,13 @@ void CLumentaDoc::ZeroRows(int32_t first, int32_t stop)
     }
 }
 
+// The rows in the temporary file no longer count as memory of this process until they are read again.
+void CLumentaDoc::ReleaseRowPages()
+{
+    if (m_hTempFile != kInvalidFile)
+        ReleaseTempPages(m_pRows, m_hTempMapping);
+}
+
 bool CLumentaDoc::GetRows(int32_t first, int32_t count)
 {
     if (!m_pImage || !m_pImage->IsValid()) {

@@ -105,12 +105,13 @@ private:
     bool ReportRow(int32_t row);
     bool FillMapping(int32_t stop);
     void ZeroRows(int32_t first, int32_t stop);
+    void ReleaseRowPages();
 
     void DrawBilevel(CDC* dc, const CRect& rect);
     void DrawGrey(CDC* dc, const CRect& rect);
     void PrintGrey(CDC* dc, const CRect& rect);
     void PrintReduced(CDC* dc, const CRect& rect);
-    bool FetchRows(int32_t first, int32_t count);
+    bool FetchRows(CDC* dc, int32_t first, int32_t count);
     void MakeDibInfo();
     void SetDibSize(int32_t stride, int32_t lines);
 };

@@ -6,7 +6,6 @@
 #include "app/lumentadoc.h"
 #include "app/scaleddib.h"
 #include "platform/app.h"
-#include "platform/memory.h"
 
 #include <algorithm>
 #include <new>
@@ -27,14 +26,7 @@ PaletteInUse::~PaletteInUse()
 
 namespace
 {
-// The size of a block of lines. One that is too large counts as out of memory at once.
-size_t BlockBytes(int stride, int lines)
-{
-    const int64_t bytes = int64_t{stride} * lines;
-    if (bytes > LargestBlock())
-        throw std::bad_alloc();
-    return static_cast<size_t>(bytes);
-}
+constexpr int32_t kReducedBytes = 8 << 20; // rows that a print reduces before it releases their memory
 } // namespace
 
 int ChooseReduction(int size, int room)
@@ -84,18 +76,19 @@ void CLumentaDoc::DrawPage(CDC* dc, const CRect& rect)
             PrintReduced(dc, rect);
         }
     } catch (const std::bad_alloc&) {
-        return; // drawn as far as it got
+        dc->AbortDoc(false); // a screen shows as much as has been drawn
     }
 }
 
 // GetRows for a drawing, which needs all of its rows in the store at once.
-bool CLumentaDoc::FetchRows(int32_t first, int32_t count)
+bool CLumentaDoc::FetchRows(CDC* dc, int32_t first, int32_t count)
 {
-    if (m_nWindowRows < count) {
+    if (m_nWindowRows < count)
         AfxMessageBox("Insufficient memory to display page");
-        return false;
-    }
-    return GetRows(first, count);
+    else if (GetRows(first, count))
+        return true;
+    dc->AbortDoc(true);
+    return false;
 }
 
 void CLumentaDoc::DrawBilevel(CDC* dc, const CRect& rect)
@@ -110,7 +103,7 @@ void CLumentaDoc::DrawBilevel(CDC* dc, const CRect& rect)
     const int left = left_byte * 8;
     const int width = static_cast<int>(
         std::min(int64_t{columns.count} + columns.first - left, (int64_t{m_nRowBytes} - left_byte) * 8));
-    if (width <= 0 || !FetchRows(lines.first, lines.count))
+    if (width <= 0 || !FetchRows(dc, lines.first, lines.count))
         return;
     CBitmap bitmap;
     if (!bitmap.CreateBitmap(width, lines.count, RowAddress(lines.first) + left_byte, m_nRowBytes))
@@ -132,13 +125,14 @@ void CLumentaDoc::DrawGrey(CDC* dc, const CRect& rect)
     const PageSpan lines = ClipToPage(rect.top, rect.Height(), m_nDepth);
     if (columns.count <= 0 || lines.count <= 0)
         return;
-    if (!FetchRows(lines.first, lines.count))
+    if (!FetchRows(dc, lines.first, lines.count))
         return;
     const int stride = RoundUpTo4(columns.count);
     const int copied = std::min(stride, m_nRowBytes - columns.first);
     // The colour table has 0 as white; a page whose lowest value is black is turned round on its way.
     const uint8_t flip = m_pImage->MinIsBlack ? 0xff : 0;
-    std::vector<uint8_t> block(BlockBytes(stride, lines.count));
+    // As large as the window at most, so there is no need to ask how much memory is left.
+    std::vector<uint8_t> block(static_cast<size_t>(stride) * static_cast<size_t>(lines.count));
     uint8_t* line = block.data() + block.size();
     for (int row = lines.first; row < lines.first + lines.count; ++row) {
         line -= stride;
@@ -161,19 +155,14 @@ void CLumentaDoc::PrintGrey(CDC* dc, const CRect& rect)
     const int target_width = MulDiv(target.cx, m_nWidth, stride);
     if (target_width <= 0 || target.cy <= 0)
         return;
-    if (!FetchRows(0, m_nDepth))
+    if (!FetchRows(dc, 0, m_nDepth))
         return;
-    const int copied = std::min(stride, m_nRowBytes);
-    std::vector<uint8_t> block(BlockBytes(stride, m_nDepth));
-    uint8_t* line = block.data() + block.size();
-    for (int row = 0; row < m_nDepth; ++row) {
-        line -= stride;
-        std::copy_n(RowAddress(row), copied, line);
-    }
-    SetDibSize(stride, m_nDepth);
+    // The stored rows themselves are the bitmap, the top line first.
+    SetDibSize(m_nRowBytes, m_nDepth);
+    m_pDibInfo->height = -m_nDepth;
     const PaletteInUse palette{dc, m_hPalette.get()};
     dc->SetStretchBltMode(HALFTONE);
-    dc->StretchDIBits(0, 0, target_width, target.cy, 0, 0, m_nWidth, m_nDepth, block.data(), *m_pDibInfo,
+    dc->StretchDIBits(0, 0, target_width, target.cy, 0, 0, m_nWidth, m_nDepth, RowAddress(0), *m_pDibInfo,
                       m_pImage->MinIsBlack ? NOTSRCCOPY : SRCCOPY);
 }
 
@@ -186,12 +175,23 @@ void CLumentaDoc::PrintReduced(CDC* dc, const CRect& rect)
     const int factor = std::min(
         std::max(ChooseReduction(m_nWidth, room_x), ChooseReduction(m_nDepth, room_y)), kMaxReduction);
     CScaledDIBitmap bitmap{m_nWidth, m_nDepth, factor, m_pImage->MinIsBlack};
-    if (!bitmap.IsComplete())
+    if (!bitmap.IsComplete()) {
+        dc->AbortDoc(false);
         return;
+    }
     const uint64_t page = m_nPageSerial;
-    ScaleRows(&bitmap, bitmap.m_nHeight); // what could not be made stays blank
-    if (page != m_nPageSerial || WorkInterrupted())
+    const int32_t lines = std::max(kReducedBytes / std::max(m_nRowBytes, 1) / factor, 1);
+    // Lines that could not be made stay blank.
+    for (int32_t until = 0; until < bitmap.m_nHeight;) {
+        until += std::min(lines, bitmap.m_nHeight - until);
+        if (!ScaleRows(&bitmap, until))
+            break;
+        ReleaseRowPages();
+    }
+    if (page != m_nPageSerial || WorkInterrupted()) {
+        dc->AbortDoc(true);
         return;
+    }
     const CSize target = FitInto({bitmap.m_nWidth, bitmap.m_nHeight}, {rect.Width(), rect.Height()});
     if (target.cx <= 0 || target.cy <= 0)
         return;

@@ -120,7 +120,7 @@ int CDC::DrawDib(const CRect& dest, const CRect& source, const uint8_t* bits, co
                  UINT operation)
 {
     if (!m_target || !bits || dest.IsEmpty() || source.IsEmpty() || source.left < 0 || source.top < 0 ||
-        source.right > info.width || source.bottom > info.height)
+        source.right > info.width || source.bottom > info.Lines())
         return 0;
     std::array<COLORREF, 256> colors;
     const COLORREF flip = operation == NOTSRCCOPY ? 0x00ffffff : 0;
@@ -135,7 +135,7 @@ int CDC::DrawDib(const CRect& dest, const CRect& source, const uint8_t* bits, co
 int CDC::SetDIBitsToDevice(int x, int y, int width, int height, int source_x, int source_y,
                            const uint8_t* bits, const BitmapInfo& info)
 {
-    const int top = info.height - source_y - height;
+    const int top = info.Lines() - source_y - height;
     return DrawDib(ToDevice(x, y, width, height), {source_x, top, source_x + width, top + height}, bits, info,
                    SRCCOPY);
 }
@@ -143,7 +143,13 @@ int CDC::SetDIBitsToDevice(int x, int y, int width, int height, int source_x, in
 int CDC::StretchDIBits(int x, int y, int width, int height, int source_x, int source_y, int source_width,
                        int source_height, const uint8_t* bits, const BitmapInfo& info, UINT operation)
 {
-    const int top = info.height - source_y - source_height;
+    const int top = info.Lines() - source_y - source_height;
     return DrawDib(ToDevice(x, y, width, height),
                    {source_x, top, source_x + source_width, top + source_height}, bits, info, operation);
+}
+
+void CDC::AbortDoc(bool told)
+{
+    if (m_target)
+        m_target->AbortDoc(told);
 }

@@ -36,7 +36,7 @@ private:
 struct BitmapInfo {
     uint32_t size = 40;
     int32_t width = 0;  // pixels and bytes from line to line, a multiple of 4
-    int32_t height = 0; // positive: the bottom line comes first
+    int32_t height = 0; // lines; above 0 the bottom line comes first, below 0 the top line
     uint16_t planes = 1;
     uint16_t bits_per_pixel = 8;
     uint32_t compression = 0;
@@ -49,6 +49,13 @@ struct BitmapInfo {
         uint8_t blue, green, red, reserved;
     };
     std::array<Color, 256> colors{};
+
+    int32_t Lines() const { return height < 0 ? -height : height; }
+    // Line y of its bits, counted from the top.
+    const uint8_t* Line(const uint8_t* bits, int y) const
+    {
+        return bits + (height < 0 ? ptrdiff_t{y} : ptrdiff_t{height} - 1 - y) * width;
+    }
 };
 
 // A bitmap of 1 bit a pixel over rows that it borrows: they must outlive it. A 1 bit takes the device's
@@ -90,10 +97,12 @@ public:
     virtual bool DrawBilevel(const CRect& dest, const CBitmap& bitmap, int source_x, int source_y,
                              COLORREF zero, COLORREF one) = 0;
 
-    // The rectangle source (top line 0) of an 8-bit bottom-up bitmap to dest, stretched where the sizes
-    // differ. colors has 256 entries.
+    // The rectangle source (top line 0) of an 8-bit bitmap to dest, stretched if the sizes differ. colors has
+    // 256 entries.
     virtual bool DrawIndexed(const CRect& dest, const BitmapInfo& info, const uint8_t* bits,
                              const CRect& source, const COLORREF* colors) = 0;
+
+    virtual void AbortDoc(bool) {}
 };
 
 // A context starts without a target and draws nothing then. Logical coordinates are device coordinates moved
@@ -130,12 +139,16 @@ public:
     bool BitBlt(int x, int y, int width, int height, const CDC& source, int source_x, int source_y,
                 UINT operation);
 
-    // An 8-bit bottom-up bitmap with its own colours. y is where the top line goes; the source rectangle's
-    // origin is the lower left corner of the bits. Both give the lines drawn, 0 for none.
+    // An 8-bit bitmap with its own colours. y is where the top line goes; the source rectangle's origin is
+    // the lower left corner of the picture. Both return the number of lines drawn, 0 for none.
     int SetDIBitsToDevice(int x, int y, int width, int height, int source_x, int source_y,
                           const uint8_t* bits, const BitmapInfo& info);
     int StretchDIBits(int x, int y, int width, int height, int source_x, int source_y, int source_width,
                       int source_height, const uint8_t* bits, const BitmapInfo& info, UINT operation);
+
+    // On a printer: the page cannot be drawn, so nothing is printed. told: the user knows already; otherwise
+    // the print says that it failed. Elsewhere without effect.
+    void AbortDoc(bool told);
 
 protected:
     void SetTarget(std::unique_ptr<DeviceTarget> target);

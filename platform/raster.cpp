@@ -152,7 +152,7 @@ void BlitIndexed(const PixelBuffer& buffer, const CRect& clip, const CRect& dest
             source.left + static_cast<int>(pick(int64_t{x} - dest.left, dest.Width(), source.Width()));
     for (int y = cut.top; y < cut.bottom; ++y) {
         const int64_t line = source.top + pick(int64_t{y} - dest.top, dest.Height(), source.Height());
-        const uint8_t* from = bits + (info.height - 1 - line) * info.width; // bottom line first
+        const uint8_t* from = info.Line(bits, static_cast<int>(line));
         uint32_t* to = buffer.Row(y) + cut.left;
         for (const int column : columns)
             *to++ = colors[from[column]];

@@ -2,12 +2,14 @@
 #include "platform/view.h"
 
 #include "platform/app.h"
+#include "platform/memory.h"
 #include "platform/qt/peer.h"
 #include "platform/qt/queue.h"
 #include "platform/qt/services.h"
 
 #include <QCoreApplication>
 #include <QDialog>
+#include <QDir>
 #include <QFileInfo>
 #include <QImage>
 #include <QLoggingCategory>
@@ -19,21 +21,41 @@
 #include <QToolBar>
 #include <QVBoxLayout>
 #include <algorithm>
-#include <cstring>
+#include <cstdlib>
+#include <sys/stat.h>
+#include <unistd.h>
 
 std::function<CString(CPrintInfo&)> g_print_dialog_hook;
 
 namespace
 {
-// Above this many bytes of packed rows a page goes out in bands: each is an image of its own, and a
-// rasteriser may round their common edges, so as few and tall as memory allows.
-constexpr int64_t kBandBytes = int64_t{256} << 20;
+// A picture goes out in bands if its image and Qt's copies of it would take more memory than this, or more
+// than may be taken at all. Each band is an image of its own in the file, and a viewer may round their common
+// edges: so there are as few as possible.
+constexpr int64_t kBilevelBytes = int64_t{768} << 20;
+constexpr int64_t kBilevelCopies = 3; // the image, the packed rows, and these compressed
+constexpr int64_t kGreyBytes = int64_t{44} << 20;
+constexpr int64_t kGreyPixelBytes = 7; // 4 in the image, a grey and an opacity of it, and the grey compressed
+constexpr int kOverlapPixels = 32; // of the printer: more than a pixel of a viewer that shows the sheet small
+
+constexpr int kWidestImage = INT32_MAX / 32; // Qt counts the bits of a row in an int
+
+int64_t BandBytes(int64_t most)
+{
+    return std::min(most, LargestBlock());
+}
+
+enum class Print {
+    done,
+    failed,
+    aborted, // failed, too, and the user knows
+};
 
 class PrinterTarget final : public DeviceTarget
 {
 public:
-    PrinterTarget(QPrinter* printer, QPainter* painter, bool* good)
-        : m_printer(printer), m_painter(painter), m_good(*good)
+    PrinterTarget(QPrinter* printer, QPainter* painter, bool preview, Print* result)
+        : m_printer(printer), m_painter(painter), m_preview(preview), m_result(*result)
     {
         // Images of 8 bits would else become JPEG.
         m_painter->setRenderHint(QPainter::LosslessImageRendering);
@@ -63,12 +85,13 @@ public:
                      COLORREF) override
     {
         const int64_t row_bytes = (int64_t{dest.Width()} + 7) / 8;
-        const int band = static_cast<int>(std::clamp<int64_t>(kBandBytes / row_bytes, 1, dest.Height()));
+        const int band = static_cast<int>(
+            std::clamp<int64_t>(BandBytes(kBilevelBytes) / (row_bytes * kBilevelCopies), 1, dest.Height()));
         for (int y = 0; y < dest.Height(); y += band) {
             const int rows = std::min(band, dest.Height() - y);
             QImage image(dest.Width(), rows, QImage::Format_Mono);
             if (image.isNull())
-                return m_good = false;
+                return Fail();
             // With any other colour table than black and white in this order the toolkit would widen the
             // image to 32 bits and write a lossy picture. The bits are turned over instead.
             image.setColorTable({0xff000000, 0xffffffff});
@@ -83,22 +106,66 @@ public:
     bool DrawIndexed(const CRect& dest, const BitmapInfo& info, const uint8_t* bits, const CRect& source,
                      const COLORREF* colors) override
     {
-        QImage image(source.Width(), source.Height(), QImage::Format_Grayscale8);
-        if (image.isNull())
-            return m_good = false;
-        for (int y = 0; y < source.Height(); ++y) {
-            const int64_t line = int64_t{info.height} - 1 - (source.top + y); // bottom line first
-            const uint8_t* from = bits + line * info.width + source.left;
-            uint8_t* to = image.scanLine(y);
-            for (int x = 0; x < source.Width(); ++x)
-                to[x] = static_cast<uint8_t>(colors[from[x]]); // grey: all three parts are equal
-        }
+        const int lines = source.Height();
+        if (source.Width() > kWidestImage)
+            return Fail();
+        // Each band but the last reaches into the next one, which covers that part: a viewer that smooths the
+        // edges of an image would else let the paper shine through between them.
+        const int64_t most = BandBytes(kGreyBytes) / (kGreyPixelBytes * source.Width());
+        const int64_t pixel = (lines - 1) / dest.Height() + 1;
+        const int64_t overlap =
+            std::max(pixel, std::min((int64_t{kOverlapPixels} * lines - 1) / dest.Height() + 1, most / 8));
+        const int64_t bands = (lines - 1) / std::max(most - overlap, overlap) + 1;
+        const int64_t band = (lines - 1) / bands + 1;
+        // Edges fall on whole printer pixels.
+        const auto edge = [&](int64_t line) {
+            return dest.top + static_cast<int>((line * dest.Height() + lines / 2) / lines);
+        };
         m_painter->setRenderHint(QPainter::SmoothPixmapTransform);
-        m_painter->drawImage(QRect(dest.left, dest.top, dest.Width(), dest.Height()), image);
+        for (int64_t top = 0; top < lines; top += band) {
+            const int64_t end = top + band < lines ? std::min<int64_t>(top + band + overlap, lines) : lines;
+            const QRect place(dest.left, edge(top), dest.Width(), edge(end) - edge(top));
+            if (!DrawBand(place, info, bits,
+                          {source.left, source.top + static_cast<int>(top), source.right,
+                           source.top + static_cast<int>(end)},
+                          colors))
+                return Fail();
+        }
         return true;
     }
 
+    void AbortDoc(bool told) override { m_result = told ? Print::aborted : Print::failed; }
+
 private:
+    // The colours are greys. Qt would make 32 bits a pixel of them for a file, without a word if memory is
+    // short; a preview keeps what it is given, so that gets 8.
+    bool DrawBand(const QRect& place, const BitmapInfo& info, const uint8_t* bits, const CRect& source,
+                  const COLORREF* colors)
+    {
+        QImage image(source.Width(), source.Height(),
+                     m_preview ? QImage::Format_Grayscale8 : QImage::Format_RGB32);
+        if (image.isNull())
+            return false;
+        for (int y = 0; y < source.Height(); ++y) {
+            const uint8_t* const from = info.Line(bits, source.top + y) + source.left;
+            uint8_t* const line = image.scanLine(y);
+            if (m_preview)
+                std::transform(from, from + source.Width(), line,
+                               [colors](uint8_t value) { return static_cast<uint8_t>(colors[value]); });
+            else
+                std::transform(from, from + source.Width(), reinterpret_cast<QRgb*>(line),
+                               [colors](uint8_t value) { return colors[value]; });
+        }
+        m_painter->drawImage(place, image);
+        return true;
+    }
+
+    bool Fail()
+    {
+        m_result = Print::failed;
+        return false;
+    }
+
     static void CopyRow(uint8_t* to, int64_t row_bytes, const CBitmap& bitmap, int source_x, int source_y,
                         int width, uint8_t flip)
     {
@@ -117,7 +184,8 @@ private:
 
     QPrinter* m_printer;
     QPainter* m_painter;
-    bool& m_good; // false once something could not be drawn
+    bool m_preview;
+    Print& m_result;
 };
 
 // The printer of the program: what a setup has chosen holds for its further runs. It ends with the toolkit.
@@ -132,38 +200,7 @@ QPrinter& Printer()
     return *printer;
 }
 
-enum class Print { done, failed, interrupted };
-
-// One run of the pages.
-Print PrintPages(CView* view, CPrintInfo* info, QPrinter* printer)
-{
-    QPainter painter;
-    if (!painter.begin(printer))
-        return Print::failed;
-    bool good = true;
-    CCmdTarget::BeginWaitCursor();
-    CDC dc(std::make_unique<PrinterTarget>(printer, &painter, &good));
-    dc.GetClipBox(&info->m_rectDraw);
-    view->OnBeginPrinting(&dc, info);
-    for (int page = info->GetMinPage(); good && page <= info->GetMaxPage(); ++page) {
-        if (page > info->GetMinPage())
-            good = printer->newPage();
-        view->OnPrepareDC(&dc, info);
-        if (good)
-            view->OnPrint(&dc, info);
-    }
-    view->OnEndPrinting(&dc, info);
-    const bool interrupted = CCmdTarget::WorkInterrupted();
-    CCmdTarget::EndWaitCursor();
-    good = painter.end() && good;
-    if (interrupted)
-        return Print::interrupted;
-    return good && printer->printerState() != QPrinter::Error && printer->printerState() != QPrinter::Aborted
-               ? Print::done
-               : Print::failed;
-}
-
-// False if the file that was printed to is cut short: the toolkit does not look whether its writes succeed.
+// False if the file that was printed to is cut short: Qt does not check whether its writes succeed.
 bool IsComplete(const QPrinter& printer)
 {
     if (printer.outputFormat() != QPrinter::PdfFormat || !QFileInfo(printer.outputFileName()).isFile())
@@ -172,6 +209,78 @@ bool IsComplete(const QPrinter& printer)
     constexpr qint64 kTail = 16;
     return file.open(QIODevice::ReadOnly) && file.seek(std::max<qint64>(0, file.size() - kTail)) &&
            file.readAll().contains("%%EOF");
+}
+
+// The program would wait for a reader, and end with a reader that leaves.
+bool IsPipe(const QByteArray& path)
+{
+    struct stat status;
+    return stat(path.constData(), &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode));
+}
+
+// Removes what a print has left in its file, through links; a device stays. A file that cannot be removed
+// becomes empty.
+void RemoveFile(const QByteArray& path)
+{
+    struct stat status;
+    if (stat(path.constData(), &status) != 0 || !S_ISREG(status.st_mode))
+        return;
+    char* const real_path = realpath(path.constData(), nullptr);
+    if (!real_path || (unlink(real_path) != 0 && truncate(real_path, 0) != 0))
+        qWarning("%s: not removed", path.constData());
+    std::free(real_path);
+}
+
+// One run of the pages. A run that fails leaves no file.
+Print PrintPages(CView* view, CPrintInfo* info, QPrinter* printer)
+{
+    const QByteArray path = QFile::encodeName(printer->outputFileName());
+    QPainter painter;
+    if (IsPipe(path) || !painter.begin(printer)) // begin makes or truncates the file last of all
+        return Print::failed;
+    Print result = Print::done;
+    CCmdTarget::BeginWaitCursor();
+    CDC dc(std::make_unique<PrinterTarget>(printer, &painter, info->m_bPreview, &result));
+    dc.GetClipBox(&info->m_rectDraw);
+    view->OnBeginPrinting(&dc, info);
+    for (int page = info->GetMinPage(); result == Print::done && page <= info->GetMaxPage(); ++page) {
+        if (page > info->GetMinPage() && !printer->newPage()) {
+            result = Print::failed;
+            break;
+        }
+        view->OnPrepareDC(&dc, info);
+        view->OnPrint(&dc, info);
+    }
+    view->OnEndPrinting(&dc, info);
+    if (CCmdTarget::WorkInterrupted())
+        result = Print::aborted;
+    CCmdTarget::EndWaitCursor();
+    const bool ended = painter.end() && printer->printerState() != QPrinter::Error &&
+                       printer->printerState() != QPrinter::Aborted && IsComplete(*printer);
+    if (!ended && result == Print::done)
+        result = Print::failed;
+    if (result != Print::done)
+        RemoveFile(path);
+    return result;
+}
+
+// The name of a PDF file for a page's label. The dialog proposes the document's name without its last suffix,
+// and a label may well have a point in it.
+QString PdfName(const QString& label)
+{
+    constexpr qsizetype kMostBytes = 255; // of a file name
+    const QString suffix = QStringLiteral(".pdf");
+    QString name = label;
+    for (QChar& letter : name)
+        if (letter == u'/' || letter.category() == QChar::Other_Control ||
+            letter.category() == QChar::Separator_Line || letter.category() == QChar::Separator_Paragraph)
+            letter = u'_';
+    name = name.trimmed();
+    while (name.toUtf8().size() > kMostBytes - suffix.size())
+        name.chop(name.back().isLowSurrogate() ? 2 : 1);
+    if (name.startsWith(u'.')) // would be hidden
+        name.front() = u'_';
+    return (name.isEmpty() ? QStringLiteral("print") : name) + suffix;
 }
 
 QWidget* ParentFor(const CWnd* window)
@@ -185,6 +294,7 @@ bool CView::DoPreparePrinting(CPrintInfo* info)
     if (info->m_bPreview)
         return true;
     QPrinter& printer = Printer();
+    const QString label = GetDocument() ? ToQString(GetDocument()->GetTitle()) : QString();
     if (g_print_dialog_hook) {
         const CString path = g_print_dialog_hook(*info);
         if (path.IsEmpty())
@@ -194,6 +304,10 @@ bool CView::DoPreparePrinting(CPrintInfo* info)
         return true;
     }
     const ModalScope modal;
+    // Behind the dialog's back the printer keeps the file of the last print: only its directory is of use.
+    if (const QString last = printer.outputFileName(); !last.isEmpty())
+        printer.setOutputFileName(QFileInfo(last).dir().filePath(PdfName(label)));
+    printer.setDocName(PdfName(label));
     QPrintDialog dialog(&printer, ParentFor(this));
     dialog.setMinMax(info->GetMinPage(), info->GetMaxPage());
     dialog.setOption(QAbstractPrintDialog::PrintPageRange, false);
@@ -208,8 +322,7 @@ void CView::OnFilePrint()
     QPrinter& printer = Printer();
     if (GetDocument())
         printer.setDocName(ToQString(GetDocument()->GetTitle()));
-    const Print print = PrintPages(this, &info, &printer);
-    if (print == Print::failed || (print == Print::done && !IsComplete(printer)))
+    if (PrintPages(this, &info, &printer) == Print::failed)
         AfxMessageBox("Printing failed");
 }
 

@@ -3,6 +3,7 @@
 #include "app/pagedraw.h"
 #include "platform/raster.h"
 #include "tests/app/reduced_page.h"
+#include "tests/support/child.h"
 #include "tests/support/fake_image.h"
 #include "tests/support/recording_dc.h"
 #include "tests/support/scratch.h"
@@ -221,10 +222,47 @@ TEST(DrawPage, AStoreWithTooFewRowsIsToldAtEveryPaint)
         CLumentaDoc document;
         PutPageOnHeap(document, std::make_unique<FakeImage>(100, 50, c.kind.bits), 10);
         for (int paint = 0; paint < 2; ++paint) {
-            EXPECT_EQ(Draw(document, {0, 0, 100, c.lines}, c.printing).calls.size(), c.fits ? 1U : 0U);
+            const Texts calls = Draw(document, {0, 0, 100, c.lines}, c.printing).calls;
+            EXPECT_EQ(calls.size(), c.fits || c.printing ? 1U : 0U);
+            if (c.printing) {
+                EXPECT_EQ(calls.front(), "abort, told") << "no sheet is printed";
+            }
             EXPECT_EQ(boxes.Take(), c.fits ? Texts{} : told);
         }
     }
+}
+
+// With less memory than a block of the page or of its reduction takes.
+TEST(DrawPage, AGreyPageIsPrintedInPlaceAndAReductionFails)
+{
+    BoxTexts boxes;
+    CLumentaDoc document;
+    PutPageOnHeap(document, std::make_unique<FakeImage>(1000, 400, 8), 400);
+    const MemoryFigures memory{1000, 0};
+    EXPECT_EQ(Draw(document, {0, 0, 500, 1000}, true).calls, Texts{"indexed 0,0 500x200 from 0,0 1000x400"});
+    EXPECT_EQ(boxes.Take(), Texts{});
+    document.DeleteContents();
+    PutPage(document, std::make_unique<FakeImage>(1000, 400));
+    ASSERT_TRUE(document.CreateRowMapping(400));
+    EXPECT_EQ(Draw(document, {0, 0, 500, 1000}, true).calls, Texts{"abort"});
+    EXPECT_EQ(boxes.Take(), Texts{"Insufficient memory to scale image"});
+}
+
+TEST(DrawPage, AReductionForThePrinterLeavesTheRowsInTheFile)
+{
+    static constexpr int kWidth = 40'000, kHeight = 16'000; // 80 MB of rows
+    const std::string grown = InChild([] {
+        CLumentaDoc document;
+        PutPage(document, std::make_unique<FakeImage>(kWidth, kHeight));
+        const int64_t before = PeakMemory();
+        const bool mapped = document.CreateRowMapping(kHeight);
+        const DeviceRecord record = Draw(document, {0, 0, 500, 500}, true);
+        const bool right = FakeImage::HoldsRow(document.RowAddress(9), 9, document.m_nRowBytes) &&
+                           FakeImage::HoldsRow(document.RowAddress(15'999), 15'999, document.m_nRowBytes);
+        return mapped && right && record.calls.size() == 1 ? std::to_string(PeakMemory() - before) : "";
+    });
+    ASSERT_NE(grown, "");
+    EXPECT_LT(std::stoll(grown), 40'000'000);
 }
 
 TEST(DrawPage, WithoutAPageNothingIsDrawnOrSaid)

@@ -48,10 +48,22 @@ for photometric in miniswhite minisblack; do
 done
 
 # One larger than the paper is printed smaller, in smooth grey and without loss: of 2 x 2 pixels each, five greys.
-noise_page "$scratch/large.tif" 12000 3000 --dpi 1200
+noise_page "$scratch/large.tif" 9600 2600 --dpi 1200
 pdf=$scratch/large.pdf
 open_page "$scratch/large.tif" "Plate 7"
 print_to_pdf
-equal "images" "1 0 image 6000 1500 gray 1 8 image" "$(images)"
+equal "images" "1 0 image 4800 1300 gray 1 8 image" "$(images)"
 pdfimages -png "$pdf" "$scratch/large"
 equal "greys" 5 "$(identify -format %k "$scratch/large-000.png")"
+
+# The dialog proposes a file with the page's label as its name, which has points in it, but no slash.
+"$makepage" --draw text --width 800 --height 600 --kind group4 --job "A/B v1.x" --page 7 "$scratch/label.fax"
+open_page "$scratch/label.fax" "7.B A/B v1.x"
+xdotool key ctrl+p
+dialog_named Print
+await "the print dialog stays" dialog_answered Return
+pdf="$HOME/7.B A_B v1.x.pdf"
+await "no PDF file of that name" pdf_complete "$pdf"
+window_named "7.B A/B v1.x - LUMENTA"
+quit_program
+equal "title" "7.B A/B v1.x" "$(pdfinfo "$pdf" | sed -n 's/^Title: *//p')"

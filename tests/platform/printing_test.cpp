@@ -1,9 +1,14 @@
 // A print is read back from the file: every bit as it was.
+#include "platform/memory.h"
 #include "tests/platform/test_classes.h"
 #include "tests/support/scratch.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <sstream>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
 
 namespace
 {
@@ -57,8 +62,9 @@ protected:
         SetMessageBoxHook([](const CString& text) { g_recorder.Add("box " + std::string{text.View()}); });
         Settle();
     }
-    // Prints, and wants one image of that kind in the file.
-    Picture Print(const std::string& bits_per_component)
+    // Prints, and returns the images in the file, from the top down. They are grey, of so many bits a pixel,
+    // and without loss.
+    std::vector<Picture> PrintAll(const std::string& bits_per_component)
     {
         view->OnFilePrint();
         EXPECT_EQ(g_recorder.Take(), (std::vector<std::string>{"begin printing", "end printing"}));
@@ -66,23 +72,32 @@ protected:
         std::string line, word[8];
         std::getline(list, line);
         std::getline(list, line);
-        std::getline(list, line);
-        std::istringstream words{line};
-        for (std::string& each : word)
-            words >> each;
-        EXPECT_EQ(word[7], bits_per_component) << line;
-        EXPECT_EQ(word[5], "gray") << line;
-        EXPECT_EQ(line.find("jpeg"), std::string::npos) << line;
-        EXPECT_FALSE(std::getline(list, line)) << line;
+        while (std::getline(list, line)) {
+            std::istringstream words{line};
+            for (std::string& each : word)
+                words >> each;
+            EXPECT_EQ(word[7], bits_per_component) << line;
+            EXPECT_EQ(word[5], "gray") << line;
+            EXPECT_EQ(line.find("jpeg"), std::string::npos) << line;
+        }
         OutputOf("pdfimages '" + pdf + "' '" + directory + "/image'");
+        std::vector<std::filesystem::path> files;
         for (const auto& entry : std::filesystem::directory_iterator{directory})
-            if (entry.path().filename().string().starts_with("image-000")) {
-                Picture picture = ReadPicture(entry.path());
-                std::filesystem::remove(entry.path());
-                return picture;
-            }
-        ADD_FAILURE() << "no image";
-        return {};
+            if (entry.path().filename().string().starts_with("image-"))
+                files.push_back(entry.path());
+        std::sort(files.begin(), files.end());
+        std::vector<Picture> pictures;
+        for (const auto& file : files) {
+            pictures.push_back(ReadPicture(file));
+            std::filesystem::remove(file);
+        }
+        return pictures;
+    }
+    Picture Print(const std::string& bits_per_component)
+    {
+        const std::vector<Picture> pictures = PrintAll(bits_per_component);
+        EXPECT_EQ(pictures.size(), 1U);
+        return pictures.empty() ? Picture{} : pictures.front();
     }
     ScratchDirectory scratch;
     const std::string& directory = scratch.Path();
@@ -162,7 +177,70 @@ TEST_F(PrintingTest, GreyPagesLoseNothing)
     }
 }
 
-TEST_F(PrintingTest, AFailureIsToldOnceAndCancelDoesNothing)
+// A picture that would take too much memory as one image.
+TEST_F(PrintingTest, BandsLoseNothingAndLeaveNoSeam)
+{
+    BitmapInfo info;
+    info.width = 100;
+    info.height = -2000; // the top line first
+    for (size_t i = 0; i < 256; ++i) {
+        const auto level = static_cast<uint8_t>(i);
+        info.colors[i] = {level, level, level, 0};
+    }
+    std::vector<uint8_t> bits(100 * 2000);
+    std::mt19937 random{6};
+    for (uint8_t& byte : bits)
+        byte = static_cast<uint8_t>(random());
+    view->print = [&](CDC* dc, CPrintInfo*) {
+        EXPECT_EQ(dc->StretchDIBits(0, 0, 333, 6661, 0, 0, 100, 2000, bits.data(), info, SRCCOPY), 2000);
+    };
+    SetMemoryStatusSource([] { return MemoryStatus{1 << 20, 0}; });
+    const std::vector<Picture> bands = PrintAll("8");
+    EXPECT_GT(bands.size(), 2U);
+    EXPECT_LT(bands.size(), 5U) << "they are as tall as memory allows";
+    int covered = 0; // lines from the top that all were there
+    for (const Picture& band : bands) {
+        ASSERT_EQ(band.width, 100);
+        const auto starts_at = [&](int line) { // and all of its lines are right
+            return line >= 0 && line + band.height <= 2000 &&
+                   std::equal(band.grey.begin(), band.grey.end(), bits.begin() + ptrdiff_t{line} * 100);
+        };
+        int top = covered;
+        while (top > covered - 50 && !starts_at(top))
+            --top;
+        ASSERT_TRUE(starts_at(top)) << "after line " << covered;
+        covered = top + band.height;
+    }
+    EXPECT_EQ(covered, 2000);
+
+    // Whatever grid a viewer draws it on, no paper shines through.
+    std::fill(bits.begin(), bits.end(), uint8_t{100});
+    EXPECT_EQ(PrintAll("8").size(), bands.size());
+    SetMemoryStatusSource(nullptr);
+    for (const char* const resolution : {"97", "151", "600"}) {
+        OutputOf("pdftocairo -png -singlefile -gray -r " + std::string{resolution} + " '" + pdf + "' '" +
+                 directory + "/sheet'");
+        OutputOf("convert '" + directory + "/sheet.png' -depth 8 '" + directory + "/sheet.pgm'");
+        const Picture sheet = ReadPicture(directory + "/sheet.pgm");
+        const auto width = static_cast<size_t>(sheet.width);
+        // A column through the middle of the picture: paper, grey without a break, paper.
+        const auto is_grey = [](uint8_t level) { return level >= 98 && level <= 102; };
+        size_t column = 0;
+        while (column < sheet.grey.size() &&
+               !is_grey(sheet.grey[column + sheet.grey.size() / width / 4 * width]))
+            ++column;
+        column += 2;
+        std::vector<uint8_t> levels;
+        for (size_t at = column; at < sheet.grey.size(); at += width)
+            levels.push_back(sheet.grey[at]);
+        const auto first = std::find_if(levels.begin(), levels.end(), is_grey);
+        const auto last = std::find_if(levels.rbegin(), levels.rend(), is_grey).base();
+        ASSERT_GT(last - first, 400) << resolution;
+        EXPECT_TRUE(std::all_of(first, last, is_grey)) << resolution;
+    }
+}
+
+TEST_F(PrintingTest, AFailureIsToldOnceAndLeavesNoFile)
 {
     const TestPage page = TestPage::Random(4000, 4000);
     view->print = [&](CDC* dc, CPrintInfo* info) { page.Draw(dc, info->m_rectDraw); };
@@ -172,17 +250,45 @@ TEST_F(PrintingTest, AFailureIsToldOnceAndCancelDoesNothing)
         EXPECT_LE(std::count(lines.begin(), lines.end(), "begin printing"), 1);
         return std::count(lines.begin(), lines.end(), "box Printing failed");
     };
+    const auto exists = [](const std::string& path) { return std::filesystem::exists(path); };
     const std::string good = pdf;
-    for (const std::string& path : {directory, directory + "/none/page.pdf"}) {
+    const std::string fifo = scratch.File("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    alarm(60); // ends a test that waits for a reader
+    for (const std::string& path : {directory, directory + "/none/page.pdf", fifo}) {
         pdf = path;
         EXPECT_EQ(boxes(), 1) << path;
     }
+    alarm(0);
+    EXPECT_TRUE(exists(directory) && exists(fifo));
     pdf = good;
     EXPECT_EQ(boxes(), 0); // the next one is as good as ever
-    // The disk is full in the midst of the file.
-    {
+    EXPECT_TRUE(exists(pdf));
+    // The disk is full in the midst of the file, which holds the last print, or is reached through a link.
+    const std::string link = scratch.File("link.pdf");
+    ASSERT_EQ(symlink("target.pdf", link.c_str()), 0);
+    for (const std::string& path : {good, link}) {
         const FileSizeLimit limit{100000};
-        EXPECT_EQ(boxes(), 1);
+        pdf = path;
+        EXPECT_EQ(boxes(), 1) << path;
+        EXPECT_FALSE(exists(path)) << path; // of a link: what it leads to
+    }
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    // The drawing gives up.
+    pdf = good;
+    for (const bool told : {false, true}) {
+        view->print = [&](CDC* dc, CPrintInfo* info) {
+            page.Draw(dc, info->m_rectDraw);
+            dc->AbortDoc(told);
+        };
+        EXPECT_EQ(boxes(), told ? 0 : 1);
+        EXPECT_FALSE(exists(pdf));
+    }
+    // A device stays.
+    pdf = scratch.File("null");
+    if (mknod(pdf.c_str(), S_IFCHR | 0600, makedev(1, 3)) == 0) {
+        EXPECT_EQ(boxes(), 0);
+        EXPECT_TRUE(exists(pdf));
     }
     pdf.clear();
     view->OnFilePrint();

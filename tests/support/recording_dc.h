@@ -42,8 +42,14 @@ public:
         Write("indexed", dest, source);
         for (int y = source.top; y < source.bottom; ++y)
             for (int x = source.left; x < source.right; ++x)
-                m_record->pixels.push_back(colors[bits[ptrdiff_t{info.height - 1 - y} * info.width + x]]);
+                m_record->pixels.push_back(colors[info.Line(bits, y)[x]]);
         return true;
+    }
+
+    void AbortDoc(bool told) override
+    {
+        if (m_printing)
+            m_record->calls.push_back(told ? "abort, told" : "abort");
     }
 
 private:
