@@ -169,9 +169,24 @@ bool CLumentaDoc::OpenPage(const CString& path)
     return true;
 }
 
+bool CLumentaDoc::HasPage() const
+{
+    return m_pImage && m_pImage->IsValid() && m_pRows;
+}
+
 bool CLumentaDoc::IsBilevelPage() const
 {
     return m_pImage && m_pImage->IsValid() && m_pImage->BitsPerPixel == 1;
+}
+
+CString CLumentaDoc::GetStatusText() const
+{
+    CString text;
+    if (!HasPage())
+        text = "No page";
+    else if (m_bReadError)
+        text.Format("damaged from line %d", m_nErrorRow);
+    return text;
 }
 
 CPalette* CLumentaDoc::GetPagePalette(bool scaled) const
@@ -253,6 +268,7 @@ bool CLumentaDoc::ReportRow(int32_t row)
 {
     // Before the box, so that there is one box a page.
     m_bReadError = true;
+    m_nErrorRow = row;
     CString words;
     words.Format("error at line %d: %s", row, m_pImage->ErrorText.c_str());
     const uint64_t page = m_nPageSerial;

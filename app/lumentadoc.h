@@ -34,7 +34,11 @@ public:
     bool OnNewDocument() override;
     bool OnOpenDocument(const CString& path) override; // the text before a tab or semicolon is the file
 
+    bool HasPage() const;
     bool IsBilevelPage() const;
+    // What the message field says of the page: that there is none, or where it is damaged; else an empty
+    // text.
+    CString GetStatusText() const;
     CPalette* GetPagePalette(bool scaled) const; // null if there is none
 
     // Draws what rect, in page pixels, shows of the page; a printer gets the whole page, fitted into rect.
@@ -67,6 +71,7 @@ public:
     uint8_t* RowAddress(int32_t row) const { return m_pRows + (int64_t{row} - m_nWindowFirst) * m_nRowBytes; }
 
     bool m_bReadError = false; // a row of this page could not be read; none is read any more
+    int32_t m_nErrorRow = 0;   // that row, if m_bReadError is set
     CString m_strPageTitle;    // the page's label; empty without a page
 
     std::unique_ptr<CScaledDIBitmap> m_pScaled; // null until the scaled window asks for it

@@ -16,6 +16,8 @@ const MessageEntry CLumentaView::entries[] = {
     On<WM_RBUTTONDBLCLK, &CLumentaView::OnRButtonDblClk>(),
     OnCommand<ID_FILE_PRINT, &CLumentaView::OnFilePrint>(),
     OnCommand<ID_FILE_PRINT_PREVIEW, &CLumentaView::OnFilePrintPreview>(),
+    OnUpdateCommand<ID_FILE_PRINT, &CLumentaView::OnUpdatePrint>(),
+    OnUpdateCommand<ID_FILE_PRINT_PREVIEW, &CLumentaView::OnUpdatePrint>(),
     On<WM_PAGE_CENTER, &CLumentaView::OnPageCenter>(),
     On<WM_PAGE_CLOSED, &CLumentaView::OnPageClosed>(),
 };
@@ -154,6 +156,12 @@ void CLumentaView::OnActivateView(bool activate, CView* activated, CView* deacti
     CView::OnActivateView(activate, activated, deactivated);
     if (activate)
         RealizeViewPalette(this, false);
+}
+
+void CLumentaView::OnUpdatePrint(CCmdUI& ui)
+{
+    const CLumentaDoc* const document = GetPageDocument();
+    ui.Enable(document && document->HasPage());
 }
 
 bool CLumentaView::OnPreparePrinting(CPrintInfo* info)

@@ -27,6 +27,7 @@ protected:
 
     void OnScaledPage();
     void OnUpdateScaledPage(CCmdUI& ui);
+    void OnUpdatePrint(CCmdUI& ui);
     void OnSize(UINT type, int cx, int cy);
     void OnRButtonDblClk(UINT flags, CPoint point);
     LRESULT OnPageCenter(WPARAM wParam, LPARAM scaled_view);

@@ -1,5 +1,6 @@
 #include "app/mainfrm.h"
 
+#include "app/lumentadoc.h"
 #include "app/usermsg.h"
 #include "platform/app.h"
 #include "platform/dc.h"
@@ -161,6 +162,13 @@ void CMainFrame::OnDestroy()
     app->WriteProfileInt(kWindowSettings, kMaximizeMainFrame,
                          placement.show_command == SW_SHOWMAXIMIZED ? 1 : 0);
     CFrameWnd::OnDestroy();
+}
+
+CString CMainFrame::GetMessageText() const
+{
+    const auto* const document = DynamicDowncast<CLumentaDoc>(GetActiveDocument());
+    const CString text = document ? document->GetStatusText() : CString{};
+    return text.IsEmpty() ? CFrameWnd::GetMessageText() : text;
 }
 
 void CMainFrame::ShowPosition()

@@ -32,6 +32,8 @@ public:
 
     CMainFrame();
 
+    CString GetMessageText() const override; // what the document says of the page, if it says anything
+
     void ShowPosition();
     void ShowSize();
 

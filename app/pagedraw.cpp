@@ -59,7 +59,7 @@ PageSpan ClipToPage(int clip_first, int clip_count, int page_count)
 
 void CLumentaDoc::DrawPage(CDC* dc, const CRect& rect)
 {
-    if (!m_pImage || !m_pImage->IsValid() || !m_pRows)
+    if (!HasPage())
         return;
     const bool bilevel = m_pImage->BitsPerPixel == 1;
     try {

@@ -197,14 +197,21 @@ bool CFrameWnd::OnCommandMessage(UINT command)
     return QueryCommand(command).IsEnabled() && CWnd::OnCommandMessage(command);
 }
 
+CString CFrameWnd::GetMessageText() const
+{
+    return AfxGetApp() ? AfxGetApp()->LoadString(AFX_IDS_IDLEMESSAGE) : CString{};
+}
+
 void CFrameWnd::UpdateStatusPanes()
 {
     if (!m_statusBar)
         return;
     for (int pane = 0; pane < m_statusBar->GetPaneCount(); ++pane) {
         const UINT id = m_statusBar->GetPaneId(pane);
-        if (id == ID_SEPARATOR)
+        if (id == ID_SEPARATOR) {
+            m_statusBar->SetPaneText(pane, GetMessageText());
             continue;
+        }
         CCmdUI ui{id};
         m_statusBar->EnablePane(pane, OnCmdMsg(id, CommandStep::update, &ui) && ui.IsEnabled());
     }

@@ -46,7 +46,10 @@ public:
     // The state of a menu entry, from its update handler or, without one, from whether a handler would run
     // it.
     CCmdUI QueryCommand(UINT command);
-    // Asks the update handlers of the status panes; those that nobody enables are blanked.
+    // Text of the message pane while no menu entry's prompt covers it. By default the idle message.
+    virtual CString GetMessageText() const;
+    // Shows the message text and asks the update handlers of the other status panes; those that nobody
+    // enables are blanked. Called when nothing is left to do and before a box or dialog opens.
     void UpdateStatusPanes();
 
 protected:

@@ -431,9 +431,7 @@ bool CStatusBar::SetIndicators(std::span<const UINT> ids)
             label->setFixedWidth(label->sizeHint().width() + label->fontMetrics().averageCharWidth());
             bar->addPermanentWidget(label);
         }
-        const bool message_pane = id == ID_SEPARATOR;
-        peer->panes.push_back(
-            {id, label, message_pane ? AfxGetApp()->LoadString(AFX_IDS_IDLEMESSAGE) : CString{}, true});
+        peer->panes.push_back({id, label, CString{}, true});
         ShowPane(peer->panes.back());
     }
     return true;

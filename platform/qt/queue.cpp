@@ -14,6 +14,12 @@ namespace
 constexpr qint64 kShowEveryMs = 8;
 
 bool g_control_down = false;
+
+void UpdateStatusPanes()
+{
+    if (auto* frame = DynamicDowncast<CFrameWnd>(AfxGetMainWnd()))
+        frame->UpdateStatusPanes();
+}
 } // namespace
 
 void SetControlState(bool down)
@@ -97,6 +103,7 @@ void Queue::Forget(const ViewWidget* view)
 void Queue::EnterModal()
 {
     ShowGathered(); // exposed windows are served from what the toolkit has
+    UpdateStatusPanes();
     ++m_modal;
 }
 
@@ -143,11 +150,10 @@ void Queue::Turn()
     const bool answered = m_inputSinceShow && m_dirty.empty();
     if (!left || answered || !m_sinceShow.isValid() || m_sinceShow.elapsed() >= kShowEveryMs)
         ShowGathered();
-    if (left) {
+    if (left)
         Kick();
-    } else if (auto* frame = DynamicDowncast<CFrameWnd>(AfxGetMainWnd())) {
-        frame->UpdateStatusPanes();
-    }
+    else
+        UpdateStatusPanes();
 }
 
 void Queue::DispatchKey()

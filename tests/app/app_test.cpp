@@ -340,5 +340,14 @@ TEST_F(App, PrintsOnePageThroughTheViewsOwnDrawing)
     target = scratch.File("nowhere/page.pdf");
     frame->SendMessage(WM_COMMAND, ID_FILE_PRINT);
     EXPECT_EQ(boxes.Take(), Texts{"Printing failed"});
+
+    EXPECT_TRUE(frame->QueryCommand(ID_FILE_PRINT_PREVIEW).IsEnabled());
+    EXPECT_EQ(app->OpenDocumentFile(scratch.File("missing.tif")), nullptr);
+    boxes.Take();
+    highest_page = 0;
+    frame->SendMessage(WM_COMMAND, ID_FILE_PRINT);
+    EXPECT_EQ(highest_page, 0) << "there is no page to print";
+    EXPECT_FALSE(frame->QueryCommand(ID_FILE_PRINT_PREVIEW).IsEnabled());
+    EXPECT_EQ(boxes.Take(), Texts{});
 }
 } // namespace

@@ -63,7 +63,7 @@ class MainFrame : public WindowTest
 TEST_F(MainFrame, ShowsZerosThenThePageAndZerosAgain)
 {
     Start();
-    EXPECT_EQ(Pane(0), "Ready");
+    EXPECT_EQ(Pane(0), "No page");
     EXPECT_EQ(Pane(1), "left=0 top=0");
     EXPECT_EQ(Pane(2), "width=0 depth=0");
     EXPECT_EQ(Pane(3), "Res  X=0 Y=0");
@@ -77,6 +77,7 @@ TEST_F(MainFrame, ShowsZerosThenThePageAndZerosAgain)
     view->ScrollToPosition({30, 20});
     EXPECT_EQ(Pane(1), "left=0 top=0") << "told by paints alone";
     ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(Pane(0), "Ready");
     EXPECT_EQ(Pane(1), "left=30 top=20");
 
     EXPECT_EQ(app->OpenDocumentFile(scratch.File("missing.tif")), nullptr);
@@ -85,6 +86,7 @@ TEST_F(MainFrame, ShowsZerosThenThePageAndZerosAgain)
     EXPECT_EQ(Pane(2), "width=0 depth=0");
     EXPECT_EQ(Pane(3), "Res  X=0 Y=0");
     ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(Pane(0), "No page");
     EXPECT_EQ(Pane(1), "left=0 top=0");
     EXPECT_EQ(ScreenDiffersFromPage(), (page = {}, "")) << "nothing of the old page is left";
     app->OnFileNew();
@@ -131,7 +133,7 @@ TEST_F(MainFrame, TheMenuIsWhole)
     const std::vector<CString> want{
         "&File/&Open...\tCtrl+O",
         "&File/Open Multiple...\tCtrl+M",
-        "&File/&Print...\tCtrl+P",
+        "&File/&Print...\tCtrl+P [disabled]",
         "&File/P&rint Setup...",
         "&File/E&xit",
         "&View/&Scaled Page\tCtrl+Alt+S [disabled]",

@@ -274,6 +274,10 @@ TEST_F(View, ADamagedPageShowsOneBoxHoweverItIsMoved)
     }
     EXPECT_EQ(image->reads, 101);
     EXPECT_EQ(boxes.Take(), Texts{});
+    EXPECT_EQ(Pane(0), "damaged from line 100") << "until the next page opens";
+    app->OpenDocumentFile(WritePage("good.tif", 100, 100));
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(Pane(0), "Ready");
 }
 
 TEST_F(View, ProgressOfTheReducedPictureIsNoneOfItsBusiness)

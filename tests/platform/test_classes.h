@@ -85,9 +85,11 @@ public:
     int OnCreate(const CREATESTRUCT& cs) override;
     void OnRun() { g_recorder.Add("frame"); }
     void OnUpdatePane(CCmdUI& ui) { ui.Enable(true); }
+    CString GetMessageText() const override { return note; }
     TestView* View() const { return DynamicDowncast<TestView>(GetDescendantWindow(AFX_IDW_PANE_FIRST)); }
 
     std::string name = "frame";
+    std::string note = "note";
     CStatusBar status;
 
 protected:

@@ -76,6 +76,7 @@ TEST_F(WindowTest, CommandsGoToTheFirstOfViewDocumentFrameAndApplication)
     frame->status.SetPaneText(2, "not shown");
     view->PostMessage(WM_TEST);
     Settle();
+    EXPECT_EQ(frame->status.GetPaneText(0), "note");
     EXPECT_EQ(frame->status.GetPaneText(1), "shown");
     EXPECT_EQ(frame->status.GetPaneText(2), "");
 }
@@ -174,8 +175,10 @@ TEST_F(WindowTest, ABoxInsideAPaintHoldsPaintsAndPostsBack)
     view->draw = [&](CDC* dc, const CRect& box) {
         view->draw = nullptr;
         view->page.Draw(dc, {box.left, box.top, box.right, box.top + 20});
+        frame->note = "damaged";
         InNextBox(
             [&] {
+                EXPECT_EQ(frame->status.GetPaneText(0), "damaged") << "a box holds nothing of that back";
                 further->Invalidate();
                 view->Invalidate();
                 view->PostMessage(WM_TEST, 2);
