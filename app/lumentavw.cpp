@@ -132,7 +132,7 @@ void CLumentaView::OnScaledPage()
     context.m_pCurrentDoc = document;
     context.m_pLastView = this;
     // A frame that could not be made has taken itself away.
-    if (!frame->Create(title + factor, WS_OVERLAPPEDWINDOW, {}, &context))
+    if (!frame->Create(WindowTitle(title, factor), WS_OVERLAPPEDWINDOW, {}, &context))
         return;
     frame->PlaceClient({0, 0}, {frame->m_nClientWidth, frame->m_nClientHeight});
     if (!frame->GetActiveView())

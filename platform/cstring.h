@@ -51,3 +51,11 @@ private:
 
 // The order of names in lists: ignoring the case of ASCII letters, then by bytes.
 bool ComesBefore(std::string_view name, std::string_view other);
+
+// Text from anywhere as one line for the screen, in valid UTF-8. Control characters and line ends become
+// blanks. Text that as a whole is not valid UTF-8 counts as Latin-1. The result is cut after the last
+// character that ends within most_bytes.
+CString DisplayText(std::string_view text, size_t most_bytes);
+// The same for texts whose end matters, such as messages that begin with a path: if the result is longer than
+// head_bytes + tail_bytes, "..." stands for its middle.
+CString DisplayBothEnds(std::string_view text, size_t head_bytes, size_t tail_bytes);

@@ -20,7 +20,7 @@ CDocument::~CDocument()
 
 void CDocument::SetTitle(const CString& title)
 {
-    m_title = title;
+    m_title = DisplayText(title, kTitleBytes);
     UpdateFrameCounts();
 }
 

@@ -23,6 +23,12 @@ constinit const MessageMap CFrameWnd::messages{&CWnd::messages, entries};
 CFrameWnd::CFrameWnd() = default;
 CFrameWnd::~CFrameWnd() = default;
 
+CString WindowTitle(const CString& label, const CString& suffix)
+{
+    const CString end = DisplayText(suffix, kTitleBytes);
+    return DisplayText(label, kTitleBytes - static_cast<size_t>(end.GetLength())) + end;
+}
+
 bool CFrameWnd::LoadFrame(UINT resource, uint32_t style, CCreateContext* context)
 {
     CREATESTRUCT cs;
@@ -42,9 +48,9 @@ bool CFrameWnd::Create(const CString& title, uint32_t style, const CRect& rect, 
     cs.cx = rect.Width();
     cs.cy = rect.Height();
     cs.style = style;
-    cs.title = title;
+    cs.title = DisplayText(title, kTitleBytes);
     cs.context = context;
-    m_baseTitle = title;
+    m_baseTitle = cs.title;
     return CreateFromStruct(cs);
 }
 
@@ -160,8 +166,9 @@ void CFrameWnd::OnUpdateFrameTitle(bool)
     if (!(m_style & FWS_ADDTOTITLE))
         return;
     const CDocument* document = GetActiveDocument();
-    SetWindowText(document && !document->GetTitle().IsEmpty() ? document->GetTitle() + " - " + m_baseTitle
-                                                              : m_baseTitle);
+    SetWindowText(document && !document->GetTitle().IsEmpty()
+                      ? WindowTitle(document->GetTitle(), CString(" - ") + m_baseTitle)
+                      : m_baseTitle);
 }
 
 CWnd* CFrameWnd::GetDescendantWindow(UINT id) const

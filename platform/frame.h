@@ -14,6 +14,11 @@ enum FrameStyle : uint32_t {
     CBRS_BOTTOM = 0x8000,
 };
 
+constexpr size_t kTitleBytes = 255;
+
+// A window's title: the label and what follows it. A label that is too long is cut.
+CString WindowTitle(const CString& label, const CString& suffix);
+
 class CFrameWnd : public CWnd
 {
 public:

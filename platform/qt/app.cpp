@@ -11,6 +11,14 @@
 
 std::function<void(const CString&)> g_message_box_hook;
 
+namespace
+{
+// A message box shows the longest path that can be opened, what is wrong with it, and no more: laying out
+// megabytes of text takes minutes.
+constexpr size_t kBoxHeadBytes = 4200;
+constexpr size_t kBoxTailBytes = 400;
+} // namespace
+
 void AfxMessageBox(const CString& text)
 {
     if (LongWork::Get().IsClosing()) // nobody is there any more to read it
@@ -27,7 +35,7 @@ void AfxMessageBox(const CString& text)
     box.setIcon(QMessageBox::Warning);
     box.setTextFormat(Qt::PlainText);
     box.setWindowTitle(ToQString(AfxGetApp() ? AfxGetApp()->LoadString(AFX_IDS_APP_TITLE) : CString{}));
-    box.setText(ToQString(text));
+    box.setText(ToQString(DisplayBothEnds(text, kBoxHeadBytes, kBoxTailBytes)));
     box.setStandardButtons(QMessageBox::Ok);
     box.exec();
 }

@@ -31,6 +31,7 @@ namespace
 constexpr int kListWidthChars = 52; // at first; the dialog can be resized
 constexpr int kListHeightRows = 14;
 constexpr int kHookWaitMs = 2000;
+constexpr int kLabelChars = 4096; // more than any path has
 
 // Entries are as wide as the list, whatever their text: it is cut in the middle, and shown in a tool tip.
 class NameDelegate : public QStyledItemDelegate
@@ -368,7 +369,7 @@ void ControlPeer::SetText(const QString& text)
     if (auto* edit = qobject_cast<QLineEdit*>(m_widget))
         edit->setText(text);
     else if (auto* label = qobject_cast<QLabel*>(m_widget))
-        label->setText(Showable(text));
+        label->setText(Showable(text.left(kLabelChars)));
     else if (auto* button = qobject_cast<QAbstractButton*>(m_widget))
         button->setText(text);
 }

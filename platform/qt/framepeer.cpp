@@ -31,6 +31,8 @@ constexpr int kLeastWidth = 160; // logical units
 constexpr int kLeastHeight = 120;
 constexpr int kSettleMs = 50;
 
+constexpr size_t kPaneBytes = 255;
+
 bool CanPlaceWindows()
 {
     return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
@@ -88,7 +90,6 @@ FrameWidget::FrameWidget(CFrameWnd* owner, const CREATESTRUCT& cs) : m_owner(own
     setContextMenuPolicy(Qt::NoContextMenu);
     if (const char* const* icon = AfxGetApp() ? AfxGetApp()->GetResources().icon : nullptr)
         setWindowIcon(QIcon(QPixmap(icon)));
-    setWindowTitle(ToQString(cs.title));
     if (cs.menu)
         MakeMenu();
     PlaceFrame({cs.x, cs.y, cs.x + cs.cx, cs.y + cs.cy});
@@ -342,7 +343,10 @@ void FrameWidget::ShownAgain()
         view->WantPaint();
 }
 
-FramePeer::FramePeer(CFrameWnd* owner, const CREATESTRUCT& cs) : m_widget(new FrameWidget(owner, cs)) {}
+FramePeer::FramePeer(CFrameWnd* owner, const CREATESTRUCT& cs) : m_widget(new FrameWidget(owner, cs))
+{
+    WindowPeer::SetText(ToQString(cs.title));
+}
 
 FramePeer::~FramePeer()
 {
@@ -381,7 +385,7 @@ StatusPeer::Pane* PaneAt(const CStatusBar* bar, int index)
 
 void ShowPane(StatusPeer::Pane& pane)
 {
-    const QString text = pane.enabled ? ToQString(pane.text) : QString();
+    const QString text = pane.enabled ? ToQString(DisplayText(pane.text, kPaneBytes)) : QString();
     if (pane.label && pane.label->text() != text)
         pane.label->setText(text);
 }

@@ -41,15 +41,17 @@ DialogWidget* DialogOf(const CWnd* window)
     return peer ? peer->Dialog() : nullptr;
 }
 
+// "[*]" in a title is Qt's sign for a modified document, and not shown. Doubled it is shown as it is.
 QString WindowPeer::Text() const
 {
-    return Widget() ? Widget()->windowTitle() : QString();
+    return Widget() ? Widget()->windowTitle().replace(QLatin1String("[*][*]"), QLatin1String("[*]"))
+                    : QString();
 }
 
 void WindowPeer::SetText(const QString& text)
 {
     if (Widget())
-        Widget()->setWindowTitle(text);
+        Widget()->setWindowTitle(QString(text).replace(QLatin1String("[*]"), QLatin1String("[*][*]")));
 }
 
 CWnd::CWnd() = default;

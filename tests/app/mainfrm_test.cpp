@@ -1,4 +1,5 @@
 // The main window: read-outs in four units, menu, title, and its place between runs.
+#include "app/scalefrm.h"
 #include "tests/app/window_fixture.h"
 
 namespace
@@ -91,6 +92,23 @@ TEST_F(MainFrame, ShowsZerosThenThePageAndZerosAgain)
     EXPECT_EQ(ScreenDiffersFromPage(), (page = {}, "")) << "nothing of the old page is left";
     app->OnFileNew();
     EXPECT_EQ(Title(), "LUMENTA");
+}
+
+TEST_F(MainFrame, ALabelFromTheFileMayBeAnyText)
+{
+    Start();
+    pages::TiffOptions options;
+    options.document_name = "12.C\n[*] " + std::string(20U << 20, 'x');
+    ASSERT_EQ(pages::write_tiff(scratch.File("page.tif"),
+                                pages::draw_page({pages::Draw::Noise, 900, 700, 300, 300, 1}), options),
+              "");
+    ASSERT_NE(app->OpenDocumentFile(scratch.File("page.tif")), nullptr);
+    EXPECT_EQ(Title(), "12.C [*] " + std::string(236, 'x') + " - LUMENTA");
+    EXPECT_LE(document->GetTitle().GetLength(), 255) << "names the print";
+    frame->SendMessage(WM_COMMAND, kScaledPageCommand);
+    ASSERT_NE(view->m_pScaleFrame, nullptr);
+    EXPECT_TRUE(view->m_pScaleFrame->GetWindowText().View().ends_with("xx  (1/8)"));
+    EXPECT_EQ(view->m_pScaleFrame->GetWindowText().GetLength(), 255);
 }
 
 TEST_F(MainFrame, AUnitHoldsAtOnceAndInTheNextRun)

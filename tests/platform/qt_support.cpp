@@ -5,6 +5,7 @@
 #include <QPalette>
 #include <QScreen>
 #include <QTimer>
+#include <QWindow>
 
 void InNextBox(std::function<void()> function, std::string* text)
 {
@@ -46,6 +47,14 @@ PaletteForTest::PaletteForTest(unsigned mid, unsigned dark, unsigned midlight, u
 PaletteForTest::~PaletteForTest()
 {
     QApplication::setPalette(QPalette());
+}
+
+std::string TitleOnScreen()
+{
+    for (const QWindow* window : QGuiApplication::topLevelWindows())
+        if (window->isVisible() && window->type() == Qt::Window)
+            return window->title().toStdString();
+    return {};
 }
 
 double ScreenRatio()

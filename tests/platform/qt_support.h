@@ -12,6 +12,8 @@ void PumpRounds();
 
 double ScreenRatio();
 
+std::string TitleOnScreen(); // of the only frame, as the display has it
+
 // Gives the desktop's palette these greys for as long as it lives.
 class PaletteForTest
 {

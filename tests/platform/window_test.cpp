@@ -31,6 +31,20 @@ TEST_F(WindowTest, TheSizeIsToldBeforeTheFirstPaint)
     EXPECT_EQ(frame->GetWindowText(), "page.fax - TEST");
     EXPECT_EQ(app->OpenDocumentFile("/x/bad!"), nullptr);
     EXPECT_EQ(frame->GetWindowText(), "page.fax - TEST");
+    const struct {
+        std::string name, want;
+    } titles[] = {
+        {"[*]a[*][*]b[*", "[*]a[*][*]b[* - TEST"},
+        {"a\nb\xe4", "a b\u00e4 - TEST"},
+        {std::string(247, 'x') + "\u00e4", std::string(247, 'x') + " - TEST"},
+        {std::string(246, 'x') + "\u00e4", std::string(246, 'x') + "\u00e4 - TEST"},
+    };
+    for (const auto& c : titles) {
+        app->OpenDocumentFile("/x/" + c.name);
+        EXPECT_EQ(frame->GetWindowText(), c.want.c_str());
+        EXPECT_EQ(TitleOnScreen(), c.want);
+        EXPECT_LE(c.want.size(), 255U);
+    }
 }
 
 TEST_F(WindowTest, ThePlaceFollowsTheFrame)
@@ -189,14 +203,16 @@ TEST_F(WindowTest, ABoxInsideAPaintHoldsPaintsAndPostsBack)
                 g_recorder.Add("box closed");
             },
             &text);
-        AfxMessageBox("Read error & more");
+        AfxMessageBox("Read error & more\n" + std::string(20U << 20, 'x') + ": the reason");
         view->page.Draw(dc, {box.left, box.top + 20, box.right, box.bottom});
         g_recorder.Add("drawn");
     };
     view->PostMessage(WM_TEST, 1);
     view->Invalidate();
     ASSERT_TRUE(PumpUntil([] { return g_recorder.Count("posted 2") > 0; }));
-    EXPECT_EQ(text, "Read error & more");
+    EXPECT_EQ(text.substr(0, 19), "Read error & more x");
+    EXPECT_EQ(text.substr(text.size() - 12), ": the reason");
+    EXPECT_LT(text.size(), 5000U);
     const Lines got = Only(g_recorder.Take(), {"paint", "posted", "box", "drawn"});
     ASSERT_GE(got.size(), 5U);
     EXPECT_EQ(Lines(got.begin(), got.begin() + 3), (Lines{"paint", "box closed", "drawn"}));
