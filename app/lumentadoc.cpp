@@ -354,7 +354,8 @@ bool CLumentaDoc::GetRows(int32_t first, int32_t count)
 
     if (first < m_nWindowFirst) {
         // Backward: a new run from row 0, and a window that ends with the request.
-        m_pImage->Rewind();
+        if (!m_bReadError)
+            m_pImage->Rewind();
         store = std::max(end - m_nWindowRows, 0);
         next = 0;
         stop = end;
@@ -388,9 +389,9 @@ bool CLumentaDoc::GetRows(int32_t first, int32_t count)
         ++next;
     }
     if (next < store) {
-        // All rows are zero from here on. To store many that nobody has asked for would take memory and time.
-        if (int64_t{m_nRowBytes} * (first - store) > kMostZeroBytes)
-            m_nWindowFirst = store = first;
+        // All rows are zero from here on. To clear gigabytes before those that are asked for would take long.
+        store = std::max(store, first - kMostZeroBytes / m_nRowBytes);
+        m_nWindowFirst = store;
         m_nLastRow = store - 1;
     }
 

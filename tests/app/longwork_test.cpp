@@ -218,6 +218,7 @@ TEST_F(LongWorkTest, AnInterruptedPrintIsNoFailedOne)
     When(150, [this] { PressEscape(); });
     Print();
     EXPECT_GE(InterruptedAfter(), 150);
+    EXPECT_FALSE(std::filesystem::exists(scratch.File("page.pdf")));
     // The same page again: what could not be read is blank.
     Print();
     EXPECT_EQ(boxes.Take(), Texts{});
