@@ -21,11 +21,7 @@ int FailIfInterrupted(FILE* file)
 
 DecoderBlock::~DecoderBlock()
 {
-    if (!m_pBlock)
-        return;
-    // An allocation that failed counts as one that was never released, which would be reported.
-    m_pBlock->allocation_count = m_pBlock->deallocation_count;
-    dispose_callback_block(m_pBlock);
+    dispose_callback_block(m_pBlock); // reports what a decoder has left behind
 }
 
 callback_block* DecoderBlock::Over(FILE* file)

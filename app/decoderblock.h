@@ -4,8 +4,9 @@
 #include <cstdio>
 #include <kesterlib/callback.h>
 
-// A callback block. Where there is no memory, for it or for a decoder, the decoder's open gives null; the
-// library's own blocks would end the program. Must outlive the decoder.
+// A callback block. If there is no memory for it or for a decoder, the decoder's open returns null; the
+// library's own blocks would end the program. Must outlive the decoder. If a decoder leaves memory behind,
+// the destructor reports it on the standard error stream.
 class DecoderBlock
 {
 public:

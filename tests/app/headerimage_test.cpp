@@ -1,5 +1,6 @@
 // Page files with a header, as images and through the document: sound ones of every class, damaged ones, and
 // what is none.
+#include "app/decoderblock.h"
 #include "app/group4image.h"
 #include "app/jbigimage.h"
 #include "app/lumentadoc.h"
@@ -440,4 +441,18 @@ TEST(HeaderImage, OpensAndClosesAThousandPages)
         still_open += entry.is_symlink() && std::filesystem::read_symlink(entry).string() == path;
     EXPECT_EQ(still_open, 0);
 }
+
+TEST(HeaderImage, MemoryThatADecoderLeavesBehindIsReported)
+{
+    testing::internal::CaptureStderr();
+    void* kept = nullptr;
+    {
+        DecoderBlock block;
+        kept = callback_allocate(block.Over(nullptr), 8, "kept");
+    }
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("1 allocations, 0 deallocations"),
+              std::string::npos);
+    free(kept);
+}
+
 } // namespace

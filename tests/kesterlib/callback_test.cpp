@@ -279,6 +279,15 @@ TEST(CallbackMemory, FailedAllocation)
               "Assertion val!=0 failed;\nallocation with malloc failed\nAt line N in file io-callback");
     EXPECT_EQ(block.TakeExits(), std::vector{1});
     EXPECT_EQ(block->allocated_list, nullptr);
+    debug_memory_cleanup(block);
+    EXPECT_EQ(block.TakeMessages(), "") << "nothing was left behind";
+    callback_deallocate(block, callback_allocate(block, 8, "released"), "released");
+    set_callback_debug_memory(block, 0);
+    void* const kept = callback_allocate(block, 8, "kept");
+    debug_memory_cleanup(block);
+    EXPECT_EQ(block.TakeMessages(),
+              "Beginning of leak report\n3 allocations, 1 deallocations\nend of leak report\n");
+    callback_deallocate(block, kept, "kept");
 
     EXPECT_EXIT(safe_malloc(kTooMuch, "rows", nullptr), ExitedWithCode(1),
                 "\nMalloc for [0-9]+ bytes failed, rows\n");

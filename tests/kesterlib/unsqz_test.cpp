@@ -114,15 +114,17 @@ void ExpectAsReference(const Road& road, const Bytes& stream, const Page& page, 
         fclose(file);
 }
 
-void ExpectAsReference(const Bytes& stream, const Page& page)
+// Returns the groups of the longest number in the stream.
+int ExpectAsReference(const Bytes& stream, const Page& page)
 {
     const SqzReference want = DecodeSqueeze(stream, page.width, page.row_bytes, page.rows, page.above);
     for (const Road& road : Roads()) {
         SCOPED_TRACE(road.name);
         ExpectAsReference(road, stream, page, want);
         if (testing::Test::HasFatalFailure())
-            return;
+            break;
     }
+    return want.longest_number;
 }
 
 // Rows of which each follows from the one above by small moves, or is new, with runs about `run` pixels long.
@@ -191,10 +193,11 @@ TEST(Unsqz, DecodesTheSameRowsAsTheReferenceOnEveryRoad)
 TEST(Unsqz, KnowsTheLimitsOfARow)
 {
     const std::string kRuns = kesterlib::kTooManyRuns;
+    const auto zeros = [](size_t groups) { return std::string(4 * groups, '0'); }; // of a number
     const struct {
         const char* what;
         int row_bytes, rows;
-        std::vector<const char*> stream; // bits of a row each, padded to a byte; "x" before hexadecimal bytes
+        std::vector<std::string> stream; // bits of a row each, padded to a byte; "x" before hexadecimal bytes
         std::vector<const char*> rows_wanted;
         std::string error = {};
     } cases[] = {
@@ -212,17 +215,24 @@ TEST(Unsqz, KnowsTheLimitsOfARow)
          1,
          {"0 0010001 00 0010000 00 0010000 00 00001 00 11 1"},
          {"548000"}},
-        {"a number of twelve groups",
-         1,
-         1,
-         {"0 0011101 0000 0000 0000 0000 0000 0000 0000 0000 0000 0000 0000 0001"},
-         {},
-         kRuns},
         {"a number of eleven groups",
          1,
          1,
          {"0 0011101 0000 0000 0000 0000 0000 0000 0000 0000 0000 0000 1111"},
          {"00"}},
+        {"a number of many groups that are 0 but the first, and a second run",
+         3,
+         2,
+         {"0 0011101 0010" + zeros(40) + "0001 01 1",
+          "0 0010000 11 0100" + zeros(11) + "0001 0010100 01 1 1 1"},
+         {"000300", "FC1B00"}},
+        {"a number of many groups is as large as a row can be",
+         1,
+         3,
+         {"0 0011101" + zeros(11) + "0010 0001", "01", "0 0010000 11" + zeros(200) + "1111"},
+         {"00", "00", "FF"}},
+        {"the filler ends a number", 1, 2, {"0 0011101"}, {"00"}, "eof code not zero"},
+        {"the filler never ends a number", 1, 2, {"0 0010000 11 0000 00"}, {"FF"}, "eof code not zero"},
         {"left of the row", 1, 2, {"0 0010000 00 1", "0 010"}, {"80"}, kRuns},
         {"three codes on a raw row's copies", 1, 2, {"x8000", "0 010 010 1"}, {"00", "00"}},
         {"and no fourth", 1, 2, {"x8000", "0 010 010 010 1"}, {"00"}, kRuns},
@@ -238,7 +248,7 @@ TEST(Unsqz, KnowsTheLimitsOfARow)
     for (const auto& one : cases) {
         SCOPED_TRACE(one.what);
         Bytes stream;
-        for (const std::string word : one.stream) {
+        for (const std::string& word : one.stream) {
             if (word[0] == 'x') {
                 for (size_t i = 1; i < word.size(); i += 2)
                     stream.push_back(static_cast<uint8_t>(std::stoi(word.substr(i, 2), nullptr, 16)));
@@ -268,6 +278,8 @@ TEST(Unsqz, KnowsTheLimitsOfARow)
         EXPECT_EQ(rows, std::vector<std::string>(one.rows_wanted.begin(), one.rows_wanted.end()));
         EXPECT_EQ(want.error, one.error);
         ExpectAsReference(stream, page);
+        stream.resize(stream.size() + 64); // then the fast loops decode the last codes too
+        ExpectAsReference(stream, page);
     }
 }
 
@@ -294,6 +306,7 @@ TEST(Unsqz, SurvivesEveryCutAndEveryFlippedBit)
 TEST(Unsqz, AgreesWithTheReferenceOnRubbish)
 {
     std::mt19937 random(4);
+    int longest_number = 0;
     for (int n = 0; n < 3000; ++n) {
         const int row_bytes =
             n % 2 == 0 ? 1 + static_cast<int>(random() % 6) : 20 + static_cast<int>(random() % 200);
@@ -306,10 +319,12 @@ TEST(Unsqz, AgreesWithTheReferenceOnRubbish)
         if (!stream.empty())
             stream[0] &= 0x7F;
         SCOPED_TRACE(testing::Message() << "stream " << n);
-        ExpectAsReference(stream, {row_bytes * 8 - n % 8, row_bytes, rows});
+        longest_number =
+            std::max(longest_number, ExpectAsReference(stream, {row_bytes * 8 - n % 8, row_bytes, rows}));
         if (HasFailure())
             return;
     }
+    EXPECT_GT(longest_number, 20);
 }
 
 TEST(Unsqz, TheGreatestListsFit)
@@ -393,6 +408,19 @@ TEST(Unsqz, AsksForItsInputWhenItNeedsIt)
     EXPECT_EQ(block.reads, 2);
     EXPECT_EQ(block.asked, 1024u);
     Uncomp_Free(frame);
+}
+
+TEST(Unsqz, TheCountOfRowsStopsAtItsLimit)
+{
+    const Bytes stream(20, 0x40);
+    for (const Road& road : Roads()) {
+        UNCOMP* const frame = Unsqz_Open_MMapped(stream.data(), stream.size(), 8, 1, nullptr);
+        frame->rows_done = INT32_MAX - 1;
+        Bytes rows(3);
+        EXPECT_EQ(road.loop(reinterpret_cast<kesterlib::Frame*>(frame), 3, rows.data(), 1), 3);
+        EXPECT_EQ(frame->rows_done, INT32_MAX);
+        Uncomp_Free(frame);
+    }
 }
 
 TEST(Unsqz, WritesNoMoreThanTheStrideOfACodedRow)

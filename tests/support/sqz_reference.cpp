@@ -22,7 +22,7 @@ constexpr std::string_view kTableB[] = {"10010", "10000", "1010",  "11",    "101
                                         "00101", "00110", "00111", "01000", "01001", "01010",
                                         "01011", "01100", "01101", "01110", "01111"};
 constexpr int kVerticals = 7;
-constexpr int kMostGroups = 11;
+constexpr int64_t kBehindEveryRow = int64_t{1} << 40;
 
 struct Failure {
     const char* text;
@@ -49,6 +49,8 @@ public:
         return value;
     }
     void to_byte_end() { m_position = (m_position + 7) / 8 * 8; }
+    // No bit of the stream has been read for 100 bytes: what follows repeats without end.
+    bool far_behind_end() const { return m_position / 8 > m_bytes.size() + 100; }
     std::size_t bytes() const { return (m_position + 7) / 8; }
     bool past_the_end() const { return bytes() > m_bytes.size(); }
 
@@ -70,14 +72,15 @@ int read_code(Bits& bits, std::span<const std::string_view> table)
 int64_t read_number(Bits& bits, SqzReference& result)
 {
     int64_t value = 0;
-    for (int group = 0; group < kMostGroups; ++group) {
-        value |= int64_t{bits.next(3)} << (3 * group);
+    for (int group = 0; !bits.far_behind_end(); ++group) {
+        const int64_t three = bits.next(3);
+        value |= group < 11 ? three << (3 * group) : three != 0 ? kBehindEveryRow : 0;
         if (bits.next() == 1) {
             result.longest_number = std::max(result.longest_number, group + 1);
             return value;
         }
     }
-    throw kTooManyRuns;
+    return kBehindEveryRow;
 }
 
 List list_of_pixels(const uint8_t* row, int64_t length)

@@ -99,7 +99,7 @@ bool is_separator(int character)
 template <typename Source>
 bool split_line(Source&& next, Tokens* tokens)
 {
-    for (int depth = 0;;) {
+    for (int64_t depth = 0;;) { // 64 bits: no line is long enough to overflow it
         const int character = next();
         if (character == EOF)
             return false;

@@ -112,6 +112,11 @@ namespace
         row[nbytes - 1] = static_cast<uint8_t>(row[nbytes - 1] & (0xFF00 >> (width % 8)));
 }
 
+[[maybe_unused]] inline void uncomp_count_row(UNCOMP* frame)
+{
+    frame->rows_done += frame->rows_done < INT32_MAX; // Group 4 gives white rows without end
+}
+
 [[maybe_unused]] inline void uncomp_swap_lists(UNCOMP* frame)
 {
     int32_t* const list = frame->cur_list;

@@ -24,6 +24,12 @@ int as_int(uint32_t number)
     return static_cast<int>(number);
 }
 
+// Whether each allocation that gave memory has been released.
+bool counts_agree(const callback_block* block)
+{
+    return block->allocation_count - block->failed_allocation_count == block->deallocation_count;
+}
+
 // The link that points to the record of `pointer`, or null. Unlinking needs the link, not the record.
 memory_debug_record** find_link(memory_debug_record** link, const void* pointer)
 {
@@ -98,6 +104,7 @@ void* callback_allocate(callback_block* block, size_t size, const char* descript
     void* memory = block->allocate(size, description);
     ++block->tick;
     ++block->allocation_count;
+    block->failed_allocation_count += memory == nullptr;
     if (block->debug_memory != 0 && memory != nullptr)
         track(block, memory, size, description);
     return memory;
@@ -130,7 +137,7 @@ void debug_memory_report(callback_block* block)
     for (const memory_debug_record* record = block->allocated_list; record != nullptr; record = record->next)
         callback_message(block, "Tick %ld: %ld bytes at %lx, allocated: %s\n", as_long(record->tick),
                          as_long(record->size), address(record->pointer), record->allocated_by);
-    if (block->deallocation_count != block->allocation_count)
+    if (!counts_agree(block))
         callback_message(block, "%d allocations, %d deallocations\n", as_int(block->allocation_count),
                          as_int(block->deallocation_count));
     callback_message(block, "end of leak report\n");
@@ -143,7 +150,7 @@ void debug_memory_cleanup(callback_block* block)
         block->deallocate(pop(&block->freed_list), kCleanup);
 
     // The counts alone can want a report: they run without tracking as well.
-    if (block->allocated_list == nullptr && block->allocation_count == block->deallocation_count)
+    if (block->allocated_list == nullptr && counts_agree(block))
         return;
     debug_memory_report(block);
     while (block->allocated_list != nullptr) {

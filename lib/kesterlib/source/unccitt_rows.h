@@ -273,7 +273,7 @@ int32_t KESTERLIB_UNCCITT4_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int
         }
         if (base.eol_seen && nbytes > 0)
             memset(row, 0, static_cast<size_t>(nbytes));
-        ++base.rows_done;
+        uncomp_count_row(&base);
         above = row;
     }
     return done;

@@ -99,20 +99,26 @@ void make_tables(callback_block* cb)
     tables_made = true;
 }
 
-// Groups of three bits of a number, the lowest first, each with a flag that ends the number. One of more
-// groups than a 32-bit number has is no number: -1.
-constexpr int kMostGroups = 11;
-int64_t extension_number(UNCOMP* frame)
+// Groups of three bits of a number, the lowest first, each with a flag that ends the number. It may have any
+// count of groups: those beyond 60 bits are ORed into the highest three, which is larger than every row. At
+// half of the positions in a byte, the filler after the input ends the number. At the others it never does:
+// there the number ends after so much filler that its value has saturated.
+int64_t extension_number(Frame* frame)
 {
+    // Counted from when the end of the input is in the buffer: what it still holds, and enough filler.
+    constexpr int32_t kMostGroupsAtEnd = 2 * UNCOMP_IN_BUFFER + 32;
+    constexpr int32_t kHighestShift = 57; // and a sum with a position cannot overflow
     int64_t number = 0;
-    for (int group = 0; group < kMostGroups; ++group) {
-        const uint16_t bits = frame->bits_hi >> 12;
-        uncomp_take(frame, 4);
-        number |= int64_t{bits} >> 1 << (3 * group);
-        if (bits & 1)
-            return number;
+    int32_t shift = 0;
+    for (int32_t behind = 0; behind < kMostGroupsAtEnd; behind += frame->filler != nullptr) {
+        const uint16_t group = frame->base.bits_hi >> 12;
+        uncomp_take(&frame->base, 4);
+        number |= int64_t{group} >> 1 << shift;
+        if (group & 1)
+            break;
+        shift += shift < kHighestShift ? 3 : 0;
     }
-    return -1;
+    return number;
 }
 
 // How far a run leads; what reaches behind every row is cut.
@@ -176,10 +182,10 @@ Step unsqz_single_code(Frame* frame, RowState* row)
         return row->position >= row_length ? Step::RowDone : Step::More;
     }
 
-    // A run, and what an extension adds to it; false where that is none, or the list is full.
+    // A run, and what an extension adds to it; false if the list is full.
     const auto append = [&](int64_t run, bool extended) {
-        const int64_t more = extended ? extension_number(&base) : 0;
-        if (more < 0 || row->out >= base.cur_end)
+        const int64_t more = extended ? extension_number(frame) : 0;
+        if (row->out >= base.cur_end)
             return false;
         row->position = moved(row->position, run + more);
         *row->out++ = row->position;

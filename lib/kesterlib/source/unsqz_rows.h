@@ -20,7 +20,7 @@ namespace kesterlib
 {
 namespace
 {
-// The groups of an extension number; at most eleven, else -1.
+// An extension number; -1 if it has more groups than the window surely holds after a code.
 inline int64_t extension(Window* window)
 {
     int64_t number = 0;
@@ -127,16 +127,17 @@ inline Fast fast_codes(Frame* frame, RowState* row)
             window.drop(probe.length);
             position += probe.second;
         } else {
-            // With extensions the code may be long.
+            // With extensions the code may be long. If it is too long for the window, the careful step
+            // decodes it.
             if (window.next > base.in_end - kSlack)
                 break;
+            const Window at_code = window;
             window.drop(probe.length);
             int64_t run = probe.first;
             if (run == 0) {
                 const int64_t more = extension(&window);
                 if (more < 0) {
-                    base.error_text = kTooManyRuns;
-                    result = Fast::Failed;
+                    window = at_code;
                     break;
                 }
                 run = more + (adds < kTableBCodesFrom ? 14 : 16);
@@ -156,8 +157,7 @@ inline Fast fast_codes(Frame* frame, RowState* row)
             if (second == 4) {
                 const int64_t more = extension(&window);
                 if (more < 0) {
-                    base.error_text = kTooManyRuns;
-                    result = Fast::Failed;
+                    window = at_code;
                     break;
                 }
                 run += more;
@@ -292,7 +292,7 @@ int32_t KESTERLIB_UNSQZ_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int32_
         }
         if (frame->filler)
             uncomp_note_filler(frame);
-        ++base.rows_done;
+        uncomp_count_row(&base);
         above = row;
     }
     uncomp_keep_raw_row(frame);

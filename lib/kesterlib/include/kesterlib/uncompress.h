@@ -32,7 +32,7 @@ typedef struct UNCOMP {
     uint16_t bits_lo;
     int32_t bitsloaded; /* of the 32 */
 
-    int32_t rows_done;   /* since the frame was opened */
+    int32_t rows_done;   /* since the frame was opened, INT32_MAX at most */
     int32_t* list_block; /* holds both lists */
 
     int32_t bytes_before;     /* input in front of the buffer */
