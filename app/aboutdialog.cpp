@@ -1,6 +1,7 @@
 #include "app/aboutdialog.h"
 
 #include "app/dialogids.h"
+#include "app/version.h"
 #include "platform/versionnote.h"
 
 const CRuntimeClass CAboutDialog::classRecord{"CAboutDialog", &CDialog::classRecord, nullptr};
@@ -10,8 +11,7 @@ CAboutDialog::CAboutDialog() : CDialog(kAboutDialog), m_strProgram(kOwnProgramFi
 bool CAboutDialog::OnInitDialog()
 {
     CDialog::OnInitDialog();
-    // The compiler takes both from SOURCE_DATE_EPOCH where that is set, so that a build can be repeated.
-    SetDlgItemText(kBuildStampText, __TIME__ "  " __DATE__);
+    SetDlgItemText(kBuildStampText, kBuildStamp);
     if (const CString version = GetFileVersionText(m_strProgram); !version.IsEmpty())
         SetDlgItemText(kVersionText, version);
     return true;

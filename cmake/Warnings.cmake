@@ -1,6 +1,8 @@
-# Warnings are errors in our own code: every target of the house links this one.
+# The warnings of our own code: every target links this one. LUMENTA_WERROR makes them errors.
+set(LUMENTA_WERROR_FLAG $<$<BOOL:${LUMENTA_WERROR}>:-Werror>)
 add_library(lumenta_warnings INTERFACE)
-target_compile_options(lumenta_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Werror)
+target_compile_options(lumenta_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+  ${LUMENTA_WERROR_FLAG})
 # A false alarm of gcc 12 in std::string's own operator+ at -O3.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   target_compile_options(lumenta_warnings INTERFACE -Wno-restrict)

@@ -13,6 +13,8 @@
 #include <sys/statfs.h>
 #include <unistd.h>
 
+static_assert(sizeof(size_t) >= sizeof(int64_t), "a page is larger than a 32-bit size can say");
+
 namespace
 {
 // fallocate and not posix_fallocate: the latter writes a byte into every block where the file system cannot

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
+static_assert(sizeof(size_t) >= sizeof(int64_t), "only for 64-bit systems");
+
 namespace kesterlib
 {
 // The words of a row whose list would leave its place, or that refers behind the list above.
