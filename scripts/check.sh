@@ -3,13 +3,21 @@
 # that fails.
 #   house     rules that need no compiler: includes, blanks, sizes; the scripts themselves
 #   format    clang-format would change nothing
+#   lto       the program, built with link-time optimisation, passes one end-to-end test
 #   tidy      clang-tidy has nothing to say
+#   busy      all tests while two busy loops per core run, LUMENTA_BUSY_ROUNDS (3) times; LUMENTA_BUSY_TESTS, a
+#             regular expression, chooses tests
 #   sanitize  all tests under the address, leak and undefined-behaviour sanitizers
 #   fuzz      every fuzz target: its corpus, then LUMENTA_FUZZ_SECONDS (20) of new inputs
+# By name only, because it takes hours:
+#   matrix    all tests of builds with other compilers and flags: link-time optimisation, the flags of Debian packages,
+#             the newest clang (with its sanitizers and fuzz targets) and gcc, the assertions of the standard library;
+#             the codec library on aarch64 and s390x. matrix_NAME is one of these: see matrix_parts below.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-all_steps=(house format tidy sanitize fuzz)
+all_steps=(house format lto tidy busy sanitize fuzz)
+matrix_parts=(lto debian clang gcc assertions aarch64 s390x)
 
 # sources PATTERN: the C and C++ files of the tree whose path matches, each closed by a zero byte.
 sources()
@@ -54,6 +62,38 @@ check_tidy()
   return "$status"
 }
 
+check_lto()
+{
+  need build test
+  build_preset release lto -DLUMENTA_BENCH=OFF -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON -- lumenta makepage grab
+  run_tests "$root/build/lto" -R '^end_to_end_kinds$'
+}
+
+# Keeps a core busy until the script has ended, whatever ended it.
+busy_loop()
+{
+  local n
+  while kill -0 $$ 2>/dev/null; do
+    for ((n = 0; n < 50000; ++n)); do :; done
+  done
+}
+
+check_busy()
+{
+  need build test
+  build_tests
+  local rounds=${LUMENTA_BUSY_ROUNDS:-3} round i
+  for ((i = 2 * $(nproc); i > 0; --i)); do
+    busy_loop &
+    at_exit_kill+=("$!")
+  done
+  export LUMENTA_TEST_TIMEOUT=1200
+  for ((round = 1; round <= rounds; ++round)); do
+    say "running the tests on a busy machine, round $round of $rounds"
+    run_tests "$root/build/test" ${LUMENTA_BUSY_TESTS:+-R "$LUMENTA_BUSY_TESTS"}
+  done
+}
+
 check_sanitize()
 {
   need build test
@@ -70,12 +110,18 @@ check_sanitize()
 check_fuzz()
 {
   need build check
-  build_preset fuzz fuzz -- fuzz/all
+  fuzz_targets fuzz
+}
+
+# fuzz_targets DIRECTORY [-Dx=y...]: builds the fuzz targets in build/DIRECTORY and runs them.
+fuzz_targets()
+{
+  build_preset fuzz "$@" -- fuzz/all
   private_environment
   export QT_QPA_PLATFORM=offscreen
-  local target name corpus new findings=$root/build/fuzz/findings seconds=${LUMENTA_FUZZ_SECONDS:-20} targets=0
+  local build=$root/build/$1 findings=$root/build/fuzz/findings target name corpus new seconds=${LUMENTA_FUZZ_SECONDS:-20} targets=0
   mkdir -p "$findings"
-  for target in "$root"/build/fuzz/fuzz/*_fuzz; do
+  for target in "$build"/fuzz/*_fuzz; do
     [[ -x $target ]] || continue
     name=$(basename "$target" _fuzz)
     corpus=$root/fuzz/corpus/$name
@@ -105,11 +151,100 @@ fuzz_run()
   }
 }
 
+# --- The matrix ---------------------------------------------------------------------------------------------
+
+check_matrix()
+{
+  local part
+  for part in "${matrix_parts[@]}"; do
+    "$0" "matrix_$part"
+  done
+}
+
+# matrix_build NAME [-Dx=y...]: all tests of a release build with other settings, in build/NAME.
+matrix_build()
+{
+  need build test matrix
+  build_preset release "$1" -DLUMENTA_BENCH=OFF "${@:2}"
+  run_tests "$root/build/$1"
+}
+
+check_matrix_lto() { matrix_build lto -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON; }
+check_matrix_assertions() { matrix_build assertions -DCMAKE_CXX_FLAGS=-D_GLIBCXX_ASSERTIONS; }
+
+# Debian's build of a package sets no build type and does not know LUMENTA_WERROR.
+check_matrix_debian()
+{
+  need build test matrix
+  local flags
+  export DEB_BUILD_MAINT_OPTIONS="hardening=+all optimize=+lto"
+  flags=$(cd "$root" && dpkg-buildflags --export=sh)
+  eval "$flags"
+  export CFLAGS="$CFLAGS $CPPFLAGS" CXXFLAGS="$CXXFLAGS $CPPFLAGS" SOURCE_DATE_EPOCH=994330977
+  matrix_build debian -DCMAKE_BUILD_TYPE=None -DLUMENTA_WERROR=OFF
+}
+
+check_matrix_clang()
+{
+  need build test matrix
+  local compiler=("-DCMAKE_C_COMPILER=clang-$newest_clang" "-DCMAKE_CXX_COMPILER=clang++-$newest_clang")
+  matrix_build clang "${compiler[@]}"
+  fuzz_targets clang-fuzz "${compiler[@]}"
+}
+
+# The newest gcc that is installed, without optimisation: the other steps use the default gcc with it.
+check_matrix_gcc()
+{
+  need build test
+  local version
+  version=$(compgen -c g++- | sed -n 's/^g++-\([0-9]*\)$/\1/p' | sort -n | tail -n 1)
+  build_preset debug gcc "-DCMAKE_C_COMPILER=gcc-$version" "-DCMAKE_CXX_COMPILER=g++-$version"
+  run_tests "$root/build/gcc"
+}
+
+check_matrix_aarch64() { matrix_cross aarch64 arm64; }
+check_matrix_s390x() { matrix_cross s390x s390x; }
+
+# matrix_cross PROCESSOR DEBIAN-ARCHITECTURE: the codec library and its tests for another processor, in an emulator.
+# The libraries that the tests link are unpacked from the packages of that architecture; the system gets none of them.
+matrix_cross()
+{
+  need build test matrix
+  local processor=$1 architecture=$2 foreign=$scratch/$2 package
+  local system=$root/build/$processor-system options
+  if [[ ! -e $system/complete ]]; then
+    say "fetching libraries for $architecture"
+    mkdir -p "$foreign/lists/partial" "$foreign/archives/partial" "$system"
+    : >"$foreign/status"
+    options=(-q -y -o "APT::Architecture=$architecture" -o "APT::Architectures::=$architecture"
+      -o "Dir::State::Lists=$foreign/lists" -o "Dir::State::status=$foreign/status"
+      -o "Dir::Cache::archives=$foreign/archives" -o Dir::Cache::pkgcache= -o Dir::Cache::srcpkgcache=
+      -o "APT::Sandbox::User=$(id -un)" -o Acquire::Retries=3)
+    apt-get "${options[@]}" -o APT::Update::Error-Mode=any update
+    apt-get "${options[@]}" --no-install-recommends --download-only install libtiff-dev libjbig-dev libstdc++6
+    for package in "$foreign"/archives/*.deb; do
+      dpkg-deb -x "$package" "$system"
+    done
+    touch "$system/complete"
+  fi
+  local triplet=$processor-linux-gnu
+  local libraries=$system/usr/lib/$triplet
+  build_preset release "$processor" -DLUMENTA_BENCH=OFF -DLUMENTA_LIBRARY_ONLY=ON \
+    -DLUMENTA_GTEST_SOURCE=/usr/src/googletest -DCMAKE_SYSTEM_NAME=Linux "-DCMAKE_SYSTEM_PROCESSOR=$processor" \
+    "-DCMAKE_C_COMPILER=$triplet-gcc" "-DCMAKE_CXX_COMPILER=$triplet-g++" \
+    "-DCMAKE_CROSSCOMPILING_EMULATOR=qemu-$processor-static;-L;$system" \
+    "-DTIFF_INCLUDE_DIR=$system/usr/include/$triplet" "-DTIFF_LIBRARY=$libraries/libtiff.so" \
+    "-DLUMENTA_JBIGKIT=$libraries/libjbig.a" "-DCMAKE_CXX_FLAGS=-idirafter $system/usr/include" \
+    "-DCMAKE_EXE_LINKER_FLAGS=-Wl,-rpath-link,$libraries:$system/lib/$triplet"
+  run_tests "$root/build/$processor"
+}
+
 steps=("$@")
 ((${#steps[@]})) || steps=("${all_steps[@]}")
+named_steps=(matrix "${matrix_parts[@]/#/matrix_}")
 for step in "${steps[@]}"; do
-  if [[ " ${all_steps[*]} " != *" $step "* ]]; then
-    echo "check.sh: no step '$step'; the steps are: ${all_steps[*]}" >&2
+  if [[ " ${all_steps[*]} ${named_steps[*]} " != *" $step "* ]]; then
+    echo "check.sh: no step '$step'; the steps are: ${all_steps[*]} ${named_steps[*]}" >&2
     exit 2
   fi
 done

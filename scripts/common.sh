@@ -55,6 +55,13 @@ wait_for()
   done
 }
 
+# The names of the packages that are installed, and those that they provide: a renamed package provides its old name.
+installed_names()
+{
+  dpkg-query -W -f='${db:Status-Abbrev},${Package},${Provides}\n' | sed -n 's/^ii *,//p' | tr ',' '\n' |
+    sed -E 's/^ +//; s/[ :].*//' | sort -u
+}
+
 # need GROUP...: installs what is missing of these package groups, and touches nothing when nothing is.
 need()
 {
@@ -64,8 +71,9 @@ need()
     echo "This is no Debian system; what these packages hold has to be there: $(paste -sd ' ' <<<"$wanted")" >&2
     return 0
   fi
+  installed_names >"$scratch/installed"
   for package in $wanted; do
-    [[ $(dpkg-query -W -f='${db:Status-Abbrev}' "$package" 2>/dev/null) == ii* ]] || missing+=("$package")
+    grep -qxF -e "$package" "$scratch/installed" || missing+=("$package")
   done
   ((${#missing[@]})) || return 0
   if ((EUID != 0)); then
@@ -176,7 +184,8 @@ start_window_manager()
 window_manager_ready() { xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id'; }
 
 # run_tests BUILD [CTEST-ARGUMENT...]: runs the tests of a build on a private display; the last line printed is
-# ctest's count of them, the status its own. A build without tests fails.
+# ctest's count of them, the status its own. A build without tests fails. LUMENTA_TEST_TIMEOUT (300) is the limit of
+# a single test in seconds.
 run_tests()
 {
   local build=$1 status=0
@@ -184,7 +193,8 @@ run_tests()
   private_environment
   start_display 1280x960
   start_window_manager
-  ctest --test-dir "$build" --output-on-failure --no-tests=error --parallel "$(parallel_jobs)" "$@" 2>&1 |
+  ctest --test-dir "$build" --output-on-failure --no-tests=error --parallel "$(parallel_jobs)" \
+    --timeout "${LUMENTA_TEST_TIMEOUT:-300}" "$@" 2>&1 |
     tee "$scratch/ctest.log" || status=$?
   echo
   grep -E '^[0-9]+% tests passed' "$scratch/ctest.log" || echo "no tests were run"

@@ -3,6 +3,8 @@
 # Sourced, it gives packages_of; called, it prints the packages of the groups named, all on one line:
 #   apt-get install --no-install-recommends $(scripts/packages.sh build test)
 
+newest_clang=22 # of Debian 12
+
 packages_of()
 {
   local group
@@ -24,12 +26,16 @@ packages_of()
     check)
       echo clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev llvm-14 shellcheck git
       ;;
+    matrix) # other compilers, and what builds and runs the codec library for other processors
+      echo "clang-$newest_clang" "libclang-rt-$newest_clang-dev" "llvm-$newest_clang" dpkg-dev
+      echo g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user-static googletest
+      ;;
     bench)
       packages_of display
       echo libbenchmark-dev libjbig-dev libleptonica-dev fonts-dejavu-core
       ;;
     *)
-      echo "packages: no group '$group' (run build display test check bench)" >&2
+      echo "packages: no group '$group' (run build display test check matrix bench)" >&2
       return 2
       ;;
     esac
