@@ -12,7 +12,7 @@ void* AllocateOrNull(size_t bytes, const char*)
     return std::malloc(bytes);
 }
 
-// The decoder of a large JBIG stripe asks for errors between its rows.
+// The decoder of a large JBIG stripe asks for errors between its rows, that of Squeeze within a long number.
 int FailIfInterrupted(FILE* file)
 {
     return CCmdTarget::WorkInterrupted() ? 1 : std::ferror(file);

@@ -358,6 +358,20 @@ TEST(Unsqz, AReadErrorIsReportedAndThenTheFillerEndsTheStream)
     Uncomp_Free(frame);
 }
 
+TEST(Unsqz, AnErrorOfTheStreamEndsALongNumber)
+{
+    Bytes stream(1 << 20);
+    stream[0] = 0x1D; // a long run, and a number of a million groups
+    ChunkBlock block;
+    block.SetInput(stream);
+    UNCOMP* const frame = Unsqz_Open_Callback(block, 8, 1, nullptr);
+    block.read_error = true;
+    uint8_t row = 1;
+    EXPECT_EQ(Unsqz_Decode(frame, 1, &row, 1), 1);
+    EXPECT_LE(block.reads, 2);
+    Uncomp_Free(frame);
+}
+
 TEST(Unsqz, OpensOnlyWhatItHasMemoryFor)
 {
     const Bytes stream = {0x40};

@@ -102,17 +102,25 @@ void make_tables(callback_block* cb)
 // Groups of three bits of a number, the lowest first, each with a flag that ends the number. It may have any
 // count of groups: those beyond 60 bits are ORed into the highest three, which is larger than every row. At
 // half of the positions in a byte, the filler after the input ends the number. At the others it never does:
-// there the number ends after so much filler that its value has saturated.
+// there the number ends after so much filler that its value has saturated. An error of the stream ends it
+// too.
 int64_t extension_number(Frame* frame)
 {
     // Counted from when the end of the input is in the buffer: what it still holds, and enough filler.
     constexpr int32_t kMostGroupsAtEnd = 2 * UNCOMP_IN_BUFFER + 32;
     constexpr int32_t kHighestShift = 57; // and a sum with a position cannot overflow
+    UNCOMP& base = frame->base;
     int64_t number = 0;
     int32_t shift = 0;
+    int32_t bytes_before = base.bytes_before;
     for (int32_t behind = 0; behind < kMostGroupsAtEnd; behind += frame->filler != nullptr) {
-        const uint16_t group = frame->base.bits_hi >> 12;
-        uncomp_take(&frame->base, 4);
+        if (bytes_before != base.bytes_before) { // a number can be as long as the file
+            bytes_before = base.bytes_before;
+            if (callback_ferror(base.cb))
+                return int64_t{1} << kHighestShift;
+        }
+        const uint16_t group = base.bits_hi >> 12;
+        uncomp_take(&base, 4);
         number |= int64_t{group} >> 1 << shift;
         if (group & 1)
             break;
