@@ -1,65 +1,77 @@
-// Settings: the toolkit finds, locks, merges and replaces the file; what stands in it is read and written by
-// us. The toolkit's own reader makes objects of what a file says, as deep as the file wants.
+// Settings: a small file that is read for each value and replaced as a whole for each change. Nothing here
+// waits: neither for another program that writes the file, nor for a reader of what is no file. Qt's own
+// settings would wait half a minute for a lock that another machine has left, and make objects of what a file
+// says.
 #include "platform/app.h"
+#include "platform/file.h"
 #include "platform/profiletext.h"
 #include "platform/qt/peer.h"
 #include "platform/qt/services.h"
 #include "platform/viewedmark.h"
 
-#include <QIODevice>
-#include <QSettings>
+#include <QDir>
+#include <QFileInfo>
+#include <QSaveFile>
 #include <QStandardPaths>
+#include <optional>
 
 CString g_settings_file;
 
 namespace
 {
-constexpr qint64 kMostBytes = 1 << 20; // of a file; what is behind is no settings of ours
+constexpr qint64 kMostBytes = 1 << 20; // a larger file is not ours
 
-bool Read(QIODevice& device, QSettings::SettingsMap& map)
+QString SettingsPath(const CString& company)
 {
-    for (const auto& [name, value] : ParseProfile(device.read(kMostBytes).toStdString()))
-        map.insert(QString::fromStdString(name), QByteArray::fromStdString(value));
-    return true;
+    if (!g_settings_file.IsEmpty())
+        return ToQString(g_settings_file);
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QLatin1Char('/') +
+           ToQString(company) + QLatin1Char('/') + ToQString(AfxGetApp()->LoadString(AFX_IDS_APP_TITLE)) +
+           QLatin1String(".ini");
 }
 
-bool Write(QIODevice& device, const QSettings::SettingsMap& map)
+// Values of the file; none if it does not exist. No result if something else has the file's name, or if the
+// file is too large or cannot be read: it must not be replaced then.
+std::optional<ProfileValues> ReadSettings(const QString& path)
 {
-    ProfileValues values;
-    for (auto entry = map.begin(); entry != map.end(); ++entry)
-        values[entry.key().toStdString()] = entry.value().toByteArray().toStdString();
-    const std::string text = ComposeProfile(values);
-    return device.write(text.data(), static_cast<qint64>(text.size())) == static_cast<qint64>(text.size());
+    if (FileStatusOf(FromQString(path)).kind == FileStatus::Kind::none)
+        return ProfileValues{};
+    const int descriptor = OpenRegularFile(FromQString(path));
+    QFile file;
+    if (descriptor < 0 || !file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
+        return std::nullopt;
+    const QByteArray text = file.read(kMostBytes + 1);
+    if (text.size() > kMostBytes || file.error() != QFileDevice::NoError)
+        return std::nullopt;
+    return ParseProfile(text.toStdString());
 }
 
-// Opened for each call: settings are read at the start and written at the end, and a key written at once must
-// be there at once.
-QSettings OpenSettings(const CString& company)
+std::optional<std::string> ReadValue(const CString& company, const char* section, const char* key)
 {
-    static const QSettings::Format format = QSettings::registerFormat(QStringLiteral("ini"), Read, Write);
-    const QString path = !g_settings_file.IsEmpty()
-                             ? ToQString(g_settings_file)
-                             : QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
-                                   QLatin1Char('/') + ToQString(company) + QLatin1Char('/') +
-                                   ToQString(AfxGetApp()->LoadString(AFX_IDS_APP_TITLE)) +
-                                   QLatin1String(".ini");
-    // What is no file, as a FIFO, would be waited for: then there are no settings.
-    const FileStatus status = FileStatusOf(FromQString(path));
-    const bool is_usable = status.kind == FileStatus::Kind::none || status.IsFile();
-    return QSettings(is_usable ? path : QStringLiteral("/dev/null/none"), format);
+    const std::optional<ProfileValues> values = ReadSettings(SettingsPath(company));
+    if (!values)
+        return std::nullopt;
+    const auto found = values->find(std::string(section) + '/' + key);
+    return found == values->end() ? std::nullopt : std::optional(found->second);
 }
 
-QString ProfileKey(const char* section, const char* key)
+bool WriteValue(const CString& company, const char* section, const char* key, std::string value)
 {
-    return QString::fromUtf8(section) + QLatin1Char('/') + QString::fromUtf8(key);
-}
-
-bool WriteProfile(const CString& company, const QString& key, const QByteArray& value)
-{
-    QSettings settings = OpenSettings(company);
-    settings.setValue(key, value);
-    settings.sync();
-    return settings.status() == QSettings::NoError;
+    const QString path = SettingsPath(company);
+    std::optional<ProfileValues> values = ReadSettings(path);
+    if (!values)
+        return false;
+    std::string& stored = (*values)[std::string(section) + '/' + key];
+    if (!stored.empty() && stored == value)
+        return true; // the end of a run writes what mostly has not changed, and each replacement waits for
+                     // the disk
+    stored = std::move(value);
+    const std::string text = ComposeProfile(*values);
+    QDir().mkpath(QFileInfo(path).path());
+    QSaveFile file(path);
+    return file.open(QIODevice::WriteOnly) &&
+           file.write(text.data(), static_cast<qint64>(text.size())) == static_cast<qint64>(text.size()) &&
+           file.commit();
 }
 } // namespace
 
@@ -70,24 +82,25 @@ void CWinApp::SetRegistryKey(const CString& company)
 
 int CWinApp::GetProfileInt(const char* section, const char* key, int default_value) const
 {
+    const std::optional<std::string> text = ReadValue(m_company, section, key);
     bool good = false;
-    const int value = OpenSettings(m_company).value(ProfileKey(section, key)).toByteArray().toInt(&good);
+    const int value = text ? QByteArray::fromStdString(*text).toInt(&good) : 0;
     return good ? value : default_value;
 }
 
 // A text ends at its first zero byte.
 CString CWinApp::GetProfileString(const char* section, const char* key, const CString& default_value) const
 {
-    const QVariant value = OpenSettings(m_company).value(ProfileKey(section, key));
-    return value.isValid() ? CString(value.toByteArray().constData()) : default_value;
+    const std::optional<std::string> text = ReadValue(m_company, section, key);
+    return text ? CString(text->c_str()) : default_value;
 }
 
 bool CWinApp::WriteProfileInt(const char* section, const char* key, int value)
 {
-    return WriteProfile(m_company, ProfileKey(section, key), QByteArray::number(value));
+    return WriteValue(m_company, section, key, std::to_string(value));
 }
 
 bool CWinApp::WriteProfileString(const char* section, const char* key, const CString& value)
 {
-    return WriteProfile(m_company, ProfileKey(section, key), {value.c_str(), value.GetLength()});
+    return WriteValue(m_company, section, key, std::string(value.View()));
 }

@@ -2,7 +2,9 @@
 #include "tests/platform/test_classes.h"
 #include "tests/support/scratch.h"
 
+#include <filesystem>
 #include <fstream>
+#include <sys/stat.h>
 
 namespace
 {
@@ -11,6 +13,11 @@ class SettingsTest : public testing::Test
 protected:
     void SetUp() override { SetSettingsFile(scratch.File("settings.ini")); }
     void TearDown() override { SetSettingsFile({}); }
+    std::string ReadFile(const char* name) const
+    {
+        std::ifstream file(scratch.File(name));
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
     const ScratchDirectory scratch;
     TestApp app;
 };
@@ -60,16 +67,38 @@ TEST_F(SettingsTest, WhatIsNotOursIsTextOrNothing)
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-// As earlier runs and other programs have written and read it.
+// As a user finds and edits it.
 TEST_F(SettingsTest, KeysAndTextsStandAsTheyHave)
 {
     app.WriteProfileString("A Section", "Page Directory", "/p/\xc3\xa4;\xff/");
     app.WriteProfileInt("A Section", "Mark Viewed", 1);
     app.WriteProfileInt("App", "Units", 3);
-    std::ifstream file(scratch.File("settings.ini"));
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    EXPECT_EQ(text,
+    EXPECT_EQ(ReadFile("settings.ini"),
               "[A%20Section]\nMark%20Viewed=1\nPage%20Directory=\"/p/\xc3\xa4;\\xff/\"\n\n[App]\nUnits=3\n");
+}
+
+// A lock of another machine, as other programs leave it, is neither waited for nor removed.
+TEST_F(SettingsTest, OtherFilesAreLeftAlone)
+{
+    const std::string lock = "1\nprogram\nanother.host\n\n\n";
+    const std::string large = "[S]\nk=1\nlong=" + std::string(1 << 20, 'x') + "\n";
+    scratch.Write("settings.ini.lock", lock);
+    EXPECT_TRUE(app.WriteProfileInt("S", "k", 1));
+    EXPECT_EQ(ReadFile("settings.ini.lock"), lock);
+    scratch.Write("settings.ini", large);
+    EXPECT_EQ(app.GetProfileInt("S", "k", 7), 7);
+    EXPECT_FALSE(app.WriteProfileInt("S", "k", 2));
+    EXPECT_EQ(ReadFile("settings.ini"), large);
+    std::filesystem::remove(scratch.File("settings.ini"));
+    ASSERT_EQ(mkfifo(scratch.File("settings.ini").c_str(), 0600), 0);
+    EXPECT_EQ(app.GetProfileInt("S", "k", 7), 7);
+    EXPECT_FALSE(app.WriteProfileInt("S", "k", 2));
+    EXPECT_TRUE(std::filesystem::is_fifo(scratch.File("settings.ini")));
+    std::filesystem::remove(scratch.File("settings.ini"));
+    std::filesystem::create_symlink("target.ini", scratch.File("settings.ini"));
+    EXPECT_TRUE(app.WriteProfileInt("S", "k", 2));
+    EXPECT_TRUE(std::filesystem::is_symlink(scratch.File("settings.ini")));
+    EXPECT_EQ(ReadFile("target.ini"), "[S]\nk=2\n");
 }
 
 TEST_F(SettingsTest, WhatCannotBeWrittenIsLostWithoutAWord)
