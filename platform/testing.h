@@ -93,8 +93,8 @@ void MoveMouse(CWnd& window, CPoint point);
 void PressMouse(CWnd& window, CPoint point, bool right = false);
 void ReleaseMouse(CWnd& window, CPoint point, bool right = false);
 void DoubleClick(CWnd& window, CPoint point, bool right = false);
-void TurnWheel(CWnd& window, int angle_x, int angle_y,
-               bool shift = false); // eighths of a degree, 120 a notch
+// In eighths of a degree, 120 a notch. pixels: what a driver adds for a display that scrolls by pixels.
+void TurnWheel(CWnd& window, int angle_x, int angle_y, bool shift = false, CPoint pixels = {});
 void DropFiles(CWnd& window, const std::vector<CString>& paths);
 void CloseFrame(CWnd& frame);                // as by its title bar
 void ResizeFrame(CWnd& frame, CSize client); // of the frame's inside, menu and bars included

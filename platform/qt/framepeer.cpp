@@ -33,11 +33,6 @@ constexpr int kSettleMs = 50;
 
 constexpr size_t kPaneBytes = 255;
 
-bool CanPlaceWindows()
-{
-    return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
-}
-
 bool IsThisHost(const QString& host)
 {
     return host.isEmpty() || host == QLatin1String("localhost") || host == QSysInfo::machineHostName();
@@ -69,6 +64,11 @@ std::vector<CString> LocalFiles(const QMimeData* data)
     return paths;
 }
 } // namespace
+
+bool IsWayland()
+{
+    return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
 
 bool IsOnAScreen(const QRect& rect)
 {
@@ -163,7 +163,7 @@ void FrameWidget::PlaceFrame(const CRect& rect)
         m_wanted = {};
     const QSize margins = frameGeometry().size() - size();
     resize(wanted.size() - margins);
-    if (CanPlaceWindows())
+    if (!IsWayland()) // where no program places its windows
         move(wanted.topLeft());
 }
 
@@ -174,7 +174,7 @@ void FrameWidget::PlaceClient(CPoint corner, CSize client)
     setMinimumSize(1, 1);
     const double ratio = devicePixelRatioF();
     resize(std::max(1, CoveringUnits(client.cx, ratio)), std::max(1, CoveringUnits(client.cy, ratio)));
-    if (CanPlaceWindows())
+    if (!IsWayland())
         move(ToLogical(corner.x, ratio), ToLogical(corner.y, ratio));
 }
 

@@ -34,6 +34,8 @@ public:
 // Logical units to device pixels, halves up, as the toolkit places its widgets.
 int ToDevicePixels(double logical, double ratio);
 
+bool IsWayland(); // else X11, or no screen at all
+
 class PaneWidget;
 
 // The client area of a view: a buffer of device pixels that paints fill and the toolkit's paint event copies.
@@ -72,6 +74,8 @@ public:
     QRegion TakeInvalid();
     QPoint Moved() const { return m_moved; }
     QPoint MovedSince(QPoint start) const;
+
+    void Wheel(const QWheelEvent* event);
 
     bool FitBuffer(); // to the present geometry; true if that has changed
     void SetShape(CursorShape shape);
@@ -126,6 +130,8 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    bool eventFilter(QObject* object, QEvent* event) override;
 
 private:
     bool Place(bool horizontal, bool vertical);

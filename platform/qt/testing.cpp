@@ -276,14 +276,14 @@ void DoubleClick(CWnd& window, CPoint point, bool right)
     Release(view, point, ButtonOf(right));
 }
 
-void TurnWheel(CWnd& window, int angle_x, int angle_y, bool shift)
+void TurnWheel(CWnd& window, int angle_x, int angle_y, bool shift, CPoint pixels)
 {
     ViewWidget* view = ViewOf(&window);
     if (!view)
         return;
     const MousePlace place = PlaceOf(view, {1, 1});
-    QWheelEvent event(place.local, place.global, QPoint(), QPoint(angle_x, angle_y), Qt::NoButton,
-                      shift ? Qt::ShiftModifier : Qt::NoModifier, Qt::NoScrollPhase, false);
+    QWheelEvent event(place.local, place.global, QPoint(pixels.x, pixels.y), QPoint(angle_x, angle_y),
+                      Qt::NoButton, shift ? Qt::ShiftModifier : Qt::NoModifier, Qt::NoScrollPhase, false);
     QCoreApplication::sendEvent(view, &event);
 }
 

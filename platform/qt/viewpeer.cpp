@@ -413,8 +413,14 @@ void ViewWidget::mouseMoveEvent(QMouseEvent* event)
 void ViewWidget::wheelEvent(QWheelEvent* event)
 {
     event->accept();
+    Wheel(event);
+}
+
+void ViewWidget::Wheel(const QWheelEvent* event)
+{
     QPoint move; // in 120ths of a device pixel
-    if (!event->pixelDelta().isNull())
+    // On X11 pixel deltas are made up by Qt and depend on the driver.
+    if (IsWayland() && !event->pixelDelta().isNull())
         move = event->pixelDelta() * kWheelNotch;
     else
         move = event->angleDelta() * kWheelStep;
@@ -443,9 +449,24 @@ PaneWidget::PaneWidget(CView* owner, QWidget* parent)
         m_bars[bar]->hide();
         m_bars[bar]->setSingleStep(1);
         m_bars[bar]->setFocusPolicy(Qt::NoFocus);
+        m_bars[bar]->installEventFilter(this); // a bar would turn the wheel's notch into three single steps
         connect(m_bars[bar], &QScrollBar::valueChanged, this,
                 [this, bar](int value) { BarMoved(bar, value); });
     }
+}
+
+bool PaneWidget::eventFilter(QObject* object, QEvent* event)
+{
+    if (event->type() != QEvent::Wheel)
+        return QWidget::eventFilter(object, event);
+    wheelEvent(static_cast<QWheelEvent*>(event));
+    return true;
+}
+
+void PaneWidget::wheelEvent(QWheelEvent* event)
+{
+    event->accept();
+    m_view->Wheel(event);
 }
 
 void PaneWidget::BarMoved(int bar, int value)

@@ -58,8 +58,19 @@ await_page 48 129 "the wheel with Shift"
 xdotool click 4
 await_page 48 81 "the wheel upwards"
 
+# The wheel does the same over the scroll bars and in the corner between them.
+bar_x=$((view_width + bar_room / 3)) bar_y=$((view_y + view_height + bar_room / 3))
+xdotool mousemove --window "$window" "$bar_x" $((view_y + view_height / 2)) click 5
+await_page 48 129 "the wheel over the vertical bar"
+xdotool mousemove --window "$window" $((view_width / 2)) "$bar_y" click 4
+await_page 48 81 "the wheel over the horizontal bar"
+xdotool mousemove --window "$window" "$bar_x" "$bar_y" keydown shift click 5 keyup shift
+await_page 96 81 "the wheel with Shift in the corner"
+xdotool keydown shift click 4 keyup shift
+await_page 48 81 "the way back"
+
 # A click below the slider of the scroll bar.
-xdotool mousemove --window "$window" $((view_width + bar_room / 3)) $((view_y + view_height - 40)) click 1
+xdotool mousemove --window "$window" "$bar_x" $((view_y + view_height - 40)) click 1
 await_page 48 $((81 + page_y)) "the scroll bar"
 
 # The unit stands in the settings as soon as it is chosen, and in the status bar. The text of the bar cannot be
