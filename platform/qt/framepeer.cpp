@@ -167,6 +167,20 @@ void FrameWidget::PlaceFrame(const CRect& rect)
         move(wanted.topLeft());
 }
 
+bool FrameWidget::IsTooLarge() const
+{
+    return IsWayland() && screen() && width() >= screen()->geometry().width() &&
+           height() >= screen()->geometry().height();
+}
+
+// The size that it gets if the user makes it smaller is three quarters of the screen.
+void FrameWidget::ShowInsteadMaximized()
+{
+    m_wanted = {};
+    resize(screen()->geometry().size() * 3 / 4);
+    showMaximized();
+}
+
 void FrameWidget::PlaceClient(CPoint corner, CSize client)
 {
     m_wanted = {};

@@ -180,6 +180,10 @@ public:
     }                  // shown, and not matched yet
     void MatchPlace(); // once the window manager has told its margins
     void ShownAgain(); // raised, restored or activated: a paint of its view
+    // On Wayland, a window as large as the screen. It would begin below the panel, and end outside the
+    // screen.
+    bool IsTooLarge() const;
+    void ShowInsteadMaximized();
 
 protected:
     bool event(QEvent* event) override;

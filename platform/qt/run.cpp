@@ -213,7 +213,8 @@ void PrepareProcess()
 
 int RunApplication(CWinApp& app, const char* program_name, const CString& command_line)
 {
-    // On Wayland Qt loads a renderer of 60 MB for windows that are never drawn by one.
+    // On Wayland Qt loads a renderer of 60 MB for windows that are never drawn by one. Without it Qt draws no
+    // title bars; most desktops draw them.
     setenv("QT_WAYLAND_CLIENT_BUFFER_INTEGRATION", "none", 0);
     std::string name = program_name ? program_name : "";
     char* arguments[] = {name.data(), nullptr};

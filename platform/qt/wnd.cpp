@@ -164,12 +164,21 @@ bool CWnd::ShowWindow(int command)
     if (!widget)
         return false;
     const bool was_visible = widget->isVisible();
+    FrameWidget* const frame = FrameOf(this);
+    const bool is_too_large = frame && !was_visible && frame->IsTooLarge();
     switch (command) {
     case SW_HIDE: widget->hide(); break;
     case SW_SHOWMINIMIZED: widget->showMinimized(); break;
-    case SW_SHOWMAXIMIZED: widget->showMaximized(); break;
-    case SW_SHOWNORMAL: widget->showNormal(); break;
-    default: widget->show(); break;
+    default:
+        if (is_too_large)
+            frame->ShowInsteadMaximized();
+        else if (command == SW_SHOWMAXIMIZED)
+            widget->showMaximized();
+        else if (command == SW_SHOWNORMAL)
+            widget->showNormal();
+        else
+            widget->show();
+        break;
     }
     return was_visible;
 }
