@@ -45,7 +45,9 @@ CScaledDIBitmap::~CScaledDIBitmap()
 
 bool CScaledDIBitmap::Make(int32_t width, int32_t height, int32_t polarity)
 {
-    m_pBits = std::make_unique<uint8_t[]>(m_nSize);
+    m_pBits.reset(static_cast<uint8_t*>(std::calloc(std::max(m_nSize, 1U), 1)));
+    if (!m_pBits)
+        return false;
     m_pInfo = std::make_unique<BitmapInfo>();
     m_pInfo->width = m_nStride;
     m_pInfo->height = m_nHeight;

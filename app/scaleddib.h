@@ -5,7 +5,12 @@
 
 #include <kesterlib/scale.h>
 
+#include <cstdlib>
 #include <memory>
+
+struct FreeDeleter {
+    void operator()(void* memory) const { std::free(memory); }
+};
 
 // Either complete (pixels, header and palette are there) or empty, where memory was short.
 class CScaledDIBitmap : public CObject
@@ -36,14 +41,15 @@ public:
     std::unique_ptr<CPalette> m_hPalette; // the grey ramp of the polarity
     std::unique_ptr<BitmapInfo> m_pInfo;  // the same ramp; its width is m_nStride
     int32_t m_nScale;
-    int32_t m_nWidth;                   // pixels in a line
-    int32_t m_nHeight;                  // lines
-    int32_t m_nStride;                  // bytes from line to line
-    uint32_t m_nSize;                   // bytes of the pixels
-    std::unique_ptr<uint8_t[]> m_pBits; // the bottom line first; 0 until made
-    int32_t m_nRowsDone = -1;           // the last line delivered
-    int32_t m_nLastSource = -1;         // the last page row that the engine was given
-    scale_engine* m_pEngine = nullptr;  // owned; null once reduction has ended
+    int32_t m_nWidth;  // pixels in a line
+    int32_t m_nHeight; // lines
+    int32_t m_nStride; // bytes from line to line
+    uint32_t m_nSize;  // bytes of the pixels
+    // The bottom line first; 0 until made. Lines that nobody has made yet take no memory.
+    std::unique_ptr<uint8_t[], FreeDeleter> m_pBits;
+    int32_t m_nRowsDone = -1;          // the last line delivered
+    int32_t m_nLastSource = -1;        // the last page row that the engine was given
+    scale_engine* m_pEngine = nullptr; // owned; null once reduction has ended
 
 private:
     bool Make(int32_t width, int32_t height, int32_t polarity);

@@ -175,6 +175,8 @@ bool Measure(CLumentaApp& app, CLumentaView* view, size_t format, const Page (&t
 int main(int argc, char** argv)
 {
     const int rounds = std::max(RoundsFrom(argc, argv, kLeastRounds), kLeastRounds);
+    if (!ChooseScreen(kWindow.cx, kWindow.cy))
+        return 1;
     const Scratch scratch;
     Page two[2];
     if (!scratch.made || !MakePage(scratch.directory, 1, &two[0]) || !MakePage(scratch.directory, 2, &two[1]))

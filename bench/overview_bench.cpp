@@ -22,7 +22,6 @@
 #include <cstdlib>
 #include <malloc.h>
 #include <string>
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
@@ -293,20 +292,6 @@ bool MeasureKeys(CLumentaApp& app, const Format& format, int rounds)
     return true;
 }
 
-// The factor depends on the screen, so all windows of this program stand on one of kScreen. The toolkit reads
-// that from a file, which is kept in memory.
-bool ChooseScreen()
-{
-    const std::string screen = R"({"screens": [{"name": "bench", "x": 0, "y": 0, "width": )" +
-                               std::to_string(kScreen.cx) + R"(, "height": )" + std::to_string(kScreen.cy) +
-                               R"(, "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1}]})";
-    const int file = memfd_create("screen", 0);
-    if (file < 0 || write(file, screen.data(), screen.size()) != static_cast<ssize_t>(screen.size()))
-        return false;
-    const std::string platform = "offscreen:configfile=/proc/self/fd/" + std::to_string(file);
-    return setenv("QT_QPA_PLATFORM", platform.c_str(), 1) == 0;
-}
-
 int Fail(const char* what, const Format& format)
 {
     std::fprintf(stderr, "%s: %s\n", format.name, what);
@@ -317,7 +302,7 @@ int Fail(const char* what, const Format& format)
 int main(int argc, char** argv)
 {
     const int rounds = RoundsFrom(argc, argv, 9);
-    if (!ChooseScreen())
+    if (!ChooseScreen(kScreen.cx, kScreen.cy)) // the factor depends on it
         return 1;
     TestToolkit toolkit(argc, argv);
     SetSettingsFile("/dev/null");

@@ -4,9 +4,12 @@
 #include <charconv>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <string_view>
+#include <sys/mman.h>
+#include <unistd.h>
 
 double NowMs()
 {
@@ -109,4 +112,17 @@ void GateAtMost(const char* what, double value, double goal)
 int GateStatus()
 {
     return closed_gates == 0 ? 0 : 1;
+}
+
+// Qt reads the size from a file, which is kept in memory.
+bool ChooseScreen(int width, int height)
+{
+    const std::string screen = R"({"screens": [{"name": "bench", "x": 0, "y": 0, "width": )" +
+                               std::to_string(width) + R"(, "height": )" + std::to_string(height) +
+                               R"(, "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1}]})";
+    const int file = memfd_create("screen", 0);
+    if (file < 0 || write(file, screen.data(), screen.size()) != static_cast<ssize_t>(screen.size()))
+        return false;
+    const std::string platform = "offscreen:configfile=/proc/self/fd/" + std::to_string(file);
+    return setenv("QT_QPA_PLATFORM", platform.c_str(), 1) == 0;
 }

@@ -24,6 +24,10 @@ ProcessMemory ReadProcessMemory(pid_t process);
 // over.
 int RoundsFrom(int argc, char** argv, int by_default);
 
+// Before the toolkit starts: all windows of this program stand on one screen of that size, which no display
+// has to show.
+bool ChooseScreen(int width, int height);
+
 // Files that benchpages.cpp has drawn.
 std::string PagePathOf(const char* name);
 constexpr const char* kBigPage = "big.tif";     // 20 000 x 30 000, Group 4 in one strip, half text, a picture

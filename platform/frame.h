@@ -43,7 +43,8 @@ public:
     CWnd* GetDescendantWindow(UINT id) const; // the pane of that number, or null
     // Before it shows: puts the frame's corner there and makes it as large as the client area needs. (What a
     // window manager draws round it is known only once it shows.) Where the screen's ratio cannot give that
-    // size, it becomes a pixel larger. For a frame without menu and status bar.
+    // size, it becomes a pixel larger. No larger than all screens together. For a frame without menu and
+    // status bar.
     void PlaceClient(CPoint corner, CSize client);
 
     bool OnCmdMsg(UINT command, CommandStep step, CCmdUI* ui) override;

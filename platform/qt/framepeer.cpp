@@ -78,6 +78,18 @@ bool IsOnAScreen(const QRect& rect)
     });
 }
 
+QSize AllScreens()
+{
+    double ratio = 1;
+    for (const QScreen* screen : QGuiApplication::screens())
+        ratio = std::max(ratio, screen->devicePixelRatio());
+    const QScreen* const screen = QGuiApplication::primaryScreen();
+    const QSize logical = screen ? screen->virtualSize() : QSize();
+    if (logical.isEmpty()) // every screen is off for now
+        return {QWIDGETSIZE_MAX, QWIDGETSIZE_MAX};
+    return {ToDevicePixels(logical.width(), ratio), ToDevicePixels(logical.height(), ratio)};
+}
+
 FrameWidget::FrameWidget(CFrameWnd* owner, const CREATESTRUCT& cs) : m_owner(owner)
 {
     setMinimumSize(kLeastWidth, kLeastHeight);
@@ -184,6 +196,8 @@ void FrameWidget::ShowInsteadMaximized()
 void FrameWidget::PlaceClient(CPoint corner, CSize client)
 {
     m_wanted = {};
+    const QSize most = AllScreens();
+    client = {std::min(client.cx, most.width()), std::min(client.cy, most.height())};
     m_wantedClient = client;
     setMinimumSize(1, 1);
     const double ratio = devicePixelRatioF();

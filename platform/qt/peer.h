@@ -38,6 +38,9 @@ bool IsWayland(); // else X11, or no screen at all
 
 class PaneWidget;
 
+// All screens together, in device pixels: no window needs more.
+QSize AllScreens();
+
 // The client area of a view: a buffer of device pixels that paints fill and the toolkit's paint event copies.
 class ViewWidget : public QWidget
 {
@@ -47,7 +50,8 @@ public:
 
     void Detach();
     CView* Owner() const { return m_owner; }
-    CRect DeviceRect() const; // within the top-level window, as the present geometry gives it
+    // Within the top-level window, as the present geometry gives it, but no larger than all screens.
+    CRect DeviceRect() const;
 
     int ClientWidth() const { return m_client.width(); }
     int ClientHeight() const { return m_client.height(); }

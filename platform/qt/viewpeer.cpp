@@ -106,8 +106,11 @@ CRect ViewWidget::DeviceRect() const
 {
     const QPoint origin = mapTo(window(), QPoint(0, 0));
     const double ratio = devicePixelRatioF();
-    return {ToDevicePixels(origin.x(), ratio), ToDevicePixels(origin.y(), ratio),
-            ToDevicePixels(origin.x() + width(), ratio), ToDevicePixels(origin.y() + height(), ratio)};
+    const CPoint corner{ToDevicePixels(origin.x(), ratio), ToDevicePixels(origin.y(), ratio)};
+    const QSize most = AllScreens();
+    return {corner.x, corner.y,
+            std::min(ToDevicePixels(origin.x() + width(), ratio), corner.x + most.width()),
+            std::min(ToDevicePixels(origin.y() + height(), ratio), corner.y + most.height())};
 }
 
 PixelBuffer ViewWidget::Pixels()
@@ -282,7 +285,11 @@ void ViewWidget::paintEvent(QPaintEvent*)
             },
             Qt::QueuedConnection);
     QPainter painter(this);
-    painter.drawImage(QPointF(0, 0), Buffer());
+    const QImage& buffer = Buffer();
+    const QSizeF drawn = QSizeF(buffer.size()) / m_ratio;
+    if (width() > drawn.width() + 1 || height() > drawn.height() + 1) // larger than all screens
+        painter.fillRect(rect(), QColor(m_background));
+    painter.drawImage(QPointF(0, 0), buffer);
 }
 
 void ViewWidget::resizeEvent(QResizeEvent*)

@@ -4,6 +4,7 @@
 #include "tests/app/reduced_page.h"
 #include "tests/app/window_fixture.h"
 
+#include <fstream>
 #include <random>
 
 namespace
@@ -308,6 +309,38 @@ TEST_F(ScaledWindow, PagesWithoutAWholeCellGiveAnEmptyPicture)
         scaled->SendMessage(WM_LBUTTONUP, 0, PackPoint(0, 0));
         EXPECT_EQ(PictureDiffers(*scaled), "");
     }
+    EXPECT_EQ(boxes.Take(), Texts{});
+}
+
+// The header of a small file may claim any size.
+TEST_F(ScaledWindow, APageOfEndlessHeightTakesNoMemoryForWhatIsNotMade)
+{
+    Start();
+    const auto anonymous_kb = [] {
+        std::ifstream status("/proc/self/status");
+        std::string word;
+        long kb = 0;
+        while (status >> word)
+            if (word == "RssAnon:")
+                status >> kb;
+        return kb;
+    };
+    PutPageOnHeap(*document, std::make_unique<FakeImage>(20'000, 400'000'000), 500);
+    const long before = anonymous_kb();
+    CScaleView* const scaled = Open();
+    ASSERT_NE(scaled, nullptr);
+    ASSERT_TRUE(PumpUntil([&] { return Lines() >= 3; }));
+    EXPECT_EQ(document->m_pScaled->m_nHeight, 400'000'000 / 248);
+    CDC screen;
+    screen.CreateDisplayInformation();
+    EXPECT_LE(scaled->GetClientRect().Height(), screen.GetDeviceCaps(VERTRES));
+    EXPECT_LT(anonymous_kb() - before, 50'000) << "129 MB of lines, 516 MB of a window that shows them all";
+
+    // Nor does a window that somebody makes larger than the screen.
+    PressKey(*scaled, TestKey::escape);
+    ResizeFrame(*view->m_pScaleFrame, {9000, 9000});
+    EXPECT_LE(scaled->GetClientRect().Width(), screen.GetDeviceCaps(HORZRES));
+    EXPECT_LE(scaled->GetClientRect().Height(), screen.GetDeviceCaps(VERTRES));
     EXPECT_EQ(boxes.Take(), Texts{});
 }
 
