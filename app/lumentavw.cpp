@@ -134,6 +134,7 @@ void CLumentaView::OnScaledPage()
     // A frame that could not be made has taken itself away.
     if (!frame->Create(WindowTitle(title, factor), WS_OVERLAPPEDWINDOW, {}, &context))
         return;
+    frame->DragAcceptFiles(true);
     frame->PlaceClient({0, 0}, {frame->m_nClientWidth, frame->m_nClientHeight});
     if (!frame->GetActiveView())
         if (auto* const scaled =

@@ -88,7 +88,7 @@ COLORREF BackgroundOf(const CWnd& window); // the grey outside a view's picture
 // Real toolkit events at a window, in device pixels of its client area.
 enum class TestKey { left, right, up, down, pageUp, pageDown, home, end, escape };
 void PressKey(CWnd& window, TestKey key, bool control = false, int times = 1);
-void PressAccelerator(CWnd& window, const char* keys); // as "Ctrl+Alt+N"
+void PressAccelerator(CWnd& frame, const char* keys); // as "Ctrl+Alt+N"; activates the frame
 void MoveMouse(CWnd& window, CPoint point);
 void PressMouse(CWnd& window, CPoint point, bool right = false);
 void ReleaseMouse(CWnd& window, CPoint point, bool right = false);

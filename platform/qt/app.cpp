@@ -29,9 +29,7 @@ void AfxMessageBox(const CString& text)
     }
     const ModalScope modal;
     const LongWork::Pause pause; // the user's time to read is no work
-    const CWnd* main = AfxGetMainWnd();
-    QWidget* const above = QApplication::activeModalWidget(); // as the preview
-    QMessageBox box(above ? above : main && main->Peer() ? main->Peer()->Widget()->window() : nullptr);
+    QMessageBox box(ParentForBox());
     box.setIcon(QMessageBox::Warning);
     box.setTextFormat(Qt::PlainText);
     box.setWindowTitle(ToQString(AfxGetApp() ? AfxGetApp()->LoadString(AFX_IDS_APP_TITLE) : CString{}));

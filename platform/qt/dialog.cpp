@@ -114,14 +114,6 @@ QString Showable(QString text)
     return text;
 }
 
-QWidget* ParentForDialog()
-{
-    if (QWidget* above = QApplication::activeModalWidget())
-        return above;
-    const CWnd* main = AfxGetMainWnd();
-    return main && main->Peer() && main->Peer()->Widget() ? main->Peer()->Widget()->window() : nullptr;
-}
-
 void RunHookWhenShown(QDialog* dialog, std::function<void()> hook, std::function<void()> end)
 {
     auto* timer = new QTimer(dialog);
@@ -384,7 +376,7 @@ int CDialog::DoModal()
     m_parent = AfxGetMainWnd();
     m_result = IDCANCEL;
     m_ended = false;
-    m_peer = std::make_unique<DialogPeer>(this, *contents, ParentForDialog());
+    m_peer = std::make_unique<DialogPeer>(this, *contents, ParentForBox());
     const QPointer<DialogWidget> widget = DialogOf(this);
     if (OnInitDialog() && widget && widget->FirstControl())
         widget->FirstControl()->setFocus();

@@ -15,9 +15,6 @@
 // of what would break the line or turn the reading direction.
 QString Showable(QString text);
 
-// The parent of a new dialog: the modal dialog that is open, else the main window, else null.
-QWidget* ParentForDialog();
-
 // Calls a test's hook from the dialog's loop, as soon as the dialog is on the screen and has the focus. If
 // the dialog is still open after the hook, calls `end`.
 void RunHookWhenShown(QDialog* dialog, std::function<void()> hook, std::function<void()> end);

@@ -233,7 +233,7 @@ int CFileDialog::DoModal()
         return -1;
     const ModalScope modal;
     m_strFileName.Empty();
-    m_peer = std::make_unique<FileDialogPeer>(this, m_filter, ParentForDialog());
+    m_peer = std::make_unique<FileDialogPeer>(this, m_filter, ParentForBox());
     const QPointer<FileDialogWidget> widget = FileDialogOf(this);
     // By number, because two pairs may have the same text.
     const QPointer<QComboBox> filters = widget->findChild<QComboBox*>(QStringLiteral("fileTypeCombo"));

@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDialog>
 #include <QGuiApplication>
 #include <QMenu>
 #include <QMenuBar>
@@ -32,6 +33,8 @@ constexpr int kLeastHeight = 120;
 constexpr int kSettleMs = 50;
 
 constexpr size_t kPaneBytes = 255;
+
+QPointer<FrameWidget> g_active_frame; // or the last one, while another program is active
 
 bool IsThisHost(const QString& host)
 {
@@ -76,6 +79,15 @@ bool IsOnAScreen(const QRect& rect)
     return !rect.isEmpty() && std::any_of(screens.begin(), screens.end(), [&rect](const QScreen* screen) {
         return screen->geometry().intersects(rect);
     });
+}
+
+QWidget* ParentForBox()
+{
+    if (QWidget* const above = QApplication::activeModalWidget())
+        return above;
+    if (g_active_frame && g_active_frame->isVisible())
+        return g_active_frame;
+    return FrameOf(AfxGetMainWnd());
 }
 
 QSize AllScreens()
@@ -140,6 +152,7 @@ void FrameWidget::MakeMenu()
     }
     for (const Accelerator& accelerator : resources.accelerators) {
         auto* shortcut = new QShortcut(QKeySequence(QString::fromLatin1(accelerator.keys)), this);
+        shortcut->setContext(Qt::ApplicationShortcut); // in the program's other windows too
         connect(shortcut, &QShortcut::activated, this, [run, accelerator] { run(accelerator.command); });
     }
 }
@@ -314,8 +327,10 @@ void FrameWidget::changeEvent(QEvent* event)
             !isMinimized())
             ShownAgain();
     }
-    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+    if (event->type() == QEvent::ActivationChange && isActiveWindow()) {
+        g_active_frame = this;
         ShownAgain();
+    }
     if (event->type() == QEvent::ActivationChange && isActiveWindow() && m_owner &&
         m_owner->GetActiveView()) {
         CView* view = m_owner->GetActiveView();
@@ -381,6 +396,9 @@ FramePeer::~FramePeer()
     if (!m_widget)
         return;
     m_widget->Detach();
+    // A box that is still open is on the stack: it must not be deleted with its parent. This ends it.
+    for (QDialog* const box : m_widget->findChildren<QDialog*>(QString(), Qt::FindDirectChildrenOnly))
+        box->setParent(nullptr);
     m_widget->hide();
     m_widget->deleteLater();
 }

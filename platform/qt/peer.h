@@ -38,6 +38,10 @@ bool IsWayland(); // else X11, or no screen at all
 
 class PaneWidget;
 
+// The parent of a new box or dialog: the modal dialog that is open, else the frame that is or was last
+// active, else the main window, else null.
+QWidget* ParentForBox();
+
 // All screens together, in device pixels: no window needs more.
 QSize AllScreens();
 

@@ -282,11 +282,6 @@ QString PdfName(const QString& label)
         name.front() = u'_';
     return (name.isEmpty() ? QStringLiteral("print") : name) + suffix;
 }
-
-QWidget* ParentFor(const CWnd* window)
-{
-    return window && window->Peer() ? window->Peer()->Widget()->window() : nullptr;
-}
 } // namespace
 
 bool CView::DoPreparePrinting(CPrintInfo* info)
@@ -308,7 +303,7 @@ bool CView::DoPreparePrinting(CPrintInfo* info)
     if (const QString last = printer.outputFileName(); !last.isEmpty())
         printer.setOutputFileName(QFileInfo(last).dir().filePath(PdfName(label)));
     printer.setDocName(PdfName(label));
-    QPrintDialog dialog(&printer, ParentFor(this));
+    QPrintDialog dialog(&printer, ParentForBox());
     dialog.setMinMax(info->GetMinPage(), info->GetMaxPage());
     dialog.setOption(QAbstractPrintDialog::PrintPageRange, false);
     return dialog.exec() == QDialog::Accepted;
@@ -338,7 +333,7 @@ void CView::OnFilePrintPreview()
         // A printer of its own: the preview records what is drawn, and a print must not replay that record.
         QPrinter printer(QPrinter::HighResolution);
         printer.setPageLayout(Printer().pageLayout());
-        QDialog window(ParentFor(this));
+        QDialog window(ParentForBox());
         window.setWindowTitle(QStringLiteral("Print Preview"));
         window.setWindowFlag(Qt::WindowMaximizeButtonHint);
         auto* layout = new QVBoxLayout(&window);
@@ -374,7 +369,7 @@ void CWinApp::OnFilePrintSetup()
     // Without a printer the dialog serves paper and orientation all the same, but says that it would rather
     // not.
     QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
-    QPageSetupDialog dialog(&Printer(), ParentFor(m_pMainWnd));
+    QPageSetupDialog dialog(&Printer(), ParentForBox());
     QLoggingCategory::setFilterRules(QString());
     dialog.exec();
 }

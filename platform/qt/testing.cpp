@@ -17,13 +17,16 @@
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPaintEvent>
-#include <QShortcut>
-#include <QShortcutEvent>
 #include <QUrl>
 #include <QWheelEvent>
 #include <QWindow>
 #include <cmath>
 #include <cstring>
+
+// Of Qt: offers a key to the shortcuts first, as it does with keys from the display.
+extern bool qt_sendShortcutOverrideEvent(QObject* object, ulong timestamp, int key,
+                                         Qt::KeyboardModifiers modifiers, const QString& text, bool repeated,
+                                         ushort count);
 
 class TestToolkit::Private
 {
@@ -219,16 +222,13 @@ void PressKey(CWnd& window, TestKey key, bool control, int times)
 void PressAccelerator(CWnd& window, const char* keys)
 {
     const QKeySequence wanted(QString::fromLatin1(keys));
-    if (FrameWidget* frame = FrameOf(&window))
-        for (QShortcut* shortcut : frame->findChildren<QShortcut*>())
-            if (shortcut->key() == wanted) {
-                QT_WARNING_PUSH
-                QT_WARNING_DISABLE_DEPRECATED // there is no other way to learn it
-                    const int id = shortcut->id();
-                QT_WARNING_POP
-                QShortcutEvent event(wanted, id);
-                QCoreApplication::sendEvent(shortcut, &event);
-            }
+    FrameWidget* const frame = FrameOf(&window);
+    if (!frame || wanted.isEmpty())
+        return;
+    if (!frame->isActiveWindow())
+        ActivateByUser(window);
+    qt_sendShortcutOverrideEvent(frame, 0, wanted[0].key(), wanted[0].keyboardModifiers(), QString(), false,
+                                 1);
 }
 
 void MoveMouse(CWnd& window, CPoint point)
@@ -290,7 +290,7 @@ void TurnWheel(CWnd& window, int angle_x, int angle_y, bool shift, CPoint pixels
 void DropFiles(CWnd& window, const std::vector<CString>& paths)
 {
     FrameWidget* frame = FrameOf(&window);
-    if (!frame)
+    if (!frame || !frame->acceptDrops())
         return;
     QMimeData data;
     QList<QUrl> urls;

@@ -4,6 +4,7 @@
 #include "app/dialogids.h"
 #include "app/openmultipledialog.h"
 #include "app/resources.h"
+#include "app/scalefrm.h"
 #include "platform/viewedmark.h"
 #include "tests/app/window_fixture.h"
 #include "tests/support/child.h"
@@ -111,13 +112,19 @@ TEST_F(App, DroppedFilesAreWalkedThrough)
 {
     Start();
     EXPECT_TRUE(MenuHas(kNextOff));
-    DropFiles(*frame, ThreePages());
+    app->OpenDocumentFile(WritePage("open.tif", 500, 100));
+    PressAccelerator(*frame, "Ctrl+Alt+S");
+    ASSERT_NE(view->m_pScaleFrame, nullptr);
+    DropFiles(*view->m_pScaleFrame, ThreePages()); // as on the main window
+    EXPECT_EQ(view->m_pScaleFrame, nullptr);
     EXPECT_EQ(Title(), "first - LUMENTA");
     EXPECT_TRUE(MenuHas(kNextOn));
     frame->SendMessage(WM_COMMAND, kNextPageCommand);
     EXPECT_EQ(Title(), "second - LUMENTA");
     EXPECT_TRUE(MenuHas(kNextOn));
-    PressAccelerator(*frame, "Ctrl+Alt+N");
+    PressAccelerator(*frame, "Ctrl+Alt+S");
+    ASSERT_NE(view->m_pScaleFrame, nullptr);
+    PressAccelerator(*view->m_pScaleFrame, "Ctrl+Alt+N");
     EXPECT_EQ(Title(), "third - LUMENTA");
     EXPECT_TRUE(MenuHas(kNextOff));
     frame->SendMessage(WM_COMMAND, kNextPageCommand);

@@ -24,6 +24,12 @@ void InNextBox(std::function<void()> function, std::string* text)
     timer->start(0);
 }
 
+std::string BoxParentTitle()
+{
+    const QWidget* const box = QApplication::activeModalWidget();
+    return box && box->parentWidget() ? box->parentWidget()->windowTitle().toStdString() : "none";
+}
+
 void PumpRounds()
 {
     for (int i = 0; i < 100; ++i)

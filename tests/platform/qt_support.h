@@ -7,6 +7,9 @@
 // Calls function from the loop of the next modal window, then closes that. What the window says is in *text.
 void InNextBox(std::function<void()> function, std::string* text = nullptr);
 
+// The title of the window that the open box or dialog belongs to.
+std::string BoxParentTitle();
+
 // Runs the event loop a hundred rounds, whatever waits in it.
 void PumpRounds();
 

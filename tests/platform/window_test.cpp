@@ -221,6 +221,28 @@ TEST_F(WindowTest, ABoxInsideAPaintHoldsPaintsAndPostsBack)
     ExpectShown(view);
 }
 
+TEST_F(WindowTest, ABoxBelongsToTheActiveWindowAndEndsWithIt)
+{
+    TestFrame* const further = MakeFurtherFrame("B");
+    for (TestFrame* const active : {frame, further}) {
+        active->SetWindowText(active == frame ? "main window" : "further window");
+        ActivateByUser(*active);
+        std::string parent;
+        InNextBox([&] { parent = BoxParentTitle(); });
+        AfxMessageBox("text");
+        EXPECT_EQ(CString(parent), active->GetWindowText());
+    }
+    InNextBox([&] {
+        further->DestroyWindow();
+        PumpRounds();
+    });
+    AfxMessageBox("text");
+    std::string parent;
+    InNextBox([&] { parent = BoxParentTitle(); });
+    AfxMessageBox("text");
+    EXPECT_EQ(parent, "main window");
+}
+
 TEST_F(WindowTest, AWindowMayEndInAnyOfItsHandlers)
 {
     struct {
