@@ -67,6 +67,10 @@ void SetFileDialogHook(std::function<void(CFileDialog&)> hook);
 std::vector<CString> ShownFiles(CFileDialog& dialog); // the entries, directories too, in their order
 bool ClickFile(CFileDialog& dialog, int index, bool twice = false); // an entry; false if it does not show
 void TypeFileName(CFileDialog& dialog, const CString& name);
+// The next dialog does not find one of the parts of Qt's dialog that it looks for: the first, second and so
+// on.
+void LoseFileDialogPart(int number);
+bool IsFileDialogPartLost();                           // false if the dialog looked for fewer parts
 void ChooseFilter(CFileDialog& dialog, int index);     // from 1
 void ClickFileButton(CFileDialog& dialog, int result); // IDOK or IDCANCEL
 std::vector<CString>

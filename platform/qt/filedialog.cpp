@@ -1,4 +1,4 @@
-// The toolkit's own dialog for files, with a label under its lists and word of every selection.
+// Qt's own file dialog, with a label under its lists and a notification of every selection.
 #include "platform/qt/filedialogpeer.h"
 
 #include "platform/dialog.h"
@@ -8,17 +8,13 @@
 #include "platform/viewedmark.h"
 
 #include <QApplication>
-#include <QComboBox>
-#include <QDialogButtonBox>
-#include <QGridLayout>
 #include <QHeaderView>
-#include <QLineEdit>
 #include <QPushButton>
-#include <QSplitter>
 #include <QStyledItemDelegate>
-#include <QTreeView>
+#include <algorithm>
 
 std::function<void(CFileDialog&)> g_file_dialog_hook;
+int g_missing_file_dialog_part = 0;
 
 const CRuntimeClass CFileDialog::classRecord{"CFileDialog", &CWnd::classRecord, nullptr};
 
@@ -26,9 +22,9 @@ namespace
 {
 constexpr int kDialogWidthChars = 110; // at first; the dialog can be resized
 constexpr int kPlacesWidthChars = 22;
-constexpr int kNameColumn = 0; // of the toolkit's list in detail
+constexpr int kNameColumn = 0; // of Qt's detailed list
 constexpr int kKindColumn = 2;
-constexpr int kRowBelowLists = 2; // of the toolkit's layout: the directory, the lists, then name and buttons
+constexpr int kRowBelowLists = 2; // of Qt's layout: the directory, the lists, then name and buttons
 
 class NameDelegate : public QStyledItemDelegate
 {
@@ -40,7 +36,7 @@ public:
     }
 };
 
-// "text (pattern)" for each pair, as the toolkit wants it.
+// "text (pattern)" for each pair, the form that Qt reads.
 QStringList NameFilters(const CString& filter)
 {
     QStringList names;
@@ -50,7 +46,7 @@ QStringList NameFilters(const CString& filter)
         for (QString& pattern : patterns) {
             pattern = pattern.trimmed();
             if (pattern == QLatin1String("*.*"))
-                pattern = QStringLiteral("*"); // the toolkit would want a dot in the name
+                pattern = QStringLiteral("*"); // Qt would want a dot in the name
         }
         names << QStringLiteral("%1 (%2)").arg(parts[i].trimmed(), patterns.join(QLatin1Char(' ')));
     }
@@ -71,6 +67,13 @@ QString Cleaned(const QString& path)
     const QString clean = QDir::cleanPath(path);
     return QFileInfo(clean).canonicalFilePath() == QFileInfo(path).canonicalFilePath() ? clean : path;
 }
+
+// What was found, unless a test wants this part to be missing.
+template <class Part>
+Part Found(Part part)
+{
+    return g_missing_file_dialog_part > 0 && --g_missing_file_dialog_part == 0 ? Part{} : part;
+}
 } // namespace
 
 FileDialogWidget* FileDialogOf(const CFileDialog* dialog)
@@ -81,9 +84,9 @@ FileDialogWidget* FileDialogOf(const CFileDialog* dialog)
 
 FileDialogWidget::FileDialogWidget(CFileDialog* owner, const CString& filter, StatusIcons* icons,
                                    QWidget* parent)
-    : QFileDialog(parent, QStringLiteral("Open")), m_owner(owner), m_label(new QLabel(this))
+    : QFileDialog(parent, QStringLiteral("Open")), m_owner(owner)
 {
-    // Read-only: nothing is renamed, deleted or made from here.
+    // Read-only: the dialog does not rename, delete or create anything.
     setOptions(DontUseNativeDialog | ReadOnly | HideNameFilterDetails | DontUseCustomDirectoryIcons |
                DontResolveSymlinks);
     setIconProvider(icons);
@@ -91,49 +94,58 @@ FileDialogWidget::FileDialogWidget(CFileDialog* owner, const CString& filter, St
     setFileMode(ExistingFile);
     if (const QStringList names = NameFilters(filter); !names.isEmpty())
         setNameFilters(names);
-    PlaceLabel();
+    FindParts();
     PlaceColumns();
-    m_model = findChild<QFileSystemModel*>();
-    m_name = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
-    connect(m_model, &QFileSystemModel::rootPathChanged, this,
+    if (IsExtended())
+        Extend();
+}
+
+void FileDialogWidget::FindParts()
+{
+    m_parts.model = Found(findChild<QFileSystemModel*>());
+    QList<QAbstractItemView*> views = findChildren<QAbstractItemView*>();
+    views.removeIf([this](const QAbstractItemView* view) { return view->model() != m_parts.model; });
+    m_parts.views = Found(views);
+    m_parts.name = Found(findChild<QLineEdit*>(QStringLiteral("fileNameEdit")));
+    m_parts.buttons = Found(findChild<QDialogButtonBox*>());
+    m_parts.grid = Found(qobject_cast<QGridLayout*>(layout()));
+    m_parts.filters = Found(findChild<QComboBox*>(QStringLiteral("fileTypeCombo")));
+    m_parts.details = Found(findChild<QTreeView*>(QStringLiteral("treeView")));
+    m_parts.splitter = Found(findChild<QSplitter*>(QStringLiteral("splitter")));
+}
+
+bool FileDialogWidget::IsExtended() const
+{
+    return m_parts.model && !m_parts.views.isEmpty() && m_parts.name && m_parts.buttons && m_parts.grid;
+}
+
+void FileDialogWidget::Extend()
+{
+    PlaceLabel();
+    connect(m_parts.model, &QFileSystemModel::rootPathChanged, this,
             [this] { m_owner->OnLBSelChangedNotify(kFileDialogDirectories, -1, CD_LBSELCHANGE); });
-    connect(Views().first()->selectionModel(), &QItemSelectionModel::selectionChanged, this,
-            &FileDialogWidget::SelectionChanged);
-    for (QAbstractItemView* view : Views()) {
+    const QItemSelectionModel* const selection = m_parts.views.first()->selectionModel();
+    connect(selection, &QItemSelectionModel::selectionChanged, this, &FileDialogWidget::SelectionChanged);
+    connect(selection, &QItemSelectionModel::currentChanged, this, [this] { m_is_typed = false; });
+    for (QAbstractItemView* view : m_parts.views) {
         view->setItemDelegateForColumn(kNameColumn, new NameDelegate(view));
         connect(view, &QAbstractItemView::pressed, this, [this] { m_is_typed = false; });
     }
-    connect(Views().first()->selectionModel(), &QItemSelectionModel::currentChanged, this,
-            [this] { m_is_typed = false; });
-    if (m_name) {
-        connect(m_name, &QLineEdit::textEdited, this, [this] { m_is_typed = true; });
-        // Qt disables the button if the list does not show the named file.
-        connect(m_name, &QLineEdit::textChanged, this, [this] {
-            if (auto* button = findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Open))
-                button->setEnabled(button->isEnabled() || !Named().isEmpty());
-        });
-    }
-}
-
-QList<QAbstractItemView*> FileDialogWidget::Views() const
-{
-    QList<QAbstractItemView*> views;
-    for (auto* view : findChildren<QAbstractItemView*>())
-        if (view->model() == m_model)
-            views << view;
-    return views;
+    connect(m_parts.name, &QLineEdit::textEdited, this, [this] { m_is_typed = true; });
+    // Qt disables the button if the list does not show the named file.
+    connect(m_parts.name, &QLineEdit::textChanged, this, [this] {
+        if (auto* button = m_parts.buttons->button(QDialogButtonBox::Open))
+            button->setEnabled(button->isEnabled() || !Named().isEmpty());
+    });
 }
 
 // Between the lists and the rows below them, which move down by one.
 void FileDialogWidget::PlaceLabel()
 {
+    m_label = new QLabel(this);
     m_label->setTextFormat(Qt::PlainText);
     m_label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed); // a long name does not widen the dialog
-    auto* grid = qobject_cast<QGridLayout*>(layout());
-    if (!grid) {
-        layout()->addWidget(m_label);
-        return;
-    }
+    QGridLayout* const grid = m_parts.grid;
     const int columns = grid->columnCount();
     for (int i = grid->count() - 1; i >= 0; --i) {
         int row;
@@ -149,67 +161,104 @@ void FileDialogWidget::PlaceLabel()
     grid->addWidget(m_label, kRowBelowLists, 0, 1, columns);
 }
 
-// Names take what sizes and dates leave; the kind of a page file says nothing.
+// Names get the width that sizes and dates do not need. The kind of a page file is no information.
 void FileDialogWidget::PlaceColumns()
 {
-    auto* tree = findChild<QTreeView*>(QStringLiteral("treeView"));
-    if (!tree)
+    if (!m_parts.details)
         return;
-    tree->header()->setResizeContentsPrecision(0); // of the entries that show, not of ten thousand
-    tree->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    tree->header()->setSectionResizeMode(kNameColumn, QHeaderView::Stretch);
-    tree->hideColumn(kKindColumn);
+    QHeaderView* const header = m_parts.details->header();
+    header->setResizeContentsPrecision(0); // measure only the visible entries, not ten thousand
+    header->setSectionResizeMode(QHeaderView::ResizeToContents);
+    header->setSectionResizeMode(kNameColumn, QHeaderView::Stretch);
+    m_parts.details->hideColumn(kKindColumn);
     resize(fontMetrics().averageCharWidth() * kDialogWidthChars, sizeHint().height());
-    if (auto* splitter = findChild<QSplitter*>(QStringLiteral("splitter"))) {
+    if (m_parts.splitter) {
         const int places = fontMetrics().averageCharWidth() * kPlacesWidthChars;
-        splitter->setSizes({places, width() - places});
+        m_parts.splitter->setSizes({places, width() - places});
     }
+}
+
+QModelIndex FileDialogWidget::Entry(int row) const
+{
+    return IsExtended() && row >= 0 ? m_parts.model->index(row, 0, Directory()) : QModelIndex();
 }
 
 // The entry itself: Qt goes by the text of the name, and would read quotation marks in it as separators.
 QModelIndex FileDialogWidget::Selected() const
 {
+    if (!IsExtended())
+        return {};
     const QModelIndex directory = Directory();
-    const QItemSelectionModel* const selection = Views().first()->selectionModel();
+    const QItemSelectionModel* const selection = m_parts.views.first()->selectionModel();
     const QModelIndex current = selection->currentIndex().siblingAtColumn(0);
     if (current.parent() == directory && selection->isRowSelected(current.row(), directory))
         return current;
-    for (const QModelIndex& index : Views().first()->selectionModel()->selectedRows())
+    for (const QModelIndex& index : selection->selectedRows())
         if (index.parent() == directory)
             return index;
     return {};
 }
 
+// By number, because two filters may have the same text.
+void FileDialogWidget::SelectFilter(int number)
+{
+    if (number < 1 || number > nameFilters().size())
+        return;
+    if (!m_parts.filters) {
+        selectNameFilter(nameFilters().at(number - 1));
+        return;
+    }
+    m_parts.filters->setCurrentIndex(number - 1);
+    emit m_parts.filters->activated(number - 1); // as if the user had chosen it
+}
+
+int FileDialogWidget::SelectedFilter() const
+{
+    if (m_parts.filters)
+        return m_parts.filters->currentIndex() + 1;
+    const QString shown = selectedNameFilter() + QLatin1String(" ("); // Qt returns it without the patterns
+    const QStringList filters = nameFilters();
+    const auto found = std::find_if(filters.begin(), filters.end(),
+                                    [&shown](const QString& filter) { return filter.startsWith(shown); });
+    return found == filters.end() ? 0 : static_cast<int>(found - filters.begin()) + 1;
+}
+
 // A file whose name really has quotation marks or begins with "~/" comes first.
 QString FileDialogWidget::Named() const
 {
-    const QString text = m_name ? m_name->text() : QString();
+    const QString text = m_parts.name->text();
     QStringList forms{text};
     if (text.size() > 2 && text.startsWith(QLatin1Char('"')) && text.endsWith(QLatin1Char('"')))
         forms << text.mid(1, text.size() - 2);
     if (text.startsWith(QLatin1String("~/")))
         forms << QDir::homePath() + text.mid(1);
     for (const QString& form : forms)
-        if (const QString path = directory().absoluteFilePath(form);
-            !form.isEmpty() && QFileInfo::exists(path))
+        if (QString path = directory().absoluteFilePath(form); !form.isEmpty() && QFileInfo::exists(path))
             return path;
     return {};
 }
 
-void FileDialogWidget::accept()
+bool FileDialogWidget::AcceptWanted()
 {
     const QModelIndex selected = Selected();
-    const QString wanted = !m_is_typed && selected.isValid() ? m_model->filePath(selected) : Named();
+    const QString wanted = !m_is_typed && selected.isValid() ? Path(selected) : Named();
     const FileStatus status = FileStatusOf(FromQString(wanted));
-    if (status.kind != FileStatus::Kind::none && !status.IsDirectory()) {
-        if (status.IsFile()) { // the dialog stays open for a device or another special file
-            m_chosen = Cleaned(wanted);
-            done(Accepted);
-        }
-        return;
+    if (status.kind == FileStatus::Kind::none || status.IsDirectory()) {
+        if (m_is_typed) // else Qt would take the selected entry
+            m_parts.views.first()->selectionModel()->clearSelection();
+        return false;
     }
-    if (m_is_typed) // else Qt would take the selected entry
-        Views().first()->selectionModel()->clearSelection();
+    if (status.IsFile()) { // the dialog stays open for a device or another special file
+        m_chosen = Cleaned(wanted);
+        done(Accepted);
+    }
+    return true;
+}
+
+void FileDialogWidget::accept()
+{
+    if (IsExtended() && AcceptWanted())
+        return;
     QFileDialog::accept();
     if (result() == Accepted)
         m_chosen = selectedFiles().value(0);
@@ -218,8 +267,7 @@ void FileDialogWidget::accept()
 void FileDialogWidget::SelectionChanged()
 {
     const QModelIndex selected = Selected();
-    const UINT list =
-        selected.isValid() && m_model->isDir(selected) ? kFileDialogDirectories : kFileDialogFiles;
+    const UINT list = selected.isValid() && IsDirectory(selected) ? kFileDialogDirectories : kFileDialogFiles;
     m_owner->OnLBSelChangedNotify(list, selected.row(), CD_LBSELCHANGE);
 }
 
@@ -235,12 +283,7 @@ int CFileDialog::DoModal()
     m_strFileName.Empty();
     m_peer = std::make_unique<FileDialogPeer>(this, m_filter, ParentForBox());
     const QPointer<FileDialogWidget> widget = FileDialogOf(this);
-    // By number, because two pairs may have the same text.
-    const QPointer<QComboBox> filters = widget->findChild<QComboBox*>(QStringLiteral("fileTypeCombo"));
-    if (filters && m_nFilterIndex > 0 && m_nFilterIndex <= filters->count()) {
-        filters->setCurrentIndex(m_nFilterIndex - 1);
-        emit filters->activated(m_nFilterIndex - 1); // as if the user had chosen it
-    }
+    widget->SelectFilter(m_nFilterIndex);
     widget->setDirectory(NearestDirectory(ToQString(m_strInitialDir)));
     if (g_file_dialog_hook)
         RunHookWhenShown(
@@ -249,7 +292,7 @@ int CFileDialog::DoModal()
     if (widget) {
         if (accepted)
             m_strFileName = FromQString(widget->Chosen());
-        m_nFilterIndex = filters && !NameFilters(m_filter).isEmpty() ? filters->currentIndex() + 1 : 0;
+        m_nFilterIndex = NameFilters(m_filter).isEmpty() ? 0 : widget->SelectedFilter();
     }
     Queue::Get().Forget(this);
     m_peer.reset();
@@ -264,33 +307,38 @@ bool CFileDialog::DestroyWindow()
     return widget != nullptr;
 }
 
+static QLabel* LabelOf(const CFileDialog* dialog, UINT id)
+{
+    const FileDialogWidget* widget = id == kFileDialogLabel ? FileDialogOf(dialog) : nullptr;
+    return widget ? widget->Label() : nullptr;
+}
+
 void CFileDialog::SetDlgItemText(UINT id, const CString& text)
 {
-    if (FileDialogWidget* widget = id == kFileDialogLabel ? FileDialogOf(this) : nullptr)
-        ControlPeer(widget->Label()).SetText(ToQString(text));
+    if (QLabel* label = LabelOf(this, id))
+        ControlPeer(label).SetText(ToQString(text));
 }
 
 CString CFileDialog::GetDlgItemText(UINT id) const
 {
-    const FileDialogWidget* widget = id == kFileDialogLabel ? FileDialogOf(this) : nullptr;
-    return widget ? FromQString(widget->Label()->text()) : CString{};
+    const QLabel* label = LabelOf(this, id);
+    return label ? FromQString(label->text()) : CString{};
 }
 
 int CFileDialog::GetCurSel(UINT list) const
 {
     const FileDialogWidget* widget = FileDialogOf(this);
     const QModelIndex selected = widget ? widget->Selected() : QModelIndex();
-    if (!selected.isValid() || widget->Model()->isDir(selected) != (list == kFileDialogDirectories))
-        return -1;
-    return selected.row();
+    const bool is_in_list =
+        selected.isValid() && widget->IsDirectory(selected) == (list == kFileDialogDirectories);
+    return is_in_list ? selected.row() : -1;
 }
 
 CString CFileDialog::GetEntryText(int index) const
 {
     const FileDialogWidget* widget = FileDialogOf(this);
-    const QModelIndex entry =
-        widget && index >= 0 ? widget->Model()->index(index, 0, widget->Directory()) : QModelIndex();
-    return entry.isValid() ? FromQString(widget->Model()->filePath(entry)) : CString{};
+    const QModelIndex entry = widget ? widget->Entry(index) : QModelIndex();
+    return entry.isValid() ? FromQString(widget->Path(entry)) : CString{};
 }
 
 void CFileDialog::OnLBSelChangedNotify(UINT, int, UINT) {}

@@ -17,38 +17,60 @@ void SetFileDialogHook(std::function<void(CFileDialog&)> hook)
     g_file_dialog_hook = std::move(hook);
 }
 
+void LoseFileDialogPart(int number)
+{
+    g_missing_file_dialog_part = number;
+}
+
+bool IsFileDialogPartLost()
+{
+    return g_missing_file_dialog_part == 0;
+}
+
+// The list itself, not what the dialog has found of it.
+static QAbstractItemView* ViewOf(const CFileDialog& dialog)
+{
+    const FileDialogWidget* widget = FileDialogOf(&dialog);
+    if (widget)
+        for (auto* view : widget->findChildren<QAbstractItemView*>())
+            if (view->isVisible() && qobject_cast<QFileSystemModel*>(view->model()))
+                return view;
+    return nullptr;
+}
+
+static QModelIndex EntryOf(const QAbstractItemView& view, int row)
+{
+    const auto* model = static_cast<const QFileSystemModel*>(view.model());
+    return model->index(row, 0, model->index(model->rootPath()));
+}
+
 std::vector<CString> ShownFiles(CFileDialog& dialog)
 {
     std::vector<CString> names;
-    const FileDialogWidget* widget = FileDialogOf(&dialog);
-    for (int row = 0; widget && row < widget->Model()->rowCount(widget->Directory()); ++row)
-        names.push_back(FromQString(widget->Model()->index(row, 0, widget->Directory()).data().toString()));
+    if (const QAbstractItemView* view = ViewOf(dialog))
+        for (int row = 0; EntryOf(*view, row).isValid(); ++row)
+            names.push_back(FromQString(EntryOf(*view, row).data().toString()));
     return names;
 }
 
 bool ClickFile(CFileDialog& dialog, int index, bool twice)
 {
-    const FileDialogWidget* widget = FileDialogOf(&dialog);
-    if (!widget)
+    QAbstractItemView* const view = ViewOf(dialog);
+    const QModelIndex entry = view ? EntryOf(*view, index) : QModelIndex();
+    if (!entry.isValid())
         return false;
-    const QModelIndex entry = widget->Model()->index(index, 0, widget->Directory());
-    for (QAbstractItemView* view : widget->Views()) {
-        if (!view->isVisible() || !entry.isValid())
-            continue;
-        view->scrollTo(entry);
-        const QPointF point = view->visualRect(entry).center();
-        const QPointer<QWidget> target = view->viewport();
-        constexpr QEvent::Type kClicks[] = {QEvent::MouseButtonPress, QEvent::MouseButtonRelease,
-                                            QEvent::MouseButtonDblClick, QEvent::MouseButtonRelease};
-        for (int i = 0; target && i < (twice ? 4 : 2); ++i) {
-            const bool down = kClicks[i] != QEvent::MouseButtonRelease;
-            QMouseEvent event(kClicks[i], point, target->mapToGlobal(point), Qt::LeftButton,
-                              down ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
-            QCoreApplication::sendEvent(target, &event);
-        }
-        return true;
+    view->scrollTo(entry);
+    const QPointF point = view->visualRect(entry).center();
+    const QPointer<QWidget> target = view->viewport();
+    constexpr QEvent::Type kClicks[] = {QEvent::MouseButtonPress, QEvent::MouseButtonRelease,
+                                        QEvent::MouseButtonDblClick, QEvent::MouseButtonRelease};
+    for (int i = 0; target && i < (twice ? 4 : 2); ++i) {
+        const bool down = kClicks[i] != QEvent::MouseButtonRelease;
+        QMouseEvent event(kClicks[i], point, target->mapToGlobal(point), Qt::LeftButton,
+                          down ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(target, &event);
     }
-    return false;
+    return true;
 }
 
 void TypeFileName(CFileDialog& dialog, const CString& name)

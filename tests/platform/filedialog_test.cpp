@@ -194,6 +194,39 @@ TEST_F(FileDialogTest, OpensWhatIsChosen)
         }
 }
 
+// Another version of Qt may have other parts. Without one of them the dialog opens and chooses all the same,
+// at worst without the label line.
+TEST_F(FileDialogTest, OpensWithoutEachPartOfQtsDialog)
+{
+    bool has_label = false;
+    bool was_without_label = false;
+    bool is_lost = true;
+    for (int number = 1; is_lost; ++number) {
+        SCOPED_TRACE(number);
+        LoseFileDialogPart(number);
+        dialog.m_nFilterIndex = 2;
+        dialog.notes.Take();
+        EXPECT_EQ(Show([&] {
+                      is_lost = IsFileDialogPartLost();
+                      ASSERT_TRUE(WaitFor({"sub", "c.low"}));
+                      dialog.SetDlgItemText(kFileDialogLabel, "line");
+                      has_label = dialog.GetDlgItemText(kFileDialogLabel) == "line";
+                      was_without_label |= !has_label;
+                      Click("c.low");
+                      EXPECT_EQ(dialog.GetCurSel(kFileDialogFiles) >= 0, has_label);
+                      EXPECT_EQ(dialog.GetEntryText(0).IsEmpty(), !has_label);
+                      ClickFileButton(dialog, IDOK);
+                  }),
+                  IDOK);
+        EXPECT_EQ(dialog.notes.Take().empty(), !has_label);
+        EXPECT_EQ(dialog.m_strFileName.View(), Path("c.low"));
+        EXPECT_EQ(dialog.m_nFilterIndex, 2);
+    }
+    LoseFileDialogPart(0);
+    EXPECT_TRUE(has_label) << "if nothing is missing";
+    EXPECT_TRUE(was_without_label);
+}
+
 // They come in batches. Not a byte of them is read: the time of the last access stays.
 TEST_F(FileDialogTest, ListsManyFilesUnopened)
 {
