@@ -8,6 +8,8 @@
 #include <QCloseEvent>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QMouseEvent>
+#include <QWheelEvent>
 #include <QWidget>
 #include <QWindow>
 #include <algorithm>
@@ -175,32 +177,75 @@ void LongWork::Hold(QObject* receiver, const QEvent* event)
     if (event->type() == QEvent::MouseMove && !m_held.empty() && m_held.back().receiver == receiver &&
         m_held.back().event->type() == QEvent::MouseMove)
         m_held.pop_back();
-    m_held.push_back({receiver, std::unique_ptr<QEvent>(event->clone())});
+    HeldEvent held{receiver, std::unique_ptr<QEvent>(event->clone()), {}, {}, {}};
+    // A copy shares its places with all later events of the pointer.
+    if (event->isSinglePointEvent()) {
+        const auto* const pointer = static_cast<const QSinglePointEvent*>(event);
+        held.local = pointer->position();
+        held.scene = pointer->scenePosition();
+        held.global = pointer->globalPosition();
+    }
+    m_held.push_back(std::move(held));
 }
 
-// Behind the work, not within its message: what comes is handled by the loop, in the order in which it came.
+// After the work, not within its message: one event a round of the loop, in the order in which they came.
 void LongWork::SendHeld()
 {
+    if (m_held.empty() && !m_closing)
+        return;
     for (HeldEvent& held : std::exchange(m_held, {})) {
-        if (!held.receiver)
-            continue;
-        if (auto* const widget = qobject_cast<QWidget*>(held.receiver.data());
-            widget && held.event->type() == QEvent::Close)
-            QMetaObject::invokeMethod(widget, &QWidget::close, Qt::QueuedConnection);
-        else
-            QCoreApplication::postEvent(held.receiver, held.event.release());
-    }
-    if (m_closing)
+        m_ready.push_back(std::move(held));
         QCoreApplication::postEvent(this, new QEvent(QEvent::User));
+    }
+    QCoreApplication::postEvent(this, new QEvent(QEvent::User)); // that finds none
 }
 
-// The window had its close event, and has taken it or not.
 bool LongWork::event(QEvent* event)
 {
     if (event->type() != QEvent::User)
         return QObject::event(event);
-    m_closing = false;
+    if (m_ready.empty()) {
+        m_closing = m_closing && m_looking; // the window had its close event, and has taken it or not
+        return true;
+    }
+    HeldEvent held = std::move(m_ready.front());
+    m_ready.pop_front();
+    if (m_looking) // in the next work already
+        m_held.push_back(std::move(held));
+    else if (held.receiver)
+        Send(held);
     return true;
+}
+
+void LongWork::Send(const HeldEvent& held)
+{
+    QEvent* const event = held.event.get();
+    switch (event->type()) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseMove: {
+        const auto* const mouse = static_cast<const QMouseEvent*>(event);
+        QMouseEvent again(mouse->type(), held.local, held.scene, held.global, mouse->button(),
+                          mouse->buttons(), mouse->modifiers(), mouse->pointingDevice());
+        QCoreApplication::sendEvent(held.receiver, &again);
+        break;
+    }
+    case QEvent::Wheel: {
+        const auto* const wheel = static_cast<const QWheelEvent*>(event);
+        QWheelEvent again(held.local, held.global, wheel->pixelDelta(), wheel->angleDelta(), wheel->buttons(),
+                          wheel->modifiers(), wheel->phase(), wheel->inverted());
+        QCoreApplication::sendEvent(held.receiver, &again);
+        break;
+    }
+    case QEvent::Close:
+        if (auto* const widget = qobject_cast<QWidget*>(held.receiver.data())) {
+            widget->close();
+            break;
+        }
+        [[fallthrough]];
+    default: QCoreApplication::sendEvent(held.receiver, event);
+    }
 }
 
 void CCmdTarget::BeginWaitCursor(Hourglass hourglass)

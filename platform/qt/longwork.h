@@ -5,8 +5,10 @@
 
 #include <QEvent>
 #include <QObject>
+#include <QPointF>
 #include <QPointer>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -51,6 +53,7 @@ private:
     struct HeldEvent {
         QPointer<QObject> receiver;
         std::unique_ptr<QEvent> event;
+        QPointF local, scene, global; // of an event of the pointer
     };
 
     void ShowCursor();
@@ -58,6 +61,7 @@ private:
     void Look();
     void Hold(QObject* receiver, const QEvent* event);
     void SendHeld();
+    static void Send(const HeldEvent& held);
 
     int m_depth = 0;
     int64_t m_begun = 0;
@@ -67,6 +71,7 @@ private:
     bool m_interrupted = false;
     bool m_closing = false;
     std::vector<HeldEvent> m_held;
+    std::deque<HeldEvent> m_ready; // of works that have ended
 };
 
 // Files that were dropped, to be opened once the program that they come from has got its answer.
