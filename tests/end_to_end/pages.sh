@@ -111,7 +111,7 @@ cd "$pages"
 start_program
 cd "$OLDPWD"
 window_named LUMENTA
-choose alt+f Up Up Up Up Return # up from the first command, beyond the last
+choose alt+f Up Up Up Return # up from the first command, beyond the last; without a page Print is passed over
 dialog_named "Open Multiple"
 # The mark box; another type, and all again; an entry by its name, and others with Shift and Control.
 xdotool key --delay 5 Tab Tab Tab space alt+t f Home alt+f p a g e minus 1 2
