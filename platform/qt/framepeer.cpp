@@ -327,10 +327,8 @@ void FrameWidget::changeEvent(QEvent* event)
             !isMinimized())
             ShownAgain();
     }
-    if (event->type() == QEvent::ActivationChange && isActiveWindow()) {
-        g_active_frame = this;
-        ShownAgain();
-    }
+    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+        Activated();
     if (event->type() == QEvent::ActivationChange && isActiveWindow() && m_owner &&
         m_owner->GetActiveView()) {
         CView* view = m_owner->GetActiveView();
@@ -378,6 +376,12 @@ ViewWidget* FrameWidget::View() const
 {
     const auto* pane = dynamic_cast<PaneWidget*>(centralWidget());
     return pane ? pane->View() : nullptr;
+}
+
+void FrameWidget::Activated()
+{
+    g_active_frame = this;
+    ShownAgain();
 }
 
 void FrameWidget::ShownAgain()

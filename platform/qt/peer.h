@@ -187,6 +187,8 @@ public:
         return m_placing && isVisible() && !isMinimized();
     }                  // shown, and not matched yet
     void MatchPlace(); // once the window manager has told its margins
+    // Active, or about to be: the boxes that open from now on belong to it.
+    void Activated();
     void ShownAgain(); // raised, restored or activated: a paint of its view
     // On Wayland, a window as large as the screen. It would begin below the panel, and end outside the
     // screen.

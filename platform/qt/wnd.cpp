@@ -207,8 +207,8 @@ void CWnd::BringWindowToTop()
         widget->raise();
         widget->activateWindow();
     }
-    if (FrameWidget* frame = FrameOf(this)) // even if it is the topmost window already
-        frame->ShownAgain();
+    if (FrameWidget* frame = FrameOf(this)) // even if it is active already; a box may open before it is
+        frame->Activated();
 }
 
 void CWnd::MoveWindow(const CRect& rect, bool)

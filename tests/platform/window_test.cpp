@@ -232,12 +232,17 @@ TEST_F(WindowTest, ABoxBelongsToTheActiveWindowAndEndsWithIt)
         AfxMessageBox("text");
         EXPECT_EQ(CString(parent), active->GetWindowText());
     }
+    std::string parent;
+    ActivateByUser(*frame);
+    further->ActivateFrame(-1); // by the program, and the box opens before the window is active
+    InNextBox([&] { parent = BoxParentTitle(); });
+    AfxMessageBox("text");
+    EXPECT_EQ(parent, "further window");
     InNextBox([&] {
         further->DestroyWindow();
         PumpRounds();
     });
     AfxMessageBox("text");
-    std::string parent;
     InNextBox([&] { parent = BoxParentTitle(); });
     AfxMessageBox("text");
     EXPECT_EQ(parent, "main window");
