@@ -243,7 +243,8 @@ TEST_F(PrintingTest, BandsLoseNothingAndLeaveNoSeam)
 TEST_F(PrintingTest, AFailureIsToldOnceAndLeavesNoFile)
 {
     const TestPage page = TestPage::Random(4000, 4000);
-    view->print = [&](CDC* dc, CPrintInfo* info) { page.Draw(dc, info->m_rectDraw); };
+    const auto draw = [&](CDC* dc, CPrintInfo* info) { page.Draw(dc, info->m_rectDraw); };
+    view->print = draw;
     const auto boxes = [this] {
         view->OnFilePrint();
         const std::vector<std::string> lines = g_recorder.Take();
@@ -277,13 +278,14 @@ TEST_F(PrintingTest, AFailureIsToldOnceAndLeavesNoFile)
     // The drawing gives up.
     pdf = good;
     for (const bool told : {false, true}) {
-        view->print = [&](CDC* dc, CPrintInfo* info) {
-            page.Draw(dc, info->m_rectDraw);
+        view->print = [&, told](CDC* dc, CPrintInfo* info) {
+            draw(dc, info);
             dc->AbortDoc(told);
         };
         EXPECT_EQ(boxes(), told ? 0 : 1);
         EXPECT_FALSE(exists(pdf));
     }
+    view->print = draw;
     // A device stays.
     pdf = scratch.File("null");
     if (mknod(pdf.c_str(), S_IFCHR | 0600, makedev(1, 3)) == 0) {
