@@ -206,6 +206,8 @@ constexpr Option kOptions[] = {
      [](Request& r, View option, View text) {
          r.tiff.rows_per_strip = number_in<uint32_t>(option, text, 1, UINT32_MAX);
      }},
+    {Of::Tiff, 0, "--directory-first", "the directory before the rows, so that a cut file has it",
+     [](Request& r, View, View) { r.tiff.directory_first = true; }},
     {Of::Tiff, 1, "--name", "document name (none)",
      [](Request& r, View, View text) { r.tiff.document_name = text; }},
 

@@ -78,6 +78,9 @@ bool set_tags(TIFF* file, const Rows& page, const TiffOptions& options)
                TIFFSetField(file, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH) == 1;
     if (good && !options.document_name.empty())
         good = TIFFSetField(file, TIFFTAG_DOCUMENTNAME, options.document_name.c_str()) == 1;
+    if (options.directory_first) // without offsets and byte counts, which are filled in at the end
+        good = good && TIFFDeferStrileArrayWriting(file) == 1 && TIFFWriteCheck(file, 0, "page") == 1 &&
+               TIFFWriteDirectory(file) == 1 && TIFFSetDirectory(file, 0) == 1;
     // libtiff would ask for a buffer of a whole strip.
     constexpr tmsize_t kBufferBytes = 1 << 16;
     return good && TIFFWriteBufferSetup(file, nullptr, kBufferBytes) == 1;
@@ -127,8 +130,8 @@ std::string write_rows_to(const std::string& path, const Rows& page, const TiffO
     TIFF* const file = TIFFOpenExt(path.c_str(), "wl", how.get());
     if (file == nullptr)
         return error.empty() ? "cannot be opened" : error;
-    const bool good =
-        set_tags(file, page, options) && write_rows(file, page) && TIFFWriteDirectory(file) == 1;
+    const bool good = set_tags(file, page, options) && write_rows(file, page) &&
+                      (options.directory_first ? TIFFFlush(file) : TIFFWriteDirectory(file)) == 1;
     TIFFClose(file);
     if (good && error.empty())
         return {};

@@ -28,7 +28,8 @@ struct TiffOptions {
     uint32_t rows_per_strip = 0;                 // 0: one strip of the whole height
     int dpi_x = 0;                               // both above 0, or the file has no resolution
     int dpi_y = 0;
-    std::string document_name; // no tag if empty
+    std::string document_name;    // no tag if empty
+    bool directory_first = false; // the directory before the strips; for files
 };
 
 // Empty when the file is written, else one line on what failed; a regular file that was begun is removed
