@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <initializer_list>
 
 namespace
 {
@@ -17,6 +18,23 @@ int FailIfInterrupted(FILE* file)
 {
     return CCmdTarget::WorkInterrupted() ? 1 : std::ferror(file);
 }
+
+// Slots of a block whose stream is a DecoderInput.
+size_t ReadInput(void* buffer, size_t size, size_t count, FILE* stream)
+{
+    return reinterpret_cast<DecoderInput*>(stream)->Read(buffer, size * count) / size;
+}
+
+int NoCondition(FILE*)
+{
+    return 0;
+}
+
+template <class T>
+callback_slot_value SlotValue(T* value)
+{
+    return reinterpret_cast<callback_slot_value>(value);
+}
 } // namespace
 
 DecoderBlock::~DecoderBlock()
@@ -24,18 +42,35 @@ DecoderBlock::~DecoderBlock()
     dispose_callback_block(m_pBlock); // reports what a decoder has left behind
 }
 
-callback_block* DecoderBlock::Over(FILE* file)
+callback_block* DecoderBlock::Make()
 {
     if (!m_pBlock) {
         m_pBlock = static_cast<callback_block*>(std::malloc(sizeof(callback_block))); // disposing frees it
         if (!m_pBlock)
             return nullptr;
         fill_void_callback_block(m_pBlock);
-        fill_unix_callback_block(m_pBlock);
-        set_callback_slot(CALLBACK_ALLOCATE, m_pBlock, reinterpret_cast<callback_slot_value>(AllocateOrNull));
-        set_callback_slot(CALLBACK_FERROR, m_pBlock,
-                          reinterpret_cast<callback_slot_value>(FailIfInterrupted));
     }
-    set_callback_slot(CALLBACK_FILE, m_pBlock, reinterpret_cast<callback_slot_value>(file));
+    fill_unix_callback_block(m_pBlock);
+    set_callback_slot(CALLBACK_ALLOCATE, m_pBlock, SlotValue(AllocateOrNull));
+    return m_pBlock;
+}
+
+callback_block* DecoderBlock::Over(FILE* file)
+{
+    if (!Make())
+        return nullptr;
+    set_callback_slot(CALLBACK_FILE, m_pBlock, SlotValue(file));
+    set_callback_slot(CALLBACK_FERROR, m_pBlock, SlotValue(FailIfInterrupted));
+    return m_pBlock;
+}
+
+callback_block* DecoderBlock::From(DecoderInput* input)
+{
+    if (!Make())
+        return nullptr;
+    set_callback_slot(CALLBACK_FILE, m_pBlock, SlotValue(input));
+    set_callback_slot(CALLBACK_FREAD, m_pBlock, SlotValue(ReadInput));
+    for (const int slot : {CALLBACK_FEOF, CALLBACK_FERROR, CALLBACK_FFLUSH})
+        set_callback_slot(slot, m_pBlock, SlotValue(NoCondition));
     return m_pBlock;
 }

@@ -16,4 +16,11 @@ void Image::ClearFields()
     Height = 0;
     BytesPerRow = 0;
     CurrentRow = -1;
+    SuspiciousRow = -1;
+}
+
+void Image::SuspectRow(int32_t row)
+{
+    if (row >= 0 && (SuspiciousRow < 0 || row < SuspiciousRow))
+        SuspiciousRow = row;
 }

@@ -26,6 +26,7 @@ public:
     int32_t MinIsBlack = 0;   // 0: the lowest sample value is white; else it is black
     int32_t CurrentRow = -1;  // the last row delivered, -1 before the first
     CString ErrorText;
+    int32_t SuspiciousRow = -1; // the first row delivered that may be wrong, as far as read; -1 if none is
 
     // Closes what is open, then opens the file and judges it. 0 leaves the object closed.
     virtual int Open(const CString& path) = 0;
@@ -47,4 +48,6 @@ public:
 protected:
     // The empty values of the fields that a closed object has none of.
     void ClearFields();
+    // The row, unless it is below 0, was delivered and may be wrong.
+    void SuspectRow(int32_t row);
 };

@@ -18,9 +18,17 @@ void RunImage::EndDecoder()
     Decoder = nullptr;
 }
 
+// The next rows, which may be suspicious.
+int32_t RunImage::Decode(uint8_t* buffer, int32_t stride, int32_t count)
+{
+    const int32_t rows = m_codec.decode(Decoder, count, buffer, stride);
+    SuspectRow(Uncomp_First_Suspicious_Row(Decoder, UNCOMP_DECREASING | UNCOMP_PAST_WIDTH | UNCOMP_FILLER));
+    return rows;
+}
+
 int32_t RunImage::DecodeRows(uint8_t* buffer, int32_t stride, int32_t count)
 {
-    const int32_t rows = Decoder ? m_codec.decode(Decoder, count, buffer, stride) : 0;
+    const int32_t rows = Decoder ? Decode(buffer, stride, count) : 0;
     if (stride > BytesPerRow)
         for (int32_t row = 0; row < rows; ++row)
             memset(buffer + int64_t{row} * stride + BytesPerRow, 0,
@@ -35,7 +43,7 @@ bool RunImage::GoToRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_
         Rewind();
     while (Decoder && CurrentRow + 1 < firstRow) {
         const int32_t batch = std::min(firstRow - 1 - CurrentRow, count);
-        const int32_t passed = m_codec.decode(Decoder, batch, buffer, stride);
+        const int32_t passed = Decode(buffer, stride, batch);
         CurrentRow += passed;
         if (passed < batch)
             break; // the decoder gives no more

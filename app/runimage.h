@@ -30,6 +30,8 @@ protected:
     UNCOMP* Decoder = nullptr; // of the pass since the last Rewind; null while closed
 
 private:
+    int32_t Decode(uint8_t* buffer, int32_t stride, int32_t count);
+
     const Codec& m_codec;
     DecoderBlock m_block; // what the decoder reads and allocates through
 };

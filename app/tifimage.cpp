@@ -1,6 +1,5 @@
-// Opens a TIFF file without mapping it, for a mapped file that shrinks ends the program. The arrays of strip
-// places are fetched only as rows need them, so that a page opens in the same time whatever its number of
-// strips.
+// Opens a TIFF file without mapping it, because a mapped file that shrinks ends the program. A file that was
+// cut off keeps its good rows: no strip is longer than the file.
 #include "app/tifimage.h"
 
 #include "platform/file.h"
@@ -8,11 +7,11 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstring>
-#include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
 #include <tiffio.h>
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
@@ -20,12 +19,11 @@ constexpr const char* kOpenFailed = "Open failed";
 constexpr const char* kUnsupported = "Unsupported TIFF format";
 constexpr const char* kReadError = "TIFF read error";
 
-constexpr const char* kOpenMode = "rbmO"; // m: no mapping, O: strip places on demand
+constexpr const char* kOpenMode = "rbm"; // m: no mapping
 
-constexpr int64_t kAllocationLimit = int64_t{64} << 20; // what an open may ask for in one piece
-// A strip may be larger than its rows: the worst of the fax codes takes 12 bits for two pixels.
-constexpr int64_t kLargestExpansion = 8;
-constexpr int64_t kStripOverhead = int64_t{64} << 10;
+// Of a single allocation of libtiff. Its buffer for a coded strip is outside the limit, and grows as bytes
+// arrive.
+constexpr tmsize_t kAllocationLimit = tmsize_t{64} << 20;
 
 constexpr int64_t kLargestSide = 0x7ffffff7;     // with room for rounding up
 constexpr int64_t kLargestScanline = 0x7ffffff8; // BytesPerRow rounds up to a multiple of 4
@@ -33,23 +31,59 @@ constexpr double kInchesPerCentimetre = 0.39370078740157477;
 
 void IgnoreWarning(const char*, const char*, va_list) {}
 
-// Takes a descriptor of its own; null if this is no TIFF file or asks for more than limit bytes in one piece.
-TIFF* OpenTiff(int file, const CString& path, int64_t limit)
+void NoteDamage(TIFFImage::Messages& messages, const char* module)
+{
+    if (module && strncmp(module, "Fax", 3) == 0)
+        messages.damage = true;
+}
+
+// Handlers of one open file. A result of 1 keeps the message from libtiff's own handler.
+int OnWarning(TIFF*, void* messages, const char* module, const char*, va_list)
+{
+    NoteDamage(*static_cast<TIFFImage::Messages*>(messages), module);
+    return 1;
+}
+
+// One fault may cause thousands of messages.
+int OnError(TIFF*, void* user, const char* module, const char*, va_list)
+{
+    auto& messages = *static_cast<TIFFImage::Messages*>(user);
+    NoteDamage(messages, module);
+    return std::exchange(messages.printed, true) ? 1 : 0;
+}
+
+// The handle owns the descriptor. Null if this is no TIFF file; the descriptor is closed then.
+TIFF* OpenTiff(int file, const CString& path, TIFFImage::Messages* messages)
 {
     const std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)> options{TIFFOpenOptionsAlloc(),
                                                                                    TIFFOpenOptionsFree};
-    if (!options)
-        return nullptr;
-    TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), static_cast<tmsize_t>(limit));
-    const int own = fcntl(file, F_DUPFD_CLOEXEC, 0);
-    if (own < 0)
-        return nullptr;
-    // The header is read from where the descriptor stands, and an earlier open has moved that.
-    lseek(own, 0, SEEK_SET);
-    TIFF* const handle = TIFFFdOpenExt(own, path.c_str(), kOpenMode, options.get());
+    TIFF* handle = nullptr;
+    if (options) {
+        TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kAllocationLimit);
+        TIFFOpenOptionsSetErrorHandlerExtR(options.get(), OnError, messages);
+        TIFFOpenOptionsSetWarningHandlerExtR(options.get(), OnWarning, messages);
+        handle = TIFFFdOpenExt(file, path.c_str(), kOpenMode, options.get());
+    }
     if (!handle)
-        close(own);
+        close(file);
     return handle;
+}
+
+// Lowers the byte count of each strip to what the file has after the strip's offset: libtiff then decodes a
+// strip that was cut off up to its end, instead of refusing it.
+void ClampByteCounts(TIFF* tiff, uint64_t file_bytes)
+{
+    // Both are libtiff's own arrays, with an entry for each strip.
+    const uint64_t* offsets = nullptr;
+    uint64_t* counts = nullptr;
+    if (TIFFGetField(tiff, TIFFTAG_STRIPOFFSETS, &offsets) != 1 || !offsets ||
+        TIFFGetField(tiff, TIFFTAG_STRIPBYTECOUNTS, &counts) != 1 || !counts)
+        return;
+    const uint32_t strips = TIFFNumberOfStrips(tiff);
+    for (uint32_t strip = 0; strip < strips; ++strip) {
+        const uint64_t left = file_bytes - std::min(file_bytes, offsets[strip]);
+        counts[strip] = std::min(counts[strip], left);
+    }
 }
 } // namespace
 
@@ -65,10 +99,10 @@ TIFFImage::~TIFFImage()
     TIFFImage::Close();
 }
 
-int TIFFImage::Fail(const char* words)
+int TIFFImage::Fail(const char* text)
 {
     Close();
-    ErrorText = words;
+    ErrorText = text;
     return 0;
 }
 
@@ -81,35 +115,31 @@ int TIFFImage::Open(const CString& path)
     const int file = OpenRegularFile(Path);
     if (file < 0)
         return Fail(kOpenFailed);
-    struct CloseFile {
-        int file;
-        ~CloseFile() { close(file); }
-    } const close_file{file};
-    struct stat status {
-    };
-    if (fstat(file, &status) != 0)
-        return Fail(kOpenFailed);
-
-    Tiff = OpenTiff(file, Path, kAllocationLimit);
+    Tiff = OpenTiff(file, Path, &m_messages);
     if (!Tiff)
         return Fail(kOpenFailed);
     if (!ReadTags())
         return Fail(kUnsupported);
-
-    // Only a page whose strips can be larger than the limit gets a larger one. The tags are read and judged
-    // anew: a file that somebody rewrites meanwhile must not be read with the sizes that it had before.
-    if (const int64_t allowance = StripAllowance(status.st_size); allowance > kAllocationLimit) {
-        TIFFClose(Tiff);
-        Tiff = OpenTiff(file, Path, allowance);
-        if (!Tiff)
-            return Fail(kOpenFailed);
-        if (!ReadTags())
-            return Fail(kUnsupported);
-    }
+    if (!PrepareStrips())
+        return Fail(kOpenFailed);
     return Rewind();
 }
 
-// Takes the page's numbers from the open file; false if it is none that this class reads.
+// Decides who decodes the strips. False if the file's size cannot be read.
+bool TIFFImage::PrepareStrips()
+{
+    m_bStrips = m_bGroup4 && BitsPerPixel == 1 && m_strips.Start(Tiff, Width, Height);
+    if (m_bStrips)
+        return true;
+    struct stat status {
+    };
+    if (fstat(TIFFFileno(Tiff), &status) != 0)
+        return false;
+    ClampByteCounts(Tiff, static_cast<uint64_t>(status.st_size));
+    return true;
+}
+
+// Takes the page's numbers from the open file. False if this class does not read such a page.
 bool TIFFImage::ReadTags()
 {
     uint16_t bits = 0;
@@ -140,11 +170,9 @@ bool TIFFImage::ReadTags()
 
     uint16_t compression = COMPRESSION_NONE;
     TIFFGetFieldDefaulted(Tiff, TIFFTAG_COMPRESSION, &compression);
-    IsFaxCoded = compression == COMPRESSION_CCITTRLE || compression == COMPRESSION_CCITTRLEW ||
-                 compression == COMPRESSION_CCITTFAX3 || compression == COMPRESSION_CCITTFAX4;
-    RowsPerStrip = 0;
-    TIFFGetFieldDefaulted(Tiff, TIFFTAG_ROWSPERSTRIP, &RowsPerStrip);
-    RowsPerStrip = std::max<uint32_t>(RowsPerStrip, 1);
+    if (TIFFIsTiled(Tiff) || !TIFFIsCODECConfigured(compression))
+        return false;
+    m_bGroup4 = compression == COMPRESSION_CCITTFAX4;
 
     BitsPerPixel = bits;
     Width = static_cast<int32_t>(width);
@@ -159,21 +187,13 @@ bool TIFFImage::ReadTags()
     return true;
 }
 
-// Bytes that a strip of this page can need, whatever the file says of it.
-int64_t TIFFImage::StripAllowance(int64_t file_bytes) const
-{
-    const int64_t rows = std::min<int64_t>(RowsPerStrip, Height);
-    const int64_t packed_bytes = rows * ScanlineSize; // both below 2^31
-    return packed_bytes > (file_bytes - kStripOverhead) / kLargestExpansion
-               ? file_bytes
-               : packed_bytes * kLargestExpansion + kStripOverhead;
-}
-
 int TIFFImage::Close()
 {
+    m_strips.End();
     if (Tiff)
         TIFFClose(Tiff);
     Tiff = nullptr;
+    m_messages = {};
     ClearFields();
     return 1;
 }
@@ -206,31 +226,41 @@ int TIFFImage::ReadRow(uint8_t* buffer, int32_t rowBytes)
         ErrorText = "Invalid Buffer";
         return 0;
     }
-    // The whole row: a strip that ends early leaves some bytes of the scanline unwritten.
-    memset(buffer, 0, static_cast<size_t>(rowBytes));
     ++CurrentRow;
     const auto row = static_cast<uint32_t>(CurrentRow);
-    if (!CanHoldRow(row) || TIFFReadScanline(Tiff, buffer, row, 0) != 1) {
+    bool good = false;
+    if (m_bStrips) {
+        const Group4Strips::Row result = m_strips.ReadRow(buffer, ScanlineSize, row);
+        good = result != Group4Strips::Row::Failed;
+        if (result == Group4Strips::Row::Suspicious)
+            SuspectRow(CurrentRow);
+    } else {
+        good = ReadLibtiffRow(buffer, row);
+    }
+    if (!good) {
         ErrorText = kReadError;
         return 0;
     }
+    memset(buffer + ScanlineSize, 0, static_cast<size_t>(rowBytes - ScanlineSize));
     return 1;
 }
 
-// A row of the fax codes takes one bit at least. Behind the end of a strip's data libtiff delivers rows
-// without end or complaint, so a page that claims more of them than its strip can hold would decode for
-// minutes.
-bool TIFFImage::CanHoldRow(uint32_t row) const
+// Damage in a Group 4 strip makes a failed row: nothing after it is right. The other fax codes find the next
+// line again.
+bool TIFFImage::ReadLibtiffRow(uint8_t* buffer, uint32_t row)
 {
-    if (!IsFaxCoded)
-        return true;
-    const uint32_t in_strip = row % RowsPerStrip;
-    return in_strip < 8 || in_strip / 8 < TIFFGetStrileByteCount(Tiff, row / RowsPerStrip);
+    memset(buffer, 0, static_cast<size_t>(ScanlineSize)); // a strip that ends early leaves bytes unwritten
+    m_messages.damage = false;
+    if (TIFFReadScanline(Tiff, buffer, row, 0) != 1 || (m_messages.damage && m_bGroup4))
+        return false;
+    if (m_messages.damage)
+        SuspectRow(CurrentRow);
+    return true;
 }
 
 int TIFFImage::Rewind()
 {
-    CurrentRow = -1; // libtiff is told each row by its number
+    CurrentRow = -1; // rows are read by their number
     return 1;
 }
 
@@ -251,7 +281,7 @@ CString LabelFromPath(const CString& path)
 int32_t WholeDpi(float resolution, bool per_centimetre)
 {
     const double dpi = per_centimetre ? resolution / kInchesPerCentimetre : double{resolution};
-    if (!(dpi > 0)) // what is no number compares false
+    if (!(dpi > 0)) // also if it is not a number
         return 0;
     return dpi >= INT32_MAX ? INT32_MAX : static_cast<int32_t>(dpi);
 }

@@ -370,7 +370,7 @@ TEST(Document, ADamagedPageLeavesNothingToTheNext)
     for (const bool good : {false, true, false, false}) {
         ASSERT_TRUE(document.OnOpenDocument(good ? sound : damaged));
         EXPECT_TRUE(document.GetRows(0, 40));
-        EXPECT_EQ(boxes.Take(), good ? Texts{} : Texts{"error at line 20: TIFF read error"});
+        EXPECT_EQ(boxes.Take(), good ? Texts{} : Texts{"error at line 39: TIFF read error"});
         EXPECT_EQ(document.RowAddress(39)[7], good ? HostileTiff::RowByte(39, 7) : 0);
     }
 }

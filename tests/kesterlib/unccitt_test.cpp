@@ -3,11 +3,12 @@
 #include "kesterlib/unccitt.h"
 
 #include "tests/support/chunk_block.h"
+#include "tests/support/from_bits.h"
+#include "tiffout.h"
 #include "unccitt_codes.h"
 #include "unccitt_runs.h"
 
 #include <gtest/gtest.h>
-#include <tiffio.h>
 
 #include <algorithm>
 #include <map>
@@ -24,6 +25,7 @@ namespace
 {
 using Bytes = std::vector<uint8_t>;
 using test_support::ChunkBlock;
+using test_support::FromBits;
 
 // ---- A decoder bit by bit ------------------------------------------------------------------------------
 
@@ -248,22 +250,10 @@ void ExpectAsReference(const Bytes& stream, int width, int rows)
 // libtiff's strip of a page.
 Bytes Encode(const Bytes& page, int width, int rows)
 {
-    const std::string path = testing::TempDir() + "group4-" + std::to_string(getpid()) + ".tif";
-    TIFF* tiff = TIFFOpen(path.c_str(), "w");
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, width);
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, rows);
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 1);
-    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
-    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rows);
-    Bytes rows_in = page;
-    TIFFWriteEncodedStrip(tiff, 0, rows_in.data(), static_cast<tmsize_t>(rows_in.size()));
-    TIFFClose(tiff);
-    tiff = TIFFOpen(path.c_str(), "r");
-    Bytes strip(static_cast<size_t>(TIFFRawStripSize(tiff, 0)));
-    TIFFReadRawStrip(tiff, 0, strip.data(), static_cast<tmsize_t>(strip.size()));
-    TIFFClose(tiff);
-    remove(path.c_str());
+    pages::Bitmap bitmap(width, rows);
+    bitmap.rows = page;
+    Bytes strip;
+    EXPECT_EQ(pages::encode_group4(bitmap, strip), "");
     return strip;
 }
 
@@ -392,23 +382,6 @@ TEST(Unccitt, TheGreatestListsFit)
             SCOPED_TRACE(width);
             ExpectAsReference(Encode(page, width, 2), width, 2, AsRows(page, width));
         }
-}
-
-// From bits; "end" is the end of line code.
-Bytes FromBits(std::string text)
-{
-    if (const size_t end = text.find("end"); end != std::string::npos)
-        text.replace(end, 3, "000000000001");
-    Bytes stream;
-    size_t bits = 0;
-    for (const char bit : text) {
-        if (bit == ' ')
-            continue;
-        if (bits % 8 == 0)
-            stream.push_back(0);
-        stream.back() |= static_cast<uint8_t>((bit - '0') << (7 - bits++ % 8));
-    }
-    return stream;
 }
 
 // Streams by hand.

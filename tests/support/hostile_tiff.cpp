@@ -4,21 +4,38 @@
 
 namespace
 {
-void Put(std::string& bytes, uint32_t value, size_t size)
+std::vector<std::string> PlainStrips(uint32_t width, uint32_t height, uint32_t rows_per_strip)
 {
-    for (size_t i = 0; i < size; ++i)
-        bytes += static_cast<char>(value >> (8 * i));
+    std::vector<std::string> strips;
+    for (uint32_t y = 0; y < height; ++y) {
+        if (y % rows_per_strip == 0)
+            strips.emplace_back();
+        for (size_t i = 0; i < (width + 7) / 8; ++i)
+            strips.back() += static_cast<char>(HostileTiff::RowByte(y, i));
+    }
+    return strips;
 }
 } // namespace
 
-HostileTiff::HostileTiff(uint32_t width, uint32_t height, uint32_t rows_per_strip)
-    : m_row_bytes((width + 7) / 8)
+void HostileTiff::Put(std::string& bytes, uint32_t value, size_t size) const
 {
-    for (uint32_t y = 0; y < height; ++y)
-        for (size_t i = 0; i < m_row_bytes; ++i)
-            m_rows += static_cast<char>(RowByte(y, i));
-    for (uint32_t y = 0; y < height; y += rows_per_strip)
-        m_strip_bytes.push_back(std::min(rows_per_strip, height - y) * static_cast<uint32_t>(m_row_bytes));
+    for (size_t i = 0; i < size; ++i)
+        bytes += static_cast<char>(value >> 8 * (m_order == ByteOrder::Little ? i : size - 1 - i));
+}
+
+HostileTiff::HostileTiff(uint32_t width, uint32_t height, uint32_t rows_per_strip)
+    : HostileTiff(width, height, rows_per_strip, PlainStrips(width, height, rows_per_strip))
+{
+}
+
+HostileTiff::HostileTiff(uint32_t width, uint32_t height, uint32_t rows_per_strip,
+                         const std::vector<std::string>& strips, ByteOrder order)
+    : m_order(order), m_row_bytes((width + 7) / 8)
+{
+    for (const std::string& strip : strips) {
+        m_rows += strip;
+        m_strip_bytes.push_back(static_cast<uint32_t>(strip.size()));
+    }
     SetLong(tag::kWidth, width);
     SetLong(tag::kHeight, height);
     Set(tag::kBits, kShort, {1});
@@ -67,8 +84,8 @@ std::string HostileTiff::Bytes() const
             Put(bytes, offset, 4);
     }
 
-    std::string file = "II*";
-    Put(file, 0, 1);
+    std::string file = m_order == ByteOrder::Little ? "II" : "MM";
+    Put(file, 42, 2);
     Put(file, 8, 4);
     Put(file, static_cast<uint32_t>(tags.size()), 2);
     std::string outside;

@@ -9,11 +9,16 @@
 #include <utility>
 #include <vector>
 
-// Little-endian and, but for the sides, a sound page: 1 bit a pixel, 1 is black, strips one after the other.
+// Except for the sides, an undamaged page: 1 bit per pixel, 1 is black, strips one after the other.
 class HostileTiff
 {
 public:
-    HostileTiff(uint32_t width, uint32_t height, uint32_t rows_per_strip);
+    enum class ByteOrder { Little, Big };
+
+    HostileTiff(uint32_t width, uint32_t height, uint32_t rows_per_strip); // uncompressed, of RowByte
+    // With these strips; the tag of their compression is the caller's.
+    HostileTiff(uint32_t width, uint32_t height, uint32_t rows_per_strip,
+                const std::vector<std::string>& strips, ByteOrder order = ByteOrder::Little);
 
     static constexpr uint16_t kShort = 3; // types of a tag
     static constexpr uint16_t kLong = 4;
@@ -42,6 +47,9 @@ private:
         uint32_t count;
         std::string bytes;
     };
+    void Put(std::string& bytes, uint32_t value, size_t size) const;
+
+    ByteOrder m_order;
     std::map<uint16_t, Tag> m_tags;
     std::vector<uint32_t> m_strip_bytes;
     size_t m_row_bytes;
@@ -53,6 +61,7 @@ private:
 namespace tag
 {
 constexpr uint16_t kWidth = 256, kHeight = 257, kBits = 258, kCompression = 259, kPhotometric = 262;
+constexpr uint16_t kFillOrder = 266, kT4Options = 292, kT6Options = 293;
 constexpr uint16_t kDocumentName = 269, kStripOffsets = 273, kSamples = 277, kRowsPerStrip = 278;
 constexpr uint16_t kStripByteCounts = 279, kXResolution = 282, kYResolution = 283, kPlanar = 284;
 constexpr uint16_t kResolutionUnit = 296, kTileWidth = 322, kTileLength = 323, kTileOffsets = 324;

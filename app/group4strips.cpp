@@ -1,0 +1,135 @@
+#include "app/group4strips.h"
+
+#include <algorithm>
+#include <cstring>
+#include <kesterlib/unccitt.h>
+#include <tiffio.h>
+#include <unistd.h>
+
+namespace
+{
+constexpr uint32_t kEndCodeBits = 12;
+
+// Bits that the decoder has taken from its input, modulo 2^32.
+uint32_t BitsTaken(const UNCOMP& decoder)
+{
+    const auto in_buffer = static_cast<uint32_t>(decoder.in_ptr - decoder.buf_start);
+    return (static_cast<uint32_t>(decoder.bytes_before) + in_buffer) * 8 -
+           static_cast<uint32_t>(decoder.bitsloaded);
+}
+
+// Whether the next bits are an end code.
+bool IsAtEndCode(const UNCOMP& decoder)
+{
+    return decoder.bits_hi >> (16 - kEndCodeBits) == 1;
+}
+} // namespace
+
+void StripInput::Start(int file, uint64_t offset, uint64_t bytes, bool last_bit_first)
+{
+    m_file = file;
+    m_offset = static_cast<int64_t>(std::min<uint64_t>(offset, INT64_MAX));
+    m_left = offset == 0 ? 0 : std::min<uint64_t>(bytes, static_cast<uint64_t>(INT64_MAX - m_offset));
+    m_last_bit_first = last_bit_first;
+    m_taken = m_there = 0;
+}
+
+size_t StripInput::Read(void* buffer, size_t size)
+{
+    if (m_taken == m_there)
+        Fill();
+    const size_t bytes = std::min(size, m_there - m_taken);
+    memcpy(buffer, m_piece + m_taken, bytes);
+    m_taken += bytes;
+    return bytes;
+}
+
+void StripInput::Fill()
+{
+    m_taken = m_there = 0;
+    const auto wanted = static_cast<size_t>(std::min<uint64_t>(m_left, kPieceBytes));
+    const ssize_t got = wanted == 0 ? 0 : pread(m_file, m_piece, wanted, m_offset);
+    if (got <= 0) { // the file may have become shorter
+        m_left = 0;
+        return;
+    }
+    if (m_last_bit_first)
+        TIFFReverseBits(m_piece, got);
+    m_offset += got;
+    m_left -= static_cast<uint64_t>(got);
+    m_there = static_cast<size_t>(got);
+}
+
+bool Group4Strips::Start(tiff* file, int32_t width, int32_t height)
+{
+    End();
+    m_tiff = file;
+    m_width = width;
+    uint32_t rows = 0;
+    uint16_t fill_order = FILLORDER_MSB2LSB;
+    TIFFGetFieldDefaulted(file, TIFFTAG_ROWSPERSTRIP, &rows);
+    TIFFGetFieldDefaulted(file, TIFFTAG_FILLORDER, &fill_order);
+    m_height = static_cast<uint32_t>(height);
+    m_rows_per_strip = rows == 0 || rows > m_height ? std::max(m_height, 1U) : rows;
+    m_last_bit_first = fill_order == FILLORDER_LSB2MSB;
+    return StartStrip(0);
+}
+
+void Group4Strips::End()
+{
+    if (m_decoder)
+        Uncomp_Free(m_decoder);
+    m_decoder = nullptr;
+}
+
+bool Group4Strips::StartStrip(uint32_t strip)
+{
+    End();
+    int no_offset = 0;
+    int no_bytes = 0;
+    const uint64_t offset = TIFFGetStrileOffsetWithErr(m_tiff, strip, &no_offset);
+    const uint64_t bytes = TIFFGetStrileByteCountWithErr(m_tiff, strip, &no_bytes);
+    m_input.Start(TIFFFileno(m_tiff), no_offset ? 0 : offset, no_bytes ? 0 : bytes, m_last_bit_first);
+    m_decoder =
+        Unccitt4_Open_Callback(m_block.From(&m_input), m_width, m_width / 8 + (m_width % 8 != 0), nullptr);
+    m_strip = strip;
+    m_next = 0;
+    m_damaged = !m_decoder;
+    return !m_damaged;
+}
+
+Group4Strips::Row Group4Strips::ReadRow(uint8_t* buffer, int32_t row_bytes, uint32_t row)
+{
+    if (row >= m_height)
+        return Row::Failed;
+    const uint32_t in_strip = row % m_rows_per_strip;
+    if (row / m_rows_per_strip != m_strip || in_strip < m_next)
+        StartStrip(row / m_rows_per_strip);
+    Row result = Row::Failed;
+    while (m_next <= in_strip)
+        result = DecodeNext(buffer, row_bytes);
+    return result;
+}
+
+Group4Strips::Row Group4Strips::DecodeNext(uint8_t* buffer, int32_t row_bytes)
+{
+    const auto row = static_cast<int32_t>(m_next++);
+    m_damaged = m_damaged || !DecodeSound(buffer, row_bytes);
+    if (m_damaged)
+        return Row::Failed;
+    return Uncomp_First_Suspicious_Row(m_decoder, UNCOMP_PAST_WIDTH) == row ? Row::Suspicious : Row::Good;
+}
+
+// False if what is decoded is not a row of the page.
+bool Group4Strips::DecodeSound(uint8_t* buffer, int32_t row_bytes)
+{
+    const bool had_ended = m_decoder->eol_seen != 0;
+    const uint32_t start = BitsTaken(*m_decoder);
+    if (Unccitt4_Decode(m_decoder, 1, buffer, row_bytes) != 1 ||
+        Uncomp_First_Suspicious_Row(m_decoder, UNCOMP_DECREASING | UNCOMP_FILLER) >= 0)
+        return false;
+    if (m_decoder->eol_seen == 0 || had_ended)
+        return true;
+    // A true end of the strip is two end codes after a row. The rows after it are white.
+    return m_next > 1 && BitsTaken(*m_decoder) - start == kEndCodeBits && IsAtEndCode(*m_decoder);
+}
