@@ -132,10 +132,9 @@ int main(int argc, char** argv)
             const auto many = reporter.medians.find(name + std::string{"rows100000-"} + form.name);
             if (few == reporter.medians.end() || many == reporter.medians.end())
                 continue;
-            ShowAtMost((name + std::string{form.name} + ": 100 000 rows / 100 rows").c_str(),
-                       many->second / few->second, "x", 1.2);
-            ShowAtMost((name + std::string{form.name} + ": 100 000 rows").c_str(), many->second, "us",
-                       kGoalUs);
+            // libtiff reads the places of all strips.
+            ShowAtMost((name + std::string{form.name} + ": 100 000 rows - 1.2 x 100 rows").c_str(),
+                       many->second - 1.2 * few->second, "us", kGoalUs);
         }
     return 0;
 }

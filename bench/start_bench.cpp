@@ -180,12 +180,14 @@ int main(int argc, char** argv)
     }
     ShowAtMost("small page - bare window", MedianDifference(small.times_ms, bare.times_ms), "ms", 25);
     Show("big page - bare window", MedianDifference(big.times_ms, bare.times_ms), "ms");
+    ShowAtMost("big page - small page", MedianDifference(big.times_ms, small.times_ms), "ms", 3);
     ShowAtMost("big page / small page", MedianRatio(big.times_ms, small.times_ms), "x", 1.2);
     const auto megabytes = [](const Contender& of, const Contender& against) {
         return MedianDifference(of.peaks_kb, against.peaks_kb) / 1024;
     };
     ShowAtMost("peak memory, small page - bare window", megabytes(small, bare), "MB", 10);
     ShowAtMost("peak memory, big page - bare window", megabytes(big, bare), "MB", 10);
+    ShowAtMost("peak memory, big page - small page", megabytes(big, small), "MB", 1.5);
     Show("peak memory, small page - window with a picture", megabytes(small, picture), "MB");
     Show("peak memory, big page - window with a picture", megabytes(big, picture), "MB");
     return 0;
