@@ -181,11 +181,16 @@ bool CLumentaDoc::IsBilevelPage() const
 
 CString CLumentaDoc::GetStatusText() const
 {
-    CString text;
     if (!HasPage())
-        text = "No page";
-    else if (m_bReadError)
-        text.Format("damaged from line %d", m_nErrorRow);
+        return "No page";
+    CString text;
+    if (m_pImage->SuspiciousRow >= 0)
+        text.Format("suspicious from line %d", m_pImage->SuspiciousRow);
+    if (m_bReadError) {
+        CString damaged;
+        damaged.Format("damaged from line %d", m_nErrorRow);
+        text = text.IsEmpty() ? damaged : text + ", " + damaged;
+    }
     return text;
 }
 

@@ -36,8 +36,8 @@ public:
 
     bool HasPage() const;
     bool IsBilevelPage() const;
-    // What the message field says of the page: that there is none, or where it is damaged; else an empty
-    // text.
+    // What the message field says of the page: that there is none, from where on it may be wrong, and from
+    // where on it is damaged; else an empty text.
     CString GetStatusText() const;
     CPalette* GetPagePalette(bool scaled) const; // null if there is none
 

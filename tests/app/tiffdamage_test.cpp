@@ -97,7 +97,8 @@ Outcome ReadFile(const std::string& path, const Bytes& page)
     return image.IsValid() ? ReadRows(image, page) : Outcome{};
 }
 
-// The document shows the rows of the page, zeros after them, and one box that names the first bad row.
+// The document shows the rows of the page, zeros after them, one box that names the first bad row, and a
+// note.
 void ExpectOneBox(const std::string& path, const Bytes& page, const Outcome& outcome)
 {
     BoxTexts boxes;
@@ -107,6 +108,11 @@ void ExpectOneBox(const std::string& path, const Bytes& page, const Outcome& out
     ASSERT_TRUE(document.GetRows(kHeight / 2, kHeight / 2));
     const std::string box = "error at line " + std::to_string(outcome.rows) + ": TIFF read error";
     EXPECT_EQ(boxes.Take(), outcome.rows == kHeight ? std::vector<std::string>{} : std::vector{box});
+    std::string note =
+        outcome.suspicious < 0 ? "" : "suspicious from line " + std::to_string(outcome.suspicious);
+    if (outcome.rows < kHeight)
+        note += (note.empty() ? "" : ", ") + std::string("damaged from line ") + std::to_string(outcome.rows);
+    EXPECT_EQ(document.GetStatusText(), note);
     const size_t row_bytes = page.size() / kHeight;
     const Bytes zeros(row_bytes);
     for (int y = 0; y < kHeight; ++y)
@@ -408,6 +414,7 @@ TEST(TIFFImage, Group3DamageIsNoted)
     EXPECT_EQ(outcome.rows, kHeight);
     EXPECT_GE(outcome.wrong, 20);
     EXPECT_EQ(outcome.suspicious, outcome.wrong);
+    ExpectOneBox(path, page, outcome);
 }
 
 // One changed byte in each of 400 copies of a page of text.
