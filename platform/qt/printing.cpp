@@ -123,6 +123,8 @@ public:
         };
         m_painter->setRenderHint(QPainter::SmoothPixmapTransform);
         for (int64_t top = 0; top < lines; top += band) {
+            if (CCmdTarget::WorkInterrupted()) // Qt takes long to compress a band; the print ends after this
+                return false;
             const int64_t end = top + band < lines ? std::min<int64_t>(top + band + overlap, lines) : lines;
             const QRect place(dest.left, edge(top), dest.Width(), edge(end) - edge(top));
             if (!DrawBand(place, info, bits,

@@ -286,6 +286,23 @@ TEST_F(PrintingTest, AFailureIsToldOnceAndLeavesNoFile)
         EXPECT_FALSE(exists(pdf));
     }
     view->print = draw;
+    // Escape between two bands of a grey picture.
+    BitmapInfo info;
+    info.width = 100;
+    info.height = -2000;
+    const std::vector<uint8_t> bits(100 * 2000);
+    int64_t now = 0;
+    SetWorkClock([&now] { return now += 600; });
+    SetMemoryStatusSource([] { return MemoryStatus{1 << 20, 0}; });
+    view->print = [&](CDC* dc, CPrintInfo*) {
+        CallFromLoop([this] { PressKey(*view, TestKey::escape); });
+        dc->StretchDIBits(0, 0, 333, 6661, 0, 0, 100, 2000, bits.data(), info, SRCCOPY);
+    };
+    EXPECT_EQ(boxes(), 0);
+    EXPECT_FALSE(exists(pdf));
+    SetMemoryStatusSource(nullptr);
+    SetWorkClock({});
+    view->print = [&](CDC* dc, CPrintInfo* print) { page.Draw(dc, print->m_rectDraw); };
     // A device stays.
     pdf = scratch.File("null");
     if (mknod(pdf.c_str(), S_IFCHR | 0600, makedev(1, 3)) == 0) {
