@@ -5,8 +5,8 @@
 #include "platform/qt/queue.h"
 #include "platform/wnd.h"
 
+#include <QApplication>
 #include <QCloseEvent>
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QWheelEvent>
@@ -54,6 +54,18 @@ bool IsMainWindow(const QObject* receiver)
     const CWnd* const main = AfxGetMainWnd();
     const QWidget* const widget = main && main->Peer() ? main->Peer()->Widget() : nullptr;
     return widget && (receiver == widget->window() || receiver == widget->window()->windowHandle());
+}
+
+// The dialog that is open may have been opened by held input. As with input from the display, nothing reaches
+// the windows that it blocks.
+bool IsBlocked(const QObject* receiver)
+{
+    const QWidget* const modal = QApplication::activeModalWidget();
+    if (!modal)
+        return false;
+    while (receiver && receiver != modal && receiver != modal->windowHandle())
+        receiver = receiver->parent();
+    return !receiver;
 }
 } // namespace
 
@@ -212,7 +224,7 @@ bool LongWork::event(QEvent* event)
     m_ready.pop_front();
     if (m_looking) // in the next work already
         m_held.push_back(std::move(held));
-    else if (held.receiver)
+    else if (held.receiver && !IsBlocked(held.receiver))
         Send(held);
     return true;
 }

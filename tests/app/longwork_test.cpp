@@ -187,6 +187,22 @@ TEST_F(LongWorkTest, OtherInputWaitsForTheEndOfTheWork)
     EXPECT_EQ(boxes.Take(), Texts{});
 }
 
+TEST_F(LongWorkTest, ADialogThatHeldInputOpensBlocksTheRestOfIt)
+{
+    StartWithSlowPage();
+    int opened = 0;
+    SetFileDialogHook([&](CFileDialog&) { ++opened; });
+    When(150, [this] {
+        PressAccelerator(*frame, "Ctrl+O");
+        PressAccelerator(*frame, "Ctrl+O");
+    });
+    Jump();
+    EXPECT_TRUE(PumpUntil([&] { return opened > 0; }));
+    EXPECT_TRUE(PumpUntilIdle());
+    SetFileDialogHook({});
+    EXPECT_EQ(opened, 1);
+}
+
 TEST_F(LongWorkTest, ClosingTheMainWindowEndsTheProgramWithoutABox)
 {
     StartWithSlowPage();
