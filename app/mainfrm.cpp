@@ -125,7 +125,7 @@ bool CMainFrame::PreCreateWindow(CREATESTRUCT& cs)
         return false;
     const std::optional<CRect> place =
         ParsePlacement(AfxGetApp()->GetProfileString(kWindowSettings, kMainFrame));
-    if (place) { // one that shows on no screen is the framework's to mend
+    if (place) { // one that shows on no screen is corrected by the framework
         cs.x = place->left;
         cs.y = place->top;
         cs.cx = place->Width();

@@ -68,5 +68,5 @@ public:
     ScaleUpdateHint(int32_t first, int32_t last) : m_nFirstLine(first), m_nLastLine(last) {}
 
     int32_t m_nFirstLine;
-    int32_t m_nLastLine; // the line behind the batch
+    int32_t m_nLastLine; // the line after the batch
 };

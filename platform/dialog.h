@@ -100,7 +100,7 @@ public:
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     int GetCount() const;
-    CString GetLBText(int index) const; // empty behind the end
+    CString GetLBText(int index) const; // empty after the end
     void SetCurSel(int index);
 };
 

@@ -1,4 +1,4 @@
-// Frames: making the view, the road of commands, titles, and the end of the document with its main window.
+// Frames: making the view, the path of commands, titles, and the end of the document with its main window.
 #include "platform/frame.h"
 
 #include "platform/app.h"
@@ -200,7 +200,7 @@ CCmdUI CFrameWnd::QueryCommand(UINT command)
 
 bool CFrameWnd::OnCommandMessage(UINT command)
 {
-    // Whatever the road of a command is, a disabled one does not run.
+    // A disabled command does not run, whichever path it takes.
     return QueryCommand(command).IsEnabled() && CWnd::OnCommandMessage(command);
 }
 

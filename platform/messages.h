@@ -85,10 +85,10 @@ public:
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     enum class CommandStep : uint8_t { run, update };
-    // Offers a command along the class's road. True if a handler took it. With update, ui is the entry asked
+    // Offers a command along the class's path. True if a handler took it. With update, ui is the entry asked
     // for.
     virtual bool OnCmdMsg(UINT command, CommandStep step, CCmdUI* ui);
-    // True if some handler on the road would run the command.
+    // True if some handler on the path would run the command.
     virtual bool HasCommandHandler(UINT command);
 
     // A nested pair around work that may take long. The pointer becomes an hourglass, atOnce for work that a
