@@ -111,6 +111,16 @@ Group4Strips::Row Group4Strips::ReadRow(uint8_t* buffer, int32_t row_bytes, uint
     return result;
 }
 
+uint32_t Group4Strips::SkipWhiteRows(uint32_t row, uint32_t count)
+{
+    if (row >= m_height || row / m_rows_per_strip != m_strip || row % m_rows_per_strip != m_next ||
+        m_damaged || !m_decoder->eol_seen)
+        return 0;
+    const uint32_t rows = std::min({count, m_rows_per_strip - m_next, m_height - row});
+    m_next += rows;
+    return rows;
+}
+
 Group4Strips::Row Group4Strips::DecodeNext(uint8_t* buffer, int32_t row_bytes)
 {
     const auto row = static_cast<int32_t>(m_next++);

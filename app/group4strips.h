@@ -50,6 +50,9 @@ public:
     // unchanged. The next row of the strip costs one row. For any other row, the rows before it in its strip
     // are decoded again.
     Row ReadRow(uint8_t* buffer, int32_t row_bytes, uint32_t row);
+    // Passes over rows from `row` on that are white because the coded data of their strip has ended, at no
+    // cost. Returns how many: at most count, and 0 unless `row` is the one after the last that was read.
+    uint32_t SkipWhiteRows(uint32_t row, uint32_t count);
 
 private:
     bool StartStrip(uint32_t strip);

@@ -264,6 +264,16 @@ int TIFFImage::Rewind()
     return 1;
 }
 
+int32_t TIFFImage::SkipRows(int32_t count, Skip)
+{
+    if (!IsValid() || !m_bStrips || count <= 0)
+        return 0;
+    const auto next = static_cast<uint32_t>(CurrentRow + 1);
+    const auto passed = static_cast<int32_t>(m_strips.SkipWhiteRows(next, static_cast<uint32_t>(count)));
+    CurrentRow += passed;
+    return passed;
+}
+
 int TIFFImage::IsValid()
 {
     return Tiff && Width >= 1 && Height >= 1 && (BitsPerPixel == 1 || BitsPerPixel == 8) ? 1 : 0;

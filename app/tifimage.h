@@ -23,6 +23,7 @@ public:
     // Bytes after the scanline become 0. CurrentRow moves on even if the row cannot be read.
     int ReadRow(uint8_t* buffer, int32_t rowBytes) override;
     int Rewind() override;
+    int32_t SkipRows(int32_t count, Skip which) override;
     int IsValid() override;
 
     // What libtiff has said about the open file.

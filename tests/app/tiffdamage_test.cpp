@@ -179,7 +179,7 @@ TEST(TIFFImage, EveryCutKeepsTheRowsBeforeIt)
                 std::copy_n(page.begin() + first * row_bytes, part.rows.size(), part.rows.begin());
                 bits = test_support::Group4Bits(part);
             }
-            for (size_t there = 0; there < strip.size(); there += group4 ? 3 : 11) {
+            for (size_t there = 0; there < strip.size(); there += group4 ? 5 : 17) {
                 SCOPED_TRACE(testing::Message() << variant.name << ", strip at row " << first << " cut at "
                                                 << there << " of " << strip.size());
                 std::filesystem::remove(path); // faster than writing over it
@@ -204,7 +204,7 @@ TEST(TIFFImage, EveryCutKeepsTheRowsBeforeIt)
                     ASSERT_TRUE(outcome.suspicious < 0 || outcome.suspicious >= outcome.rows - 2) << outcome;
                 }
                 before = outcome.rows;
-                if (cuts++ % 97 == 0)
+                if (cuts++ % 53 == 0)
                     ExpectOneBox(path, page, outcome);
                 if (HasFailure())
                     return;
@@ -273,6 +273,35 @@ TEST(TIFFImage, Group4DamageIsReportedAtItsRow)
             EXPECT_EQ(image.ReadRow(row, 4), y < c.want.rows || (!same_strip && !empty)) << y;
         }
     }
+}
+
+// A few bytes may claim two billion rows.
+TEST(TIFFImage, WhiteRowsAfterTheEndOfAGroup4StripArePassedOverAtOnce)
+{
+    constexpr int kStripRows = 0x50000000;
+    const StripFormat format{COMPRESSION_CCITTFAX4, kStripRows};
+    const Bytes bits = test_support::FromBits("001 1000 10 1 end end");
+    const std::string strip(bits.begin(), bits.end());
+    const ScratchDirectory scratch;
+    const std::string path =
+        scratch.Write("page.tif", test_support::TiffOf({strip, strip}, 8, 0x7ffffff0, format).Bytes());
+    TIFFImage image;
+    EXPECT_EQ(image.SkipRows(1, Image::Skip::anyRows), 0) << "closed";
+    ASSERT_EQ(image.Open(path), 1);
+    uint8_t row[4];
+    for (const int strip_rows : {kStripRows, 0x7ffffff0 - kStripRows}) {
+        EXPECT_EQ(image.SkipRows(1, Image::Skip::anyRows), 0) << "the end is not read yet";
+        EXPECT_EQ(image.ReadRow(row, 4), 1);
+        EXPECT_EQ(row[0], 0x1c);
+        EXPECT_EQ(image.ReadRow(row, 4), 1);
+        EXPECT_EQ(row[0], 0);
+        EXPECT_EQ(image.SkipRows(5, Image::Skip::zeroRows), 5);
+        EXPECT_EQ(image.ReadRow(row, 4), 1);
+        EXPECT_EQ(row[0], 0);
+        EXPECT_EQ(image.SkipRows(INT32_MAX, Image::Skip::zeroRows), strip_rows - 8);
+    }
+    EXPECT_EQ(image.CurrentRow, 0x7ffffff0 - 1);
+    EXPECT_EQ(image.SkipRows(1, Image::Skip::anyRows), 0) << "the end of the page";
 }
 
 // Places and sizes of Group 4 strips that no writer writes.
