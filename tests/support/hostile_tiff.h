@@ -61,7 +61,7 @@ private:
 namespace tag
 {
 constexpr uint16_t kWidth = 256, kHeight = 257, kBits = 258, kCompression = 259, kPhotometric = 262;
-constexpr uint16_t kFillOrder = 266, kT4Options = 292, kT6Options = 293;
+constexpr uint16_t kFillOrder = 266, kT4Options = 292;
 constexpr uint16_t kDocumentName = 269, kStripOffsets = 273, kSamples = 277, kRowsPerStrip = 278;
 constexpr uint16_t kStripByteCounts = 279, kXResolution = 282, kYResolution = 283, kPlanar = 284;
 constexpr uint16_t kResolutionUnit = 296, kTileWidth = 322, kTileLength = 323, kTileOffsets = 324;
