@@ -1,5 +1,5 @@
 // The input is a TIFF file, whose strips the codec library (Group 4) or libtiff decodes. A page that opens is
-// read inside its buffer, with zeros behind each scanline. The same file opened again returns the same rows,
+// read inside its buffer, with zeros after each scanline. The same file opened again returns the same rows,
 // and so does a second run after Rewind. The last does not hold for the fax codes in libtiff: on damaged data
 // its decoder uses runs that are left from what it decoded before.
 #include "app/tifimage.h"

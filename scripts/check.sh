@@ -4,12 +4,12 @@
 #   house     rules that need no compiler: includes, blanks, sizes; the scripts themselves
 #   format    clang-format would change nothing
 #   lto       the program, built with link-time optimisation, passes one end-to-end test
-#   tidy      clang-tidy has nothing to say
+#   tidy      clang-tidy reports nothing
 #   busy      all tests while two busy loops per core run, LUMENTA_BUSY_ROUNDS (3) times; LUMENTA_BUSY_TESTS, a
 #             regular expression, chooses tests
 #   sanitize  all tests under the address, leak and undefined-behaviour sanitizers
 #   fuzz      every fuzz target: its corpus, then LUMENTA_FUZZ_SECONDS (20) of new inputs
-# By name only, because it takes hours:
+# Only if named, because it takes hours:
 #   matrix    all tests of builds with other compilers and flags: link-time optimisation, the flags of Debian packages,
 #             the newest clang (with its sanitizers and fuzz targets) and gcc, the assertions of the standard library;
 #             the codec library on aarch64 and s390x. matrix_NAME is one of these: see matrix_parts below.
@@ -69,7 +69,7 @@ check_lto()
   run_tests "$root/build/lto" -R '^end_to_end_kinds$'
 }
 
-# Keeps a core busy until the script has ended, whatever ended it.
+# Keeps a core busy until the script has ended, even if it was killed.
 busy_loop()
 {
   local n
@@ -236,7 +236,7 @@ matrix_cross()
     "-DTIFF_INCLUDE_DIR=$system/usr/include/$triplet" "-DTIFF_LIBRARY=$libraries/libtiff.so" \
     "-DLUMENTA_JBIGKIT=$libraries/libjbig.a" "-DCMAKE_CXX_FLAGS=-idirafter $system/usr/include" \
     "-DCMAKE_EXE_LINKER_FLAGS=-Wl,-rpath-link,$libraries:$system/lib/$triplet"
-  # That test starts its program anew, which the emulator passes on to the system.
+  # That test starts its program again. The emulator leaves that to the system, which cannot run it.
   run_tests "$root/build/$processor" -E '^CallbackDeathTest\.FatalReportsEndTheProcess$'
 }
 

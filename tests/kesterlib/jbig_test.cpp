@@ -489,7 +489,7 @@ TEST(Jbig, WritesNoMoreOfARowThanThePitch)
     }
 }
 
-// After the data stripes go on with bits of 0, until one is like the one before.
+// After the end of the data the stripes are decoded from bits of 0, until one equals the one before.
 TEST(Jbig, StripesThatRepeatAreNotDecodedAgain)
 {
     for (const int width : {1, 9, 640})
@@ -504,7 +504,7 @@ TEST(Jbig, StripesThatRepeatAreNotDecodedAgain)
                     return;
             }
         }
-    // Two billion rows, which decoded one by one would take minutes.
+    // Two billion rows: decoded one by one they would take minutes.
     const Bytes blank = EncodeOwn(Bitmap(1000, 300), 100, pages::StripeEnd::KeepContexts);
     jbig_data* const dat = Jbig_Open_Input_MMapped(blank.data(), blank.size());
     Bytes row(125, 0x11);
@@ -539,7 +539,7 @@ TEST(Jbig, AsksItsBlockWithinALargeStripe)
             const bool large = width > 640;
             const bool ends = large && end > 0;
             EXPECT_EQ(Jbig_Decode_Discard(dat, 2 * kStripeRows), ends ? 0 : 2 * kStripeRows);
-            EXPECT_EQ(asked, !large ? 0 : ends ? end : 6); // 65536 x 100 is thrice 2^21 pixels, and some
+            EXPECT_EQ(asked, !large ? 0 : ends ? end : 6); // 65536 x 100 pixels are more than 3 x 2^21
             EXPECT_STREQ(Jbig_Error_String(dat), ends ? "Error reading file" : nullptr);
             EXPECT_EQ(block.messages, "");
             EXPECT_EQ(Jbig_Decode_Discard(dat, 1), ends ? 0 : 1);

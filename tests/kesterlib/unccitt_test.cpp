@@ -430,7 +430,7 @@ TEST(Unccitt, KnowsWhatEndsARowAndAPage)
         EXPECT_EQ(std::vector<int>(reference.suspicious, reference.suspicious + 3), one.suspicious);
         ExpectAsReference(stream, 8, 3, reference);
     }
-    // Behind the end any number of rows may be passed over.
+    // After the end any number of rows may be passed over.
     const Bytes stream = FromBits("1 end");
     UNCOMP* const frame = Unccitt4_Open_MMapped(stream.data(), stream.size(), 8, 1, nullptr);
     uint8_t row = 0x11;

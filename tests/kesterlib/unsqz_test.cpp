@@ -4,6 +4,7 @@
 
 #include "sqzencode.h"
 #include "tests/support/chunk_block.h"
+#include "tests/support/from_bits.h"
 #include "tests/support/sqz_reference.h"
 #include "unsqz_codes.h"
 
@@ -254,14 +255,8 @@ TEST(Unsqz, KnowsTheLimitsOfARow)
                     stream.push_back(static_cast<uint8_t>(std::stoi(word.substr(i, 2), nullptr, 16)));
                 continue;
             }
-            size_t bits = 0;
-            for (const char bit : word) {
-                if (bit == ' ')
-                    continue;
-                if (bits % 8 == 0)
-                    stream.push_back(0);
-                stream.back() |= static_cast<uint8_t>((bit - '0') << (7 - bits++ % 8));
-            }
+            const Bytes bits = test_support::FromBits(word);
+            stream.insert(stream.end(), bits.begin(), bits.end());
         }
         const Page page{one.row_bytes * 8, one.row_bytes, one.rows};
         const SqzReference want = DecodeSqueeze(stream, page.width, page.row_bytes, page.rows);
@@ -422,19 +417,6 @@ TEST(Unsqz, AsksForItsInputWhenItNeedsIt)
     EXPECT_EQ(block.reads, 2);
     EXPECT_EQ(block.asked, 1024u);
     Uncomp_Free(frame);
-}
-
-TEST(Unsqz, TheCountOfRowsStopsAtItsLimit)
-{
-    const Bytes stream(20, 0x40);
-    for (const Road& road : Roads()) {
-        UNCOMP* const frame = Unsqz_Open_MMapped(stream.data(), stream.size(), 8, 1, nullptr);
-        frame->rows_done = INT32_MAX - 1;
-        Bytes rows(3);
-        EXPECT_EQ(road.loop(reinterpret_cast<kesterlib::Frame*>(frame), 3, rows.data(), 1), 3);
-        EXPECT_EQ(frame->rows_done, INT32_MAX);
-        Uncomp_Free(frame);
-    }
 }
 
 TEST(Unsqz, WritesNoMoreThanTheStrideOfACodedRow)

@@ -1,4 +1,4 @@
-// Streams of Group 4 codes, written by hand.
+// Streams of Group 4 or Squeeze codes, written by hand.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 namespace test_support
 {
-// From bits, with blanks between them; "end" is the end of line code.
+// The bits of the text, padded with 0 to a whole byte. Blanks do not count; "end" is the end of line code.
 inline std::vector<uint8_t> FromBits(std::string text)
 {
     for (size_t end = 0; (end = text.find("end")) != std::string::npos;)

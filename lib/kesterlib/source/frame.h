@@ -116,7 +116,7 @@ namespace
 
 [[maybe_unused]] inline void uncomp_count_row(UNCOMP* frame)
 {
-    frame->rows_done += frame->rows_done < INT32_MAX; // Group 4 gives white rows without end
+    frame->rows_done += frame->rows_done < INT32_MAX; // Group 4 delivers white rows without end
 }
 
 [[maybe_unused]] inline void uncomp_swap_lists(UNCOMP* frame)

@@ -186,7 +186,7 @@ void pass_rows(jbig_data* dat, int32_t rows)
     dat->lines_delivered += static_cast<uint32_t>(rows);
 }
 
-// Whole stripes that are all the one in the buffer, however many; the rows passed over.
+// Passes over whole stripes of the next rows if all are equal to the stripe in the buffer. Returns the rows.
 int32_t pass_same_stripes(jbig_data* dat, int32_t rows)
 {
     if (!reinterpret_cast<const Decoder*>(dat)->repeats)

@@ -24,7 +24,7 @@ int as_int(uint32_t number)
     return static_cast<int>(number);
 }
 
-// Whether each allocation that gave memory has been released.
+// Whether each allocation that returned memory has been released.
 bool counts_agree(const callback_block* block)
 {
     return block->allocation_count - block->failed_allocation_count == block->deallocation_count;

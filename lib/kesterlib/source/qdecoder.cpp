@@ -190,7 +190,7 @@ void jbig_poll(jbig_data* dat, uint32_t line)
 {
     if (!dat->block->file || callback_ferror(dat->block) == 0)
         return;
-    // Without a report: the client knows.
+    // No message: the client has asked for the end.
     ++dat->error_count;
     dat->error_line = __LINE__;
     dat->error_file = kSource;

@@ -253,7 +253,7 @@ int32_t KESTERLIB_UNCCITT4_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int
     UNCOMP& base = frame->base;
     const int32_t row_bytes_used = base.width / 8 + (base.width % 8 != 0);
     const int32_t nbytes = row_bytes_used < stride ? row_bytes_used : stride;
-    if (base.eol_seen && nbytes <= 0 && rows > 0) { // white rows that nobody wants to see
+    if (base.eol_seen && nbytes <= 0 && rows > 0) { // white rows, of which nothing is written
         base.rows_done = rows < INT32_MAX - base.rows_done ? base.rows_done + rows : INT32_MAX;
         return rows;
     }

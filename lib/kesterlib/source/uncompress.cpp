@@ -247,7 +247,7 @@ const uint8_t* uncomp_refill(UNCOMP* frame)
         arrived += got;
     }
     if (whole->filler) {
-        constexpr int32_t kEnough = 1 << 20; // bytes; larger counts need not be told apart
+        constexpr int32_t kEnough = 1 << 20; // bytes; a larger count means the same
         const auto more = static_cast<int32_t>(frame->in_end - whole->filler);
         whole->filler_before = whole->filler_before < kEnough ? whole->filler_before + more : kEnough;
         whole->filler = frame->in_buffer;

@@ -99,11 +99,10 @@ void make_tables(callback_block* cb)
     tables_made = true;
 }
 
-// Groups of three bits of a number, the lowest first, each with a flag that ends the number. It may have any
-// count of groups: those beyond 60 bits are ORed into the highest three, which is larger than every row. At
-// half of the positions in a byte, the filler after the input ends the number. At the others it never does:
-// there the number ends after so much filler that its value has saturated. An error of the stream ends it
-// too.
+// A number in groups of three bits, the lowest first, each with a flag that ends the number. There may be any
+// number of groups: groups beyond 60 bits are ORed into the highest three bits, where each 1 exceeds every
+// row. The filler after the input ends the number at half of the positions in a byte. At the others it never
+// does: there the number ends after enough filler to saturate it. An error of the stream ends it too.
 int64_t extension_number(Frame* frame)
 {
     // Counted from when the end of the input is in the buffer: what it still holds, and enough filler.
@@ -113,7 +112,7 @@ int64_t extension_number(Frame* frame)
     int64_t number = 0;
     int32_t shift = 0;
     int32_t bytes_before = base.bytes_before;
-    for (int32_t behind = 0; behind < kMostGroupsAtEnd; behind += frame->filler != nullptr) {
+    for (int32_t at_end = 0; at_end < kMostGroupsAtEnd; at_end += frame->filler != nullptr) {
         if (bytes_before != base.bytes_before) { // a number can be as long as the file
             bytes_before = base.bytes_before;
             if (callback_ferror(base.cb))

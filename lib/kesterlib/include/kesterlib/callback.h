@@ -56,7 +56,7 @@ typedef struct callback_block {
     uint32_t tick;                       /* allocate and deallocate calls */
     uint32_t allocation_count;
     uint32_t deallocation_count;      /* without those of a null pointer */
-    uint32_t failed_allocation_count; /* of allocation_count: gave null, so there is nothing to release */
+    uint32_t failed_allocation_count; /* of allocation_count: returned null, so there is nothing to release */
 } callback_block;
 
 /* Numbers of the slots, for set_callback_slot. Not the order of the fields. */

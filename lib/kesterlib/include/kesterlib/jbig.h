@@ -87,28 +87,28 @@ KESTERLIB_API int32_t Jbig_Close_Input(jbig_data* dat);
 
 /* Delivers the next rows.
  *
- *   lines   rows wanted; 0 or less decodes nothing and gives 0
+ *   lines   rows requested; 0 or less decodes nothing and returns 0
  *   buffer  row k of this call starts at buffer + k * pitch
  *   pitch   bytes from one row to the next; also the most that is written of a row
  *
- * A row is packed, 1 bit a pixel, the leftmost in the top bit, as coded. Bits behind the width are 0; where
+ * A row is packed, 1 bit per pixel, the leftmost in the top bit, as coded. Bits after the width are 0; if
  * pitch leaves room for them, two bytes of 0 follow the row_bytes of a row.
  *
- * Returns the rows delivered: lines, or fewer where the data are damaged. The rows of a stripe with an error
- * are lost whole. The decoder is then finished: Jbig_Error_String has the words, and further calls give 0.
- * The end of the data is no error: behind it, whatever bits of 0 decode to is delivered. Ask for as many rows
+ * Returns the number of rows delivered: lines, or fewer if the data are damaged. All rows of a stripe with an
+ * error are lost. The decoder is then finished: Jbig_Error_String returns the message, and further calls
+ * return 0. The end of the data is no error: after it, rows are decoded from bits of 0. Request as many rows
  * as the page has.
  *
- * Allocates nothing. A call decodes whole stripes; the rest of one stays for the next call. A large stripe
- * may take seconds. Every 2^21 pixels or so it asks the ferror slot of a block with a stream, and a result
- * other than 0 ends the stripe as an error does, but with no message. */
+ * Allocates nothing. A call decodes whole stripes; the rest of a stripe stays for the next call. A large
+ * stripe may take seconds. If the block has a stream, its ferror slot is called after about every 2^21
+ * pixels. A result other than 0 ends the stripe as an error does, but no message is printed. */
 KESTERLIB_API int32_t Jbig_Decode(jbig_data* dat, int32_t lines, uint8_t* buffer, int32_t pitch);
 
 /* Passes over the next rows: the same count, and the same cost without the copy. After the end of the data,
  * once a stripe repeats, any number of rows costs nothing. */
 KESTERLIB_API int32_t Jbig_Decode_Discard(jbig_data* dat, int32_t lines);
 
-/* The words of the first error, a constant text; null where there was none. */
+/* The message of the first error, a constant text; null if there was none. */
 KESTERLIB_API const char* Jbig_Error_String(const jbig_data* dat);
 
 KESTERLIB_END

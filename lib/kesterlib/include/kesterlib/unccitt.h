@@ -31,17 +31,17 @@ KESTERLIB_API UNCOMP* Unccitt4_Open_MMapped(const uint8_t* base, size_t size, in
                                             int32_t row_bytes, const uint8_t* first_ref_row);
 
 /* Decodes the next rows, in order from the top: row k of this call into the bytes from buffer + k * stride
- * on, of which at most stride are written. A row is packed, 1 bit a pixel, the leftmost in the top bit; bits
- * behind the width are 0.
+ * on, of which at most stride are written. A row is packed, 1 bit per pixel, the leftmost in the top bit;
+ * bits after the width are 0.
  *
- * The first end of line code ends the page: its row and all later ones are white, and are delivered for as
- * long as they are asked for. With a stride of 0, which writes nothing, any number of these costs nothing.
+ * The first end of line code ends the page: its row and all later ones are white, as many as are requested.
+ * With a stride of 0, which writes nothing, any number of them costs nothing.
  *
- * Returns the rows delivered: rows, or fewer where the stream is damaged or at its end without an end of line
- * code. The frame is then finished: further calls give 0. Its text is that of a read error, or of a row with
- * more transitions than a row has pixels; a pattern that is no code leaves none.
+ * Returns the number of rows delivered: rows, or fewer if the stream is damaged or ends without an end of
+ * line code. The frame is then finished: further calls return 0. Uncomp_Error_String returns the message of a
+ * read error, or of a row with more transitions than pixels; null if the bits were no code.
  *
- * Allocates nothing; input comes 512 bytes a read, or as it lies in memory. */
+ * Allocates nothing. Input is read 512 bytes at a time, unless it is in memory. */
 KESTERLIB_API int32_t Unccitt4_Decode(UNCOMP* frame, int32_t rows, uint8_t* buffer, int32_t stride);
 
 KESTERLIB_END
