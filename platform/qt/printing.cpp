@@ -344,8 +344,10 @@ void CView::OnFilePrintPreview()
         auto* preview = new QPrintPreviewWidget(&printer, &window);
         layout->addWidget(bar);
         layout->addWidget(preview, 1);
-        QObject::connect(preview, &QPrintPreviewWidget::paintRequested, &window,
-                         [&](QPrinter* device) { PrintPages(this, &info, device); });
+        QObject::connect(preview, &QPrintPreviewWidget::paintRequested, &window, [&](QPrinter* device) {
+            if (PrintPages(this, &info, device) == Print::failed)
+                AfxMessageBox("Printing failed");
+        });
         QObject::connect(bar->addAction(QStringLiteral("&Print...")), &QAction::triggered, &window, [&] {
             print = true;
             window.accept();

@@ -11,6 +11,7 @@
 #include <QSocketNotifier>
 #include <QStringList>
 #include <QTimer>
+#include <atomic>
 #include <cerrno>
 #include <clocale>
 #include <csignal>
@@ -35,7 +36,7 @@ struct QtMessage {
 
 QtMessageHandler g_qt_handler = nullptr; // Qt's own
 std::string g_program_name;
-bool g_is_starting = false;
+std::atomic<bool> g_is_starting = false;
 std::mutex g_held_mutex; // plugins may have threads of their own
 std::vector<QtMessage> g_held;
 
