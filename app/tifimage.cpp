@@ -226,6 +226,7 @@ int TIFFImage::ReadRow(uint8_t* buffer, int32_t rowBytes)
         ErrorText = "Invalid Buffer";
         return 0;
     }
+    memset(buffer + ScanlineSize, 0, static_cast<size_t>(rowBytes - ScanlineSize));
     ++CurrentRow;
     const auto row = static_cast<uint32_t>(CurrentRow);
     bool good = false;
@@ -241,7 +242,6 @@ int TIFFImage::ReadRow(uint8_t* buffer, int32_t rowBytes)
         ErrorText = kReadError;
         return 0;
     }
-    memset(buffer + ScanlineSize, 0, static_cast<size_t>(rowBytes - ScanlineSize));
     return 1;
 }
 

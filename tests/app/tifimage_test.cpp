@@ -111,7 +111,9 @@ TEST(TIFFImage, GuardsHaveTheirWordsAndARowAfterTheLastCounts)
         EXPECT_EQ(row[0], HostileTiff::RowByte(static_cast<uint32_t>(y), 0));
         EXPECT_EQ(row[7], 0) << "all bytes that the caller has are the row's";
     }
-    EXPECT_EQ(page.ReadRow(row.data(), 4), 0);
+    row[7] = kUntouched;
+    EXPECT_EQ(page.ReadRow(row.data(), 8), 0);
+    EXPECT_EQ(row[7], 0) << "also if the row cannot be read";
     EXPECT_EQ(page.ErrorText, "TIFF read error");
     EXPECT_EQ(page.CurrentRow, 3);
     EXPECT_EQ(page.ReadRow(row.data(), 4), 0);
