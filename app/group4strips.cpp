@@ -113,8 +113,8 @@ Group4Strips::Row Group4Strips::ReadRow(uint8_t* buffer, int32_t row_bytes, uint
 
 uint32_t Group4Strips::SkipWhiteRows(uint32_t row, uint32_t count)
 {
-    if (row >= m_height || row / m_rows_per_strip != m_strip || row % m_rows_per_strip != m_next ||
-        m_damaged || !m_decoder->eol_seen)
+    if (m_damaged || !m_decoder->eol_seen || row >= m_height || row / m_rows_per_strip != m_strip ||
+        row % m_rows_per_strip != m_next)
         return 0;
     const uint32_t rows = std::min({count, m_rows_per_strip - m_next, m_height - row});
     m_next += rows;

@@ -4,6 +4,7 @@
 
 #include "tests/support/chunk_block.h"
 #include "tests/support/from_bits.h"
+#include "tests/support/random_page.h"
 #include "tiffout.h"
 #include "unccitt_codes.h"
 #include "unccitt_runs.h"
@@ -26,6 +27,7 @@ namespace
 using Bytes = std::vector<uint8_t>;
 using test_support::ChunkBlock;
 using test_support::FromBits;
+using test_support::RandomPage;
 
 // ---- A decoder bit by bit ------------------------------------------------------------------------------
 
@@ -257,33 +259,6 @@ Bytes Encode(const Bytes& page, int width, int rows)
     return strip;
 }
 
-// Rows of which each follows from the one above by small moves, or is new, with runs about `run` pixels long.
-Bytes DrawRows(std::mt19937& random, int width, int rows, int run)
-{
-    const size_t row_bytes = static_cast<size_t>((width + 7) / 8);
-    Bytes page;
-    std::vector<int> edges;
-    for (int y = 0; y < rows; ++y) {
-        const auto kind = random() % 8;
-        if (kind == 0 || edges.empty()) {
-            edges.clear();
-            for (int x = static_cast<int>(random() % 2); x < width;
-                 x += 1 + static_cast<int>(random() % static_cast<unsigned>(2 * run)))
-                edges.push_back(x);
-        } else if (kind < 6) {
-            for (int& edge : edges)
-                edge = std::max(edge + static_cast<int>(random() % 7) - 3, 0);
-            std::sort(edges.begin(), edges.end());
-        }
-        Bytes row(row_bytes);
-        for (const int edge : edges)
-            for (int x = edge; x < width; ++x)
-                row[static_cast<size_t>(x / 8)] ^= static_cast<uint8_t>(0x80 >> x % 8);
-        page.insert(page.end(), row.begin(), row.end());
-    }
-    return page;
-}
-
 Reference AsRows(const Bytes& page, int width)
 {
     Reference rows;
@@ -301,7 +276,7 @@ TEST(Unccitt, DecodesWhatLibtiffCodes)
         const int width = n < 140 ? 1 + n % 70 : static_cast<int>(100 + random() % 5000);
         const int rows = 12;
         SCOPED_TRACE(testing::Message() << "page " << n << ", " << width << " wide");
-        const Bytes page = DrawRows(random, width, rows, n % 4 == 0 ? 1 : 25);
+        const Bytes page = RandomPage(random, width, rows).rows;
         Reference want = AsRows(page, width);
         for (int white = 0; white < 3; ++white) // behind the end of the page there is paper
             want.rows.emplace_back(static_cast<size_t>((width + 7) / 8));
@@ -462,7 +437,7 @@ TEST(Unccitt, SurvivesEveryCutAndEveryFlippedBit)
     std::mt19937 random(6);
     for (const int width : {13, 40, 301}) {
         const int rows = 10;
-        const Bytes page = DrawRows(random, width, rows, 6);
+        const Bytes page = RandomPage(random, width, rows).rows;
         const Bytes stream = Encode(page, width, rows);
         for (size_t cut = 0; cut <= stream.size(); ++cut)
             ExpectAsReference({stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(cut)}, width,

@@ -5,6 +5,7 @@
 #include "sqzencode.h"
 #include "tests/support/chunk_block.h"
 #include "tests/support/from_bits.h"
+#include "tests/support/random_page.h"
 #include "tests/support/sqz_reference.h"
 #include "unsqz_codes.h"
 
@@ -22,6 +23,7 @@ namespace
 using Bytes = std::vector<uint8_t>;
 using test_support::ChunkBlock;
 using test_support::DecodeSqueeze;
+using test_support::RandomPage;
 using test_support::SqzReference;
 
 } // namespace
@@ -128,35 +130,6 @@ int ExpectAsReference(const Bytes& stream, const Page& page)
     return want.longest_number;
 }
 
-// Rows of which each follows from the one above by small moves, or is new, with runs about `run` pixels long.
-Bytes DrawRows(std::mt19937& random, int row_bytes, int rows, int run)
-{
-    Bytes page;
-    const int pixels = row_bytes * 8;
-    std::vector<int> edges;
-    for (int y = 0; y < rows; ++y) {
-        const auto kind = random() % 8;
-        if (kind == 0 || edges.empty()) {
-            edges.clear();
-            for (int x = 0; x < pixels; x += 1 + static_cast<int>(random() % static_cast<unsigned>(2 * run)))
-                edges.push_back(x);
-        } else if (kind < 6) {
-            for (int& edge : edges)
-                edge += static_cast<int>(random() % 9) - 4 > 2 ? 1 : static_cast<int>(random() % 3) - 1;
-            std::sort(edges.begin(), edges.end());
-        } else if (kind == 6) {
-            edges.push_back(static_cast<int>(random() % static_cast<unsigned>(pixels)));
-            std::sort(edges.begin(), edges.end());
-        }
-        Bytes row(static_cast<size_t>(row_bytes));
-        for (const int edge : edges)
-            for (int x = std::max(edge, 0); x < pixels; ++x)
-                row[static_cast<size_t>(x / 8)] ^= static_cast<uint8_t>(0x80 >> x % 8);
-        page.insert(page.end(), row.begin(), row.end());
-    }
-    return page;
-}
-
 Bytes Encode(const Bytes& page, int row_bytes, pages::RawRows raw = pages::RawRows::WhereShorter)
 {
     pages::SqueezeEncoder encoder(static_cast<size_t>(row_bytes), raw);
@@ -172,9 +145,9 @@ TEST(Unsqz, DecodesTheSameRowsAsTheReferenceOnEveryRoad)
     for (int n = 0; n < 60; ++n) {
         const int row_bytes = n < 40 ? 1 + n % 12 : 100 + n * 7;
         const int rows = n < 40 ? 40 : 12;
-        const Bytes page = DrawRows(random, row_bytes, rows, n % 3 == 0 ? 3 : 20);
+        const Bytes page = RandomPage(random, row_bytes * 8, rows).rows;
         const auto raw = static_cast<pages::RawRows>(n % 3);
-        const Bytes above = DrawRows(random, row_bytes, 1, 9);
+        const Bytes above = RandomPage(random, row_bytes * 8, 1).rows;
         SCOPED_TRACE(testing::Message() << "page " << n << ", " << row_bytes << " bytes a row");
         const Bytes stream = Encode(page, row_bytes, raw);
         ExpectAsReference(stream, {std::max(row_bytes * 8 - n % 40, 1), row_bytes, rows, nullptr});
@@ -283,7 +256,7 @@ TEST(Unsqz, SurvivesEveryCutAndEveryFlippedBit)
     std::mt19937 random(3);
     for (const int row_bytes : {2, 5, 37}) {
         const int rows = 12;
-        const Bytes stream = Encode(DrawRows(random, row_bytes, rows, 6), row_bytes);
+        const Bytes stream = Encode(RandomPage(random, row_bytes * 8, rows).rows, row_bytes);
         const Page page{row_bytes * 8 - 3, row_bytes, rows + 1};
         for (size_t cut = 0; cut <= stream.size(); ++cut)
             ExpectAsReference({stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(cut)}, page);
