@@ -70,7 +70,8 @@ TIFF* OpenTiff(int file, const CString& path, TIFFImage::Messages* messages)
 }
 
 // Lowers the byte count of each strip to what the file has after the strip's offset: libtiff then decodes a
-// strip that was cut off up to its end, instead of refusing it.
+// strip that was cut off up to its end, instead of refusing it. A strip without a place, an offset of 0, gets
+// no byte: libtiff would read the file's header as rows.
 void ClampByteCounts(TIFF* tiff, uint64_t file_bytes)
 {
     // Both are libtiff's own arrays, with an entry for each strip.
@@ -81,7 +82,7 @@ void ClampByteCounts(TIFF* tiff, uint64_t file_bytes)
         return;
     const uint32_t strips = TIFFNumberOfStrips(tiff);
     for (uint32_t strip = 0; strip < strips; ++strip) {
-        const uint64_t left = file_bytes - std::min(file_bytes, offsets[strip]);
+        const uint64_t left = offsets[strip] == 0 ? 0 : file_bytes - std::min(file_bytes, offsets[strip]);
         counts[strip] = std::min(counts[strip], left);
     }
 }

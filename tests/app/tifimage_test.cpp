@@ -263,6 +263,18 @@ TEST(HostileFile, EachBadTagIsRefusedOrShowsOnce)
          Tiff::kLong,
          {400, 400, 250, 400},
          "200x64 r42 z22 | error at line 42: TIFF read error"},
+        {"one byte count",
+         tag::kStripByteCounts,
+         Tiff::kLong,
+         {400},
+         "200x64 r16 z48 | error at line 16: TIFF read error"},
+        {"too many byte counts", tag::kStripByteCounts, Tiff::kLong, {400, 400, 400, 400, 9, 9}, sound},
+        {"one byte count 0",
+         tag::kStripByteCounts,
+         Tiff::kLong,
+         {400, 0, 400, 400},
+         "200x64 r16 z48 | error at line 16: TIFF read error"},
+        {"no byte counts", tag::kStripByteCounts, 0, {}, kOpenFailed},
         {"planes", tag::kPlanar, Tiff::kShort, {2}, sound},
         {"3 samples", tag::kSamples, Tiff::kShort, {3}, kUnsupported},
         {"4 bits", tag::kBits, Tiff::kShort, {4}, kUnsupported},
@@ -311,12 +323,21 @@ TEST(HostileFile, EachBadStructureIsRefusedOrShowsOnce)
     HostileTiff strip_per_row{kWidth, kHeight, kStrip};
     strip_per_row.SetLong(tag::kHeight, 0x7ffffff7);
     strip_per_row.SetLong(tag::kRowsPerStrip, 1);
+    HostileTiff million{kWidth, kHeight, kStrip};
+    million.SetLong(tag::kHeight, 1000000);
+    million.SetLong(tag::kRowsPerStrip, 1);
     const struct {
         const char* name;
         HostileTiff file;
         const char* want;
     } cases[] = {
         {"2^31 strips", strip_per_row, kOpenFailed},
+        {"a million strips with four places", million,
+         "200x1000000 r1 x3 z60 z1 | error at line 4: TIFF read error"},
+        {"two places", moved([](Offsets& at) { at.resize(2); }),
+         "200x64 r32 z32 | error at line 32: TIFF read error"},
+        {"too many places", moved([](Offsets& at) { at.resize(9, 8); }), "200x64 r64"},
+        {"in the directory", moved([](Offsets& at) { at[1] = 8; }), "200x64 r16 x16 r32"},
         {"past the end", moved([](Offsets& at) { at[2] += 1000000; }),
          "200x64 r32 z32 | error at line 32: TIFF read error"},
         {"one over the other", moved([](Offsets& at) { at[1] = at[2] = at[3] = at[0]; }), "200x64 r16 x48"},

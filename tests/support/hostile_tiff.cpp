@@ -67,10 +67,9 @@ std::string HostileTiff::Bytes() const
 {
     std::map<uint16_t, Tag> tags = m_tags;
     const size_t behind_directory = 8 + 2 + 12 * tags.size() + 4;
-    size_t first_row = behind_directory;
-    for (const auto& [number, tag] : tags)
-        first_row += tag.bytes.size() > 4 ? tag.bytes.size() : 0;
-    if (m_move_strips && tags.count(tag::kStripOffsets)) {
+    size_t first_row = 0;
+    // The offsets of the strips that begin at first_row. How many they are may change how long the tags are.
+    const auto place_strips = [&] {
         std::vector<uint32_t> offsets;
         uint32_t at = static_cast<uint32_t>(first_row);
         for (const uint32_t bytes : m_strip_bytes) {
@@ -78,11 +77,20 @@ std::string HostileTiff::Bytes() const
             at += bytes;
         }
         m_move_strips(offsets);
-        std::string& bytes = tags[tag::kStripOffsets].bytes;
-        bytes.clear();
+        Tag& tag = tags[tag::kStripOffsets];
+        tag.count = static_cast<uint32_t>(offsets.size());
+        tag.bytes.clear();
         for (const uint32_t offset : offsets)
-            Put(bytes, offset, 4);
-    }
+            Put(tag.bytes, offset, 4);
+    };
+    const bool places = m_move_strips && tags.count(tag::kStripOffsets);
+    if (places)
+        place_strips();
+    first_row = behind_directory;
+    for (const auto& [number, tag] : tags)
+        first_row += tag.bytes.size() > 4 ? tag.bytes.size() : 0;
+    if (places)
+        place_strips();
 
     std::string file = m_order == ByteOrder::Little ? "II" : "MM";
     Put(file, 42, 2);

@@ -30,7 +30,8 @@ public:
     void SetText(uint16_t tag, const std::string& text);
     void Remove(uint16_t tag) { m_tags.erase(tag); }
     void SetNextDirectory(uint32_t offset) { m_next_directory = offset; }
-    // In place of StripOffsets: one offset a strip, made from the true ones.
+    // In place of StripOffsets: made from the true ones, of which there is one for each strip. Bytes may call
+    // it several times.
     void MoveStrips(const std::function<void(std::vector<uint32_t>&)>& move) { m_move_strips = move; }
 
     std::string Bytes() const;
