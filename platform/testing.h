@@ -27,10 +27,10 @@ void StartApplication(CWinApp& app, const CString& command_line);
 int EndApplication(CWinApp& app);
 
 // Handles input, paints and posted messages until none is left or limit_ms have passed. True if none is left.
-bool PumpUntilIdle(int limit_ms = 10000);
+bool PumpUntilIdle(int limit_ms = 60000);
 // The same until the condition holds. It is asked after each single key, paint or posted message. True if it
 // holds.
-bool PumpUntil(const std::function<bool()>& condition, int limit_ms = 10000);
+bool PumpUntil(const std::function<bool()>& condition, int limit_ms = 60000);
 
 // Calls function from the event loop, as something that the display has just sent.
 void CallFromLoop(std::function<void()> function);

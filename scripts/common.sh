@@ -181,7 +181,12 @@ start_window_manager()
   fi
 }
 
-window_manager_ready() { xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id'; }
+# It handles requests: one that comes while openbox is still starting can be lost, and with it the window of a program
+# that starts at once.
+window_manager_ready()
+{
+  xdotool set_num_desktops 1 && [[ $(xdotool get_num_desktops) == 1 ]]
+} 2>/dev/null
 
 # run_tests BUILD [CTEST-ARGUMENT...]: runs the tests of a build on a private display; the last line printed is
 # ctest's count of them, the status its own. A build without tests fails. LUMENTA_TEST_TIMEOUT (300) is the limit of

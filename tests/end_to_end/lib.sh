@@ -9,7 +9,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
 lumenta=$1
 makepage=$2
 grab=$3
-patience=20 # seconds that anything may take
+patience=60 # seconds that anything may take, also on a machine that is busy with other work
 
 unset XDG_RUNTIME_DIR XDG_CACHE_HOME XDG_DATA_HOME XDG_STATE_HOME
 private_environment
