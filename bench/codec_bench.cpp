@@ -1,9 +1,8 @@
-// Our decoders beside the public library's, in memory, whole pages into one buffer: the same page in turn,
-// every byte compared first. --rounds=N (9); --page=NAME for one page; --plain for the row loops of every
-// machine.
+// Our decoders beside libtiff's, in memory, whole pages into one buffer: the same page in turn, every byte
+// compared first. --rounds=N (9); --page=NAME for one page; --plain for the row loops of every machine.
 // --once=CODEC with a page decodes once, for callgrind: --toggle-collect=DecodeOnce counts the decoding
 // alone.
-#include "bench/support.h"
+#include "bench/harness.h"
 #include "kesterlib/unccitt.h"
 #include "kesterlib/unsqz.h"
 #include "pages.h"
@@ -92,10 +91,12 @@ MemoryFile EncodeGroup4(const pages::Bitmap& page)
 double TimeLibtiff(MemoryFile* file, Bytes* rows)
 {
     TIFF* const tiff = OpenMemory(file, "rm");
+    const auto size = static_cast<tmsize_t>(rows->size());
     const double start = NowMs();
-    TIFFReadEncodedStrip(tiff, 0, rows->data(), static_cast<tmsize_t>(rows->size()));
+    const tmsize_t got = TIFFReadEncodedStrip(tiff, 0, rows->data(), size);
     const double end = NowMs();
     TIFFClose(tiff);
+    Require(got == size, "libtiff: rows are missing");
     return end - start;
 }
 
@@ -127,9 +128,9 @@ constexpr int kDpi = 1000;
 constexpr double kMillion = 1e6;
 
 // A goal is a least ratio of libtiff's time to ours, or, with copy, a greatest one of ours to memcpy's of the
-// page.
-struct Goal {
-    double ratio;
+// page. Pages whose rows are stored as they are, or all equal, are copies in essence.
+struct PageGoal {
+    double fastest, plain; // with the row loops of this machine, and with those of every machine
     bool copy = false;
 };
 using RowLoop = int32_t(kesterlib::Frame* frame, int32_t rows, uint8_t* buffer, int32_t stride);
@@ -139,19 +140,19 @@ struct Codec {
                     const uint8_t* first_ref_row);
     RowLoop* plain;
     RowLoop* (*fastest)();
-    Goal goals[kPageCount];
+    PageGoal goals[kPageCount];
 };
 constexpr Codec kCodecs[] = {
-    {"squeeze",
+    {"Squeeze",
      Unsqz_Open_MMapped,
      kesterlib::unsqz_rows_plain,
      kesterlib::unsqz_row_loop,
-     {{3.5}, {2.8}, {3.5}, {2.0, true}, {2.8}, {2.5, true}, {3.3}}},
-    {"group4",
+     {{4.4, 3.5}, {4.0, 2.8}, {4.2, 3.5}, {1.2, 2.0, true}, {4.3, 2.8}, {1.4, 2.5, true}, {3.5, 3.3}}},
+    {"Group 4",
      Unccitt4_Open_MMapped,
      kesterlib::unccitt4_rows_plain,
      kesterlib::unccitt4_row_loop,
-     {{3.3}, {3.0}, {3.2}, {1.0}, {2.6}, {1.8}, {3.0}}},
+     {{4.1, 3.3}, {3.2, 3.0}, {3.8, 3.2}, {1.1, 1.0}, {3.8, 2.6}, {1.8, 1.8}, {3.2, 3.0}}},
 };
 
 RowLoop* row_loop = nullptr;
@@ -175,89 +176,71 @@ double TimeOurs(const Codec& codec, const Bytes& stream, const pages::Bitmap& pa
     const int32_t got = DecodeOnce(frame, page.height, rows->data(), row_bytes);
     Uncomp_Free(frame);
     const double end = NowMs();
-    if (got != page.height)
-        std::exit(1);
+    Require(got == page.height, std::string{codec.name} + ": rows are missing");
     return end - start;
 }
 
-void Compare(const pages::Bitmap& page, const Bytes& rows, const char* who)
+double TimeCopy(const pages::Bitmap& page, Bytes* rows)
 {
-    if (rows == page.rows)
-        return;
-    std::printf("%s: the rows are not those of the page\n", who);
-    std::exit(1);
+    const double start = NowMs();
+    std::memcpy(rows->data(), page.rows.data(), rows->size());
+    return NowMs() - start;
 }
 
-void Measure(const Codec& codec, const PageKind& kind, const pages::Bitmap& page, const Bytes& stream,
-             MemoryFile* tiff, int rounds)
+// All into the same buffer, so that each finds it as the others do.
+void Measure(Harness& bench, const Codec& codec, const PageKind& kind, const pages::Bitmap& page,
+             const Bytes& stream, MemoryFile* tiff, bool plain)
 {
+    const std::string name = std::string{codec.name} + (plain ? ", plain, " : ", ") + kind.name;
+    const PageGoal& goal = codec.goals[&kind - kPages];
     Bytes rows(page.rows.size(), 0xA5);
     TimeOurs(codec, stream, page, &rows);
-    Compare(page, rows, codec.name);
-    std::vector<double> peer, ours, ratio, copy;
-    const Goal goal = codec.goals[&kind - kPages];
-    for (int round = 0; round < rounds; ++round) {
-        peer.push_back(goal.copy ? 0 : TimeLibtiff(tiff, &rows));
-        if (goal.copy)
-            TimeOurs(codec, stream, page,
-                     &rows); // so that ours and the copy find the same things in the cache
-        ours.push_back(TimeOurs(codec, stream, page, &rows));
-        const double start = NowMs();
-        std::memcpy(rows.data(), page.rows.data(), rows.size());
-        copy.push_back(NowMs() - start);
-        ratio.push_back(goal.copy ? ours.back() / copy.back() : peer.back() / ours.back());
-    }
-    const double pixels = static_cast<double>(kind.width) * kind.height;
-    std::printf("%-9s%-10s%8.2f MB%9.2f ms%10.2f ms%10.0f%9.2f x %s (%s), goal %g\n", codec.name, kind.name,
-                static_cast<double>(stream.size()) / kMillion, Median(ours),
-                goal.copy ? Median(copy) : Median(peer), pixels / Median(ours) / 1000, Median(ratio),
-                goal.copy ? "memcpy" : "as fast", SpreadOf(ratio).c_str(), goal.ratio);
-    std::fflush(stdout);
-    const std::string name = std::string{codec.name} + ", " + kind.name;
+    Require(rows == page.rows, name + ": the rows are not those of the page");
+    std::fill(rows.begin(), rows.end(), uint8_t{0xA5});
+    TimeLibtiff(tiff, &rows);
+    Require(rows == page.rows, name + ": libtiff's rows are not those of the page");
+
+    const auto times =
+        bench.InTurn({{true, [&] { return TimeOurs(codec, stream, page, &rows); }},
+                      {false, [&] { return goal.copy ? TimeCopy(page, &rows) : TimeLibtiff(tiff, &rows); }}},
+                     goal.copy ? Harness::Warm::each_run : Harness::Warm::first_round);
+    const double ratio = plain ? goal.plain : goal.fastest;
+    bench.Report(name, times[0], "ms");
+    bench.Report(name + (goal.copy ? ", memcpy of the page" : ", libtiff's Group 4"), times[1], "ms");
     if (goal.copy)
-        GateAtMost(name.c_str(), Median(ratio), goal.ratio);
+        bench.Report(name + " / memcpy", Ratios(times[0], times[1]), "x", AtMost(ratio));
     else
-        GateAtLeast(name.c_str(), Median(ratio), goal.ratio);
+        bench.Report(name + ", times as fast as libtiff", Ratios(times[1], times[0]), "x", AtLeast(ratio));
 }
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const int rounds = RoundsFrom(argc, argv, 9);
-    std::string_view only, once;
-    bool plain = false;
-    for (int i = 1; i < argc; ++i) {
-        const std::string_view argument = argv[i];
-        if (argument == "--plain")
-            plain = true;
-        else if (argument.starts_with("--page="))
-            only = argument.substr(7);
-        else if (argument.starts_with("--once="))
-            once = argument.substr(7);
-    }
-    if (once.empty()) {
-        std::printf("%s row loops, %d rounds, medians\n", plain ? "plain" : "fastest", rounds);
-        std::printf("%-9s%-10s%11s%12s%13s%10s%11s\n", "codec", "page", "coded", "ours", "peer", "Mpixel/s",
-                    "ratio");
-    }
+    Harness bench(argc, argv, 9);
+    const std::string_view only = bench.Value("page"), once = bench.Value("once");
+    const bool plain = bench.Has("plain");
     for (const PageKind& kind : kPages) {
         if (!only.empty() && only != kind.name)
             continue;
         const pages::Bitmap page = pages::draw_page({kind.draw, kind.width, kind.height, kDpi, kDpi, 1});
         MemoryFile tiff = EncodeGroup4(page);
-        Bytes rows(page.rows.size());
-        TimeLibtiff(&tiff, &rows);
-        Compare(page, rows, "libtiff");
         for (const Codec& codec : kCodecs) {
-            if (!once.empty() && once != codec.name)
+            const bool is_squeeze = &codec == kCodecs;
+            if (!once.empty() && once != (is_squeeze ? "squeeze" : "group4"))
                 continue;
-            row_loop = plain ? codec.plain : codec.fastest();
-            const Bytes stream = &codec == kCodecs ? pages::encode_squeeze(page) : RawStrip(&tiff);
-            if (once.empty())
-                Measure(codec, kind, page, stream, &tiff, rounds);
-            else
-                TimeOurs(codec, stream, page, &rows);
+            // A machine without others has the plain loops for its fastest.
+            const bool is_plain = plain || codec.fastest() == codec.plain;
+            row_loop = is_plain ? codec.plain : codec.fastest();
+            const Bytes stream = is_squeeze ? pages::encode_squeeze(page) : RawStrip(&tiff);
+            if (once.empty()) {
+                std::printf("%s, %s: %.2f MB\n", codec.name, kind.name,
+                            static_cast<double>(stream.size()) / kMillion);
+                Measure(bench, codec, kind, page, stream, &tiff, is_plain);
+                continue;
+            }
+            Bytes rows(page.rows.size());
+            TimeOurs(codec, stream, page, &rows);
         }
     }
-    return GateStatus();
+    return bench.Finish();
 }

@@ -1,15 +1,13 @@
-// A page header of 4096 bytes: what an open or the Open dialog spends on its text.
+// A page header of 4096 bytes: what an open or the Open dialog spends on its text. --rounds=N (21)
 #include "app/pageheader.h"
-#include "bench/support.h"
+#include "bench/harness.h"
 
-#include <algorithm>
-#include <benchmark/benchmark.h>
 #include <string>
-#include <vector>
 
 namespace
 {
 constexpr double kGoalUs = 20;
+constexpr int kTimesARound = 200;
 
 std::string TextWith(int32_t destinations)
 {
@@ -25,54 +23,38 @@ std::string TextWith(int32_t destinations)
     return text;
 }
 
-void Parse(benchmark::State& state)
+// us of one.
+template <class Work>
+double TimeEach(Work work)
 {
-    const std::string text = TextWith(static_cast<int32_t>(state.range(0)));
-    PageHeader header;
-    if (header.ParseBuffer(text.data(), FAXHEADER_BYTES) != 0 || header.NumDestinations != state.range(0))
-        state.SkipWithError("the header does not parse");
-    while (state.KeepRunning())
-        benchmark::DoNotOptimize(header.ParseBuffer(text.data(), FAXHEADER_BYTES));
-    state.SetBytesProcessed(state.iterations() * FAXHEADER_BYTES);
+    const double start = NowMs();
+    for (int i = 0; i < kTimesARound; ++i)
+        work();
+    return (NowMs() - start) * 1000 / kTimesARound;
 }
-BENCHMARK(Parse)->Arg(0)->Arg(64)->Unit(benchmark::kMicrosecond);
-
-void Write(benchmark::State& state)
-{
-    const std::string text = TextWith(static_cast<int32_t>(state.range(0)));
-    PageHeader header;
-    header.ParseBuffer(text.data(), FAXHEADER_BYTES);
-    std::string written(FAXHEADER_BYTES, '\0');
-    while (state.KeepRunning())
-        benchmark::DoNotOptimize(header.WriteToBuffer(written.data(), FAXHEADER_BYTES, true));
-    if (written != text)
-        state.SkipWithError("the header is not what was parsed");
-    state.SetBytesProcessed(state.iterations() * FAXHEADER_BYTES);
-}
-BENCHMARK(Write)->Arg(0)->Arg(64)->Unit(benchmark::kMicrosecond);
-
-// Keeps the slowest parse for the goal at the end.
-class Reporter : public benchmark::ConsoleReporter
-{
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs)
-            if (run.run_name.function_name == "Parse" && run.run_type == Run::RT_Iteration &&
-                !run.error_occurred)
-                slowest_parse_us = std::max(slowest_parse_us, run.GetAdjustedRealTime());
-    }
-    double slowest_parse_us = 0;
-};
 } // namespace
 
 int main(int argc, char** argv)
 {
-    benchmark::Initialize(&argc, argv);
-    Reporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    if (reporter.slowest_parse_us > 0)
-        ShowAtMost("parse of a header of 4096 bytes", reporter.slowest_parse_us, "us", kGoalUs);
-    return 0;
+    Harness bench(argc, argv, 21);
+    for (const int32_t destinations : {0, 64}) {
+        const std::string text = TextWith(destinations);
+        std::string written(FAXHEADER_BYTES, '\0');
+        PageHeader header;
+        const auto parse = [&] {
+            Require(header.ParseBuffer(text.data(), FAXHEADER_BYTES) == 0, "the header does not parse");
+        };
+        const auto write = [&] { header.WriteToBuffer(written.data(), FAXHEADER_BYTES, true); };
+        parse();
+        write();
+        Require(header.NumDestinations == destinations && written == text,
+                "the header is not what was written");
+
+        const auto times =
+            bench.InTurn({{true, [&] { return TimeEach(parse); }}, {true, [&] { return TimeEach(write); }}});
+        const std::string name = "header with " + std::to_string(destinations) + " destinations, ";
+        bench.Report(name + "parsed", times[0], "us", AtMost(kGoalUs));
+        bench.Report(name + "written", times[1], "us", AtMost(kGoalUs));
+    }
+    return bench.Finish();
 }

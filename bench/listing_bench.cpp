@@ -1,8 +1,9 @@
 // A directory of 10 000 page files with their viewed marks: listed, and in Open Multiple, which shows those
-// not viewed, and hands them all back; beside it the bare system calls that no listing can do without, on the
-// same directory in turn.
+// not viewed, and returns them all; beside it the bare system calls that no listing can do without, on the
+// same directory in turn. --rounds=N (15)
 #include "app/lumentaapp.h"
 #include "app/openmultipledialog.h"
+#include "bench/harness.h"
 #include "bench/support.h"
 #include "platform/directory.h"
 #include "platform/testing.h"
@@ -24,6 +25,7 @@ namespace
 constexpr int kFiles = 10000;
 constexpr int kViewedOneIn = 2;
 constexpr double kGoalMs = 150;
+constexpr double kOfCalls = 1.4; // of the time of the bare system calls
 
 // Removed with all that is in it.
 class PageDirectory
@@ -45,7 +47,7 @@ public:
 
     const std::string& Path() const { return m_path; }
 
-    // False where a mark does not hold.
+    // False if a mark does not hold.
     bool Fill() const
     {
         for (int i = 0; i < kFiles; ++i) {
@@ -96,8 +98,8 @@ int64_t BareCalls(const std::string& directory)
     closedir(stream);
     return sum;
 }
-// Until the list is filled, and from the keys that select all to the end of the dialog; 0 where it went
-// wrong.
+
+// Until the list is filled, and from the keys that select all to the end of the dialog.
 struct DialogTimes {
     double shown = 0, taken = 0;
 };
@@ -122,12 +124,57 @@ DialogTimes TimeDialog(const std::string& directory, bool with_viewed)
                        [](const CString& a, const CString& b) { return ComesBefore(a, b); });
     SetDialogHook({});
     times.taken = NowMs() - taken_start;
-    return is_taken ? times : DialogTimes{};
+    Require(is_taken, "the dialog did not return what it lists");
+    return times;
+}
+
+template <class Work>
+double TimeOf(Work work)
+{
+    const double start = NowMs();
+    work();
+    return NowMs() - start;
+}
+
+void Measure(Harness& bench, const std::string& directory)
+{
+    Require(IsRight(ListDirectory(directory, "*.fax", Marks::read)), "the listing is not what was written");
+    const auto list = [&](Marks marks) {
+        return [&directory, marks] {
+            return TimeOf([&] {
+                Require(ListDirectory(directory, "*.fax", marks).entries.size() == kFiles,
+                        "files are missing");
+            });
+        };
+    };
+    const auto call = [&] {
+        return TimeOf([&] {
+            Require(BareCalls(directory) == int64_t{5} * kFiles + kFiles / kViewedOneIn,
+                    "the system calls do not return what was written");
+        });
+    };
+    const auto times = bench.InTurn({
+        {true, list(Marks::read)},
+        {true, list(Marks::leave)},
+        {false, call},
+        {true, [&] { return TimeDialog(directory, false).shown; }},
+        {true, [&] { return TimeDialog(directory, true).taken; }},
+    });
+    const char* const files = "memory, cached";
+    bench.Report("10 000 files with their marks, listed", times[0], "ms", AtMost(kGoalMs), files);
+    bench.Report("10 000 files without marks, listed", times[1], "ms", {}, files);
+    bench.Report("10 000 files with their marks, system calls alone", times[2], "ms", {}, files);
+    bench.Report("10 000 files with their marks, listed / system calls", Ratios(times[0], times[2]), "x",
+                 AtMost(kOfCalls), files);
+    bench.Report("Open Multiple with those not viewed, to its first paint", times[3], "ms", AtMost(kGoalMs));
+    bench.Report("Open Multiple, all 10 000 selected, and OK", times[4], "ms", AtMost(kGoalMs));
 }
 } // namespace
 
 int main(int argc, char** argv)
 {
+    Harness bench(argc, argv, 15);
+    bench.SetWhere(std::string{ChooseDisplay() ? kOnX : kInMemory} + ", cached");
     TestToolkit toolkit(argc, argv);
     CLumentaApp app; // of its dialogs; not started
     const char* own = std::getenv("TMPDIR");
@@ -135,41 +182,8 @@ int main(int argc, char** argv)
         const PageDirectory directory{parent};
         if (directory.Path().empty() || !directory.Fill())
             continue; // a file system without such attributes
-        if (!IsRight(ListDirectory(directory.Path(), "*.fax", Marks::read)) ||
-            BareCalls(directory.Path()) != int64_t{5} * kFiles + kFiles / kViewedOneIn) {
-            std::printf("the listing is not what was written\n");
-            return 1;
-        }
-        std::vector<double> all, plain, bare, shown, taken;
-        for (int rounds = RoundsFrom(argc, argv, 15); rounds > 0; --rounds) {
-            const double start = NowMs();
-            const size_t marked = ListDirectory(directory.Path(), "*.fax", Marks::read).entries.size();
-            const double marked_end = NowMs();
-            const size_t unmarked = ListDirectory(directory.Path(), "*.fax", Marks::leave).entries.size();
-            const double unmarked_end = NowMs();
-            if (BareCalls(directory.Path()) == 0 || marked != unmarked)
-                return 1;
-            bare.push_back(NowMs() - unmarked_end);
-            const DialogTimes dialog = TimeDialog(directory.Path(), false);
-            const DialogTimes whole = TimeDialog(directory.Path(), true);
-            if (dialog.shown <= 0 || whole.shown <= 0) {
-                std::printf("the dialog did not hand back what it lists\n");
-                return 1;
-            }
-            shown.push_back(dialog.shown);
-            taken.push_back(whole.taken);
-            all.push_back(marked_end - start);
-            plain.push_back(unmarked_end - marked_end);
-        }
-        ShowAtMost("10 000 page files with their marks, listed", Median(all), "ms", kGoalMs);
-        ShowAtMost("the dialog with those not viewed, to its first paint", Median(shown), "ms", kGoalMs);
-        ShowAtMost("all 10 000 selected, and OK", Median(taken), "ms", kGoalMs);
-        Show("listed without marks", Median(plain), "ms");
-        Show("its system calls alone, with marks", Median(bare), "ms");
-        Show("their share", Median(bare) / Median(all) * 100, "%");
-        std::printf("%-60s %s ms\n", "the listings took", SpreadOf(all).c_str());
-        return 0;
+        Measure(bench, directory.Path());
+        return bench.Finish();
     }
-    std::printf("no directory whose files can be marked: nothing measured\n");
-    return 0;
+    Fail("no directory whose files can be marked: nothing measured");
 }

@@ -1,6 +1,7 @@
 // The overview of a page of 600 million pixels in three formats, on a screen of 1280 x 960: its whole cost
 // without paints, a batch of one line, the memory that it takes, and how long a key at the page view waits
-// for its paint while the picture grows in its own window.
+// for its paint while the picture grows in its own window. The windows are on X if the display has that size.
+// --rounds=N (9)
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "app/lumentavw.h"
@@ -8,6 +9,7 @@
 #include "app/scaleddib.h"
 #include "app/scalefrm.h"
 #include "app/usermsg.h"
+#include "bench/harness.h"
 #include "bench/support.h"
 #include "platform/qt/peer.h"
 #include "platform/testing.h"
@@ -56,14 +58,6 @@ double CpuMs()
         return static_cast<double>(time.tv_sec) * 1000 + static_cast<double>(time.tv_usec) / 1000;
     };
     return ms(usage.ru_utime) + ms(usage.ru_stime);
-}
-
-// The least value that so large a share of at least one value does not exceed.
-double Percentile(std::vector<double> values, double share)
-{
-    std::sort(values.begin(), values.end());
-    const auto rank = static_cast<size_t>(std::ceil(share * static_cast<double>(values.size())));
-    return values[std::max<size_t>(rank, 1) - 1];
 }
 
 bool OpenPage(CLumentaDoc& document, const Format& format)
@@ -154,13 +148,19 @@ bool ReduceByLine(const Format& format, double* cpu, std::vector<double>* batche
     return IsWhole(document) && batches->size() == static_cast<size_t>(document.m_pScaled->m_nHeight);
 }
 
-bool MeasureReduction(const Format& format, int rounds)
+bool MeasureReduction(Harness& bench, const Format& format)
 {
-    std::vector<double> whole(static_cast<size_t>(rounds)), by_line(whole.size());
+    std::vector<double> whole(static_cast<size_t>(bench.Rounds())), by_line(whole.size());
     std::vector<std::vector<double>> batches(whole.size());
     for (size_t round = 0; round < whole.size(); ++round)
         if (!ReduceWhole(format, &whole[round]) || !ReduceByLine(format, &by_line[round], &batches[round]))
             return false;
+    for (size_t round = 0; round < whole.size(); ++round) {
+        whole[round] = bench.Ours(whole[round]);
+        by_line[round] = bench.Ours(by_line[round]);
+        for (double& batch : batches[round])
+            batch = bench.Ours(batch);
+    }
 
     // A batch is the same work in each round: its median is free of what else the machine did meanwhile.
     std::vector<double> lines;
@@ -172,18 +172,15 @@ bool MeasureReduction(const Format& format, int rounds)
         lines.push_back(Median(times));
         longest = std::max(longest, Percentile(times, 1));
     }
-    for (const auto& [what, times] : {std::pair{"overview in one go, CPU, median", &whole},
-                                      std::pair{"overview line by line, CPU, median", &by_line}}) {
-        if (format.has_cpu_goal)
-            ShowAtMost(what, Median(*times), "ms", kOverviewGoalMs);
-        else
-            Show(what, Median(*times), "ms");
-    }
-    Show("batch of one line, median", Median(lines), "ms");
-    Show("batch of one line, 99 of 100", Percentile(lines, 0.99), "ms");
-    ShowAtMost("batch of one line, longest, median of the rounds", Percentile(lines, 1), "ms",
-               format.batch_goal_ms);
-    Show("batch of one line, longest in any round", longest, "ms");
+    const std::string name = std::string{"overview, "} + format.name;
+    for (const auto& [what, times] :
+         {std::pair{", CPU, in one go", &whole}, std::pair{", CPU, line by line", &by_line}})
+        bench.Report(name + what, *times, "ms", format.has_cpu_goal ? AtMost(kOverviewGoalMs) : Goal{});
+    bench.Report(name + ", batches of one line", lines, "ms");
+    bench.Report(name + ", batch of one line, 99 of 100", Percentile(lines, 0.99), "ms");
+    bench.Report(name + ", longest batch of one line, median of the rounds", Percentile(lines, 1), "ms",
+                 AtMost(format.batch_goal_ms));
+    bench.Report(name + ", longest batch of one line in any round", longest, "ms");
     return true;
 }
 
@@ -276,8 +273,9 @@ bool GrowUnderKeys(CLumentaApp& app, const Format& format, std::vector<double>* 
     return PumpUntilIdle() && IsWhole(*document);
 }
 
-bool MeasureKeys(CLumentaApp& app, const Format& format, int rounds)
+bool MeasureKeys(Harness& bench, CLumentaApp& app, const Format& format, const char* where)
 {
+    const int rounds = bench.Rounds();
     std::vector<double> times;
     // A last key of an overview may come too late to count.
     for (int round = 0; round < rounds || (times.size() < kLeastKeys && round < 3 * rounds + 9); ++round)
@@ -285,25 +283,22 @@ bool MeasureKeys(CLumentaApp& app, const Format& format, int rounds)
             return false;
     if (times.size() < kLeastKeys)
         return false;
-    std::printf("%s, %zu keys while the picture grows by one line an update\n", format.name, times.size());
-    Show("key to its paint, median", Median(times), "ms");
-    Show("key to its paint, 90 of 100", Percentile(times, 0.9), "ms");
-    ShowAtMost("key to its paint, longest", Percentile(times, 1), "ms", kKeyGoalMs);
+    for (double& time : times)
+        time = bench.Ours(time);
+    const std::string name = std::string{"overview grows, "} + format.name + ", key to its paint";
+    bench.Report(name, times, "ms", {}, where);
+    bench.Report(name + ", 90 of 100", Percentile(times, 0.9), "ms", {}, where);
+    bench.Report(name + ", longest", Percentile(times, 1), "ms", AtMost(kKeyGoalMs), where);
     return true;
-}
-
-int Fail(const char* what, const Format& format)
-{
-    std::fprintf(stderr, "%s: %s\n", format.name, what);
-    return 1;
 }
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const int rounds = RoundsFrom(argc, argv, 9);
-    if (!ChooseScreen(kScreen.cx, kScreen.cy)) // the factor depends on it
-        return 1;
+    Harness bench(argc, argv, 9);
+    bench.SetWhere("memory, cached");
+    const bool is_x = HasDisplayOf(kScreen.cx, kScreen.cy) && ChooseDisplay();
+    Require(is_x || ChooseScreen(kScreen.cx, kScreen.cy), "no screen"); // the factor depends on it
     TestToolkit toolkit(argc, argv);
     SetSettingsFile("/dev/null");
     SetMessageBoxHook([](const CString& text) { std::fprintf(stderr, "%s\n", text.c_str()); });
@@ -312,29 +307,28 @@ int main(int argc, char** argv)
     Growth growth[std::size(kFormats)];
     std::vector<uint8_t> first, greys;
     for (size_t i = 0; i < std::size(kFormats); ++i) {
-        if (!Check(kFormats[i], &greys, &growth[i]))
-            return Fail("not all lines were made", kFormats[i]);
+        const std::string name = kFormats[i].name;
+        Require(Check(kFormats[i], &greys, &growth[i]), name + ": not all lines were made");
         if (i == 0)
             first = greys;
-        if (!IsSamePicture(greys, first))
-            return Fail("another picture, or a blank one", kFormats[i]);
+        Require(IsSamePicture(greys, first), name + ": another picture, or a blank one");
     }
 
-    std::printf("%d x %d pixels at 1/%d, %d rounds\n", kPage.cx, kPage.cy, ChooseScale(kPage, kScreen),
-                rounds);
+    std::printf("%d x %d pixels at 1/%d\n", kPage.cx, kPage.cy, ChooseScale(kPage, kScreen));
     for (size_t i = 0; i < std::size(kFormats); ++i) {
-        std::printf("%s\n", kFormats[i].name);
-        if (!MeasureReduction(kFormats[i], rounds))
-            return Fail("not all lines were made", kFormats[i]);
-        ShowAtMost("anonymous memory grew by, at most", static_cast<double>(growth[i].most), "kB",
-                   kMemoryGoalKb);
-        Show("  of it the picture", static_cast<double>(growth[i].picture), "kB");
+        const std::string name = kFormats[i].name;
+        Require(MeasureReduction(bench, kFormats[i]), name + ": not all lines were made");
+        bench.Report("overview, " + name + ", anonymous memory grew by, at most",
+                     bench.Ours(static_cast<double>(growth[i].most)), "kB", AtMost(kMemoryGoalKb));
+        bench.Report("overview, " + name + ", memory of the picture", static_cast<double>(growth[i].picture),
+                     "kB");
     }
     StartApplication(app, {});
     QInputDevice::primaryKeyboard(); // made by whoever asks first, which must not be the thread of the keys
     for (const Format& format : kFormats)
-        if (format.with_keys && !MeasureKeys(app, format, rounds))
-            return Fail("the keys could not be measured", format);
+        if (format.with_keys)
+            Require(MeasureKeys(bench, app, format, is_x ? "X, cached" : "memory, cached"),
+                    std::string{format.name} + ": the keys could not be measured");
     EndApplication(app);
-    return 0;
+    return bench.Finish();
 }

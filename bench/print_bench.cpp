@@ -1,6 +1,7 @@
 // Peak memory and time of a print into a PDF file, from the start of the program on, with the page on the
-// screen. Each print runs in a process of its own: this program starts itself with --print.
+// screen. Each print runs in a process of its own: this program starts itself with --print. --rounds=N (3)
 #include "app/lumentaapp.h"
+#include "bench/harness.h"
 #include "bench/support.h"
 #include "pages.h"
 #include "platform/testing.h"
@@ -10,11 +11,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <spawn.h>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
@@ -47,21 +50,31 @@ int PrintOnce(int argc, char** argv, const CString& page, const CString& pdf)
     const double start = NowMs();
     if (view)
         view->OnFilePrint();
-    std::printf("%-60s %11.2f ms\n", "time of the print", NowMs() - start);
+    std::printf("%f\n", NowMs() - start); // for the parent
     EndApplication(app);
     return view && good ? 0 : 1;
 }
 
+struct Figures {
+    std::vector<double> ms, peak, anonymous, file, shared; // memory in MB
+};
+
 // The greatest of each figure while the process runs. VmHWM counts what is mapped of the row store's file,
 // too.
-bool Measure(const Print& print, const std::string& pdf)
+void PrintInChild(const Print& print, const std::string& pdf, Figures* figures)
 {
-    std::printf("%s\n", print.name);
-    std::fflush(stdout);
     const char* const arguments[] = {"/proc/self/exe", "--print", print.page.c_str(), pdf.c_str(), nullptr};
+    int pipe_ends[2];
+    Require(pipe2(pipe_ends, O_CLOEXEC) == 0, "no pipe");
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, pipe_ends[1], STDOUT_FILENO);
     pid_t process = 0;
-    if (posix_spawn(&process, arguments[0], nullptr, nullptr, const_cast<char**>(arguments), environ) != 0)
-        return false;
+    Require(posix_spawn(&process, arguments[0], &actions, nullptr, const_cast<char**>(arguments), environ) ==
+                0,
+            "the print does not start");
+    posix_spawn_file_actions_destroy(&actions);
+    close(pipe_ends[1]);
     ProcessMemory most;
     int status = 0;
     while (waitpid(process, &status, WNOHANG) == 0) {
@@ -72,17 +85,36 @@ bool Measure(const Print& print, const std::string& pdf)
         most.shared = std::max(most.shared, now.shared);
         usleep(kSampleEveryUs);
     }
+    char text[64] = {};
+    const ssize_t got = read(pipe_ends[0], text, sizeof text - 1);
+    close(pipe_ends[0]);
+    Require(WIFEXITED(status) && WEXITSTATUS(status) == 0 && got > 0,
+            std::string{print.name} + ": the print failed");
     const auto megabytes = [](long kb) { return static_cast<double>(kb) / 1024; };
-    if (print.goal_mb > 0)
-        ShowAtMost("peak memory (VmHWM)", megabytes(most.peak), "MB", print.goal_mb);
-    else
-        Show("peak memory (VmHWM)", megabytes(most.peak), "MB");
-    Show("  of it anonymous, at most", megabytes(most.anonymous), "MB");
-    Show("  of it files, with the mapped rows, at most", megabytes(most.file), "MB");
-    Show("  of it shared memory, at most", megabytes(most.shared), "MB");
-    std::error_code unknown;
-    Show("PDF file", static_cast<double>(std::filesystem::file_size(pdf, unknown)) / 1e6, "MB");
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0 && !unknown;
+    figures->ms.push_back(std::strtod(text, nullptr));
+    figures->peak.push_back(megabytes(most.peak));
+    figures->anonymous.push_back(megabytes(most.anonymous));
+    figures->file.push_back(megabytes(most.file));
+    figures->shared.push_back(megabytes(most.shared));
+}
+
+void Measure(Harness& bench, const Print& print, const std::string& pdf)
+{
+    Figures figures;
+    for (int round = 0; round < bench.Rounds(); ++round) {
+        std::filesystem::remove(pdf);
+        PrintInChild(print, pdf, &figures);
+        figures.ms.back() = bench.Ours(figures.ms.back());
+        figures.peak.back() = bench.Ours(figures.peak.back());
+    }
+    const std::string name = std::string{"print of "} + print.name;
+    bench.Report(name, figures.ms, "ms");
+    bench.Report(name + ", peak memory (VmHWM)", figures.peak, "MB",
+                 print.goal_mb > 0 ? AtMost(print.goal_mb) : Goal{});
+    bench.Report(name + ", anonymous memory, at most", figures.anonymous, "MB");
+    bench.Report(name + ", files with the mapped rows, at most", figures.file, "MB");
+    bench.Report(name + ", shared memory, at most", figures.shared, "MB");
+    bench.Report(name + ", PDF file", static_cast<double>(std::filesystem::file_size(pdf)) / 1e6, "MB");
 }
 } // namespace
 
@@ -91,15 +123,17 @@ int main(int argc, char** argv)
     if (argc == 4 && std::strcmp(argv[1], "--print") == 0)
         return PrintOnce(1, argv, argv[2], argv[3]);
 
+    Harness bench(argc, argv, 3);
+    bench.SetWhere("memory, cached");
     std::string scratch = std::filesystem::temp_directory_path() / "lumenta-print-XXXXXX";
-    if (!mkdtemp(scratch.data()))
-        return 1;
+    Require(mkdtemp(scratch.data()) != nullptr, "no directory for the files");
     const pages::PageOptions options{.draw = pages::Draw::Mixed, .width = kPaper.cx, .height = kPaper.cy};
     const std::string fits = scratch + "/fits.tif", grey = scratch + "/grey.tif";
     pages::TiffOptions group4;
     group4.compression = pages::Compression::Group4;
-    bool good = pages::write_tiff(fits, pages::draw_page(options), group4).empty() &&
-                pages::write_tiff(grey, pages::draw_grey_page(options), {}).empty();
+    Require(pages::write_tiff(fits, pages::draw_page(options), group4).empty() &&
+                pages::write_tiff(grey, pages::draw_grey_page(options), {}).empty(),
+            "the pages are not written");
 
     const Print prints[] = {
         {"20 000 x 30 000, larger than the paper", PagePathOf(kBigPage), kPeakGoalMb},
@@ -107,7 +141,7 @@ int main(int argc, char** argv)
         {"9 500 x 13 600, grey", grey, 0},
     };
     for (const Print& print : prints)
-        good = good && Measure(print, scratch + "/page.pdf");
+        Measure(bench, print, scratch + "/page.pdf");
     std::filesystem::remove_all(scratch);
-    return good ? 0 : 1;
+    return bench.Finish();
 }

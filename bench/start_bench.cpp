@@ -1,6 +1,7 @@
-// From the start of the program to the first pixels of the page on the screen, beside a bare window of the
-// toolkit, in turn. Needs a display of its own: it is covered with white, and looked at in the middle until
-// that turns black.
+// From the start of the program to the first pixels of the page on the screen, beside a bare window of Qt, in
+// turn; the large page with its file in the system's cache and out of it. Needs a display of its own: it is
+// covered with white, and looked at in the middle until that turns black. --rounds=N (21)
+#include "bench/harness.h"
 #include "bench/support.h"
 
 #include <algorithm>
@@ -82,52 +83,34 @@ private:
 struct Contender {
     const char* name;
     std::vector<std::string> command;
+    bool is_ours = true;
+    std::string cold_file = {}; // taken out of the cache before each start
     std::vector<double> times_ms = {};
-    std::vector<double> peaks_kb = {};
+    std::vector<double> peaks_mb = {};
 };
 
-bool RunOnce(const Screen& screen, Contender& contender)
+void RunOnce(const Harness& bench, const Screen& screen, Contender& contender)
 {
-    if (screen.WaitFor(false) == 0) {
-        std::fputs("something black stays on the screen\n", stderr);
-        return false;
-    }
+    Require(screen.WaitFor(false) != 0, "something black stays on the screen");
+    if (!contender.cold_file.empty())
+        Require(DropFromCache(contender.cold_file), "the page's file stays in the cache");
     std::vector<char*> arguments;
     for (std::string& argument : contender.command)
         arguments.push_back(argument.data());
     arguments.push_back(nullptr);
     pid_t process = 0;
     const double start = NowMs();
-    if (posix_spawn(&process, arguments[0], nullptr, nullptr, arguments.data(), environ) != 0)
-        return false;
+    Require(posix_spawn(&process, arguments[0], nullptr, nullptr, arguments.data(), environ) == 0,
+            std::string{contender.name} + " does not start");
     const double shown = screen.WaitFor(true);
     usleep(kSettleUs);
     const ProcessMemory memory = ReadProcessMemory(process);
     kill(process, SIGTERM);
     waitpid(process, nullptr, 0);
-    if (shown == 0) {
-        std::fprintf(stderr, "%s: nothing was shown\n", contender.name);
-        return false;
-    }
-    contender.times_ms.push_back(shown - start);
-    contender.peaks_kb.push_back(static_cast<double>(memory.peak));
-    return true;
-}
-
-double MedianDifference(const std::vector<double>& of, const std::vector<double>& against)
-{
-    std::vector<double> differences;
-    for (size_t i = 0; i < of.size(); ++i)
-        differences.push_back(of[i] - against[i]);
-    return Median(differences);
-}
-
-double MedianRatio(const std::vector<double>& of, const std::vector<double>& against)
-{
-    std::vector<double> ratios;
-    for (size_t i = 0; i < of.size(); ++i)
-        ratios.push_back(of[i] / against[i]);
-    return Median(ratios);
+    Require(shown != 0, std::string{contender.name} + ": nothing was shown");
+    const double ms = shown - start, megabytes = static_cast<double>(memory.peak) / 1024;
+    contender.times_ms.push_back(contender.is_ours ? bench.Ours(ms) : ms);
+    contender.peaks_mb.push_back(contender.is_ours ? bench.Ours(megabytes) : megabytes);
 }
 
 // Settings of our own, with a window of the bare window's size and place.
@@ -145,50 +128,52 @@ std::string MakeSettings()
 
 int main(int argc, char** argv)
 {
-    const int rounds = RoundsFrom(argc, argv, 21);
+    Harness bench(argc, argv, 21);
+    bench.SetWhere("X, cached");
     const Screen screen;
-    if (!screen.Good()) {
-        std::fputs("start_bench needs a display\n", stderr);
-        return 1;
-    }
+    Require(screen.Good(), "start_bench needs a display");
     const std::string config = MakeSettings();
     setenv("XDG_CONFIG_HOME", config.c_str(), 1);
 
-    Contender bare{"bare window", {BARE_WINDOW_PROGRAM}};
-    Contender picture{"the same with a picture", {BARE_WINDOW_PROGRAM, "--picture"}};
+    const std::string big_page = PagePathOf(kBigPage);
+    Contender bare{"bare window", {BARE_WINDOW_PROGRAM}, false};
+    Contender picture{"bare window with a picture", {BARE_WINDOW_PROGRAM, "--picture"}, false};
     Contender small{"1 000 x 1 000 page", {LUMENTA_PROGRAM, PagePathOf(kSmallPage)}};
-    Contender big{"20 000 x 30 000 page", {LUMENTA_PROGRAM, PagePathOf(kBigPage)}};
-    bool good = true;
-    for (int round = -1; round < rounds && good; ++round) // one round to warm up, not counted
-        for (Contender* const contender : {&bare, &picture, &small, &big}) {
-            good = good && RunOnce(screen, *contender);
+    Contender big{"20 000 x 30 000 page", {LUMENTA_PROGRAM, big_page}};
+    Contender cold{"20 000 x 30 000 page", {LUMENTA_PROGRAM, big_page}, true, big_page};
+    std::vector<Contender*> contenders{&bare, &picture, &small, &big};
+    if (DropFromCache(big_page))
+        contenders.push_back(&cold);
+    else
+        std::printf("cold: not measured, the file system keeps the page in memory\n");
+    for (int round = -1; round < bench.Rounds(); ++round) // one round to warm up, not counted
+        for (Contender* const contender : contenders) {
+            RunOnce(bench, screen, *contender);
             if (round < 0) {
                 contender->times_ms.clear();
-                contender->peaks_kb.clear();
+                contender->peaks_mb.clear();
             }
         }
     std::filesystem::remove_all(config);
-    if (!good)
-        return 1;
 
-    std::printf("%d rounds, medians; from exec to black in the middle of the screen\n", rounds);
-    for (const Contender* const contender : {&bare, &picture, &small, &big}) {
-        const auto [least, most] =
-            std::minmax_element(contender->times_ms.begin(), contender->times_ms.end());
-        std::printf("%-24s %8.1f ms (%.1f to %.1f)  peak %8.0f kB\n", contender->name,
-                    Median(contender->times_ms), *least, *most, Median(contender->peaks_kb));
+    std::printf("from exec to black in the middle of the screen\n");
+    for (const Contender* const contender : contenders) {
+        const std::string where = contender == &cold ? "X, cold" : "";
+        bench.Report(std::string{"start, "} + contender->name, contender->times_ms, "ms", {}, where);
+        bench.Report(std::string{"start, "} + contender->name + ", peak memory", contender->peaks_mb, "MB",
+                     {}, where);
     }
-    ShowAtMost("small page - bare window", MedianDifference(small.times_ms, bare.times_ms), "ms", 25);
-    Show("big page - bare window", MedianDifference(big.times_ms, bare.times_ms), "ms");
-    ShowAtMost("big page - small page", MedianDifference(big.times_ms, small.times_ms), "ms", 3);
-    ShowAtMost("big page / small page", MedianRatio(big.times_ms, small.times_ms), "x", 1.2);
-    const auto megabytes = [](const Contender& of, const Contender& against) {
-        return MedianDifference(of.peaks_kb, against.peaks_kb) / 1024;
-    };
-    ShowAtMost("peak memory, small page - bare window", megabytes(small, bare), "MB", 10);
-    ShowAtMost("peak memory, big page - bare window", megabytes(big, bare), "MB", 10);
-    ShowAtMost("peak memory, big page - small page", megabytes(big, small), "MB", 1.5);
-    Show("peak memory, small page - window with a picture", megabytes(small, picture), "MB");
-    Show("peak memory, big page - window with a picture", megabytes(big, picture), "MB");
-    return 0;
+    bench.Report("start, small page - bare window", Differences(small.times_ms, bare.times_ms), "ms",
+                 AtMost(25));
+    bench.Report("start, large page - bare window", Differences(big.times_ms, bare.times_ms), "ms");
+    bench.Report("start, large page - small page", Differences(big.times_ms, small.times_ms), "ms",
+                 AtMost(3));
+    bench.Report("start, large page / small page", Ratios(big.times_ms, small.times_ms), "x", AtMost(1.2));
+    bench.Report("start, small page - bare window, peak memory", Differences(small.peaks_mb, bare.peaks_mb),
+                 "MB", AtMost(10));
+    bench.Report("start, large page - bare window, peak memory", Differences(big.peaks_mb, bare.peaks_mb),
+                 "MB", AtMost(10));
+    bench.Report("start, large page - small page, peak memory", Differences(big.peaks_mb, small.peaks_mb),
+                 "MB", AtMost(1.5));
+    return bench.Finish();
 }

@@ -1,28 +1,19 @@
 #include "bench/support.h"
 
+#include "bench/harness.h"
+
 #include <algorithm>
-#include <charconv>
-#include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <fstream>
-#include <string_view>
 #include <sys/mman.h>
 #include <unistd.h>
-
-double NowMs()
-{
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch())
-        .count();
-}
-
-double Median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    const size_t middle = values.size() / 2;
-    return values.size() % 2 != 0 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
-}
+#include <vector>
+#include <xcb/xcb.h>
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 ProcessMemory ReadProcessMemory(pid_t process)
 {
@@ -43,75 +34,28 @@ ProcessMemory ReadProcessMemory(pid_t process)
     return memory;
 }
 
-int RoundsFrom(int argc, char** argv, int by_default)
-{
-    constexpr std::string_view kRounds = "--rounds=";
-    int rounds = by_default;
-    for (int i = 1; i < argc; ++i) {
-        const std::string_view argument = argv[i];
-        if (argument.starts_with(kRounds))
-            std::from_chars(argument.data() + kRounds.size(), argument.data() + argument.size(), rounds);
-    }
-    return std::max(rounds, 1);
-}
-
 std::string PagePathOf(const char* name)
 {
     return std::string{LUMENTA_BENCH_PAGES} + "/" + name;
 }
 
-void Show(const char* what, double value, const char* unit)
+bool ChooseDisplay()
 {
-    std::printf("%-60s %11.2f %s\n", what, value, unit);
+    const bool is_x = std::getenv("DISPLAY") != nullptr;
+    setenv("QT_QPA_PLATFORM", is_x ? "xcb" : "offscreen", 1);
+    return is_x;
 }
 
-void ShowAtMost(const char* what, double value, const char* unit, double goal)
+bool HasDisplayOf(int width, int height)
 {
-    std::printf("%-60s %11.2f %-8s goal: at most %g%s\n", what, value, unit, goal,
-                value <= goal ? "" : "  MISSED");
-}
-
-void ShowAtLeast(const char* what, double value, const char* unit, double goal)
-{
-    std::printf("%-60s %11.2f %-8s goal: at least %g%s\n", what, value, unit, goal,
-                value >= goal ? "" : "  MISSED");
-}
-
-std::string SpreadOf(const std::vector<double>& values)
-{
-    const auto [lowest, highest] = std::minmax_element(values.begin(), values.end());
-    char text[64];
-    std::snprintf(text, sizeof text, "%.2f to %.2f", *lowest, *highest);
-    return text;
-}
-
-namespace
-{
-constexpr double kGate = 0.9;
-int closed_gates = 0;
-
-void Gate(const char* what, double value, double goal, bool passed)
-{
-    if (passed)
-        return;
-    ++closed_gates;
-    std::printf("GATE: %s: %.2f, the goal is %g\n", what, value, goal);
-}
-} // namespace
-
-void GateAtLeast(const char* what, double value, double goal)
-{
-    Gate(what, value, goal, value >= goal * kGate);
-}
-
-void GateAtMost(const char* what, double value, double goal)
-{
-    Gate(what, value, goal, value <= goal / kGate);
-}
-
-int GateStatus()
-{
-    return closed_gates == 0 ? 0 : 1;
+    xcb_connection_t* const connection = xcb_connect(nullptr, nullptr);
+    bool good = xcb_connection_has_error(connection) == 0;
+    if (good) {
+        const xcb_screen_t* const screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
+        good = screen->width_in_pixels == width && screen->height_in_pixels == height;
+    }
+    xcb_disconnect(connection);
+    return good;
 }
 
 // Qt reads the size from a file, which is kept in memory.
@@ -125,4 +69,69 @@ bool ChooseScreen(int width, int height)
         return false;
     const std::string platform = "offscreen:configfile=/proc/self/fd/" + std::to_string(file);
     return setenv("QT_QPA_PLATFORM", platform.c_str(), 1) == 0;
+}
+
+bool DropFromCache(const std::string& path)
+{
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const off_t bytes = file < 0 ? 0 : lseek(file, 0, SEEK_END);
+    bool gone = false;
+    if (bytes > 0) {
+        fdatasync(file); // only clean pages leave
+        posix_fadvise(file, 0, 0, POSIX_FADV_DONTNEED);
+        void* const mapped = mmap(nullptr, static_cast<size_t>(bytes), PROT_READ, MAP_SHARED, file, 0);
+        if (mapped != MAP_FAILED) {
+            const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+            std::vector<unsigned char> is_there((static_cast<size_t>(bytes) + page - 1) / page);
+            gone = mincore(mapped, static_cast<size_t>(bytes), is_there.data()) == 0 &&
+                   std::none_of(is_there.begin(), is_there.end(),
+                                [](unsigned char there) { return (there & 1) != 0; });
+            munmap(mapped, static_cast<size_t>(bytes));
+        }
+    }
+    if (file >= 0)
+        close(file);
+    return gone;
+}
+
+namespace
+{
+#if defined(__x86_64__)
+__attribute__((target("avx2"))) uint64_t ReadVectors(const uint8_t* bytes, size_t count)
+{
+    __m256i sums[4] = {};
+    for (size_t i = 0; i + sizeof sums <= count; i += sizeof sums)
+        for (size_t k = 0; k < 4; ++k)
+            sums[k] = _mm256_add_epi64(
+                sums[k], _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes + i + 32 * k)));
+    alignas(32) uint64_t lanes[4];
+    _mm256_store_si256(
+        reinterpret_cast<__m256i*>(lanes),
+        _mm256_add_epi64(_mm256_add_epi64(sums[0], sums[1]), _mm256_add_epi64(sums[2], sums[3])));
+    return lanes[0] + lanes[1] + lanes[2] + lanes[3];
+}
+#endif
+uint64_t ReadWords(const uint8_t* bytes, size_t count)
+{
+    uint64_t sum = 0;
+    for (size_t i = 0; i + 8 <= count; i += 8) {
+        uint64_t word;
+        std::memcpy(&word, bytes + i, sizeof word);
+        sum += word;
+    }
+    return sum;
+}
+} // namespace
+
+double TimeRead(const uint8_t* bytes, size_t count)
+{
+    static uint64_t sum;
+    volatile uint64_t& kept = sum; // so that the reading is not left out
+    const double start = NowMs();
+#if defined(__x86_64__)
+    kept = __builtin_cpu_supports("avx2") ? ReadVectors(bytes, count) : ReadWords(bytes, count);
+#else
+    kept = ReadWords(bytes, count);
+#endif
+    return NowMs() - start;
 }

@@ -1,7 +1,7 @@
 // All rows of large Group 4 TIFF pages, with the opening of the file: TIFFImage beside libtiff, in turn, each
 // into one row. Every row is compared first. --rounds=N (5); --page=NAME for one page.
 #include "app/tifimage.h"
-#include "bench/support.h"
+#include "bench/harness.h"
 #include "pages.h"
 #include "tiffout.h"
 
@@ -29,19 +29,12 @@ constexpr PageKind kPages[] = {
 };
 constexpr int kWidth = 20'000, kHeight = 30'000, kDpi = 1000;
 
-[[noreturn]] void Stop(const char* what)
-{
-    std::fprintf(stderr, "%s\n", what);
-    std::exit(1);
-}
-
 class LibtiffPage
 {
 public:
     explicit LibtiffPage(const std::string& path) : m_tiff(TIFFOpen(path.c_str(), "rbm"))
     {
-        if (!m_tiff)
-            Stop("libtiff does not open the page");
+        Require(m_tiff != nullptr, "libtiff does not open the page");
     }
     LibtiffPage(const LibtiffPage&) = delete;
     LibtiffPage& operator=(const LibtiffPage&) = delete;
@@ -50,8 +43,7 @@ public:
     size_t RowBytes() const { return static_cast<size_t>(TIFFScanlineSize(m_tiff)); }
     void Read(uint8_t* row, uint32_t number) const
     {
-        if (TIFFReadScanline(m_tiff, row, number, 0) != 1)
-            Stop("libtiff does not read a row");
+        Require(TIFFReadScanline(m_tiff, row, number, 0) == 1, "libtiff does not read a row");
     }
 
 private:
@@ -60,14 +52,12 @@ private:
 
 void OpenOurs(TIFFImage& image, const std::string& path)
 {
-    if (!image.Open(path))
-        Stop("the page does not open");
+    Require(image.Open(path) != 0, "the page does not open");
 }
 
 void ReadOurs(TIFFImage& image, std::vector<uint8_t>& row)
 {
-    if (!image.ReadRow(row.data(), image.BytesPerRow))
-        Stop("a row cannot be read");
+    Require(image.ReadRow(row.data(), image.BytesPerRow) != 0, "a row cannot be read");
 }
 
 void Compare(const std::string& path)
@@ -79,8 +69,7 @@ void Compare(const std::string& path)
     for (uint32_t y = 0; y < kHeight; ++y) {
         peer.Read(wanted.data(), y);
         ReadOurs(image, row);
-        if (std::memcmp(wanted.data(), row.data(), wanted.size()) != 0)
-            Stop("the rows differ");
+        Require(std::memcmp(wanted.data(), row.data(), wanted.size()) == 0, "the rows differ");
     }
 }
 
@@ -108,17 +97,12 @@ double TimeOurs(const std::string& path)
 
 int main(int argc, char** argv)
 {
-    const int rounds = RoundsFrom(argc, argv, 5);
-    std::string_view only;
-    for (int i = 1; i < argc; ++i)
-        if (const std::string_view argument = argv[i]; argument.starts_with("--page="))
-            only = argument.substr(7);
-
+    Harness bench(argc, argv, 5);
+    bench.SetWhere("memory, cached");
+    const std::string_view only = bench.Value("page");
     std::string directory = std::filesystem::temp_directory_path() / "lumenta-tiff-XXXXXX";
-    if (!mkdtemp(directory.data()))
-        Stop("no directory for the pages");
+    Require(mkdtemp(directory.data()) != nullptr, "no directory for the pages");
     const std::string path = directory + "/page.tif";
-    std::printf("%d rounds, medians\n", rounds);
     for (const PageKind& kind : kPages) {
         if (!only.empty() && only != kind.name)
             continue;
@@ -127,21 +111,16 @@ int main(int argc, char** argv)
         options.rows_per_strip = kind.rows_per_strip;
         const std::string error =
             pages::write_tiff(path, pages::draw_page({kind.draw, kWidth, kHeight, kDpi, kDpi, 1}), options);
-        if (!error.empty())
-            Stop(error.c_str());
+        Require(error.empty(), error);
         Compare(path);
-        std::vector<double> peer, ours, ratio;
-        for (int round = 0; round < rounds; ++round) {
-            peer.push_back(TimeLibtiff(path));
-            ours.push_back(TimeOurs(path));
-            ratio.push_back(peer.back() / ours.back());
-        }
-        std::printf("%-11s%8.2f MB  libtiff%9.1f ms  ours%9.1f ms%8.2f x as fast (%s), goal %g\n", kind.name,
-                    static_cast<double>(std::filesystem::file_size(path)) / 1e6, Median(peer), Median(ours),
-                    Median(ratio), SpreadOf(ratio).c_str(), kind.goal);
-        std::fflush(stdout);
-        GateAtLeast(kind.name, Median(ratio), kind.goal);
+        const auto times = bench.InTurn(
+            {{true, [&] { return TimeOurs(path); }}, {false, [&] { return TimeLibtiff(path); }}});
+        const std::string name = std::string{"rows of a TIFF page, "} + kind.name;
+        bench.Report(name, times[0], "ms");
+        bench.Report(name + ", libtiff", times[1], "ms");
+        bench.Report(name + ", times as fast as libtiff", Ratios(times[1], times[0]), "x",
+                     AtLeast(kind.goal));
     }
     std::filesystem::remove_all(directory);
-    return GateStatus();
+    return bench.Finish();
 }

@@ -1,30 +1,107 @@
 #!/usr/bin/env bash
-# bench.sh [ARGUMENT...]: builds the benchmark programs optimised and runs them one after the other; the arguments
-# go to each of them, as in: bench.sh --benchmark_filter=Widen, or bench.sh --rounds=61 for those that run in rounds.
-# Nothing else should run on the machine meanwhile. Ends with 1 where a ratio to a peer of the same run stays below
-# nine tenths of its goal; all programs run first.
+# bench.sh [peers] [ARGUMENT...]: builds the benchmark programs optimised, runs them all LUMENTA_BENCH_RUNS times (3) one
+# after the other, and writes the figures into docs/SPEED.md. Nothing else should run on the machine meanwhile. Ends
+# with 1, and says which, if a program failed or a goal was missed by more than a tenth in any run.
+# peers: also starts feh and Geeqie, if they are installed, with the large page.
+# The arguments go to each program, as in: bench.sh --rounds=61. With arguments or a planted slowdown the table is
+# build/release/SPEED.md, so that docs/SPEED.md always comes from the same method.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+# shellcheck source=scripts/speed.sh
+source "$root/scripts/speed.sh"
+
+peers=()
+if [[ ${1:-} == peers ]]; then
+  peers=(--peers)
+  shift
+fi
+runs=${LUMENTA_BENCH_RUNS:-3}
+[[ $runs =~ ^[1-9][0-9]*$ ]] || die "LUMENTA_BENCH_RUNS has to be a number of at least 1"
 
 need build test bench
-build_preset release release -- bench/all
+build_preset release release -- bench/all lumenta
+programs=$root/build/release/bench
+table=$root/docs/SPEED.md
+(($# == 0)) && [[ -z ${LUMENTA_BENCH_SLOWDOWN:-} ]] || table=$root/build/release/SPEED.md
 private_environment
 
+failed=()
+load=$(cut -d ' ' -f 1 /proc/loadavg)
+
+# run_program NAME [ARGUMENT...]: its figures go to figures.tsv, with the number of the run and the name in front.
 run_program()
 {
-  say "$(basename "$1")"
-  "$@" || failed+=("$(basename "$1")")
+  local name=$1 status=0
+  shift
+  say "$name $*, run $run of $runs"
+  : >"$scratch/figures"
+  LUMENTA_BENCH_FIGURES=$scratch/figures "$programs/$name" "$@" || status=$?
+  sed "s/^figure/$run\t$name/" "$scratch/figures" >>"$scratch/figures.tsv"
+  # A goal that was missed is in the figures; anything else is not.
+  ((status == 0)) || grep -q $'\tmissed$' "$scratch/figures" || failed+=("$name, run $run")
 }
-failed=()
 
-# The start is measured on a screen as large as the window, and without a window manager's share in it.
-start_display 1280x960
-run_program "$root/build/release/bench/start_bench" "$@"
+: >"$scratch/figures.tsv"
+for ((run = 1; run <= runs; ++run)); do
+  # The start is measured on a screen as large as the window, and without a window manager's share in it.
+  start_display 1280x960
+  run_program start_bench "${peers[@]}" "$@"
+  start_window_manager
+  run_program overview_bench "$@"
 
-start_display 4096x2400
-start_window_manager
-for program in "$root"/build/release/bench/*_bench; do
-  [[ $program == */start_bench ]] || run_program "$program" "$@"
+  start_display 4096x2400
+  start_window_manager
+  for program in "$programs"/*_bench; do
+    case ${program##*/} in
+    start_bench | overview_bench) ;;
+    codec_bench | jbig_bench)
+      run_program "${program##*/}" "$@"
+      run_program "${program##*/}" --plain "$@"
+      ;;
+    *) run_program "${program##*/}" "$@" ;;
+    esac
+  done
+  for ((i = ${#at_exit_kill[@]} - 1; i >= 0; i--)); do
+    end_process "${at_exit_kill[i]}"
+  done
+  at_exit_kill=()
 done
 
-((${#failed[@]} == 0)) || die "a gate is closed, or the program failed: ${failed[*]}"
+compiler=$(sed -n 's/^CMAKE_CXX_COMPILER:[^=]*=//p' "$root/build/release/CMakeCache.txt")
+avx2=without
+! grep -qw avx2 /proc/cpuinfo || avx2=with
+mkdir -p "${table%/*}"
+{
+  echo "# Speed"
+  echo
+  echo "Written by \`scripts/bench.sh\`; do not edit."
+  echo
+  echo "| | |"
+  echo "|---|---|"
+  echo "| commit | $(git -C "$root" describe --always --dirty 2>/dev/null || echo unknown) |"
+  echo "| day | $(date -u +%F) |"
+  echo "| compiler | $("$compiler" --version | head -1), preset release |"
+  echo "| processor |$(sed -n 's/^model name[^:]*://p' /proc/cpuinfo | head -1), $(nproc) cores, $avx2 AVX2 |"
+  echo "| kernel | $(uname -sr) |"
+  echo "| load before and after | $load, $(cut -d ' ' -f 1 /proc/loadavg) |"
+  echo
+  speed_table "$scratch/figures.tsv" "$runs"
+} >"$scratch/SPEED.md"
+cp "$scratch/SPEED.md" "$table"
+say "the figures are in ${table#"$root"/}"
+if [[ $table == */docs/* ]]; then
+  speed_in_readme "$scratch/figures.tsv" "$root/README.md"
+fi
+
+missed=$(missed_goals "$scratch/figures.tsv" "$runs")
+status=0
+if [[ -n $missed ]]; then
+  printf '\nGoals missed by more than a tenth:\n%s\n' "$missed"
+  status=1
+fi
+if ((${#failed[@]})); then
+  printf '\nPrograms that failed:\n'
+  printf '%s\n' "${failed[@]}"
+  status=1
+fi
+exit "$status"

@@ -32,7 +32,7 @@ packages_of()
       ;;
     bench)
       packages_of display
-      echo libbenchmark-dev libjbig-dev libleptonica-dev fonts-dejavu-core
+      echo libjbig-dev libleptonica-dev fonts-dejavu-core
       ;;
     *)
       echo "packages: no group '$group' (run build display test check matrix bench)" >&2

@@ -1,0 +1,170 @@
+#include "bench/harness.h"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+namespace
+{
+constexpr double kTolerance = 0.1; // of a goal, so that noise alone does not miss it
+
+std::string GoalText(Goal goal)
+{
+    if (goal.kind == Goal::Kind::none)
+        return "-";
+    char text[64];
+    std::snprintf(text, sizeof text, "at %s %g", goal.kind == Goal::Kind::at_least ? "least" : "most",
+                  goal.value);
+    return text;
+}
+
+const char* VerdictOf(double value, Goal goal)
+{
+    if (goal.kind == Goal::Kind::none)
+        return "-";
+    const bool at_least = goal.kind == Goal::Kind::at_least;
+    // Written so that a value that is no number misses.
+    if (at_least ? value >= goal.value : value <= goal.value)
+        return "met";
+    const double limit = goal.value * (at_least ? 1 - kTolerance : 1 + kTolerance);
+    return (at_least ? value >= limit : value <= limit) ? "near" : "missed";
+}
+} // namespace
+
+double NowMs()
+{
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+double Median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    const size_t middle = values.size() / 2;
+    return values.size() % 2 != 0 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
+
+double Percentile(std::vector<double> values, double share)
+{
+    std::sort(values.begin(), values.end());
+    const auto rank = static_cast<size_t>(std::ceil(share * static_cast<double>(values.size())));
+    return values[std::max<size_t>(rank, 1) - 1];
+}
+
+std::vector<double> Ratios(const std::vector<double>& of, const std::vector<double>& to)
+{
+    std::vector<double> ratios;
+    std::transform(of.begin(), of.end(), to.begin(), std::back_inserter(ratios), std::divides<>());
+    return ratios;
+}
+
+std::vector<double> Differences(const std::vector<double>& of, const std::vector<double>& from)
+{
+    std::vector<double> differences;
+    std::transform(of.begin(), of.end(), from.begin(), std::back_inserter(differences), std::minus<>());
+    return differences;
+}
+
+void Fail(const std::string& what)
+{
+    std::fflush(stdout);
+    std::fprintf(stderr, "FAILED: %s\n", what.c_str());
+    std::exit(1);
+}
+
+void Require(bool good, const std::string& what)
+{
+    if (!good)
+        Fail(what);
+}
+
+Harness::Harness(int argc, char** argv, int default_rounds)
+    : m_arguments(argv + 1, argv + argc), m_rounds(default_rounds)
+{
+    if (const std::string_view rounds = Value("rounds"); !rounds.empty())
+        std::from_chars(rounds.data(), rounds.data() + rounds.size(), m_rounds);
+    m_rounds = std::max(m_rounds, 1);
+    if (const char* const slowdown = std::getenv("LUMENTA_BENCH_SLOWDOWN")) {
+        m_slowdown = std::strtod(slowdown, nullptr);
+        Require(m_slowdown >= 1, "LUMENTA_BENCH_SLOWDOWN has to be a number of at least 1");
+        std::printf("times of ours are made %g times as long\n", m_slowdown);
+    }
+    if (const char* const path = std::getenv("LUMENTA_BENCH_FIGURES"))
+        m_figures_path = path;
+}
+
+bool Harness::Has(std::string_view name) const
+{
+    return std::find(m_arguments.begin(), m_arguments.end(), "--" + std::string{name}) != m_arguments.end();
+}
+
+std::string_view Harness::Value(std::string_view name) const
+{
+    const std::string start = "--" + std::string{name} + "=";
+    std::string_view value;
+    for (const std::string& argument : m_arguments)
+        if (argument.starts_with(start))
+            value = std::string_view{argument}.substr(start.size());
+    return value;
+}
+
+std::vector<std::vector<double>> Harness::InTurn(const std::vector<Contender>& contenders, Warm warm) const
+{
+    std::vector<std::vector<double>> times(contenders.size());
+    for (int round = -1; round < m_rounds; ++round)
+        for (size_t i = 0; i < contenders.size(); ++i) {
+            if (warm == Warm::each_run)
+                contenders[i].run();
+            const double time = contenders[i].run();
+            if (round >= 0)
+                times[i].push_back(contenders[i].is_ours ? Ours(time) : time);
+        }
+    return times;
+}
+
+void Harness::Report(const std::string& name, const std::vector<double>& values, const char* unit, Goal goal,
+                     const std::string& where)
+{
+    Require(!values.empty(), name + ": there is no value");
+    const double median = Median(values);
+    const auto [lowest, highest] = std::minmax_element(values.begin(), values.end());
+    const char* const verdict = VerdictOf(median, goal);
+    const std::string& place = where.empty() ? m_where : where;
+    char spread[64];
+    std::snprintf(spread, sizeof spread, "%.4g to %.4g", *lowest, *highest);
+
+    std::printf("%-64s %9.4g %-6s (%s) [%s]", name.c_str(), median, unit, spread, place.c_str());
+    if (goal.kind != Goal::Kind::none)
+        std::printf("  goal: %s, %s", GoalText(goal).c_str(), verdict);
+    std::printf("\n");
+    std::fflush(stdout);
+
+    if (std::string_view{verdict} == "missed") {
+        char missed[64];
+        std::snprintf(missed, sizeof missed, ": %.4g, the goal is %s", median, GoalText(goal).c_str());
+        m_missed.push_back(name + missed);
+    }
+    if (m_figures_path.empty())
+        return;
+    FILE* const figures = std::fopen(m_figures_path.c_str(), "a");
+    Require(figures != nullptr, m_figures_path + " cannot be written");
+    const bool good = std::fprintf(figures, "figure\t%s\t%.6g\t%s\t%s\t%s\t%s\t%s\n", name.c_str(), median,
+                                   spread, unit, GoalText(goal).c_str(), place.c_str(), verdict) > 0;
+    Require(std::fclose(figures) == 0 && good, m_figures_path + " cannot be written");
+}
+
+void Harness::Report(const std::string& name, double value, const char* unit, Goal goal,
+                     const std::string& where)
+{
+    Report(name, std::vector<double>{value}, unit, goal, where);
+}
+
+int Harness::Finish() const
+{
+    for (const std::string& missed : m_missed)
+        std::printf("GOAL MISSED: %s\n", missed.c_str());
+    return m_missed.empty() ? 0 : 1;
+}

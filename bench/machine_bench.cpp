@@ -1,0 +1,33 @@
+// What this machine's memory allows: bytes set, copied and read, as many as the rows of a page of 8 000 x
+// 11 000 pixels have, and of one of 20 000 x 30 000. No decoder can be faster. --rounds=N (15)
+#include "bench/harness.h"
+#include "bench/support.h"
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+int main(int argc, char** argv)
+{
+    Harness bench(argc, argv, 15);
+    for (const size_t megabytes : {11, 75}) {
+        const size_t count = megabytes * 1'000'000;
+        std::vector<uint8_t> from(count, 1), to(count, 2);
+        const auto time = [](auto work) {
+            return [work] {
+                const double start = NowMs();
+                work();
+                return NowMs() - start;
+            };
+        };
+        const auto times = bench.InTurn({{false, time([&] { std::memset(to.data(), to[0] + 1, count); })},
+                                         {false, time([&] { std::memcpy(to.data(), from.data(), count); })},
+                                         {false, [&] { return TimeRead(from.data(), count); }}},
+                                        Harness::Warm::each_run);
+        Require(to == from, "the copy is not what was copied");
+        const char* const names[] = {"memset", "memcpy", "read"};
+        for (size_t i = 0; i < std::size(names); ++i)
+            bench.Report(std::string{names[i]} + " of " + std::to_string(megabytes) + " MB", times[i], "ms");
+    }
+    return bench.Finish();
+}

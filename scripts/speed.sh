@@ -1,0 +1,101 @@
+# shellcheck shell=bash
+# Tables of the figures that the benchmark programs report; to be sourced. The input is a file with a line for each
+# figure, with tabs: run, program, name, median, spread, unit, goal, where, verdict (see bench/harness.h).
+
+# What the functions below do with each figure: its medians of all runs are in order in value[1..n].
+speed_figures='
+BEGIN { FS = "\t" }
+{
+  key = $2 "\t" $3 "\t" $8
+  if (!(key in count)) {
+    order[++keys] = key
+    program[key] = $2; name[key] = $3; unit[key] = $6; goal[key] = $7; where[key] = $8
+  }
+  values[key, ++count[key]] = $4 + 0
+  if ($9 == "missed")
+    ++missed[key]
+}
+function sort_values(key,   i, j, v) {
+  n = count[key]
+  for (i = 1; i <= n; ++i) {
+    v = values[key, i]
+    for (j = i - 1; j >= 1 && value[j] > v; --j)
+      value[j + 1] = value[j]
+    value[j + 1] = v
+  }
+  median = n % 2 ? value[(n + 1) / 2] : (value[n / 2] + value[n / 2 + 1]) / 2
+  spread = sprintf("%.4g to %.4g", value[1], value[n])
+}'
+
+# speed_table FIGURES RUNS: the method and a table for each program, as Markdown.
+speed_table()
+{
+  cat <<END
+$2 runs of all programs. A figure is the median of the medians of the runs, with the lowest and the highest of them. In
+a run, ours and the peer take turns in one process, after a first round that is not counted; each result is compared
+before it is timed. "X" figures include the display's answer, "memory" ones have no display. "cached": the page's file
+is in the system's cache; "cold": it was taken out of it before (posix_fadvise), while programs stay in it. "plain"
+figures are without AVX2. A goal is missed if a run's median is worse than it by more than a tenth.
+END
+  awk "$speed_figures"'
+  END {
+    for (i = 1; i <= keys; ++i) {
+      key = order[i]
+      if (program[key] in done)
+        continue
+      done[program[key]] = 1
+      printf "\n## `%s`\n\n| | median | lowest to highest | unit | goal | where |\n|---|---|---|---|---|---|\n", program[key]
+      for (k = i; k <= keys; ++k) {
+        other = order[k]
+        if (program[other] != program[key])
+          continue
+        sort_values(other)
+        printf "| %s | %.4g | %s | %s | %s%s | %s |\n", name[other], median, spread, unit[other], goal[other],
+          missed[other] ? ", missed in " missed[other] " of " n : "", where[other]
+      }
+    }
+  }' "$1"
+}
+
+# missed_goals FIGURES: a line for each goal that was missed in any run.
+missed_goals()
+{
+  awk "$speed_figures"'
+  END {
+    for (i = 1; i <= keys; ++i)
+      if (missed[order[i]]) {
+        sort_values(order[i])
+        printf "%s: %s: %.4g (%s) %s, goal: %s, missed in %d of %d runs\n", program[order[i]], name[order[i]],
+          median, spread, unit[order[i]], goal[order[i]], missed[order[i]], n
+      }
+  }' "$1"
+}
+
+# The figures that README.md shows, between the lines <!-- speed --> and <!-- /speed -->.
+readme_figures='start, 20 000 x 30 000 page	X, cached
+large page, jump to the last row	memory, cached
+full repaint, 1280 x 960	X
+Next Page, TIFF, Group 4	X, cached
+Group 4, text, times as fast as libtiff	memory'
+
+# speed_in_readme FIGURES README: replaces what is between these lines.
+speed_in_readme()
+{
+  local figures=$1 readme=$2 block
+  block=$(awk -v wanted="$readme_figures" "$speed_figures"'
+  END {
+    print "| | median | lowest to highest | where |\n|---|---|---|---|"
+    count_wanted = split(wanted, lines, "\n")
+    for (w = 1; w <= count_wanted; ++w)
+      for (i = 1; i <= keys; ++i)
+        if (name[order[i]] "\t" where[order[i]] == lines[w]) {
+          sort_values(order[i])
+          printf "| %s | %.3g %s | %s | %s |\n", name[order[i]], median, unit[order[i]], spread, where[order[i]]
+        }
+  }' "$figures")
+  BLOCK=$block awk '
+    $0 == "<!-- /speed -->" { inside = 0 }
+    !inside { print }
+    $0 == "<!-- speed -->" { inside = 1; print ENVIRON["BLOCK"] }' "$readme" >"$readme.new"
+  mv "$readme.new" "$readme"
+}

@@ -1,0 +1,167 @@
+#include "bench/harness.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace
+{
+struct Case {
+    const char* what;
+    std::vector<double> values;
+    Goal goal;
+    const char* verdict;
+    int status;
+};
+
+std::string FiguresOf(const std::string& path)
+{
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class HarnessTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        std::remove(m_figures.c_str());
+        setenv("LUMENTA_BENCH_FIGURES", m_figures.c_str(), 1);
+        unsetenv("LUMENTA_BENCH_SLOWDOWN");
+    }
+    void TearDown() override
+    {
+        unsetenv("LUMENTA_BENCH_FIGURES");
+        unsetenv("LUMENTA_BENCH_SLOWDOWN");
+        std::remove(m_figures.c_str());
+    }
+
+    Harness Make(std::vector<std::string> arguments = {})
+    {
+        arguments.insert(arguments.begin(), "bench");
+        std::vector<char*> pointers;
+        for (std::string& argument : arguments)
+            pointers.push_back(argument.data());
+        return {static_cast<int>(pointers.size()), pointers.data(), 3};
+    }
+
+    const std::string m_figures = testing::TempDir() + "harness_test_figures";
+};
+
+TEST_F(HarnessTest, AGoalMissedByMoreThanATenthEndsTheProgramWithOne)
+{
+    const Case cases[] = {
+        {"no goal", {7, 1, 3}, {}, "-", 0},
+        {"met", {10, 30, 20}, AtMost(20), "met", 0},
+        {"near", {22}, AtMost(20), "near", 0},
+        {"missed", {22.1}, AtMost(20), "missed", 1},
+        {"met", {4, 4, 1}, AtLeast(4), "met", 0},
+        {"near", {9}, AtLeast(10), "near", 0},
+        {"missed", {8.9}, AtLeast(10), "missed", 1},
+        {"anything beyond nothing", {1}, AtMost(0), "missed", 1},
+        {"no number, low", {std::nan("")}, AtLeast(1), "missed", 1},
+        {"no number, high", {std::nan("")}, AtMost(1), "missed", 1},
+    };
+    for (const Case& one : cases) {
+        SCOPED_TRACE(one.what);
+        std::remove(m_figures.c_str());
+        Harness bench = Make();
+        bench.Report("name", one.values, "ms", one.goal);
+        EXPECT_TRUE(FiguresOf(m_figures).ends_with(std::string{"\t"} + one.verdict + "\n"))
+            << FiguresOf(m_figures);
+        EXPECT_EQ(bench.Finish(), one.status);
+        // A goal that is met later does not make up for it.
+        bench.Report("other", 1, "ms", AtMost(1));
+        EXPECT_EQ(bench.Finish(), one.status);
+    }
+}
+
+TEST_F(HarnessTest, EachFigureIsOneLineInTheFile)
+{
+    Harness bench = Make();
+    bench.SetWhere("X, cached");
+    bench.Report("start, page", {3.5, 1.25, 2}, "ms", AtMost(2.5));
+    bench.Report("copy", 4, "MB", {}, kInMemory);
+    EXPECT_EQ(FiguresOf(m_figures), "figure\tstart, page\t2\t1.25 to 3.5\tms\tat most 2.5\tX, cached\tmet\n"
+                                    "figure\tcopy\t4\t4 to 4\tMB\t-\tmemory\t-\n");
+}
+
+TEST_F(HarnessTest, ContendersRunInTurnAndTheirFirstRoundDoesNotCount)
+{
+    struct {
+        const char* what;
+        Harness::Warm warm;
+        const char* order;
+        std::vector<double> first, second;
+    } const cases[] = {
+        {"a round", Harness::Warm::first_round, "ababab", {3, 5}, {4, 6}},
+        {"each run", Harness::Warm::each_run, "aabbaabbaabb", {6, 10}, {8, 12}},
+    };
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.what);
+        std::string order;
+        const auto run = [&order](char who) {
+            return [&order, who] {
+                order += who;
+                return static_cast<double>(order.size());
+            };
+        };
+        const auto times = Make({"--rounds=2"}).InTurn({{true, run('a')}, {false, run('b')}}, one.warm);
+        EXPECT_EQ(order, one.order);
+        EXPECT_EQ(times[0], one.first);
+        EXPECT_EQ(times[1], one.second);
+    }
+}
+
+// A ratio the wrong way round would let a slower program of ours pass.
+TEST_F(HarnessTest, APlantedSlowdownMissesGoalsOfBothKinds)
+{
+    for (const char* const slowdown : {"1", "1.5"}) {
+        setenv("LUMENTA_BENCH_SLOWDOWN", slowdown, 1);
+        const auto missed = [&](Goal goal, bool is_ratio_to_peer) {
+            Harness bench = Make();
+            const auto times = bench.InTurn({{true, [] { return 10.0; }}, {false, [] { return 20.0; }}});
+            bench.Report("ours", is_ratio_to_peer ? Ratios(times[1], times[0]) : times[0], "", goal);
+            return bench.Finish() != 0;
+        };
+        EXPECT_EQ(missed(AtLeast(2), true), std::string{"1.5"} == slowdown);
+        EXPECT_EQ(missed(AtMost(10), false), std::string{"1.5"} == slowdown);
+        EXPECT_EQ(Make().Ours(8), 8 * std::strtod(slowdown, nullptr));
+    }
+}
+
+TEST_F(HarnessTest, AFailureEndsTheProgramAtOnce)
+{
+    EXPECT_EXIT(Require(false, "the rows differ"), testing::ExitedWithCode(1), "the rows differ");
+    EXPECT_EXIT(Make().Report("nothing", std::vector<double>{}, "ms"), testing::ExitedWithCode(1),
+                "no value");
+    setenv("LUMENTA_BENCH_FIGURES", "/nonexistent/figures", 1);
+    EXPECT_EXIT(Make().Report("lost", 1, "ms"), testing::ExitedWithCode(1), "cannot be written");
+}
+
+TEST_F(HarnessTest, ArgumentsForOtherProgramsArePassedOver)
+{
+    const Harness bench = Make({"--page=text", "--other", "--rounds=7", "--plain"});
+    EXPECT_EQ(bench.Rounds(), 7);
+    EXPECT_EQ(bench.Value("page"), "text");
+    EXPECT_TRUE(bench.Has("plain"));
+    EXPECT_FALSE(bench.Has("black"));
+    EXPECT_EQ(Make().Rounds(), 3);
+    EXPECT_EQ(Make({"--rounds=0"}).Rounds(), 1);
+}
+
+TEST(Statistics, MedianAndPercentile)
+{
+    EXPECT_EQ(Median({5, 1, 3}), 3);
+    EXPECT_EQ(Median({4, 1, 3, 2}), 2.5);
+    EXPECT_EQ(Percentile({4, 1, 3, 2}, 1), 4);
+    EXPECT_EQ(Percentile({4, 1, 3, 2}, 0.5), 2);
+    EXPECT_EQ(Percentile({4, 1, 3, 2}, 0), 1);
+    EXPECT_EQ(Differences({5, 3}, {1, 4}), (std::vector<double>{4, -1}));
+}
+} // namespace
