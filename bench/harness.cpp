@@ -147,12 +147,19 @@ void Harness::Report(const std::string& name, const std::vector<double>& values,
         std::snprintf(missed, sizeof missed, ": %.4g, the goal is %s", median, GoalText(goal).c_str());
         m_missed.push_back(name + missed);
     }
+    char number[32];
+    std::snprintf(number, sizeof number, "%.6g", median);
+    Keep("figure\t" + name + "\t" + number + "\t" + spread + "\t" + unit + "\t" + GoalText(goal) + "\t" +
+         place + "\t" + verdict);
+}
+
+void Harness::Keep(const std::string& line) const
+{
     if (m_figures_path.empty())
         return;
     FILE* const figures = std::fopen(m_figures_path.c_str(), "a");
     Require(figures != nullptr, m_figures_path + " cannot be written");
-    const bool good = std::fprintf(figures, "figure\t%s\t%.6g\t%s\t%s\t%s\t%s\t%s\n", name.c_str(), median,
-                                   spread, unit, GoalText(goal).c_str(), place.c_str(), verdict) > 0;
+    const bool good = std::fprintf(figures, "%s\n", line.c_str()) > 0;
     Require(std::fclose(figures) == 0 && good, m_figures_path + " cannot be written");
 }
 
@@ -166,5 +173,6 @@ int Harness::Finish() const
 {
     for (const std::string& missed : m_missed)
         std::printf("GOAL MISSED: %s\n", missed.c_str());
+    Keep("finished");
     return m_missed.empty() ? 0 : 1;
 }

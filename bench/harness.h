@@ -4,6 +4,8 @@
 // A program makes one Harness, measures, reports each figure and ends with Finish(). It prints a line for
 // each figure, and appends it to the file that LUMENTA_BENCH_FIGURES names, with tabs between the fields:
 //     figure  NAME  MEDIAN  LOWEST to HIGHEST  UNIT  GOAL  WHERE  VERDICT
+// and "finished" on a line of its own at the end, so that a program that failed can be told from one whose
+// goals were missed.
 // GOAL is "at least N", "at most N" or "-". VERDICT is "met", "near" (short of the goal by a tenth or less),
 // "missed" or "-". LUMENTA_BENCH_SLOWDOWN=1.5 makes all times of ours that much longer: a missed goal that
 // is planted.
@@ -81,6 +83,8 @@ public:
     int Finish() const;
 
 private:
+    void Keep(const std::string& line) const; // in the file of the figures, if there is one
+
     std::vector<std::string> m_arguments;
     int m_rounds;
     double m_slowdown = 1;

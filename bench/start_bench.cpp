@@ -1,6 +1,7 @@
 // From the start of the program to the first pixels of the page on the screen, beside a bare window of Qt, in
 // turn; the large page with its file in the system's cache and out of it. Needs a display of its own: it is
 // covered with white, and looked at in the middle until that turns black. --rounds=N (21)
+// --peers: then the large page in feh and Geeqie, if they are installed.
 #include "bench/harness.h"
 #include "bench/support.h"
 
@@ -11,9 +12,13 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <spawn.h>
+#include <sstream>
+#include <string>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 #include <xcb/xcb.h>
 
 namespace
@@ -21,6 +26,13 @@ namespace
 constexpr double kLimitMs = 20'000;
 constexpr useconds_t kLookEveryUs = 250;
 constexpr useconds_t kSettleUs = 300'000; // till what follows the first picture is over
+
+// What is watched while another viewer shows the page in its own way.
+constexpr int16_t kPeerLeft = 400, kPeerTop = 300;
+constexpr uint16_t kPeerSide = 256;
+constexpr int kPeerRounds = 3;
+constexpr double kPeerIdleMs = 3000, kPeerLimitMs = 120'000;
+constexpr useconds_t kPeerLookEveryUs = 10'000;
 
 class Screen
 {
@@ -61,18 +73,26 @@ public:
         return 0;
     }
 
+    std::vector<uint8_t> Middle() const { return Pixels(kPeerLeft, kPeerTop, kPeerSide, kPeerSide); }
+
 private:
     bool IsBlack() const
     {
+        const std::vector<uint8_t> pixel = Pixels(640, 480, 1, 1);
+        return pixel.size() >= 3 && pixel[0] == 0 && pixel[1] == 0 && pixel[2] == 0;
+    }
+
+    std::vector<uint8_t> Pixels(int16_t x, int16_t y, uint16_t width, uint16_t height) const
+    {
         const auto cookie =
-            xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_screen->root, 640, 480, 1, 1, ~0U);
+            xcb_get_image(m_connection, XCB_IMAGE_FORMAT_Z_PIXMAP, m_screen->root, x, y, width, height, ~0U);
         xcb_get_image_reply_t* const reply = xcb_get_image_reply(m_connection, cookie, nullptr);
         if (!reply)
-            return false;
-        const uint8_t* const pixel = xcb_get_image_data(reply);
-        const bool black = pixel[0] == 0 && pixel[1] == 0 && pixel[2] == 0;
+            return {};
+        const uint8_t* const bytes = xcb_get_image_data(reply);
+        std::vector<uint8_t> pixels(bytes, bytes + xcb_get_image_data_length(reply));
         std::free(reply);
-        return black;
+        return pixels;
     }
 
     xcb_connection_t* m_connection = nullptr;
@@ -89,19 +109,25 @@ struct Contender {
     std::vector<double> peaks_mb = {};
 };
 
+pid_t Start(const std::vector<std::string>& command)
+{
+    std::vector<char*> arguments;
+    for (const std::string& argument : command)
+        arguments.push_back(const_cast<char*>(argument.c_str()));
+    arguments.push_back(nullptr);
+    pid_t process = 0;
+    Require(posix_spawnp(&process, arguments[0], nullptr, nullptr, arguments.data(), environ) == 0,
+            command[0] + " does not start");
+    return process;
+}
+
 void RunOnce(const Harness& bench, const Screen& screen, Contender& contender)
 {
     Require(screen.WaitFor(false) != 0, "something black stays on the screen");
     if (!contender.cold_file.empty())
         Require(DropFromCache(contender.cold_file), "the page's file stays in the cache");
-    std::vector<char*> arguments;
-    for (std::string& argument : contender.command)
-        arguments.push_back(argument.data());
-    arguments.push_back(nullptr);
-    pid_t process = 0;
     const double start = NowMs();
-    Require(posix_spawn(&process, arguments[0], nullptr, nullptr, arguments.data(), environ) == 0,
-            std::string{contender.name} + " does not start");
+    const pid_t process = Start(contender.command);
     const double shown = screen.WaitFor(true);
     usleep(kSettleUs);
     const ProcessMemory memory = ReadProcessMemory(process);
@@ -111,6 +137,68 @@ void RunOnce(const Harness& bench, const Screen& screen, Contender& contender)
     const double ms = shown - start, megabytes = static_cast<double>(memory.peak) / 1024;
     contender.times_ms.push_back(contender.is_ours ? bench.Ours(ms) : ms);
     contender.peaks_mb.push_back(contender.is_ours ? bench.Ours(megabytes) : megabytes);
+}
+
+double CpuMs(pid_t process) // so far
+{
+    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+    std::string text{std::istreambuf_iterator<char>(file), {}};
+    std::istringstream fields(text.substr(text.rfind(')') + 1)); // from the third on
+    std::string skipped;
+    for (int i = 0; i < 11; ++i)
+        fields >> skipped;
+    double user = 0, system = 0; // in ticks
+    fields >> user >> system;
+    return (user + system) * 1000 / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+// Each shows the page in its own way, so that no pixel tells when it is there: the last change in the middle
+// of the screen does, before the program has been idle for a while.
+void MeasurePeer(Harness& bench, const Screen& screen, const std::string& name,
+                 const std::vector<std::string>& command, bool is_ours)
+{
+    std::vector<double> times, peaks, cpu;
+    for (int round = 0; round < kPeerRounds; ++round) {
+        Require(screen.WaitFor(false) != 0, "something black stays on the screen");
+        std::vector<uint8_t> seen = screen.Middle();
+        const double start = NowMs();
+        const pid_t process = Start(command);
+        double changed = 0, busy = start, used = 0;
+        while (changed == 0 || NowMs() - std::max(changed, busy) < kPeerIdleMs) {
+            Require(NowMs() - start < kPeerLimitMs, name + ": nothing was shown");
+            if (std::vector<uint8_t> now = screen.Middle(); now != seen) {
+                seen = std::move(now);
+                changed = NowMs();
+            }
+            if (const double now = CpuMs(process); now > used + 10) {
+                used = now;
+                busy = NowMs();
+            }
+            usleep(kPeerLookEveryUs);
+        }
+        const ProcessMemory memory = ReadProcessMemory(process);
+        cpu.push_back(CpuMs(process));
+        kill(process, SIGTERM);
+        waitpid(process, nullptr, 0);
+        times.push_back(changed - start);
+        peaks.push_back(static_cast<double>(memory.peak) / 1024);
+    }
+    for (std::vector<double>* const values : {&times, &peaks, &cpu})
+        for (double& value : *values)
+            value = is_ours ? bench.Ours(value) : value;
+    bench.Report("large page in " + name + ", until it stands", times, "ms");
+    bench.Report("large page in " + name + ", peak memory", peaks, "MB");
+    bench.Report("large page in " + name + ", processor time", cpu, "ms");
+}
+
+bool IsInstalled(const std::string& program)
+{
+    const char* const path = std::getenv("PATH");
+    std::istringstream directories(path ? path : "");
+    for (std::string directory; std::getline(directories, directory, ':');)
+        if (access((directory + "/" + program).c_str(), X_OK) == 0)
+            return true;
+    return false;
 }
 
 // Settings of our own, with a window of the bare window's size and place.
@@ -154,7 +242,6 @@ int main(int argc, char** argv)
                 contender->peaks_mb.clear();
             }
         }
-    std::filesystem::remove_all(config);
 
     std::printf("from exec to black in the middle of the screen\n");
     for (const Contender* const contender : contenders) {
@@ -175,5 +262,15 @@ int main(int argc, char** argv)
                  "MB", AtMost(10));
     bench.Report("start, large page - small page, peak memory", Differences(big.peaks_mb, small.peaks_mb),
                  "MB", AtMost(1.5));
+    if (bench.Has("peers")) {
+        MeasurePeer(bench, screen, "this program", big.command, true);
+        for (const char* const peer : {"feh", "geeqie"}) {
+            if (IsInstalled(peer))
+                MeasurePeer(bench, screen, peer, {peer, big_page}, false);
+            else
+                std::printf("%s is not installed\n", peer);
+        }
+    }
+    std::filesystem::remove_all(config);
     return bench.Finish();
 }

@@ -2,7 +2,8 @@
 # Tables of the figures that the benchmark programs report; to be sourced. The input is a file with a line for each
 # figure, with tabs: run, program, name, median, spread, unit, goal, where, verdict (see bench/harness.h).
 
-# What the functions below do with each figure: its medians of all runs are in order in value[1..n].
+# For all functions below: reads the figures, and sort_values puts the medians of all runs in order.
+# shellcheck disable=SC2016 # these are variables of awk
 speed_figures='
 BEGIN { FS = "\t" }
 {
@@ -73,7 +74,7 @@ missed_goals()
 
 # The figures that README.md shows, between the lines <!-- speed --> and <!-- /speed -->.
 readme_figures='start, 20 000 x 30 000 page	X, cached
-large page, jump to the last row	memory, cached
+large page, jump to the last row / libtiff	memory, cached
 full repaint, 1280 x 960	X
 Next Page, TIFF, Group 4	X, cached
 Group 4, text, times as fast as libtiff	memory'

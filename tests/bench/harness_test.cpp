@@ -87,8 +87,9 @@ TEST_F(HarnessTest, EachFigureIsOneLineInTheFile)
     bench.SetWhere("X, cached");
     bench.Report("start, page", {3.5, 1.25, 2}, "ms", AtMost(2.5));
     bench.Report("copy", 4, "MB", {}, kInMemory);
+    bench.Finish();
     EXPECT_EQ(FiguresOf(m_figures), "figure\tstart, page\t2\t1.25 to 3.5\tms\tat most 2.5\tX, cached\tmet\n"
-                                    "figure\tcopy\t4\t4 to 4\tMB\t-\tmemory\t-\n");
+                                    "figure\tcopy\t4\t4 to 4\tMB\t-\tmemory\t-\nfinished\n");
 }
 
 TEST_F(HarnessTest, ContendersRunInTurnAndTheirFirstRoundDoesNotCount)
