@@ -68,14 +68,14 @@ std::vector<double> Differences(const std::vector<double>& of, const std::vector
     return differences;
 }
 
-void Fail(const std::string& what)
+void Fail(std::string_view what)
 {
     std::fflush(stdout);
-    std::fprintf(stderr, "FAILED: %s\n", what.c_str());
+    std::fprintf(stderr, "FAILED: %.*s\n", static_cast<int>(what.size()), what.data());
     std::exit(1);
 }
 
-void Require(bool good, const std::string& what)
+void Require(bool good, std::string_view what)
 {
     if (!good)
         Fail(what);
@@ -109,6 +109,13 @@ std::string_view Harness::Value(std::string_view name) const
         if (argument.starts_with(start))
             value = std::string_view{argument}.substr(start.size());
     return value;
+}
+
+std::vector<double> Harness::Ours(std::vector<double> values) const
+{
+    for (double& value : values)
+        value = Ours(value);
+    return values;
 }
 
 std::vector<std::vector<double>> Harness::InTurn(const std::vector<Contender>& contenders, Warm warm) const

@@ -25,8 +25,8 @@ std::vector<double> Ratios(const std::vector<double>& of, const std::vector<doub
 std::vector<double> Differences(const std::vector<double>& of, const std::vector<double>& from);
 
 // Wrong rows, a missing file: says what is wrong and ends the program with 1.
-[[noreturn]] void Fail(const std::string& what);
-void Require(bool good, const std::string& what);
+[[noreturn]] void Fail(std::string_view what);
+void Require(bool good, std::string_view what);
 
 struct Goal {
     enum class Kind { none, at_least, at_most };
@@ -70,6 +70,7 @@ public:
 
     // For programs that measure in other ways: a time or an amount of ours, with the planted slowdown.
     double Ours(double value) const { return value * m_slowdown; }
+    std::vector<double> Ours(std::vector<double> values) const;
 
     // One figure from its values in all rounds; their median is held against the goal. Without `where`: the
     // program's.

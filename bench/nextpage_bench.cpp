@@ -175,8 +175,7 @@ void Measure(Harness& bench, CLumentaApp& app, CLumentaView* view, size_t format
         if (i == 0)
             times = {};
     }
-    for (double& time : times.shown)
-        time = bench.Ours(time);
+    times.shown = bench.Ours(times.shown);
     std::printf("%s, %zu pages, %d of them marked\n", kFormats[format].name, times.shown.size(),
                 times.marked);
     const std::string where = std::string{QGuiApplication::platformName() == u"xcb" ? kOnX : kInMemory} +

@@ -158,8 +158,7 @@ bool MeasureReduction(Harness& bench, const Format& format)
     for (size_t round = 0; round < whole.size(); ++round) {
         whole[round] = bench.Ours(whole[round]);
         by_line[round] = bench.Ours(by_line[round]);
-        for (double& batch : batches[round])
-            batch = bench.Ours(batch);
+        batches[round] = bench.Ours(batches[round]);
     }
 
     // A batch is the same work in each round: its median is free of what else the machine did meanwhile.
@@ -283,8 +282,7 @@ bool MeasureKeys(Harness& bench, CLumentaApp& app, const Format& format, const c
             return false;
     if (times.size() < kLeastKeys)
         return false;
-    for (double& time : times)
-        time = bench.Ours(time);
+    times = bench.Ours(times);
     const std::string name = std::string{"overview grows, "} + format.name + ", key to its paint";
     bench.Report(name, times, "ms", {}, where);
     bench.Report(name + ", 90 of 100", Percentile(times, 0.9), "ms", {}, where);

@@ -112,6 +112,7 @@ struct Contender {
 pid_t Start(const std::vector<std::string>& command)
 {
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string& argument : command)
         arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);
@@ -183,9 +184,11 @@ void MeasurePeer(Harness& bench, const Screen& screen, const std::string& name,
         times.push_back(changed - start);
         peaks.push_back(static_cast<double>(memory.peak) / 1024);
     }
-    for (std::vector<double>* const values : {&times, &peaks, &cpu})
-        for (double& value : *values)
-            value = is_ours ? bench.Ours(value) : value;
+    if (is_ours) {
+        times = bench.Ours(times);
+        peaks = bench.Ours(peaks);
+        cpu = bench.Ours(cpu);
+    }
     bench.Report("large page in " + name + ", until it stands", times, "ms");
     bench.Report("large page in " + name + ", peak memory", peaks, "MB");
     bench.Report("large page in " + name + ", processor time", cpu, "ms");
@@ -196,7 +199,7 @@ bool IsInstalled(const std::string& program)
     const char* const path = std::getenv("PATH");
     std::istringstream directories(path ? path : "");
     for (std::string directory; std::getline(directories, directory, ':');)
-        if (access((directory + "/" + program).c_str(), X_OK) == 0)
+        if (access(directory.append("/").append(program).c_str(), X_OK) == 0)
             return true;
     return false;
 }
@@ -253,15 +256,17 @@ int main(int argc, char** argv)
     bench.Report("start, small page - bare window", Differences(small.times_ms, bare.times_ms), "ms",
                  AtMost(25));
     bench.Report("start, large page - bare window", Differences(big.times_ms, bare.times_ms), "ms");
-    bench.Report("start, large page - small page", Differences(big.times_ms, small.times_ms), "ms",
-                 AtMost(3));
-    bench.Report("start, large page / small page", Ratios(big.times_ms, small.times_ms), "x", AtMost(1.2));
+    // Both are ours: the planted slowdown counts once more for the large page.
+    bench.Report("start, large page - small page", Differences(bench.Ours(big.times_ms), small.times_ms),
+                 "ms", AtMost(3));
+    bench.Report("start, large page / small page", Ratios(bench.Ours(big.times_ms), small.times_ms), "x",
+                 AtMost(1.2));
     bench.Report("start, small page - bare window, peak memory", Differences(small.peaks_mb, bare.peaks_mb),
                  "MB", AtMost(10));
     bench.Report("start, large page - bare window, peak memory", Differences(big.peaks_mb, bare.peaks_mb),
                  "MB", AtMost(10));
-    bench.Report("start, large page - small page, peak memory", Differences(big.peaks_mb, small.peaks_mb),
-                 "MB", AtMost(1.5));
+    bench.Report("start, large page - small page, peak memory",
+                 Differences(bench.Ours(big.peaks_mb), small.peaks_mb), "MB", AtMost(1.5));
     if (bench.Has("peers")) {
         MeasurePeer(bench, screen, "this program", big.command, true);
         for (const char* const peer : {"feh", "geeqie"}) {
