@@ -24,7 +24,7 @@ namespace
 {
 constexpr int kFiles = 10000;
 constexpr int kViewedOneIn = 2;
-constexpr double kGoalMs = 150;
+constexpr double kGoalMs = 150, kTakenGoalMs = 20;
 constexpr double kOfCalls = 1.4; // of the time of the bare system calls
 
 // Removed with all that is in it.
@@ -167,7 +167,7 @@ void Measure(Harness& bench, const std::string& directory)
     bench.Report("10 000 files with their marks, listed / system calls", Ratios(times[0], times[2]), "x",
                  AtMost(kOfCalls), files);
     bench.Report("Open Multiple with those not viewed, to its first paint", times[3], "ms", AtMost(kGoalMs));
-    bench.Report("Open Multiple, all 10 000 selected, and OK", times[4], "ms", AtMost(kGoalMs));
+    bench.Report("Open Multiple, all 10 000 selected, and OK", times[4], "ms", AtMost(kTakenGoalMs));
 }
 } // namespace
 
