@@ -20,7 +20,7 @@ constexpr Size kSizes[] = {{1280, 960, 0.9}, {1920, 1080, 0.9}, {3840, 2160, 1.5
 
 void Measure(Harness& bench, const Size& size, int first_bit)
 {
-    const auto [width, height, goal] = size;
+    const int width = size.width, height = size.height;
     const ptrdiff_t row_bytes = (width + 7) / 8 + 1;
     std::vector<uint8_t> source(static_cast<size_t>(row_bytes) * static_cast<size_t>(height));
     std::minstd_rand random;
@@ -46,7 +46,7 @@ void Measure(Harness& bench, const Size& size, int first_bit)
                              " from bit " + std::to_string(first_bit);
     bench.Report(name, times[0], "us");
     bench.Report(name + ", plain", times[1], "us");
-    bench.Report(name + ", times as fast as plain", Ratios(times[1], times[0]), "x", AtLeast(goal));
+    bench.Report(name + ", times as fast as plain", Ratios(times[1], times[0]), "x", AtLeast(size.goal));
 }
 } // namespace
 

@@ -193,8 +193,8 @@ void Measure(Harness& bench, CFrameWnd* frame, CLumentaView* view, CSize size)
         const std::string name = std::string{"scroll by "} + kSteps[i].name;
         bench.Report(name + at, scroll, "ms");
         // Both are ours: the planted slowdown counts once.
-        bench.Report(name + " / full repaint" + at, bench.Ours(Ratios(scroll, ours)), "x",
-                     AtMost(kScrollOfRepaint));
+        bench.Report(std::string{name}.append(" / full repaint").append(at), bench.Ours(Ratios(scroll, ours)),
+                     "x", AtMost(kScrollOfRepaint));
     }
 }
 } // namespace
