@@ -17,7 +17,7 @@
 namespace
 {
 constexpr int kLargeWidth = 3840;
-constexpr double kOfReady = 1.35, kOfMono = 0.5, kOfConverted = 1.3; // of the times of Qt's ways
+constexpr double kOfReady = 1.35, kOfMono = 0.5, kOfConverted = 1; // of the times of Qt's ways
 constexpr double kScrollOfRepaint = 0.6;
 
 class PaintCounter : public QObject
