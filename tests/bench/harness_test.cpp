@@ -45,6 +45,7 @@ protected:
     {
         arguments.insert(arguments.begin(), "bench");
         std::vector<char*> pointers;
+        pointers.reserve(arguments.size());
         for (std::string& argument : arguments)
             pointers.push_back(argument.data());
         return {static_cast<int>(pointers.size()), pointers.data(), 3};
