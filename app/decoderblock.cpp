@@ -39,7 +39,7 @@ callback_slot_value SlotValue(T* value)
 
 DecoderBlock::~DecoderBlock()
 {
-    dispose_callback_block(m_pBlock); // reports what a decoder has left behind
+    dispose_callback_block(m_pBlock); // reports memory that a decoder did not free
 }
 
 callback_block* DecoderBlock::Make()

@@ -17,7 +17,7 @@ protected:
 };
 
 // A callback block. If there is no memory for it or for a decoder, the decoder's open returns null; the
-// library's own blocks would end the program. Must outlive the decoder. If a decoder leaves memory behind,
+// library's own blocks would end the program. Must outlive the decoder. If a decoder did not free its memory,
 // the destructor reports it on the standard error stream.
 class DecoderBlock
 {

@@ -57,5 +57,5 @@ bool ComesBefore(std::string_view name, std::string_view other);
 // character that ends within most_bytes.
 CString DisplayText(std::string_view text, size_t most_bytes);
 // The same for texts whose end matters, such as messages that begin with a path: if the result is longer than
-// head_bytes + tail_bytes, "..." stands for its middle.
+// head_bytes + tail_bytes, "..." replaces its middle.
 CString DisplayBothEnds(std::string_view text, size_t head_bytes, size_t tail_bytes);

@@ -58,7 +58,7 @@ public:
         view->SendMessage(WM_COMMAND, ID_FILE_PRINT);
         EXPECT_TRUE(PumpUntilIdle());
     }
-    // What the display sends while that many rows behind the first screen have been read.
+    // Input that arrives once that many rows after the first screen have been read.
     void When(int32_t rows, std::function<void()> function) { input[rows] = std::move(function); }
     void PressEscape() { PressKey(*view, TestKey::escape); }
 
@@ -80,17 +80,21 @@ public:
     int32_t rows_read = 0;
     std::map<int32_t, std::function<void()>> input;
     std::function<void()> while_reading;
+
+    struct Work {
+        const char* name;
+        void (LongWorkTest::*work)();
+    };
+    static const Work kWorks[3];
 };
+
+const LongWorkTest::Work LongWorkTest::kWorks[3] = {{"a jump", &LongWorkTest::Jump},
+                                                    {"an overview", &LongWorkTest::MakeOverview},
+                                                    {"a print", &LongWorkTest::Print}};
 
 TEST_F(LongWorkTest, EscapeEndsWhatHasLastedASecond)
 {
-    const struct {
-        const char* name;
-        void (LongWorkTest::*work)();
-    } works[] = {{"a jump", &LongWorkTest::Jump},
-                 {"an overview", &LongWorkTest::MakeOverview},
-                 {"a print", &LongWorkTest::Print}};
-    for (const auto& work : works)
+    for (const auto& work : kWorks)
         for (const int32_t pressed : {20, 250}) {
             SCOPED_TRACE(testing::Message() << work.name << ", " << pressed);
             StartWithSlowPage();
@@ -126,13 +130,7 @@ TEST_F(LongWorkTest, WorkThatNobodyInterruptsIsDoneAndQuickWorkLooksAtNothing)
 
 TEST_F(LongWorkTest, ThePointerIsAnHourglassWhileTheUserWaits)
 {
-    const struct {
-        const char* name;
-        void (LongWorkTest::*work)();
-    } works[] = {{"a jump", &LongWorkTest::Jump},
-                 {"an overview", &LongWorkTest::MakeOverview},
-                 {"a print", &LongWorkTest::Print}};
-    for (const auto& work : works) {
+    for (const auto& work : kWorks) {
         SCOPED_TRACE(work.name);
         StartWithSlowPage();
         while_reading = [this] {

@@ -57,7 +57,7 @@ TEST(DisplayText, IsOneLineOfUtf8CutAtTheEndOfACharacter)
         {"\u00e4\u20ac\U0001f600", 8, "\u00e4\u20ac"},
         {"\u00e4\u20ac\U0001f600", 4, "\u00e4"},
         {"\u00e4\u20ac\U0001f600", 1, ""},
-        // Not UTF-8 as a whole, so Latin-1, even if the fault lies behind the cut.
+        // Not UTF-8 as a whole, so Latin-1, even if the fault is after the cut.
         {"gr\xfc\xdf", 255, "gr\u00fc\u00df"},
         {"gr\xfc\xdf", 4, "gr\u00fc"},
         {"gr\xfc\xdf", 5, "gr\u00fc"},
