@@ -71,6 +71,17 @@ CString FormatResolution(int x_dpi, int y_dpi)
     return text;
 }
 
+CString JoinNotes(std::initializer_list<CString> notes)
+{
+    CString text;
+    for (const CString& note : notes) {
+        if (!text.IsEmpty() && !note.IsEmpty())
+            text += ", ";
+        text += note;
+    }
+    return text;
+}
+
 std::optional<CRect> ParsePlacement(const CString& text)
 {
     CRect rect;
@@ -167,7 +178,7 @@ void CMainFrame::OnDestroy()
 CString CMainFrame::GetMessageText() const
 {
     const auto* const document = DynamicDowncast<CLumentaDoc>(GetActiveDocument());
-    const CString text = document ? document->GetStatusText() : CString{};
+    const CString text = document ? JoinNotes({document->GetStatusText()}) : CString{};
     return text.IsEmpty() ? CFrameWnd::GetMessageText() : text;
 }
 

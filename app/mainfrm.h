@@ -3,6 +3,7 @@
 
 #include "platform/frame.h"
 
+#include <initializer_list>
 #include <optional>
 
 // Units of the read-outs, as the settings store them. Any other number counts as pixels.
@@ -15,6 +16,9 @@ constexpr int kPoints = 3; // printer's points, 72.27 to the inch
 CString FormatPosition(int units, int left, int top, int x_dpi, int y_dpi);
 CString FormatSize(int units, int width, int depth, int x_dpi, int y_dpi);
 CString FormatResolution(int x_dpi, int y_dpi);
+
+// The notes that are not empty, in their order, with ", " between two.
+CString JoinNotes(std::initializer_list<CString> notes);
 
 // The rectangle of a text "left top right bottom". None where that is not four numbers or the rectangle is
 // empty.
@@ -32,7 +36,7 @@ public:
 
     CMainFrame();
 
-    CString GetMessageText() const override; // what the document says of the page, if it says anything
+    CString GetMessageText() const override; // the notes about the page; without any, the idle message
 
     void ShowPosition();
     void ShowSize();

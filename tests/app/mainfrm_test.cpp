@@ -31,6 +31,14 @@ TEST(ReadOut, IsInTheUnitOfEachResolution)
     EXPECT_EQ(FormatResolution(1200, 600), "Res  X=1200 Y=600");
 }
 
+TEST(Notes, AreJoinedWithoutTheEmptyOnes)
+{
+    EXPECT_EQ(JoinNotes({}), "");
+    EXPECT_EQ(JoinNotes({"", ""}), "");
+    EXPECT_EQ(JoinNotes({"", "page 4 of 24", ""}), "page 4 of 24");
+    EXPECT_EQ(JoinNotes({"damaged from line 7", "", "x=1 y=2"}), "damaged from line 7, x=1 y=2");
+}
+
 TEST(Placement, IsFourNumbersOfARectangle)
 {
     const std::optional<CRect> none;
