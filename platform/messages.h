@@ -23,11 +23,13 @@ enum Message : UINT {
     WM_CREATE = 0x0001,
     WM_DESTROY = 0x0002,
     WM_SIZE = 0x0005,
+    WM_ACTIVATE = 0x0006, // frame: 1 active, 0 no longer
     WM_PAINT = 0x000f,
     WM_CLOSE = 0x0010,
     WM_KEYDOWN = 0x0100,
     WM_CHAR = 0x0102,
     WM_COMMAND = 0x0111,
+    WM_TIMER = 0x0113, // the timer's number, see CWnd::SetTimer
     WM_HSCROLL = 0x0114,
     WM_VSCROLL = 0x0115,
     WM_MOUSEMOVE = 0x0200,

@@ -32,6 +32,8 @@ bool PumpUntilIdle(int limit_ms = 60000);
 // holds.
 bool PumpUntil(const std::function<bool()>& condition, int limit_ms = 60000);
 
+int TimerCount(); // timers of all windows that run
+
 // Calls function from the event loop, as something that the display has just sent.
 void CallFromLoop(std::function<void()> function);
 

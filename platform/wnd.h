@@ -60,6 +60,11 @@ public:
     // Handled after the input and the paints already waiting; dropped with the window.
     bool PostMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
 
+    // Posts WM_TIMER every so many milliseconds, until KillTimer or the end of the window. At most one of
+    // them waits, and none comes while a box is open. The same number again replaces the period.
+    void SetTimer(UINT id, UINT milliseconds);
+    void KillTimer(UINT id);
+
     virtual bool DestroyWindow();
 
     CRect GetClientRect() const;

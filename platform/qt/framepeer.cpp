@@ -327,13 +327,21 @@ void FrameWidget::changeEvent(QEvent* event)
             !isMinimized())
             ShownAgain();
     }
-    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+    if (event->type() == QEvent::ActivationChange)
+        ActivationChanged();
+}
+
+void FrameWidget::ActivationChanged()
+{
+    if (isActiveWindow())
         Activated();
-    if (event->type() == QEvent::ActivationChange && isActiveWindow() && m_owner &&
-        m_owner->GetActiveView()) {
-        CView* view = m_owner->GetActiveView();
-        view->OnActivateView(true, view, view);
+    if (m_owner && m_active != isActiveWindow()) {
+        m_active = isActiveWindow();
+        m_owner->SendMessage(WM_ACTIVATE, m_active ? 1 : 0);
     }
+    CView* const view = m_owner && isActiveWindow() ? m_owner->GetActiveView() : nullptr;
+    if (view)
+        view->OnActivateView(true, view, view);
 }
 
 void FrameWidget::showEvent(QShowEvent* event)

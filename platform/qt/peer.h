@@ -213,6 +213,7 @@ private:
     void Exposed();
     void Shown();
     void RecordPlace();
+    void ActivationChanged();
     ViewWidget* View() const; // null if it has none
 
     CFrameWnd* m_owner;
@@ -220,6 +221,7 @@ private:
     CSize m_wantedClient; // device pixels, until the shown size has been looked at
     CRect m_wanted;       // not yet matched; empty: nothing to match
     CRect m_normal;
+    bool m_active = false; // as the frame was told last
     bool m_placing = false;
     bool m_placeAtExpose = false;
 };

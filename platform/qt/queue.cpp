@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <algorithm>
+#include <climits>
 
 namespace
 {
@@ -58,6 +59,40 @@ void Queue::AddKey(CWnd* window, UINT key, UINT character, bool control)
     Kick();
 }
 
+void Queue::SetTimer(CWnd* window, UINT id, UINT milliseconds)
+{
+    KillTimer(window, id);
+    if (const int number = startTimer(static_cast<int>(std::min<UINT>(milliseconds, INT_MAX))); number != 0)
+        m_timers.push_back({window, id, number});
+}
+
+void Queue::KillTimer(const CWnd* window, UINT id)
+{
+    std::erase_if(m_timers, [&](const TimerRecord& timer) {
+        if (timer.window != window || timer.id != id)
+            return false;
+        killTimer(timer.number);
+        return true;
+    });
+    std::erase_if(m_posted, [&](const PostedMessage& posted) {
+        return posted.window == window && posted.message == WM_TIMER && posted.wParam == id;
+    });
+}
+
+void Queue::timerEvent(QTimerEvent* event)
+{
+    const auto timer = std::find_if(m_timers.begin(), m_timers.end(), [event](const TimerRecord& each) {
+        return each.number == event->timerId();
+    });
+    if (timer == m_timers.end() || m_modal > 0)
+        return;
+    const bool is_waiting = std::any_of(m_posted.begin(), m_posted.end(), [&](const PostedMessage& posted) {
+        return posted.window == timer->window && posted.message == WM_TIMER && posted.wParam == timer->id;
+    });
+    if (!is_waiting)
+        Post(timer->window, WM_TIMER, timer->id, 0);
+}
+
 void Queue::AddDirty(ViewWidget* view)
 {
     if (std::find(m_dirty.begin(), m_dirty.end(), view) == m_dirty.end())
@@ -90,6 +125,11 @@ void Queue::Forget(const CWnd* window)
 {
     std::erase_if(m_keys, [&](const KeyRecord& key) { return key.window == window; });
     std::erase_if(m_posted, [&](const PostedMessage& posted) { return posted.window == window; });
+    std::erase_if(m_timers, [&](const TimerRecord& timer) {
+        if (timer.window == window)
+            killTimer(timer.number);
+        return timer.window == window;
+    });
     if (m_keyWindow == window)
         m_keyWindow = nullptr;
 }

@@ -22,6 +22,9 @@ public:
     // follows.
     void AddKey(CWnd* window, UINT key, UINT character, bool control);
     void DispatchKeys(); // what waits, before a mouse message that came later
+    void SetTimer(CWnd* window, UINT id, UINT milliseconds);
+    void KillTimer(const CWnd* window, UINT id); // a message of it that waits is dropped
+    size_t TimerCount() const { return m_timers.size(); }
     void AddDirty(ViewWidget* view);
     void PaintNow(ViewWidget* view);
     void AddShown(ViewWidget* view); // has pixels that the screen has not
@@ -38,8 +41,14 @@ public:
 
 protected:
     bool event(QEvent* event) override;
+    void timerEvent(QTimerEvent* event) override;
 
 private:
+    struct TimerRecord {
+        CWnd* window;
+        UINT id;
+        int number; // Qt's
+    };
     struct KeyRecord {
         CWnd* window;
         UINT key;
@@ -71,6 +80,7 @@ private:
     const CWnd* m_keyWindow = nullptr; // that the key at hand goes to, until it is gone
     std::vector<ViewWidget*> m_dirty;
     std::deque<PostedMessage> m_posted;
+    std::vector<TimerRecord> m_timers;
     std::vector<ViewWidget*> m_shown;
 };
 

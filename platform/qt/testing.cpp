@@ -94,6 +94,11 @@ bool PumpUntilIdle(int limit_ms)
         limit_ms);
 }
 
+int TimerCount()
+{
+    return static_cast<int>(Queue::Get().TimerCount());
+}
+
 void SetMessageBoxHook(std::function<void(const CString&)> hook)
 {
     g_message_box_hook = std::move(hook);

@@ -75,6 +75,17 @@ bool CWnd::PostMessage(UINT message, WPARAM wParam, LPARAM lParam)
     return true;
 }
 
+void CWnd::SetTimer(UINT id, UINT milliseconds)
+{
+    if (IsWindow())
+        Queue::Get().SetTimer(this, id, milliseconds);
+}
+
+void CWnd::KillTimer(UINT id)
+{
+    Queue::Get().KillTimer(this, id);
+}
+
 CRect CWnd::GetClientRect() const
 {
     if (const ViewWidget* view = ViewOf(this))

@@ -101,6 +101,7 @@ LRESULT TestView::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
     case WM_RBUTTONDBLCLK: g_recorder.Add(Words("right double" + word, point)); break;
     case WM_MOUSEWHEEL: g_recorder.Add(Words("wheel", point)); break;
     case WM_TEST: g_recorder.Add("posted" + word); break;
+    case WM_TIMER: g_recorder.Add("timer" + word); break;
     default: break;
     }
     if (const auto found = on_message.find(message); found != on_message.end()) {
@@ -142,6 +143,8 @@ LRESULT TestFrame::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
 {
     if (message == WM_DESTROY)
         g_recorder.Add("destroy " + name);
+    if (message == WM_ACTIVATE)
+        g_recorder.Add("active " + name + " " + std::to_string(wParam));
     return CFrameWnd::WindowProc(message, wParam, lParam);
 }
 

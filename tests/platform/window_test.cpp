@@ -221,6 +221,63 @@ TEST_F(WindowTest, ABoxInsideAPaintHoldsPaintsAndPostsBack)
     ExpectShown(view);
 }
 
+TEST_F(WindowTest, ATimerIsAPostedMessageThatNeverPilesUp)
+{
+    Settle();
+    view->SetTimer(7, 60000);
+    view->SetTimer(7, 0); // due in every round
+    view->SetTimer(8, 60000);
+    EXPECT_EQ(TimerCount(), 2);
+    view->PostMessage(WM_TEST);
+    ASSERT_TRUE(PumpUntil([] { return g_recorder.Count("timer 7") > 2; }));
+    EXPECT_EQ(g_recorder.Count("timer 8"), 0);
+    view->on_message[WM_TIMER] = [&] {
+        view->on_message.clear();
+        g_recorder.Take();
+        InNextBox([] {
+            PumpRounds();
+            g_recorder.Add("box closed");
+        });
+        AfxMessageBox("text");
+        view->KillTimer(7);
+        PumpRounds();
+    };
+    ASSERT_TRUE(PumpUntil([] { return g_recorder.Count("box closed") > 0; }));
+    EXPECT_EQ(Only(Settle(), {"timer", "box"}), Lines{"box closed"});
+
+    TestFrame* const further = MakeFurtherFrame("B");
+    TestView* const ending = further->View();
+    ending->SetTimer(7, 0);
+    ending->on_message[WM_TIMER] = [further] { further->DestroyWindow(); };
+    ASSERT_TRUE(PumpUntil([] { return g_recorder.Count("destroy B") > 0; }));
+    EXPECT_EQ(TimerCount(), 1);
+    view->KillTimer(8);
+    view->KillTimer(9); // there is none
+    EXPECT_EQ(TimerCount(), 0);
+}
+
+TEST_F(WindowTest, AFrameIsToldWhetherItIsActive)
+{
+    TestFrame* const further = MakeFurtherFrame("B");
+    ActivateByUser(*further);
+    const auto told = [] {
+        Lines lines = Only(g_recorder.Take(), {"active"});
+        std::sort(lines.begin(), lines.end());
+        return lines;
+    };
+    told();
+    for (int i = 0; i < 2; ++i) {
+        ActivateByUser(*frame);
+        EXPECT_EQ(told(), (Lines{"active B 0", "active frame 1"}));
+        ActivateByUser(*further);
+        EXPECT_EQ(told(), (Lines{"active B 1", "active frame 0"}));
+    }
+    bool left = false;
+    InNextBox([&] { left = PumpUntil([] { return g_recorder.Count("active B 0") > 0; }); });
+    AfxMessageBox("text");
+    EXPECT_TRUE(left) << "a box of the program is active instead";
+}
+
 TEST_F(WindowTest, ABoxBelongsToTheActiveWindowAndEndsWithIt)
 {
     TestFrame* const further = MakeFurtherFrame("B");
