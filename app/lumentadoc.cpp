@@ -131,6 +131,8 @@ bool CLumentaDoc::OpenPage(const CString& path)
     // The old page is gone from here on, whatever becomes of the new file.
     DeleteContents();
     const CString file = PagePath(path);
+    m_FileStatus = FileStatusOf(file);
+    m_FileState = FileState::asOpened;
 
     bool accepted = false;
     for (const ImageFactory make : kImageClasses) {
@@ -184,14 +186,32 @@ CString CLumentaDoc::GetStatusText() const
     if (!HasPage())
         return "No page";
     CString text;
-    if (m_pImage->SuspiciousRow >= 0)
-        text.Format("suspicious from line %d", m_pImage->SuspiciousRow);
+    const auto add = [&text](const CString& note) { text = text.IsEmpty() ? note : text + ", " + note; };
+    if (m_pImage->SuspiciousRow >= 0) {
+        CString suspicious;
+        suspicious.Format("suspicious from line %d", m_pImage->SuspiciousRow);
+        add(suspicious);
+    }
     if (m_bReadError) {
         CString damaged;
         damaged.Format("damaged from line %d", m_nErrorRow);
-        text = text.IsEmpty() ? damaged : text + ", " + damaged;
+        add(damaged);
     }
+    if (m_FileState == FileState::changed)
+        add("file has changed, F5 reads it again");
+    else if (m_FileState == FileState::gone)
+        add("file is gone");
     return text;
+}
+
+void CLumentaDoc::CheckFile()
+{
+    if (!HasPage())
+        return;
+    const FileStatus now = FileStatusOf(GetPathName());
+    m_FileState = !now.IsFile()         ? FileState::gone
+                  : now == m_FileStatus ? FileState::asOpened
+                                        : FileState::changed;
 }
 
 CPalette* CLumentaDoc::GetPagePalette(bool scaled) const

@@ -6,6 +6,7 @@
 #include "platform/dc.h"
 #include "platform/doc.h"
 #include "platform/tempstore.h"
+#include "platform/viewedmark.h"
 
 #include <memory>
 
@@ -36,10 +37,14 @@ public:
 
     bool HasPage() const;
     bool IsBilevelPage() const;
-    // What the message field says of the page: that there is none, from where on it may be wrong, and from
-    // where on it is damaged; else an empty text.
+    // What the message field says of the page: that there is none, from where on it may be wrong, from where
+    // on it is damaged, and what has become of its file; else an empty text.
     CString GetStatusText() const;
     CPalette* GetPagePalette(bool scaled) const; // null if there is none
+
+    // Compares the page's file with the one that was opened. One call of the system, which works on a network
+    // mount too; a file that has come back as it was counts as unchanged.
+    void CheckFile();
 
     // Draws what rect, in page pixels, shows of the page; a printer gets the whole page, fitted into rect.
     void DrawPage(CDC* dc, const CRect& rect);
@@ -102,6 +107,10 @@ protected:
 private:
     static const MessageEntry entries[];
 
+    enum class FileState : uint8_t { asOpened, changed, gone };
+
+    FileStatus m_FileStatus; // from before the page was opened
+    FileState m_FileState = FileState::asOpened;
     uint64_t m_nPageSerial = 0; // grows with each page that is closed
 
     bool OpenPage(const CString& path);

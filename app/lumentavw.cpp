@@ -12,6 +12,8 @@ const CRuntimeClass CLumentaView::classRecord{"CLumentaView", &CLumenta::classRe
 const MessageEntry CLumentaView::entries[] = {
     OnCommand<kScaledPageCommand, &CLumentaView::OnScaledPage>(),
     OnUpdateCommand<kScaledPageCommand, &CLumentaView::OnUpdateScaledPage>(),
+    OnCommand<kReloadCommand, &CLumentaView::OnReload>(),
+    OnUpdateCommand<kReloadCommand, &CLumentaView::OnUpdateReload>(),
     On<WM_SIZE, &CLumentaView::OnSize>(),
     On<WM_RBUTTONDBLCLK, &CLumentaView::OnRButtonDblClk>(),
     OnCommand<ID_FILE_PRINT, &CLumentaView::OnFilePrint>(),
@@ -36,6 +38,10 @@ void CLumentaView::OnUpdate(CView* sender, LPARAM hint, CObject* hint_object)
     CLumenta::OnUpdate(sender, hint, hint_object);
     const CRect client = GetClientRect();
     SetupScrollSizes(client.Width(), client.Height(), 1);
+    const CLumentaDoc* const document = GetPageDocument();
+    if (m_sizeReloaded && m_pScaleFrame &&
+        !(document->IsBilevelPage() && CSize{document->m_nWidth, document->m_nDepth} == *m_sizeReloaded))
+        m_pScaleFrame->DestroyWindow(); // before the document's call reaches its view
 }
 
 void CLumentaView::OnSize(UINT type, int cx, int cy)
@@ -79,12 +85,14 @@ LRESULT CLumentaView::OnPageCenter(WPARAM, LPARAM scaled_view)
     return 0;
 }
 
-// The scaled window goes with the page. -1: there is none, so the document asks its next view.
+// The scaled window goes with the page, unless that is read again. -1: there is none, so the document asks
+// its next view.
 LRESULT CLumentaView::OnPageClosed(WPARAM, LPARAM)
 {
     if (!m_pScaleFrame)
         return -1;
-    m_pScaleFrame->DestroyWindow();
+    if (!m_sizeReloaded)
+        m_pScaleFrame->DestroyWindow();
     return 0;
 }
 
@@ -92,6 +100,54 @@ void CLumentaView::OnUpdateScaledPage(CCmdUI& ui)
 {
     const CLumentaDoc* const document = GetPageDocument();
     ui.Enable(document && document->IsBilevelPage());
+}
+
+CString CLumentaView::ScaledTitle(int32_t scale) const
+{
+    const CLumentaDoc* const document = GetPageDocument();
+    CString factor;
+    factor.Format("  (1/%d)", scale);
+    return WindowTitle(document ? document->GetTitle() : CString{"Untitled"}, factor);
+}
+
+void CLumentaView::OnUpdateReload(CCmdUI& ui)
+{
+    const CLumentaDoc* const document = GetPageDocument();
+    ui.Enable(document && !document->GetPathName().IsEmpty());
+}
+
+// Also after a failure, for the page that the title still names: its file may be there again.
+void CLumentaView::OnReload()
+{
+    const CLumentaDoc* const document = GetPageDocument();
+    if (!document || document->GetPathName().IsEmpty())
+        return;
+    const CString path = document->GetPathName();
+    const CPoint position = GetScrollPosition();
+    const auto* const frame = DynamicDowncast<CPageFrame>(GetParentFrame());
+    const bool was_active = frame && frame->IsActive();
+    const CScaleView* const scaled_before = GetScaledView();
+    const CPoint scaled_position = scaled_before ? scaled_before->GetScrollPosition() : CPoint{};
+
+    m_sizeReloaded = {document->m_nWidth, document->m_nDepth};
+    const bool opened = AfxGetApp()->OpenDocumentFile(path) != nullptr;
+    m_sizeReloaded.reset();
+    if (!opened || !IsWindow()) // a box may have been open, and the window closed behind it
+        return;
+    ScrollToPosition(position);
+    if (CScaleView* const scaled = GetScaledView()) {
+        scaled->ScrollToPosition(scaled_position);
+        m_pScaleFrame->SetWindowText(ScaledTitle(scaled->m_nScale));
+    } else if (scaled_before && document->IsBilevelPage()) {
+        OnScaledPage();
+        if (was_active)
+            GetParentFrame()->BringWindowToTop();
+    }
+}
+
+CScaleView* CLumentaView::GetScaledView() const
+{
+    return m_pScaleFrame ? DynamicDowncast<CScaleView>(m_pScaleFrame->GetActiveView()) : nullptr;
 }
 
 void CLumentaView::OnScaledPage()
@@ -111,7 +167,6 @@ void CLumentaView::OnScaledPage()
     frame->m_ppBackPointer = &m_pScaleFrame;
 
     CLumentaDoc* const document = GetPageDocument();
-    CString title = "Untitled";
     int32_t scale = 32;
     CSize page;
     if (document) {
@@ -120,10 +175,7 @@ void CLumentaView::OnScaledPage()
         page = {document->m_nWidth, document->m_nDepth};
         if (page.cx > 0 && page.cy > 0)
             scale = ChooseScale(page, {screen.GetDeviceCaps(HORZRES), screen.GetDeviceCaps(VERTRES)});
-        title = document->GetTitle();
     }
-    CString factor;
-    factor.Format("  (1/%d)", scale);
     frame->m_nClientWidth = page.cx / scale;
     frame->m_nClientHeight = page.cy / scale;
 
@@ -132,7 +184,7 @@ void CLumentaView::OnScaledPage()
     context.m_pCurrentDoc = document;
     context.m_pLastView = this;
     // A frame that could not be made has taken itself away.
-    if (!frame->Create(WindowTitle(title, factor), WS_OVERLAPPEDWINDOW, {}, &context))
+    if (!frame->Create(ScaledTitle(scale), WS_OVERLAPPEDWINDOW, {}, &context))
         return;
     frame->DragAcceptFiles(true);
     frame->PlaceClient({0, 0}, {frame->m_nClientWidth, frame->m_nClientHeight});

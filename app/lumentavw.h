@@ -3,7 +3,10 @@
 
 #include "app/scrollvw.h"
 
+#include <optional>
+
 class CScaleFrame;
+class CScaleView;
 
 class CLumentaView : public CLumenta
 {
@@ -27,6 +30,8 @@ protected:
 
     void OnScaledPage();
     void OnUpdateScaledPage(CCmdUI& ui);
+    void OnReload();
+    void OnUpdateReload(CCmdUI& ui);
     void OnUpdatePrint(CCmdUI& ui);
     void OnSize(UINT type, int cx, int cy);
     void OnRButtonDblClk(UINT flags, CPoint point);
@@ -35,4 +40,10 @@ protected:
 
 private:
     static const MessageEntry entries[];
+    CScaleView* GetScaledView() const; // null if no scaled window is open
+    CString ScaledTitle(int32_t scale) const;
+
+    // While the page is read again: its size before. The scaled window then stays open, unless the page has
+    // another size or kind now.
+    std::optional<CSize> m_sizeReloaded;
 };

@@ -105,7 +105,7 @@ std::optional<CRect> ParsePlacement(const CString& text)
     return rect;
 }
 
-const CRuntimeClass CMainFrame::classRecord{"CMainFrame", &CFrameWnd::classRecord,
+const CRuntimeClass CMainFrame::classRecord{"CMainFrame", &CPageFrame::classRecord,
                                             CreateObjectOf<CMainFrame>};
 
 const MessageEntry CMainFrame::entries[] = {
@@ -126,13 +126,13 @@ const MessageEntry CMainFrame::entries[] = {
     OnUpdateCommand<kSizeIndicator, &CMainFrame::OnUpdatePane>(),
     OnUpdateCommand<kResolutionIndicator, &CMainFrame::OnUpdatePane>(),
 };
-const MessageMap CMainFrame::messages{&CFrameWnd::messages, entries};
+const MessageMap CMainFrame::messages{&CPageFrame::messages, entries};
 
 CMainFrame::CMainFrame() : m_nUnits(AfxGetApp()->GetProfileInt(kAppSettings, kUnits, kPixels)) {}
 
 bool CMainFrame::PreCreateWindow(CREATESTRUCT& cs)
 {
-    if (!CFrameWnd::PreCreateWindow(cs))
+    if (!CPageFrame::PreCreateWindow(cs))
         return false;
     const std::optional<CRect> place =
         ParsePlacement(AfxGetApp()->GetProfileString(kWindowSettings, kMainFrame));
@@ -154,7 +154,7 @@ bool CMainFrame::PreCreateWindow(CREATESTRUCT& cs)
 
 int CMainFrame::OnCreate(const CREATESTRUCT& cs)
 {
-    if (CFrameWnd::OnCreate(cs) != 0 || !m_wndStatusBar.Create(this) ||
+    if (CPageFrame::OnCreate(cs) != 0 || !m_wndStatusBar.Create(this) ||
         !m_wndStatusBar.SetIndicators(kIndicators))
         return -1;
     OnPageSize(0, 0);
@@ -172,14 +172,14 @@ void CMainFrame::OnDestroy()
     app->WriteProfileString(kWindowSettings, kMainFrame, text);
     app->WriteProfileInt(kWindowSettings, kMaximizeMainFrame,
                          placement.show_command == SW_SHOWMAXIMIZED ? 1 : 0);
-    CFrameWnd::OnDestroy();
+    CPageFrame::OnDestroy();
 }
 
 CString CMainFrame::GetMessageText() const
 {
     const auto* const document = DynamicDowncast<CLumentaDoc>(GetActiveDocument());
     const CString text = document ? JoinNotes({document->GetStatusText()}) : CString{};
-    return text.IsEmpty() ? CFrameWnd::GetMessageText() : text;
+    return text.IsEmpty() ? CPageFrame::GetMessageText() : text;
 }
 
 void CMainFrame::ShowPosition()
@@ -216,6 +216,7 @@ LRESULT CMainFrame::OnPageSize(WPARAM width, LPARAM depth)
     m_nPageWidth = static_cast<int>(width);
     m_nPageDepth = static_cast<int>(depth);
     ShowSize();
+    WatchFile(width > 0); // the document tells zeros once it has no page
     return 0;
 }
 

@@ -1,7 +1,7 @@
 // The main window: it keeps its place between runs and reads out the page's position, size and resolution.
 #pragma once
 
-#include "platform/frame.h"
+#include "app/pageframe.h"
 
 #include <initializer_list>
 #include <optional>
@@ -28,7 +28,7 @@ std::optional<CRect> ParsePlacement(const CString& text);
 constexpr const char* kWindowSettings = "window";
 constexpr const char* kMaximizeMainFrame = "Maximize MainFrame";
 
-class CMainFrame : public CFrameWnd
+class CMainFrame : public CPageFrame
 {
 public:
     static const CRuntimeClass classRecord;

@@ -25,6 +25,8 @@ constexpr MenuItem kViewMenu[] = {
     {"&Millimeters", kMillimetersCommand},
     {"&Pixels", kPixelsCommand},
     {"P&oints", kPointsCommand},
+    {"", ID_SEPARATOR},
+    {"Re&load\tF5", kReloadCommand},
 };
 
 constexpr MenuItem kHelpMenu[] = {
@@ -39,7 +41,7 @@ constexpr PopupMenu kMenus[] = {
 
 constexpr Accelerator kAccelerators[] = {
     {"Ctrl+O", ID_FILE_OPEN},           {"Ctrl+M", kOpenMultipleCommand}, {"Ctrl+P", ID_FILE_PRINT},
-    {"Ctrl+Alt+S", kScaledPageCommand}, {"Ctrl+Alt+N", kNextPageCommand},
+    {"Ctrl+Alt+S", kScaledPageCommand}, {"Ctrl+Alt+N", kNextPageCommand}, {"F5", kReloadCommand},
 };
 
 constexpr StringResource kStrings[] = {
@@ -66,6 +68,7 @@ constexpr StringResource kStrings[] = {
     {kOpenMultipleCommand, "Select multiple pages for viewing"},
     {kNextPageCommand, "Display next selected page"},
     {kLinesPerUpdateCommand, "Number of lines to scale before updating screen"},
+    {kReloadCommand, "Read the file of the page again and stay at the same place"},
 };
 
 constexpr CursorResource kCursors[] = {

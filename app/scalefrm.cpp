@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-const CRuntimeClass CScaleFrame::classRecord{"CScaleFrame", &CFrameWnd::classRecord,
+const CRuntimeClass CScaleFrame::classRecord{"CScaleFrame", &CPageFrame::classRecord,
                                              CreateObjectOf<CScaleFrame>};
 
 int32_t ChooseScale(CSize page, CSize screen)
@@ -24,5 +24,5 @@ void CScaleFrame::PostNcDestroy()
     if (m_ppBackPointer && *m_ppBackPointer == this)
         *m_ppBackPointer = nullptr;
     m_ppBackPointer = nullptr;
-    CFrameWnd::PostNcDestroy();
+    CPageFrame::PostNcDestroy();
 }

@@ -17,7 +17,6 @@ const MessageMap CScaleView::messages{&CLumenta::messages, entries};
 void CScaleView::OnInitialUpdate()
 {
     m_bStop = false;
-    m_bNextPosted = false;
     CLumenta::OnInitialUpdate();
     if (CLumentaDoc* const document = GetPageDocument())
         document->MakeScaledBitmap(m_nScale);

@@ -113,6 +113,45 @@ TEST_F(ScaledWindow, ShowsTheWholePageAtItsOwnSize)
     }
 }
 
+TEST_F(ScaledWindow, StaysOpenWhileItsPageIsReadAgain)
+{
+    StartWithPage(2003, 1507);
+    CScaleView* const scaled = Open();
+    ResizeFrame(*view->m_pScaleFrame, {100, 90});
+    scaled->ScrollToPosition({60, 33});
+    document->m_nLinesPerUpdate = 7;
+    for (const uint64_t seed : {2, 3}) {
+        WritePage("page.tif", 2003, 1507, 300, 300, seed);
+        PressAccelerator(*view->m_pScaleFrame, "F5");
+        ASSERT_EQ(Scaled(), scaled);
+        ASSERT_TRUE(PumpUntil([&] { return Lines() >= 20; }));
+        scaled->Invalidate();
+        scaled->UpdateWindow(); // asks for the next lines
+    }
+    EXPECT_EQ(scaled->GetScrollPosition(), (CPoint{60, 33}));
+    ASSERT_TRUE(PumpUntil([&] { return Lines() >= 50; }));
+    scaled->m_bStop = true;
+    const int stopped = Lines();
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_LE(Lines(), stopped + 2 * 7) << "a single chain makes it";
+    scaled->Invalidate();
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(PictureDiffers(*scaled), "");
+
+    // A page of another size has another picture, and no page has none.
+    WritePage("page.tif", 1603, 3507);
+    PressAccelerator(*view->m_pScaleFrame, "F5");
+    CScaleView* const other = Scaled();
+    ASSERT_NE(other, nullptr);
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(PictureDiffers(*other), "");
+    EXPECT_EQ(view->m_pScaleFrame->GetWindowText(), "page  (1/8)");
+    std::filesystem::remove(scratch.File("page.tif"));
+    PressAccelerator(*view->m_pScaleFrame, "F5");
+    EXPECT_EQ(view->m_pScaleFrame, nullptr);
+    EXPECT_EQ(boxes.Take(), Texts{scratch.File("page.tif") + ": Open failed"});
+}
+
 TEST_F(ScaledWindow, GrowsByTheBatchAndStandsStillAfterEscape)
 {
     StartWithPage(1600, 2400);

@@ -1,0 +1,155 @@
+// The file of the open page changes: what the message field says, and the page read again at the same place.
+#include "app/dialogids.h"
+#include "app/scalefrm.h"
+#include "tests/app/window_fixture.h"
+
+#include <sys/stat.h>
+
+namespace
+{
+class ChangingPage : public WindowTest
+{
+protected:
+    static constexpr const char* kChanged = "file has changed, F5 reads it again";
+    static constexpr const char* kGone = "file is gone";
+
+    void StartActive()
+    {
+        StartWithPage(600, 500);
+        ActivateByUser(*frame);
+        ASSERT_TRUE(PumpUntilIdle());
+    }
+    // What the message field says after the window has become active anew.
+    std::string NoteAtActivation()
+    {
+        frame->SendMessage(WM_ACTIVATE, 1);
+        view->Invalidate(); // as an activation does
+        EXPECT_TRUE(PumpUntilIdle());
+        return Pane(0);
+    }
+    std::string Page() const { return scratch.File("page.tif"); }
+};
+
+TEST_F(ChangingPage, IsReportedWhateverHasBecomeOfItsFile)
+{
+    StartActive();
+    EXPECT_EQ(Pane(0), "Ready");
+    const std::string page_file = Page();
+    const std::string aside = scratch.File("aside.tif");
+    const std::filesystem::file_time_type written = std::filesystem::last_write_time(page_file);
+    const struct {
+        const char* what;
+        std::function<void()> change;
+        const char* want;
+    } cases[] = {
+        {"moved away", [&] { std::filesystem::rename(page_file, aside); }, kGone},
+        {"a directory instead", [&] { std::filesystem::create_directory(page_file); }, kGone},
+        {"back again",
+         [&] {
+             std::filesystem::remove(page_file);
+             std::filesystem::rename(aside, page_file);
+         },
+         "Ready"},
+        {"rewritten in place",
+         [&] { std::filesystem::last_write_time(page_file, written + std::chrono::nanoseconds{4000000}); },
+         kChanged},
+        {"as it was", [&] { std::filesystem::last_write_time(page_file, written); }, "Ready"},
+        {"cut off", [&] { std::filesystem::resize_file(page_file, 1000); }, kChanged},
+        {"another file of the same size and time",
+         [&] {
+             ASSERT_NE(app->OpenDocumentFile(WritePage("page.tif", 600, 500)), nullptr);
+             std::filesystem::copy_file(page_file, aside);
+             std::filesystem::last_write_time(aside, std::filesystem::last_write_time(page_file));
+             EXPECT_EQ(NoteAtActivation(), "Ready") << "an open takes the note back";
+             std::filesystem::rename(aside, page_file);
+         },
+         kChanged},
+    };
+    for (const auto& c : cases) {
+        c.change();
+        EXPECT_EQ(NoteAtActivation(), c.want) << c.what;
+    }
+    document->m_bReadError = true;
+    document->m_nErrorRow = 7;
+    EXPECT_EQ(NoteAtActivation(), std::string{"damaged from line 7, "} + kChanged);
+    EXPECT_EQ(app->OpenDocumentFile(scratch.File("missing.tif")), nullptr);
+    EXPECT_EQ(NoteAtActivation(), "No page");
+    EXPECT_EQ(boxes.Take().size(), 1U);
+}
+
+TEST_F(ChangingPage, IsWatchedWhileAWindowOfTheProgramIsActive)
+{
+    Start();
+    ActivateByUser(*frame);
+    EXPECT_EQ(TimerCount(), 0) << "there is no page";
+    StartActive();
+    EXPECT_EQ(TimerCount(), 1);
+    std::filesystem::remove(Page());
+    ASSERT_TRUE(PumpUntil([this] { return Pane(0) == kGone; }));
+    WritePage("page.tif", 600, 500);
+    ASSERT_TRUE(PumpUntil([this] { return Pane(0) == kChanged; }));
+
+    frame->SendMessage(WM_COMMAND, kScaledPageCommand);
+    ASSERT_NE(view->m_pScaleFrame, nullptr);
+    ActivateByUser(*view->m_pScaleFrame);
+    EXPECT_EQ(TimerCount(), 1);
+    std::filesystem::remove(Page());
+    ASSERT_TRUE(PumpUntil([this] { return Pane(0) == kGone; }));
+    int in_dialog = -1;
+    SetDialogHook([&](CDialog&) { in_dialog = TimerCount(); });
+    frame->SendMessage(WM_COMMAND, ID_APP_ABOUT);
+    SetDialogHook({});
+    EXPECT_EQ(in_dialog, 0) << "no window of a page is active";
+    ActivateByUser(*frame);
+    EXPECT_EQ(TimerCount(), 1);
+    app->OnFileNew();
+    EXPECT_EQ(TimerCount(), 0);
+}
+
+TEST_F(ChangingPage, IsReadAgainAtTheSamePlace)
+{
+    StartActive();
+    const CPoint place{150, 160};
+    view->ScrollToPosition(place);
+    app->m_PageList = {"next.tif"};
+    WritePage("page.tif", 600, 500, 300, 300, 2);
+    EXPECT_EQ(NoteAtActivation(), kChanged);
+    PressAccelerator(*frame, "F5");
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(view->GetScrollPosition(), place);
+    EXPECT_EQ(ScreenDiffersFromPage(), "");
+    EXPECT_EQ(Pane(0), "Ready");
+    EXPECT_EQ(Pane(1), "left=150 top=160");
+    EXPECT_EQ(app->m_PageList, std::deque<CString>{"next.tif"});
+
+    WritePage("page.tif", 500, 5000);
+    PressAccelerator(*frame, "F5");
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(view->GetScrollPosition(), (CPoint{Range().x, place.y})) << "as far as the page goes";
+    EXPECT_EQ(ScreenDiffersFromPage(), "");
+
+    std::filesystem::remove(Page());
+    PressAccelerator(*frame, "F5");
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(boxes.Take(), Texts{Page() + ": Open failed"});
+    EXPECT_EQ(Pane(0), "No page");
+    EXPECT_EQ(Title(), "page - LUMENTA");
+    WritePage("page.tif", 600, 500, 300, 300, 3);
+    PressAccelerator(*frame, "F5");
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(ScreenDiffersFromPage(), "");
+    EXPECT_EQ(Title(), "page - LUMENTA");
+
+    // What comes after the file's name is no part of it.
+    ASSERT_NE(app->OpenDocumentFile((Page() + ";8\t9").c_str()), nullptr);
+    ASSERT_TRUE(PumpUntilIdle());
+    WritePage("page.tif", 600, 500, 300, 300, 4);
+    EXPECT_EQ(NoteAtActivation(), kChanged);
+    PressAccelerator(*frame, "F5");
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(ScreenDiffersFromPage(), "");
+    EXPECT_EQ(boxes.Take(), Texts{});
+    app->OnFileNew();
+    EXPECT_TRUE(MenuHas("&View/Re&load\tF5 [disabled]"));
+}
+} // namespace
