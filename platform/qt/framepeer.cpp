@@ -490,7 +490,8 @@ bool CStatusBar::SetIndicators(std::span<const UINT> ids)
             label->setFrameStyle(QFrame::Panel | QFrame::Sunken);
             label->setMargin(2);
             label->setText(ToQString(AfxGetApp()->LoadString(id)));
-            label->setFixedWidth(label->sizeHint().width() + label->fontMetrics().averageCharWidth());
+            // In both directions: a new text would else lay out and repaint the whole bar.
+            label->setFixedSize(label->sizeHint() + QSize(label->fontMetrics().averageCharWidth(), 0));
             bar->addPermanentWidget(label);
         }
         peer->panes.push_back({id, label, CString{}, true});

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/frame.h"
+#include "platform/movingpixels.h"
 #include "platform/raster.h"
 #include "platform/view.h"
 #include "platform/wnd.h"
@@ -102,16 +103,18 @@ protected:
 
 private:
     void FillUndrawn(QImage& image, const QRegion& region) const;
+    QImage ImageOf(const MovingPixels& pixels) const;
     void SendMouse(UINT message, QMouseEvent* event);
     bool PointerMessage(UINT message, WPARAM flags, CPoint point);
 
     CView* m_owner;
-    const PaneWidget* m_pane; // the parent
-    QRgb m_background;        // outside the picture
-    QSize m_client{0, 0};     // device pixels, at
+    PaneWidget* m_pane;   // the parent
+    QRgb m_background;    // outside the picture
+    QSize m_client{0, 0}; // device pixels, at
     double m_ratio = 1;
-    QImage m_buffer;    // of that size once it is looked at
-    QSize m_kept{0, 0}; // what of it still belongs to the picture
+    MovingPixels m_pixels; // of that size once they are looked at
+    QImage m_buffer;       // an image of m_pixels
+    QSize m_kept{0, 0};    // what of it still belongs to the picture
     QRegion m_invalid;
     bool m_paintWanted = false;
     QRegion m_changed;
@@ -120,6 +123,19 @@ private:
     uint64_t m_lastPaintTurn = 0;
     uint64_t m_paints = 0;
     bool m_shapeSet = false;
+};
+
+// Its paint costs as much as that of a small picture. A new value repaints only where the slider was and is.
+class PaneBar : public QScrollBar
+{
+public:
+    using QScrollBar::QScrollBar;
+
+protected:
+    void sliderChange(SliderChange change) override;
+
+private:
+    QRect m_slider; // as it was painted last
 };
 
 // The inside of a frame: a view with the scroll bars that it needs.
@@ -134,6 +150,7 @@ public:
     int Range(int bar) const { return m_range[bar]; }
     int Position(int bar) const { return m_position[bar]; }
     void SetPosition(int bar, int position);
+    void ShowPositions(); // of the picture, in the bars
     void Relayout();
 
 protected:
@@ -148,7 +165,7 @@ private:
     void BarMoved(int bar, int value);
 
     ViewWidget* m_view;
-    QScrollBar* m_bars[2];
+    PaneBar* m_bars[2]; // show a new position together with the moved picture
     CSize m_total;
     CSize m_page;
     CSize m_line{1, 1};

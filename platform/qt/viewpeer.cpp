@@ -11,6 +11,7 @@
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QStyleOptionSlider>
 #include <QWheelEvent>
 #include <algorithm>
 #include <cmath>
@@ -127,7 +128,8 @@ QImage& ViewWidget::Buffer()
 {
     if (m_buffer.size() == m_client && m_kept == m_client && m_buffer.devicePixelRatio() == m_ratio)
         return m_buffer;
-    QImage fresh(m_client, QImage::Format_RGB32);
+    MovingPixels pixels(m_client.width(), m_client.height());
+    QImage fresh = ImageOf(pixels);
     for (int y = 0; y < fresh.height(); ++y) {
         auto* row = reinterpret_cast<uint32_t*>(fresh.scanLine(y));
         const int kept = y < m_kept.height() ? m_kept.width() : 0;
@@ -135,10 +137,21 @@ QImage& ViewWidget::Buffer()
             std::memcpy(row, m_buffer.constScanLine(y), static_cast<size_t>(kept) * sizeof *row);
     }
     FillUndrawn(fresh, QRegion(fresh.rect()) - QRect(QPoint(0, 0), m_kept));
-    fresh.setDevicePixelRatio(m_ratio);
     m_buffer = std::move(fresh);
+    m_pixels = std::move(pixels);
     m_kept = m_buffer.size(); // nothing where memory was short
     return m_buffer;
+}
+
+QImage ViewWidget::ImageOf(const MovingPixels& pixels) const
+{
+    const PixelBuffer buffer = pixels.Pixels();
+    if (!buffer.pixels)
+        return {};
+    QImage image(reinterpret_cast<uchar*>(buffer.pixels), buffer.width, buffer.height,
+                 buffer.row_pixels * ptrdiff_t{sizeof *buffer.pixels}, QImage::Format_RGB32);
+    image.setDevicePixelRatio(m_ratio);
+    return image;
 }
 
 void ViewWidget::FillUndrawn(QImage& image, const QRegion& region) const
@@ -218,13 +231,13 @@ void ViewWidget::Scroll(int dx, int dy)
     } else {
         m_invalid.translate(dx, dy);
         const QRect moved = whole & whole.translated(dx, dy);
-        const PixelBuffer buffer = Pixels();
-        const int step = dy > 0 ? -1 : 1; // rows that are still to be moved are never written
-        int y = dy > 0 ? moved.bottom() : moved.top();
-        for (int i = 0; buffer.pixels && i < moved.height(); ++i, y += step)
-            std::memmove(buffer.Row(y) + moved.left(), buffer.Row(y - dy) + moved.left() - dx,
-                         static_cast<size_t>(moved.width()) * sizeof(uint32_t));
-        m_invalid = (m_invalid & whole) + (QRegion(whole) - moved);
+        const QRegion uncovered = QRegion(whole) - moved;
+        if (!Buffer().isNull()) {
+            m_pixels.Move(dx, dy);
+            m_buffer = ImageOf(m_pixels);
+            FillUndrawn(m_buffer, uncovered);
+        }
+        m_invalid = (m_invalid & whole) + uncovered;
         Changed(moved);
     }
     Queue::Get().AddDirty(this);
@@ -260,6 +273,7 @@ void ViewWidget::Changed(const QRegion& region)
 
 void ViewWidget::ShowChanged()
 {
+    m_pane->ShowPositions();
     const double ratio = devicePixelRatioF();
     const QPoint origin = mapTo(window(), QPoint(0, 0));
     const int left = ToDevicePixels(origin.x(), ratio);
@@ -447,9 +461,27 @@ void ViewWidget::focusInEvent(QFocusEvent* event)
         frame->SetActiveView(m_owner);
 }
 
+void PaneBar::sliderChange(SliderChange change)
+{
+    QStyleOptionSlider option;
+    initStyleOption(&option);
+    // A style may draw the slider's edge or shadow around it.
+    constexpr int kAround = 4;
+    const QRect slider = style()
+                             ->subControlRect(QStyle::CC_ScrollBar, &option, QStyle::SC_ScrollBarSlider, this)
+                             .adjusted(-kAround, -kAround, kAround, kAround);
+    const QRect before = std::exchange(m_slider, slider);
+    if (change == SliderValueChange && value() != minimum() && value() != maximum() && !before.isEmpty()) {
+        if (before != slider)
+            update(before | slider);
+    } else {
+        QScrollBar::sliderChange(change);
+    }
+}
+
 PaneWidget::PaneWidget(CView* owner, QWidget* parent)
-    : QWidget(parent), m_view(new ViewWidget(owner, this)), m_bars{new QScrollBar(Qt::Horizontal, this),
-                                                                   new QScrollBar(Qt::Vertical, this)}
+    : QWidget(parent), m_view(new ViewWidget(owner, this)), m_bars{new PaneBar(Qt::Horizontal, this),
+                                                                   new PaneBar(Qt::Vertical, this)}
 {
     setFocusProxy(m_view);
     for (int bar : {SB_HORZ, SB_VERT}) {
@@ -464,6 +496,8 @@ PaneWidget::PaneWidget(CView* owner, QWidget* parent)
 
 bool PaneWidget::eventFilter(QObject* object, QEvent* event)
 {
+    if (event->type() == QEvent::MouseButtonPress)
+        ShowPositions(); // the bar steps from the value that it has
     if (event->type() != QEvent::Wheel)
         return QWidget::eventFilter(object, event);
     wheelEvent(static_cast<QWheelEvent*>(event));
@@ -579,8 +613,15 @@ void PaneWidget::UpdateBar(int bar, int client)
 void PaneWidget::SetPosition(int bar, int position)
 {
     m_position[bar] = std::clamp(position, 0, m_range[bar]);
-    const QSignalBlocker quiet(m_bars[bar]);
-    m_bars[bar]->setValue(m_position[bar]);
+    Queue::Get().AddShown(m_view);
+}
+
+void PaneWidget::ShowPositions()
+{
+    for (const int bar : {SB_HORZ, SB_VERT}) {
+        const QSignalBlocker quiet(m_bars[bar]);
+        m_bars[bar]->setValue(m_position[bar]);
+    }
 }
 
 ViewPeer::ViewPeer(CView* owner, QMainWindow* frame) : m_pane(new PaneWidget(owner, frame))

@@ -1,9 +1,12 @@
 #include "qt_support.h"
 
 #include <QApplication>
+#include <QBackingStore>
+#include <QImage>
 #include <QMessageBox>
 #include <QPalette>
 #include <QScreen>
+#include <QScrollBar>
 #include <QTimer>
 #include <QWindow>
 
@@ -61,6 +64,37 @@ std::string TitleOnScreen()
         if (window->isVisible() && window->type() == Qt::Window)
             return window->title().toStdString();
     return {};
+}
+
+std::string DifferenceFromRepaint()
+{
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+        QBackingStore* const store = widget->isVisible() ? widget->backingStore() : nullptr;
+        const auto* const device = store ? dynamic_cast<QImage*>(store->paintDevice()) : nullptr;
+        if (!device)
+            continue;
+        const QImage before = device->copy();
+        // Each inner widget by itself: what the window repaints is not passed on to those that have a change.
+        for (QWidget* const inner : widget->findChildren<QWidget*>())
+            inner->update();
+        widget->repaint();
+        const QImage after = store->paintDevice() == device ? device->copy() : QImage();
+        for (int y = 0; y < after.height(); ++y)
+            for (int x = 0; x < after.width(); ++x)
+                if (before.size() != after.size() || before.pixel(x, y) != after.pixel(x, y))
+                    return std::to_string(x) + "," + std::to_string(y) + " of " +
+                           std::to_string(after.width()) + " x " + std::to_string(after.height());
+    }
+    return {};
+}
+
+CPoint BarValues()
+{
+    CPoint values;
+    for (const QWidget* const widget : QApplication::topLevelWidgets())
+        for (const QScrollBar* const bar : widget->findChildren<QScrollBar*>())
+            (bar->orientation() == Qt::Horizontal ? values.x : values.y) = bar->value();
+    return values;
 }
 
 double ScreenRatio()

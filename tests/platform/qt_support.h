@@ -1,6 +1,8 @@
 // The little that tests need from the toolkit itself.
 #pragma once
 
+#include "platform/types.h"
+
 #include <functional>
 #include <string>
 
@@ -14,6 +16,11 @@ std::string BoxParentTitle();
 void PumpRounds();
 
 double ScreenRatio();
+
+// Empty if the windows hold what a repaint of all of each draws, bars and borders included; else where not.
+std::string DifferenceFromRepaint();
+
+CPoint BarValues(); // what the bars of the only frame say
 
 std::string TitleOnScreen(); // of the only frame, as the display has it
 

@@ -1,6 +1,8 @@
 // The blits, pixel by pixel against the plainest way to say what they do.
 #include "platform/raster.h"
 
+#include "platform/movingpixels.h"
+
 #include <gtest/gtest.h>
 #include <random>
 
@@ -165,5 +167,50 @@ TEST(DeviceContext, CutsToTheBitmapAndRefusesWhatLiesOutside)
     EXPECT_EQ(canvas.At(1, 1), 0xff22110bU ^ 0x00ffffffU);
     EXPECT_EQ(dc.SetDIBitsToDevice(100, 200, 4, 4, 0, 0, bits, info), 0);
     EXPECT_EQ(dc.SetDIBitsToDevice(100, 200, 4, 3, 1, 0, bits, info), 0);
+}
+TEST(MovingPixels, AnyWalkOfMovesKeepsWhatStaysInView)
+{
+    std::mt19937 random{5};
+    for (const CSize size : {CSize{1, 1}, CSize{1, 40}, CSize{40, 1}, CSize{37, 23}, CSize{64, 90}}) {
+        SCOPED_TRACE(testing::Message() << size.cx << " x " << size.cy);
+        MovingPixels picture{size.cx, size.cy};
+        // Pixels of an endless page, which the picture is a window on.
+        CPoint origin;
+        const auto pixel = [&](int x, int y) {
+            return static_cast<uint32_t>((x + origin.x) * 7919 + (y + origin.y) * 104729);
+        };
+        const auto draw = [&](const CRect& rect) {
+            const PixelBuffer pixels = picture.Pixels();
+            for (int y = rect.top; y < rect.bottom; ++y)
+                for (int x = rect.left; x < rect.right; ++x)
+                    pixels.Row(y)[x] = pixel(x, y);
+        };
+        const CRect whole{0, 0, size.cx, size.cy};
+        draw(whole);
+        CSize direction;
+        for (int step = 0; step < 2000; ++step) {
+            if (step % 50 == 0) // a long way one way, and then another
+                direction = {static_cast<int>(random() % 3) - 1, static_cast<int>(random() % 3) - 1};
+            const bool is_single = step % 100 < 40;
+            const auto length = [&](int side) {
+                return is_single ? std::min(1, side - 1)
+                                 : static_cast<int>(random() % static_cast<unsigned>(side));
+            };
+            const CSize move{direction.cx * length(size.cx), direction.cy * length(size.cy)};
+            picture.Move(move.cx, move.cy);
+            origin = {origin.x - move.cx, origin.y - move.cy};
+            const CRect kept{std::max(0, move.cx), std::max(0, move.cy), size.cx + std::min(0, move.cx),
+                             size.cy + std::min(0, move.cy)};
+            const PixelBuffer pixels = picture.Pixels();
+            for (int y = kept.top; y < kept.bottom; ++y)
+                for (int x = kept.left; x < kept.right; ++x)
+                    ASSERT_EQ(pixels.Row(y)[x], pixel(x, y)) << x << "," << y << " at step " << step;
+            draw({0, 0, size.cx, kept.top});
+            draw({0, kept.bottom, size.cx, size.cy});
+            draw({0, 0, kept.left, size.cy});
+            draw({kept.right, 0, size.cx, size.cy});
+        }
+    }
+    EXPECT_EQ(MovingPixels(0, 5).Pixels().pixels, nullptr);
 }
 } // namespace

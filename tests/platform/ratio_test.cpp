@@ -1,4 +1,5 @@
 // One page pixel is one pixel of the screen, at whatever ratio the environment asks for.
+#include "tests/platform/qt_support.h"
 #include "tests/platform/test_classes.h"
 
 #include <cstdlib>
@@ -37,6 +38,27 @@ TEST_F(RatioTest, AChequeredPageShowsBitForBit)
             if (HasFatalFailure())
                 return;
         }
+}
+
+// The view, and the bars, which repaint only a part of themselves.
+TEST_F(RatioTest, ScrolledWindowsHoldWhatAFullRepaintDraws)
+{
+    ResizeFrame(*frame, {401, 350});
+    view->ShowPage(TestPage::Random(1501, 1203, 3));
+    Settle();
+    ASSERT_EQ(DifferenceFromRepaint(), "");
+    constexpr CSize kMoves[] = {{0, 1},    {0, 16},  {0, 100}, {64, 0},   {-3, 7},    {1, 0},    {0, -90},
+                                {-7, -13}, {500, 0}, {0, 700}, {-61, 80}, {9999, -1}, {-2, 9999}};
+    for (int i = 0; i < 60; ++i) {
+        const CSize move = kMoves[static_cast<size_t>(i) % std::size(kMoves)];
+        const int direction = i % 7 < 5 ? 1 : -1;
+        const CPoint at = view->GetScrollPosition();
+        SCOPED_TRACE(testing::Message() << "move " << i << " from " << at.x << "," << at.y);
+        view->ScrollToPosition({at.x + direction * move.cx, at.y + direction * move.cy});
+        ExpectShown(view);
+        EXPECT_EQ(BarValues(), view->GetScrollPosition());
+        ASSERT_EQ(DifferenceFromRepaint(), "");
+    }
 }
 
 TEST_F(RatioTest, ThePointerHitsEveryPixel)

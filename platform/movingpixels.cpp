@@ -1,0 +1,58 @@
+#include "platform/movingpixels.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+// The rows lie one after the other in a memory that is larger than the picture. A move changes only where the
+// picture starts in it: the pixels that leave the picture on one side of a row are the ones that come into
+// view on the other side of the next row, and nobody needs them. If the memory ends, the picture goes back.
+// The system provides the spare memory only once it is written to.
+namespace
+{
+constexpr ptrdiff_t kSpare = 4; // a part of the picture
+} // namespace
+
+void MovingPixels::Free::operator()(uint32_t* pixels) const
+{
+    std::free(pixels);
+}
+
+MovingPixels::MovingPixels(int width, int height)
+{
+    if (width <= 0 || height <= 0)
+        return;
+    const ptrdiff_t count = ptrdiff_t{width} * height;
+    const ptrdiff_t size = count + ptrdiff_t{width} * (height / kSpare + 1);
+    m_memory.reset(static_cast<uint32_t*>(std::malloc(static_cast<size_t>(size) * sizeof(uint32_t))));
+    if (!m_memory)
+        return;
+    m_size = size;
+    m_start = (size - count) / 2;
+    m_width = width;
+    m_height = height;
+}
+
+PixelBuffer MovingPixels::Pixels() const
+{
+    return {m_memory ? m_memory.get() + m_start : nullptr, m_width, m_width, m_height};
+}
+
+void MovingPixels::Move(int dx, int dy)
+{
+    const ptrdiff_t count = ptrdiff_t{m_width} * m_height;
+    const ptrdiff_t spare = m_size - count;
+    const ptrdiff_t start = m_start - ptrdiff_t{dy} * m_width - dx;
+    if (start >= 0 && start <= spare) {
+        m_start = start;
+        return;
+    }
+    // Most of the spare memory lies in the direction of this move; the rest is for a way back.
+    const ptrdiff_t target = start < 0 ? spare - spare / 4 : spare / 4;
+    const ptrdiff_t first = std::max(start, m_start);
+    const ptrdiff_t end = std::min(start, m_start) + count;
+    if (end > first)
+        std::memmove(m_memory.get() + first - start + target, m_memory.get() + first,
+                     static_cast<size_t>(end - first) * sizeof(uint32_t));
+    m_start = target;
+}
