@@ -17,3 +17,8 @@ constexpr UINT kMarkViewedBox = 106;
 
 constexpr UINT kLinesPerUpdateDialog = 109;
 constexpr UINT kLinesControl = 110;
+
+constexpr UINT kGoToDialog = 140;
+constexpr UINT kGoToUnitText = 141;
+constexpr UINT kGoToX = 142;
+constexpr UINT kGoToY = 143;

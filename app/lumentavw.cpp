@@ -6,6 +6,8 @@
 #include "app/usermsg.h"
 #include "platform/app.h"
 
+#include <algorithm>
+
 const CRuntimeClass CLumentaView::classRecord{"CLumentaView", &CLumenta::classRecord,
                                               CreateObjectOf<CLumentaView>};
 
@@ -71,17 +73,28 @@ void CLumentaView::OnRButtonDblClk(UINT, CPoint)
     Default();
 }
 
+CPoint CLumentaView::GetCenter() const
+{
+    const CRect client = GetClientRect();
+    const CSize total = GetTotalSize();
+    const CPoint position = GetScrollPosition();
+    return {position.x + std::min(client.Width(), total.cx) / 2,
+            position.y + std::min(client.Height(), total.cy) / 2};
+}
+
+void CLumentaView::CenterOn(CPoint point)
+{
+    const CRect client = GetClientRect();
+    const CSize total = GetTotalSize();
+    ScrollToPosition({HoldToRange(int64_t{point.x} - client.Width() / 2, total.cx, client.Width()),
+                      HoldToRange(int64_t{point.y} - client.Height() / 2, total.cy, client.Height())});
+}
+
 // The point that the user picked in the reduced picture becomes the middle of this view.
 LRESULT CLumentaView::OnPageCenter(WPARAM, LPARAM scaled_view)
 {
-    const CLumenta* const picker = UnpackPointer<CLumenta>(scaled_view);
-    if (!picker)
-        return 0;
-    const CRect client = GetClientRect();
-    const CSize total = GetTotalSize();
-    const CPoint picked = picker->GetPickedPoint();
-    ScrollToPosition({HoldToRange(int64_t{picked.x} - client.Width() / 2, total.cx, client.Width()),
-                      HoldToRange(int64_t{picked.y} - client.Height() / 2, total.cy, client.Height())});
+    if (const CLumenta* const picker = UnpackPointer<CLumenta>(scaled_view))
+        CenterOn(picker->GetPickedPoint());
     return 0;
 }
 

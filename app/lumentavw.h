@@ -22,6 +22,10 @@ public:
     void OnEndPrinting(CDC* dc, CPrintInfo* info) override;
     void OnInitialUpdate() override;
 
+    CPoint GetCenter() const; // the page's point in the middle of the part that shows
+    // Brings a point of the page to the middle of the window, as far as the page reaches.
+    void CenterOn(CPoint point);
+
     CScaleFrame* m_pScaleFrame = nullptr; // the open scaled window's; it clears this at its end
 
 protected:

@@ -1,6 +1,8 @@
 #include "app/mainfrm.h"
 
+#include "app/gotodialog.h"
 #include "app/lumentadoc.h"
+#include "app/lumentavw.h"
 #include "app/usermsg.h"
 #include "platform/app.h"
 #include "platform/dc.h"
@@ -17,9 +19,6 @@ constexpr UINT kIndicators[] = {ID_SEPARATOR, kPositionIndicator, kSizeIndicator
 constexpr int kPositionPane = 1;
 constexpr int kSizePane = 2;
 constexpr int kResolutionPane = 3;
-
-constexpr double kMillimetersPerInch = 25.4;
-constexpr double kPointsPerInch = 72.27;
 
 double Inches(int pixels, int dpi)
 {
@@ -114,6 +113,8 @@ const MessageEntry CMainFrame::entries[] = {
     On<WM_PAGE_RESOLUTION, &CMainFrame::OnPageResolution>(),
     On<WM_PAGE_SIZE, &CMainFrame::OnPageSize>(),
     On<WM_PAGE_CENTER, &CMainFrame::OnPageCenter>(),
+    OnCommand<kGoToCommand, &CMainFrame::OnGoTo>(),
+    OnUpdateCommand<kGoToCommand, &CMainFrame::OnUpdateNeedsPage>(),
     OnCommand<kInchesCommand, &CMainFrame::OnUnits<kInches>>(),
     OnCommand<kMillimetersCommand, &CMainFrame::OnUnits<kMillimeters>>(),
     OnCommand<kPixelsCommand, &CMainFrame::OnUnits<kPixels>>(),
@@ -224,6 +225,26 @@ LRESULT CMainFrame::OnPageCenter(WPARAM wParam, LPARAM view)
 {
     CView* const active = GetActiveView();
     return active ? active->SendMessage(WM_PAGE_CENTER, wParam, view) : -1;
+}
+
+void CMainFrame::OnUpdateNeedsPage(CCmdUI& ui)
+{
+    const auto* const document = DynamicDowncast<CLumentaDoc>(GetActiveDocument());
+    ui.Enable(document && document->HasPage());
+}
+
+void CMainFrame::OnGoTo()
+{
+    auto* const view = DynamicDowncast<CLumentaView>(GetActiveView());
+    if (!view || m_nPageWidth == 0)
+        return;
+    CGoToDialog dialog;
+    dialog.m_nUnits = UnitsFor(m_nUnits, m_nXDpi, m_nYDpi);
+    dialog.m_nXDpi = m_nXDpi;
+    dialog.m_nYDpi = m_nYDpi;
+    dialog.m_ptPlace = view->GetCenter();
+    if (dialog.DoModal() == IDOK && view->IsWindow()) // it may have been closed with the program
+        view->CenterOn(dialog.m_ptPlace);
 }
 
 void CMainFrame::SetUnits(int units)

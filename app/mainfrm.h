@@ -2,15 +2,10 @@
 #pragma once
 
 #include "app/pageframe.h"
+#include "app/units.h"
 
 #include <initializer_list>
 #include <optional>
-
-// Units of the read-outs, as the settings store them. Any other number counts as pixels.
-constexpr int kInches = 0;
-constexpr int kMillimeters = 1;
-constexpr int kPixels = 2;
-constexpr int kPoints = 3; // printer's points, 72.27 to the inch
 
 // Texts of the read-outs. A value that needs a resolution which is not above 0 is 0.
 CString FormatPosition(int units, int left, int top, int x_dpi, int y_dpi);
@@ -62,6 +57,8 @@ protected:
     LRESULT OnPageResolution(WPARAM x_dpi, LPARAM y_dpi);
     LRESULT OnPageSize(WPARAM width, LPARAM depth);
     LRESULT OnPageCenter(WPARAM wParam, LPARAM view);
+    void OnGoTo();
+    void OnUpdateNeedsPage(CCmdUI& ui);
 
     template <int Units>
     void OnUnits()

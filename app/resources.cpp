@@ -26,6 +26,8 @@ constexpr MenuItem kViewMenu[] = {
     {"&Pixels", kPixelsCommand},
     {"P&oints", kPointsCommand},
     {"", ID_SEPARATOR},
+    {"&Go To...\tCtrl+G", kGoToCommand},
+    {"", ID_SEPARATOR},
     {"Re&load\tF5", kReloadCommand},
 };
 
@@ -42,6 +44,7 @@ constexpr PopupMenu kMenus[] = {
 constexpr Accelerator kAccelerators[] = {
     {"Ctrl+O", ID_FILE_OPEN},           {"Ctrl+M", kOpenMultipleCommand}, {"Ctrl+P", ID_FILE_PRINT},
     {"Ctrl+Alt+S", kScaledPageCommand}, {"Ctrl+Alt+N", kNextPageCommand}, {"F5", kReloadCommand},
+    {"Ctrl+G", kGoToCommand},
 };
 
 constexpr StringResource kStrings[] = {
@@ -68,6 +71,7 @@ constexpr StringResource kStrings[] = {
     {kOpenMultipleCommand, "Select multiple pages for viewing"},
     {kNextPageCommand, "Display next selected page"},
     {kLinesPerUpdateCommand, "Number of lines to scale before updating screen"},
+    {kGoToCommand, "Go to a position on the page"},
     {kReloadCommand, "Read the file of the page again and stay at the same place"},
 };
 
@@ -105,10 +109,21 @@ constexpr DialogItem kLinesPerUpdateItems[] = {
     {.kind = DialogItemKind::button, .id = IDCANCEL, .text = "Cancel"},
 };
 
+constexpr DialogItem kGoToItems[] = {
+    {.kind = DialogItemKind::label, .id = kGoToUnitText},
+    {.kind = DialogItemKind::label, .text = "&X, from the left edge:"},
+    {.kind = DialogItemKind::number, .beside = true, .id = kGoToX},
+    {.kind = DialogItemKind::label, .text = "&Y, from the top edge:"},
+    {.kind = DialogItemKind::number, .beside = true, .id = kGoToY},
+    {.kind = DialogItemKind::defaultButton, .id = IDOK, .text = "OK"},
+    {.kind = DialogItemKind::button, .id = IDCANCEL, .text = "Cancel"},
+};
+
 constexpr DialogTemplate kDialogs[] = {
     {kAboutDialog, "About LUMENTA", kAboutItems},
     {kOpenMultipleDialog, "Open Multiple", kOpenMultipleItems},
     {kLinesPerUpdateDialog, "Lines per update", kLinesPerUpdateItems},
+    {kGoToDialog, "Go To", kGoToItems},
 };
 
 // A sheet with lines of text and a screened picture.

@@ -21,6 +21,7 @@ constexpr UINT kPointsCommand = 32774;
 constexpr UINT kOpenMultipleCommand = 32775;
 constexpr UINT kNextPageCommand = 32776;
 constexpr UINT kLinesPerUpdateCommand = 32777;
+constexpr UINT kGoToCommand = 32784;
 constexpr UINT kReloadCommand = 32785;
 
 constexpr const char* kAppSettings = "App"; // section of the settings

@@ -89,6 +89,16 @@ void DDX_Check(CDataExchange* exchange, UINT id, bool& value)
         exchange->m_pDlgWnd->CheckDlgButton(id, value);
 }
 
+void DDX_Text(CDataExchange* exchange, UINT id, CString& value)
+{
+    if (exchange->HasFailed())
+        return;
+    if (exchange->m_bSaveAndValidate)
+        value = exchange->m_pDlgWnd->GetDlgItemText(id);
+    else
+        exchange->m_pDlgWnd->SetDlgItemText(id, value);
+}
+
 void DDX_Number(CDataExchange* exchange, UINT id, int32_t& value, int32_t minimum, int32_t maximum)
 {
     if (exchange->HasFailed())

@@ -105,6 +105,7 @@ public:
 };
 
 void DDX_Check(CDataExchange* exchange, UINT id, bool& value);
+void DDX_Text(CDataExchange* exchange, UINT id, CString& value);
 // A whole number from minimum to maximum, which the user is told if the field holds anything else.
 void DDX_Number(CDataExchange* exchange, UINT id, int32_t& value, int32_t minimum, int32_t maximum);
 // Makes `control` the dialog's control of that number, for as long as the dialog is open.

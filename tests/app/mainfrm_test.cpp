@@ -169,6 +169,7 @@ TEST_F(MainFrame, TheMenuIsWhole)
         "&View/&Millimeters",
         "&View/&Pixels [checked]",
         "&View/P&oints",
+        "&View/&Go To...\tCtrl+G [disabled]",
         "&View/Re&load\tF5 [disabled]",
         "&Help/&About LUMENTA...",
     };

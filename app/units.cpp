@@ -1,0 +1,74 @@
+#include "app/units.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <string>
+
+namespace
+{
+double UnitsPerInch(int units)
+{
+    switch (units) {
+    case kInches: return 1;
+    case kMillimeters: return kMillimetersPerInch;
+    case kPoints: return kPointsPerInch;
+    default: return 0;
+    }
+}
+} // namespace
+
+int UnitsFor(int units, int x_dpi, int y_dpi)
+{
+    return UnitsPerInch(units) > 0 && x_dpi > 0 && y_dpi > 0 ? units : kPixels;
+}
+
+const char* UnitName(int units)
+{
+    switch (units) {
+    case kInches: return "inches";
+    case kMillimeters: return "millimeters";
+    case kPoints: return "points";
+    default: return "pixels";
+    }
+}
+
+double PixelsToUnits(int32_t pixels, int units, int dpi)
+{
+    const double per_inch = UnitsPerInch(units);
+    return per_inch > 0 && dpi > 0 ? pixels * per_inch / dpi : pixels;
+}
+
+int32_t UnitsToPixels(double value, int units, int dpi)
+{
+    const double per_inch = UnitsPerInch(units);
+    const double pixels = per_inch > 0 && dpi > 0 ? value / per_inch * dpi : value;
+    if (!(pixels > 0)) // also if it is not a number
+        return 0;
+    return pixels >= INT32_MAX ? INT32_MAX : static_cast<int32_t>(std::lround(pixels));
+}
+
+CString FormatExact(int32_t pixels, int units, int dpi)
+{
+    const int digits = units == kInches ? 4 : units == kMillimeters ? 3 : units == kPoints ? 2 : 0;
+    CString text;
+    text.Format("%.*f", digits, PixelsToUnits(pixels, units, dpi));
+    return text;
+}
+
+std::optional<double> ParseDecimal(std::string_view text)
+{
+    constexpr std::string_view kBlanks = " \t";
+    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+    text = text.substr(0, text.find_last_not_of(kBlanks) + 1);
+    if (text.starts_with('+') && !text.starts_with("+-"))
+        text.remove_prefix(1);
+    std::string number{text};
+    std::replace(number.begin(), number.end(), ',', '.');
+    double value = 0;
+    const char* const end = number.data() + number.size();
+    const auto [stop, error] = std::from_chars(number.data(), end, value);
+    if (error != std::errc{} || stop != end || !std::isfinite(value))
+        return std::nullopt;
+    return value;
+}

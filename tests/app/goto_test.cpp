@@ -1,0 +1,172 @@
+// Lengths in the units of the read-outs, and Go To.
+#include "app/dialogids.h"
+#include "app/gotodialog.h"
+#include "tests/app/window_fixture.h"
+
+#include <limits>
+
+namespace
+{
+constexpr double kInfinite = std::numeric_limits<double>::infinity();
+
+TEST(Units, LeadToPixelsAndBack)
+{
+    const struct {
+        double value;
+        int units, dpi;
+        int32_t want;
+    } cases[] = {
+        {1.5, kInches, 1200, 1800},
+        {25.4, kMillimeters, 600, 600},
+        {72.27, kPoints, 300, 300},
+        {12.4, kPixels, 300, 12},
+        {12.5, kPixels, 0, 13},
+        {7, 9, 300, 7}, // no such unit
+        {3, kInches, 0, 3},
+        {0.4, kPixels, 0, 0},
+        {-5, kMillimeters, 300, 0},
+        {1e308, kMillimeters, 300, INT32_MAX},
+        {2147483646.6, kPixels, 0, INT32_MAX},
+        {kInfinite, kPoints, 300, INT32_MAX},
+        {-kInfinite, kPoints, 300, 0},
+        {std::numeric_limits<double>::quiet_NaN(), kInches, 300, 0},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(UnitsToPixels(c.value, c.units, c.dpi), c.want) << c.value << " " << c.units;
+    for (const int units : {kInches, kMillimeters, kPixels, kPoints})
+        for (const int dpi : {1, 72, 1270, 2540, 4000, INT32_MAX})
+            for (const int32_t pixels : {0, 1, 7, 29999, INT32_MAX}) {
+                const CString text = FormatExact(pixels, units, dpi);
+                const std::optional<double> value = ParseDecimal(text);
+                ASSERT_TRUE(value) << text.c_str();
+                if (dpi <= 4000) {
+                    EXPECT_EQ(UnitsToPixels(*value, units, dpi), pixels) << text.c_str() << " " << units;
+                }
+            }
+    EXPECT_EQ(UnitsFor(kInches, 300, 600), kInches);
+    EXPECT_EQ(UnitsFor(kInches, 0, 600), kPixels);
+    EXPECT_EQ(UnitsFor(kPoints, 300, -1), kPixels);
+    EXPECT_EQ(UnitsFor(17, 300, 300), kPixels);
+}
+
+TEST(Units, DecimalNumbersAreReadInEveryLanguage)
+{
+    const struct {
+        const char* text;
+        std::optional<double> want;
+    } cases[] = {
+        {"12.25", 12.25}, {" 12,25\t", 12.25}, {"+3", 3},       {"-0.5", -0.5}, {".5", 0.5},
+        {"1e3", 1000},    {"1e308", 1e308},    {"1e309", {}},   {"nan", {}},    {"inf", {}},
+        {"", {}},         {"  ", {}},          {"1.234,5", {}}, {"1,2,3", {}},  {"0x10", {}},
+        {"12 mm", {}},    {"+-1", {}},         {"--1", {}},     {"\xff", {}},   {"1\n", {}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(ParseDecimal(c.text), c.want) << c.text;
+}
+
+class GoTo : public WindowTest
+{
+protected:
+    ~GoTo() override { SetDialogHook({}); }
+    void Show(std::function<void(CDialog&)> script)
+    {
+        SetDialogHook(std::move(script));
+        PressAccelerator(*frame, "Ctrl+G");
+        ASSERT_TRUE(PumpUntilIdle());
+    }
+    // Types both fields from the start, and answers.
+    void Type(const char* x, const char* y)
+    {
+        Show([=](CDialog& dialog) {
+            for (const char* const text : {x, y}) {
+                PressDialogKeys(dialog, {"Ctrl+A", "Delete"});
+                TypeText(dialog, text);
+                PressDialogKeys(dialog, {"Tab"});
+            }
+            PressDialogKeys(dialog, {"Return"});
+        });
+    }
+};
+
+TEST_F(GoTo, CentresThePlaceAsFarAsThePageReaches)
+{
+    Start(WritePage("page.tif", 1200, 900, 300, 150));
+    ResizeFrame(*frame, {400, 300});
+    ASSERT_TRUE(PumpUntilIdle());
+    const CSize client{view->GetClientRect().Width(), view->GetClientRect().Height()};
+    const CPoint end = Range();
+    const struct {
+        UINT unit;
+        const char *x, *y;
+        CPoint want; // in the middle
+    } cases[] = {
+        {kPixelsCommand, "600", "400", {600, 400}},        {kInchesCommand, "2.5", "3", {750, 450}},
+        {kMillimetersCommand, "50,8", "76.2", {600, 450}}, {kPointsCommand, "144.54", "216.81", {600, 450}},
+        {kPixelsCommand, "-7", "1e308", {0, INT32_MAX}},   {kPixelsCommand, "1e300", "0", {INT32_MAX, 0}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.x << " " << c.y);
+        frame->SendMessage(WM_COMMAND, c.unit);
+        Type(c.x, c.y);
+        const CPoint want{HoldToRange(int64_t{c.want.x} - client.cx / 2, 1200, client.cx),
+                          HoldToRange(int64_t{c.want.y} - client.cy / 2, 900, client.cy)};
+        EXPECT_EQ(view->GetScrollPosition(), want);
+        EXPECT_EQ(ScreenDiffersFromPage(), "");
+    }
+    for (const UINT unit : {kInchesCommand, kMillimetersCommand, kPointsCommand, kPixelsCommand})
+        for (const CPoint place : {CPoint{end.x / 2 + 1, end.y / 2}, CPoint{0, 0}, end}) {
+            frame->SendMessage(WM_COMMAND, unit);
+            view->ScrollToPosition(place);
+            Show([](CDialog& dialog) { PressDialogKeys(dialog, {"Return"}); });
+            EXPECT_EQ(view->GetScrollPosition(), place) << "an unchanged place is this one";
+        }
+    EXPECT_EQ(boxes.Take(), Texts{});
+}
+
+TEST_F(GoTo, RefusesWhatIsNoNumberAndKeepsThePlace)
+{
+    StartWithPage(1000, 900);
+    view->ScrollToPosition({100, 80});
+    for (const char* const text : {"", "nan", "12x", "1e999"}) {
+        Type("5", text);
+        EXPECT_EQ(boxes.Take(), Texts{"Enter a number."}) << text;
+        EXPECT_EQ(view->GetScrollPosition(), (CPoint{100, 80})) << "it was cancelled after that";
+    }
+}
+
+TEST_F(GoTo, NamesItsUnitAndFields)
+{
+    const auto shown = [this] {
+        std::vector<CString> lines;
+        Show([&](CDialog& dialog) { lines = DescribeDialog(dialog); });
+        Texts texts;
+        for (const CString& line : lines)
+            texts.emplace_back(line.View());
+        return texts;
+    };
+    StartWithPage(1000, 900);
+    EXPECT_TRUE(MenuHas("&View/&Go To...\tCtrl+G"));
+    frame->SendMessage(WM_COMMAND, kInchesCommand);
+    const CPoint middle = view->GetCenter();
+    EXPECT_EQ(shown(), (Texts{"Go To", "141 Middle of the window, in inches:",
+                              "142 number \"X, from the left edge\" [keys] " +
+                                  std::string(FormatExact(middle.x, kInches, 300)),
+                              "143 number \"Y, from the top edge\" " +
+                                  std::string(FormatExact(middle.y, kInches, 300)),
+                              "1 button \"OK\"", "2 button \"Cancel\""}));
+    app->OpenDocumentFile(WritePage("none.tif", 30, 20, 0, 0));
+    const Texts small = shown();
+    ASSERT_EQ(small.size(), 6U);
+    EXPECT_EQ(small[1], "141 Middle of the window, in pixels:") << "the page has no resolution";
+    EXPECT_EQ(small[2], "142 number \"X, from the left edge\" [keys] 15");
+    EXPECT_EQ(small[3], "143 number \"Y, from the top edge\" 10");
+
+    Start();
+    bool opened = false;
+    SetDialogHook([&](CDialog&) { opened = true; });
+    PressAccelerator(*frame, "Ctrl+G");
+    frame->SendMessage(WM_COMMAND, kGoToCommand);
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_FALSE(opened) << "there is no page";
+}
+} // namespace
