@@ -30,7 +30,11 @@ const MessageEntry CLumentaApp::entries[] = {
     OnCommand<kOpenMultipleCommand, &CLumentaApp::OnOpenMultiple>(),
     OnCommand<ID_APP_ABOUT, &CLumentaApp::OnAppAbout>(),
     OnCommand<kNextPageCommand, &CLumentaApp::OnNextPage>(),
+    OnCommand<kPreviousPageCommand, &CLumentaApp::OnPreviousPage>(),
+    OnCommand<kClearListCommand, &CLumentaApp::OnClearList>(),
     OnUpdateCommand<kNextPageCommand, &CLumentaApp::OnUpdateNextPage>(),
+    OnUpdateCommand<kPreviousPageCommand, &CLumentaApp::OnUpdatePreviousPage>(),
+    OnUpdateCommand<kClearListCommand, &CLumentaApp::OnUpdateClearList>(),
 };
 const MessageMap CLumentaApp::messages{&CWinApp::messages, entries};
 
@@ -82,17 +86,61 @@ void CLumentaApp::OnNextPage()
     // Off the list whether it opens or not.
     const CString path = m_PageList.front();
     m_PageList.pop_front();
-    if (!path.IsEmpty())
-        OpenAndMark(path);
+    const bool is_new = m_nSeenPages == 0;
+    if (!is_new)
+        --m_nSeenPages;
+    if (!path.IsEmpty() && (is_new ? OpenAndMark(path) : OpenDocumentFile(path) != nullptr))
+        m_ShownPages.push_back(path);
+}
+
+void CLumentaApp::OnPreviousPage()
+{
+    // While another page is open, or none because one failed to open, the user goes back to the page of the
+    // list that was shown last.
+    if (IsListPageOpen()) {
+        m_PageList.push_front(m_ShownPages.back());
+        ++m_nSeenPages;
+        m_ShownPages.pop_back();
+    }
+    if (m_ShownPages.empty())
+        return;
+    const CString path = m_ShownPages.back();
+    if (!OpenDocumentFile(path))
+        m_ShownPages.pop_back();
+}
+
+void CLumentaApp::OnClearList()
+{
+    m_PageList.clear();
+    m_ShownPages.clear();
+    m_nSeenPages = 0;
+}
+
+bool CLumentaApp::IsListPageOpen() const
+{
+    const CSingleDocTemplate* const pages = GetDocTemplate();
+    const auto* const document = DynamicDowncast<CLumentaDoc>(pages ? pages->GetDocument() : nullptr);
+    return document && document->HasPage() && !m_ShownPages.empty() &&
+           document->GetPathName() == PagePath(m_ShownPages.back());
+}
+
+CString CLumentaApp::GetListNote() const
+{
+    CString note;
+    if (IsListPageOpen())
+        note.Format("page %zu of %zu", m_ShownPages.size(), m_ShownPages.size() + m_PageList.size());
+    return note;
 }
 
 // Marks the file in the state before it was opened: a page that is rewritten meanwhile stays new.
-void CLumentaApp::OpenAndMark(const CString& path)
+bool CLumentaApp::OpenAndMark(const CString& path)
 {
     const CString file = PagePath(path); // the one that the document shows
     const FileStatus before = FileStatusOf(file);
-    if (OpenDocumentFile(path))
-        MarkAsViewed(file, before);
+    if (!OpenDocumentFile(path))
+        return false;
+    MarkAsViewed(file, before);
+    return true;
 }
 
 void CLumentaApp::MarkAsViewed(const CString& path, const FileStatus& before) const
@@ -141,4 +189,14 @@ void CLumentaApp::OnAppAbout()
 void CLumentaApp::OnUpdateNextPage(CCmdUI& ui)
 {
     ui.Enable(!m_PageList.empty());
+}
+
+void CLumentaApp::OnUpdatePreviousPage(CCmdUI& ui)
+{
+    ui.Enable(m_ShownPages.size() > (IsListPageOpen() ? 1 : 0));
+}
+
+void CLumentaApp::OnUpdateClearList(CCmdUI& ui)
+{
+    ui.Enable(!m_PageList.empty() || !m_ShownPages.empty());
 }

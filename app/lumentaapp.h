@@ -1,10 +1,11 @@
-// The application: start and stop, its settings, and the pages still to be shown.
+// The application: start and stop, its settings, and the list of pages that the user goes through.
 #pragma once
 
 #include "platform/app.h"
 #include "platform/viewedmark.h"
 
 #include <deque>
+#include <vector>
 
 class CLumentaApp : public CWinApp
 {
@@ -23,9 +24,16 @@ public:
     void OnOpenMultiple(); // joins the chosen pages to the list, and shows the next one
     void OnAppAbout();
     void OnNextPage();
+    void OnPreviousPage(); // the page of the list that was shown before this one
+    void OnClearList();
     void OnUpdateNextPage(CCmdUI& ui);
+    void OnUpdatePreviousPage(CCmdUI& ui);
+    void OnUpdateClearList(CCmdUI& ui);
 
-    std::deque<CString> m_PageList; // full paths of pages not yet shown, the next at the front
+    // "page 4 of 24" while a page of the list is open, else an empty text.
+    CString GetListNote() const;
+
+    std::deque<CString> m_PageList; // full paths of pages still to be shown, the next at the front
     CString m_strPageDirectory;     // where the open commands start; closed by a separator unless empty
     CString m_strPageFilter;        // file pattern last chosen
     bool m_bMarkViewed = false;     // pages opened through the dialogs are marked as viewed
@@ -36,6 +44,10 @@ protected:
 
 private:
     static const MessageEntry entries[];
-    void OpenAndMark(const CString& path);
+    bool IsListPageOpen() const; // the last of m_ShownPages is the open page
+    bool OpenAndMark(const CString& path);
     void MarkAsViewed(const CString& path, const FileStatus& before) const; // if the user wishes so
+
+    std::vector<CString> m_ShownPages; // pages of the list, in the order in which Next Page showed them
+    size_t m_nSeenPages = 0;           // pages at the front of m_PageList that the user has gone back from
 };

@@ -1,10 +1,10 @@
 #include "app/mainfrm.h"
 
 #include "app/gotodialog.h"
+#include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "app/lumentavw.h"
 #include "app/usermsg.h"
-#include "platform/app.h"
 #include "platform/dc.h"
 #include "platform/view.h"
 
@@ -179,7 +179,9 @@ void CMainFrame::OnDestroy()
 CString CMainFrame::GetMessageText() const
 {
     const auto* const document = DynamicDowncast<CLumentaDoc>(GetActiveDocument());
-    const CString text = document ? JoinNotes({document->GetStatusText()}) : CString{};
+    const auto* const app = DynamicDowncast<CLumentaApp>(AfxGetApp());
+    const CString text =
+        document && app ? JoinNotes({document->GetStatusText(), app->GetListNote()}) : CString{};
     return text.IsEmpty() ? CPageFrame::GetMessageText() : text;
 }
 

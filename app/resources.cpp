@@ -26,6 +26,9 @@ constexpr MenuItem kViewMenu[] = {
     {"&Pixels", kPixelsCommand},
     {"P&oints", kPointsCommand},
     {"", ID_SEPARATOR},
+    {"P&revious Page\tCtrl+Alt+P", kPreviousPageCommand},
+    {"&Clear List", kClearListCommand},
+    {"", ID_SEPARATOR},
     {"&Go To...\tCtrl+G", kGoToCommand},
     {"", ID_SEPARATOR},
     {"Re&load\tF5", kReloadCommand},
@@ -42,9 +45,10 @@ constexpr PopupMenu kMenus[] = {
 };
 
 constexpr Accelerator kAccelerators[] = {
-    {"Ctrl+O", ID_FILE_OPEN},           {"Ctrl+M", kOpenMultipleCommand}, {"Ctrl+P", ID_FILE_PRINT},
-    {"Ctrl+Alt+S", kScaledPageCommand}, {"Ctrl+Alt+N", kNextPageCommand}, {"F5", kReloadCommand},
-    {"Ctrl+G", kGoToCommand},
+    {"Ctrl+O", ID_FILE_OPEN},         {"Ctrl+M", kOpenMultipleCommand},
+    {"Ctrl+P", ID_FILE_PRINT},        {"Ctrl+Alt+S", kScaledPageCommand},
+    {"Ctrl+Alt+N", kNextPageCommand}, {"Ctrl+Alt+P", kPreviousPageCommand},
+    {"F5", kReloadCommand},           {"Ctrl+G", kGoToCommand},
 };
 
 constexpr StringResource kStrings[] = {
@@ -71,6 +75,8 @@ constexpr StringResource kStrings[] = {
     {kOpenMultipleCommand, "Select multiple pages for viewing"},
     {kNextPageCommand, "Display next selected page"},
     {kLinesPerUpdateCommand, "Number of lines to scale before updating screen"},
+    {kPreviousPageCommand, "Display previous selected page"},
+    {kClearListCommand, "Forget the selected pages"},
     {kGoToCommand, "Go to a position on the page"},
     {kReloadCommand, "Read the file of the page again and stay at the same place"},
 };

@@ -21,6 +21,8 @@ constexpr UINT kPointsCommand = 32774;
 constexpr UINT kOpenMultipleCommand = 32775;
 constexpr UINT kNextPageCommand = 32776;
 constexpr UINT kLinesPerUpdateCommand = 32777;
+constexpr UINT kPreviousPageCommand = 32780;
+constexpr UINT kClearListCommand = 32782;
 constexpr UINT kGoToCommand = 32784;
 constexpr UINT kReloadCommand = 32785;
 

@@ -132,20 +132,6 @@ TEST_F(App, DroppedFilesAreWalkedThrough)
     EXPECT_EQ(boxes.Take(), Texts{});
 }
 
-TEST_F(App, APageThatFailsIsOffTheListAllTheSame)
-{
-    Start();
-    const std::vector<CString> paths = ThreePages();
-    std::filesystem::remove(paths[1].c_str());
-    DropFiles(*frame, paths);
-    app->m_PageList.push_front({});
-    for (int i = 0; i < 3; ++i) // the empty entry, the missing page, the last
-        frame->SendMessage(WM_COMMAND, kNextPageCommand);
-    EXPECT_EQ(boxes.Take(), Texts{std::string{paths[1].c_str()} + ": Open failed"});
-    EXPECT_EQ(Title(), "third - LUMENTA");
-    EXPECT_TRUE(app->m_PageList.empty());
-}
-
 TEST_F(App, ADoubleClickOfTheRightButtonGoesOn)
 {
     Start();
@@ -208,13 +194,89 @@ public:
     int SetMark(int, const char* value, size_t bytes) override
     {
         m_marks[m_open].assign(value, bytes);
+        set.push_back(std::filesystem::path{m_open}.filename());
         return 0;
     }
+
+    std::vector<std::string> set; // names of the files, in the order in which they were marked
 
 private:
     std::map<std::string, std::string> m_marks;
     std::string m_open;
 };
+
+TEST_F(App, TheListIsWalkedForwardAndBack)
+{
+    enum Step { next, previous, openOther, removeSecond, clear, add };
+    struct Case {
+        Step step;
+        const char* title;
+        const char* message;
+        const char* enabled; // of Next Page, Previous Page and Clear List
+        const char* fails;   // the page that a box is about
+    };
+    const Case cases[] = {
+        {next, "LUMENTA", "No page", "next clear", nullptr}, // an empty entry
+        {next, "first - LUMENTA", "page 1 of 5", "next clear", nullptr},
+        {next, "first - LUMENTA", "No page", "next previous clear", "missing.tif"},
+        {previous, "first - LUMENTA", "page 1 of 4", "next clear", nullptr},
+        {previous, "first - LUMENTA", "page 1 of 4", "next clear", nullptr},
+        {next, "second - LUMENTA", "page 2 of 4", "next previous clear", nullptr},
+        {next, "first - LUMENTA", "page 3 of 4", "next previous clear", nullptr},
+        {next, "third - LUMENTA", "page 4 of 4", "previous clear", nullptr},
+        {next, "third - LUMENTA", "page 4 of 4", "previous clear", nullptr},
+        {previous, "first - LUMENTA", "page 3 of 4", "next previous clear", nullptr},
+        {previous, "second - LUMENTA", "page 2 of 4", "next previous clear", nullptr},
+        {openOther, "other - LUMENTA", "Ready", "next previous clear", nullptr},
+        {previous, "second - LUMENTA", "page 2 of 4", "next previous clear", nullptr},
+        {openOther, "other - LUMENTA", "Ready", "next previous clear", nullptr},
+        {next, "first - LUMENTA", "page 3 of 4", "next previous clear", nullptr},
+        {removeSecond, "first - LUMENTA", "page 3 of 4", "next previous clear", nullptr},
+        {previous, "first - LUMENTA", "No page", "next previous clear", "second.tif"},
+        {previous, "first - LUMENTA", "page 1 of 3", "next clear", nullptr},
+        {next, "first - LUMENTA", "page 2 of 3", "next previous clear", nullptr},
+        {next, "third - LUMENTA", "page 3 of 3", "previous clear", nullptr},
+        {previous, "first - LUMENTA", "page 2 of 3", "next previous clear", nullptr},
+        {clear, "first - LUMENTA", "Ready", "", nullptr},
+        {next, "first - LUMENTA", "Ready", "", nullptr},
+        {previous, "first - LUMENTA", "Ready", "", nullptr},
+        {add, "first - LUMENTA", "Ready", "next clear", nullptr},
+        {next, "third - LUMENTA", "page 1 of 1", "clear", nullptr},
+    };
+    const KeptMarks marks;
+    const std::vector<CString> pages = ThreePages();
+    const CString other = WritePage("other.tif", 500, 100);
+    Start();
+    app->m_bMarkViewed = true;
+    app->m_PageList = {{}, pages[0], scratch.File("missing.tif"), pages[1], pages[0], pages[2]};
+    const auto state = [&](UINT command, const char* name) {
+        return frame->QueryCommand(command).IsEnabled() ? std::string{" "} + name : std::string{};
+    };
+    for (size_t i = 0; i < std::size(cases); ++i) {
+        const Case& c = cases[i];
+        SCOPED_TRACE(i);
+        switch (c.step) {
+        case next: PressAccelerator(*frame, "Ctrl+Alt+N"); break;
+        case previous: PressAccelerator(*frame, "Ctrl+Alt+P"); break;
+        case openOther: app->OpenDocumentFile(other); break;
+        case add: app->m_PageList.push_back(pages[2]); break;
+        case removeSecond: std::filesystem::remove(pages[1].c_str()); break;
+        case clear:
+            frame->SendMessage(WM_COMMAND, kClearListCommand);
+            view->Invalidate(); // a menu's command has the message field shown anew by itself
+            break;
+        }
+        ASSERT_TRUE(PumpUntilIdle());
+        EXPECT_EQ(boxes.Take(), c.fails ? Texts{scratch.File(c.fails) + ": Open failed"} : Texts{});
+        EXPECT_EQ(Title(), c.title);
+        EXPECT_EQ(Pane(0), c.message);
+        EXPECT_EQ(state(kNextPageCommand, "next") + state(kPreviousPageCommand, "previous") +
+                      state(kClearListCommand, "clear"),
+                  *c.enabled ? std::string{" "} + c.enabled : "");
+    }
+    EXPECT_EQ(marks.set, (Texts{"first.tif", "second.tif", "first.tif", "third.tif", "third.tif"}))
+        << "each entry once, when it is shown first";
+}
 
 TEST_F(App, OpenMultipleJoinsPagesToTheListAndMarksWhatIsShown)
 {

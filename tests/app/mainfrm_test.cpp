@@ -169,6 +169,8 @@ TEST_F(MainFrame, TheMenuIsWhole)
         "&View/&Millimeters",
         "&View/&Pixels [checked]",
         "&View/P&oints",
+        "&View/P&revious Page\tCtrl+Alt+P [disabled]",
+        "&View/&Clear List [disabled]",
         "&View/&Go To...\tCtrl+G [disabled]",
         "&View/Re&load\tF5 [disabled]",
         "&Help/&About LUMENTA...",
