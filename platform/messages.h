@@ -41,7 +41,8 @@ enum Message : UINT {
     WM_RBUTTONDBLCLK = 0x0206,
     WM_MOUSEWHEEL = 0x020a,
     WM_DROPFILES = 0x0233,
-    WM_USER = 0x0400, // from here on: the application's own
+    WM_MOUSELEAVE = 0x02a3, // the pointer has left a view
+    WM_USER = 0x0400,       // from here on: the application's own
 };
 
 enum VirtualKey : UINT {
@@ -119,7 +120,8 @@ constexpr Rule RuleOf(UINT message)
     switch (message) {
     case WM_DESTROY:
     case WM_PAINT:
-    case WM_CLOSE: return Rule::nothing;
+    case WM_CLOSE:
+    case WM_MOUSELEAVE: return Rule::nothing;
     case WM_SIZE: return Rule::size;
     case WM_KEYDOWN:
     case WM_CHAR: return Rule::key;

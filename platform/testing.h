@@ -89,6 +89,7 @@ struct GrabbedPixels {
     }
 };
 GrabbedPixels GrabWindow(CWnd& window);
+GrabbedPixels CopyBuffer(CWnd& window);    // the view's own pixels, without what shows over them
 COLORREF BackgroundOf(const CWnd& window); // the grey outside a view's picture
 
 // Real toolkit events at a window, in device pixels of its client area.
@@ -96,6 +97,7 @@ enum class TestKey { left, right, up, down, pageUp, pageDown, home, end, escape 
 void PressKey(CWnd& window, TestKey key, bool control = false, int times = 1);
 void PressAccelerator(CWnd& frame, const char* keys); // as "Ctrl+Alt+N"; activates the frame
 void MoveMouse(CWnd& window, CPoint point);
+void LeaveWithMouse(CWnd& window);
 void PressMouse(CWnd& window, CPoint point, bool right = false);
 void ReleaseMouse(CWnd& window, CPoint point, bool right = false);
 void DoubleClick(CWnd& window, CPoint point, bool right = false);
@@ -111,3 +113,4 @@ void ActivateByUser(CWnd& frame);            // as the window manager does
 std::vector<CString> DescribeMenu(CFrameWnd& frame);
 
 uint64_t PaintCount(const CWnd& window); // paints of a window since it was made
+uint64_t CopiedPixels(CWnd& window);     // device pixels of it copied to the screen so far, that are due too

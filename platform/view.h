@@ -4,7 +4,10 @@
 #include "platform/dc.h"
 #include "platform/doc.h"
 #include "platform/frame.h"
+#include "platform/overlay.h"
 #include "platform/wnd.h"
+
+#include <vector>
 
 // What a print run knows. Pages count from 1.
 class CPrintInfo
@@ -44,6 +47,11 @@ public:
     virtual void OnDraw(CDC* dc) = 0;
     virtual void OnPrepareDC(CDC* dc, CPrintInfo* info = nullptr);
     virtual void OnActivateView(bool activate, CView* activated, CView* deactivated); // takes the focus
+
+    // What shows over the picture from the next copy to the screen on, instead of what was set before. The
+    // view's own pixels, a print and whatever is drawn stay free of it. No paint follows: only the pixels of
+    // the old and of the new shapes are copied anew.
+    void SetOverlay(std::vector<OverlayShape> shapes);
 
     virtual bool OnPreparePrinting(CPrintInfo* info);
     bool DoPreparePrinting(CPrintInfo* info); // the print dialog; false if the user cancelled

@@ -3,6 +3,7 @@
 
 #include "platform/frame.h"
 #include "platform/movingpixels.h"
+#include "platform/overlay.h"
 #include "platform/raster.h"
 #include "platform/view.h"
 #include "platform/wnd.h"
@@ -71,12 +72,14 @@ public:
     void Paint(uint64_t turn);
     void Changed(const QRegion& region); // drawn into: goes to the screen with the next copy
     void ShowChanged();
+    void SetOverlay(std::vector<OverlayShape> shapes);
     // Asks for a paint message although every pixel is valid: a window that is uncovered gets one, and its
     // pixels come from the buffer.
     void WantPaint();
     bool NeedsPaint() const { return m_paintWanted || !m_invalid.isEmpty(); }
     uint64_t LastPaintTurn() const { return m_lastPaintTurn; }
     uint64_t PaintCount() const { return m_paints; }
+    uint64_t CopiedPixels() const { return m_copied; }
 
     // For the paint at hand: the invalid part, which is valid from here on; and how far the picture has been
     // moved.
@@ -97,6 +100,7 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
+    void leaveEvent(QEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void changeEvent(QEvent* event) override;
@@ -104,6 +108,7 @@ protected:
 private:
     void FillUndrawn(QImage& image, const QRegion& region) const;
     QImage ImageOf(const MovingPixels& pixels) const;
+    std::vector<OverlayPart> PartsOfOverlay() const;
     void SendMouse(UINT message, QMouseEvent* event);
     bool PointerMessage(UINT message, WPARAM flags, CPoint point);
 
@@ -118,10 +123,12 @@ private:
     QRegion m_invalid;
     bool m_paintWanted = false;
     QRegion m_changed;
+    std::vector<OverlayShape> m_overlay;
     QPoint m_moved;
     QPoint m_wheelRest; // in 120ths of a device pixel
     uint64_t m_lastPaintTurn = 0;
     uint64_t m_paints = 0;
+    uint64_t m_copied = 0; // device pixels, by copies to the screen
     bool m_shapeSet = false;
 };
 

@@ -155,6 +155,20 @@ GrabbedPixels GrabWindow(CWnd& window)
     return grabbed;
 }
 
+GrabbedPixels CopyBuffer(CWnd& window)
+{
+    GrabbedPixels copied;
+    ViewWidget* view = ViewOf(&window);
+    if (!view)
+        return copied;
+    const PixelBuffer buffer = view->Pixels();
+    copied.width = buffer.width;
+    copied.height = buffer.height;
+    for (int y = 0; y < buffer.height; ++y)
+        copied.pixels.insert(copied.pixels.end(), buffer.Row(y), buffer.Row(y) + buffer.width);
+    return copied;
+}
+
 COLORREF BackgroundOf(const CWnd& window)
 {
     const ViewWidget* view = ViewOf(&window);
@@ -234,6 +248,13 @@ void PressAccelerator(CWnd& window, const char* keys)
         ActivateByUser(window);
     qt_sendShortcutOverrideEvent(frame, 0, wanted[0].key(), wanted[0].keyboardModifiers(), QString(), false,
                                  1);
+}
+
+void LeaveWithMouse(CWnd& window)
+{
+    QEvent event(QEvent::Leave);
+    if (ViewWidget* view = ViewOf(&window))
+        QCoreApplication::sendEvent(view, &event);
 }
 
 void MoveMouse(CWnd& window, CPoint point)
@@ -372,4 +393,13 @@ uint64_t PaintCount(const CWnd& window)
 {
     const ViewWidget* view = ViewOf(&window);
     return view ? view->PaintCount() : 0;
+}
+
+uint64_t CopiedPixels(CWnd& window)
+{
+    const ViewWidget* view = ViewOf(&window);
+    if (!view)
+        return 0;
+    QCoreApplication::sendPostedEvents(view->window(), QEvent::UpdateRequest);
+    return view->CopiedPixels();
 }

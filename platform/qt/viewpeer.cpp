@@ -17,6 +17,7 @@
 #include <cmath>
 #include <cstring>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 namespace
@@ -287,7 +288,30 @@ void ViewWidget::ShowChanged()
     }
 }
 
-void ViewWidget::paintEvent(QPaintEvent*)
+std::vector<OverlayPart> ViewWidget::PartsOfOverlay() const
+{
+    const QPoint corner = m_pane->Picture().topLeft();
+    return OverlayParts(m_overlay, {-corner.x(), -corner.y()}, {m_client.width(), m_client.height()});
+}
+
+void ViewWidget::SetOverlay(std::vector<OverlayShape> shapes)
+{
+    if (m_overlay == shapes)
+        return;
+    QRegion region;
+    const auto add_cover = [&] {
+        for (const CRect& rect : CoverOf(PartsOfOverlay()))
+            region += QRect(rect.left, rect.top, rect.Width(), rect.Height());
+    };
+    // Where the old ones were before the picture moved, the move has marked everything as changed.
+    add_cover();
+    m_overlay = std::move(shapes);
+    add_cover();
+    if (!region.isEmpty())
+        Changed(region);
+}
+
+void ViewWidget::paintEvent(QPaintEvent* event)
 {
     // The screen's ratio may have changed under a window that kept its logical size.
     if (m_ratio != devicePixelRatioF() && m_owner)
@@ -303,7 +327,13 @@ void ViewWidget::paintEvent(QPaintEvent*)
     const QSizeF drawn = QSizeF(buffer.size()) / m_ratio;
     if (width() > drawn.width() + 1 || height() > drawn.height() + 1) // larger than all screens
         painter.fillRect(rect(), QColor(m_background));
+    // In the buffer, so that a shape's pixel goes to the device pixel of the buffer's own.
+    std::optional<OverlayOnPixels> overlay;
+    if (!m_overlay.empty())
+        overlay.emplace(Pixels(), PartsOfOverlay());
     painter.drawImage(QPointF(0, 0), buffer);
+    for (const QRect& rect : event->region())
+        m_copied += static_cast<uint64_t>(rect.width() * m_ratio * rect.height() * m_ratio);
 }
 
 void ViewWidget::resizeEvent(QResizeEvent*)
@@ -429,6 +459,12 @@ void ViewWidget::mouseDoubleClickEvent(QMouseEvent* event)
 void ViewWidget::mouseMoveEvent(QMouseEvent* event)
 {
     SendMouse(WM_MOUSEMOVE, event);
+}
+
+void ViewWidget::leaveEvent(QEvent* event)
+{
+    QWidget::leaveEvent(event);
+    PointerMessage(WM_MOUSELEAVE, 0, {});
 }
 
 void ViewWidget::wheelEvent(QWheelEvent* event)
@@ -642,6 +678,12 @@ ViewPeer::~ViewPeer()
 void CView::MakePeer(CFrameWnd* frame)
 {
     m_peer = std::make_unique<ViewPeer>(this, FrameOf(frame));
+}
+
+void CView::SetOverlay(std::vector<OverlayShape> shapes)
+{
+    if (ViewWidget* view = ViewOf(this))
+        view->SetOverlay(std::move(shapes));
 }
 
 void CScrollView::SetPicture(CSize total, CSize page, CSize line)

@@ -61,6 +61,78 @@ TEST_F(RatioTest, ScrolledWindowsHoldWhatAFullRepaintDraws)
     }
 }
 
+// Whether the screen shows the parts over the view's own pixels, and these are the page's.
+void ExpectOverlay(TestView* view, const std::vector<OverlayShape>& shapes)
+{
+    ASSERT_TRUE(PumpUntilIdle());
+    const CRect client = view->GetClientRect();
+    const CPoint position = view->GetScrollPosition();
+    GrabbedPixels want = CopyBuffer(*view);
+    ASSERT_EQ(want.width, client.right);
+    ASSERT_EQ(want.height, client.bottom);
+    for (int y = 0; y < want.height; ++y)
+        for (int x = 0; x < want.width; ++x)
+            ASSERT_EQ(want.At(x, y), view->page.White(position.x + x, position.y + y) ? kWhite : kBlack);
+    for (const OverlayPart& part : OverlayParts(shapes, position, {client.right, client.bottom}))
+        for (int y = part.rect.top; y < part.rect.bottom; ++y)
+            for (int x = part.rect.left; x < part.rect.right; ++x)
+                want.pixels[static_cast<size_t>(y * want.width + x)] = part.color;
+    const GrabbedPixels shown = GrabWindow(*view);
+    for (int y = 0; y < std::min(shown.height, want.height); ++y)
+        for (int x = 0; x < std::min(shown.width, want.width); ++x)
+            ASSERT_EQ(shown.At(x, y), want.At(x, y)) << x << "," << y;
+}
+
+TEST_F(RatioTest, AnOverlayIsOnTheScreenAloneAndLeavesNoTrace)
+{
+    ResizeFrame(*frame, {401, 350});
+    view->ShowPage(TestPage::Random(1501, 1203));
+    Settle();
+    using enum OverlayShape::Kind;
+    const std::vector<OverlayShape> steps[] = {
+        {{frame, {40, 30}, {141, 111}}},
+        {{frame, {41, 30}, {142, 111}}},
+        {{frame, {41, 31}, {142, 112}}, {line, {300, 20}, {71, 288}}},
+        {{line, {300, 20}, {72, 289}}},
+        {{line, {-70, 90}, {1400, 131}}, {frame, {380, 0}, {1000, 1000}}},
+        {},
+    };
+    const auto show = [&](const std::vector<OverlayShape>& shapes) {
+        view->SetOverlay(shapes);
+        ExpectOverlay(view, shapes);
+    };
+    for (const CPoint& position : {CPoint{0, 0}, CPoint{7, 13}})
+        for (const auto& shapes : steps) {
+            view->ScrollToPosition(position);
+            show(shapes);
+            view->ScrollToPosition({position.x + 5, position.y + 3}); // it goes with the picture
+            ExpectOverlay(view, shapes);
+            if (HasFatalFailure())
+                return;
+        }
+
+    // A step of a frame copies the edges that it leaves and takes, and causes no paint.
+    view->ScrollToPosition({0, 0});
+    show(steps[0]);
+    const uint64_t paints = PaintCount(*view);
+    const uint64_t before = CopiedPixels(*view);
+    show(steps[1]);
+    EXPECT_EQ(PaintCount(*view), paints);
+    const double ratio = ScreenRatio();
+    const uint64_t copied = CopiedPixels(*view) - before;
+    RecordProperty("copied", std::to_string(copied));
+    // Both edges are two pixels wide. In the units of Qt an edge may lie across one more unit.
+    const uint64_t edges = 2 * (102 + 81);
+    EXPECT_GE(copied, edges * 2);
+    EXPECT_LE(copied, static_cast<uint64_t>(static_cast<double>(edges) * (3 + (ratio > 1 ? 3 * ratio : 0))));
+    show({});
+    view->SetOverlay({});
+    const uint64_t cleared = CopiedPixels(*view);
+    view->SetOverlay({});
+    Settle();
+    EXPECT_EQ(CopiedPixels(*view), cleared) << "nothing has changed";
+}
+
 TEST_F(RatioTest, ThePointerHitsEveryPixel)
 {
     for (const CSize& size : {CSize{401, 350}, CSize{535, 413}}) {

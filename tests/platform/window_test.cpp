@@ -121,9 +121,10 @@ TEST_F(WindowTest, ThePointerComesInClientPixels)
     MoveMouse(*view, {-30, 3000});
     ReleaseMouse(*view, {5, 6});
     DoubleClick(*view, {11, 12}, true);
-    EXPECT_EQ(g_recorder.Take(),
-              (Lines{"move 0 7,9", "left down 1 0,0", "move 1 -30,3000", "left up 0 5,6",
-                     "right down 2 11,12", "right up 0 11,12", "right double 2 11,12", "right up 0 11,12"}));
+    LeaveWithMouse(*view);
+    EXPECT_EQ(g_recorder.Take(), (Lines{"move 0 7,9", "left down 1 0,0", "move 1 -30,3000", "left up 0 5,6",
+                                        "right down 2 11,12", "right up 0 11,12", "right double 2 11,12",
+                                        "right up 0 11,12", "leave"}));
 }
 
 TEST_F(WindowTest, DroppedNamesKeepTheirBytes)
