@@ -16,7 +16,6 @@
 
 namespace
 {
-constexpr const char* kDefaults = "Defaults";
 constexpr const char* kPageDirectory = "Page Directory";
 constexpr const char* kPageFilter = "Page Filter";
 constexpr const char* kMarkViewed = "Mark Viewed";
@@ -49,9 +48,9 @@ bool CLumentaApp::InitInstance()
     LoadStdProfileSettings(kRecentFiles);
     AddDocTemplate(std::make_unique<CSingleDocTemplate>(kFrameResource, CLumentaDoc::classRecord,
                                                         CMainFrame::classRecord, CLumentaView::classRecord));
-    m_strPageDirectory = GetProfileString(kDefaults, kPageDirectory);
-    m_strPageFilter = GetProfileString(kDefaults, kPageFilter);
-    m_bMarkViewed = GetProfileInt(kDefaults, kMarkViewed, 0) != 0;
+    m_strPageDirectory = GetProfileString(kDefaultSettings, kPageDirectory);
+    m_strPageFilter = GetProfileString(kDefaultSettings, kPageFilter);
+    m_bMarkViewed = GetProfileInt(kDefaultSettings, kMarkViewed, 0) != 0;
     if (GetProfileInt(kWindowSettings, kMaximizeMainFrame, 0) != 0)
         m_nCmdShow = SW_SHOWMAXIMIZED;
     OnFileNew();
@@ -64,9 +63,9 @@ bool CLumentaApp::InitInstance()
 
 int CLumentaApp::ExitInstance()
 {
-    WriteProfileString(kDefaults, kPageDirectory, m_strPageDirectory);
-    WriteProfileString(kDefaults, kPageFilter, m_strPageFilter);
-    WriteProfileInt(kDefaults, kMarkViewed, m_bMarkViewed ? 1 : 0);
+    WriteProfileString(kDefaultSettings, kPageDirectory, m_strPageDirectory);
+    WriteProfileString(kDefaultSettings, kPageFilter, m_strPageFilter);
+    WriteProfileInt(kDefaultSettings, kMarkViewed, m_bMarkViewed ? 1 : 0);
     m_PageList.clear();
     return CWinApp::ExitInstance();
 }

@@ -8,6 +8,11 @@
 
 #include <algorithm>
 
+namespace
+{
+constexpr const char* kKeepPlace = "Keep Place";
+}
+
 const CRuntimeClass CLumentaView::classRecord{"CLumentaView", &CLumenta::classRecord,
                                               CreateObjectOf<CLumentaView>};
 
@@ -16,6 +21,8 @@ const MessageEntry CLumentaView::entries[] = {
     OnUpdateCommand<kScaledPageCommand, &CLumentaView::OnUpdateScaledPage>(),
     OnCommand<kReloadCommand, &CLumentaView::OnReload>(),
     OnUpdateCommand<kReloadCommand, &CLumentaView::OnUpdateReload>(),
+    OnCommand<kKeepPlaceCommand, &CLumentaView::OnKeepPlace>(),
+    OnUpdateCommand<kKeepPlaceCommand, &CLumentaView::OnUpdateKeepPlace>(),
     On<WM_SIZE, &CLumentaView::OnSize>(),
     On<WM_RBUTTONDBLCLK, &CLumentaView::OnRButtonDblClk>(),
     OnCommand<ID_FILE_PRINT, &CLumentaView::OnFilePrint>(),
@@ -27,10 +34,19 @@ const MessageEntry CLumentaView::entries[] = {
 };
 const MessageMap CLumentaView::messages{&CLumenta::messages, entries};
 
+CLumentaView::CLumentaView() : m_bKeepPlace(AfxGetApp()->GetProfileInt(kDefaultSettings, kKeepPlace, 0) != 0)
+{
+}
+
 void CLumentaView::OnInitialUpdate()
 {
     SetAccessibleName("Page");
     CLumenta::OnInitialUpdate();
+    if (!m_sizeReloaded && !(m_bKeepPlace && GetTotalSize() == m_sizeClosed))
+        return;
+    // The whole window is invalid: nothing of the old page has to move along.
+    SetScrollPos(SB_VERT, m_ptClosed.y);
+    SetScrollPos(SB_HORZ, m_ptClosed.x);
 }
 
 void CLumentaView::OnUpdate(CView* sender, LPARAM hint, CObject* hint_object)
@@ -102,6 +118,12 @@ LRESULT CLumentaView::OnPageCenter(WPARAM, LPARAM scaled_view)
 // its next view.
 LRESULT CLumentaView::OnPageClosed(WPARAM, LPARAM)
 {
+    // The next update takes the range away, and the position with it. Without a page the place of the last
+    // one stays, so that a file that fails to open does not lose it.
+    if (GetTotalSize() != CSize{}) {
+        m_sizeClosed = GetTotalSize();
+        m_ptClosed = GetScrollPosition();
+    }
     if (!m_pScaleFrame)
         return -1;
     if (!m_sizeReloaded)
@@ -136,7 +158,6 @@ void CLumentaView::OnReload()
     if (!document || document->GetPathName().IsEmpty())
         return;
     const CString path = document->GetPathName();
-    const CPoint position = GetScrollPosition();
     const auto* const frame = DynamicDowncast<CPageFrame>(GetParentFrame());
     const bool was_active = frame && frame->IsActive();
     const CScaleView* const scaled_before = GetScaledView();
@@ -147,7 +168,6 @@ void CLumentaView::OnReload()
     m_sizeReloaded.reset();
     if (!opened || !IsWindow()) // a box may have been open, and the window closed behind it
         return;
-    ScrollToPosition(position);
     if (CScaleView* const scaled = GetScaledView()) {
         scaled->ScrollToPosition(scaled_position);
         m_pScaleFrame->SetWindowText(ScaledTitle(scaled->m_nScale));
@@ -156,6 +176,17 @@ void CLumentaView::OnReload()
         if (was_active)
             GetParentFrame()->BringWindowToTop();
     }
+}
+
+void CLumentaView::OnKeepPlace()
+{
+    m_bKeepPlace = !m_bKeepPlace;
+    AfxGetApp()->WriteProfileInt(kDefaultSettings, kKeepPlace, m_bKeepPlace ? 1 : 0);
+}
+
+void CLumentaView::OnUpdateKeepPlace(CCmdUI& ui)
+{
+    ui.SetCheck(m_bKeepPlace);
 }
 
 CScaleView* CLumentaView::GetScaledView() const

@@ -14,6 +14,8 @@ public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
+    CLumentaView();
+
     void OnUpdate(CView* sender, LPARAM hint, CObject* hint_object) override;
     void OnDraw(CDC* dc) override;
     void OnActivateView(bool activate, CView* activated, CView* deactivated) override;
@@ -36,6 +38,8 @@ protected:
     void OnUpdateScaledPage(CCmdUI& ui);
     void OnReload();
     void OnUpdateReload(CCmdUI& ui);
+    void OnKeepPlace();
+    void OnUpdateKeepPlace(CCmdUI& ui);
     void OnUpdatePrint(CCmdUI& ui);
     void OnSize(UINT type, int cx, int cy);
     void OnRButtonDblClk(UINT flags, CPoint point);
@@ -47,6 +51,9 @@ private:
     CScaleView* GetScaledView() const; // null if no scaled window is open
     CString ScaledTitle(int32_t scale) const;
 
+    bool m_bKeepPlace;  // a page of the same size opens where the one before it stood
+    CSize m_sizeClosed; // of the page that was closed last, and its scroll position then
+    CPoint m_ptClosed;
     // While the page is read again: its size before. The scaled window then stays open, unless the page has
     // another size or kind now.
     std::optional<CSize> m_sizeReloaded;

@@ -22,11 +22,14 @@ constexpr UINT kOpenMultipleCommand = 32775;
 constexpr UINT kNextPageCommand = 32776;
 constexpr UINT kLinesPerUpdateCommand = 32777;
 constexpr UINT kPreviousPageCommand = 32780;
+constexpr UINT kKeepPlaceCommand = 32781;
 constexpr UINT kClearListCommand = 32782;
 constexpr UINT kGoToCommand = 32784;
 constexpr UINT kReloadCommand = 32785;
 
-constexpr const char* kAppSettings = "App"; // section of the settings
+// Sections of the settings.
+constexpr const char* kAppSettings = "App";
+constexpr const char* kDefaultSettings = "Defaults";
 
 // Status panes.
 constexpr UINT kPositionIndicator = 59136;

@@ -170,6 +170,7 @@ TEST_F(MainFrame, TheMenuIsWhole)
         "&View/&Pixels [checked]",
         "&View/P&oints",
         "&View/P&revious Page\tCtrl+Alt+P [disabled]",
+        "&View/&Keep Place",
         "&View/&Clear List [disabled]",
         "&View/&Go To...\tCtrl+G [disabled]",
         "&View/Re&load\tF5 [disabled]",

@@ -3,6 +3,8 @@
 
 #include "app/scrollvw.h"
 
+#include <fstream>
+
 namespace
 {
 TEST(ScrollArithmetic, HoldsToThePage)
@@ -278,6 +280,56 @@ TEST_F(View, ADamagedPageShowsOneBoxHoweverItIsMoved)
     app->OpenDocumentFile(WritePage("good.tif", 100, 100));
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(Pane(0), "Ready");
+}
+
+TEST_F(View, KeepPlaceOpensAPageOfTheSameSizeWhereTheLastOneStood)
+{
+    static constexpr const char* kOff = "&View/&Keep Place";
+    static constexpr const char* kOn = "&View/&Keep Place [checked]";
+    StartWithPage(900, 800);
+    const CPoint place{33, 44};
+    const CPoint end{900 - view->GetClientRect().Width(), 800 - view->GetClientRect().Height()};
+    enum Kind { good, damaged, missing };
+    const struct {
+        bool keep;
+        CPoint before;
+        Kind kind;
+        CSize size;
+        CPoint want;
+    } cases[] = {
+        {false, place, good, {900, 800}, {0, 0}},  {true, place, good, {900, 800}, place},
+        {true, place, damaged, {900, 800}, place}, {true, place, good, {900, 800}, place},
+        {true, place, missing, {}, {0, 0}},        {true, {0, 0}, good, {900, 800}, place},
+        {true, place, good, {901, 800}, {0, 0}},   {true, place, good, {900, 800}, {0, 0}},
+        {true, place, good, {900, 801}, {0, 0}},   {true, {0, 0}, good, {900, 800}, {0, 0}},
+        {true, end, good, {900, 800}, end},        {false, end, good, {900, 800}, {0, 0}},
+    };
+    uint64_t seed = 1;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "page " << seed);
+        PutAt(c.before);
+        if (MenuHas(kOn) != c.keep)
+            frame->SendMessage(WM_COMMAND, kKeepPlaceCommand);
+        EXPECT_TRUE(MenuHas(c.keep ? kOn : kOff));
+        EXPECT_EQ(app->GetProfileInt("Defaults", "Keep Place", 0), c.keep ? 1 : 0);
+        CString path = scratch.File("missing.tif");
+        if (c.kind != missing)
+            path = WritePage("page.tif", c.size.cx, c.size.cy, 300, 300, ++seed);
+        if (c.kind == damaged) {
+            std::fstream file{path.c_str(), std::ios::in | std::ios::out | std::ios::binary};
+            file.seekp(static_cast<int64_t>(std::filesystem::file_size(path.c_str())) / 4);
+            file << std::string(1000, '\0');
+        }
+        EXPECT_EQ(app->OpenDocumentFile(path) == nullptr, c.kind == missing);
+        ASSERT_TRUE(PumpUntilIdle());
+        EXPECT_EQ(boxes.Take().size(), c.kind == good ? 0U : 1U);
+        EXPECT_EQ(Position(), c.want);
+        if (c.kind == good)
+            ExpectAt(c.want);
+    }
+    frame->SendMessage(WM_COMMAND, kKeepPlaceCommand);
+    StartWithPage(900, 800);
+    EXPECT_TRUE(MenuHas(kOn)) << "in the next run, too";
 }
 
 TEST_F(View, ProgressOfTheReducedPictureIsNoneOfItsBusiness)
