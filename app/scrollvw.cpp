@@ -39,10 +39,9 @@ int KeyDistance(int distance_to_end, int step, UINT repeat)
 const CRuntimeClass CLumenta::classRecord{"CLumenta", &CScrollView::classRecord, nullptr};
 
 const MessageEntry CLumenta::entries[] = {
-    On<WM_KEYDOWN, &CLumenta::OnKeyDown>(),
-    On<WM_LBUTTONDOWN, &CLumenta::OnLButtonDown>(),
-    On<WM_LBUTTONUP, &CLumenta::OnLButtonUp>(),
-    On<WM_MOUSEMOVE, &CLumenta::OnMouseMove>(),
+    On<WM_KEYDOWN, &CLumenta::OnKeyDown>(),         On<WM_LBUTTONDOWN, &CLumenta::OnLButtonDown>(),
+    On<WM_LBUTTONUP, &CLumenta::OnLButtonUp>(),     On<WM_MOUSEMOVE, &CLumenta::OnMouseMove>(),
+    On<WM_XBUTTONDOWN, &CLumenta::OnXButtonDown>(),
 };
 const MessageMap CLumenta::messages{&CScrollView::messages, entries};
 
@@ -155,5 +154,13 @@ void CLumenta::OnLButtonUp(UINT, CPoint)
 {
     ReleaseCapture();
     m_bDragging = false;
+    Default();
+}
+
+void CLumenta::OnXButtonDown(UINT flags, CPoint)
+{
+    const UINT command = XButtonOf(flags) == XBUTTON1 ? kPreviousPageCommand : kNextPageCommand;
+    if (CWnd* const window = AfxGetMainWnd())
+        window->SendMessage(WM_COMMAND, command);
     Default();
 }

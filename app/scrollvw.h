@@ -45,6 +45,7 @@ protected:
     void OnLButtonDown(UINT flags, CPoint point);
     void OnLButtonUp(UINT flags, CPoint point);
     void OnMouseMove(UINT flags, CPoint point);
+    void OnXButtonDown(UINT flags, CPoint point); // previous or next page
 
     CSize m_sizeTotal; // the picture
     CSize m_sizePage;  // page steps

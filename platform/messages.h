@@ -40,6 +40,7 @@ enum Message : UINT {
     WM_RBUTTONUP = 0x0205,
     WM_RBUTTONDBLCLK = 0x0206,
     WM_MOUSEWHEEL = 0x020a,
+    WM_XBUTTONDOWN = 0x020b, // also of a quick second press
     WM_DROPFILES = 0x0233,
     WM_MOUSELEAVE = 0x02a3, // the pointer has left a view
     WM_USER = 0x0400,       // from here on: the application's own
@@ -60,6 +61,13 @@ enum VirtualKey : UINT {
 
 // First word of the mouse messages.
 enum MouseFlag : UINT { MK_LBUTTON = 1, MK_RBUTTON = 2, MK_SHIFT = 4, MK_CONTROL = 8 };
+
+// High half of the first word of WM_XBUTTONDOWN: the mouse's buttons for back and forward.
+enum XButton : UINT { XBUTTON1 = 1, XBUTTON2 = 2 };
+constexpr UINT XButtonOf(UINT flags)
+{
+    return flags >> 16;
+}
 
 // First word of WM_SIZE.
 enum SizeType : UINT { SIZE_RESTORED = 0, SIZE_MINIMIZED = 1, SIZE_MAXIMIZED = 2 };
@@ -134,7 +142,8 @@ constexpr Rule RuleOf(UINT message)
     case WM_RBUTTONDOWN:
     case WM_RBUTTONUP:
     case WM_RBUTTONDBLCLK:
-    case WM_MOUSEWHEEL: return Rule::mouse;
+    case WM_MOUSEWHEEL:
+    case WM_XBUTTONDOWN: return Rule::mouse;
     default: return Rule::words;
     }
 }

@@ -101,6 +101,7 @@ void LeaveWithMouse(CWnd& window);
 void PressMouse(CWnd& window, CPoint point, bool right = false);
 void ReleaseMouse(CWnd& window, CPoint point, bool right = false);
 void DoubleClick(CWnd& window, CPoint point, bool right = false);
+void ClickXButton(CWnd& window, CPoint point, XButton button, int times = 1); // quickly after each other
 // In eighths of a degree, 120 a notch. pixels: what a driver adds for a display that scrolls by pixels.
 void TurnWheel(CWnd& window, int angle_x, int angle_y, bool shift = false, CPoint pixels = {});
 void DropFiles(CWnd& window, const std::vector<CString>& paths);

@@ -302,6 +302,16 @@ void DoubleClick(CWnd& window, CPoint point, bool right)
     Release(view, point, ButtonOf(right));
 }
 
+void ClickXButton(CWnd& window, CPoint point, XButton button, int times)
+{
+    const QPointer<ViewWidget> view(ViewOf(&window)); // any of them may end the window
+    const Qt::MouseButton pressed = button == XBUTTON1 ? Qt::BackButton : Qt::ForwardButton;
+    for (int i = 0; i < times; ++i) {
+        Press(view, point, pressed, i % 2 ? QEvent::MouseButtonDblClick : QEvent::MouseButtonPress);
+        Release(view, point, pressed);
+    }
+}
+
 void TurnWheel(CWnd& window, int angle_x, int angle_y, bool shift, CPoint pixels)
 {
     ViewWidget* view = ViewOf(&window);

@@ -385,6 +385,10 @@ UINT FlagsOf(const QMouseEvent* event)
         flags |= MK_SHIFT;
     if (event->modifiers() & Qt::ControlModifier)
         flags |= MK_CONTROL;
+    if (event->button() == Qt::BackButton)
+        flags |= XBUTTON1 << 16;
+    else if (event->button() == Qt::ForwardButton)
+        flags |= XBUTTON2 << 16;
     return flags;
 }
 } // namespace
@@ -438,6 +442,8 @@ void ViewWidget::mousePressEvent(QMouseEvent* event)
         SendMouse(WM_LBUTTONDOWN, event);
     else if (event->button() == Qt::RightButton)
         SendMouse(WM_RBUTTONDOWN, event);
+    else if (event->button() == Qt::BackButton || event->button() == Qt::ForwardButton)
+        SendMouse(WM_XBUTTONDOWN, event);
 }
 
 void ViewWidget::mouseReleaseEvent(QMouseEvent* event)
@@ -454,6 +460,8 @@ void ViewWidget::mouseDoubleClickEvent(QMouseEvent* event)
         SendMouse(WM_LBUTTONDBLCLK, event);
     else if (event->button() == Qt::RightButton)
         SendMouse(WM_RBUTTONDBLCLK, event);
+    else
+        mousePressEvent(event); // the other buttons have no double clicks
 }
 
 void ViewWidget::mouseMoveEvent(QMouseEvent* event)

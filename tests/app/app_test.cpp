@@ -132,7 +132,7 @@ TEST_F(App, DroppedFilesAreWalkedThrough)
     EXPECT_EQ(boxes.Take(), Texts{});
 }
 
-TEST_F(App, ADoubleClickOfTheRightButtonGoesOn)
+TEST_F(App, ButtonsOfTheMouseGoOnAndBack)
 {
     Start();
     DropFiles(*frame, ThreePages());
@@ -143,6 +143,21 @@ TEST_F(App, ADoubleClickOfTheRightButtonGoesOn)
     EXPECT_EQ(Title(), "first - LUMENTA");
     DoubleClick(*view, {10, 10}, true);
     EXPECT_EQ(Title(), "second - LUMENTA");
+    ClickXButton(*view, {10, 10}, XBUTTON2);
+    EXPECT_EQ(Title(), "third - LUMENTA");
+    app->m_PageList = {WritePage("fourth.tif", 500, 100)};
+    ClickXButton(*view, {10, 10}, XBUTTON1);
+    EXPECT_EQ(Title(), "second - LUMENTA");
+    ClickXButton(*view, {10, 10}, XBUTTON2, 3);
+    EXPECT_EQ(Title(), "fourth - LUMENTA") << "quick presses all count, those beyond the end do nothing";
+    for (const auto& [button, title] :
+         {std::pair{XBUTTON1, "third - LUMENTA"}, std::pair{XBUTTON2, "fourth - LUMENTA"}}) {
+        PressAccelerator(*frame, "Ctrl+Alt+S");
+        ASSERT_NE(view->m_pScaleFrame, nullptr);
+        ClickXButton(*view->m_pScaleFrame->GetActiveView(), {10, 5}, button);
+        EXPECT_EQ(Title(), title) << "over the overview, which goes with its page";
+        EXPECT_EQ(view->m_pScaleFrame, nullptr);
+    }
 }
 
 TEST_F(App, SettingsComeBackAndTheLinesAreNeverBelowOne)

@@ -99,6 +99,7 @@ LRESULT TestView::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
     case WM_RBUTTONDOWN: g_recorder.Add(Words("right down" + word, point)); break;
     case WM_RBUTTONUP: g_recorder.Add(Words("right up" + word, point)); break;
     case WM_RBUTTONDBLCLK: g_recorder.Add(Words("right double" + word, point)); break;
+    case WM_XBUTTONDOWN: g_recorder.Add(Words("x down" + word, point)); break;
     case WM_MOUSEWHEEL: g_recorder.Add(Words("wheel", point)); break;
     case WM_MOUSELEAVE: g_recorder.Add("leave"); break;
     case WM_TEST: g_recorder.Add("posted" + word); break;

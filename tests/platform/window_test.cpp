@@ -121,10 +121,13 @@ TEST_F(WindowTest, ThePointerComesInClientPixels)
     MoveMouse(*view, {-30, 3000});
     ReleaseMouse(*view, {5, 6});
     DoubleClick(*view, {11, 12}, true);
+    ClickXButton(*view, {3, 4}, XBUTTON1);
+    ClickXButton(*view, {5, 4}, XBUTTON2, 2); // no double click
     LeaveWithMouse(*view);
-    EXPECT_EQ(g_recorder.Take(), (Lines{"move 0 7,9", "left down 1 0,0", "move 1 -30,3000", "left up 0 5,6",
-                                        "right down 2 11,12", "right up 0 11,12", "right double 2 11,12",
-                                        "right up 0 11,12", "leave"}));
+    EXPECT_EQ(g_recorder.Take(),
+              (Lines{"move 0 7,9", "left down 1 0,0", "move 1 -30,3000", "left up 0 5,6",
+                     "right down 2 11,12", "right up 0 11,12", "right double 2 11,12", "right up 0 11,12",
+                     "x down 65536 3,4", "x down 131072 5,4", "x down 131072 5,4", "leave"}));
 }
 
 TEST_F(WindowTest, DroppedNamesKeepTheirBytes)
@@ -325,6 +328,10 @@ TEST_F(WindowTest, AWindowMayEndInAnyOfItsHandlers)
         {"double click", WM_RBUTTONDOWN,
          [](TestView* v) {
              DoubleClick(*v, {1, 1}, true);
+         }},
+        {"back button", WM_XBUTTONDOWN,
+         [](TestView* v) {
+             ClickXButton(*v, {1, 1}, XBUTTON1, 2);
          }},
         {"wheel", WM_MOUSEWHEEL, [](TestView* v) { TurnWheel(*v, 0, -120); }},
         {"size", WM_SIZE,
