@@ -49,6 +49,12 @@ private:
     std::shared_ptr<const std::string> m_text; // null for the empty text
 };
 
+// A line of a table.
+struct NamedText {
+    CString name;
+    CString value;
+};
+
 // The order of names in lists: ignoring the case of ASCII letters, then by bytes.
 bool ComesBefore(std::string_view name, std::string_view other);
 

@@ -56,6 +56,11 @@ void CDialog::OnCancel()
 
 void CDialog::DoDataExchange(CDataExchange*) {}
 
+bool CDialog::OnWork()
+{
+    return false;
+}
+
 bool CDialog::OnCommandMessage(UINT command)
 {
     if (!IsWindow() || m_ended)

@@ -15,6 +15,12 @@ constexpr UINT BN_CLICKED = 0;
 constexpr UINT LBN_DBLCLK = 2;    // a double click, or Ctrl+Enter on the focused entry
 constexpr UINT CBN_SELCHANGE = 1; // the user has chosen another entry; not sent by SetCurSel
 
+// A bar of a chart.
+struct ChartBar {
+    double share = 0; // of the chart's height, 0 to 1
+    CString text;     // its tool tip
+};
+
 class CDialog;
 
 // One direction of UpdateData. What follows a failure is left alone.
@@ -63,17 +69,28 @@ public:
     bool IsDlgButtonChecked(UINT id) const;
     void GotoDlgCtrl(UINT id);                // gives it the keys, with its text selected
     void BindControl(UINT id, CWnd& control); // see DDX_Control
+    void SetDlgItemRows(UINT id, const std::vector<NamedText>& rows);
+    void SetDlgItemProgress(UINT id, int percent);
+    void SetDlgItemBars(UINT id, std::vector<ChartBar> bars);
+
+    // Work while the dialog is open. From now on OnWork is called from the dialog's loop, again and again
+    // while it returns true. Input and paints come between two calls: a call that takes a few milliseconds
+    // is not felt. A box may be open within a call; there is no further call meanwhile.
+    void StartWork();
+    void StopWork();
 
 protected:
     virtual bool OnInitDialog(); // before it shows. True: the first control gets the keys; false: as set
     virtual void OnOK();
     virtual void OnCancel();
     virtual void DoDataExchange(CDataExchange* exchange);
+    virtual bool OnWork(); // a step of the work; false: it is done
 
     bool OnCommandMessage(UINT command) override;
     LRESULT DefWindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
 
 private:
+    friend class DialogWidget;
     const UINT m_template;
     int m_result = IDCANCEL;
     bool m_ended = false;

@@ -33,7 +33,8 @@ struct CursorResource {
 };
 
 // Kinds of items of a dialog. A label leads to the next item that takes keys: that has its access letter and,
-// without access mark and colon, its name for those who cannot see.
+// without access mark and colon, its name for those who cannot see. A progress bar and a chart have their own
+// text as that name.
 enum class DialogItemKind : uint8_t {
     label,
     path, // one line, cut in the middle where it is too long; then it has the whole text as its tool tip
@@ -41,7 +42,10 @@ enum class DialogItemKind : uint8_t {
     list,  // sorted, with extended multiple selection
     combo, // drop-down list, sorted
     check,
-    icon, // the application's, at the left of all else
+    text,     // rows of names and values, to be selected and copied; lines: its height, 0: it grows
+    progress, // of 100
+    bars,     // a bar chart
+    icon,     // the application's, at the left of all else
     defaultButton,
     button // the buttons stand in one row at the foot, in the desktop's order
 };
@@ -52,6 +56,7 @@ struct DialogItem {
     UINT id = 0;                               // 0: a label that nobody asks for
     const char* text = "";                     // with & before the access letter
     std::span<const char* const> entries = {}; // of a combo box at its start
+    int lines = 0;
 };
 
 // A dialog from top to bottom. The toolkit lays the items out for their texts, the font and the screen.

@@ -2,6 +2,7 @@
 #include "platform/qt/dialogpeer.h"
 
 #include "platform/app.h"
+#include "platform/qt/dialogitems.h"
 #include "platform/qt/queue.h"
 #include "platform/qt/services.h"
 
@@ -15,6 +16,7 @@
 #include <QLineEdit>
 #include <QPainter>
 #include <QPixmap>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QStyledItemDelegate>
@@ -258,8 +260,9 @@ DialogWidget::DialogWidget(CDialog* owner, const DialogTemplate& contents, QWidg
         } else if (item.kind == DialogItemKind::label) {
             label = static_cast<QLabel*>(widget);
         }
-        const bool is_list = item.kind == DialogItemKind::list;
-        grows |= is_list;
+        const bool is_tall =
+            item.kind == DialogItemKind::list || (item.kind == DialogItemKind::text && item.lines == 0);
+        grows |= is_tall;
         if (item.beside && line) {
             line->insertWidget(line->count() - 1, widget);
             continue;
@@ -267,7 +270,7 @@ DialogWidget::DialogWidget(CDialog* owner, const DialogTemplate& contents, QWidg
         line = new QHBoxLayout;
         line->addWidget(widget, 1);
         line->addStretch(0);
-        column->addLayout(line, is_list ? 1 : 0);
+        column->addLayout(line, is_tall ? 1 : 0);
         if (item.kind == DialogItemKind::label)
             line->setStretchFactor(widget, 0);
     }
@@ -304,6 +307,18 @@ QWidget* DialogWidget::MakeItem(const DialogItem& item)
         connect(check, &QCheckBox::clicked, this, [this, id = item.id] { Notify(id, BN_CLICKED); });
         return check;
     }
+    case DialogItemKind::text: return new RowsText(this, item.lines);
+    case DialogItemKind::progress: {
+        auto* progress = new QProgressBar(this);
+        progress->setAccessibleName(text);
+        progress->setValue(0);
+        return progress;
+    }
+    case DialogItemKind::bars: {
+        auto* bars = new BarChart(this);
+        bars->setAccessibleName(text);
+        return bars;
+    }
     case DialogItemKind::icon: {
         auto* icon = new QLabel(this);
         if (const char* const* picture = AfxGetApp()->GetResources().icon)
@@ -322,6 +337,41 @@ void DialogWidget::Notify(UINT id, UINT code)
 {
     if (m_owner)
         m_owner->SendMessage(WM_COMMAND, code << 16 | id);
+}
+
+void DialogWidget::StartWork()
+{
+    m_wants_work = true;
+    if (!m_is_working)
+        m_work.start(0, this);
+}
+
+void DialogWidget::StopWork()
+{
+    m_wants_work = false;
+    m_work.stop();
+}
+
+// Between two calls the loop handles what the display has sent. The timer rests meanwhile: a box within the
+// call has a loop of its own.
+void DialogWidget::timerEvent(QTimerEvent* event)
+{
+    if (event->timerId() != m_work.timerId()) {
+        QDialog::timerEvent(event);
+        return;
+    }
+    m_work.stop();
+    if (!m_owner || m_owner->m_ended)
+        return;
+    const QPointer<DialogWidget> self = this;
+    m_is_working = true;
+    const bool more = m_owner->OnWork();
+    if (!self)
+        return;
+    m_is_working = false;
+    m_wants_work = m_wants_work && more;
+    if (m_wants_work && m_owner && !m_owner->m_ended)
+        m_work.start(0, this);
 }
 
 void DialogWidget::reject()
@@ -351,6 +401,8 @@ QString ControlPeer::Text() const
         return edit->text();
     if (const auto* label = qobject_cast<const QLabel*>(m_widget))
         return label->text();
+    if (const auto* text = qobject_cast<const QPlainTextEdit*>(m_widget))
+        return text->toPlainText();
     if (const auto* button = qobject_cast<const QAbstractButton*>(m_widget))
         return button->text();
     return {};
@@ -425,6 +477,36 @@ bool CDialog::IsDlgButtonChecked(UINT id) const
 {
     const auto* button = ControlOf<QCheckBox>(this, id);
     return button && button->isChecked();
+}
+
+void CDialog::SetDlgItemRows(UINT id, const std::vector<NamedText>& rows)
+{
+    if (auto* text = ControlOf<RowsText>(this, id))
+        text->SetRows(rows);
+}
+
+void CDialog::SetDlgItemProgress(UINT id, int percent)
+{
+    if (auto* progress = ControlOf<QProgressBar>(this, id))
+        progress->setValue(percent);
+}
+
+void CDialog::SetDlgItemBars(UINT id, std::vector<ChartBar> bars)
+{
+    if (auto* chart = ControlOf<BarChart>(this, id))
+        chart->SetBars(std::move(bars));
+}
+
+void CDialog::StartWork()
+{
+    if (DialogWidget* widget = DialogOf(this))
+        widget->StartWork();
+}
+
+void CDialog::StopWork()
+{
+    if (DialogWidget* widget = DialogOf(this))
+        widget->StopWork();
 }
 
 void CDialog::GotoDlgCtrl(UINT id)

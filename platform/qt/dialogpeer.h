@@ -6,6 +6,7 @@
 #include "platform/resources.h"
 
 #include <QAbstractListModel>
+#include <QBasicTimer>
 #include <QDialog>
 #include <QHash>
 #include <QListView>
@@ -67,8 +68,13 @@ public:
     QWidget* Control(UINT id) const { return m_controls.value(id); } // null if there is none
     QWidget* FirstControl() const { return m_first; }
     void Notify(UINT id, UINT code);
+    void StartWork();
+    void StopWork();
 
     void reject() override; // Escape and the window's close button
+
+protected:
+    void timerEvent(QTimerEvent* event) override;
 
 private:
     QWidget* MakeItem(const DialogItem& item);
@@ -77,6 +83,9 @@ private:
     const DialogTemplate& m_contents;
     QHash<UINT, QWidget*> m_controls;
     QWidget* m_first = nullptr;
+    QBasicTimer m_work;
+    bool m_is_working = false; // within a step
+    bool m_wants_work = false;
 };
 
 class DialogPeer final : public WindowPeer

@@ -1,6 +1,7 @@
 // The hands of tests inside a dialog.
 #include "platform/testing.h"
 
+#include "platform/qt/dialogitems.h"
 #include "platform/qt/dialogpeer.h"
 #include "platform/qt/services.h"
 
@@ -14,6 +15,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMouseEvent>
+#include <QProgressBar>
 #include <QStyleOptionButton>
 
 // Of the toolkit: offers a key to access letters and shortcuts first, as it does with keys from the display.
@@ -93,6 +95,15 @@ QString Line(const DialogItem& item, QWidget* widget)
                (check->isChecked() ? QStringLiteral(" on") : QStringLiteral(" off"));
     if (qobject_cast<const QAbstractButton*>(widget))
         return number + QStringLiteral("button") + Named(widget) + keys;
+    if (const auto* text = qobject_cast<const QPlainTextEdit*>(widget))
+        return number + QStringLiteral("text") + Named(widget) + keys + QLatin1Char(' ') +
+               text->toPlainText().replace(QLatin1Char('\n'), QLatin1String(" | "));
+    if (const auto* progress = qobject_cast<const QProgressBar*>(widget))
+        return number + QStringLiteral("progress") + Named(widget) +
+               QStringLiteral(" %1").arg(progress->value());
+    if (const auto* chart = dynamic_cast<const BarChart*>(widget))
+        return number + QStringLiteral("bars") + Named(widget) + QLatin1Char(' ') +
+               chart->accessibleDescription();
     const auto* label = qobject_cast<const QLabel*>(widget);
     return number + (label && !label->text().isEmpty() ? label->text() : QStringLiteral("(empty)"));
 }

@@ -238,6 +238,116 @@ TEST_F(DialogTest, EndsInEveryWay)
     EXPECT_EQ(Show([&] { app->m_pMainWnd->SendMessage(WM_CLOSE); }), IDCANCEL) << "its parent goes";
 }
 
+class ReportDialog : public CDialog
+{
+public:
+    ReportDialog() : CDialog(kTestReport) {}
+    using CDialog::EndDialog;
+    std::function<bool()> step;
+
+protected:
+    bool OnWork() override { return step(); }
+};
+
+TEST_F(DialogTest, ReportsShowTextProgressAndBars)
+{
+    ReportDialog report;
+    SetDialogHook([&](CDialog&) {
+        report.SetDlgItemRows(kTestText, {{"Name", "a\x1b\xff"}, {"Other", "<b>"}});
+        report.SetDlgItemProgress(kTestProgress, 40);
+        report.SetDlgItemBars(kTestBars, {{0.5, "1: 50 %"}, {7, "2: <b>"}, {-1, "3"}});
+        EXPECT_EQ(TestDialog::Texts(DescribeDialog(report)),
+                  (Lines{"Report", "211 text \"Report\" [keys] Name\ta\uFFFD\uFFFD | Other\t<b>",
+                         "212 progress \"Progress\" 40", "213 bars \"Shares\" 1: 50 %; 2: <b>; 3",
+                         "2 button \"Close\""}));
+        const std::string before = report.GetDlgItemText(kTestText).c_str();
+        TypeText(report, "x");
+        PressDialogKeys(report, {"Ctrl+A", "Delete"});
+        EXPECT_EQ(report.GetDlgItemText(kTestText), CString(before)) << "nobody changes it";
+        report.SetDlgItemRows(kTestProgress, {{"a", "b"}}); // of another kind
+        report.SetDlgItemBars(kTestDialog, {});             // none
+        PressDialogKeys(report, {"Return"});
+        EXPECT_FALSE(report.IsWindowVisible()) << "the default button, from the text too";
+    });
+    EXPECT_EQ(report.DoModal(), IDCANCEL);
+}
+
+TEST_F(DialogTest, WorkGoesOnBetweenInputs)
+{
+    ReportDialog report;
+    int steps = 0;
+    const auto show = [&](std::function<void()> script) {
+        steps = 0;
+        SetDialogHook([script = std::move(script)](CDialog&) { script(); });
+        return report.DoModal();
+    };
+    EXPECT_EQ(show([&] {
+                  PumpRounds();
+                  EXPECT_EQ(steps, 0) << "not asked for";
+                  report.step = [&] { return ++steps < 5; };
+                  report.StartWork();
+                  EXPECT_TRUE(PumpUntil([&] { return steps == 5; }));
+                  PumpRounds();
+                  EXPECT_EQ(steps, 5) << "it is done";
+                  report.step = [&] { return ++steps > 0; };
+                  report.StartWork();
+                  EXPECT_TRUE(PumpUntil([&] { return steps == 50; }));
+                  report.StopWork();
+                  const int then = steps;
+                  PumpRounds();
+                  EXPECT_EQ(steps, then);
+                  report.StartWork(); // Escape, while it goes on
+                  EXPECT_TRUE(PumpUntil([&] { return steps == 100; }));
+                  PressDialogKeys(report, {"Escape"});
+              }),
+              IDCANCEL);
+    const int then = steps;
+    PumpRounds();
+    EXPECT_EQ(steps, then) << "it ends with the dialog";
+    report.StartWork();
+
+    // What a step may do.
+    SetMessageBoxHook([&](const CString&) {
+        const int before = steps;
+        PumpRounds();
+        EXPECT_EQ(steps, before) << "no step within a step";
+    });
+    EXPECT_EQ(show([&] {
+                  report.step = [&] {
+                      if (++steps == 2)
+                          AfxMessageBox("box");
+                      if (steps == 3)
+                          report.StopWork();
+                      return true;
+                  };
+                  report.StartWork();
+                  EXPECT_TRUE(PumpUntil([&] { return steps == 3; }));
+                  PumpRounds();
+                  EXPECT_EQ(steps, 3) << "stopped from within";
+                  report.step = [&] {
+                      ++steps;
+                      report.EndDialog(9);
+                      return true;
+                  };
+                  report.StartWork();
+                  EXPECT_TRUE(PumpUntil([&] { return steps > 3; }));
+              }),
+              9);
+    EXPECT_EQ(steps, 4);
+    EXPECT_EQ(show([&] {
+                  report.step = [&] {
+                      ++steps;
+                      app->m_pMainWnd->SendMessage(WM_CLOSE);
+                      return true;
+                  };
+                  report.StartWork();
+                  EXPECT_TRUE(PumpUntil([&] { return steps > 0; }));
+              }),
+              IDCANCEL)
+        << "its parent goes";
+    EXPECT_EQ(steps, 1);
+}
+
 TEST_F(DialogTest, NamesAreBytes)
 {
     dialog.names = {"b\n\tc\x7f", "a\xff\xfe.fax", "\u202exaf.\u00e4", "<b>&x", std::string("z\0z", 3)};

@@ -25,7 +25,15 @@ constexpr DialogItem kDialogItems[] = {
     {.kind = DialogItemKind::defaultButton, .id = IDOK, .text = "OK"},
     {.kind = DialogItemKind::button, .id = IDCANCEL, .text = "Cancel"},
 };
-constexpr DialogTemplate kDialogs[] = {{kTestDialog, "Test", kDialogItems}};
+constexpr DialogItem kReportItems[] = {
+    {.kind = DialogItemKind::label, .text = "&Report:"},
+    {.kind = DialogItemKind::text, .id = kTestText, .lines = 3},
+    {.kind = DialogItemKind::progress, .id = kTestProgress, .text = "Progress"},
+    {.kind = DialogItemKind::bars, .id = kTestBars, .text = "Shares"},
+    {.kind = DialogItemKind::defaultButton, .id = IDCANCEL, .text = "Close"},
+};
+constexpr DialogTemplate kDialogs[] = {{kTestDialog, "Test", kDialogItems},
+                                       {kTestReport, "Report", kReportItems}};
 constexpr ApplicationResources kResources{1, kMenus, kAccelerators, kStrings, {}, nullptr, kDialogs};
 
 std::string Words(const std::string& what, CPoint point)

@@ -19,6 +19,7 @@ constexpr UINT kChecked = 107;  // checked by the view's update handler
 constexpr UINT kPaneOn = 108, kPaneOff = 109;
 constexpr UINT kTestDialog = 200, kTestPath = 201, kTestList = 202, kTestCombo = 203, kTestCheck = 204,
                kTestNumber = 205;
+constexpr UINT kTestReport = 210, kTestText = 211, kTestProgress = 212, kTestBars = 213;
 
 extern Recorder g_recorder;
 extern int g_alive; // documents, frames and views

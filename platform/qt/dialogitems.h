@@ -1,0 +1,43 @@
+// The controls of dialogs that only show something: text in rows and a bar chart.
+#pragma once
+
+#include "platform/dialog.h"
+
+#include <QPlainTextEdit>
+#include <QWidget>
+#include <vector>
+
+// Names and values, in two columns. Long values are wrapped; all of it can be selected and copied.
+class RowsText : public QPlainTextEdit
+{
+public:
+    // lines: its height, which it keeps; 0: it grows with the dialog.
+    RowsText(QWidget* parent, int lines);
+
+    void SetRows(const std::vector<NamedText>& rows);
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+private:
+    int m_lines;
+};
+
+class BarChart : public QWidget
+{
+public:
+    explicit BarChart(QWidget* parent);
+
+    void SetBars(std::vector<ChartBar> bars);
+    const std::vector<ChartBar>& Bars() const { return m_bars; }
+    int BarAt(int x) const; // -1: none
+    QSize sizeHint() const override;
+
+protected:
+    bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QRect Area() const;
+
+    std::vector<ChartBar> m_bars;
+};
