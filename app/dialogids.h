@@ -18,6 +18,9 @@ constexpr UINT kMarkViewedBox = 106;
 constexpr UINT kLinesPerUpdateDialog = 109;
 constexpr UINT kLinesControl = 110;
 
+constexpr UINT kInformationDialog = 120;
+constexpr UINT kPageText = 121;
+
 constexpr UINT kGoToDialog = 140;
 constexpr UINT kGoToUnitText = 141;
 constexpr UINT kGoToX = 142;

@@ -6,8 +6,12 @@
 const CRuntimeClass Group4Image::classRecord{"Group4Image", &RunImage::classRecord,
                                              CreateObjectOf<Group4Image>};
 
-const HeaderImage::Kind Group4Image::kKind{FAXHEADER_GROUP4, 0, "Not CCITT Group 4 compressed file",
-                                           "Invalid CCITT Group 4 object", "CCITT Group 4 decode error"};
+const HeaderImage::Kind Group4Image::kKind{FAXHEADER_GROUP4,
+                                           0,
+                                           "Not CCITT Group 4 compressed file",
+                                           "Invalid CCITT Group 4 object",
+                                           "CCITT Group 4 decode error",
+                                           "Group 4"};
 const RunImage::Codec Group4Image::kCodec{Unccitt4_Open_Callback, Unccitt4_Decode};
 
 // All rows are white after the end code.

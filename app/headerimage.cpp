@@ -1,9 +1,12 @@
 #include "app/headerimage.h"
 
+#include "app/description.h"
 #include "app/pageheader.h"
 #include "platform/file.h"
 
 #include <algorithm>
+#include <cinttypes>
+#include <string>
 #include <unistd.h>
 
 namespace
@@ -74,6 +77,7 @@ bool HeaderImage::TakeHeader()
     XDpi = DotsPerInch(header.XResolution, header.ResolutionMultiplier);
     YDpi = DotsPerInch(header.YResolution, header.ResolutionMultiplier);
     Name = FormatPageLabel(header.JobName, header.PageNumber, header.Layer);
+    m_header = std::make_unique<const FAXHeader>(header);
     return true;
 }
 
@@ -83,6 +87,7 @@ int HeaderImage::Close()
     if (File)
         fclose(File);
     File = nullptr;
+    m_header.reset();
     ClearFields();
     DataOffset = kUsualDataOffset;
     return 1;
@@ -136,4 +141,48 @@ int HeaderImage::ReadRows(uint8_t* buffer, int32_t stride, int32_t firstRow, int
     if (rows < count && CurrentRow < Height)
         ErrorText = m_kind.read_error;
     return rows;
+}
+
+void HeaderImage::Describe(Description* description) const
+{
+    if (!m_header)
+        return;
+    const PageHeader header{*m_header};
+    Description& rows = *description;
+    rows.Format("Kind", "page file, %s", m_kind.name);
+    rows.Add("Job", header.JobName);
+    if (header.FaxHeaderVersion >= 2)
+        rows.Format("Job number", "%u", header.JobID);
+    rows.Format("Page", "%d of %d", header.PageNumber, header.NumberOfPages);
+    rows.Format("Layer", "%d, %s", header.Layer, header.SeparationName().c_str());
+    rows.Add("Creator", header.Creator);
+    const FAXTime& time = header.CreateTime;
+    rows.Format("Created", "%04" PRId64 "-%02d-%02d %02d:%02d:%02d", int64_t{time.tm_year} + 1900,
+                time.tm_mon + 1, time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec);
+    rows.Format("Image width", "%u, %u stored", header.ImageWidth, header.DataWidth);
+    rows.Format("Stored resolution", "%u x %u, divided by %u", header.XResolution, header.YResolution,
+                header.ResolutionMultiplier);
+    rows.Format("Margins", "left %u, right %u, top %u, bottom %u", header.LeftMargin, header.RightMargin,
+                header.TopMargin, header.BottomMargin);
+    std::string flags;
+    const auto add_flag = [&flags](int32_t value, const char* name) {
+        if (value != 0)
+            flags += (flags.empty() ? "" : ", ") + std::string{name};
+    };
+    add_flag(header.ImageNegate, "negative");
+    add_flag(header.DoubleTruck, "double truck");
+    add_flag(header.Mirror, "mirrored");
+    rows.Add("Flags", flags.empty() ? "none" : flags);
+    rows.Format("Rotation", "%d", header.Rotation);
+    rows.Format("Priority", "%d", header.Priority);
+    rows.Format("PSet", "%d", header.PSet);
+    rows.Format("Band height", "%u", header.BandHeight);
+    std::string destinations;
+    for (int32_t i = 0; i < FAXHEADER_DESTINATIONS; ++i)
+        if (const char* const name = header.GetDestination(i); *name != '\0')
+            destinations += (destinations.empty() ? "" : ", ") + std::string{name};
+    rows.Add("Destinations", destinations.empty() ? "none" : destinations);
+    if (header.FaxHeaderVersion >= 3)
+        rows.Add("Mux", header.Mux);
+    rows.Format("Header", "version %d, %u bytes", header.FaxHeaderVersion, header.HeaderSize);
 }

@@ -4,6 +4,8 @@
 #include "app/image.h"
 
 #include <cstdio>
+#include <kesterlib/faxhdr.h>
+#include <memory>
 
 // A concrete class says by its Kind which pages are its own and how its failures are worded, and gives rows.
 class HeaderImage : public Image
@@ -19,6 +21,7 @@ public:
     int ReadRow(uint8_t* buffer, int32_t rowBytes) override;
     int Rewind() override;
     int IsValid() override;
+    void Describe(Description* description) const override;
 
 protected:
     struct Kind {
@@ -27,6 +30,7 @@ protected:
         const char* refused;
         const char* invalid;
         const char* read_error;
+        const char* name;
     };
     explicit HeaderImage(const Kind& kind) : m_kind(kind) {}
     ~HeaderImage() override; // a class that has a decoder ends it before
@@ -52,4 +56,5 @@ private:
     bool CanRead(const uint8_t* buffer, int32_t row_bytes);
 
     const Kind& m_kind;
+    std::unique_ptr<const FAXHeader> m_header; // null while closed
 };

@@ -7,6 +7,8 @@ int32_t Image::SkipRows(int32_t, Skip)
     return 0;
 }
 
+void Image::Describe(Description*) const {}
+
 void Image::ClearFields()
 {
     Name.Empty();

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+class Description;
+
 // Rows come strictly forward, each by ReadRow; the only way back is Rewind and a new run from row 0, which
 // costs as much as the rows passed over. Operations report by a number, 1 for success unless told otherwise,
 // and leave the words of a failure in ErrorText, which nothing else clears: read it right after a failure.
@@ -44,6 +46,8 @@ public:
     virtual int32_t SkipRows(int32_t count, Skip which);
     // Whether rows can be read; changes nothing.
     virtual int IsValid() = 0;
+    // What the open file says about the page besides the fields above, its kind first. Reads no file.
+    virtual void Describe(Description* description) const;
 
 protected:
     // The empty values of the fields that a closed object has none of.

@@ -6,8 +6,8 @@
 
 const CRuntimeClass JBIGImage::classRecord{"JBIGImage", &HeaderImage::classRecord, CreateObjectOf<JBIGImage>};
 
-const HeaderImage::Kind JBIGImage::kKind{FAXHEADER_JBIG, 1, "Not JBIG compressed file", "Invalid JBIG object",
-                                         "JBIG decode error"};
+const HeaderImage::Kind JBIGImage::kKind{
+    FAXHEADER_JBIG, 1, "Not JBIG compressed file", "Invalid JBIG object", "JBIG decode error", "JBIG"};
 
 bool JBIGImage::StartDecoder()
 {

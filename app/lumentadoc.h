@@ -45,6 +45,7 @@ public:
     // Compares the page's file with the one that was opened. One call of the system, which works on a network
     // mount too; a file that has come back as it was counts as unchanged.
     void CheckFile();
+    const FileStatus& GetFileStatus() const { return m_FileStatus; } // from before the page was opened
 
     // Draws what rect, in page pixels, shows of the page; a printer gets the whole page, fitted into rect.
     void DrawPage(CDC* dc, const CRect& rect);

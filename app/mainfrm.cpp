@@ -4,6 +4,7 @@
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "app/lumentavw.h"
+#include "app/pageinfodialog.h"
 #include "app/usermsg.h"
 #include "platform/dc.h"
 #include "platform/view.h"
@@ -113,6 +114,8 @@ const MessageEntry CMainFrame::entries[] = {
     On<WM_PAGE_RESOLUTION, &CMainFrame::OnPageResolution>(),
     On<WM_PAGE_SIZE, &CMainFrame::OnPageSize>(),
     On<WM_PAGE_CENTER, &CMainFrame::OnPageCenter>(),
+    OnCommand<kPageInformationCommand, &CMainFrame::OnPageInformation>(),
+    OnUpdateCommand<kPageInformationCommand, &CMainFrame::OnUpdateNeedsPage>(),
     OnCommand<kGoToCommand, &CMainFrame::OnGoTo>(),
     OnUpdateCommand<kGoToCommand, &CMainFrame::OnUpdateNeedsPage>(),
     OnCommand<kInchesCommand, &CMainFrame::OnUnits<kInches>>(),
@@ -233,6 +236,13 @@ void CMainFrame::OnUpdateNeedsPage(CCmdUI& ui)
 {
     const auto* const document = DynamicDowncast<CLumentaDoc>(GetActiveDocument());
     ui.Enable(document && document->HasPage());
+}
+
+void CMainFrame::OnPageInformation()
+{
+    auto* const document = DynamicDowncast<CLumentaDoc>(GetActiveDocument());
+    if (document && document->HasPage())
+        CPageInformationDialog(document, UnitsFor(m_nUnits, m_nXDpi, m_nYDpi)).DoModal();
 }
 
 void CMainFrame::OnGoTo()

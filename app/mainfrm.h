@@ -57,6 +57,7 @@ protected:
     LRESULT OnPageResolution(WPARAM x_dpi, LPARAM y_dpi);
     LRESULT OnPageSize(WPARAM width, LPARAM depth);
     LRESULT OnPageCenter(WPARAM wParam, LPARAM view);
+    void OnPageInformation();
     void OnGoTo();
     void OnUpdateNeedsPage(CCmdUI& ui);
 

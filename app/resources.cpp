@@ -31,6 +31,7 @@ constexpr MenuItem kViewMenu[] = {
     {"&Clear List", kClearListCommand},
     {"", ID_SEPARATOR},
     {"&Go To...\tCtrl+G", kGoToCommand},
+    {"Page In&formation...\tCtrl+I", kPageInformationCommand},
     {"", ID_SEPARATOR},
     {"Re&load\tF5", kReloadCommand},
 };
@@ -46,10 +47,15 @@ constexpr PopupMenu kMenus[] = {
 };
 
 constexpr Accelerator kAccelerators[] = {
-    {"Ctrl+O", ID_FILE_OPEN},         {"Ctrl+M", kOpenMultipleCommand},
-    {"Ctrl+P", ID_FILE_PRINT},        {"Ctrl+Alt+S", kScaledPageCommand},
-    {"Ctrl+Alt+N", kNextPageCommand}, {"Ctrl+Alt+P", kPreviousPageCommand},
-    {"F5", kReloadCommand},           {"Ctrl+G", kGoToCommand},
+    {"Ctrl+O", ID_FILE_OPEN},
+    {"Ctrl+M", kOpenMultipleCommand},
+    {"Ctrl+P", ID_FILE_PRINT},
+    {"Ctrl+Alt+S", kScaledPageCommand},
+    {"Ctrl+Alt+N", kNextPageCommand},
+    {"Ctrl+Alt+P", kPreviousPageCommand},
+    {"F5", kReloadCommand},
+    {"Ctrl+G", kGoToCommand},
+    {"Ctrl+I", kPageInformationCommand},
 };
 
 constexpr StringResource kStrings[] = {
@@ -79,6 +85,7 @@ constexpr StringResource kStrings[] = {
     {kPreviousPageCommand, "Display previous selected page"},
     {kKeepPlaceCommand, "Show the next page at the same place if it has the same size"},
     {kClearListCommand, "Forget the selected pages"},
+    {kPageInformationCommand, "Show what the file says about the page, and check the page"},
     {kGoToCommand, "Go to a position on the page"},
     {kReloadCommand, "Read the file of the page again and stay at the same place"},
 };
@@ -117,6 +124,12 @@ constexpr DialogItem kLinesPerUpdateItems[] = {
     {.kind = DialogItemKind::button, .id = IDCANCEL, .text = "Cancel"},
 };
 
+constexpr DialogItem kInformationItems[] = {
+    {.kind = DialogItemKind::label, .text = "&Page:"},
+    {.kind = DialogItemKind::text, .id = kPageText},
+    {.kind = DialogItemKind::defaultButton, .id = IDCANCEL, .text = "Close"},
+};
+
 constexpr DialogItem kGoToItems[] = {
     {.kind = DialogItemKind::label, .id = kGoToUnitText},
     {.kind = DialogItemKind::label, .text = "&X, from the left edge:"},
@@ -131,6 +144,7 @@ constexpr DialogTemplate kDialogs[] = {
     {kAboutDialog, "About LUMENTA", kAboutItems},
     {kOpenMultipleDialog, "Open Multiple", kOpenMultipleItems},
     {kLinesPerUpdateDialog, "Lines per update", kLinesPerUpdateItems},
+    {kInformationDialog, "Page Information", kInformationItems},
     {kGoToDialog, "Go To", kGoToItems},
 };
 

@@ -5,8 +5,9 @@
 const CRuntimeClass SqzNoneImage::classRecord{"SqzNoneImage", &HeaderImage::classRecord,
                                               CreateObjectOf<SqzNoneImage>};
 
-const HeaderImage::Kind SqzNoneImage::kKind{FAXHEADER_UNCOMPRESSED, 0, "Not Squeeze uncompressed file",
-                                            "Invalid Squeeze object", "Squeeze file read error"};
+const HeaderImage::Kind SqzNoneImage::kKind{FAXHEADER_UNCOMPRESSED,          0,
+                                            "Not Squeeze uncompressed file", "Invalid Squeeze object",
+                                            "Squeeze file read error",       "plain rows"};
 
 int32_t SqzNoneImage::DecodeRows(uint8_t* buffer, int32_t stride, int32_t count)
 {

@@ -2,6 +2,7 @@
 // cut off keeps its good rows: no strip is longer than the file.
 #include "app/tifimage.h"
 
+#include "app/description.h"
 #include "platform/file.h"
 
 #include <algorithm>
@@ -30,6 +31,43 @@ constexpr int64_t kLargestScanline = 0x7ffffff8; // BytesPerRow rounds up to a m
 constexpr double kInchesPerCentimetre = 0.39370078740157477;
 
 void IgnoreWarning(const char*, const char*, va_list) {}
+
+struct TextTag {
+    uint32_t tag;
+    const char* name;
+};
+constexpr TextTag kTextTags[] = {
+    {TIFFTAG_DOCUMENTNAME, "Document"},
+    {TIFFTAG_PAGENAME, "Page name"},
+    {TIFFTAG_IMAGEDESCRIPTION, "Description"},
+    {TIFFTAG_SOFTWARE, "Creator"},
+    {TIFFTAG_ARTIST, "Artist"},
+    {TIFFTAG_DATETIME, "Created"},
+    {TIFFTAG_HOSTCOMPUTER, "Computer"},
+    {TIFFTAG_MAKE, "Maker"},
+    {TIFFTAG_MODEL, "Model"},
+    {TIFFTAG_TARGETPRINTER, "Printer"},
+    {TIFFTAG_INKNAMES, "Ink"},
+    {TIFFTAG_COPYRIGHT, "Copyright"},
+};
+
+CString CompressionName(uint16_t compression)
+{
+    switch (compression) {
+    case COMPRESSION_NONE: return "plain rows";
+    case COMPRESSION_CCITTRLE: return "modified Huffman";
+    case COMPRESSION_CCITTRLEW: return "modified Huffman, by words";
+    case COMPRESSION_CCITTFAX3: return "Group 3";
+    case COMPRESSION_CCITTFAX4: return "Group 4";
+    default: break;
+    }
+    const TIFFCodec* const codec = TIFFFindCODEC(compression);
+    if (codec && codec->name)
+        return codec->name;
+    CString number;
+    number.Format("compression %d", compression);
+    return number;
+}
 
 void NoteDamage(TIFFImage::Messages& messages, const char* module)
 {
@@ -278,6 +316,49 @@ int32_t TIFFImage::SkipRows(int32_t count, Skip)
 int TIFFImage::IsValid()
 {
     return Tiff && Width >= 1 && Height >= 1 && (BitsPerPixel == 1 || BitsPerPixel == 8) ? 1 : 0;
+}
+
+// libtiff keeps the tags of an open file in memory.
+void TIFFImage::Describe(Description* description) const
+{
+    if (!Tiff)
+        return;
+    Description& rows = *description;
+    uint16_t compression = COMPRESSION_NONE;
+    TIFFGetFieldDefaulted(Tiff, TIFFTAG_COMPRESSION, &compression);
+    rows.Format("Kind", "TIFF, %s", CompressionName(compression).c_str());
+    for (const auto& [tag, name] : kTextTags) {
+        const char* text = nullptr;
+        if (TIFFGetField(Tiff, tag, &text) == 1 && text)
+            rows.Add(name, text);
+    }
+    uint16_t page = 0;
+    uint16_t pages = 0;
+    if (TIFFGetField(Tiff, TIFFTAG_PAGENUMBER, &page, &pages) == 1)
+        rows.Format("Page", pages > 0 ? "%d of %d" : "%d", page + 1, pages);
+    rows.Add("Samples", MinIsBlack ? "0 is black" : "0 is white");
+    uint16_t unit = RESUNIT_INCH;
+    TIFFGetFieldDefaulted(Tiff, TIFFTAG_RESOLUTIONUNIT, &unit);
+    const char* const unit_name = unit == RESUNIT_INCH         ? "per inch"
+                                  : unit == RESUNIT_CENTIMETER ? "per centimeter"
+                                                               : "without a unit";
+    float x = 0;
+    float y = 0;
+    if (TIFFGetField(Tiff, TIFFTAG_XRESOLUTION, &x) == 1 && TIFFGetField(Tiff, TIFFTAG_YRESOLUTION, &y) == 1)
+        rows.Format("Stored resolution", "%g x %g %s", double{x}, double{y}, unit_name);
+    if (TIFFGetField(Tiff, TIFFTAG_XPOSITION, &x) == 1 && TIFFGetField(Tiff, TIFFTAG_YPOSITION, &y) == 1)
+        rows.Format("Margins", "left %g, top %g", double{x}, double{y});
+    uint16_t orientation = ORIENTATION_TOPLEFT;
+    if (TIFFGetField(Tiff, TIFFTAG_ORIENTATION, &orientation) == 1)
+        rows.Format("Orientation", "%d%s", orientation,
+                    orientation == ORIENTATION_TOPLEFT ? "" : ", shown as stored");
+    uint16_t fill_order = FILLORDER_MSB2LSB;
+    TIFFGetFieldDefaulted(Tiff, TIFFTAG_FILLORDER, &fill_order);
+    rows.Add("First bit of a byte", fill_order == FILLORDER_LSB2MSB ? "lowest" : "highest");
+    uint32_t strip_rows = 0;
+    TIFFGetFieldDefaulted(Tiff, TIFFTAG_ROWSPERSTRIP, &strip_rows);
+    rows.Format("Strips", "%u of up to %u rows", TIFFNumberOfStrips(Tiff),
+                std::min(strip_rows, static_cast<uint32_t>(Height)));
 }
 
 CString LabelFromPath(const CString& path)

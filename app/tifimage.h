@@ -25,6 +25,7 @@ public:
     int Rewind() override;
     int32_t SkipRows(int32_t count, Skip which) override;
     int IsValid() override;
+    void Describe(Description* description) const override;
 
     // What libtiff has said about the open file.
     struct Messages {

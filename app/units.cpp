@@ -16,6 +16,18 @@ double UnitsPerInch(int units)
     default: return 0;
     }
 }
+
+int DigitsOf(int units)
+{
+    return units == kInches ? 2 : units == kMillimeters ? 1 : 0;
+}
+
+CString FormatDigits(int digits, int32_t pixels, int units, int dpi)
+{
+    CString text;
+    text.Format("%.*f", digits, PixelsToUnits(pixels, units, dpi));
+    return text;
+}
 } // namespace
 
 int UnitsFor(int units, int x_dpi, int y_dpi)
@@ -50,10 +62,12 @@ int32_t UnitsToPixels(double value, int units, int dpi)
 
 CString FormatExact(int32_t pixels, int units, int dpi)
 {
-    const int digits = units == kInches ? 4 : units == kMillimeters ? 3 : units == kPoints ? 2 : 0;
-    CString text;
-    text.Format("%.*f", digits, PixelsToUnits(pixels, units, dpi));
-    return text;
+    return FormatDigits(units == kPixels ? 0 : DigitsOf(units) + 2, pixels, units, dpi);
+}
+
+CString FormatLength(int32_t pixels, int units, int dpi)
+{
+    return FormatDigits(DigitsOf(units), pixels, units, dpi);
 }
 
 std::optional<double> ParseDecimal(std::string_view text)

@@ -28,6 +28,8 @@ int32_t UnitsToPixels(double value, int units, int dpi);
 // A length in a unit of UnitsFor, with so many digits that the way back leads to the same pixel up to 4000
 // dots per inch.
 CString FormatExact(int32_t pixels, int units, int dpi);
+// The same as the read-outs show it.
+CString FormatLength(int32_t pixels, int units, int dpi);
 // A decimal number with a point or a comma, blanks around it. None if the text is anything else, or the
 // number is not finite.
 std::optional<double> ParseDecimal(std::string_view text);

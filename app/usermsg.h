@@ -24,6 +24,7 @@ constexpr UINT kLinesPerUpdateCommand = 32777;
 constexpr UINT kPreviousPageCommand = 32780;
 constexpr UINT kKeepPlaceCommand = 32781;
 constexpr UINT kClearListCommand = 32782;
+constexpr UINT kPageInformationCommand = 32783;
 constexpr UINT kGoToCommand = 32784;
 constexpr UINT kReloadCommand = 32785;
 

@@ -173,6 +173,7 @@ TEST_F(MainFrame, TheMenuIsWhole)
         "&View/&Keep Place",
         "&View/&Clear List [disabled]",
         "&View/&Go To...\tCtrl+G [disabled]",
+        "&View/Page In&formation...\tCtrl+I [disabled]",
         "&View/Re&load\tF5 [disabled]",
         "&Help/&About LUMENTA...",
     };
