@@ -77,8 +77,10 @@ protected:
     // What DoModal gives; script runs inside.
     int Show(std::function<void()> script)
     {
-        g_recorder.Take();
-        SetDialogHook([script = std::move(script)](CDialog&) { script(); });
+        SetDialogHook([script = std::move(script)](CDialog&) {
+            g_recorder.Take(); // the frame has lost the focus
+            script();
+        });
         return dialog.DoModal();
     }
 
