@@ -24,6 +24,11 @@ const MessageEntry CLumentaView::entries[] = {
     OnCommand<kKeepPlaceCommand, &CLumentaView::OnKeepPlace>(),
     OnUpdateCommand<kKeepPlaceCommand, &CLumentaView::OnUpdateKeepPlace>(),
     On<WM_SIZE, &CLumentaView::OnSize>(),
+    On<WM_KEYDOWN, &CLumentaView::OnKeyDown>(),
+    On<WM_MOUSEMOVE, &CLumentaView::OnMouseMove>(),
+    On<WM_MOUSELEAVE, &CLumentaView::OnMouseLeave>(),
+    On<WM_RBUTTONDOWN, &CLumentaView::OnRButtonDown>(),
+    On<WM_RBUTTONUP, &CLumentaView::OnRButtonUp>(),
     On<WM_RBUTTONDBLCLK, &CLumentaView::OnRButtonDblClk>(),
     OnCommand<ID_FILE_PRINT, &CLumentaView::OnFilePrint>(),
     OnCommand<ID_FILE_PRINT_PREVIEW, &CLumentaView::OnFilePrintPreview>(),
@@ -66,6 +71,9 @@ void CLumentaView::OnSize(UINT type, int cx, int cy)
 {
     CScrollView::OnSize(type, cx, cy);
     SetupScrollSizes(cx, cy, 1);
+    // A window that becomes smaller is not painted.
+    if (CScaleView* const scaled = GetScaledView())
+        scaled->ShowPlace(GetScrollPosition(), {cx, cy});
 }
 
 void CLumentaView::OnDraw(CDC* dc)
@@ -76,14 +84,110 @@ void CLumentaView::OnDraw(CDC* dc)
     if (region != ERRORREGION && region != NULLREGION)
         if (CLumentaDoc* const document = GetPageDocument())
             document->DrawPage(dc, clip);
+    TellPlace();
+    ShowMeasure(); // the page may have moved under the pointer
+    EndWaitCursor();
+}
+
+void CLumentaView::TellPlace()
+{
     const CPoint position = GetScrollPosition();
     if (CWnd* const window = AfxGetMainWnd())
         window->SendMessage(WM_PAGE_POSITION, static_cast<WPARAM>(position.x), position.y);
-    EndWaitCursor();
+    const CRect client = GetClientRect();
+    if (CScaleView* const scaled = GetScaledView())
+        scaled->ShowPlace(position, {client.Width(), client.Height()});
+}
+
+void CLumentaView::OnKeyDown(UINT key, UINT repeat, UINT flags)
+{
+    if (key == VK_ESCAPE)
+        EndMeasuring();
+    CLumenta::OnKeyDown(key, repeat, flags);
+}
+
+void CLumentaView::OnMouseMove(UINT flags, CPoint point)
+{
+    m_ptPointer = point;
+    if (!(flags & MK_RBUTTON)) // released while another window had the pointer
+        m_ptMeasured.reset();
+    CLumenta::OnMouseMove(flags, point);
+    ShowMeasure();
+}
+
+void CLumentaView::OnMouseLeave()
+{
+    m_ptPointer.reset();
+    ShowMeasure();
+}
+
+void CLumentaView::OnRButtonDown(UINT, CPoint point)
+{
+    m_ptPointer = point;
+    m_ptMeasured = GetPointedPixel();
+    Default();
+}
+
+void CLumentaView::OnRButtonUp(UINT, CPoint)
+{
+    EndMeasuring();
+    Default();
+}
+
+void CLumentaView::EndMeasuring()
+{
+    m_ptMeasured.reset();
+    ShowMeasure();
+}
+
+std::optional<CPoint> CLumentaView::GetPointedPixel() const
+{
+    const CLumentaDoc* const document = GetPageDocument();
+    const CRect client = GetClientRect();
+    if (!document || !m_ptPointer || m_ptPointer->x < 0 || m_ptPointer->y < 0 ||
+        m_ptPointer->x >= client.Width() || m_ptPointer->y >= client.Height())
+        return std::nullopt;
+    const CPoint position = GetScrollPosition();
+    const int64_t x = int64_t{position.x} + m_ptPointer->x;
+    const int64_t y = int64_t{position.y} + m_ptPointer->y;
+    if (x >= document->m_nWidth || y >= document->m_nDepth)
+        return std::nullopt;
+    return CPoint{static_cast<int>(x), static_cast<int>(y)};
+}
+
+// The pointer may be beside the page, or outside the window: then the nearest pixel of the page counts.
+std::optional<CPoint> CLumentaView::GetMeasuredEnd() const
+{
+    const CLumentaDoc* const document = GetPageDocument();
+    if (!document || !m_ptMeasured || !m_ptPointer)
+        return std::nullopt;
+    const CPoint position = GetScrollPosition();
+    const CPoint end{HoldToRange(int64_t{position.x} + m_ptPointer->x, document->m_nWidth, 1),
+                     HoldToRange(int64_t{position.y} + m_ptPointer->y, document->m_nDepth, 1)};
+    if (end == *m_ptMeasured) // a press without a move measures nothing
+        return std::nullopt;
+    return end;
+}
+
+std::optional<CSize> CLumentaView::GetMeasuredDistance() const
+{
+    const std::optional<CPoint> end = GetMeasuredEnd();
+    if (!end)
+        return std::nullopt;
+    return CSize{end->x - m_ptMeasured->x, end->y - m_ptMeasured->y};
+}
+
+void CLumentaView::ShowMeasure()
+{
+    std::vector<OverlayShape> shapes;
+    if (const std::optional<CPoint> end = GetMeasuredEnd())
+        shapes.push_back({OverlayShape::Kind::line, *m_ptMeasured, *end});
+    SetOverlay(std::move(shapes));
 }
 
 void CLumentaView::OnRButtonDblClk(UINT, CPoint)
 {
+    EndMeasuring();
     if (CWnd* const window = AfxGetMainWnd())
         window->SendMessage(WM_COMMAND, kNextPageCommand, 0);
     Default();
@@ -124,6 +228,7 @@ LRESULT CLumentaView::OnPageClosed(WPARAM, LPARAM)
         m_sizeClosed = GetTotalSize();
         m_ptClosed = GetScrollPosition();
     }
+    EndMeasuring();
     if (!m_pScaleFrame)
         return -1;
     if (!m_sizeReloaded)
@@ -244,8 +349,10 @@ void CLumentaView::OnScaledPage()
         document->UpdateFrameCounts();
         document->UpdateAllViews(this, kHintPage);
     }
-    if (m_pScaleFrame) // a box may have been open, and the window closed behind it
+    if (m_pScaleFrame) { // a box may have been open, and the window closed behind it
         m_pScaleFrame->OnUpdateFrameTitle(true);
+        TellPlace();
+    }
 }
 
 void CLumentaView::OnActivateView(bool activate, CView* activated, CView* deactivated)

@@ -10,6 +10,7 @@
 #include "platform/view.h"
 
 #include <charconv>
+#include <cmath>
 
 namespace
 {
@@ -21,9 +22,31 @@ constexpr int kPositionPane = 1;
 constexpr int kSizePane = 2;
 constexpr int kResolutionPane = 3;
 
-double Inches(int pixels, int dpi)
+// In the unit; 0 if it needs a resolution that is not above 0.
+double Length(int units, int pixels, int dpi)
 {
-    return dpi > 0 ? static_cast<double>(pixels) / dpi : 0;
+    const double inches = dpi > 0 ? static_cast<double>(pixels) / dpi : 0;
+    switch (units) {
+    case kInches: return inches;
+    case kMillimeters: return inches * kMillimetersPerInch;
+    case kPoints: return inches * kPointsPerInch;
+    default: return pixels;
+    }
+}
+
+CString FormatNumber(int units, double value)
+{
+    const int digits = units == kInches ? 2 : units == kMillimeters ? 1 : 0;
+    CString text;
+    text.Format("%.*f", digits, value);
+    if (value < 0 && text.View().find_first_of("123456789") == std::string_view::npos)
+        text.Format("%.*f", digits, 0.0); // no "-0.0"
+    return text;
+}
+
+CString FormatPair(int units, const char* first_name, double first, const char* second_name, double second)
+{
+    return CString{first_name} + FormatNumber(units, first) + second_name + FormatNumber(units, second);
 }
 
 bool IsBlank(char c)
@@ -34,34 +57,24 @@ bool IsBlank(char c)
 
 CString FormatPosition(int units, int left, int top, int x_dpi, int y_dpi)
 {
-    const double x = Inches(left, x_dpi);
-    const double y = Inches(top, y_dpi);
-    CString text;
-    switch (units) {
-    case kInches: text.Format("left=%0.2f top=%0.2f", x, y); break;
-    case kMillimeters:
-        text.Format("left=%0.1f top=%0.1f", x * kMillimetersPerInch, y * kMillimetersPerInch);
-        break;
-    case kPoints: text.Format("left=%1.0f top=%1.0f", x * kPointsPerInch, y * kPointsPerInch); break;
-    default: text.Format("left=%d top=%d", left, top); break;
-    }
-    return text;
+    return FormatPair(units, "left=", Length(units, left, x_dpi), " top=", Length(units, top, y_dpi));
 }
 
 CString FormatSize(int units, int width, int depth, int x_dpi, int y_dpi)
 {
-    const double x = Inches(width, x_dpi);
-    const double y = Inches(depth, y_dpi);
-    CString text;
-    switch (units) {
-    case kInches: text.Format("width=%0.2f depth=%0.2f", x, y); break;
-    case kMillimeters:
-        text.Format("width=%0.1f depth=%0.1f", x * kMillimetersPerInch, y * kMillimetersPerInch);
-        break;
-    case kPoints: text.Format("width=%1.0f depth=%1.0f", x * kPointsPerInch, y * kPointsPerInch); break;
-    default: text.Format("width=%d depth=%d", width, depth); break;
-    }
-    return text;
+    return FormatPair(units, "width=", Length(units, width, x_dpi), " depth=", Length(units, depth, y_dpi));
+}
+
+CString FormatPointer(int units, CPoint point, int x_dpi, int y_dpi)
+{
+    return FormatPair(units, "x=", Length(units, point.x, x_dpi), " y=", Length(units, point.y, y_dpi));
+}
+
+CString FormatDistance(int units, CSize distance, int x_dpi, int y_dpi)
+{
+    const double x = Length(units, distance.cx, x_dpi);
+    const double y = Length(units, distance.cy, y_dpi);
+    return FormatPair(units, "dx=", x, " dy=", y) + " d=" + FormatNumber(units, std::hypot(x, y));
 }
 
 CString FormatResolution(int x_dpi, int y_dpi)
@@ -183,9 +196,21 @@ CString CMainFrame::GetMessageText() const
 {
     const auto* const document = DynamicDowncast<CLumentaDoc>(GetActiveDocument());
     const auto* const app = DynamicDowncast<CLumentaApp>(AfxGetApp());
-    const CString text =
-        document && app ? JoinNotes({document->GetStatusText(), app->GetListNote()}) : CString{};
+    const CString text = document && app
+                             ? JoinNotes({document->GetStatusText(), app->GetListNote(), GetPointerText()})
+                             : CString{};
     return text.IsEmpty() ? CPageFrame::GetMessageText() : text;
+}
+
+CString CMainFrame::GetPointerText() const
+{
+    const auto* const view = DynamicDowncast<CLumentaView>(GetActiveView());
+    if (!view)
+        return {};
+    if (const std::optional<CSize> distance = view->GetMeasuredDistance())
+        return FormatDistance(m_nUnits, *distance, m_nXDpi, m_nYDpi);
+    const std::optional<CPoint> pixel = view->GetPointedPixel();
+    return pixel ? FormatPointer(m_nUnits, *pixel, m_nXDpi, m_nYDpi) : CString{};
 }
 
 void CMainFrame::ShowPosition()
@@ -265,6 +290,7 @@ void CMainFrame::SetUnits(int units)
     AfxGetApp()->WriteProfileInt(kAppSettings, kUnits, units);
     ShowPosition();
     ShowSize();
+    UpdateStatusPanes(); // the pointer's place too
 }
 
 void CMainFrame::OnUpdatePane(CCmdUI& ui)

@@ -10,6 +10,8 @@
 // Texts of the read-outs. A value that needs a resolution which is not above 0 is 0.
 CString FormatPosition(int units, int left, int top, int x_dpi, int y_dpi);
 CString FormatSize(int units, int width, int depth, int x_dpi, int y_dpi);
+CString FormatPointer(int units, CPoint point, int x_dpi, int y_dpi);
+CString FormatDistance(int units, CSize distance, int x_dpi, int y_dpi); // both ways and straight
 CString FormatResolution(int x_dpi, int y_dpi);
 
 // The notes that are not empty, in their order, with ", " between two.
@@ -75,5 +77,6 @@ protected:
 
 private:
     static const MessageEntry entries[];
+    CString GetPointerText() const; // where the pointer is on the page, or the distance that it measures
     void SetUnits(int units);
 };

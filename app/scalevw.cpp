@@ -4,11 +4,45 @@
 #include "app/usermsg.h"
 #include "platform/app.h"
 
+#include <algorithm>
+
+namespace
+{
+struct Span {
+    int first = 0;
+    int end = 0;
+};
+
+Span FrameSpan(int position, int client, int page, int scale)
+{
+    constexpr int64_t kLeast = 3; // black, white, black
+    const int64_t shown_end = std::min<int64_t>(int64_t{position} + client, page);
+    if (shown_end <= position)
+        return {};
+    // The picture ends with the last whole cell.
+    const int64_t picture_end = std::max<int64_t>(page / scale, kLeast);
+    int64_t end = std::min((shown_end + scale - 1) / scale, picture_end);
+    const int64_t first = std::max<int64_t>(std::min<int64_t>(position / scale, end - kLeast), 0);
+    end = std::max(end, first + kLeast);
+    return {static_cast<int>(first), static_cast<int>(end)};
+}
+} // namespace
+
+CRect FrameInOverview(CPoint position, CSize client, CSize page, int scale)
+{
+    const Span across = FrameSpan(position.x, client.cx, page.cx, scale);
+    const Span down = FrameSpan(position.y, client.cy, page.cy, scale);
+    if (across.end == 0 || down.end == 0)
+        return {};
+    return {across.first, down.first, across.end, down.end};
+}
+
 const CRuntimeClass CScaleView::classRecord{"CScaleView", &CLumenta::classRecord, CreateObjectOf<CScaleView>};
 
 const MessageEntry CScaleView::entries[] = {
     On<WM_SIZE, &CScaleView::OnSize>(),
     On<WM_LBUTTONDOWN, &CScaleView::OnLButtonDown>(),
+    On<WM_MOUSEMOVE, &CScaleView::OnMouseMove>(),
     On<WM_CHAR, &CScaleView::OnChar>(),
     On<WM_SCALE_NEXT, &CScaleView::OnScaleNext>(),
 };
@@ -75,9 +109,37 @@ void CScaleView::OnSize(UINT type, int cx, int cy)
 void CScaleView::OnLButtonDown(UINT flags, CPoint point)
 {
     CLumenta::OnLButtonDown(flags, point);
+    MovePage();
+    Invalidate(); // a click continues a reduction that Escape has stopped
+}
+
+// A picture that shows whole stays where it is, and the page follows the pointer. A larger one is moved, as
+// in the page view.
+void CScaleView::OnMouseMove(UINT flags, CPoint point)
+{
+    const CRect client = GetClientRect();
+    if (m_bDragging && m_sizeTotal.cx <= client.Width() && m_sizeTotal.cy <= client.Height()) {
+        m_ptAnchor = point;
+        MovePage();
+    }
+    CLumenta::OnMouseMove(flags, point);
+}
+
+void CScaleView::MovePage()
+{
     if (CWnd* const window = AfxGetMainWnd())
         window->SendMessage(WM_PAGE_CENTER, 0, PackPointer(static_cast<CLumenta*>(this)));
-    Invalidate(); // a click continues a reduction that Escape has stopped
+}
+
+void CScaleView::ShowPlace(CPoint position, CSize client)
+{
+    const CLumentaDoc* const document = GetPageDocument();
+    const CSize page = document ? CSize{document->m_nWidth, document->m_nDepth} : CSize{};
+    const CRect frame = FrameInOverview(position, client, page, m_nScale);
+    std::vector<OverlayShape> shapes;
+    if (!frame.IsEmpty())
+        shapes.push_back({OverlayShape::Kind::frame, {frame.left, frame.top}, {frame.right, frame.bottom}});
+    SetOverlay(std::move(shapes));
 }
 
 CPoint CScaleView::GetPickedPoint() const

@@ -8,22 +8,33 @@ struct ReadOutCase {
     int units;
     const char* position;
     const char* size;
+    const char* pointer;
+    const char* distance;
 };
 
 TEST(ReadOut, IsInTheUnitOfEachResolution)
 {
     const ReadOutCase cases[] = {
-        {kInches, "left=1.50 top=0.30", "width=7.50 depth=18.50"},
-        {kMillimeters, "left=38.1 top=7.6", "width=190.5 depth=469.9"},
-        {kPixels, "left=1800 top=180", "width=9000 depth=11100"},
-        {kPoints, "left=108 top=22", "width=542 depth=1337"},
-        {7, "left=1800 top=180", "width=9000 depth=11100"},
-        {-1, "left=1800 top=180", "width=9000 depth=11100"},
+        {kInches, "left=1.50 top=0.30", "width=7.50 depth=18.50", "x=1.50 y=0.30", "dx=-0.25 dy=0.60 d=0.65"},
+        {kMillimeters, "left=38.1 top=7.6", "width=190.5 depth=469.9", "x=38.1 y=7.6",
+         "dx=-6.3 dy=15.2 d=16.5"},
+        {kPixels, "left=1800 top=180", "width=9000 depth=11100", "x=1800 y=180", "dx=-300 dy=360 d=469"},
+        {kPoints, "left=108 top=22", "width=542 depth=1337", "x=108 y=22", "dx=-18 dy=43 d=47"},
+        {7, "left=1800 top=180", "width=9000 depth=11100", "x=1800 y=180", "dx=-300 dy=360 d=469"},
+        {-1, "left=1800 top=180", "width=9000 depth=11100", "x=1800 y=180", "dx=-300 dy=360 d=469"},
     };
     for (const ReadOutCase& c : cases) {
         EXPECT_EQ(FormatPosition(c.units, 1800, 180, 1200, 600), c.position);
         EXPECT_EQ(FormatSize(c.units, 9000, 11100, 1200, 600), c.size);
+        EXPECT_EQ(FormatPointer(c.units, {1800, 180}, 1200, 600), c.pointer);
+        EXPECT_EQ(FormatDistance(c.units, {-300, 360}, 1200, 600), c.distance) << "straight on paper";
     }
+    EXPECT_EQ(FormatPointer(kInches, {INT32_MAX, 0}, 1, 0), "x=2147483647.00 y=0.00");
+    EXPECT_EQ(FormatDistance(kMillimeters, {300, 400}, 300, 0), "dx=25.4 dy=0.0 d=25.4");
+    EXPECT_EQ(FormatDistance(kMillimeters, {-1, -2}, 1200, 1200), "dx=0.0 dy=0.0 d=0.0") << "no sign";
+    EXPECT_EQ(FormatDistance(kPoints, {-3, 4}, 0, -1), "dx=0 dy=0 d=0");
+    EXPECT_EQ(FormatDistance(kPixels, {-INT32_MAX, INT32_MAX}, 0, 0),
+              "dx=-2147483647 dy=2147483647 d=3037000499");
     EXPECT_EQ(FormatSize(kInches, 9000, 600, 0, 600), "width=0.00 depth=1.00");
     EXPECT_EQ(FormatSize(kMillimeters, 300, 9000, 300, -1), "width=25.4 depth=0.0");
     EXPECT_EQ(FormatPosition(kPoints, 10, 10, 0, 0), "left=0 top=0");

@@ -24,6 +24,38 @@ TEST(ChooseScale, FitsThePageIntoHalfTheScreensWidthAndItsHeight)
         EXPECT_EQ(ChooseScale(c.page, c.screen), c.want) << c.page.cx << "x" << c.page.cy;
 }
 
+TEST(FrameInOverview, CoversWhatShowsAndStaysInThePicture)
+{
+    constexpr int kMost = INT32_MAX;
+    const struct {
+        CPoint position;
+        CSize client, page;
+        int scale;
+        CRect want;
+    } cases[] = {
+        {{0, 0}, {400, 300}, {3200, 2400}, 8, {0, 0, 50, 38}}, // rounded outwards
+        {{15, 16}, {400, 300}, {3200, 2400}, 8, {1, 2, 52, 40}},
+        {{2800, 2100}, {400, 300}, {3200, 2400}, 8, {350, 262, 400, 300}},
+        {{2807, 2107}, {400, 300}, {3207, 2407}, 8, {350, 263, 400, 300}}, // the last cells are not whole
+        {{0, 0}, {400, 300}, {100, 80}, 8, {0, 0, 12, 10}},
+        {{0, 0}, {400, 300}, {100, 2400}, 8, {0, 0, 12, 38}},
+        {{600, 0}, {1, 1}, {3200, 2400}, 8, {73, 0, 76, 3}}, // no smaller
+        {{0, 40}, {1, 1}, {3200, 2400}, 8, {0, 3, 3, 6}},
+        {{3199, 2399}, {1, 1}, {3200, 2400}, 8, {397, 297, 400, 300}},
+        {{0, 0}, {400, 300}, {1, 1}, 8, {0, 0, 3, 3}}, // no whole cell
+        {{0, 0}, {400, 300}, {17, 17}, 8, {0, 0, 3, 3}},
+        {{kMost - 400, kMost - 300}, {400, 300}, {kMost, kMost}, 248, {8659205, 8659205, 8659208, 8659208}},
+        {{kMost - 1, 0}, {kMost, kMost}, {kMost, 1}, 8, {268435452, 0, 268435455, 3}},
+        {{0, 0}, {kMost, kMost}, {kMost, kMost}, 8, {0, 0, 268435455, 268435455}},
+        {{0, 0}, {0, 300}, {3200, 2400}, 8, {}}, // nothing shows
+        {{0, 0}, {400, 300}, {0, 0}, 8, {}},
+        {{50, 90}, {400, 300}, {50, 90}, 8, {}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(FrameInOverview(c.position, c.client, c.page, c.scale), c.want)
+            << c.position.x << "," << c.position.y << " of " << c.page.cx << "x" << c.page.cy;
+}
+
 class ScaledWindow : public WindowTest
 {
 protected:
@@ -50,13 +82,28 @@ protected:
     }
     int Lines() const { return document->m_pScaled->m_nRowsDone + 1; }
 
-    // Of what the window shows: the first pixel that differs from a count of the page's, or an empty text.
-    // Lines that are not made yet are white.
+    // What the frame around the part that the page view shows makes of a pixel of the picture, 0 if it leaves
+    // it.
+    COLORREF FramePixel(const CScaleView& scaled, int column, int line) const
+    {
+        const CRect client = view->GetClientRect();
+        const CRect place = FrameInOverview(view->GetScrollPosition(), {client.Width(), client.Height()},
+                                            {page.width, page.height}, scaled.m_nScale);
+        const int inside = std::min(
+            {column - place.left, place.right - 1 - column, line - place.top, place.bottom - 1 - line});
+        return inside == 0 ? kBlack : inside == 1 ? kWhite : 0;
+    }
+
+    // The first pixel of the window's own that differs from a count of the page's, or of the screen that
+    // differs from that with the frame; or an empty text. Lines that are not made yet are white.
     std::string PictureDiffers(CScaleView& scaled, int lines = INT32_MAX) const
     {
         const GrabbedPixels shown = GrabWindow(scaled);
+        const GrabbedPixels own = CopyBuffer(scaled);
         const CPoint position = scaled.GetScrollPosition();
         const int scale = scaled.m_nScale;
+        if (shown.width != own.width || shown.height != own.height)
+            return "a picture of another size";
         for (int y = 0; y < shown.height; ++y)
             for (int x = 0; x < shown.width; ++x) {
                 const int column = position.x + x;
@@ -68,8 +115,12 @@ protected:
                                       ReducedValue(column, line, scale,
                                                    [this](int at_x, int at_y) { return IsOne(at_x, at_y); }))
                                : kWhite;
-                if (shown.At(x, y) != want)
+                if (own.At(x, y) != want)
                     return "at " + std::to_string(x) + "," + std::to_string(y);
+                if (const COLORREF over = FramePixel(scaled, column, line))
+                    want = over;
+                if (shown.At(x, y) != want)
+                    return "frame at " + std::to_string(x) + "," + std::to_string(y);
             }
         return {};
     }
@@ -304,6 +355,100 @@ TEST_F(ScaledWindow, AClickMovesThePageViewWhileTheButtonIsDown)
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(scaled->GetScrollPosition(), (CPoint{10, 60}));
     EXPECT_EQ(PictureDiffers(*scaled), "");
+}
+
+TEST_F(ScaledWindow, TheFrameFollowsThePageViewAtTheCostOfItsEdges)
+{
+    StartWithPage(3200, 2400); // 1/8
+    CScaleView* const scaled = Open();
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(PictureDiffers(*scaled), "");
+    const uint64_t paints = PaintCount(*scaled);
+    const struct {
+        const char* name;
+        std::function<void()> move;
+    } moves[] = {
+        {"keys", [this] { PressKey(*view, TestKey::pageDown, false, 2); }},
+        {"a bar", [this] { view->SendMessage(WM_HSCROLL, 0, 800); }},
+        {"the wheel", [this] { TurnWheel(*view, 0, 240); }},
+        {"a drag",
+         [this] {
+             PressMouse(*view, {200, 200});
+             MoveMouse(*view, {100, 20});
+             ReleaseMouse(*view, {100, 20});
+         }},
+        {"a smaller window",
+         [this] {
+             ResizeFrame(*frame, {300, 200});
+         }},
+        {"a larger window",
+         [this] {
+             ResizeFrame(*frame, {500, 390});
+         }},
+        {"the end",
+         [this] {
+             PressKey(*view, TestKey::end);
+             PressKey(*view, TestKey::end, true);
+         }},
+        {"a window that pulls the page along",
+         [this] {
+             ResizeFrame(*frame, {600, 440});
+         }},
+    };
+    for (const auto& c : moves) {
+        SCOPED_TRACE(c.name);
+        const CPoint before = view->GetScrollPosition();
+        const CRect client = view->GetClientRect();
+        c.move();
+        ASSERT_TRUE(PumpUntilIdle());
+        EXPECT_TRUE(view->GetScrollPosition() != before || view->GetClientRect() != client);
+        EXPECT_EQ(PictureDiffers(*scaled), "");
+    }
+    EXPECT_EQ(PaintCount(*scaled), paints);
+
+    const uint64_t copied = CopiedPixels(*scaled);
+    PressKey(*view, TestKey::left, false, 8); // a step of the picture
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_EQ(PictureDiffers(*scaled), "");
+    const CRect client = view->GetClientRect();
+    const auto edges = static_cast<uint64_t>(2 * (client.Width() / 8 + client.Height() / 8 + 4));
+    EXPECT_GT(CopiedPixels(*scaled), copied);
+    EXPECT_LE(CopiedPixels(*scaled) - copied, edges * 3) << "of 120000";
+
+    // It lies on the picture, which may be scrolled.
+    ResizeFrame(*view->m_pScaleFrame, {200, 150});
+    ASSERT_TRUE(PumpUntilIdle());
+    PressKey(*scaled, TestKey::end);
+    PressKey(*scaled, TestKey::down, false, 111);
+    ASSERT_TRUE(PumpUntilIdle());
+    EXPECT_NE(scaled->GetScrollPosition(), CPoint{});
+    EXPECT_EQ(PictureDiffers(*scaled), "");
+}
+
+TEST_F(ScaledWindow, ADragInAPictureThatShowsWholeKeepsMovingThePage)
+{
+    StartWithPage(3200, 2400); // 1/8
+    CScaleView* const scaled = Open();
+    ASSERT_TRUE(PumpUntilIdle());
+    const CRect client = view->GetClientRect();
+    const CPoint end = Range();
+    MoveMouse(*scaled, {300, 200}); // not pressed
+    EXPECT_EQ(view->GetScrollPosition(), CPoint{});
+    PressMouse(*scaled, {100, 90});
+    for (const CPoint spot : {CPoint{100, 90}, CPoint{101, 90}, CPoint{250, 180}, CPoint{-3000, 200},
+                              CPoint{399, 299}, CPoint{120, 9000}, CPoint{200, 150}}) {
+        MoveMouse(*scaled, spot);
+        ASSERT_TRUE(PumpUntilIdle());
+        EXPECT_EQ(view->GetScrollPosition(), (CPoint{std::clamp(spot.x * 8 - client.Width() / 2, 0, end.x),
+                                                     std::clamp(spot.y * 8 - client.Height() / 2, 0, end.y)}))
+            << spot.x << "," << spot.y;
+        EXPECT_EQ(scaled->GetScrollPosition(), CPoint{});
+        EXPECT_EQ(PictureDiffers(*scaled), "");
+    }
+    ReleaseMouse(*scaled, {200, 150});
+    const CPoint left_at = view->GetScrollPosition();
+    MoveMouse(*scaled, {30, 20});
+    EXPECT_EQ(view->GetScrollPosition(), left_at);
 }
 
 TEST_F(ScaledWindow, GoesWithItsPageAndWithTheProgram)

@@ -157,6 +157,136 @@ TEST_F(View, TheLeftButtonDragsThePictureToThePagesEdges)
     ReleaseMouse(*view, {20, 20});
 }
 
+TEST_F(View, ThePointersPlaceOnThePageIsReadOut)
+{
+    Start(WritePage("page.tif", 1000, 900, 300, 600));
+    ResizeFrame(*frame, {400, 300});
+    ASSERT_TRUE(PumpUntilIdle());
+    const auto message = [this] {
+        EXPECT_TRUE(PumpUntilIdle());
+        return Pane(0);
+    };
+    EXPECT_EQ(message(), "Ready");
+    MoveMouse(*view, {50, 60});
+    EXPECT_EQ(message(), "x=50 y=60");
+    PutAt({600, 240});
+    EXPECT_EQ(message(), "x=650 y=300") << "the page has moved under it";
+    const struct {
+        UINT command;
+        const char* want;
+    } units[] = {{kInchesCommand, "x=2.17 y=0.50"},
+                 {kMillimetersCommand, "x=55.0 y=12.7"},
+                 {kPointsCommand, "x=157 y=36"},
+                 {kPixelsCommand, "x=650 y=300"}};
+    for (const auto& c : units) {
+        frame->SendMessage(WM_COMMAND, c.command);
+        EXPECT_EQ(message(), c.want);
+    }
+    const CRect client = view->GetClientRect();
+    for (const CPoint outside : {CPoint{-1, 5}, CPoint{5, -1}, CPoint{client.right, 5}, CPoint{5, 30000}}) {
+        MoveMouse(*view, outside);
+        EXPECT_EQ(message(), "Ready") << outside.x << "," << outside.y;
+    }
+    MoveMouse(*view, {client.right - 1, client.bottom - 1});
+    EXPECT_NE(message(), "Ready");
+    LeaveWithMouse(*view);
+    EXPECT_EQ(message(), "Ready");
+
+    app->OpenDocumentFile(WritePage("small.tif", 37, 29, 0, 0));
+    for (const auto& [pointer, want] : {std::pair{CPoint{36, 28}, "x=36 y=28"},
+                                        {CPoint{37, 28}, "Ready"},
+                                        {CPoint{36, 29}, "Ready"},
+                                        {CPoint{0, 0}, "x=0 y=0"}}) {
+        MoveMouse(*view, pointer);
+        EXPECT_EQ(message(), want);
+    }
+    FakeImage* const image = PutPageOnHeap(*document, std::make_unique<FakeImage>(800, 5000), 5000);
+    image->fail_at = 100;
+    document->UpdateAllViews(nullptr, kHintPage);
+    EXPECT_EQ(message(), "damaged from line 100, x=0 y=0");
+    EXPECT_EQ(boxes.Take().size(), 1U);
+    app->OnFileNew();
+    EXPECT_EQ(message(), "No page");
+}
+
+TEST_F(View, TheRightButtonMeasuresAndLeavesNoTrace)
+{
+    Start(WritePage("page.tif", 1000, 900, 300, 600));
+    ResizeFrame(*frame, {400, 300});
+    PutAt({100, 80});
+    const auto message = [this] {
+        EXPECT_TRUE(PumpUntilIdle());
+        return Pane(0);
+    };
+    // Whether the screen shows the page and on it a line between these pixels of the page, if they differ.
+    const auto shows_line = [this](CPoint from, CPoint to) {
+        EXPECT_TRUE(PumpUntilIdle());
+        GrabbedPixels want = CopyBuffer(*view);
+        if (from != to)
+            for (const auto& [rect, color] :
+                 OverlayParts({{OverlayShape::Kind::line, from, to}}, Position(), {want.width, want.height}))
+                for (int y = rect.top; y < rect.bottom; ++y)
+                    for (int x = rect.left; x < rect.right; ++x)
+                        want.pixels[static_cast<size_t>(y * want.width + x)] = color;
+        return GrabWindow(*view).pixels == want.pixels && (from == to) == ScreenDiffersFromPage().empty();
+    };
+    const uint64_t paints = PaintCount(*view);
+    const int32_t rows = document->m_nLastRow;
+    PressMouse(*view, {50, 60}, true);
+    EXPECT_TRUE(shows_line({}, {})) << "not moved";
+    EXPECT_EQ(message(), "x=150 y=140");
+    MoveMouse(*view, {80, 20});
+    EXPECT_TRUE(shows_line({150, 140}, {180, 100}));
+    EXPECT_EQ(message(), "dx=30 dy=-40 d=50");
+    frame->SendMessage(WM_COMMAND, kInchesCommand);
+    EXPECT_EQ(message(), "dx=0.10 dy=-0.07 d=0.12") << "each way by its resolution";
+    frame->SendMessage(WM_COMMAND, kPixelsCommand);
+    EXPECT_EQ(PaintCount(*view), paints);
+    EXPECT_EQ(document->m_nLastRow, rows) << "nothing decoded";
+    PutAt({140, 90}); // the start is a pixel of the page
+    EXPECT_TRUE(shows_line({150, 140}, {220, 110}));
+    EXPECT_EQ(message(), "dx=70 dy=-30 d=76");
+    MoveMouse(*view, {-9000, 30000}); // the page's nearest pixel
+    EXPECT_TRUE(shows_line({150, 140}, {0, 899}));
+    EXPECT_EQ(message(), "dx=-150 dy=759 d=774");
+    ReleaseMouse(*view, {80, 20}, true);
+    EXPECT_TRUE(shows_line({}, {}));
+    MoveMouse(*view, {80, 20});
+    EXPECT_TRUE(shows_line({}, {}));
+    EXPECT_EQ(message(), "x=220 y=110");
+
+    const struct {
+        const char* name;
+        std::function<void()> end;
+    } ends[] = {
+        {"Escape", [this] { PressKey(*view, TestKey::escape); }},
+        {"a move without the button", [this] { view->SendMessage(WM_MOUSEMOVE, 0, PackPoint(90, 20)); }},
+        {"another page", [this] { app->OpenDocumentFile(scratch.File("page.tif")); }},
+        {"the pointer leaves", [this] { LeaveWithMouse(*view); }},
+    };
+    for (const auto& c : ends) {
+        SCOPED_TRACE(c.name);
+        MoveMouse(*view, {50, 60});
+        PressMouse(*view, {50, 60}, true);
+        MoveMouse(*view, {80, 20});
+        EXPECT_EQ(message().substr(0, 2), "dx");
+        c.end();
+        EXPECT_TRUE(shows_line({}, {}));
+        EXPECT_NE(message().substr(0, 2), "dx");
+        ReleaseMouse(*view, {80, 20}, true);
+    }
+
+    // The second press of a double click measures nothing, whatever page it has led to; nor does one that is
+    // beside the page.
+    app->m_PageList.push_back(WritePage("small.tif", 37, 29));
+    DoubleClick(*view, {20, 20}, true);
+    PressMouse(*view, {200, 200}, true);
+    MoveMouse(*view, {10, 10});
+    EXPECT_TRUE(shows_line({}, {}));
+    EXPECT_EQ(message(), "page 1 of 1, x=10 y=10");
+    ReleaseMouse(*view, {10, 10}, true);
+}
+
 TEST_F(View, AWheelNotchIsFortyEightPixels)
 {
     StartWithPage(1000, 900);
