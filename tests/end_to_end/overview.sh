@@ -14,8 +14,48 @@ whole()
 
 overview_named() { overview=$(visible 'Plate 7  .1/8.'); }
 
+# frame_at LEFT TOP RIGHT BOTTOM: the overview shows a black edge with a white one inside, around these pixels of the
+# picture, right and bottom excluded.
+frame_at()
+{
+  local width=$(($3 - $1)) height=$(($4 - $2)) part color crops
+  import -window "$overview" "$scratch/frame.png"
+  for color in black white; do
+    [[ $color == black ]] && part=0 || part=1
+    crops=("$((width - 2 * part))x1+$(($1 + part))+$(($2 + part))" "$((width - 2 * part))x1+$(($1 + part))+$(($4 - 1 - part))"
+      "1x$((height - 2 * part))+$(($1 + part))+$(($2 + part))" "1x$((height - 2 * part))+$(($3 - 1 - part))+$(($2 + part))")
+    for part in "${crops[@]}"; do
+      [[ $(convert "$scratch/frame.png" -crop "$part" +repage -format '%[fx:mean]' info:) == \
+        $([[ $color == black ]] && echo 0 || echo 1) ]] || return 1
+    done
+  done
+}
+
+# await_frame X Y WHAT: the frame is around what a page view at that position shows.
+await_frame()
+{
+  await "$3: no frame" frame_at $(($1 / 8)) $(($2 / 8)) $((($1 + view_width + 7) / 8 > 375 ? 375 : ($1 + view_width + 7) / 8)) \
+    $((($2 + view_height + 7) / 8 > 500 ? 500 : ($2 + view_height + 7) / 8))
+}
+
+# Holds the right button on the page's right half and moves it 100 to the right.
+drag_line()
+{
+  read -r main_left main_top < <(xwininfo -id "$window" |
+    awk '/Absolute upper-left/ { printf "%s ", $NF } END { print "" }')
+  line_x=$((view_x + view_width / 2)) line_y=$((view_y + view_height / 2))
+  xdotool mousemove $((main_left + line_x)) $((main_top + line_y)) mousedown 3 \
+    mousemove_relative 60 0 mousemove_relative 40 0
+}
+line_shows()
+{
+  import -window "$window" "$scratch/line.png"
+  [[ $(convert "$scratch/line.png" -crop "101x1+$line_x+$line_y" +repage -format '%[fx:mean]' info:) == 0 &&
+    $(convert "$scratch/line.png" -crop "101x1+$line_x+$((line_y + 1))" +repage -format '%[fx:mean]' info:) == 1 ]]
+}
+
 noise_page "$scratch/page.tif" 3001 4003
-for scale in 1 1.5; do
+for scale in 1 1.5 2; do
   export QT_SCALE_FACTOR=$scale
   bar_room=$(awk "BEGIN { print int(24 * $scale) }")
   mkdir -p "$(dirname "$settings_file")"
@@ -36,8 +76,19 @@ for scale in 1 1.5; do
   want "the window stands in the corner: $left, $top" test "$left" -le 10 -a "$top" -le 40
   xdotool mousemove $((left + 200)) $((top + 300)) mousedown 1
   await_page $((200 * 8 - view_width / 2)) $((300 * 8 - view_height / 2)) "a click in the picture"
+  await_frame $((200 * 8 - view_width / 2)) $((300 * 8 - view_height / 2)) "a click in the picture"
+  xdotool mousemove $((left + 190)) $((top + 260))
+  await_page $((190 * 8 - view_width / 2)) $((260 * 8 - view_height / 2)) "a drag in the picture"
+  await_frame $((190 * 8 - view_width / 2)) $((260 * 8 - view_height / 2)) "a drag in the picture"
   xdotool mouseup 1 mousemove $((left + 370)) $((top + 495)) click 1
   await_page $((3001 - view_width)) $((4003 - view_height)) "a click in its last corner"
+
+  # A line on the page from the press to the pointer, gone with the release.
+  xdotool windowactivate --sync "$window"
+  drag_line
+  await "no line" line_shows
+  xdotool mouseup 3
+  await_page $((3001 - view_width)) $((4003 - view_height)) "measuring"
 
   # The same window again, also from where it was put away to.
   xdotool windowminimize "$overview"
