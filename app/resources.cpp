@@ -85,7 +85,7 @@ constexpr StringResource kStrings[] = {
     {kPreviousPageCommand, "Display previous selected page"},
     {kKeepPlaceCommand, "Show the next page at the same place if it has the same size"},
     {kClearListCommand, "Forget the selected pages"},
-    {kPageInformationCommand, "Show what the file says about the page, and check the page"},
+    {kPageInformationCommand, "Show what the file says about the page"},
     {kGoToCommand, "Go to a position on the page"},
     {kReloadCommand, "Read the file of the page again and stay at the same place"},
 };
