@@ -153,7 +153,7 @@ LRESULT TestFrame::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
 {
     if (message == WM_DESTROY)
         g_recorder.Add("destroy " + name);
-    if (message == WM_ACTIVATE)
+    if (message == WM_ACTIVATE && records_activation)
         g_recorder.Add("active " + name + " " + std::to_string(wParam));
     return CFrameWnd::WindowProc(message, wParam, lParam);
 }

@@ -91,6 +91,7 @@ public:
 
     std::string name = "frame";
     std::string note = "note";
+    bool records_activation = false;
     CStatusBar status;
 
 protected:

@@ -263,6 +263,7 @@ TEST_F(WindowTest, ATimerIsAPostedMessageThatNeverPilesUp)
 TEST_F(WindowTest, AFrameIsToldWhetherItIsActive)
 {
     TestFrame* const further = MakeFurtherFrame("B");
+    frame->records_activation = further->records_activation = true;
     ActivateByUser(*further);
     const auto told = [] {
         Lines lines = Only(g_recorder.Take(), {"active"});
