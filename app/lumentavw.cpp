@@ -19,6 +19,8 @@ const CRuntimeClass CLumentaView::classRecord{"CLumentaView", &CLumenta::classRe
 const MessageEntry CLumentaView::entries[] = {
     OnCommand<kScaledPageCommand, &CLumentaView::OnScaledPage>(),
     OnUpdateCommand<kScaledPageCommand, &CLumentaView::OnUpdateScaledPage>(),
+    OnCommand<kCloseOverviewCommand, &CLumentaView::OnCloseOverview>(),
+    OnUpdateCommand<kCloseOverviewCommand, &CLumentaView::OnUpdateCloseOverview>(),
     OnCommand<kReloadCommand, &CLumentaView::OnReload>(),
     OnUpdateCommand<kReloadCommand, &CLumentaView::OnUpdateReload>(),
     OnCommand<kKeepPlaceCommand, &CLumentaView::OnKeepPlace>(),
@@ -248,6 +250,17 @@ CString CLumentaView::ScaledTitle(int32_t scale) const
     CString factor;
     factor.Format("  (1/%d)", scale);
     return WindowTitle(document ? document->GetTitle() : CString{"Untitled"}, factor);
+}
+
+void CLumentaView::OnUpdateCloseOverview(CCmdUI& ui)
+{
+    ui.Enable(m_pScaleFrame != nullptr);
+}
+
+void CLumentaView::OnCloseOverview()
+{
+    if (m_pScaleFrame)
+        m_pScaleFrame->SendMessage(WM_CLOSE);
 }
 
 void CLumentaView::OnUpdateReload(CCmdUI& ui)

@@ -41,6 +41,8 @@ protected:
 
     void OnScaledPage();
     void OnUpdateScaledPage(CCmdUI& ui);
+    void OnCloseOverview();
+    void OnUpdateCloseOverview(CCmdUI& ui);
     void OnReload();
     void OnUpdateReload(CCmdUI& ui);
     void OnKeepPlace();

@@ -131,6 +131,8 @@ const MessageEntry CMainFrame::entries[] = {
     OnUpdateCommand<kPageInformationCommand, &CMainFrame::OnUpdateNeedsPage>(),
     OnCommand<kGoToCommand, &CMainFrame::OnGoTo>(),
     OnUpdateCommand<kGoToCommand, &CMainFrame::OnUpdateNeedsPage>(),
+    OnCommand<kFullScreenCommand, &CMainFrame::OnFullScreen>(),
+    OnUpdateCommand<kFullScreenCommand, &CMainFrame::OnUpdateFullScreen>(),
     OnCommand<kInchesCommand, &CMainFrame::OnUnits<kInches>>(),
     OnCommand<kMillimetersCommand, &CMainFrame::OnUnits<kMillimeters>>(),
     OnCommand<kPixelsCommand, &CMainFrame::OnUnits<kPixels>>(),
@@ -282,6 +284,17 @@ void CMainFrame::OnGoTo()
     dialog.m_ptPlace = view->GetCenter();
     if (dialog.DoModal() == IDOK && view->IsWindow()) // it may have been closed with the program
         view->CenterOn(dialog.m_ptPlace);
+}
+
+// The status bar stays: an operator reads the place and measures there.
+void CMainFrame::OnFullScreen()
+{
+    ShowFullScreen(!IsFullScreen());
+}
+
+void CMainFrame::OnUpdateFullScreen(CCmdUI& ui)
+{
+    ui.SetCheck(IsFullScreen());
 }
 
 void CMainFrame::SetUnits(int units)

@@ -73,6 +73,8 @@ protected:
     {
         ui.SetCheck(m_nUnits == Units);
     }
+    void OnFullScreen(); // and back
+    void OnUpdateFullScreen(CCmdUI& ui);
     void OnUpdatePane(CCmdUI& ui); // always enabled, so that the pane is not blanked
 
 private:

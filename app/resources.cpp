@@ -14,6 +14,8 @@ constexpr MenuItem kFileMenu[] = {
     {"P&rint Setup...", ID_FILE_PRINT_SETUP},
     {"", ID_SEPARATOR},
     {"E&xit", ID_APP_EXIT},
+    {"", ID_SEPARATOR},
+    {"Print Pre&view...", ID_FILE_PRINT_PREVIEW},
 };
 
 constexpr MenuItem kViewMenu[] = {
@@ -34,6 +36,8 @@ constexpr MenuItem kViewMenu[] = {
     {"Page In&formation...\tCtrl+I", kPageInformationCommand},
     {"", ID_SEPARATOR},
     {"Re&load\tF5", kReloadCommand},
+    {"F&ull Screen\tF11", kFullScreenCommand},
+    {"Close O&verview\tCtrl+W", kCloseOverviewCommand},
 };
 
 constexpr MenuItem kHelpMenu[] = {
@@ -50,12 +54,16 @@ constexpr Accelerator kAccelerators[] = {
     {"Ctrl+O", ID_FILE_OPEN},
     {"Ctrl+M", kOpenMultipleCommand},
     {"Ctrl+P", ID_FILE_PRINT},
+    {"Ctrl+Q", ID_APP_EXIT},
     {"Ctrl+Alt+S", kScaledPageCommand},
     {"Ctrl+Alt+N", kNextPageCommand},
     {"Ctrl+Alt+P", kPreviousPageCommand},
-    {"F5", kReloadCommand},
     {"Ctrl+G", kGoToCommand},
     {"Ctrl+I", kPageInformationCommand},
+    {"F5", kReloadCommand},
+    {"F11", kFullScreenCommand},
+    {"Escape", kFullScreenCommand, true},
+    {"Ctrl+W", kCloseOverviewCommand},
 };
 
 constexpr StringResource kStrings[] = {
@@ -72,6 +80,7 @@ constexpr StringResource kStrings[] = {
     {ID_FILE_OPEN, "Open a page file"},
     {ID_FILE_PRINT, "Print the page"},
     {ID_FILE_PRINT_SETUP, "Choose printer, paper and orientation"},
+    {ID_FILE_PRINT_PREVIEW, "Show the page as it will be printed"},
     {ID_APP_EXIT, "Close the window and end the program"},
     {ID_APP_ABOUT, "Display program information and version"},
     {kScaledPageCommand, "Displayes reduced scale view of current page"},
@@ -88,6 +97,8 @@ constexpr StringResource kStrings[] = {
     {kPageInformationCommand, "Show what the file says about the page"},
     {kGoToCommand, "Go to a position on the page"},
     {kReloadCommand, "Read the file of the page again and stay at the same place"},
+    {kFullScreenCommand, "Let the page fill the whole screen"},
+    {kCloseOverviewCommand, "Close the overview of the page"},
 };
 
 constexpr CursorResource kCursors[] = {

@@ -27,6 +27,8 @@ constexpr UINT kClearListCommand = 32782;
 constexpr UINT kPageInformationCommand = 32783;
 constexpr UINT kGoToCommand = 32784;
 constexpr UINT kReloadCommand = 32785;
+constexpr UINT kFullScreenCommand = 32786;
+constexpr UINT kCloseOverviewCommand = 32788;
 
 // Sections of the settings.
 constexpr const char* kAppSettings = "App";

@@ -47,6 +47,11 @@ public:
     // status bar.
     void PlaceClient(CPoint corner, CSize client);
 
+    // Fills the screen, without title bar and menu bar; the accelerators work on. Its placement is that of
+    // before, and so it comes back.
+    void ShowFullScreen(bool on);
+    bool IsFullScreen() const;
+
     bool OnCmdMsg(UINT command, CommandStep step, CCmdUI* ui) override;
     bool HasCommandHandler(UINT command) override;
     // The state of a menu entry, from its update handler or, without one, from whether a handler would run

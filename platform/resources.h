@@ -18,6 +18,7 @@ struct PopupMenu {
 struct Accelerator {
     const char* keys; // as "Ctrl+Alt+S"
     UINT command;
+    bool full_screen_only = false; // in the main window alone, while that fills the screen
 };
 
 struct StringResource {

@@ -15,7 +15,6 @@
 #include <QPaintEvent>
 #include <QPixmap>
 #include <QScreen>
-#include <QShortcut>
 #include <QSysInfo>
 #include <QTimer>
 #include <QUrl>
@@ -108,6 +107,7 @@ FrameWidget::FrameWidget(CFrameWnd* owner, const CREATESTRUCT& cs) : m_owner(own
     m_settle.setSingleShot(true);
     m_settle.setInterval(kSettleMs);
     connect(&m_settle, &QTimer::timeout, this, [this] {
+        MatchFullScreen();
         MatchPlace();
         MatchClient();
     });
@@ -153,6 +153,11 @@ void FrameWidget::MakeMenu()
     for (const Accelerator& accelerator : resources.accelerators) {
         auto* shortcut = new QShortcut(QKeySequence(QString::fromLatin1(accelerator.keys)), this);
         shortcut->setContext(Qt::ApplicationShortcut); // in the program's other windows too
+        if (accelerator.full_screen_only) {
+            shortcut->setContext(Qt::WindowShortcut);
+            shortcut->setEnabled(false);
+            m_fullScreenKeys.push_back(shortcut);
+        }
         connect(shortcut, &QShortcut::activated, this, [run, accelerator] { run(accelerator.command); });
     }
 }
@@ -237,7 +242,7 @@ void FrameWidget::MatchClient()
 
 void FrameWidget::MatchPlace()
 {
-    if (m_wanted.IsEmpty() ||
+    if (m_wanted.IsEmpty() || m_fullScreen ||
         (windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen | Qt::WindowMinimized)))
         return;
     const double ratio = devicePixelRatioF();
@@ -267,7 +272,7 @@ void FrameWidget::MatchPlaceSoon()
 
 void FrameWidget::RecordPlace()
 {
-    if (isVisible() && m_wanted.IsEmpty() &&
+    if (isVisible() && m_wanted.IsEmpty() && !m_fullScreen &&
         !(windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen | Qt::WindowMinimized)))
         m_normal = FrameToDevice();
 }
@@ -322,13 +327,66 @@ void FrameWidget::changeEvent(QEvent* event)
 {
     QMainWindow::changeEvent(event);
     if (event->type() == QEvent::WindowStateChange) {
+        const Qt::WindowStates before = static_cast<QWindowStateChangeEvent*>(event)->oldState();
         MatchPlaceSoon();
-        if ((static_cast<QWindowStateChangeEvent*>(event)->oldState() & Qt::WindowMinimized) &&
-            !isMinimized())
+        if (isFullScreen() != m_fullScreen || m_fullScreen || m_restoring)
+            m_settle.start();
+        if ((before & Qt::WindowMinimized) && !isMinimized())
             ShownAgain();
     }
     if (event->type() == QEvent::ActivationChange)
         ActivationChanged();
+}
+
+void FrameWidget::ShowFullScreen(bool on)
+{
+    if (on == m_fullScreen)
+        return;
+    if (on && !m_restoring)
+        m_wasMaximized = isMaximized();
+    m_restoring = !on;
+    m_restates = 1;
+    SetFullScreen(on);
+    SetFullScreenState();
+}
+
+void FrameWidget::SetFullScreen(bool on)
+{
+    m_fullScreen = on;
+    if (!on)
+        m_wanted = m_normal; // as at the start, size and margins come by several events
+    if (QWidget* const menu = menuWidget())
+        menu->setVisible(!on);
+    for (QShortcut* const key : m_fullScreenKeys)
+        key->setEnabled(on);
+}
+
+// A window manager tells states on the way: a maximized window may be a normal one first, and what is asked
+// for meanwhile may be lost. So the states are looked at once no more of them come.
+void FrameWidget::SetFullScreenState()
+{
+    if (m_fullScreen)
+        setWindowState(windowState() | Qt::WindowFullScreen);
+    else
+        setWindowState(m_wasMaximized ? Qt::WindowMaximized : Qt::WindowNoState);
+    m_settle.start();
+}
+
+void FrameWidget::MatchFullScreen()
+{
+    const bool is_as_asked =
+        isFullScreen() == m_fullScreen && (!m_restoring || isMinimized() || isMaximized() == m_wasMaximized);
+    if (!is_as_asked && m_restates > 0) {
+        --m_restates;
+        SetFullScreenState();
+        return;
+    }
+    m_restoring = false;
+    m_restates = 0;
+    if (isFullScreen() != m_fullScreen) { // by the window manager
+        m_wasMaximized = isMaximized();
+        SetFullScreen(isFullScreen());
+    }
 }
 
 void FrameWidget::ActivationChanged()
@@ -424,6 +482,18 @@ void CFrameWnd::PlaceClient(CPoint corner, CSize client)
 {
     if (FrameWidget* widget = FrameOf(this))
         widget->PlaceClient(corner, client);
+}
+
+void CFrameWnd::ShowFullScreen(bool on)
+{
+    if (FrameWidget* widget = FrameOf(this))
+        widget->ShowFullScreen(on);
+}
+
+bool CFrameWnd::IsFullScreen() const
+{
+    const FrameWidget* widget = FrameOf(this);
+    return widget && widget->IsFullScreen();
 }
 
 namespace

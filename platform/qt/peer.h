@@ -14,6 +14,7 @@
 #include <QPointer>
 #include <QRegion>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QStatusBar>
 #include <QTimer>
 #include <QWidget>
@@ -205,6 +206,14 @@ public:
     void PlaceFrame(const CRect& rect); // the frame's rectangle in device pixels
     void PlaceClient(CPoint corner, CSize client);
     CRect NormalFrame() const { return m_normal; }
+    bool IsMaximizedOrWas() const // before it filled the screen
+    {
+        return m_fullScreen || m_restoring ? m_wasMaximized : isMaximized();
+    }
+    void ShowFullScreen(bool on);
+    bool IsFullScreen() const { return m_fullScreen; }
+    // Another state is asked for: it replaces the one from before the full screen.
+    void ForgetRestoring() { m_restoring = false; }
     CRect FrameToDevice() const;
     bool IsPlacing() const
     {
@@ -238,6 +247,9 @@ private:
     void Shown();
     void RecordPlace();
     void ActivationChanged();
+    void SetFullScreen(bool on);
+    void SetFullScreenState();
+    void MatchFullScreen();
     ViewWidget* View() const; // null if it has none
 
     CFrameWnd* m_owner;
@@ -245,7 +257,12 @@ private:
     CSize m_wantedClient; // device pixels, until the shown size has been looked at
     CRect m_wanted;       // not yet matched; empty: nothing to match
     CRect m_normal;
-    bool m_active = false; // as the frame was told last
+    std::vector<QShortcut*> m_fullScreenKeys;
+    bool m_fullScreen = false;   // as asked for, or as the window manager has decided
+    bool m_wasMaximized = false; // before that
+    bool m_restoring = false;    // out of the full screen; the state is not settled yet
+    int m_restates = 0;          // how often the state may be asked for again
+    bool m_active = false;       // as the frame was told last
     bool m_placing = false;
     bool m_placeAtExpose = false;
 };

@@ -181,6 +181,8 @@ bool CWnd::ShowWindow(int command)
     case SW_HIDE: widget->hide(); break;
     case SW_SHOWMINIMIZED: widget->showMinimized(); break;
     default:
+        if (frame && command != SW_SHOW)
+            frame->ForgetRestoring();
         if (is_too_large)
             frame->ShowInsteadMaximized();
         else if (command == SW_SHOWMAXIMIZED)
@@ -232,9 +234,9 @@ WindowPlacement CWnd::GetWindowPlacement() const
 {
     WindowPlacement placement;
     if (const FrameWidget* frame = FrameOf(this)) {
-        placement.show_command = frame->isMaximized()   ? SW_SHOWMAXIMIZED
-                                 : frame->isMinimized() ? SW_SHOWMINIMIZED
-                                                        : SW_SHOWNORMAL;
+        placement.show_command = frame->IsMaximizedOrWas() ? SW_SHOWMAXIMIZED
+                                 : frame->isMinimized()    ? SW_SHOWMINIMIZED
+                                                           : SW_SHOWNORMAL;
         placement.normal_position = frame->NormalFrame();
     }
     return placement;

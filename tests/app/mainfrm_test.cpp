@@ -173,6 +173,7 @@ TEST_F(MainFrame, TheMenuIsWhole)
         "&File/&Print...\tCtrl+P [disabled]",
         "&File/P&rint Setup...",
         "&File/E&xit",
+        "&File/Print Pre&view... [disabled]",
         "&View/&Scaled Page\tCtrl+Alt+S [disabled]",
         "&View/&Next Page\tCtrl+Alt+N [disabled]",
         "&View/Lines per update\t...",
@@ -186,6 +187,8 @@ TEST_F(MainFrame, TheMenuIsWhole)
         "&View/&Go To...\tCtrl+G [disabled]",
         "&View/Page In&formation...\tCtrl+I [disabled]",
         "&View/Re&load\tF5 [disabled]",
+        "&View/F&ull Screen\tF11",
+        "&View/Close O&verview\tCtrl+W [disabled]",
         "&Help/&About LUMENTA...",
     };
     EXPECT_EQ(DescribeMenu(*frame), want);
@@ -227,6 +230,35 @@ TEST_F(MainFrame, ItsPlaceIsKept)
         Start();
         EXPECT_EQ(frame->GetWindowPlacement().normal_position, whole) << bad;
     }
+}
+
+TEST_F(MainFrame, FillsTheScreenAndEndsByKeys)
+{
+    Start();
+    frame->MoveWindow({30, 40, 530, 440});
+    ASSERT_TRUE(PumpUntilIdle());
+    for (const char* const way_back : {"F11", "Escape"}) {
+        PressAccelerator(*frame, "F11");
+        EXPECT_TRUE(frame->IsFullScreen());
+        PressAccelerator(*frame, way_back);
+        EXPECT_FALSE(frame->IsFullScreen());
+    }
+    app->OpenDocumentFile(WritePage("page.tif", 900, 700));
+    for (const bool from_itself : {false, true}) {
+        EXPECT_TRUE(MenuHas("&View/Close O&verview\tCtrl+W [disabled]"));
+        PressAccelerator(*frame, "Ctrl+Alt+S");
+        ASSERT_NE(view->m_pScaleFrame, nullptr);
+        PressAccelerator(from_itself ? static_cast<CFrameWnd&>(*view->m_pScaleFrame) : *frame, "Ctrl+W");
+        EXPECT_EQ(view->m_pScaleFrame, nullptr);
+    }
+    PressAccelerator(*frame, "F11");
+    PressAccelerator(*frame, "Ctrl+Alt+S");
+    PressAccelerator(*view->m_pScaleFrame, "Ctrl+Q");
+    EXPECT_EQ(app->m_pMainWnd, nullptr);
+    Start();
+    EXPECT_EQ(app->GetProfileString("window", "MainFrame"), "30 40 530 440");
+    EXPECT_EQ(app->GetProfileInt("window", "Maximize MainFrame", -1), 0);
+    EXPECT_FALSE(frame->IsFullScreen());
 }
 
 // A view of the page elsewhere, whose user has picked a point.

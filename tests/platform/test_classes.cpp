@@ -10,7 +10,8 @@ constexpr MenuItem kItems[] = {
     {"&Frame\tCtrl+F", kForFrame}, {"&App", kForApp},           {"&Nobody", kForNobody},
     {"D&isabled", kDisabled},      {"&Checked", kChecked}};
 constexpr PopupMenu kMenus[] = {{"&All", kItems}};
-constexpr Accelerator kAccelerators[] = {{"Ctrl+F", kForFrame}, {"Ctrl+D", kDisabled}};
+constexpr Accelerator kAccelerators[] = {
+    {"Ctrl+F", kForFrame}, {"Ctrl+D", kDisabled}, {"Escape", kForFrame, true}};
 constexpr StringResource kStrings[] = {{AFX_IDS_APP_TITLE, "TEST"}, {kPaneOn, "on"}, {kPaneOff, "off"}};
 constexpr const char* kKinds[] = {"pear", "Apple", "fig"};
 constexpr DialogItem kDialogItems[] = {

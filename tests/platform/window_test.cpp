@@ -59,6 +59,48 @@ TEST_F(WindowTest, ThePlaceFollowsTheFrame)
     EXPECT_EQ(place.Height() - 400, view->GetClientRect().bottom - client.bottom);
 }
 
+TEST_F(WindowTest, AFrameFillsTheScreenAndComesBackAsItWas)
+{
+    const CRect place{30, 40, 530, 440};
+    frame->MoveWindow(place);
+    Settle();
+    CDC screen;
+    screen.CreateDisplayInformation();
+    const int screen_width = screen.GetDeviceCaps(HORZRES);
+    for (const bool maximized : {false, true}) {
+        SCOPED_TRACE(maximized);
+        if (maximized)
+            frame->ShowWindow(SW_SHOWMAXIMIZED);
+        ASSERT_TRUE(PumpUntil([&] { return frame->IsZoomed() == maximized; }));
+        const auto expect_placement = [&] {
+            EXPECT_EQ(frame->GetWindowPlacement().show_command, maximized ? SW_SHOWMAXIMIZED : SW_SHOWNORMAL);
+            EXPECT_EQ(frame->GetWindowPlacement().normal_position, place);
+        };
+        const auto inside = [&] { return screen.GetDeviceCaps(VERTRES) - frame->GetClientRect().Height(); };
+        Settle();
+        PressAccelerator(*frame, "Escape");
+        EXPECT_EQ(g_recorder.Count("frame"), 0) << "a key of the full screen alone";
+        frame->ShowFullScreen(true);
+        EXPECT_TRUE(frame->IsFullScreen());
+        expect_placement();
+        ASSERT_TRUE(PumpUntil([&] { return frame->GetClientRect().Width() == screen_width; }));
+        const int bars = inside();
+        expect_placement();
+        PressAccelerator(*frame, "Escape");
+        PressAccelerator(*frame, "Ctrl+F");
+        EXPECT_EQ(g_recorder.Count("frame"), 2) << "the menu is away, its keys are not";
+        frame->ShowFullScreen(false);
+        EXPECT_FALSE(frame->IsFullScreen());
+        expect_placement();
+        ASSERT_TRUE(PumpUntil([&] { return frame->IsZoomed() == maximized && inside() > bars; }));
+        frame->ShowFullScreen(true); // and at once back
+        frame->ShowFullScreen(false);
+        ASSERT_TRUE(PumpUntil([&] { return frame->IsZoomed() == maximized; }));
+        expect_placement();
+        Settle();
+    }
+}
+
 TEST_F(WindowTest, CommandsGoToTheFirstOfViewDocumentFrameAndApplication)
 {
     struct {

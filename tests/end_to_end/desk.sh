@@ -1,0 +1,113 @@
+#!/usr/bin/env bash
+# What an operator's hands expect: a page whose file changes is reported and read again, the full screen and the way
+# back, the overview closed and the program ended by keys.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+
+# The text of the bar cannot be read here; its picture is another one with each text.
+status_bar() { import -window "$window" -crop "400x20+0+$((view_y + view_height + bar_room))" rgb:- | cksum; }
+other_status_bar() { [[ $(status_bar) != "$1" ]]; }
+same_status_bar() { [[ $(status_bar) == "$1" ]]; }
+
+full_screen() { xprop -id "$window" _NET_WM_STATE | grep -q FULLSCREEN; }
+no_full_screen() { ! full_screen; }
+overview_open() { visible 'Plate 7  .1/8.'; }
+
+# quit_by_key: the program ends well and has stored its settings.
+quit_by_key()
+{
+  local status=0
+  xdotool key ctrl+q
+  await "Ctrl+Q does not end the program" process_gone "$program_pid"
+  wait "$program_pid" || status=$?
+  equal "exit status" 0 "$status"
+  equal "standard error stream" "" "$(<"$scratch/program.err")"
+}
+
+for seed in 1 2 3; do
+  noise_page "$scratch/$seed.tif" 3001 4003 --seed "$seed"
+done
+cp "$scratch/1.tif" "$scratch/page.tif"
+mkdir -p "$(dirname "$settings_file")"
+printf '[window]\nMainFrame=100 80 900 760\n' >"$settings_file"
+open_page "$scratch/page.tif" "Plate 7"
+find_view "$scratch/page.tif"
+place=$(frame_of_window)
+xdotool mousemove 1200 900 key --delay 1 Right Right Right Next
+x=3 y=$((view_height - 1))
+await_page "$x" "$y" "the way to the place"
+
+# Rewritten, replaced, removed. Nothing but the message field changes until F5.
+quiet=$(status_bar)
+cat "$scratch/2.tif" >"$page"
+await "a rewritten page is not reported" other_status_bar "$quiet"
+changed=$(status_bar)
+xdotool key F5
+await_page "$x" "$y" "F5"
+await "the report stays" same_status_bar "$quiet"
+mv "$scratch/3.tif" "$page"
+await "a replaced page is not reported" same_status_bar "$changed"
+xdotool key F5
+await_page "$x" "$y" "F5 after a replacement"
+mv "$page" "$scratch/aside.tif"
+await "a page that is gone is not reported" other_status_bar "$quiet"
+want "it reads the same as a changed one" other_status_bar "$changed"
+mv "$scratch/aside.tif" "$page"
+await "a page that is back is still reported" same_status_bar "$quiet"
+
+# The full screen has no menu; the keys work as before. Both ways back show the same part of the page.
+normal=("$view_x" "$view_y" "$view_width" "$view_height")
+for way_back in F11 Escape; do
+  xdotool key F11
+  await "F11 does not fill the screen" full_screen
+  await "not the whole screen" frame_is "0 0 1280 960"
+  xdotool key --delay 1 ctrl+Home Home
+  find_view "$page"
+  equal "the menu stays" 0 "$view_y"
+  xdotool key --delay 1 Down ctrl+Right
+  await_page $((view_width - 1)) 1 "keys in the full screen"
+  x=$((view_width - 1)) y=1
+  xdotool key "$way_back"
+  await "$way_back does not lead back" no_full_screen
+  await "the place does not come back" frame_is "$place"
+  read -r view_x view_y view_width view_height <<<"${normal[*]}"
+  await_page "$x" "$y" "the way back"
+done
+
+# The overview is closed from itself and from the main window.
+for from in itself main; do
+  xdotool key ctrl+alt+s
+  await "no overview" overview_open
+  overview=$(overview_open)
+  [[ $from == itself ]] || xdotool windowactivate --sync "$window"
+  xdotool key ctrl+w
+  await "Ctrl+W does not close the overview" window_gone "$overview"
+  await "the page's window is not active" visible "Plate 7 - LUMENTA"
+done
+
+# The end out of the full screen stores the window as it was before.
+xdotool key F11
+await "F11 does not fill the screen" full_screen
+quit_by_key
+want "place not stored" setting "MainFrame=$place"
+want "state not stored" setting "Maximize%20MainFrame=0"
+
+open_page "$page" "Plate 7"
+await "the place does not come back" frame_is "$place"
+toggle_maximized
+await "not maximized" maximized
+xdotool key F11
+await "F11 does not fill the screen" full_screen
+xdotool key Escape
+await "Escape does not lead back" no_full_screen
+await "not maximized any more" maximized
+xdotool key F11
+await "F11 does not fill the screen" full_screen
+quit_by_key
+want "place not stored" setting "MainFrame=$place"
+want "state not stored" setting "Maximize%20MainFrame=1"
+open_page "$page" "Plate 7"
+await "not maximized again" maximized
+toggle_maximized
+await "the normal place does not come back" frame_is "$place"
+quit_by_key
