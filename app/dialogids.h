@@ -25,3 +25,6 @@ constexpr UINT kGoToDialog = 140;
 constexpr UINT kGoToUnitText = 141;
 constexpr UINT kGoToX = 142;
 constexpr UINT kGoToY = 143;
+
+constexpr UINT kKeysDialog = 150;
+constexpr UINT kKeysText = 151;

@@ -2,6 +2,7 @@
 
 #include "app/aboutdialog.h"
 #include "app/commandline.h"
+#include "app/keysdialog.h"
 #include "app/lumentadoc.h"
 #include "app/lumentavw.h"
 #include "app/mainfrm.h"
@@ -28,6 +29,7 @@ const MessageEntry CLumentaApp::entries[] = {
     OnCommand<ID_FILE_OPEN, &CLumentaApp::OnFileOpen>(),
     OnCommand<kOpenMultipleCommand, &CLumentaApp::OnOpenMultiple>(),
     OnCommand<ID_APP_ABOUT, &CLumentaApp::OnAppAbout>(),
+    OnCommand<kKeysCommand, &CLumentaApp::OnKeys>(),
     OnCommand<kNextPageCommand, &CLumentaApp::OnNextPage>(),
     OnCommand<kPreviousPageCommand, &CLumentaApp::OnPreviousPage>(),
     OnCommand<kClearListCommand, &CLumentaApp::OnClearList>(),
@@ -183,6 +185,11 @@ void CLumentaApp::OnOpenMultiple()
 void CLumentaApp::OnAppAbout()
 {
     CAboutDialog().DoModal();
+}
+
+void CLumentaApp::OnKeys()
+{
+    CKeysDialog().DoModal();
 }
 
 void CLumentaApp::OnUpdateNextPage(CCmdUI& ui)

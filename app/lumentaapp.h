@@ -23,6 +23,7 @@ public:
     void OnFileOpen();     // shows the chosen page; the next one of the list stays
     void OnOpenMultiple(); // joins the chosen pages to the list, and shows the next one
     void OnAppAbout();
+    void OnKeys(); // what keys and mouse buttons do
     void OnNextPage();
     void OnPreviousPage(); // the page of the list that was shown before this one
     void OnClearList();

@@ -42,6 +42,7 @@ constexpr MenuItem kViewMenu[] = {
 
 constexpr MenuItem kHelpMenu[] = {
     {"&About LUMENTA...", ID_APP_ABOUT},
+    {"&Keys...\tF1", kKeysCommand},
 };
 
 constexpr PopupMenu kMenus[] = {
@@ -64,6 +65,7 @@ constexpr Accelerator kAccelerators[] = {
     {"F11", kFullScreenCommand},
     {"Escape", kFullScreenCommand, true},
     {"Ctrl+W", kCloseOverviewCommand},
+    {"F1", kKeysCommand},
 };
 
 constexpr StringResource kStrings[] = {
@@ -99,6 +101,7 @@ constexpr StringResource kStrings[] = {
     {kReloadCommand, "Read the file of the page again and stay at the same place"},
     {kFullScreenCommand, "Let the page fill the whole screen"},
     {kCloseOverviewCommand, "Close the overview of the page"},
+    {kKeysCommand, "List what keys and mouse buttons do"},
 };
 
 constexpr CursorResource kCursors[] = {
@@ -141,6 +144,12 @@ constexpr DialogItem kInformationItems[] = {
     {.kind = DialogItemKind::defaultButton, .id = IDCANCEL, .text = "Close"},
 };
 
+constexpr DialogItem kKeysItems[] = {
+    {.kind = DialogItemKind::label, .text = "&Keys and mouse actions:"},
+    {.kind = DialogItemKind::text, .id = kKeysText},
+    {.kind = DialogItemKind::defaultButton, .id = IDCANCEL, .text = "Close"},
+};
+
 constexpr DialogItem kGoToItems[] = {
     {.kind = DialogItemKind::label, .id = kGoToUnitText},
     {.kind = DialogItemKind::label, .text = "&X, from the left edge:"},
@@ -157,6 +166,7 @@ constexpr DialogTemplate kDialogs[] = {
     {kLinesPerUpdateDialog, "Lines per update", kLinesPerUpdateItems},
     {kInformationDialog, "Page Information", kInformationItems},
     {kGoToDialog, "Go To", kGoToItems},
+    {kKeysDialog, "Keys", kKeysItems},
 };
 
 // A sheet with lines of text and a screened picture.

@@ -28,6 +28,7 @@ constexpr UINT kPageInformationCommand = 32783;
 constexpr UINT kGoToCommand = 32784;
 constexpr UINT kReloadCommand = 32785;
 constexpr UINT kFullScreenCommand = 32786;
+constexpr UINT kKeysCommand = 32787;
 constexpr UINT kCloseOverviewCommand = 32788;
 
 // Sections of the settings.

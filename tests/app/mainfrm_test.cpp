@@ -190,6 +190,7 @@ TEST_F(MainFrame, TheMenuIsWhole)
         "&View/F&ull Screen\tF11",
         "&View/Close O&verview\tCtrl+W [disabled]",
         "&Help/&About LUMENTA...",
+        "&Help/&Keys...\tF1",
     };
     EXPECT_EQ(DescribeMenu(*frame), want);
 }

@@ -1,0 +1,61 @@
+#include "app/keysdialog.h"
+
+#include "app/dialogids.h"
+#include "app/resources.h"
+
+#include <algorithm>
+#include <string>
+
+namespace
+{
+// README.md has a row for each of them; a test compares the two.
+constexpr KeyAction kActions[] = {
+    {"Left, Right", "one pixel sideways; with Ctrl one window"},
+    {"Up, Down", "one pixel up or down; with Ctrl one window"},
+    {"Page Up, Page Down", "one window up or down"},
+    {"Home, End", "to the left or right edge; with Ctrl to the top or bottom"},
+    {"Escape", "ends the full screen, measuring, work that takes long, and the growth of the overview"},
+    {"left button, drag", "the page follows the pointer"},
+    {"right button, drag", "draws a line; the message field shows its length"},
+    {"right button, double click", "next page of the list"},
+    {"back and forward buttons", "previous and next page of the list"},
+    {"wheel", "48 screen pixels per notch; with Shift sideways"},
+    {"left button in the overview", "brings that place to the middle of the window"},
+    {"files dropped on a window", "the first opens, the others join the list of pages; local files only"},
+};
+
+// The name of a menu entry, without access mark and keys.
+std::string EntryName(const char* text)
+{
+    std::string name = text;
+    name.resize(std::min(name.find('\t'), name.size()));
+    std::erase(name, '&');
+    return name;
+}
+} // namespace
+
+const std::span<const KeyAction> kKeyActions = kActions;
+
+std::vector<NamedText> ListKeys()
+{
+    std::vector<NamedText> rows;
+    for (const PopupMenu& menu : kLumentaResources.menus)
+        for (const MenuItem& item : menu.items)
+            for (const Accelerator& accelerator : kLumentaResources.accelerators)
+                if (accelerator.command == item.command && !accelerator.full_screen_only)
+                    rows.push_back({accelerator.keys, CString{EntryName(item.text)}});
+    for (const KeyAction& action : kActions)
+        rows.push_back({action.keys, action.action});
+    return rows;
+}
+
+const CRuntimeClass CKeysDialog::classRecord{"CKeysDialog", &CDialog::classRecord, nullptr};
+
+CKeysDialog::CKeysDialog() : CDialog(kKeysDialog) {}
+
+bool CKeysDialog::OnInitDialog()
+{
+    CDialog::OnInitDialog();
+    SetDlgItemRows(kKeysText, ListKeys());
+    return true;
+}

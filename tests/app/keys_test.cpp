@@ -1,0 +1,104 @@
+// The list of keys, and the tables of README.md, which have to say the same.
+#include "app/dialogids.h"
+#include "app/keysdialog.h"
+#include "app/resources.h"
+#include "tests/app/window_fixture.h"
+
+#include <fstream>
+
+namespace
+{
+using Lines = std::vector<std::string>;
+
+// The rows of the tables under "Use", without heads.
+Lines TableRows()
+{
+    std::ifstream file(LUMENTA_README);
+    Lines rows;
+    bool inside = false;
+    std::string before;
+    for (std::string line; std::getline(file, line); before = line) {
+        if (line.starts_with('#'))
+            inside = line == "## Use";
+        if (!inside || !line.starts_with('|'))
+            continue;
+        if (line.starts_with("|---"))
+            rows.pop_back(); // the head of this table
+        else
+            rows.push_back(line);
+    }
+    return rows;
+}
+
+// How the rows of the menus and of the other actions begin. Dots in the place of the keys belong to the name.
+Lines WantedRows()
+{
+    Lines wanted;
+    for (const PopupMenu& menu : kLumentaResources.menus)
+        for (const MenuItem& item : menu.items) {
+            if (item.command == ID_SEPARATOR)
+                continue;
+            std::string row = std::string{"| "} + menu.text + " | " + item.text;
+            std::erase(row, '&');
+            const size_t tab = row.find('\t');
+            const std::string keys = tab == std::string::npos ? "" : row.substr(tab + 1);
+            row.resize(std::min(tab, row.size()));
+            wanted.push_back(keys.empty()    ? row + " | |"
+                             : keys == "..." ? row + " ... | |"
+                                             : row + " | " + keys + " |");
+        }
+    for (const KeyAction& action : kKeyActions)
+        wanted.push_back(std::string{"| "} + action.keys + " | " + action.action + " |");
+    return wanted;
+}
+
+TEST(Keys, AreThoseOfTheReadme)
+{
+    const Lines rows = TableRows();
+    const Lines wanted = WantedRows();
+    for (const std::string& row : wanted)
+        EXPECT_TRUE(std::any_of(rows.begin(), rows.end(), [&](const auto& r) { return r.starts_with(row); }))
+            << "README.md, \"Use\", has no row that begins with: " << row;
+    for (const std::string& row : rows)
+        EXPECT_TRUE(
+            std::any_of(wanted.begin(), wanted.end(), [&](const auto& w) { return row.starts_with(w); }))
+            << "neither a menu nor kKeyActions has what README.md says: " << row;
+}
+
+TEST(Keys, OfTheMenusAreAccelerators)
+{
+    for (const PopupMenu& menu : kLumentaResources.menus)
+        for (const MenuItem& item : menu.items) {
+            const std::string text = item.text;
+            const size_t tab = text.find('\t');
+            if (tab == std::string::npos || text.substr(tab + 1) == "...")
+                continue;
+            EXPECT_TRUE(std::any_of(kLumentaResources.accelerators.begin(),
+                                    kLumentaResources.accelerators.end(),
+                                    [&](const Accelerator& a) {
+                                        return a.command == item.command && text.substr(tab + 1) == a.keys;
+                                    }))
+                << text;
+        }
+}
+
+class KeysDialog : public WindowTest
+{
+protected:
+    ~KeysDialog() override { SetDialogHook({}); }
+};
+
+TEST_F(KeysDialog, ShowsByF1)
+{
+    Start();
+    std::string text;
+    SetDialogHook([&](CDialog& dialog) {
+        text = dialog.GetDlgItemText(kKeysText).c_str();
+        dialog.EndDialog(IDCANCEL);
+    });
+    PressAccelerator(*frame, "F1");
+    for (const char* const line :
+         {"F1\tKeys...", "Ctrl+Q\tExit", "Ctrl+Alt+P\tPrevious Page", "wheel\t48 screen pixels"})
+        EXPECT_NE(text.find(line), std::string::npos) << line << "\n" << text;
+}
+} // namespace
