@@ -4,11 +4,6 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
-# The text of the bar cannot be read here; its picture is another one with each text.
-status_bar() { import -window "$window" -crop "400x20+0+$((view_y + view_height + bar_room))" rgb:- | cksum; }
-other_status_bar() { [[ $(status_bar) != "$1" ]]; }
-same_status_bar() { [[ $(status_bar) == "$1" ]]; }
-
 full_screen() { xprop -id "$window" _NET_WM_STATE | grep -q FULLSCREEN; }
 no_full_screen() { ! full_screen; }
 overview_open() { visible 'Plate 7  .1/8.'; }

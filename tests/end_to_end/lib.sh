@@ -149,6 +149,13 @@ toggle_maximized()
   xdotool mousemove $(((left + right) / 2)) $((top + 8)) click --repeat 2 --delay 30 1
 }
 
+# The text of the status bar cannot be read here; its picture is another one with each text. $bar_width
+# tells how much of it to take; the message field stands first.
+bar_width=400
+status_bar() { import -window "$window" -crop "${bar_width}x20+0+$((view_y + view_height + bar_room))" rgb:- | cksum; }
+other_status_bar() { [[ $(status_bar) != "$1" ]]; }
+same_status_bar() { [[ $(status_bar) == "$1" ]]; }
+
 # --- The page -------------------------------------------------------------------------------------------------
 
 # noise_page FILE WIDTH HEIGHT [OPTION...]: a page that looks the same nowhere; its name is "Plate 7".

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # A night at the press: twenty pages of all kinds, chosen by keys and gone through one at a time; which of them are
-# still new, also after a rewrite, for a page that cannot be marked, and in the next run. Then settings as no run
-# leaves them, and a file with a name that no path holds.
+# still new, also after a rewrite, for a page that cannot be marked, and in the next run. Then four separations at one
+# place, forward and back. Then settings as no run leaves them, and a file with a name that no path holds.
 set -euo pipefail
 # Marks are extended attributes of users, which a tmpfs has since Linux 6.6 only.
 [[ $(stat -f -c %T "${TMPDIR:-/tmp}") != tmpfs ]] || export TMPDIR=$PWD
@@ -171,6 +171,108 @@ window_named ".*LUMENTA"
 open_multiple
 take End
 window_named "Cut off - LUMENTA"
+quit_program
+
+# --- Separations ----------------------------------------------------------------------------------------------
+
+# shows_separation NUMBER X Y WHAT: the page of that number is open and shows that place, every pixel of it, and the
+# message field says which page of how many it is. The first time its picture is new; later it is the same again.
+declare -A field_of=()
+shows_separation()
+{
+  page=$scratch/layer-$1.tif
+  await_page "$2" "$3" "$4"
+  window_named "Layer $1 - LUMENTA"
+  if [[ -z ${field_of[$1]:-} ]]; then
+    await "$4: no number of the page in the message field" new_field
+    field_of[$1]=$(status_bar)
+  else
+    await "$4: another number of the page" same_status_bar "${field_of[$1]}"
+  fi
+}
+new_field()
+{
+  local now field
+  now=$(status_bar)
+  for field in "$quiet" "${field_of[@]}"; do
+    [[ $now != "$field" ]] || return 1
+  done
+}
+
+separations=$scratch/separations
+mkdir "$separations"
+for number in {1..4}; do
+  noise_page "$scratch/layer-$number.tif" 1603 1201 --seed "$number"
+  "$makepage" --draw noise --width 1603 --height 1201 --seed "$number" --name "Layer $number" \
+    "$separations/$number.tif"
+done
+"$makepage" --draw noise --width 1603 --height 1201 --name "Layer 5" "$separations/5.tif"
+give "$separations"
+new_settings <<EOT
+[window]
+MainFrame=100 80 1100 760
+[Defaults]
+Page%20Directory=$separations/
+Page%20Filter=*.tif
+EOT
+
+# The pointer is where it leaves no read-out in the message field.
+xdotool mousemove 1200 900
+start_program "$separations/1.tif"
+window_named "Layer 1 - LUMENTA"
+find_view "$scratch/layer-1.tif"
+# The message field is up to date as soon as the position beside it is.
+bar_width=900
+before=$(status_bar)
+xdotool key Right
+await "the position does not change" other_status_bar "$before"
+bar_width=400
+quiet=$(status_bar)
+open_multiple
+take ctrl+a
+shows_separation 1 0 0 "Open Multiple"
+xdotool key --delay 1 Right Right Right Next
+x=3 y=$((view_height - 1))
+await_page "$x" "$y" "the way to the place"
+xdotool key ctrl+alt+n
+shows_separation 2 0 0 "Next Page without Keep Place"
+choose alt+v k
+await "Keep Place not stored" setting "Keep%20Place=1"
+xdotool key --delay 1 Right Right Right Next
+await_page "$x" "$y" "the way to the place"
+xdotool key ctrl+alt+n
+shows_separation 3 "$x" "$y" "Next Page"
+xdotool key ctrl+alt+n
+shows_separation 4 "$x" "$y" "Next Page again"
+xdotool key ctrl+alt+p
+shows_separation 3 "$x" "$y" "Previous Page"
+xdotool key ctrl+alt+p Down
+shows_separation 2 "$x" $((++y)) "Previous Page and a step"
+xdotool mousemove --window "$window" 200 200 click 8 mousemove 1200 900
+shows_separation 1 "$x" "$y" "the back button"
+xdotool key ctrl+alt+p Right
+shows_separation 1 $((++x)) "$y" "Previous Page before the first"
+xdotool mousemove --window "$window" 200 200 click 9 click 9 mousemove 1200 900
+shows_separation 3 "$x" "$y" "the forward button twice"
+
+# The fifth page is gone meanwhile: it leaves the list, which is one page shorter then.
+rm "$separations/5.tif"
+xdotool key ctrl+alt+n
+shows_separation 4 "$x" "$y" "Next Page before a page that is gone"
+xdotool key ctrl+alt+n
+dialog_named LUMENTA
+xdotool key Return
+await "the box stays" window_gone "$dialog"
+window_named ".*LUMENTA"
+xdotool key ctrl+alt+p
+field_of=([5]=${field_of[4]})
+shows_separation 4 "$x" "$y" "Previous Page after a page that is gone"
+
+# Without a list no number shows, and Previous Page does nothing.
+choose alt+v c
+await "the number stays after Clear List" same_status_bar "$quiet"
+xdotool key ctrl+alt+p Right
+await_page $((++x)) "$y" "Previous Page without a list"
 quit_program
 
 # --- Settings -------------------------------------------------------------------------------------------------

@@ -73,14 +73,8 @@ await_page 48 81 "the way back"
 xdotool mousemove --window "$window" "$bar_x" $((view_y + view_height - 40)) click 1
 await_page 48 $((81 + page_y)) "the scroll bar"
 
-# The unit stands in the settings as soon as it is chosen, and in the status bar. The text of the bar cannot be
-# read here; its picture is another one with each unit.
-status_bar()
-{
-  import -window "$window" -crop "$((view_width + 1))x20+0+$((view_y + view_height + bar_room))" rgb:- | cksum
-}
-other_status_bar() { [[ $(status_bar) != "$1" ]]; }
-same_status_bar() { [[ $(status_bar) == "$1" ]]; }
+# The unit stands in the settings as soon as it is chosen, and in the status bar.
+bar_width=$((view_width + 1))
 xdotool mousemove --window "$window" $((view_width / 2)) $((view_height / 2)) key --delay 1 ctrl+Home Home
 await_page 0 0 "the way back"
 declare -A picture_of=()
