@@ -300,4 +300,30 @@ TEST(Scale, EndsTheProcessWithoutMemory)
         EXPECT_EXIT((g_mallocs_left = i, make_scale_engine(8, 200, 8, 0, nullptr)),
                     testing::ExitedWithCode(1), kWords[i]);
 }
+TEST(Scale, OnesOfARectangleAreThoseOfItsPixels)
+{
+    std::mt19937 random{3};
+    for (int round = 0; round < 2000; ++round) {
+        const int width = 1 + static_cast<int>(random() % (round % 2 ? 40 : 700));
+        const auto stride = static_cast<size_t>((width + 7) / 8);
+        const int height = static_cast<int>(random() % 4);
+        const size_t size = stride * static_cast<size_t>(height);
+        const std::unique_ptr<uint8_t[]> rows{new uint8_t[size]}; // of exactly this size
+        std::generate_n(rows.get(), size, [&] { return static_cast<uint8_t>(random()); });
+        const int first = static_cast<int>(random() % static_cast<unsigned>(width));
+        const int count = static_cast<int>(random() % static_cast<unsigned>(width - first + 1));
+        int64_t want = 0;
+        for (int y = 0; y < height; ++y)
+            for (int x = first; x < first + count; ++x)
+                want += rows[static_cast<size_t>(y) * stride + static_cast<size_t>(x / 8)] >> (7 - x % 8) & 1;
+        ASSERT_EQ(count_ones(rows.get(), static_cast<ptrdiff_t>(stride), height, first, count), want)
+            << width << " " << first << " " << count;
+        for (const scale_loops* road : Roads()) {
+            int64_t all = 0;
+            for (size_t i = 0; i < size; ++i)
+                all += __builtin_popcount(rows[i]);
+            ASSERT_EQ(road->count_bytes(rows.get(), static_cast<ptrdiff_t>(stride), height, stride), all);
+        }
+    }
+}
 } // namespace

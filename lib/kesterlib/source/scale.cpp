@@ -198,6 +198,33 @@ int32_t finish_scaling(scale_engine* engine, uint8_t* blank_row, scale_row_sink*
     return result;
 }
 
+int64_t count_ones(const uint8_t* rows, ptrdiff_t stride, int32_t height, int32_t first, int32_t count)
+{
+    if (height <= 0 || count <= 0)
+        return 0;
+    const int64_t end = int64_t{first} + count;
+    const auto first_byte = static_cast<ptrdiff_t>(first / 8);
+    const auto end_byte =
+        static_cast<ptrdiff_t>(end / 8); // the byte with the first pixel after the rectangle
+    const int first_mask = 0xFF >> first % 8;
+    const int end_mask = 0xFF00 >> end % 8 & 0xFF;
+    const auto ones_in_column = [=](ptrdiff_t byte, int mask) {
+        int64_t ones = 0;
+        for (int32_t row = 0; mask != 0 && row < height; ++row)
+            ones += __builtin_popcount(static_cast<unsigned>(rows[row * stride + byte] & mask));
+        return ones;
+    };
+    if (first_byte == end_byte)
+        return ones_in_column(first_byte, first_mask & end_mask);
+    // All bits of the bytes in between belong to the rectangle, and those of the first byte unless it is cut.
+    const ptrdiff_t whole = first_byte + (first % 8 != 0);
+    int64_t ones = fastest_scale_loops()->count_bytes(rows + whole, stride, height,
+                                                      static_cast<size_t>(end_byte - whole));
+    if (whole > first_byte)
+        ones += ones_in_column(first_byte, first_mask);
+    return ones + ones_in_column(end_byte, end_mask);
+}
+
 int32_t view_reduced(int32_t scale, int32_t width, int32_t height, int32_t invert, void* user_data,
                      uint8_t* row_buffer, scale_row_fetch* fetch, scale_row_sink* sink)
 {

@@ -10,6 +10,8 @@
 struct scale_loops {
     void (*add_row)(scale_engine* engine, const uint8_t* row);
     void (*finish_band)(scale_engine* engine); // counts to greys in bytes, and ready for the next band
+    // Of whole bytes in each row; 1 bits.
+    int64_t (*count_bytes)(const uint8_t* rows, ptrdiff_t stride, int32_t height, size_t bytes);
 };
 
 namespace kesterlib

@@ -190,10 +190,18 @@ inline void count_row(uint8_t* __restrict counts, const uint8_t* __restrict row,
 
 #else
 
+// Each byte's 1 bits, in its place.
+inline uint64_t ones_by_byte(uint64_t bytes)
+{
+    constexpr uint64_t kPairs = 0x5555555555555555, kFours = 0x3333333333333333, kHalves = 0x0F0F0F0F0F0F0F0F;
+    bytes -= bytes >> 1 & kPairs;
+    bytes = (bytes & kFours) + (bytes >> 2 & kFours);
+    return (bytes + (bytes >> 4)) & kHalves;
+}
+
 template <bool first>
 inline void count_row(uint8_t* __restrict counts, const uint8_t* __restrict row, size_t bytes)
 {
-    constexpr uint64_t kPairs = 0x5555555555555555, kFours = 0x3333333333333333, kHalves = 0x0F0F0F0F0F0F0F0F;
     constexpr size_t kBlock = 8 * kCacheLine; // long enough for the inner loop to become one of vectors
     const size_t done = bytes / 8 * 8;
     for (size_t begin = 0; begin < done; begin += kBlock) {
@@ -201,10 +209,7 @@ inline void count_row(uint8_t* __restrict counts, const uint8_t* __restrict row,
         for (size_t line = begin; line < end; line += kCacheLine)
             fetch_ahead(row + line);
         for (size_t i = begin; i < end; i += 8) {
-            auto ones = word_at<uint64_t>(row + i);
-            ones -= ones >> 1 & kPairs;
-            ones = (ones & kFours) + (ones >> 2 & kFours);
-            ones = (ones + (ones >> 4)) & kHalves;
+            uint64_t ones = ones_by_byte(word_at<uint64_t>(row + i));
             if constexpr (!first)
                 ones += word_at<uint64_t>(counts + i);
             memcpy(counts + i, &ones, sizeof ones);
@@ -214,6 +219,42 @@ inline void count_row(uint8_t* __restrict counts, const uint8_t* __restrict row,
 }
 
 #endif
+
+// ---- 1 bits of a rectangle ------------------------------------------------------------------------------
+
+inline uint64_t ones_in(uint64_t word)
+{
+#if defined(__AVX2__)
+    return static_cast<uint64_t>(__builtin_popcountll(word)); // an instruction here
+#else
+    return ones_by_byte(word) * 0x0101010101010101 >> 56;
+#endif
+}
+
+// The bytes after the last whole word of each row go as a word, in pieces of a fixed size.
+int64_t count_rectangle(const uint8_t* rows, ptrdiff_t stride, int32_t height, size_t bytes)
+{
+    uint64_t ones = 0;
+    for (int32_t y = 0; y < height; ++y) {
+        const uint8_t* const row = rows + y * stride;
+        size_t i = 0;
+        for (; i + 8 <= bytes; i += 8)
+            ones += ones_in(word_at<uint64_t>(row + i));
+        uint64_t rest = 0;
+        if (bytes & 4) {
+            rest = word_at<uint32_t>(row + i);
+            i += 4;
+        }
+        if (bytes & 2) {
+            rest = rest << 16 | word_at<uint16_t>(row + i);
+            i += 2;
+        }
+        if (bytes & 1)
+            rest = rest << 8 | row[i];
+        ones += ones_in(rest);
+    }
+    return static_cast<int64_t>(ones);
+}
 
 // ---- Cells: the counts of their bytes come together in shorts ------------------------------------------
 
@@ -399,5 +440,5 @@ void finish_band(scale_engine* engine)
 }
 } // namespace
 
-constinit const scale_loops KESTERLIB_SCALE_LOOPS{add_row, finish_band};
+constinit const scale_loops KESTERLIB_SCALE_LOOPS{add_row, finish_band, count_rectangle};
 } // namespace kesterlib

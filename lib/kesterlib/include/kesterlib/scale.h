@@ -9,6 +9,7 @@
 
 #include "kesterlib/export.h"
 
+#include <stddef.h>
 #include <stdint.h>
 
 KESTERLIB_BEGIN
@@ -85,6 +86,13 @@ KESTERLIB_API int32_t finish_scaling(scale_engine* engine, uint8_t* blank_row, s
 KESTERLIB_API int32_t view_reduced(int32_t scale, int32_t width, int32_t height, int32_t invert,
                                    void* user_data, uint8_t* row_buffer, scale_row_fetch* fetch,
                                    scale_row_sink* sink);
+
+/* Returns the number of 1 bits in a rectangle of a 1-bit page: pixels `first` to first + count - 1 of a row,
+ * from 0 at the left, in `height` rows that start `stride` bytes apart. `stride` may be negative. Only the
+ * bytes that hold these pixels are read. 0 if `height` or `count` is not above 0; `first` must not be below
+ * 0, and the rectangle may end after INT32_MAX. */
+KESTERLIB_API int64_t count_ones(const uint8_t* rows, ptrdiff_t stride, int32_t height, int32_t first,
+                                 int32_t count);
 
 KESTERLIB_END
 
