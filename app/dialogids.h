@@ -20,6 +20,10 @@ constexpr UINT kLinesControl = 110;
 
 constexpr UINT kInformationDialog = 120;
 constexpr UINT kPageText = 121;
+constexpr UINT kCheckButton = 122;
+constexpr UINT kCheckProgress = 123;
+constexpr UINT kCheckText = 124;
+constexpr UINT kCheckBars = 125;
 
 constexpr UINT kGoToDialog = 140;
 constexpr UINT kGoToUnitText = 141;

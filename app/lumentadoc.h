@@ -74,6 +74,10 @@ public:
     // first + count <= m_nDepth. A row that cannot be read is reported once for the page; it and all behind
     // it are zero then, and the result is still true.
     bool GetRows(int32_t first, int32_t count);
+    // The store's rows count as memory of this process again only after they are read. Harmless on a heap
+    // store.
+    void ReleaseRowPages();
+    uint64_t GetPageSerial() const { return m_nPageSerial; } // another one after a page was closed
     uint8_t* RowAddress(int32_t row) const { return m_pRows + (int64_t{row} - m_nWindowFirst) * m_nRowBytes; }
 
     bool m_bReadError = false; // a row of this page could not be read; none is read any more
@@ -120,7 +124,6 @@ private:
     bool ReportRow(int32_t row);
     bool FillMapping(int32_t stop);
     void ZeroRows(int32_t first, int32_t stop);
-    void ReleaseRowPages();
 
     void DrawBilevel(CDC* dc, const CRect& rect);
     void DrawGrey(CDC* dc, const CRect& rect);

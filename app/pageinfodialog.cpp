@@ -3,16 +3,24 @@
 #include "app/dialogids.h"
 #include "app/lumentadoc.h"
 #include "app/units.h"
+#include "platform/app.h"
 
 #include <cinttypes>
+#include <new>
 
 namespace
 {
 constexpr size_t kPathEndBytes = 480; // of a longer path, its beginning and its end
+constexpr int kZonesInARow = 8;
+constexpr std::chrono::milliseconds kProgressTime{100}; // between two updates of the progress bar
 } // namespace
 
 const CRuntimeClass CPageInformationDialog::classRecord{"CPageInformationDialog", &CDialog::classRecord,
                                                         nullptr};
+const MessageEntry CPageInformationDialog::entries[] = {
+    OnControl<BN_CLICKED, kCheckButton, &CPageInformationDialog::OnCheck>(),
+};
+const MessageMap CPageInformationDialog::messages{&CDialog::messages, entries};
 
 Description DescribePage(const CLumentaDoc& document, int units)
 {
@@ -36,6 +44,30 @@ Description DescribePage(const CLumentaDoc& document, int units)
     return rows;
 }
 
+Description DescribeCheck(const PageCheck& check, int32_t rows)
+{
+    Description text;
+    text.Format("Good rows", "%d of %d", check.GoodRows(), rows);
+    if (check.HasBadRow())
+        text.Format("First bad row", "%d", check.GoodRows());
+    if (!check.HasInk())
+        return text;
+    text.Format("Ink coverage", "%.2f %%", check.Ink().PagePerCent());
+    for (int first = 0; first < kInkZones; first += kZonesInARow) {
+        CString name;
+        name.Format("Zones %d to %d", first + 1, first + kZonesInARow);
+        CString shares;
+        for (int zone = first; zone < first + kZonesInARow; ++zone) {
+            CString share;
+            share.Format(zone == first ? "%.1f" : "  %.1f", check.Ink().ZonePerCent(zone));
+            shares += share;
+        }
+        shares += " %";
+        text.Add(name.c_str(), shares.View());
+    }
+    return text;
+}
+
 CPageInformationDialog::CPageInformationDialog(CLumentaDoc* document, int units)
     : CDialog(kInformationDialog), m_document(document), m_nUnits(units)
 {
@@ -46,4 +78,56 @@ bool CPageInformationDialog::OnInitDialog()
     CDialog::OnInitDialog();
     SetDlgItemRows(kPageText, DescribePage(*m_document, m_nUnits).Rows());
     return true;
+}
+
+void CPageInformationDialog::OnCheck()
+{
+    if (m_check)
+        return;
+    m_check.emplace(m_document);
+    m_progress_shown = {};
+    SetDlgItemRows(kCheckText, {});
+    SetDlgItemBars(kCheckBars, {});
+    StartWork();
+}
+
+bool CPageInformationDialog::OnWork()
+{
+    PageCheck::Result result = PageCheck::Result::done;
+    try {
+        result = m_check->Step();
+    } catch (const std::bad_alloc&) {
+        m_check.reset();
+        AfxMessageBox("Insufficient memory to check page");
+        return false;
+    }
+    if (result == PageCheck::Result::pageClosed) {
+        EndDialog(IDCANCEL); // what it shows is gone
+        return false;
+    }
+    const auto now = std::chrono::steady_clock::now();
+    if (result == PageCheck::Result::done) {
+        ShowCheck();
+        m_check.reset();
+    } else if (now - m_progress_shown >= kProgressTime) {
+        SetDlgItemProgress(kCheckProgress, m_check->Progress());
+        m_progress_shown = now;
+    }
+    return result == PageCheck::Result::goesOn;
+}
+
+void CPageInformationDialog::ShowCheck()
+{
+    SetDlgItemProgress(kCheckProgress, 100);
+    SetDlgItemRows(kCheckText, DescribeCheck(*m_check, m_document->m_nDepth).Rows());
+    if (!m_check->HasInk())
+        return;
+    std::vector<ChartBar> bars(kInkZones);
+    for (int zone = 0; zone < kInkZones; ++zone) {
+        const double per_cent = m_check->Ink().ZonePerCent(zone);
+        ChartBar& bar = bars[static_cast<size_t>(zone)];
+        bar.share = per_cent / 100;
+        bar.text.Format("Zone %d: %.1f %%", zone + 1, per_cent);
+    }
+    SetDlgItemBars(kCheckBars, std::move(bars));
 }

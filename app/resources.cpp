@@ -141,6 +141,11 @@ constexpr DialogItem kLinesPerUpdateItems[] = {
 constexpr DialogItem kInformationItems[] = {
     {.kind = DialogItemKind::label, .text = "&Page:"},
     {.kind = DialogItemKind::text, .id = kPageText},
+    {.kind = DialogItemKind::progress, .id = kCheckProgress, .text = "Progress of the check"},
+    {.kind = DialogItemKind::label, .text = "&Result of the check:"},
+    {.kind = DialogItemKind::text, .id = kCheckText, .lines = 7},
+    {.kind = DialogItemKind::bars, .id = kCheckBars, .text = "Ink coverage across the page"},
+    {.kind = DialogItemKind::button, .id = kCheckButton, .text = "&Check"},
     {.kind = DialogItemKind::defaultButton, .id = IDCANCEL, .text = "Close"},
 };
 

@@ -1,11 +1,13 @@
 // Page information: what the dialog says of pages of every kind.
 #include "app/dialogids.h"
+#include "app/pagecheck.h"
 #include "app/pageinfodialog.h"
 #include "tests/app/window_fixture.h"
 #include "tools/pagefile.h"
 
 #include <filesystem>
 #include <map>
+#include <random>
 #include <tiffio.h>
 
 namespace
@@ -35,15 +37,59 @@ protected:
     std::map<std::string, std::string> Rows()
     {
         std::map<std::string, std::string> rows;
-        Show([&](CDialog& dialog) {
-            std::istringstream text(dialog.GetDlgItemText(kPageText).c_str());
-            for (std::string line; std::getline(text, line);) {
-                const size_t tab = line.find('\t');
-                ASSERT_NE(tab, std::string::npos) << line;
+        Show([&](CDialog& dialog) { rows = RowsOf(dialog, kPageText); });
+        return rows;
+    }
+    static std::map<std::string, std::string> RowsOf(CDialog& dialog, UINT id)
+    {
+        std::map<std::string, std::string> rows;
+        std::istringstream text(dialog.GetDlgItemText(id).c_str());
+        for (std::string line; std::getline(text, line);) {
+            const size_t tab = line.find('\t');
+            if (tab == std::string::npos)
+                ADD_FAILURE() << line;
+            else
                 EXPECT_TRUE(rows.emplace(line.substr(0, tab), line.substr(tab + 1)).second) << line;
-            }
+        }
+        return rows;
+    }
+    // What Check shows in the end.
+    std::map<std::string, std::string> Check()
+    {
+        std::map<std::string, std::string> rows;
+        Show([&](CDialog& dialog) {
+            PressDialogKeys(dialog, {"Alt+C"});
+            EXPECT_TRUE(PumpUntil([&] { return !dialog.GetDlgItemText(kCheckText).IsEmpty(); }));
+            rows = RowsOf(dialog, kCheckText);
         });
         return rows;
+    }
+    // A page that tells its rows, in a temporary file or on a heap of some rows.
+    FakeImage* PutFake(int32_t width, int32_t height, int32_t fail_at, int32_t heap_rows = 0)
+    {
+        if (!app)
+            Start();
+        auto fake = std::make_unique<FakeImage>(width, height);
+        fake->fail_at = fail_at;
+        if (heap_rows > 0)
+            return PutPageOnHeap(*document, std::move(fake), heap_rows);
+        FakeImage* const image = PutPage(*document, std::move(fake));
+        EXPECT_TRUE(document->CreateRowMapping(height));
+        return image;
+    }
+    static std::string FakeCoverage(int32_t width, int32_t rows)
+    {
+        int64_t ones = 0;
+        for (int32_t y = 0; y < rows; ++y)
+            for (int32_t x = 0; x < width; ++x)
+                ones += FakeImage::IsOne(x, y);
+        return Coverage(ones, int64_t{width} * rows);
+    }
+    static std::string Coverage(int64_t part, int64_t whole)
+    {
+        CString text;
+        text.Format("%.2f %%", 100.0 * static_cast<double>(part) / static_cast<double>(whole));
+        return text.c_str();
     }
     std::string PageFile(pages::Raster raster, const FAXHeader& header, int width = 600, int height = 400)
     {
@@ -225,5 +271,175 @@ TEST_F(PageInformation, NeedsAPageAndIsUsedByKeys)
         EXPECT_EQ(shown, 1);
         EXPECT_FALSE(is_open) << key;
     }
+}
+
+TEST(PageInk, ZonesPartThePage)
+{
+    const struct {
+        int32_t width;
+        int zone;
+        int32_t start;
+    } cases[] = {{1, 0, 0},
+                 {1, 31, 0},
+                 {1, 32, 1},
+                 {31, 1, 0},
+                 {31, 2, 1},
+                 {32, 31, 31},
+                 {100, 1, 3},
+                 {100, 31, 96},
+                 {INT32_MAX, 32, INT32_MAX},
+                 {INT32_MAX, 1, 67108863}};
+    for (const auto& c : cases)
+        EXPECT_EQ(ZoneStart(c.width, c.zone), c.start) << c.width << " " << c.zone;
+    EXPECT_EQ(PerCent(0, 0), 0);
+    EXPECT_EQ(PerCent(1, 4), 25);
+    EXPECT_EQ(PerCent(uint64_t{1} << 63, uint64_t{1} << 63), 100);
+}
+
+// All padding bits are random too.
+TEST(PageInk, IsTheCountOfTheSamples)
+{
+    std::mt19937 random{7};
+    for (const int32_t width : {1, 5, 31, 32, 33, 77, 256, 1001})
+        for (const int32_t bits : {1, 8})
+            for (const int32_t min_is_black : {0, 1}) {
+                SCOPED_TRACE(testing::Message() << width << " " << bits << " " << min_is_black);
+                constexpr int32_t kRows = 9;
+                const int32_t stride = (width * bits + 31) / 32 * 4;
+                std::vector<uint8_t> rows(static_cast<size_t>(stride) * kRows);
+                std::generate(rows.begin(), rows.end(), [&] { return static_cast<uint8_t>(random()); });
+                InkCount ink(width, bits, min_is_black);
+                ink.Add(rows.data(), stride, 4);
+                ink.Add(rows.data() + 4 * stride, stride, kRows - 4);
+                EXPECT_EQ(ink.Rows(), kRows);
+                const auto per_cent = [&](int32_t first, int32_t end) {
+                    double sum = 0;
+                    for (int32_t y = 0; y < kRows; ++y)
+                        for (int32_t x = first; x < end; ++x) {
+                            const auto at = static_cast<size_t>(y * stride + (bits == 1 ? x / 8 : x));
+                            const double dark = bits == 1 ? rows[at] >> (7 - x % 8) & 1 : rows[at] / 255.0;
+                            sum += min_is_black ? 1 - dark : dark;
+                        }
+                    return first == end ? 0 : 100 * sum / (kRows * (end - first));
+                };
+                EXPECT_NEAR(ink.PagePerCent(), per_cent(0, width), 1e-9);
+                for (int zone = 0; zone < kInkZones; ++zone)
+                    EXPECT_NEAR(ink.ZonePerCent(zone),
+                                per_cent(width * zone / kInkZones, width * (zone + 1) / kInkZones), 1e-9)
+                        << zone;
+            }
+}
+
+TEST_F(PageInformation, CheckCountsTheInkOfPagesOfEveryPolarity)
+{
+    pages::TiffOptions black_is_0;
+    black_is_0.photometric = pages::Photometric::MinIsBlack;
+    const pages::Bitmap bits = pages::draw_page({pages::Draw::Noise, 600, 400, 300, 300, 1});
+    ASSERT_EQ(pages::write_tiff(scratch.File("black.tif"), bits, black_is_0), "");
+    const pages::GreyMap grey{50, 40};
+    ASSERT_EQ(pages::write_tiff(scratch.File("grey.tif"), grey, black_is_0), "");
+    for (const std::string& path :
+         {WritePage("page.tif", 600, 400), PageFile(pages::Raster::Squeeze, FullHeader()),
+          scratch.File("black.tif"), scratch.File("grey.tif")}) {
+        SCOPED_TRACE(path);
+        Open(path);
+        std::map<std::string, std::string> rows = Check();
+        ASSERT_EQ(document->m_nLastRow, document->m_nDepth - 1);
+        // What the page view paints black, pixel by pixel from the store.
+        const bool bilevel = document->m_pImage->BitsPerPixel == 1;
+        int64_t ink = 0;
+        for (int32_t y = 0; y < document->m_nDepth; ++y)
+            for (int32_t x = 0; x < document->m_nWidth; ++x) {
+                const uint8_t* const row = document->RowAddress(y);
+                const int sample = bilevel ? (row[x / 8] >> (7 - x % 8) & 1) * 255 : row[x];
+                ink += document->m_pImage->MinIsBlack ? 255 - sample : sample;
+            }
+        const int64_t all = int64_t{255} * document->m_nWidth * document->m_nDepth;
+        EXPECT_EQ(rows["Ink coverage"], Coverage(ink, all));
+        const std::string depth = std::to_string(document->m_nDepth);
+        EXPECT_EQ(rows["Good rows"], depth + " of " + depth);
+        EXPECT_EQ(rows.count("First bad row"), 0U);
+        EXPECT_EQ(rows.size(), 6U);
+    }
+    EXPECT_EQ(document->m_pImage->MinIsBlack, 1);
+}
+
+TEST_F(PageInformation, CheckOfADamagedPageNamesTheRowOfTheBox)
+{
+    const struct {
+        const char* name;
+        int32_t heap_rows, fail_at;
+        int32_t painted; // the row that is fetched before, -1: none
+        int32_t counted; // rows in the coverage
+    } cases[] = {{"good", 0, -1, -1, 5000},
+                 {"good, on a heap that moves", 100, -1, 3000, 5000},
+                 {"in the temporary file", 0, 4321, -1, 4321},
+                 {"known before", 0, 4321, 4900, 4321},
+                 {"the first row", 0, 0, -1, 0},
+                 {"on a heap that moves", 100, 4321, -1, 4321},
+                 {"known before on the heap, which has not moved", 100, 50, 99, 50},
+                 {"known before, and the good rows are gone", 100, 4321, 4900, 0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        FakeImage* const image = PutFake(777, 5000, c.fail_at, c.heap_rows);
+        if (c.painted >= 0) {
+            ASSERT_TRUE(document->GetRows(c.painted, 1));
+        }
+        const int64_t reads = image->reads;
+        const int32_t window = document->m_nWindowFirst;
+        std::map<std::string, std::string> rows = Check();
+        const Texts told = boxes.Take();
+        const std::string row = std::to_string(c.fail_at);
+        if (c.fail_at < 0) {
+            EXPECT_EQ(told, Texts{});
+            EXPECT_EQ(rows["Good rows"], "5000 of 5000");
+        } else {
+            EXPECT_EQ(told, Texts{"error at line " + row + ": decoder lost"});
+            EXPECT_EQ(rows["Good rows"], row + " of 5000");
+        }
+        EXPECT_EQ(rows["First bad row"], c.fail_at < 0 ? "" : row);
+        EXPECT_EQ(rows["Ink coverage"], c.counted == 0 ? "" : FakeCoverage(777, c.counted));
+        if (c.fail_at >= 0 && c.painted >= 0) {
+            EXPECT_EQ(image->reads, reads) << "nothing is read after the damage";
+            EXPECT_EQ(document->m_nWindowFirst, window);
+        }
+        if (c.heap_rows == 0) { // nothing is decoded twice
+            const int64_t checked = image->reads;
+            ASSERT_TRUE(document->GetRows(0, 5000));
+            EXPECT_EQ(image->reads, checked);
+            Check();
+            EXPECT_EQ(image->reads, checked);
+            EXPECT_EQ(boxes.Take(), Texts{});
+        }
+    }
+}
+
+TEST_F(PageInformation, CheckEndsWithTheDialogAndWithThePage)
+{
+    for (const char* const key : {"Escape", "Return"}) {
+        FakeImage* const image = PutFake(20000, 100000, -1);
+        Show([&](CDialog& dialog) {
+            PressDialogKeys(dialog, {"Alt+C"});
+            EXPECT_TRUE(PumpUntil([&] { return image->reads > 0; }));
+            PressDialogKeys(dialog, {key});
+        });
+        const int64_t reads = image->reads;
+        EXPECT_LT(reads, 100000) << "it was at work";
+        ASSERT_TRUE(PumpUntilIdle());
+        EXPECT_EQ(image->reads, reads) << key;
+        EXPECT_FALSE(document->m_bReadError) << "the page is good";
+    }
+
+    // Closed while the box of the damage is open.
+    PutFake(777, 5000, 3000);
+    bool ended = false;
+    SetMessageBoxHook([&](const CString&) { document->DeleteContents(); });
+    Show([&](CDialog& dialog) {
+        PressDialogKeys(dialog, {"Alt+C"});
+        ended = PumpUntil([&] { return !dialog.IsWindow() || !dialog.IsWindowVisible(); });
+    });
+    EXPECT_TRUE(ended);
+    EXPECT_FALSE(document->HasPage());
+    SetMessageBoxHook({});
 }
 } // namespace
