@@ -14,7 +14,7 @@ constexpr KeyAction kActions[] = {
     {"Up, Down", "one pixel up or down; with Ctrl one window"},
     {"Page Up, Page Down", "one window up or down"},
     {"Home, End", "to the left or right edge; with Ctrl to the top or bottom"},
-    {"Escape", "ends the full screen, measuring, work that takes long, and the growth of the overview"},
+    {"Escape", "ends the full screen, measuring, long work, and the growth of the overview"},
     {"left button, drag", "the page follows the pointer"},
     {"right button, drag", "draws a line; the message field shows its length"},
     {"right button, double click", "next page of the list"},

@@ -12,6 +12,7 @@
 namespace
 {
 constexpr int kWidthChars = 64;
+constexpr int kMostWidthChars = 100; // wider rows are wrapped
 constexpr int kUsualLines = 16;
 constexpr int kChartLines = 5;
 constexpr int kColumnGapChars = 3;
@@ -32,15 +33,21 @@ void RowsText::SetRows(const std::vector<NamedText>& rows)
 {
     QString text;
     int widest = 0;
+    int widest_value = 0;
     for (const NamedText& row : rows) {
         const QString name = Showable(ToQString(row.name));
         widest = std::max(widest, fontMetrics().horizontalAdvance(name));
         if (!text.isEmpty())
             text += QLatin1Char('\n');
-        text += name + QLatin1Char('\t') + Showable(ToQString(row.value));
+        const QString value = Showable(ToQString(row.value));
+        widest_value = std::max(widest_value, fontMetrics().horizontalAdvance(value));
+        text += name + QLatin1Char('\t') + value;
     }
-    setTabStopDistance(widest + fontMetrics().averageCharWidth() * kColumnGapChars);
+    const int column = widest + fontMetrics().averageCharWidth() * kColumnGapChars;
+    setTabStopDistance(column);
     setPlainText(text);
+    m_rowWidth = column + widest_value;
+    updateGeometry();
 }
 
 QSize RowsText::sizeHint() const
@@ -48,7 +55,10 @@ QSize RowsText::sizeHint() const
     const QFontMetrics metrics = fontMetrics();
     const int lines = m_lines > 0 ? m_lines : kUsualLines;
     const int border = 2 * (frameWidth() + static_cast<int>(std::ceil(document()->documentMargin())));
-    return {metrics.averageCharWidth() * kWidthChars + border, metrics.lineSpacing() * lines + border};
+    const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+    const int char_width = metrics.averageCharWidth();
+    const int width = std::clamp(m_rowWidth + bar, char_width * kWidthChars, char_width * kMostWidthChars);
+    return {width + border, metrics.lineSpacing() * lines + border};
 }
 
 BarChart::BarChart(QWidget* parent) : QWidget(parent)

@@ -20,6 +20,7 @@ public:
 
 private:
     int m_lines;
+    int m_rowWidth = 0; // of the widest row, in pixels
 };
 
 class BarChart : public QWidget
