@@ -55,14 +55,13 @@ Description DescribeCheck(const PageCheck& check, int32_t rows)
     text.Format("Ink coverage", "%.2f %%", check.Ink().PagePerCent());
     for (int first = 0; first < kInkZones; first += kZonesInARow) {
         CString name;
-        name.Format("Zones %d to %d", first + 1, first + kZonesInARow);
+        name.Format("Zones %d to %d (%%)", first + 1, first + kZonesInARow);
         CString shares;
         for (int zone = first; zone < first + kZonesInARow; ++zone) {
             CString share;
-            share.Format(zone == first ? "%.1f" : "  %.1f", check.Ink().ZonePerCent(zone));
+            share.Format(zone == first ? "%.1f" : " %.1f", check.Ink().ZonePerCent(zone));
             shares += share;
         }
-        shares += " %";
         text.Add(name.c_str(), shares.View());
     }
     return text;
