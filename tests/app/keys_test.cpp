@@ -43,9 +43,10 @@ Lines WantedRows()
             const size_t tab = row.find('\t');
             const std::string keys = tab == std::string::npos ? "" : row.substr(tab + 1);
             row.resize(std::min(tab, row.size()));
-            wanted.push_back(keys.empty()    ? row + " | |"
-                             : keys == "..." ? row + " ... | |"
-                                             : row + " | " + keys + " |");
+            row += keys.empty() ? " | |" : keys == "..." ? " ... | |" : " | ";
+            if (!row.ends_with('|'))
+                row.append(keys).append(" |");
+            wanted.push_back(row);
         }
     for (const KeyAction& action : kKeyActions)
         wanted.push_back(std::string{"| "} + action.keys + " | " + action.action + " |");

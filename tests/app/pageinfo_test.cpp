@@ -96,7 +96,7 @@ protected:
         pages::PageFileOptions options;
         options.raster = raster;
         options.header = header;
-        const std::string path = scratch.File("page.fax");
+        std::string path = scratch.File("page.fax");
         EXPECT_EQ(pages::write_page_file(
                       path, pages::draw_page({pages::Draw::Noise, width, height, 300, 300, 1}), options),
                   "");
@@ -356,8 +356,9 @@ TEST_F(PageInformation, CheckCountsTheInkOfPagesOfEveryPolarity)
             }
         const int64_t all = int64_t{255} * document->m_nWidth * document->m_nDepth;
         EXPECT_EQ(rows["Ink coverage"], Coverage(ink, all));
-        const std::string depth = std::to_string(document->m_nDepth);
-        EXPECT_EQ(rows["Good rows"], depth + " of " + depth);
+        CString all_rows;
+        all_rows.Format("%d of %d", document->m_nDepth, document->m_nDepth);
+        EXPECT_EQ(rows["Good rows"], all_rows.c_str());
         EXPECT_EQ(rows.count("First bad row"), 0U);
         EXPECT_EQ(rows.size(), 6U);
     }
