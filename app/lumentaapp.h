@@ -17,8 +17,8 @@ public:
 
     bool InitInstance() override;
     int ExitInstance() override;
-    void
-    OnDroppedFiles(const std::vector<CString>& paths) override; // opens the first, the others join the list
+    // Opens the first page; the others join the list.
+    void OnDroppedFiles(const std::vector<CString>& paths) override;
 
     void OnFileOpen();     // shows the chosen page; the next one of the list stays
     void OnOpenMultiple(); // joins the chosen pages to the list, and shows the next one

@@ -10,8 +10,8 @@ class CPalette;
 // or a multiple of 8.
 int ChooseReduction(int size, int room);
 
-// The largest factor that the scale engine knows. A larger one is held to it: the
-// scaled window scrolls then, and a printer makes the picture smaller itself.
+// The largest factor that the scale engine supports. Larger factors are clamped to it: the scaled window then
+// scrolls, and printing makes the picture smaller itself.
 constexpr int kMaxReduction = 248;
 
 // The largest size in the proportions of page that fits into room. 0 in both where there is none.

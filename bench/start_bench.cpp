@@ -1,7 +1,9 @@
-// From the start of the program to the first pixels of the page on the screen, beside a bare window of Qt, in
-// turn; the large page with its file in the system's cache and out of it. Needs a display of its own: it is
-// covered with white, and looked at in the middle until that turns black. --rounds=N (21)
-// --peers: then the large page in feh and Geeqie, if they are installed.
+// Measures from the start of the program to the first pixels of the page on the screen, in turn with a bare
+// window of Qt. The file of the large page is in the system's cache, then out of it. Needs a display of its
+// own: the display is covered with white, and its middle is read until it turns black.
+//
+//   --rounds=N  number of rounds (21)
+//   --peers     afterwards, the large page in feh and Geeqie, if they are installed
 #include "bench/harness.h"
 #include "bench/support.h"
 

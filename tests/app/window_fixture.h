@@ -86,7 +86,7 @@ protected:
 
     bool IsOne(int x, int y) const { return (page.row(y)[x / 8] << x % 8 & 0x80) != 0; }
 
-    // The first differing pixel, or an empty text: one page pixel a device pixel, the
+    // Returns the first differing pixel, or an empty text. Expects one device pixel per page pixel, and the
     // background grey beyond the page.
     std::string ScreenDiffersFromPage()
     {

@@ -2,12 +2,10 @@
 // with a page file pixel by pixel, and reads the text that a user has marked. Exit status: 0 as wanted, 1 not
 // (a line on the standard error stream says where), 2 bad usage or nothing to look at.
 //
-//   grab view WINDOW PAGE                               the rectangle of the window that shows the page from
-//   its
-//                                                       top left corner, as "left top width height"
+//   grab view WINDOW PAGE                               prints the rectangle of the window that shows the page
+//                                                       from its top left corner: "left top width height"
 //   grab same WINDOW PAGE X Y LEFT TOP WIDTH HEIGHT     whether that rectangle of the window shows the page
-//   from
-//                                                       pixel X, Y on
+//                                                       from pixel X, Y on
 //   grab pbm PICTURE PAGE                               whether a raw portable bitmap is the page
 //   grab marked                                         the text that is marked in some window
 

@@ -12,8 +12,7 @@ constexpr int32_t kTableBCodesFrom = 3; // add codes since the last vertical one
 // their offsets in a row of kOffsets. With first set: an add code and its second run, both without an
 // extension. Else an add code with one.
 struct Probe {
-    uint8_t
-        length; // bits of all codes; of an add code with an extension, its own bits without the second run's
+    uint8_t length; // bits of all codes; for an add code with an extension, its bits without the second run
     uint8_t lanes;  // a bit for each vertical code, from the lowest on
     uint8_t first;  // runs of an add code; first 0 where it is long
     uint8_t second; // 0 where an extension follows the code, or follows the second run
