@@ -1,8 +1,7 @@
-/* The callback block: through one record of replaceable functions the library reads, writes, allocates,
- * reports and ends. A decoder or a header function is given a block and touches the world through nothing
- * else.
+/* The callback block: a record of replaceable functions, its slots. Decoders and header functions read,
+ * write, allocate, report and exit only through the block that they were given.
  *
- * A block and the library's few globals are used from one thread at a time. */
+ * Use a block and the library's few globals from one thread at a time. */
 #ifndef KESTERLIB_CALLBACK_H
 #define KESTERLIB_CALLBACK_H
 
@@ -18,21 +17,23 @@ KESTERLIB_BEGIN
 
 /* ---- The record -------------------------------------------------------------------------------------- */
 
-/* One tracked allocation. Texts are not copied: descriptions are literals. */
+/* One tracked allocation. The texts are not copied: pass literals as descriptions. */
 typedef struct memory_debug_record {
-    uint32_t size; /* bytes asked for */
-    const char* allocated_by;
-    const char* freed_by; /* null while the record is on allocated_list */
-    uint32_t tick;        /* of the allocation; on freed_list, of the release */
-    void* pointer;
+    uint32_t size;            /* bytes requested, at most UINT32_MAX */
+    const char* allocated_by; /* description passed to callback_allocate */
+    const char* freed_by;     /* description passed to callback_deallocate; null on allocated_list */
+    uint32_t tick;            /* the block's tick at the allocation; on freed_list, at the release */
+    void* pointer;            /* the allocated memory */
     struct memory_debug_record* next;
 } memory_debug_record;
 
-/* Slots have the signatures of their namesakes in the C library; fprintf and message those of vfprintf. */
+/* A slot has the signature of the C library function of the same name. fprintf and message have that of
+ * vfprintf. */
 typedef struct callback_block {
-    FILE* file;         /* stream of the data operations; null means none */
+    FILE* file;         /* stream of the data operations; null: none */
     FILE* message_file; /* stream of messages */
 
+    /* Data operations. */
     int (*fclose)(FILE* stream);
     size_t (*fread)(void* buffer, size_t size, size_t count, FILE* stream);
     size_t (*fwrite)(const void* buffer, size_t size, size_t count, FILE* stream);
@@ -48,18 +49,18 @@ typedef struct callback_block {
     int (*message_fflush)(FILE* stream);
     void* (*allocate)(size_t size, const char* description);
     void (*deallocate)(void* pointer, const char* description);
-    void (*exit)(int code); /* may return: the caller of a fatal report then goes on */
+    void (*exit)(int code); /* may return: the function that made a fatal report then continues */
 
-    int32_t debug_memory; /* allocation tracking: 0 off, above 0 reports, below 0 wrong frees are fatal */
-    memory_debug_record* allocated_list; /* live allocations, newest first */
-    memory_debug_record* freed_list;     /* released ones, newest first */
-    uint32_t tick;                       /* allocate and deallocate calls */
-    uint32_t allocation_count;
-    uint32_t deallocation_count;      /* without those of a null pointer */
-    uint32_t failed_allocation_count; /* of allocation_count: returned null, so there is nothing to release */
+    int32_t debug_memory; /* allocation tracking: 0 off; above 0 on; below 0 on, and wrong frees are fatal */
+    memory_debug_record* allocated_list; /* live allocations, newest first; owned by the block */
+    memory_debug_record* freed_list;     /* released allocations, newest first; owned by the block */
+    uint32_t tick;                       /* calls of callback_allocate and callback_deallocate so far */
+    uint32_t allocation_count;           /* calls of callback_allocate */
+    uint32_t deallocation_count;      /* calls of callback_deallocate without a null pointer, and cleanups */
+    uint32_t failed_allocation_count; /* part of allocation_count that returned null */
 } callback_block;
 
-/* Numbers of the slots, for set_callback_slot. Not the order of the fields. */
+/* Slot numbers for set_callback_slot. The fields of the record have another order. */
 enum {
     CALLBACK_FILE = 0,
     CALLBACK_MESSAGE_FILE = 1,
@@ -80,65 +81,89 @@ enum {
     CALLBACK_EXIT = 16
 };
 
-/* The value of any slot: a stream for CALLBACK_FILE and CALLBACK_MESSAGE_FILE, else a function, as in
- * (callback_slot_value)my_fread. A null stream is 0. */
+/* The value of any slot: a stream for CALLBACK_FILE and CALLBACK_MESSAGE_FILE, for the others a function,
+ * cast as in (callback_slot_value)my_fread. 0 is a null stream. */
 typedef uintptr_t callback_slot_value;
 
 /* ---- Blocks ------------------------------------------------------------------------------------------ */
 
-/* A block that can report (to stderr), allocate and exit; each data operation is a fatal report until a slot
- * is set. The caller disposes of it. */
+/* The two make functions return a new block, which the caller releases with dispose_callback_block. Without
+ * memory they make a fatal report through the block used last, and return null if its exit slot returns. */
+
+/* Returns a block that can report (to stderr), allocate and exit. Each data operation is a fatal report
+ * until its slot is set. */
 KESTERLIB_API callback_block* make_callback_block(void);
 
-/* The same with the C library's stream functions in the data slots and no stream. */
+/* Returns a block whose data slots are the C library's stream functions. Its stream is null. */
 KESTERLIB_API callback_block* make_unix_callback_block(void);
 
-/* The two fillings by themselves. The first also clears the tracking fields; the second leaves them and
- * `message` as they stand, so it is for a block that the first has filled. */
+/* Sets every field of the block as in make_callback_block, and so clears the tracking fields. */
 KESTERLIB_API void fill_void_callback_block(callback_block* block);
+
+/* Sets the streams and all slots but `message` as in make_unix_callback_block. `message` and the tracking
+ * fields are unchanged: use it for a block that fill_void_callback_block has filled. */
 KESTERLIB_API void fill_unix_callback_block(callback_block* block);
 
-/* An id outside 0 to 16 is a fatal report. */
+/* Sets one slot.
+ *
+ *   slot_id  0 to 16; any other number is a fatal report and sets nothing
+ *   block    the block to change
+ *   value    the stream or function */
 KESTERLIB_API void set_callback_slot(int slot_id, callback_block* block, callback_slot_value value);
 
-/* The data stream becomes standard input or output. */
+/* Set the data stream to standard input or standard output. */
 KESTERLIB_API void set_stdin_callback(callback_block* block);
 KESTERLIB_API void set_stdout_callback(callback_block* block);
 
-/* Reports and releases what was allocated through the block and is still there, then frees the block itself.
- * The stream stays open. Null is ignored. Where it was the default block, there is none afterwards. */
+/* Ends the tracking as debug_memory_cleanup does, then frees the block. The data stream stays open. Null is
+ * ignored. If the block was the default block, there is no default block afterwards. */
 KESTERLIB_API void dispose_callback_block(callback_block* block);
 
-KESTERLIB_API size_t callback_block_size(void); /* bytes of the record */
-KESTERLIB_API int callback_n_entries(void);     /* slots: 17 */
+/* Returns the size of the record in bytes. */
+KESTERLIB_API size_t callback_block_size(void);
 
-/* ---- The block of code that has none at hand --------------------------------------------------------- */
+/* Returns the number of slots, 17. */
+KESTERLIB_API int callback_n_entries(void);
 
-/* The default block; the first call makes one. */
+/* ---- The default block ------------------------------------------------------------------------------- */
+
+/* Returns the default block, for code that was given none. If there is none, makes one with
+ * make_unix_callback_block. */
 KESTERLIB_API callback_block* dfcb(void);
 
-/* The default block as it stands; may be null. */
+/* Returns the default block, or null if there is none. */
 KESTERLIB_API callback_block* get_default_callback_block(void);
 
-/* Makes the caller's block the default one. One that dfcb made before is not disposed of; a warning on the
- * new block's data stream says so, or a message where it has no stream. */
+/* Makes `block` the default block; null: none. The caller keeps the ownership. A block that dfcb has made
+ * is not disposed of: the function then writes a warning to the new block's data stream, or as a message if
+ * the new block has no stream. */
 KESTERLIB_API void set_default_callback_block(callback_block* block);
 
+/* Disposes of the default block, whoever made it. */
 KESTERLIB_API void dispose_default_callback_block(void);
 
-/* ---- What everybody calls ---------------------------------------------------------------------------- */
+/* ---- Calls through the slots ------------------------------------------------------------------------- */
 
-/* Each remembers its block for reports of a default slot, calls the slot, and returns what the slot returns
- * unless told otherwise. Data operations work on the block's stream. */
+/* Each function calls the block's slot of the same name and returns the slot's result, unless stated
+ * otherwise. Data operations work on the block's data stream. The function also marks the block as the one
+ * used last: the default slots make their reports through that block. */
 
-/* The stream becomes the block's. */
+/* Stores the opened stream, or null, as the block's data stream. */
 KESTERLIB_API FILE* callback_fopen(callback_block* block, const char* name, const char* mode);
 
-KESTERLIB_API int callback_fclose(callback_block* block); /* without a stream: 0, and nothing is called */
+/* Sets the data stream to null, then closes it. Without a stream, calls nothing and returns 0. */
+KESTERLIB_API int callback_fclose(callback_block* block);
+
 KESTERLIB_API size_t callback_fread(callback_block* block, size_t size, size_t count, void* buffer);
-KESTERLIB_API int callback_fgetc(callback_block* block); /* 0 to 255, or -1 where no byte came */
+
+/* Reads a byte through the fread slot. Returns 0 to 255, or -1 if no byte was read. */
+KESTERLIB_API int callback_fgetc(callback_block* block);
+
 KESTERLIB_API size_t callback_fwrite(callback_block* block, size_t size, size_t count, const void* buffer);
-KESTERLIB_API int callback_fputc(callback_block* block, int byte); /* 1, or -1 where it was not written */
+
+/* Writes a byte through the fwrite slot. Returns 1, or -1 if the byte was not written. */
+KESTERLIB_API int callback_fputc(callback_block* block, int byte);
+
 KESTERLIB_API int callback_fseek(callback_block* block, long offset, int whence);
 KESTERLIB_API long callback_ftell(callback_block* block);
 KESTERLIB_API int callback_feof(callback_block* block);
@@ -148,53 +173,73 @@ KESTERLIB_API int callback_ferror(callback_block* block);
 KESTERLIB_API int callback_fprintf(callback_block* block, const char* format, ...) KESTERLIB_PRINTF(2, 3);
 KESTERLIB_API void callback_exit(callback_block* block, int code);
 
-/* A message: to the block's message slot, and a copy of at most 255 bytes to the debug sink. */
+/* Sends a message to the message slot, and a copy of at most 255 bytes to the debug sink. */
 KESTERLIB_API int callback_message(callback_block* block, const char* format, ...) KESTERLIB_PRINTF(2, 3);
 
-/* Where copies of messages go; null, as at start, means nowhere. */
+/* Sets the function that receives a copy of each message; null, as at the start, means none. `text` is
+ * valid during the call only. */
 KESTERLIB_API void set_debug_message_sink(void (*sink)(const char* text));
 
 /* ---- Memory ------------------------------------------------------------------------------------------ */
 
-/* `size` bytes; `description`, a literal, names the use. The default slot reports a failure as fatal; a slot
- * of the client's may give null, which is handed on. */
+/* Allocates `size` bytes. `description`, a literal, says what they are for. The caller releases them with
+ * callback_deallocate.
+ *
+ * Returns the slot's result. If memory is short, the default slot makes a fatal report; it returns null if
+ * the exit slot returns. A client's slot may return null without a report. */
 KESTERLIB_API void* callback_allocate(callback_block* block, size_t size, const char* description);
 
-/* Null is ignored. With tracking on, memory that the block does not know is reported, and released all the
- * same; a second free is reported and not carried out. */
+/* Releases memory. Null is ignored. With tracking on, memory that the block does not track is reported and
+ * then released; a second release of the same memory is reported and not carried out. Cost with tracking: a
+ * search through all records. */
 KESTERLIB_API void callback_deallocate(callback_block* block, void* pointer, const char* description);
 
+/* Returns the field debug_memory. */
 KESTERLIB_API int32_t debug_memory_state(const callback_block* block);
-KESTERLIB_API void set_callback_debug_memory(callback_block* block, int32_t mode); /* from the next call on */
 
-KESTERLIB_API void debug_memory_report(callback_block* block); /* the live allocations, as messages */
+/* Sets debug_memory. It holds from the next call on: allocations that were made before are not tracked. */
+KESTERLIB_API void set_callback_debug_memory(callback_block* block, int32_t mode);
 
-/* Ends the tracking: forgets what was released, reports and releases what was not. The block stays usable. */
+/* Lists the live tracked allocations as messages, and the counts if they disagree. */
+KESTERLIB_API void debug_memory_report(callback_block* block);
+
+/* Ends the tracking: forgets the released allocations; reports the live ones, if any, and releases them. A
+ * report is also made if the counts of allocations and releases disagree. The block stays usable. */
 KESTERLIB_API void debug_memory_cleanup(callback_block* block);
 
-/* malloc outside any block. Without memory: a line on stderr, then longjmp to `recover`, or, where that is
- * null, exit with 1. Never null. */
+/* Allocates `size` bytes with malloc, outside any block. The caller frees them with free. Never returns
+ * null: without memory, prints a line with `description` to stderr, then jumps to `recover` or, if that is
+ * null, exits with code 1. */
 KESTERLIB_API void* safe_malloc(size_t size, const char* description, jmp_buf* recover);
 
 /* ---- Reports ----------------------------------------------------------------------------------------- */
 
-/* The fatal path: reports what failed (`expression`), what it means (`text`) and where, then leaves by the
- * block's exit slot with code 1; returns only where that slot does. Without a block, or for a failure within
- * a report, writes to stderr and ends the process. A slot that leaves by longjmp leaves the report open, so
- * that the next failure counts as one within it. */
+/* Makes a fatal report: sends a message through the block, then calls its exit slot with code 1. Returns
+ * only if that slot returns.
+ *
+ *   block       null: the texts go to stderr and the process exits with code 1
+ *   expression  the condition that failed
+ *   text        what the failure means
+ *   file, line  where it was detected
+ *
+ * A failure during a report also goes to stderr and ends the process. An exit slot that leaves with longjmp
+ * leaves the report unfinished, so the next failure counts as one during a report. */
 KESTERLIB_API void callback_assertion_failed(callback_block* block, const char* expression, const char* text,
                                              const char* file, int line);
 
-/* The text of errno and the caller's, as a message; then the data stream is flushed, by its slot. */
+/* Sends the text of errno and `text` as one message, then flushes the data stream through the fflush slot. */
 KESTERLIB_API void callback_perror(callback_block* block, const char* text);
 
-/* The text of an error code of the system. A code without one gives "Unknown error code, #%d" in new memory:
- * of the block (null where it gives none), or of safe_malloc. Nobody frees that. */
+/* Return the text of a system error code. For an unknown code they return "Unknown error code, #%d" in new
+ * memory, which the library never frees. The first function allocates it from the block, and returns null
+ * if the block returns null. The second uses safe_malloc. */
 KESTERLIB_API const char* callback_system_error_string(callback_block* block, int code);
 KESTERLIB_API const char* system_error_string(int code);
 
-/* Formats into `buffer` of `size` bytes and returns the number of characters. A size of 100 or less writes
- * nothing and gives 0. */
+/* Formats into `buffer`, which has `size` bytes. A longer text is cut.
+ *
+ * Returns the number of characters written, without the terminator. If size is 100 or less, writes nothing
+ * and returns 0. */
 KESTERLIB_API int printf_to_buffer(char* buffer, size_t size, const char* format, ...) KESTERLIB_PRINTF(3, 4);
 
 KESTERLIB_END

@@ -1,5 +1,5 @@
-/* A small command-line parser: a table of option words, each with a fixed number of text arguments and a
- * handler. A line from a file or a buffer can be split into an argument vector of the same form. */
+/* A small command-line parser. A table lists option words, each with a fixed number of text arguments and a
+ * handler. Lines from a stream or a buffer can be split into argument vectors. */
 #ifndef KESTERLIB_COMMANDLINE_H
 #define KESTERLIB_COMMANDLINE_H
 
@@ -10,46 +10,58 @@
 
 KESTERLIB_BEGIN
 
-/* A function that takes argument_count texts (const char*) and returns nothing, in a cast:
+/* A function that takes argument_count texts (const char*) and returns nothing. Cast it to store it:
  * (option_handler)my_handler. */
 typedef void (*option_handler)(void);
 
 typedef struct option_record {
-    const char* name; /* the exact word, with its dash; "" is a line of help only; null ends the table */
+    const char* name; /* the exact word, with its dash; "": a line of help only; null: end of the table */
     const char* help; /* for print_help; may be null */
     int32_t argument_count; /* 0 to 4 */
-    option_handler handler; /* not called for a line of help */
+    option_handler handler; /* may be null only in a line of help, which is never called */
 } option_record;
 
-/* Walks the vector from element 0 (pass it without the program's name) and calls the handler of each option
- * with the elements behind the word, whatever they look like. "-h" prints the help. A word that no record
- * has, or one with too few elements behind it, is reported on stderr, and the walk goes on. A record with an
- * argument_count outside 0 to 4 ends the process with code 1 when its option is met. */
+/* Calls the handler of each option in the vector, in order.
+ *
+ *   argc, argv  the vector without the program's name
+ *   options     the table; the first record with the word counts
+ *
+ * A handler receives the elements after its word, even if they look like options. "-h" prints the help. A
+ * word that is not in the table, or with too few elements after it, is reported on stderr; the walk then
+ * continues with the next element. If an option's argument_count is not 0 to 4, the process exits with code
+ * 1. */
 KESTERLIB_API void parse_command_line(int argc, char* const* argv, const option_record* options);
 
-/* The table on standard output. */
+/* Prints the table to standard output. */
 KESTERLIB_API void print_help(const option_record* options);
 
-/* One line of any length, with a newline at its end, in memory for free(). A byte of 0 or 255 and the end of
- * the file stand for a newline, so that the end of the file reads as an empty line. Null without memory. */
+/* Reads a line of any length. A newline, a byte of 0 or 255, and the end of the file each end the line.
+ *
+ * Returns the line with a newline at its end; the caller frees it with free. At the end of the file it
+ * returns an empty line. Returns null if memory is short; the bytes read so far are then lost. */
 KESTERLIB_API char* read_command_line_from_stream(FILE* stream);
 
-/* Split the next line of a stream, or the first of a text, at blanks and tabs into a vector for
- * dispose_argc_commands; blanks within round brackets do not split, and the brackets stay. A line ends at a
- * newline, a return or a byte of 0; a bracket still open there loses its token. At most 200 tokens of at most
- * 200 bytes: what goes beyond is dropped.
+/* Split the next line of a stream, or the first line of a text, into tokens.
  *
- * Return 1 for a line, which may have no tokens (count 0, null vector). Return 0, count 0 and a null vector
- * where the input ended before the line did, or without memory; the line is then lost. In a text the byte 255
- * is the end of the input. */
+ *   stream, text        the input; in a text, a byte of 255 is the end of the input
+ *   argc_out, argv_out  receive the tokens; the caller frees them with dispose_argc_commands
+ *
+ * A newline, a carriage return or a byte of 0 ends a line. Blanks and tabs separate tokens, but not within
+ * round brackets; the brackets are part of the token. If a bracket is still open at the end of the line,
+ * its token is dropped. A line has at most 200 tokens of at most 200 bytes; the rest is dropped.
+ *
+ * Return 1 for a line. A line without tokens sets the count to 0 and the vector to null. Return 0, with a
+ * count of 0 and a null vector, if the input ended before the line did or memory is short; the line is then
+ * lost. */
 KESTERLIB_API int parse_line_from_stream(FILE* stream, int* argc_out, char*** argv_out);
 KESTERLIB_API int parse_line_from_buffer(const char* text, int* argc_out, char*** argv_out);
 
-/* Frees a vector and its strings. A string set to null is left out, a null vector ignored. */
+/* Frees a vector and its strings. A null string or vector is ignored: a caller that keeps a string sets its
+ * element to null. */
 KESTERLIB_API void dispose_argc_commands(int argc, char** argv);
 
-/* Of the elements from 1 on, those in front of the first that does not begin with a dash. If all begin with
- * one, argc; 1 for an argc below 2. */
+/* Returns the number of elements from argv[1] on that begin with a dash, up to the first that does not. If
+ * all of them begin with a dash, returns argc. If argc is below 2, returns 1. */
 KESTERLIB_API int count_leading_dash_args(int argc, char* const* argv);
 
 KESTERLIB_END

@@ -1,10 +1,11 @@
-/* What the headers of kesterlib share: the mark of an exported function, and C linkage for C++. */
+/* Macros that all headers of kesterlib use: the mark of an exported function, and C linkage in C++. */
 #ifndef KESTERLIB_EXPORT_H
 #define KESTERLIB_EXPORT_H
 
 #if defined(__GNUC__)
 #define KESTERLIB_API __attribute__((visibility("default")))
-/* Arguments from `first` on go with the format text at `text`, both counted from 1. */
+/* Lets the compiler check printf arguments: `text` is the number of the format parameter, `first` that of
+ * the first argument; both count from 1. */
 #define KESTERLIB_PRINTF(text, first) __attribute__((format(printf, text, first)))
 #else
 #define KESTERLIB_API

@@ -1,5 +1,5 @@
-/* The text header at the start of a page file: the record, its writer, its strict reader, and the same over
- * streams. The raster follows at offset HeaderSize. */
+/* The text header at the start of a page file: the record, its writer and its strict reader, in memory and
+ * on streams. The raster follows at offset HeaderSize. */
 #ifndef KESTERLIB_FAXHDR_H
 #define KESTERLIB_FAXHDR_H
 
@@ -12,15 +12,15 @@
 KESTERLIB_BEGIN
 
 enum {
-    FAXHEADER_BYTES = 4096,      /* what a reader takes from the start of a file, and the usual HeaderSize */
+    FAXHEADER_BYTES = 4096, /* bytes that a reader reads from the start of a file; the usual HeaderSize */
     FAXHEADER_DESTINATIONS = 64, /* entries of Destination */
-    FAXHEADER_JOB_NAME = 32,     /* bytes of the text fields, each with its terminator */
+    FAXHEADER_JOB_NAME = 32,     /* bytes of the text fields, with the terminator */
     FAXHEADER_CREATOR = 16,
     FAXHEADER_DESTINATION = 16,
     FAXHEADER_MUX = 33
 };
 
-/* Formats of the raster, as the key Compression names them. */
+/* Formats of the raster: the values of Compression. */
 enum {
     FAXHEADER_UNCOMPRESSED = -1, /* packed rows of (DataWidth + 7) / 8 bytes */
     FAXHEADER_SQUEEZE = 1000,
@@ -28,21 +28,22 @@ enum {
     FAXHEADER_JBIG = 2001
 };
 
-/* A calendar time in the members and units of struct tm, in its order. */
+/* A calendar time, with the members and units of struct tm in the same order. */
 typedef struct FAXTime {
     int32_t tm_sec;
     int32_t tm_min;
     int32_t tm_hour;
     int32_t tm_mday;
-    int32_t tm_mon;  /* from 0 */
-    int32_t tm_year; /* since 1900 */
+    int32_t tm_mon;  /* 0 to 11 */
+    int32_t tm_year; /* years since 1900 */
     int32_t tm_wday;
     int32_t tm_yday;
     int32_t tm_isdst;
 } FAXTime;
 
+/* The library only stores the fields without a comment; it defines no unit or range for them. */
 typedef struct FAXHeader {
-    int32_t FaxHeaderVersion; /* of the text form: JobID is in it from 2 on, Mux from 3 on */
+    int32_t FaxHeaderVersion; /* version of the text; it has JobID from 2 on, Mux from 3 on */
     uint32_t HeaderSize;      /* bytes before the raster */
     uint32_t Size;
 
@@ -54,26 +55,27 @@ typedef struct FAXHeader {
 
     uint32_t ImageWidth;
     uint32_t ImageHeight; /* rows of the raster */
-    uint32_t DataWidth;   /* pixels of a row; sizes the rows, not ImageWidth */
+    uint32_t DataWidth;   /* pixels of a row; this, not ImageWidth, sets the size of a row */
     uint32_t BandHeight;
-    int32_t Compression;
-    uint32_t ResolutionMultiplier; /* divides the two resolutions */
+    int32_t Compression;           /* one of the formats above */
+    uint32_t ResolutionMultiplier; /* divisor of the two resolutions */
     uint32_t XResolution;          /* dots per inch, times ResolutionMultiplier */
-    uint32_t YResolution;
+    uint32_t YResolution;          /* the same */
     uint32_t LeftMargin;
     uint32_t RightMargin;
     uint32_t TopMargin;
     uint32_t BottomMargin;
 
-    int32_t Layer; /* 0 black, 1 cyan, 2 magenta, 3 yellow; from 4 on spot colours, counted from 0 */
+    int32_t Layer; /* 0 black, 1 cyan, 2 magenta, 3 yellow; 4 and above: spot colours 0 and above */
     int32_t PSet;
-    int32_t ImageNegate; /* flags: 0 or not */
-    int32_t DoubleTruck;
-    int32_t Mirror;
+    int32_t ImageNegate; /* flag: 0 is false, any other value true */
+    int32_t DoubleTruck; /* flag */
+    int32_t Mirror;      /* flag */
     int32_t Rotation;
     int32_t Priority;
 
-    int32_t NumDestinations; /* entries in use */
+    int32_t
+        NumDestinations; /* entries of Destination in use, at most FAXHEADER_DESTINATIONS; 0 or less: none */
     char Destination[FAXHEADER_DESTINATIONS][FAXHEADER_DESTINATION];
     uint32_t JobID;
     char Mux[FAXHEADER_MUX];
@@ -83,61 +85,67 @@ typedef struct FAXHeader {
 
 /* Writes the header's text.
  *
- *   buffer, bufferSize  where it goes, and the bytes there; nothing is written behind them
- *   header              its HeaderSize is the room that the text has, at most bufferSize
- *   pad                 0: a zero byte follows the text, where it still lies within the buffer, and the
- *                       rest stays as it was. Not 0: blanks fill what the text leaves of HeaderSize, and
- *                       no zero byte follows them; a text that leaves nothing is ended as with 0
- *   message             receives a constant text, empty after a success
+ *   *   buffer      receives the text
+ *   bufferSize  bytes of buffer; nothing is written after them
+ *   header      the record; its HeaderSize is the limit of the text and must be at most bufferSize
+ *   pad         0: a zero byte follows the text if the buffer has room for it; the rest of the buffer is
+ *               unchanged. Not 0: blanks follow the text up to HeaderSize, and no zero byte; a text of
+ *               exactly HeaderSize bytes ends as with 0
+ *   message     receives a constant text, empty after a success
  *
- * Returns the bytes that count as header: HeaderSize with pad, else those of the text. 0 for no header, or
- * one whose HeaderSize is above bufferSize. The negative length of the whole text where that is above
- * HeaderSize; the buffer then holds nothing of use.
+ * Returns the number of header bytes: HeaderSize with pad, at most 0x7fffffff; else the length of the text.
+ * Returns 0 if header is null or its HeaderSize is above bufferSize. If the text is longer than HeaderSize,
+ * returns its length as a negative number; the contents of the buffer are then undefined.
  *
- * Contents are not judged, but a text field is written up to its own end at most, whether closed or not, and
- * of the destinations no more than there are entries; the text then counts as many as it holds. The longest
- * text of a version 3 record is below 2700 bytes, so FAXHEADER_BYTES are always enough. A HeaderSize above
- * 0x7fffffff counts as that in the result. */
+ * The values are not checked. A text field without a terminator is written to its end. At most
+ * FAXHEADER_DESTINATIONS destinations are written, and counted in the text. The longest text of a version 3
+ * record is below 2700 bytes, so FAXHEADER_BYTES are always enough. */
 KESTERLIB_API int32_t createFaxHeader(char* buffer, uint32_t bufferSize, const FAXHeader* header, int32_t pad,
                                       const char** message);
 
-/* Reads the text back. Strict: each key on its own line, in the writer's order; lines of a later version are
- * passed over only behind the last key of version 3. What follows the text is not looked at, one line
- * excepted.
+/* Reads the text of a header. Each key must be on its own line, in the writer's order. Lines of a later
+ * version are skipped, but only after the last key of version 3.
  *
- *   buffer, size  the text; needs no terminator, and may hold anything
- *   header        receives the values. What no line sets stays as it was, NumDestinations excepted, so
- *                 the caller clears a new record first. After a failure it holds what was read up to then
- *   message       receives a constant text, empty after a success
+ *   buffer   the text; needs no terminator, and may hold any bytes
+ *   size     bytes of buffer
+ *   header   receives the values. Fields that no line sets are unchanged, so clear a new record first.
+ *            Exceptions: NumDestinations is 0 without destinations, and JobID and Mux are cleared if the
+ *            version does not have them
+ *   message  receives a constant text, empty after a success
  *
- * A number out of range is held to the nearest end of its field (-1 in an unsigned one is 0xffffffff), a text
- * to the length of its field. NumDestinations may come back negative, and then stands for none. CreateTime
- * comes back normalised as local time, with weekday, day of the year and daylight flag.
+ * A number out of range is clamped to the range of its field, and a text is cut to the length of its field.
+ * In an unsigned field, -1 is 0xffffffff. NumDestinations may be negative, which means none. CreateTime is
+ * normalised as local time and gets its weekday, day of the year and daylight flag.
  *
- * Returns the position reached, above 0; or, after a failure, its negative or 0. A position above 0x7fffffff
- * counts as that. Allocates nothing. */
+ * Returns the number of bytes read, above 0 and at most 0x7fffffff. If the text has no destinations, this
+ * includes the line after the text. After a failure, returns 0 or the number of bytes read as a negative
+ * number; the record then has the values that were read before, and CreateTime is not normalised. Allocates
+ * nothing. */
 KESTERLIB_API int32_t extractFaxHeader(const char* buffer, uint32_t size, FAXHeader* header,
                                        const char** message);
 
 /* ---- Streams ----------------------------------------------------------------------------------------- */
 
-/* Reads FAXHEADER_BYTES from the block's stream, whatever HeaderSize turns out to be, and the header from
- * them. The stream is then FAXHEADER_BYTES further on.
+/* Reads FAXHEADER_BYTES from the block's stream, regardless of HeaderSize, and extracts the header from
+ * them.
  *
- *   header  the record to fill; null: a zeroed one from the block's memory, which the caller gives back with
- *           callback_deallocate
+ *   callbacks  needs the fread slot, which may return the bytes in pieces
+ *   header     the record to fill; null: a zeroed record from the block's memory, which the caller releases
+ *              with callback_deallocate
  *
- * Returns the record; null where the bytes are fewer, are no header (a message says which), or the block gave
- * no memory. Needs the read slot, which may give the bytes in pieces. */
+ * Returns the record. Returns null if the stream has fewer bytes or the bytes are no header; a message of
+ * the block then says which. Also returns null if the block returns no memory. */
 KESTERLIB_API FAXHeader* read_FAXHeader_from_callback(callback_block* callbacks, FAXHeader* header);
 
-/* The same from a stream, which stays open. The record comes from the default block's memory. */
+/* The same from a stream, which stays open. The record comes from the memory of the default block, dfcb(). */
 KESTERLIB_API FAXHeader* read_FAXHeader_from_file(FILE* stream);
 
-/* Writes HeaderSize bytes to the block's stream: the text, a zero byte, then `fill`.
+/* Writes HeaderSize bytes to the block's stream: the text, a zero byte if there is room, then bytes of
+ * `fill`. Needs the fwrite slot.
  *
- * Returns HeaderSize; 0 where the text does not fit in it, a write fails (a message says which), or the block
- * gave no memory. Needs the write slot. */
+ * Returns HeaderSize. Returns 0 if header is null, the text is longer than HeaderSize, or the write fails;
+ * a message of the block then says which. Also returns 0 if the block returns no memory. Allocates
+ * HeaderSize bytes during the call. */
 KESTERLIB_API uint32_t print_FAXHeader_to_callback(const FAXHeader* header, callback_block* callbacks,
                                                    char fill);
 

@@ -1,6 +1,6 @@
-/* Bytes and fixed-size numbers to and from a file, most significant byte first on every machine: once for a
- * standard stream, where a failure goes to perror, and once for a callback block, where it goes to
- * callback_perror. */
+/* Bytes and fixed-size numbers to and from a file. Numbers have the most significant byte first on every
+ * machine. Each function exists for a standard stream, which reports failures with perror, and for a
+ * callback block, which reports them with callback_perror. */
 #ifndef KESTERLIB_FILES_H
 #define KESTERLIB_FILES_H
 
@@ -15,8 +15,11 @@ KESTERLIB_BEGIN
 
 /* ---- Bytes ------------------------------------------------------------------------------------------- */
 
-/* Each goes on until n bytes are moved or a pass moves none, and returns the bytes moved. Fewer than n are
- * reported as "reading file" or "writing file"; a read that ends at the end of the file is not. */
+/* Each function reads or writes n bytes. It repeats the underlying call until all bytes are moved or a call
+ * moves none.
+ *
+ * Returns the number of bytes moved. Fewer than n are reported as "reading file" or "writing file", except
+ * if a read reached the end of the file. */
 
 KESTERLIB_API size_t file_read(FILE* stream, void* buffer, size_t n);
 KESTERLIB_API size_t file_write(FILE* stream, const void* buffer, size_t n);
@@ -25,9 +28,10 @@ KESTERLIB_API size_t callback_write_nbytes(callback_block* block, const void* bu
 
 /* ---- Numbers of 8, 16 and 32 bits -------------------------------------------------------------------- */
 
-/* Each returns 1, or 0 after one report: "reading a char", "a short" or "a long", and "writing ..." likewise.
- * The end of the file is a failure here. A failed read leaves *out alone; a failed write may leave the
- * number's first bytes in the file. */
+/* Each function returns 1. After a failure it makes one report and returns 0. The reports are "reading a
+ * char", "reading a short" and "reading a long", and the same with "writing". The end of the file is a
+ * failure here. A failed read leaves *out unchanged. A failed write may have written the first bytes of the
+ * number. */
 
 KESTERLIB_API int file_write_byte(FILE* stream, uint8_t value);
 KESTERLIB_API int file_write_short(FILE* stream, uint16_t value);
@@ -45,8 +49,8 @@ KESTERLIB_API int callback_read_long(callback_block* block, uint32_t* out);
 
 /* ---- Byte order -------------------------------------------------------------------------------------- */
 
-/* Reverse the bytes of each whole word of the buffer in place. Bytes of an incomplete last word stay; the
- * buffer needs no alignment. */
+/* Reverse the bytes of each whole word of the buffer, in place. Bytes of an incomplete last word are
+ * unchanged. The buffer needs no alignment. */
 
 KESTERLIB_API void endian_swap_32(void* buffer, size_t bytes);
 KESTERLIB_API void endian_swap_16(void* buffer, size_t bytes);

@@ -1,6 +1,6 @@
-/* The JBIG decoder: one bi-level image entity of ITU-T T.82, one bit plane, one resolution layer, the
- * template of three lines at its default place, no prediction. Rows come in order from the top, a stripe at a
- * time from the arithmetic decoder; to go back, close and open again. */
+/* The JBIG decoder, for a bi-level image entity of ITU-T T.82 with one bit plane, one resolution layer, the
+ * three-line template with the adaptive pixel at its default place, and no prediction. It delivers rows in
+ * order from the top and decodes a stripe at a time. To go back, close it and open it again. */
 #ifndef KESTERLIB_JBIG_H
 #define KESTERLIB_JBIG_H
 
@@ -14,101 +14,109 @@
 KESTERLIB_BEGIN
 
 enum {
-    READ_BIH_BYTES = 20,            /* the header in front of the stripes */
-    JBIG_INPUT_BUFFER = 4096,       /* bytes a read */
-    JBIG_ADAPTOR_BYTES = 1024,      /* one for each context */
-    JBIG_LARGEST_STRIPE = 256 << 20 /* bytes of a stripe buffer; a header that wants more is refused */
+    READ_BIH_BYTES = 20,            /* bytes of the header before the stripes */
+    JBIG_INPUT_BUFFER = 4096,       /* bytes per read */
+    JBIG_ADAPTOR_BYTES = 1024,      /* one byte per context */
+    JBIG_LARGEST_STRIPE = 256 << 20 /* bytes of a stripe buffer; a header that needs more is refused */
 };
 
 typedef struct jbig_data {
     callback_block* block; /* input, memory and messages */
-    int32_t bytes_left;    /* of the image entity, not yet in memory */
+    int32_t bytes_left;    /* bytes of the entity that are still to be read from the stream */
 
     uint32_t width;        /* pixels of a row */
-    uint32_t height;       /* rows that the header promises; nothing depends on it */
+    uint32_t height;       /* rows, as the header states; the decoder does not use it */
     uint32_t stripe_lines; /* rows of a stripe */
     uint32_t row_bytes;    /* (width + 7) / 8 */
     uint32_t row_stride;   /* row_bytes + 2: a margin of one zero byte on each side */
 
     /* stripe_lines + 2 rows of row_stride bytes: the two rows above the stripe, then the stripe. */
     uint8_t* stripe_buffer;
-    uint8_t* first_row;         /* first byte of pixels of the stripe */
-    uint8_t* stripe_buffer_end; /* one past the last */
-    uint8_t* next_row;          /* first byte of pixels of the next row to deliver */
+    uint8_t* first_row;         /* first pixel byte of the stripe */
+    uint8_t* stripe_buffer_end; /* one past the last byte */
+    uint8_t* next_row;          /* first pixel byte of the next row to deliver */
 
-    uint8_t* adaptor; /* by context: 2 * index of the state + the more probable pixel */
+    uint8_t* adaptor; /* per context: 2 * index of the state + the more probable pixel */
 
-    uint32_t lines_delivered; /* or passed over */
-    int32_t lines_left;       /* of the stripe in the buffer */
+    uint32_t lines_delivered; /* rows delivered or skipped so far */
+    int32_t lines_left;       /* rows of the stripe in the buffer that are not delivered yet */
 
     uint8_t* input_buffer;        /* null for input from memory */
     const uint8_t* io_buffer;     /* next byte */
-    const uint8_t* io_buffer_end; /* one past the last in memory */
+    const uint8_t* io_buffer_end; /* one past the last byte in memory */
 
     /* The arithmetic decoder, between stripes. */
-    int32_t ct;    /* bits of qm_c before the next byte is needed, 0 to 8 */
-    uint32_t qm_a; /* interval, 0x8000 to 0x10000 */
-    uint32_t qm_c; /* code, compared by its upper half */
+    int32_t ct;    /* bits of qm_c that remain before the next byte is needed, 0 to 8 */
+    uint32_t qm_a; /* size of the interval, 0x8000 to 0x10000 */
+    uint32_t qm_c; /* code register; its upper half is compared with the interval */
 
     uint32_t error_count;
-    int32_t error_line; /* of the first error: source line, source, text */
-    const char* error_file;
-    const char* error_text;
+    int32_t error_line;     /* line in the decoder's source that reported the first error */
+    const char* error_file; /* name of that source, a constant text */
+    const char* error_text; /* message of the first error, a constant text */
 
-    int32_t reset_pending; /* a marker wants the contexts reset at the next stripe */
-    int32_t marker_seen;   /* a marker has ended the data of this stripe */
+    int32_t reset_pending; /* 1: a marker requested a reset of the contexts at the next stripe */
+    int32_t marker_seen;   /* 1: a marker has ended the data of this stripe */
 
-    int32_t owns_block; /* the block goes with the record */
+    int32_t owns_block; /* 1: Jbig_Close_Input disposes of the block */
 
-    uint32_t stripe_number;          /* of the stripe at hand, from 0: stripes finished so far */
-    uint32_t line_in_stripe, column; /* of an error */
-    const uint8_t* buffer_origin;    /* where io_buffer began */
+    uint32_t stripe_number;          /* stripes finished so far */
+    uint32_t line_in_stripe, column; /* position of an error, else 0 */
+    const uint8_t* buffer_origin;    /* first byte of the input buffer or of the input in memory */
 } jbig_data;
 
-/* Open a decoder over an image entity.
+/* Open a decoder for an image entity.
  *
- * The input runs from the current position of `stream` or of the block's stream to its end, and is read with
- * the block's read, seek and tell slots; or it is the `length` bytes at `data`, which stay where they are and
- * unchanged while the record lives. `block` and `stream` stay the caller's.
+ *   stream        the input, from its current position to its end; must be able to seek; stays open and the
+ *                 caller's
+ *   block         the block whose stream is the input; needs the fread, fseek and ftell slots; must live as
+ *                 long as the decoder
+ *   data, length  the input in memory; must be unchanged as long as the decoder lives
  *
- * Null where the header asks for more than this decoder does or for a stripe buffer above
- * JBIG_LARGEST_STRIPE, where the last two bytes are no end marker (0xFF 0x02 or 0xFF 0x03), where the input
- * cannot be read or moved, or where the block gave no memory. What is wrong goes out as messages of the
- * block, but for a stream that is too short for the header; nothing stays allocated. No row is decoded, and
- * no more read than the header and the last two bytes. Of an entity of 2^31 bytes and more, what lies behind
- * reads as bits of 0.
- */
+ * Returns the decoder, which the caller closes with Jbig_Close_Input. Returns null if
+ *   - the header requires a feature that this decoder does not have, or a stripe buffer above
+ *     JBIG_LARGEST_STRIPE,
+ *   - the last two bytes are not an end marker (0xFF 0x02 or 0xFF 0x03),
+ *   - the input cannot be read or cannot seek, or `stream`, `block` or `data` is null,
+ *   - there is no memory.
+ * The block's messages say what is wrong with the input, but a stream that is too short for the header makes
+ * no message. After a failure nothing stays allocated.
+ *
+ * Decodes no row. Reads only the header and the last two bytes. From a stream, only the first 2^31 - 1
+ * bytes of an entity are read; bits of 0 follow them. */
 KESTERLIB_API jbig_data* Jbig_Open_Input(FILE* stream);
 KESTERLIB_API jbig_data* Jbig_Open_Input_Callback(callback_block* block);
 KESTERLIB_API jbig_data* Jbig_Open_Input_MMapped(const uint8_t* data, size_t length);
 
-/* Frees the record, and the block where the open made it; always 1. The stream stays open. */
+/* Frees the decoder, and the block if the open function made it. The stream stays open. Null is ignored.
+ * Always returns 1. */
 KESTERLIB_API int32_t Jbig_Close_Input(jbig_data* dat);
 
 /* Delivers the next rows.
  *
+ *   dat     from one of the open functions
  *   lines   rows requested; 0 or less decodes nothing and returns 0
  *   buffer  row k of this call starts at buffer + k * pitch
- *   pitch   bytes from one row to the next; also the most that is written of a row
+ *   pitch   bytes from one row to the next, and the most bytes that are written per row
  *
  * A row is packed, 1 bit per pixel, the leftmost in the top bit, as coded. Bits after the width are 0; if
  * pitch leaves room for them, two bytes of 0 follow the row_bytes of a row.
  *
- * Returns the number of rows delivered: lines, or fewer if the data are damaged. All rows of a stripe with an
- * error are lost. The decoder is then finished: Jbig_Error_String returns the message, and further calls
- * return 0. The end of the data is no error: after it, rows are decoded from bits of 0. Request as many rows
- * as the page has.
+ * Returns the number of rows delivered: lines, or fewer if the data are damaged. All rows of a stripe with
+ * an error are lost. The decoder is then finished: Jbig_Error_String returns the message, and further calls
+ * return 0. The end of the data is no error: after it, rows are decoded from bits of 0. Request as many
+ * rows as the page has.
  *
  * Allocates nothing. A call decodes whole stripes; the rest of a stripe stays for the next call. A large
  * stripe may take seconds. If the block has a stream, its ferror slot is called after about every 2^21
  * pixels. A result other than 0 ends the stripe as an error does, but no message is printed. */
 KESTERLIB_API int32_t Jbig_Decode(jbig_data* dat, int32_t lines, uint8_t* buffer, int32_t pitch);
 
-/* Passes over the next rows: the same count, and the same cost without the copy. After the end of the data,
- * once a stripe repeats, any number of rows costs nothing. */
+/* Skips the next rows. Returns the same count as Jbig_Decode, and costs the same without the copy. After
+ * the end of the data, as soon as a stripe equals the one before, any number of rows costs nothing. */
 KESTERLIB_API int32_t Jbig_Decode_Discard(jbig_data* dat, int32_t lines);
 
-/* The message of the first error, a constant text; null if there was none. */
+/* Returns the message of the first error, a constant text; null if there was none. */
 KESTERLIB_API const char* Jbig_Error_String(const jbig_data* dat);
 
 KESTERLIB_END

@@ -1,4 +1,4 @@
-/* The Group 4 decoder: rows coded by ITU-T T.6. A 1 is black. */
+/* The Group 4 decoder, for rows coded as in ITU-T T.6. A 1 bit is black. */
 #ifndef KESTERLIB_UNCCITT_H
 #define KESTERLIB_UNCCITT_H
 
@@ -11,18 +11,22 @@
 
 KESTERLIB_BEGIN
 
-/* Open a frame over a Group 4 stream, filled from the top bit of each byte.
+/* Open a frame for a Group 4 stream. The first bit of the stream is the top bit of its first byte.
  *
+ *   file           the input, read from its current position; stays open and the caller's
+ *   cb             the block whose fread slot supplies the input, and whose ferror slot tells an error from
+ *                  the end; must live as long as the frame
+ *   base, size     the input in memory; must be unchanged as long as the frame lives
  *   width          pixels of a row
  *   row_bytes      bytes of a row, normally (width + 7) / 8
- *   first_ref_row  packed row of width pixels above the first one, read during the call; null: a white row
+ *   first_ref_row  packed row of width pixels above the first row, read during the call; null: a white row
  *
- * The input is the stream behind `file`, from its current position; what the read slot of `cb` gives; or the
- * `size` bytes at `base`, which stay where they are and unchanged while the frame lives. The first reads with
- * a block that it makes and frees with the frame. `cb` and `file` stay the caller's.
+ * Returns the frame, which the caller frees with Uncomp_Free. Returns null if width or row_bytes is below
+ * 0, width is above 8 * row_bytes, the transition lists would take more than 256 MiB, `cb` is null, or
+ * there is no memory. A null `file` makes a fatal report and ends the process.
  *
- * Null where a side is below 0, where the width is above 8 * row_bytes, where the lists would take more than
- * 256 MiB, or where the block gave no memory. A null `file` is a fatal report. */
+ * The functions for `file` and `cb` read the first 512 bytes. If that read fails, they return a frame
+ * nevertheless; Uncomp_Error_String then returns a message. */
 KESTERLIB_API UNCOMP* Unccitt4_Open(FILE* file, int32_t width, int32_t row_bytes,
                                     const uint8_t* first_ref_row);
 KESTERLIB_API UNCOMP* Unccitt4_Open_Callback(callback_block* cb, int32_t width, int32_t row_bytes,
@@ -30,18 +34,24 @@ KESTERLIB_API UNCOMP* Unccitt4_Open_Callback(callback_block* cb, int32_t width, 
 KESTERLIB_API UNCOMP* Unccitt4_Open_MMapped(const uint8_t* base, size_t size, int32_t width,
                                             int32_t row_bytes, const uint8_t* first_ref_row);
 
-/* Decodes the next rows, in order from the top: row k of this call into the bytes from buffer + k * stride
- * on, of which at most stride are written. A row is packed, 1 bit per pixel, the leftmost in the top bit;
- * bits after the width are 0.
+/* Decodes the next rows, in order from the top.
  *
- * The first end of line code ends the page: its row and all later ones are white, as many as are requested.
- * With a stride of 0, which writes nothing, any number of them costs nothing.
+ *   frame   from one of the open functions
+ *   rows    rows requested; 0 or less decodes nothing and returns 0
+ *   buffer  row k of this call starts at buffer + k * stride
+ *   stride  bytes from one row to the next, and the most bytes that are written per row
+ *
+ * A row is packed: 1 bit per pixel, the leftmost in the top bit. Bits after the width are 0.
+ *
+ * The first end of line code ends the page: its row and all later rows are white, as many as are requested.
+ * If stride is 0, these rows write nothing and cost nothing.
  *
  * Returns the number of rows delivered: rows, or fewer if the stream is damaged or ends without an end of
- * line code. The frame is then finished: further calls return 0. Uncomp_Error_String returns the message of a
- * read error, or of a row with more transitions than pixels; null if the bits were no code.
+ * line code. Those rows stay in buffer. The frame is then finished: further calls return 0.
+ * Uncomp_Error_String returns the message of a read error, or of a row with too many transitions. It
+ * returns null if the bits were no code or led to the left of the row.
  *
- * Allocates nothing. Input is read 512 bytes at a time, unless it is in memory. */
+ * Allocates nothing. Input that is not in memory is read 512 bytes at a time. */
 KESTERLIB_API int32_t Unccitt4_Decode(UNCOMP* frame, int32_t rows, uint8_t* buffer, int32_t stride);
 
 KESTERLIB_END

@@ -1,6 +1,6 @@
-/* The frame of the run decoders: input, bit window, and the rows above and at hand as lists of transitions.
- * Open one with a decoder's own call, take rows in order from the top, free it. Any number may be open at
- * once. */
+/* The frame of the run decoders, Squeeze and Group 4: input, bit window, and two rows as lists of
+ * transitions. Open a frame with a decoder's own function, decode its rows in order from the top, then free
+ * it. Any number of frames may be open at once. */
 #ifndef KESTERLIB_UNCOMPRESS_H
 #define KESTERLIB_UNCOMPRESS_H
 
@@ -11,59 +11,66 @@
 
 KESTERLIB_BEGIN
 
-enum { UNCOMP_IN_BUFFER = 512 }; /* bytes a read */
+enum { UNCOMP_IN_BUFFER = 512 }; /* bytes per read */
 
-/* A list of transitions is one row: entry 0 is always 0; entry 1 the first position whose pixel is 1, entry 2
- * the next whose pixel is 0, and so on; behind the last transition stand at least three copies of the row
- * length. */
+/* A list of transitions describes one row. Entry 0 is always 0. Entry 1 is the first position whose pixel
+ * is 1, entry 2 the next position whose pixel is 0, and so on. At least three copies of the row length
+ * follow the last transition. */
 typedef struct UNCOMP {
-    callback_block* cb;
-    int32_t width;     /* pixels of a row */
-    int32_t row_bytes; /* bytes of a row */
+    callback_block* cb; /* input, memory and messages */
+    int32_t width;      /* pixels of a row */
+    int32_t row_bytes;  /* bytes of a row */
 
-    /* The lists swap roles after a row, each with its end. An end is one past the list's last entry. */
-    int32_t* cur_list;
+    /* After each row the two lists swap roles, each with its end. An end is one past the last entry that
+     * the list has room for. */
+    int32_t* cur_list; /* the row being decoded */
     int32_t* ref_list; /* the row above */
     int32_t* cur_end;
     int32_t* ref_end;
 
-    /* The next bits of the stream, between rows: the top bit of bits_hi comes first. */
+    /* The bit window between rows: the next bits of the stream, the first in the top bit of bits_hi. */
     uint16_t bits_hi;
     uint16_t bits_lo;
-    int32_t bitsloaded; /* of the 32 */
+    int32_t bitsloaded; /* valid bits of the 32 */
 
-    int32_t rows_done;   /* since the frame was opened, INT32_MAX at most */
-    int32_t* list_block; /* holds both lists */
+    int32_t rows_done;   /* rows delivered since the open, INT32_MAX at most */
+    int32_t* list_block; /* memory of both lists */
 
-    int32_t bytes_before;     /* input in front of the buffer */
-    const uint8_t* buf_start; /* of the bytes being read: in_buffer, or the mapped data */
+    int32_t bytes_before;     /* grows by the bytes of the buffer at each refill */
+    const uint8_t* buf_start; /* first of the bytes in use: in_buffer, or the input in memory */
     uint8_t in_buffer[UNCOMP_IN_BUFFER];
     const uint8_t* in_ptr; /* next byte */
-    const uint8_t* in_end; /* one past the last */
+    const uint8_t* in_end; /* one past the last byte */
 
-    const char* error_text; /* constant text of the last error, or null */
-    int32_t eol_seen;       /* Group 4: the end of the data has been met */
-    int32_t owns_cb;        /* cb goes with the frame */
+    const char* error_text; /* message of the last error, a constant text; null: none */
+    int32_t eol_seen;       /* Group 4: 1 after the end of line code that ends the page */
+    int32_t owns_cb;        /* 1: Uncomp_Free disposes of cb */
 } UNCOMP;
 
-/* Reasons to doubt a row that was delivered. A sound stream has no such row; damage often leads to one long
- * before a row fails. */
+/* Reasons to doubt a row that was delivered. An undamaged stream has no such row. Damage often causes one
+ * long before a row fails. */
 enum {
-    UNCOMP_DECREASING = 1, /* its transitions are not in ascending order; equal neighbours are fine */
+    UNCOMP_DECREASING = 1, /* its transitions are not in ascending order; equal neighbours are allowed */
     UNCOMP_PAST_WIDTH = 2, /* Group 4 only: a run passed the width and was clipped */
     UNCOMP_FILLER = 4      /* it used bits after the end of the data */
 };
 
-/* Returns the first row, counted from the frame's first row as 0, that has one of the reasons; -1 if no row
- * has one so far. A row that failed was not delivered and has none, and nor has a blank row that follows the
- * end of a Group 4 page. The row with the end code itself can have used filler: eleven zero bits and the
- * first bit of the filler look like that code. May be called at any time until the frame is freed. */
+/* Returns the first row that has one of the reasons, or -1 if no row has one so far. May be called at any
+ * time until the frame is freed.
+ *
+ *   frame    any frame; its rows are counted from 0
+ *   reasons  a sum of the values above
+ *
+ * A row that failed was not delivered, so it has no reason. A white row after the end of a Group 4 page has
+ * none either. The row with the end of line code can have used filler: eleven zero bits and the first bit
+ * of the filler look like that code. */
 KESTERLIB_API int32_t Uncomp_First_Suspicious_Row(const UNCOMP* frame, int32_t reasons);
 
-/* Frees the frame, and the callback block where the open made it. A stream given to the open stays open. */
+/* Frees the frame, and the callback block if the open function made it. The stream stays open. Null is
+ * ignored. */
 KESTERLIB_API void Uncomp_Free(UNCOMP* frame);
 
-/* The words of the last error, a constant text; null where there was none. */
+/* Returns the message of the last error, a constant text; null if there was none. */
 KESTERLIB_API const char* Uncomp_Error_String(const UNCOMP* frame);
 
 KESTERLIB_END

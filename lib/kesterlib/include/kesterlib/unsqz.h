@@ -1,4 +1,5 @@
-/* The Squeeze decoder: a two-dimensional run code of 1-bit rows, without header, code table or end mark. */
+/* The Squeeze decoder. Squeeze is a two-dimensional run code for 1-bit rows. A stream has no header, no
+ * code table and no end mark. */
 #ifndef KESTERLIB_UNSQZ_H
 #define KESTERLIB_UNSQZ_H
 
@@ -11,18 +12,22 @@
 
 KESTERLIB_BEGIN
 
-/* Open a frame over a Squeeze stream.
+/* Open a frame for a Squeeze stream.
  *
+ *   file           the input, read from its current position; stays open and the caller's
+ *   cb             the block whose fread slot supplies the input, and whose ferror slot tells an error from
+ *                  the end; must live as long as the frame
+ *   base, size     the input in memory; must be unchanged as long as the frame lives
  *   width          pixels of a row
  *   row_bytes      bytes of a row in the stream, normally (width + 7) / 8
- *   first_ref_row  packed row of row_bytes above the first one, read during the call; null: a row of 0
+ *   first_ref_row  packed row of row_bytes bytes above the first row, read during the call; null: a row of 0
  *
- * The input is the stream behind `file`, from its current position; what the read slot of `cb` gives; or the
- * `size` bytes at `base`, which stay where they are and unchanged while the frame lives. The first reads with
- * a block that it makes and frees with the frame. `cb` and `file` stay the caller's.
+ * Returns the frame, which the caller frees with Uncomp_Free. Returns null if width or row_bytes is below
+ * 0, width is above 8 * row_bytes, the transition lists would take more than 256 MiB, `cb` is null, or
+ * there is no memory. A null `file` makes a fatal report and ends the process.
  *
- * Null where a side is below 0, where the width is above 8 * row_bytes, where the lists would take more than
- * 256 MiB, or where the block gave no memory. A null `file` is a fatal report. */
+ * The functions for `file` and `cb` read the first 512 bytes. If that read fails, they return a frame
+ * nevertheless; Uncomp_Error_String then returns a message. */
 KESTERLIB_API UNCOMP* Unsqz_Open(FILE* file, int32_t width, int32_t row_bytes, const uint8_t* first_ref_row);
 KESTERLIB_API UNCOMP* Unsqz_Open_Callback(callback_block* cb, int32_t width, int32_t row_bytes,
                                           const uint8_t* first_ref_row);
@@ -31,23 +36,21 @@ KESTERLIB_API UNCOMP* Unsqz_Open_MMapped(const uint8_t* base, size_t size, int32
 
 /* Decodes the next rows, in order from the top.
  *
- *   frame   from one of the open calls, and not finished (see below)
- *   rows    rows wanted; 0 or less decodes nothing and gives 0
+ *   frame   from one of the open functions
+ *   rows    rows requested; 0 or less decodes nothing and returns 0
  *   buffer  row k of this call starts at buffer + k * stride
- *   stride  bytes from one row to the next
+ *   stride  bytes from one row to the next. A raw row is copied whole: every row start needs row_bytes
+ *           writable bytes after it, even if stride is smaller. A coded row writes at most stride bytes
  *
- * A raw row is copied whole: every row start needs row_bytes writable bytes behind it, even where stride is
- * smaller.
+ * A row is packed: 1 bit per pixel, the leftmost in the top bit, 1 for the code's black. Bits after the
+ * width are 0 in a coded row. In a raw row they are unchanged from the stream.
  *
- * A row is packed, 1 bit a pixel, the leftmost in the top bit, 1 for the code's black. Bits behind the width
- * are 0 in a coded row, and as they stand in the stream in a raw one.
+ * Returns the number of rows delivered: rows, or fewer if the stream is damaged or at its end. Those rows
+ * stay in buffer. If the stream was cut off, the last of them may be painted from filler. After fewer rows
+ * the frame is finished: Uncomp_Error_String returns the message, and further calls return 0. A stream has
+ * no end mark; request as many rows as the page has.
  *
- * Returns the rows delivered: rows, or fewer where the stream is damaged or at its end. Those rows stay in
- * buffer; of a stream that was cut off, the last may be painted from filler. The frame is then finished:
- * Uncomp_Error_String has the words, and further calls give 0. A stream has no end mark; ask for as many rows
- * as the page has.
- *
- * Allocates nothing; input comes 512 bytes a read, or as it lies in memory. */
+ * Allocates nothing. Input that is not in memory is read 512 bytes at a time. */
 KESTERLIB_API int32_t Unsqz_Decode(UNCOMP* frame, int32_t rows, uint8_t* buffer, int32_t stride);
 
 KESTERLIB_END
