@@ -10,7 +10,7 @@ namespace
 
 constexpr int32_t kMostArguments = 4;
 
-// What is said of an option without enough elements behind it, by the number that it takes.
+// Part of the message for an option with too few elements after it, by its argument_count.
 constexpr const char* kMissing[kMostArguments + 1] = {"", "an argument", "2 arguments", "3 arguments",
                                                       "4 arguments"};
 
@@ -22,7 +22,7 @@ const option_record* find_option(const option_record* options, const char* word)
     return nullptr;
 }
 
-// The handler was cast to one type for the table and is cast back to its own here.
+// The table stores all handlers as one type. Each is cast back to its own type here.
 void call_handler(const option_record& option, char* const* arguments)
 {
     using Text = const char*;
@@ -38,21 +38,21 @@ void call_handler(const option_record& option, char* const* arguments)
 
 // ---- Lines -----------------------------------------------------------------------------------------
 
-constexpr size_t kTokenBytes = 200; // of a token that are kept
-constexpr int kMostTokens = 200;    // of a line
+constexpr size_t kTokenBytes = 200; // bytes of a token that are kept
+constexpr int kMostTokens = 200;    // tokens of a line that are kept
 
-// A line's tokens while it is being read; they go to the caller whole or not at all.
+// The tokens of a line while it is read. The caller receives all of them or none.
 struct Tokens {
     int count = 0;
     char* texts[kMostTokens];
-    size_t bytes = 0; // of the token in hand
+    size_t bytes = 0; // bytes of the current token
     char token[kTokenBytes];
 
-    // The token in hand, if there is one, is complete. False without memory.
+    // Ends the current token, if there is one. Returns false if memory is short.
     bool close_token()
     {
         if (bytes > 0 && count < kMostTokens) {
-            auto* copy = static_cast<char*>(malloc(bytes + 1)); // and its terminator
+            auto* copy = static_cast<char*>(malloc(bytes + 1)); // with the terminator
             if (copy == nullptr)
                 return false;
             memcpy(copy, token, bytes);
@@ -63,7 +63,7 @@ struct Tokens {
         return true;
     }
 
-    // Hands the tokens over. False without memory.
+    // Moves the tokens to the caller. Returns false if memory is short.
     bool give(int* argc_out, char*** argv_out)
     {
         if (count == 0)
@@ -95,7 +95,8 @@ bool is_separator(int character)
     return is_line_end(character) || character == ' ' || character == '\t';
 }
 
-// `next` gives a character, or EOF at the end of the input.
+// Reads a line. `next` returns a character, or EOF at the end of the input. Returns false if the input
+// ended before the line or memory is short.
 template <typename Source>
 bool split_line(Source&& next, Tokens* tokens)
 {
@@ -180,7 +181,7 @@ char* read_command_line_from_stream(FILE* stream)
         const int character = getc(stream);
         const bool ends = character == EOF || character == '\0' || character == 255 || character == '\n';
         line[bytes++] = ends ? '\n' : static_cast<char>(character);
-        if (!ends && bytes + 1 < room) // the next character, or the terminator, still fits
+        if (!ends && bytes + 1 < room) // room for the next character and the terminator
             continue;
         if (ends) {
             line[bytes] = '\0';
@@ -202,7 +203,7 @@ int parse_line_from_stream(FILE* stream, int* argc_out, char*** argv_out)
 
 int parse_line_from_buffer(const char* text, int* argc_out, char*** argv_out)
 {
-    // A signed byte, so that 255 is EOF.
+    // The byte is signed, so that 255 is EOF.
     return parse_line_from_source([&text]() -> int { return static_cast<signed char>(*text++); }, argc_out,
                                   argv_out);
 }

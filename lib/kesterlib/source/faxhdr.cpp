@@ -1,5 +1,5 @@
-// The page header's text form: its writer, its reader, and both over streams. One table of keys serves the
-// two, so that they cannot part ways.
+// The text of the page header: its writer and its reader, in memory and on streams. Both use the same table
+// of keys, so that they always agree.
 #include "faxhdr_lines.h"
 
 #include <cerrno>
@@ -17,7 +17,7 @@ constexpr const char* kDestinationError = "Destination format error";
 
 constexpr const char* kTimeFormat = "%Y:%m:%d %H:%M:%S";
 
-constexpr int32_t kFirstYear = 1900; // that a calendar time counts from
+constexpr int32_t kFirstYear = 1900; // year 0 of FAXTime::tm_year
 
 constexpr const char* kRecordMemory = "FaxHeader";
 constexpr const char* kFileRecordMemory = "FAXHeader";
@@ -28,12 +28,12 @@ enum class Kind : uint8_t { signed_number, unsigned_number, line_text, word_text
 struct Key {
     const char* name;
     Kind kind;
-    uint16_t offset;       // of its field in the record
-    uint16_t bytes;        // of the field
-    int32_t first_version; // that has the key
+    uint16_t offset;       // of the field in the record, in bytes
+    uint16_t bytes;        // size of the field
+    int32_t first_version; // lowest version that has the key
 };
 
-constexpr int32_t kAlways = INT32_MIN; // in the text form of every version
+constexpr int32_t kAlways = INT32_MIN; // for keys in every version
 #define FIELD(member) offsetof(FAXHeader, member), sizeof(FAXHeader::member)
 constexpr Key kKeys[] = {
     {"/FaxHeaderVersion", Kind::signed_number, FIELD(FaxHeaderVersion), kAlways},
@@ -67,7 +67,7 @@ constexpr Key kKeys[] = {
     {"/Mux", Kind::exact_text, FIELD(Mux), 3},
 };
 #undef FIELD
-constexpr int32_t kLastVersion = 3; // that brought keys of its own
+constexpr int32_t kLastVersion = 3; // the last version that added keys
 constexpr const char* kNumDestinationsKey = "/NumDestinations";
 constexpr const char* kDestinationKey = "/Destination";
 
@@ -97,7 +97,7 @@ tm calendar_of(const FAXTime& time)
     return calendar;
 }
 
-// A text that fills its field has no terminator.
+// Returns the length of a text. A text that fills its field has no terminator.
 size_t length_within(const char* field, size_t bytes)
 {
     const auto* const end = static_cast<const char*>(memchr(field, 0, bytes));
@@ -106,7 +106,7 @@ size_t length_within(const char* field, size_t bytes)
 
 // ---- Writer ----
 
-// Counts all that is appended, and keeps what fits.
+// Counts all appended bytes, and stores those that fit in the buffer.
 struct Text {
     char* buffer;
     uint32_t bytes;
@@ -157,7 +157,7 @@ void append_key(Text* text, const FAXHeader* header, const Key& key)
         break;
     }
     case Kind::time: {
-        char words[80] = ""; // six numbers of 11 characters at most, and five marks between them
+        char words[80] = ""; // room for six numbers of at most 11 characters, and five separators
         const tm calendar = calendar_of(*field_of<FAXTime>(header, key));
         append_line(text, key.name, words, strftime(words, sizeof words, kTimeFormat, &calendar));
         break;
@@ -184,9 +184,9 @@ void append_header(Text* text, const FAXHeader* header)
 }
 
 // ---- Scanners ----
-// Lines are scanned as the C library's formatted input would, in the "C" locale and with a long of 32 bits: a
-// blank of a format stands for any white space or none, a number takes white space and one sign before its
-// digits, and what follows the last value is not looked at.
+// The scanners behave like the C library's formatted input in the "C" locale with a long of 32 bits. A
+// blank in a format matches any white space or none. A number accepts white space and one sign before its
+// digits. Text after the last value is ignored.
 
 bool is_white(char c)
 {
@@ -200,7 +200,7 @@ const char* skip_white(const char* at)
     return at;
 }
 
-// Behind white space, the key, and white space again; null if the line has another key.
+// Skips white space, the key, and white space again. Returns null if the line has another key.
 const char* skip_key(const char* line, const char* key)
 {
     const char* const start = skip_white(line);
@@ -210,11 +210,11 @@ const char* skip_key(const char* line, const char* key)
 
 struct Number {
     bool negative;
-    uint64_t magnitude; // held to kLargestMagnitude
+    uint64_t magnitude; // clamped to kLargestMagnitude
 };
-constexpr uint64_t kLargestMagnitude = uint64_t{1} << 32; // one more than any field holds
+constexpr uint64_t kLargestMagnitude = uint64_t{1} << 32; // above the largest value of any field
 
-// Gives the first character behind the number, or null if there are no digits.
+// Returns the first character after the number, or null if there are no digits.
 const char* scan_number(const char* at, Number* number)
 {
     at = skip_white(at);
@@ -247,7 +247,7 @@ const char* scan_signed(const char* at, int32_t* target)
     return end;
 }
 
-// ASCII letters only: the user's locale may have other pairs.
+// Folds ASCII letters only, because the user's locale may fold others.
 bool equals_without_case(const char* word, const char* lower)
 {
     for (; *word && *lower; ++word, ++lower)
@@ -256,8 +256,8 @@ bool equals_without_case(const char* word, const char* lower)
     return *word == *lower;
 }
 
-// A value that is too long for its field is cut, and what then stands at its end is trimmed too: so it reads
-// the same once it has been written again.
+// Trims the value, cuts it to the field, and trims what is then at its end. So the field reads the same
+// after it has been written again.
 void set_text(char* target, uint32_t target_bytes, char* value)
 {
     trim_blanks(value);
@@ -321,7 +321,7 @@ bool scan_header_text(const char* line, const char* key, TextPart part, char* ta
         const size_t length = strcspn(start, "\n");
         if (length == 0)
             return false;
-        memcpy(value, start, length); // at most a line
+        memcpy(value, start, length); // shorter than a line
         value[length] = 0;
     }
     set_text(target, target_bytes, value);
@@ -362,7 +362,7 @@ bool scan_header_time(const char* line, const char* key, FAXTime* time)
 {
     int32_t* const members[] = {&time->tm_year, &time->tm_mon, &time->tm_mday,
                                 &time->tm_hour, &time->tm_min, &time->tm_sec};
-    constexpr char kBefore[] = {' ', ':', ':', ' ', ':', ':'}; // a blank: any white space or none
+    constexpr char kBefore[] = {' ', ':', ':', ' ', ':', ':'}; // a blank stands for any white space or none
     const char* at = skip_key(line, key);
     for (int i = 0; at && i < 6; ++i) {
         if (kBefore[i] != ' ' && *at++ != kBefore[i])
@@ -427,8 +427,8 @@ bool scan_key(const char* line, FAXHeader* header, const Key& key)
     return false;
 }
 
-// A later version's own lines end at the first ">>"; each must hold a word, so the end of the text ends them
-// too.
+// Skips the lines of a later version, up to the first ">>". Each line must hold a word, so the loop also
+// stops at the end of the text.
 bool skip_to_end(Lines* lines, int32_t version)
 {
     if (version <= kLastVersion)
@@ -441,12 +441,13 @@ bool skip_to_end(Lines* lines, int32_t version)
     return true;
 }
 
-// From numbers as a reader writes them to a calendar time. One that the calendar cannot hold stays as it is.
+// Converts the numbers of the text to a calendar time. A time that the calendar cannot represent keeps its
+// numbers.
 void normalise(FAXTime* time)
 {
     time->tm_mon = held(int64_t{time->tm_mon} - 1);
     time->tm_year = held(int64_t{time->tm_year} - kFirstYear);
-    time->tm_isdst = -1; // not known
+    time->tm_isdst = -1; // unknown
     tm calendar = calendar_of(*time);
     mktime(&calendar);
     time->tm_sec = calendar.tm_sec;
@@ -460,7 +461,7 @@ void normalise(FAXTime* time)
     time->tm_isdst = calendar.tm_isdst;
 }
 
-// null, or what is wrong with the line just read.
+// Returns null, or the message about the line that was read last.
 const char* read_header(Lines* lines, FAXHeader* header)
 {
     header->NumDestinations = 0;
@@ -475,7 +476,7 @@ const char* read_header(Lines* lines, FAXHeader* header)
     if (!skip_to_end(lines, header->FaxHeaderVersion))
         return kNoEnd;
 
-    if (next_is(lines, "<<")) { // else there are no destinations
+    if (next_is(lines, "<<")) { // otherwise there are no destinations
         int32_t destinations = 0;
         if (!scan_header_signed(next_line(lines), kNumDestinationsKey, &destinations) ||
             destinations > FAXHEADER_DESTINATIONS)
@@ -492,8 +493,8 @@ const char* read_header(Lines* lines, FAXHeader* header)
     return nullptr;
 }
 
-// Asks for the rest until a read gives less than 1: a client's slot may give pieces. One that claims more
-// than it was asked for is believed nothing.
+// Reads until all bytes have arrived or a read returns none, because a client's slot may return pieces. A
+// read that returns more than requested is treated as the end of input.
 size_t read_whole(callback_block* callbacks, char* buffer, size_t bytes)
 {
     size_t arrived = 0;
@@ -506,7 +507,7 @@ size_t read_whole(callback_block* callbacks, char* buffer, size_t bytes)
     return arrived;
 }
 
-// null where there is no memory and the exit slot in force came back.
+// Returns null if there is no memory and the exit slot in use returned.
 callback_block* make_block_on(FILE* stream)
 {
     callback_block* const callbacks = make_unix_callback_block();
@@ -533,7 +534,7 @@ int32_t createFaxHeader(char* buffer, uint32_t bufferSize, const FAXHeader* head
     *message = "";
     Text text{buffer, bufferSize, 0};
     append_header(&text, header);
-    const auto length = static_cast<int32_t>(text.length); // a few thousand at most
+    const auto length = static_cast<int32_t>(text.length); // at most a few thousand
     if (text.length > header->HeaderSize) {
         *message = "Header is too large";
         return -length;
@@ -559,7 +560,7 @@ int32_t extractFaxHeader(const char* buffer, uint32_t size, FAXHeader* header, c
 FAXHeader* read_FAXHeader_from_callback(callback_block* callbacks, FAXHeader* header)
 {
     char buffer[FAXHEADER_BYTES] = {};
-    errno = 0; // a stream that merely ends leaves it alone
+    errno = 0; // the end of a stream does not set errno
     if (read_whole(callbacks, buffer, sizeof buffer) < sizeof buffer) {
         callback_perror(callbacks, "not enough data, reading fax header");
         return nullptr;

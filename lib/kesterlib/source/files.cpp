@@ -1,5 +1,6 @@
-// Bytes and numbers to and from a file. Both families are one code over two small types that move bytes and
-// report. A client's slot that claims to have moved more bytes than it was asked for has moved none.
+// Bytes and numbers to and from a file. Both families use the same templates, with a small type each that
+// moves bytes and makes reports. If a client's slot claims to have moved more bytes than requested, it
+// counts as having moved none.
 #include "kesterlib/files.h"
 
 #include <string.h>
@@ -104,7 +105,7 @@ void swap_words(void* buffer, size_t bytes)
     auto* next = static_cast<unsigned char*>(buffer);
     for (size_t words = bytes / sizeof(Word); words > 0; --words, next += sizeof(Word)) {
         Word word = 0;
-        memcpy(&word, next, sizeof word); // at any address
+        memcpy(&word, next, sizeof word); // the address may be unaligned
         word = reversed(word);
         memcpy(next, &word, sizeof word);
     }

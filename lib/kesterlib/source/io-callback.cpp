@@ -1,20 +1,20 @@
-// The callback block: its two fillings, its slots, the calls that go through them, and the default block.
-// Memory and reports have sources of their own (memory.cpp, report.cpp).
+// The callback block: its two initial states, its slots, the calls through the slots, and the default
+// block. Memory and reports are in memory.cpp and report.cpp.
 #include "io-callback.h"
 
 #include <stdlib.h>
 
 namespace
 {
-// The block most recently used; null again when it is disposed of. What the slots of a block report against.
+// The block used last, for the reports of the default slots. Null after that block is disposed of.
 callback_block* current_callback_block = nullptr;
 
 callback_block* default_callbacks = nullptr;
-bool default_callback_made = false; // by dfcb
+bool default_callback_made = false; // dfcb has made a block that is not disposed of
 
 void (*debug_message_sink)(const char* text) = nullptr;
 
-// ---- What stands in the slots of a void block ------------------------------------------------------
+// ---- Slots of a void block --------------------------------------------------------------------------
 
 void report_not_installed(const char* text, int line)
 {
@@ -106,7 +106,7 @@ void store(Slot& slot, callback_slot_value value)
 
 callback_block* make_callback_block(void)
 {
-    // There is no block yet whose own slot could be asked.
+    // There is no block yet whose allocate slot could be used.
     auto* block =
         static_cast<callback_block*>(default_allocate_callback(sizeof(callback_block), "callback block"));
     if (block != nullptr)
@@ -208,12 +208,12 @@ void dispose_callback_block(callback_block* block)
         return;
     debug_memory_cleanup(block);
     if (current_callback_block == block)
-        current_callback_block = nullptr; // a later report must not reach into freed memory
-    if (default_callbacks == block) {     // nor dfcb give it
+        current_callback_block = nullptr; // a later report must not use freed memory
+    if (default_callbacks == block) {     // dfcb must not return it
         default_callbacks = nullptr;
         default_callback_made = false;
     }
-    free(block); // it did not come from its own slot
+    free(block); // it was not allocated through its own slot
 }
 
 size_t callback_block_size(void)
@@ -257,7 +257,7 @@ void set_default_callback_block(callback_block* block)
 void dispose_default_callback_block(void)
 {
     dispose_callback_block(default_callbacks);
-    default_callback_made = false; // nor does one that was replaced count any more
+    default_callback_made = false; // a block that was replaced before no longer counts
 }
 
 // ---- The calls -------------------------------------------------------------------------------------

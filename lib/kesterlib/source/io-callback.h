@@ -1,8 +1,8 @@
-// What the sources of the callback block share.
+// Shared by the sources of the callback block.
 #pragma once
 
 #include "kesterlib/callback.h"
 
-// To be called before a slot is: a default slot gets no block, so it reports against the one most recently
-// named here.
+// Call this before calling a slot. A default slot receives no block, so it reports through the block that
+// was named here last.
 void set_current_callback_block(callback_block* block);

@@ -1,5 +1,6 @@
-// Memory by way of a callback block: the counters of every block and the records of a block that tracks, with
-// which leaks and wrong frees are found. Searches are linear: tracking is for tests and debugging.
+// Memory through a callback block: the counters of every block, and the records of a block that tracks
+// allocations, which find leaks and wrong frees. Searches are linear, because tracking is for tests and
+// debugging.
 #include "io-callback.h"
 
 #include <stdlib.h>
@@ -8,7 +9,7 @@ namespace
 {
 constexpr const char* kCleanup = "memory cleanup";
 
-// The numbers as the report formats take them.
+// Conversions to the types that the report formats take.
 long as_long(uint32_t number)
 {
     return static_cast<long>(number);
@@ -24,13 +25,14 @@ int as_int(uint32_t number)
     return static_cast<int>(number);
 }
 
-// Whether each allocation that returned memory has been released.
+// Returns whether each allocation that returned memory has been released.
 bool counts_agree(const callback_block* block)
 {
     return block->allocation_count - block->failed_allocation_count == block->deallocation_count;
 }
 
-// The link that points to the record of `pointer`, or null. Unlinking needs the link, not the record.
+// Returns the link that points to the record of `pointer`, or null. Unlinking needs the link, not the
+// record.
 memory_debug_record** find_link(memory_debug_record** link, const void* pointer)
 {
     for (; *link != nullptr; link = &(*link)->next)
@@ -57,7 +59,7 @@ void track(callback_block* block, void* memory, size_t size, const char* descrip
     auto* record = static_cast<memory_debug_record*>(
         block->allocate(sizeof(memory_debug_record), "memory debug record"));
     if (record == nullptr)
-        return; // then this memory counts as allocated elsewhere
+        return; // this memory then counts as allocated elsewhere
     *record = {.size = size < UINT32_MAX ? static_cast<uint32_t>(size) : UINT32_MAX,
                .allocated_by = description,
                .freed_by = nullptr,
@@ -67,8 +69,8 @@ void track(callback_block* block, void* memory, size_t size, const char* descrip
     push(&block->allocated_list, record);
 }
 
-// Moves the record of `pointer` to the freed ones, or reports a wrong free. False where the memory has
-// already been released and must not be once more.
+// Moves the record of `pointer` to freed_list, or reports a wrong free. Returns false if the memory was
+// already released and must not be released again.
 bool untrack(callback_block* block, void* pointer, const char* description)
 {
     if (memory_debug_record** live = find_link(&block->allocated_list, pointer)) {
@@ -149,7 +151,7 @@ void debug_memory_cleanup(callback_block* block)
     while (block->freed_list != nullptr)
         block->deallocate(pop(&block->freed_list), kCleanup);
 
-    // The counts alone can want a report: they run without tracking as well.
+    // The counts alone can require a report, because they are kept without tracking as well.
     if (block->allocated_list == nullptr && counts_agree(block))
         return;
     debug_memory_report(block);
@@ -157,7 +159,7 @@ void debug_memory_cleanup(callback_block* block)
         memory_debug_record* record = pop(&block->allocated_list);
         block->deallocate(record->pointer, "memory cleanup of allocated data");
         block->deallocate(record, kCleanup);
-        ++block->deallocation_count; // reported once
+        ++block->deallocation_count; // so that it is reported once only
     }
 }
 

@@ -1,4 +1,4 @@
-// Reports: the one fatal path, and the texts of system errors.
+// Reports: the single path of fatal errors, and the texts of system errors.
 #include "kesterlib/callback.h"
 
 #include <errno.h>
@@ -17,14 +17,14 @@ struct Assertion {
 int assertion_guard = 0;        // above 0 while a report is running
 Assertion saved_assertion = {}; // the failure that is being reported
 
-constexpr size_t kErrorTextBytes = 200; // room for a formatted error text
+constexpr size_t kErrorTextBytes = 200; // bytes of a formatted error text
 
 const char* text_or_null(const char* text)
 {
     return text != nullptr ? text : "(null)";
 }
 
-// No block can be trusted any more.
+// Writes to stderr, because no block can be trusted any more.
 [[noreturn]] void end_on_second_failure(const Assertion& second)
 {
     const Assertion& first = saved_assertion;
@@ -38,13 +38,13 @@ const char* text_or_null(const char* text)
     exit(1);
 }
 
-// The system's constant text of a code; null for a code without one.
+// Returns the system's constant text of a code; null for a code without one.
 const char* known_error_text(int code)
 {
     return strerrordesc_np(code);
 }
 
-// Writes the text of a code without one and returns its bytes, with the terminator.
+// Writes the text of a code without one. Returns its bytes, with the terminator.
 size_t format_unknown_error(char (&text)[kErrorTextBytes], int code)
 {
     return static_cast<size_t>(printf_to_buffer(text, sizeof text, "Unknown error code, #%d", code)) + 1;
@@ -69,7 +69,7 @@ void callback_assertion_failed(callback_block* block, const char* expression, co
     callback_message(block, "Assertion %s failed;\n%s\nAt line %d in file %s", expression, text, line, file);
     callback_message_fflush(block);
     callback_exit(block, 1);
-    --assertion_guard; // the client's exit slot came back: the caller goes on
+    --assertion_guard; // the client's exit slot returned: the caller continues
 }
 
 void callback_perror(callback_block* block, const char* text)

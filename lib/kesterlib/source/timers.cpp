@@ -1,4 +1,4 @@
-// The stopwatches. A pass that meets the clock's wrap still counts the time that went by.
+// The timers. A pass during which the clock wraps still counts the time that passed.
 #include "kesterlib/timers.h"
 
 #include <stdint.h>
@@ -11,18 +11,18 @@ namespace
 {
 constexpr int kTimers = 64;
 constexpr double kSecondsPerTick = 0.001;
-constexpr double kClockSeconds = 4294967296.0 * kSecondsPerTick; // 2^32 ticks, until the clock is at 0 again
+constexpr double kClockSeconds = 4294967296.0 * kSecondsPerTick; // period of the clock: 2^32 ticks
 
 struct Timer {
     double total; // seconds
     uint32_t passes;
-    char* name;   // the table's own copy, or null
-    double start; // of the last timerOn
+    char* name;   // owned by the table, or null
+    double start; // seconds, at the last timerOn
 };
 
 Timer timer_table[kTimers];
 
-// The timers of first to last that there are.
+// The existing timers from `first` to `last`.
 struct Range {
     Timer* from;
     Timer* to;
