@@ -1,4 +1,4 @@
-// Loads in the stream's byte order and counts of bits, the same under every compiler flag.
+// Big-endian loads and stores, and counts of bits, with the same result under every compiler flag.
 #pragma once
 
 #include <cstdint>
@@ -30,7 +30,7 @@ namespace
     memcpy(bytes, &word, sizeof word);
 }
 
-[[maybe_unused]] inline int32_t leading_zeros(uint64_t word) // not of 0
+[[maybe_unused]] inline int32_t leading_zeros(uint64_t word) // word must not be 0
 {
     return __builtin_clzll(word);
 }

@@ -1,5 +1,4 @@
-// Tables that find a code by its leading bits, made from the list of codes; and the window that they are
-// asked with.
+// Builds the tables that find a code by its leading bits, and drops bits from the frame's window.
 #include "codetable.h"
 
 #include <cstring>

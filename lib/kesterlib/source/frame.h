@@ -1,5 +1,5 @@
-// What the run decoders share behind UNCOMP: making a frame, its input, its lists of transitions and its
-// painter. Given a callback block or mapped bytes; hands on rows.
+// Shared by the run decoders: the whole frame, of which UNCOMP is the public part; its input, its lists of
+// transitions, and its painter.
 #pragma once
 
 #include "kesterlib/uncompress.h"
@@ -11,103 +11,114 @@ static_assert(sizeof(size_t) >= sizeof(int64_t), "only for 64-bit systems");
 
 namespace kesterlib
 {
-// The words of a row whose list would leave its place, or that refers behind the list above.
+// Message of a row whose list would exceed its memory, or that refers to an entry after the list above.
 constexpr const char* kTooManyRuns = "number of runs must not overrun buffer";
 
-// 0x81 starts no row of Squeeze, and in Group 4 no code follows its first bit: past the end of its input a
-// decoder meets it and fails.
+// The byte that follows the end of the input. In Squeeze no row starts with 0x81, and in Group 4 no code
+// follows its first bit. So a decoder fails soon after the end of its input.
 constexpr uint8_t kFiller = 0x81;
 
-// Entries of a list beside one for each pixel: head and four sentinels.
+// Entries of a list, in addition to one for each pixel: the head and four sentinels.
 constexpr int32_t kListOverhead = 1 + 4;
 constexpr int64_t kLargestListBlock = int64_t{256} << 20; // bytes of both lists together
 
-// Behind a closed list stand up to this many entries of kBehindList, so that a vector of entries can be read
-// from any place in the list. They are larger than any position: a code that refers to one seems to end the
-// row, and whoever ends a row asks whether the entry was one of the list's.
+// A closed list is followed by up to kLanes entries of kBehindList, so that kLanes entries can be read from
+// any place in the list. They are larger than any position. A code that refers to one of them seems to end
+// the row, so the code that ends a row must check that the entry belongs to the list.
 constexpr int32_t kLanes = 8;
 constexpr int32_t kBehindList = 0x40000000;
-// Runs that reach behind the row are cut here: all that counts is that they do, and nothing overflows.
+// A position after every row. Larger positions are clamped to it, so that sums cannot overflow. It only
+// matters that they are after the row.
 constexpr int32_t kFarBehindRow = 0x10000000;
-constexpr int32_t kLongestRunCode = 2560;             // that one run may lead further
-static_assert(kFarBehindRow > kLargestListBlock / 8); // no row is as long: its lists take eight bytes a pixel
+constexpr int32_t kLongestRunCode = 2560;             // largest run of a single code
+static_assert(kFarBehindRow > kLargestListBlock / 8); // no row is as long: its lists take 8 bytes per pixel
 static_assert(2 * (kFarBehindRow + kLongestRunCode) < kBehindList);
 
-// UNCOMP comes first, so that a frame can be given out and freed as one.
+// UNCOMP comes first, so that a pointer to it is a pointer to the frame.
 struct Frame {
     UNCOMP base;
 
-    int32_t ref_count;       // entries of ref_list, head and copies of the row length included
-    int32_t ref_transitions; // those between head and copies
-    const uint8_t* raw_row;  // the row above, where its list is still to be made from it; else null
-    uint64_t* words;         // one row, all zero between paints; or the copy of a raw row
-    bool words_hold_row;     // the latter
-    bool finished;           // a row has failed: there are no more
-    bool ref_rises;          // Group 4: each entry of ref_list is above the one before, up to the first copy
+    int32_t ref_count;       // entries of ref_list, with the head and the copies of the row length
+    int32_t ref_transitions; // entries of ref_list between the head and the copies
+    const uint8_t* raw_row;  // the row above while it has no list yet, else null
+    uint64_t* words;         // memory of one row: all 0 between paints, or the copy of a raw row
+    bool words_hold_row;     // words holds the copy of a raw row
+    bool finished;           // a row has failed, so no more rows follow
+    bool ref_rises;          // Group 4: the entries of ref_list ascend strictly, up to the first copy
 
-    // The end of the data, once a read has met it: the first filler byte in in_buffer, and how many filler
-    // bytes earlier buffers held. Null before that.
-    const uint8_t* filler;
-    int32_t filler_before;
-    int32_t first_suspicious[3]; // row by reason, in the order of the UNCOMP_ bits; -1 for none
+    const uint8_t* filler; // first filler byte in in_buffer; null until a read has met the end of the input
+    int32_t filler_before; // filler bytes in the buffers before
+    int32_t first_suspicious[3]; // first row with each reason, in the order of the UNCOMP_ bits; -1: none
 };
 
-// Notes reasons to doubt the row at hand, which is number rows_done. Only the first row of each reason
-// counts.
+// Notes reasons to doubt the current row, number rows_done. Only the first row with each reason is kept.
 void uncomp_note(Frame* frame, int32_t reasons);
-// Notes the row at hand if it used filler. Call after its last bit is taken, and only if frame->filler is
-// set.
+// Notes the current row if it used filler. Call this after the last bit of the row is taken, and only if
+// frame->filler is set.
 void uncomp_note_filler(Frame* frame);
 
-// A frame over the block's input, or, with a base, over the size bytes there and then nothing; its row above
-// stands. With owns_cb the block, which may be null, goes with the frame, and goes where there is none. Null
-// where a side is below 0, the width above 8 * row_bytes, the lists were too large, or there was no block or
-// memory.
+// Makes a frame.
+//
+//   cb             the callback block; null: the open fails
+//   owns_cb        the frame disposes of cb when it is freed, and this function does if the open fails
+//   base, size     the input in memory; base null: the input is that of cb
+//   width          pixels of a row
+//   row_bytes      bytes of a row
+//   first_ref_row  packed row above the first row, or null for a row of 0
+//   row_length     pixels of a row of transitions: width, or 8 * row_bytes
+//
+// Returns null if width or row_bytes is below 0, width is above 8 * row_bytes, the lists would be too
+// large, or there is no block or no memory.
 Frame* uncomp_open(callback_block* cb, bool owns_cb, const uint8_t* base, size_t size, int32_t width,
                    int32_t row_bytes, const uint8_t* first_ref_row, int64_t row_length);
-// A block for a frame over a stream, without which there is a fatal report in the name of expression and
-// source. Null where there is no memory.
+// Makes the block of a frame that reads a stream. A null `file` makes a fatal report, which names
+// `expression` and `source`. Returns null if there is no memory.
 callback_block* stream_block(FILE* file, const char* expression, const char* source);
-// A block for a frame over mapped bytes: it has no input of its own. Null where there is no memory.
+// Makes the block of a frame that reads from memory: the block has no input of its own. Returns null if
+// there is no memory.
 callback_block* mapped_block();
 
-// The row above the first one: packed, or null for a row of 0.
+// Sets the row above the first row: packed, or null for a row of 0.
 void uncomp_set_reference(Frame* frame, const uint8_t* first_ref_row, int32_t row_length);
 
-// The window is empty before, and holds 16 to 23 bits afterwards.
+// Fill the bit window until it holds 16 to 23 bits. uncomp_start_bits empties it first.
 void uncomp_start_bits(UNCOMP* frame);
 void uncomp_load_bits(UNCOMP* frame);
-// Fetches the next 512 bytes; what the input has no more of is filler. Returns the new in_ptr.
+// Reads the next 512 bytes into in_buffer. Filler replaces those that the input does not have. Returns the
+// new in_ptr.
 const uint8_t* uncomp_refill(UNCOMP* frame);
 
-// A list into a packed row, a run at a time: clears nbytes of row, then sets the runs up to width. Whatever
-// is in the list, nothing outside nbytes is written. The list may run up to endtrans; that it was longer is a
-// fatal report.
+// Paints a list into a packed row, a run at a time: sets nbytes of row to 0, then the runs up to width to
+// 1. Writes nothing outside nbytes, whatever the list contains. A list that does not end before endtrans is
+// a fatal report.
 void uncomp_paint_row(callback_block* cb, uint8_t* row, const int32_t* trans, const int32_t* endtrans,
                       int32_t nbytes, int32_t width);
 
-// Ends a list of `count` entries, the last of which may reach behind the row and be dropped or kept; appends
-// up to four copies of the row length and the entries behind the list. Gives the entries with copies, or 0
-// where there was no room for four of them, those that the row itself ended with included. *transitions
-// becomes the count of entries behind the head that are below the row length.
+// Closes a list of `count` entries: appends up to four copies of the row length, and the entries of
+// kBehindList. Trailing entries may lie after the row; `overshoot` says whether those are dropped or kept.
+//
+// Sets *transitions to the number of entries after the head that are below the row length. Returns the
+// number of entries with the copies. Returns 0 if the list does not end with at least four entries at or
+// after the row length.
 enum class Overshoot { Dropped, Kept };
 int32_t uncomp_close_list(int32_t* list, const int32_t* end, int32_t count, int32_t row_length,
                           Overshoot overshoot, int32_t* transitions);
 
-// The list of a packed row; see getruns.cpp. Gives the entries before the three sentinels, the head included.
+// Makes the list of a packed row; see getruns.cpp. Returns the number of entries before the three
+// sentinels, with the head.
 int32_t getruns(callback_block* cb, const uint8_t* row, int32_t width, int32_t* runs, const int32_t* endruns);
 
-// The reference list from a raw row that stands for it, if one does.
+// If a raw row is the row above, makes ref_list from it.
 void uncomp_list_raw_row(Frame* frame, int32_t row_length);
 void uncomp_forget_raw_row(Frame* frame);
-// A raw row in the caller's memory is kept before the call returns to him.
+// Copies a raw row that is in the caller's memory. Call this before control returns to the caller.
 void uncomp_keep_raw_row(Frame* frame);
 
-// Of this file's own in each that includes it: what is compiled for one machine's instructions must not be
-// called by what is compiled for every machine.
+// In an unnamed namespace, so that each source has its own copy: code compiled for every machine must not
+// call code compiled for one machine's instructions.
 namespace
 {
-// Bits of the row's last byte that are pixels stay, those behind the width become 0.
+// Sets the bits after the width in the row's last byte to 0.
 [[maybe_unused]] inline void uncomp_clip_row(uint8_t* row, int32_t nbytes, int32_t width)
 {
     if (nbytes > 0 && nbytes == width / 8 + (width % 8 != 0) && width % 8 != 0)
@@ -116,7 +127,7 @@ namespace
 
 [[maybe_unused]] inline void uncomp_count_row(UNCOMP* frame)
 {
-    frame->rows_done += frame->rows_done < INT32_MAX; // Group 4 delivers white rows without end
+    frame->rows_done += frame->rows_done < INT32_MAX; // Group 4 delivers any number of white rows
 }
 
 [[maybe_unused]] inline void uncomp_swap_lists(UNCOMP* frame)

@@ -1,5 +1,6 @@
-// A packed row into a list of transitions, 64 pixels at a time: a transition is a pixel that differs from the
-// one before it, so a word XORed with itself shifted by one pixel has a bit for each.
+// Converts a packed row to a list of transitions, 64 pixels at a time. A transition is a pixel that differs
+// from the one before it. So a word XORed with itself, shifted by one pixel, has a 1 bit at each
+// transition.
 #include "bits.h"
 #include "frame.h"
 
@@ -28,7 +29,7 @@ int32_t getruns(callback_block* cb, const uint8_t* row, int32_t width, int32_t* 
         last_pixel = word & 1;
         const int32_t position = byte * 8;
         if (width - position < 64)
-            changes &= ~(~uint64_t{0} >> (width - position)); // bits behind the width are no pixels
+            changes &= ~(~uint64_t{0} >> (width - position)); // bits after the width are no pixels
         if (count_ones(changes) + kSentinels > endruns - out) {
             fits = false;
             break;

@@ -1,4 +1,4 @@
-// The JBIG decoder's outside: opening with a look at the header, delivery of rows, reports.
+// The public functions of the JBIG decoder: they check the header, deliver rows and make reports.
 #include "kesterlib/files.h"
 #include "kesterlib/jbig.h"
 
@@ -15,12 +15,12 @@ constexpr const char* kSource = "jbigdecode";
 constexpr const char* kNoEndMarker = "End of file not in JBIG format";
 constexpr int32_t kEndMarkerBytes = 2;
 constexpr uint8_t kMarker = 0xFF;
-constexpr uint32_t kWidthLimit = 0x7ffffff8; // from here on a row's last pixels have no signed column
+constexpr uint32_t kWidthLimit = 0x7ffffff8; // from this width on, a row's last pixels have no signed column
 
 struct HeaderByte {
     int32_t at;
     uint8_t wanted;
-    const char* text; // when it is another
+    const char* text; // message if the byte differs
 };
 constexpr HeaderByte kHeaderBytes[] = {
     {0, 0, "BIE Byte 0 (initial resolution) /= 0"},
@@ -38,7 +38,7 @@ uint32_t number_at(const uint8_t* bytes)
     return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
 }
 
-// SDNORM or SDRST.
+// Returns whether a byte after 0xFF is the end marker SDNORM or SDRST.
 bool is_stripe_end(uint8_t marker)
 {
     return marker == 0x02 || marker == 0x03;
@@ -63,7 +63,7 @@ jbig_data* jbig_make_data(callback_block* block, uint32_t width, uint32_t height
     return &decoder->base;
 }
 
-// The whole input is at hand for a look at its end; the stream is then back where it was.
+// Checks the end marker at the end of the input, and sets bytes_left. Then seeks back to the start.
 bool jbig_check_eof_marker(jbig_data* dat)
 {
     callback_block* const block = dat->block;
@@ -96,7 +96,8 @@ bool jbig_check_eof_marker_mapped(jbig_data* dat, size_t length)
     return false;
 }
 
-// Reports every fault of the header. Sizes are judged here, before anything is allocated for them.
+// Reads the header and reports every fault in it. Sizes are checked here, before memory is allocated for
+// them.
 bool jbig_read_bih(jbig_data* dat)
 {
     const uint8_t* addr = dat->io_buffer;
@@ -139,7 +140,7 @@ bool jbig_read_bih(jbig_data* dat)
     return good;
 }
 
-// Takes the record over: closes it where the open fails.
+// Completes the open. Takes ownership of the record: closes it if the open fails.
 jbig_data* jbig_open_common(jbig_data* dat)
 {
     if (!jbig_read_bih(dat)) {
@@ -167,8 +168,8 @@ jbig_data* jbig_open_common(jbig_data* dat)
     return dat;
 }
 
-// Rows of the next step: what is left of a stripe, of which a new one is decoded first where there is none.
-// 0 after an error.
+// Returns the number of rows in the buffer that are not delivered yet. If there are none, decodes a stripe
+// first. Returns 0 after an error.
 int32_t rows_at_hand(jbig_data* dat)
 {
     if (dat->lines_left < 1) {
@@ -186,7 +187,8 @@ void pass_rows(jbig_data* dat, int32_t rows)
     dat->lines_delivered += static_cast<uint32_t>(rows);
 }
 
-// Passes over whole stripes of the next rows if all are equal to the stripe in the buffer. Returns the rows.
+// Skips whole stripes of the next rows if all are equal to the stripe in the buffer. Returns the number of
+// rows skipped.
 int32_t pass_same_stripes(jbig_data* dat, int32_t rows)
 {
     if (!reinterpret_cast<const Decoder*>(dat)->repeats)
@@ -217,7 +219,7 @@ void jbig_print_position(callback_block* block, jbig_data* dat)
                      long{dat->stripe_number},
                      long{dat->stripe_lines} * long{dat->stripe_number} + long{dat->line_in_stripe},
                      long{dat->line_in_stripe}, long{dat->column});
-    // Input from memory has no stream to ask.
+    // Input from memory has no stream that has a position.
     long position = 0;
     if (dat->input_buffer) {
         const long unread = dat->io_buffer_end ? static_cast<long>(dat->io_buffer_end - dat->io_buffer) : 0;
@@ -312,8 +314,8 @@ int32_t Jbig_Decode(jbig_data* dat, int32_t lines, uint8_t* buffer, int32_t pitc
 {
     if (dat->error_count > 0)
         return 0;
-    // Behind a row's bytes stand its right margin and the next row's left one. The latter is not read, since
-    // the last row of the buffer has none behind it.
+    // A row's bytes are followed by its right margin and the left margin of the next row. The latter is
+    // written as 0, not copied, because the last row of the buffer has none after it.
     const auto room = static_cast<size_t>(pitch < 0 ? 0 : pitch);
     const size_t there = size_t{dat->row_bytes} + 1;
     const size_t copied = room < there ? room : there;

@@ -1,5 +1,5 @@
-// Eight 32-bit numbers at a time, with what the compiler may use where this is included: AVX2, SSE2 or plain
-// words.
+// Eight 32-bit numbers at a time, with the instructions that the including source is compiled for: AVX2,
+// SSE2, or plain words.
 #pragma once
 
 #include "frame.h"
@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
-// KESTERLIB_PLAIN_LANES: words whatever the machine has, so that a test can look at them anywhere.
+// KESTERLIB_PLAIN_LANES selects plain words on every machine, so that tests can run that variant anywhere.
 #if !defined(KESTERLIB_PLAIN_LANES) && (defined(__AVX2__) || defined(__SSE2__))
 #include <immintrin.h>
 #endif
@@ -33,7 +33,7 @@ inline Lanes lanes_of(int32_t value)
 {
     return {_mm256_set1_epi32(value)};
 }
-// Eight numbers from eight bytes.
+// Sign-extends eight bytes to eight numbers.
 inline Lanes lanes_widen(const int8_t* from)
 {
     return {_mm256_cvtepi8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from)))};
@@ -42,7 +42,8 @@ inline Lanes lanes_add(Lanes a, Lanes b)
 {
     return {_mm256_add_epi32(a.all, b.all)};
 }
-// A bit for each lane, the first lowest: where a is above b; where a is not in 0 to limit.
+// Return a bit for each lane, the first lane in the lowest bit: whether a is above b; whether a is outside
+// 0 to limit.
 inline uint32_t lanes_above(Lanes a, Lanes b)
 {
     return static_cast<uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(_mm256_cmpgt_epi32(a.all, b.all))));

@@ -1,5 +1,5 @@
-// A list of transitions into a packed row by 64-bit words, for the row loops; the same rows as
-// uncomp_paint_row.
+// Paints a list of transitions into a packed row by 64-bit words, for the row loops. The result is the same
+// as uncomp_paint_row's.
 #pragma once
 
 #include "bits.h"
@@ -13,10 +13,11 @@ namespace kesterlib
 {
 namespace
 {
-// How the entries of a list from 1 to the count-th follow each other.
-enum class Order { Rises, Stands, Falls }; // each above the one before; none below; any
+// Order of the entries from 1 to the count-th. Rises: each is above the one before. Stands: none is below
+// the one before. Falls: any other order.
+enum class Order { Rises, Stands, Falls };
 
-// Reads entries up to the count-th.
+// Returns the order. Reads no entry after the count-th.
 inline Order list_order(const int32_t* list, int32_t count)
 {
     constexpr uint32_t kAll = (1u << kLanes) - 1;
@@ -34,7 +35,8 @@ inline Order list_order(const int32_t* list, int32_t count)
     return Order::Stands;
 }
 
-// transitions entries behind the head, all below the row length; the copies of that stand behind them.
+// Paints the `transitions` entries after the head, all below the row length. Copies of the row length must
+// follow them.
 inline void paint_list(Frame* frame, uint8_t* row, const int32_t* list, const int32_t* end,
                        int32_t transitions, Order order, int32_t nbytes)
 {
@@ -50,8 +52,8 @@ inline void paint_list(Frame* frame, uint8_t* row, const int32_t* list, const in
         return;
     }
 
-    // A transition turns over all pixels from its own to the end of its word; what is left to do for a word
-    // is to turn it over as a whole where the word before ends in a 1. Without a branch that depends on the
+    // Each transition inverts all pixels from its position to the end of its word. Then a word only has to
+    // be inverted as a whole if the word before ends in a 1. This needs no branch that depends on the
     // picture.
     uint64_t* const words = frame->words;
     for (int32_t i = 1; i <= transitions; ++i) {
@@ -60,12 +62,12 @@ inline void paint_list(Frame* frame, uint8_t* row, const int32_t* list, const in
     }
     const int32_t first = list[1] >> 6;
     const int32_t last = list[transitions] >> 6;
-    const int32_t whole = nbytes >> 3; // words that can be stored whole
+    const int32_t whole = nbytes >> 3; // words that lie entirely in the row
     if (first * 8 >= nbytes)
         memset(row, 0, static_cast<size_t>(nbytes));
     else
         memset(row, 0, static_cast<size_t>(first) * 8);
-    uint64_t carry = 0; // all ones where the word before ends in a 1
+    uint64_t carry = 0; // all ones if the word before ends in a 1
     int32_t word = first;
     const int32_t stored = last < whole ? last + 1 : whole;
     for (; word < stored; ++word) {
@@ -74,7 +76,7 @@ inline void paint_list(Frame* frame, uint8_t* row, const int32_t* list, const in
         store_be64(row + int64_t{word} * 8, turned ^ carry);
         carry ^= 0 - (turned & 1);
     }
-    if (word <= last) { // into or behind the row's last bytes
+    if (word <= last) { // a word that is partly in the row, or words after it
         const uint64_t turned = words[word] ^ carry;
         for (int32_t byte = word * 8; byte < nbytes; ++byte)
             row[byte] = static_cast<uint8_t>(turned >> (56 - 8 * (byte & 7)));

@@ -1,10 +1,11 @@
-// The arithmetic decoder of JBIG: its input, byte by byte and ahead of that, and the start and end of a
-// stripe. The decisions themselves are in qdecoder_rows.h.
+// The arithmetic decoder of JBIG: its input, and the start and end of a stripe. The decisions are in
+// qdecoder_rows.h.
 //
-// A decoder that reads byte by byte fetches one when it shifts the code and has no bit left. This one reads
-// ahead as long as nobody can tell: bytes out of the buffer, stuffed ones included, but never past its end, a
-// marker or what is an error. Whatever remains is fetched when a shift needs it, and what was read ahead in
-// vain at the end of a stripe goes back, so that reads, reports and positions are those of single bytes.
+// A simple decoder reads a byte when it shifts the code register and has no bit left. This one reads ahead
+// within the buffer for speed, stuffed bytes included, but never past its end, a marker or an error. It
+// reads the remaining bytes when a shift needs them. At the end of a stripe it returns the bytes that it
+// read ahead in vain to the buffer. So reads, reports and positions are the same as those of the simple
+// decoder.
 #include "qdecoder.h"
 
 #include "bits.h"
@@ -20,9 +21,10 @@ namespace
 {
 constexpr const char* kSource = "qdecoder";
 
-// Bits that will never run out: nothing more is read in this stripe, and bits of 0 follow. A multiple of 8.
+// A number of bits that is never used up: this stripe reads nothing more, and bits of 0 follow. A multiple
+// of 8.
 constexpr int64_t kForever = int64_t{1} << 62;
-// The code register has 48 bits below those that are compared.
+// Bits of the code register below those that are compared.
 constexpr int64_t kBitsBelow = 48;
 
 void jbig_refill(jbig_data* dat)
@@ -33,7 +35,7 @@ void jbig_refill(jbig_data* dat)
         static_cast<size_t>(dat->bytes_left < JBIG_INPUT_BUFFER ? dat->bytes_left : JBIG_INPUT_BUFFER);
     size_t got = callback_fread(dat->block, 1, wanted, dat->input_buffer);
     if (got > wanted)
-        got = 0; // a slot that claims more than it was asked for is believed nothing
+        got = 0; // a slot that returns more than requested counts as the end of input
     dat->io_buffer = dat->input_buffer;
     dat->io_buffer_end = dat->input_buffer + got;
     dat->bytes_left -= static_cast<int32_t>(got);
@@ -51,7 +53,7 @@ bool next_byte(jbig_data* dat, uint8_t* byte)
     return true;
 }
 
-// One byte into bits 8 to 15 of qm_c, or nothing there.
+// Reads one byte into bits 8 to 15 of qm_c. After the end of the data these bits stay 0.
 void qm_byte_in(jbig_data* dat)
 {
     dat->ct = 8;
@@ -101,7 +103,7 @@ bool any_byte_is_ff(uint64_t word)
     return ((flipped - kOnes) & word & (kOnes << 7)) != 0;
 }
 
-// What stands in the buffer and is no event, as far as the code register has room.
+// Reads ahead from the buffer as far as the code register has room. Stops before a marker or an error.
 void read_ahead(const jbig_data* dat, QmCoder* coder)
 {
     const uint8_t* next = coder->next;
@@ -129,7 +131,7 @@ void read_ahead(const jbig_data* dat, QmCoder* coder)
     coder->next = next;
 }
 
-// Nothing will be read any more in this stripe, and nobody asked for it.
+// Returns whether this stripe reads nothing more, even if bits are needed.
 bool input_is_over(const jbig_data* dat)
 {
     if (dat->io_buffer != dat->io_buffer_end)
@@ -137,11 +139,12 @@ bool input_is_over(const jbig_data* dat)
     return !dat->input_buffer || dat->bytes_left <= 0;
 }
 
-// The registers of a decoder that reads byte by byte, and what was read beyond it back into the buffer.
+// Stores the registers of a decoder that reads byte by byte, and returns the bytes that were read ahead to
+// the buffer.
 void store_coder(jbig_data* dat, const QmCoder& coder)
 {
     dat->qm_a = coder.a == 0 ? 0x10000 : coder.a >> 16;
-    // The eight bits of the start are all there as long as nothing has been shifted.
+    // Before the first shift, all eight bits of the start remain.
     const bool fresh = coder.bits == 8 && !coder.more_read;
     dat->ct = fresh ? 8 : static_cast<int32_t>(coder.bits & 7);
     dat->qm_c = static_cast<uint32_t>(coder.c >> 32) & ~uint32_t{0} << (16 - dat->ct);
@@ -150,7 +153,7 @@ void store_coder(jbig_data* dat, const QmCoder& coder)
         for (int64_t ahead = (coder.bits - dat->ct) / 8; ahead > 0; --ahead) {
             --next;
             if (*next == 0x00 && next != dat->buffer_origin && next[-1] == 0xFF)
-                --next; // a stuffed one; up to the first error no other stands behind 0xFF
+                --next; // a stuffed byte: before the first error, no other byte follows 0xFF
         }
     dat->io_buffer = next;
 }
@@ -167,11 +170,11 @@ void qm_shift_beyond(Decoder* decoder, QmCoder* coder, int32_t n, uint32_t x, ui
         n -= static_cast<int32_t>(coder->bits);
         dat->io_buffer = coder->next;
         dat->line_in_stripe = line;
-        dat->column = x & ~7u; // the group's
+        dat->column = x & ~7u; // first pixel of the group
         dat->qm_c = 0;
         qm_byte_in(dat);
         if (dat->error_count == 0) {
-            dat->line_in_stripe = 0; // as an error in the next stripe's start finds them
+            dat->line_in_stripe = 0; // an error at the start of the next stripe is at 0, 0
             dat->column = 0;
         }
         coder->c |= uint64_t{dat->qm_c} << 32;
@@ -190,7 +193,7 @@ void jbig_poll(jbig_data* dat, uint32_t line)
 {
     if (!dat->block->file || callback_ferror(dat->block) == 0)
         return;
-    // No message: the client has asked for the end.
+    // No message, because the client requested the end.
     ++dat->error_count;
     dat->error_line = __LINE__;
     dat->error_file = kSource;
@@ -202,7 +205,7 @@ void jbig_poll(jbig_data* dat, uint32_t line)
 JbigRowLoop* jbig_row_loop()
 {
 #if defined(__x86_64__)
-    // Where pext is a loop inside the machine, single steps are faster.
+    // On processors that run pext in microcode, single steps are faster.
     static const bool has_fast_pext =
         has_avx2() && !__builtin_cpu_is("znver1") && !__builtin_cpu_is("znver2");
     if (has_fast_pext)
@@ -222,8 +225,9 @@ void jbig_reset_adaptor(jbig_data* dat)
 
 namespace
 {
-// After the end of the data the rows of a stripe, and the registers after it, depend on the contexts and on
-// the two rows above alone. If both are what they were one stripe ago, the stripe is the same again.
+// Returns whether the next stripe equals the one in the buffer. After the end of the data, a stripe and the
+// registers after it depend only on the contexts and the two rows above. If both are the same as one stripe
+// earlier, the stripe is the same too.
 bool is_same_stripe(jbig_data* dat)
 {
     auto* const decoder = reinterpret_cast<Decoder*>(dat);

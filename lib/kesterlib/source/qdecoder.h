@@ -1,5 +1,5 @@
-// What the sources of the JBIG decoder share: the record with its scratch, reports, input, and the loops over
-// the rows of a stripe.
+// Shared by the sources of the JBIG decoder: the record with its private part, reports, input, and the row
+// loops of a stripe.
 #pragma once
 
 #include "kesterlib/jbig.h"
@@ -10,34 +10,34 @@ namespace kesterlib
 {
 struct Decoder;
 
-// The arithmetic decoder within a stripe. The code register is 64 bits wide: what is compared stands in the
-// upper 16, and below them follow all bits that have been read, those read ahead included.
+// The arithmetic decoder within a stripe. The code register has 64 bits: the upper 16 are compared with the
+// interval. All bits that were read follow below them, with those that were read ahead.
 struct QmCoder {
     uint64_t c;
-    int64_t bits;        // below the upper 16: those of a decoder that reads byte by byte, and 8 a byte ahead
-    uint32_t a;          // qm_a shifted left by 16; 0 stands for the 0x10000 of the start
-    const uint8_t* next; // byte of the input buffer, behind those read ahead
-    bool more_read;      // anything since the start of the stripe
+    int64_t bits; // bits below the upper 16: those that a simple decoder has, and 8 per byte read ahead
+    uint32_t a;   // qm_a shifted left by 16; the initial 0x10000 becomes 0
+    const uint8_t* next; // next byte of the input buffer, after those that were read ahead
+    bool more_read;      // true if anything was read since the start of the stripe
 };
 
-// All rows of the stripe, or up to the row of the first error. `limit` is the number of pixels of the first
-// row: the width, or less after an error of the start.
+// Decodes all rows of the stripe, or the rows up to the first error. `limit` is the number of pixels to
+// decode in the first row: the width, or less after an error at the start of the stripe.
 using JbigRowLoop = void(Decoder* decoder, QmCoder* coder, uint32_t limit);
 JbigRowLoop jbig_rows_plain;
-JbigRowLoop jbig_rows_avx2; // on a machine that has it
+JbigRowLoop jbig_rows_avx2; // only for machines with AVX2
 JbigRowLoop* jbig_row_loop();
 
-// The record comes first, so that it can be given out and freed as one.
+// The record comes first, so that a pointer to it is a pointer to the decoder.
 struct Decoder {
     jbig_data base;
     JbigRowLoop* row_loop;
-    // A word of qdecoder_table.h for each context, beside its byte of the adaptor. The two words of one y-1
-    // and y-2 neighbourhood and one pixel x-2 share an entry: the lower half is for a pixel x-1 of 0.
+    // For each context a word as in qdecoder_table.h, which corresponds to its byte of the adaptor. Two
+    // contexts that differ only in the pixel x-1 share an entry: the lower half is for a pixel of 0.
     uint64_t pairs[512];
-    // The contexts at the start of the stripe in the buffer, if its data were over before it began.
+    // The contexts at the start of the stripe in the buffer. Valid if began_after_data.
     uint8_t contexts_before[JBIG_ADAPTOR_BYTES];
-    bool began_after_data;
-    bool repeats; // every stripe from here on is the one in the buffer
+    bool began_after_data; // the data were over before the stripe in the buffer began
+    bool repeats;          // every further stripe equals the one in the buffer
 };
 
 // ---- jbigdecode.cpp
@@ -50,11 +50,12 @@ void jbig_print_position(callback_block* block, jbig_data* dat);
 void jbig_reset_adaptor(jbig_data* dat);
 void jbig_decode_stripe(jbig_data* dat);
 
-// Asks between two rows whether the client wants the stripe to end, as an error after `line`. A stripe may
-// take seconds, most of them without reading a byte.
+// Calls the client's ferror slot between two rows, after row `line`. A result other than 0 ends the stripe
+// as an error does. A stripe may take seconds, most of them without reading a byte.
 constexpr uint64_t kPixelsPerPoll = 1 << 21;
 void jbig_poll(jbig_data* dat, uint32_t line);
 
-// Shifts the code by n bits of which not all have been read. `x` and `line` are the pixel's, for a report.
+// Shifts the code register by n bits, of which some are not read yet. `x` and `line` are the position of
+// the pixel, for a report.
 void qm_shift_beyond(Decoder* decoder, QmCoder* coder, int32_t n, uint32_t x, uint32_t line);
 } // namespace kesterlib

@@ -1,3 +1,3 @@
-// The rows of a JBIG stripe for every machine.
+// The row loop of the JBIG decoder for every machine.
 #define KESTERLIB_JBIG_ROWS jbig_rows_plain
 #include "qdecoder_rows.h"

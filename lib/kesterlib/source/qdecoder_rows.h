@@ -1,10 +1,10 @@
-// The rows of a JBIG stripe: compiled once for every machine and once for the instructions that some have.
-// KESTERLIB_JBIG_ROWS is the name of the loop.
+// The row loop of the JBIG decoder. Compiled once for every machine and once for AVX2; KESTERLIB_JBIG_ROWS
+// is the name of the function.
 //
-// A pixel whose interval stays in place costs one subtraction and one comparison. The others are events, and
-// after each the loop goes on behind the pixel, wherever in a byte that is, so that there is one copy of what
-// an event takes. Where the pixels around are all of one colour, and the state expects that colour, as many
-// pixels as lead to no event are taken at once.
+// A pixel that is the more probable one and needs no renormalisation costs one subtraction and one
+// comparison. Any other pixel is an event. After an event the loop continues with the next pixel, at any
+// place in a byte, so that the code for events exists only once. If all pixels of the neighbourhood have
+// one colour, and the state expects that colour, the loop decodes at once as many pixels as need no event.
 #include "bits.h"
 #include "qdecoder.h"
 #include "qdecoder_table.h"
@@ -19,7 +19,7 @@ namespace kesterlib
 {
 namespace
 {
-// 64 pixels of a row from the byte `at`, which may be the left margin.
+// Returns 64 pixels of a row from byte `at` on, which may be the left margin.
 template <bool kNarrow>
 inline uint64_t pixels_at(const uint8_t* row, int64_t at, const uint8_t* end)
 {
@@ -33,8 +33,8 @@ inline uint64_t pixels_at(const uint8_t* row, int64_t at, const uint8_t* end)
     return load_be64(row + at);
 }
 
-// The pixels around: those of row y-2 in the upper half, of row y-1 in the lower, each from x-2 on.
-// Gives the first pair of the context of pixel x + k.
+// Returns the index of the first entry of `pairs` for the context of pixel x + k. `around` has pixels of
+// row y-2 in the upper half and of row y-1 in the lower half, each from x-2 on.
 inline uint64_t pair_index(uint64_t around, int k)
 {
 #if defined(__BMI2__)
@@ -44,17 +44,17 @@ inline uint64_t pair_index(uint64_t around, int k)
 #endif
 }
 
-// Pixels from x on for which both halves hold what is around.
+// Pixels from x on whose neighbourhood is in both halves of `around`.
 constexpr int64_t kAroundPixels = 27;
 
 inline uint64_t around_of(uint64_t above, uint64_t above2)
 {
-    // The lowest bit is not among the pixels, and makes an index of pairs even.
+    // The lowest bit is not a pixel; it makes the index of a pair even.
     return (above2 & 0xFFFFFFFF00000000) | (above >> 32 & 0xFFFFFFFE);
 }
 
-// The pixels from x on as far as row y-1 from x-2 to x+2 and row y-2 from x-1 to x+1 have the colour, and 4
-// more; `colour` is 0 or all ones. At most 57.
+// Returns the number of pixels from x on for which row y-1 from x-2 to x+2 and row y-2 from x-1 to x+1 have
+// the colour, plus 4. `colour` is 0 or all ones. At most 57.
 inline int32_t same_around(uint64_t above, uint64_t above2, uint64_t row_bits, uint64_t colour)
 {
     const uint64_t other = (above ^ colour) | (above2 ^ colour) << 1 >> 2 | (row_bits ^ colour) << 62;
@@ -62,15 +62,15 @@ inline int32_t same_around(uint64_t above, uint64_t above2, uint64_t row_bits, u
 }
 
 struct Pixel {
-    uint64_t row_bits; // decoded pixels of the row, the last in the lowest bit
+    uint64_t row_bits; // decoded pixels of the row, the last one in the lowest bit
     uint32_t a;
-    uint32_t word; // of the last decision
+    uint32_t word; // word of the last decision
     uint32_t word_before;
-    uint64_t pair; // of an event: the entry of its context
+    uint64_t pair; // after an event: the entry of its context
 };
 
-// at[1] behind a word of a pixel of 1, else at[0]; never by a branch, which would be foreseen wrongly on
-// every second pixel of a screen.
+// Returns at[1] if `word` is that of a pixel of 1, else at[0]. Never by a branch: the processor would
+// mispredict it at every second pixel of a screen.
 inline __attribute__((always_inline)) uint64_t pair_behind(uint32_t word, const uint64_t* at)
 {
 #if defined(__x86_64__)
@@ -86,7 +86,7 @@ inline __attribute__((always_inline)) uint64_t pair_behind(uint32_t word, const 
 #endif
 }
 
-// One decision; false where it is an event, which then is still to be carried out.
+// Makes one decision. Returns false if it is an event, which the caller must then carry out.
 inline __attribute__((always_inline)) bool decide(Pixel& pixel, const uint64_t* pairs, uint64_t around, int k,
                                                   uint32_t threshold)
 {
@@ -105,7 +105,7 @@ inline __attribute__((always_inline)) bool decide(Pixel& pixel, const uint64_t* 
     return true;
 }
 
-// The last pixels before x, up to 8 and those of the byte that x is in, into the row.
+// Writes the last pixels before x into the row: up to 8, and those of the byte that contains x.
 inline void store_pixels(uint8_t* row, int64_t x, uint64_t row_bits)
 {
     const auto two = static_cast<uint32_t>(row_bits << (8 - (x & 7)));
@@ -113,7 +113,7 @@ inline void store_pixels(uint8_t* row, int64_t x, uint64_t row_bits)
     row[x >> 3] = static_cast<uint8_t>(two);
 }
 
-// Pixels of one colour from x up to, not including, to; more than 8.
+// Writes pixels of one colour from x to `to`, not including `to`; more than 8.
 inline void store_run(uint8_t* row, int64_t x, int64_t to, uint64_t row_bits, uint64_t colour)
 {
     const int64_t first = x >> 3;
@@ -178,7 +178,7 @@ inline void decode_row(Decoder* decoder, QmCoder* coder, uint8_t* row, uint32_t 
                 if (run > limit - x)
                     run = limit - x;
                 const uint32_t qe = word & kQeMask;
-                const uint32_t room = pixel.a - threshold - 1; // an `a` of 0 stands for 2^32
+                const uint32_t room = pixel.a - threshold - 1; // 0 in `a` stands for 2^32
                 if (static_cast<uint64_t>(run) * qe > room)
                     run = room / qe;
                 if (run > 0) {
@@ -231,7 +231,7 @@ inline void decode_row(Decoder* decoder, QmCoder* coder, uint8_t* row, uint32_t 
                 }
             }
 
-            // The event: by masks, since nothing here can be foreseen.
+            // The event. It uses masks instead of branches, because nothing here can be predicted.
             const uint32_t word = pixel.word;
             const uint32_t qe = word & kQeMask;
             const uint32_t upper = static_cast<uint32_t>(c >> 32) >= pixel.a;
@@ -257,7 +257,7 @@ inline void decode_row(Decoder* decoder, QmCoder* coder, uint8_t* row, uint32_t 
                 qm_shift_beyond(decoder, coder, n, static_cast<uint32_t>(x + k), line);
                 c = coder->c;
                 bits = coder->bits;
-                // After an error the group of eight pixels is still decoded.
+                // After an error the group of eight pixels is completed.
                 const int64_t group_end = ((x + k) | 7) + 1;
                 if (dat->error_count > 0 && limit > group_end)
                     limit = group_end;
@@ -300,7 +300,7 @@ void decode_rows(Decoder* decoder, QmCoder* coder, uint32_t limit)
 
 void KESTERLIB_JBIG_ROWS(Decoder* decoder, QmCoder* coder, uint32_t limit)
 {
-    // In narrow rows eight bytes would reach behind the stripe buffer.
+    // In narrow rows a load of eight bytes would reach outside the stripe buffer.
     constexpr uint32_t kLeastRowBytes = 8;
     if (decoder->base.row_bytes < kLeastRowBytes)
         decode_rows<true>(decoder, coder, limit);

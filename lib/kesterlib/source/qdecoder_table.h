@@ -1,4 +1,4 @@
-// The states of the probability estimator, and the words that the decoder makes of them.
+// The states of the probability estimator, and the words that the decoder makes from them.
 #pragma once
 
 #include <cstdint>
@@ -6,10 +6,10 @@
 namespace kesterlib
 {
 struct QmState {
-    uint16_t qe;       // width of the less probable part of the interval
-    uint8_t after_lps; // next state when the less probable pixel came
-    uint8_t after_mps; // next state when the interval was doubled with the more probable one
-    uint8_t exchange;  // 1: a less probable pixel here makes it the more probable one
+    uint16_t qe;       // size of the less probable part of the interval
+    uint8_t after_lps; // next state after the less probable pixel
+    uint8_t after_mps; // next state after a renormalisation with the more probable pixel
+    uint8_t exchange;  // 1: the less probable pixel then becomes the more probable one
 };
 
 constexpr int kQmStates = 113;
@@ -47,9 +47,9 @@ constexpr QmState kQmTable[kQmStates] = {
     {0x59EB, 112, 111, 1},
 };
 
-// A word: Qe in the upper half, the state byte (2 * index + more probable pixel) from bit kStateShift on. So
-// bit 5 is the pixel, and the bits below are 0: a shift by a word's lowest six bits picks a half of the next
-// pair of words.
+// A word has Qe in the upper half and the state byte (2 * index + more probable pixel) from bit kStateShift
+// on. So bit 5 is the pixel, and the bits below are 0. A shift by the lowest six bits of a word therefore
+// selects a half of the next pair of words.
 constexpr int kStateShift = 5;
 constexpr uint32_t kQeMask = 0xFFFF0000;
 
@@ -58,7 +58,7 @@ constexpr uint32_t qm_word(uint32_t state, uint32_t pixel)
     return uint32_t{kQmTable[state].qe} << 16 | (2 * state + pixel) << kStateShift;
 }
 
-// The word of the next state, by whether the less probable pixel came, and the state byte.
+// The word of the next state, by whether the less probable pixel came, and by the state byte.
 struct QmNext {
     uint32_t word[2][256] = {};
 

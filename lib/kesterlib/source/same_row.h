@@ -1,5 +1,5 @@
-// Rows that begin like the row above or equal it: both codes write a single 1 for a transition at the same
-// place.
+// Rows that are equal to the row above, at least at their start. In both codes a transition at the same
+// place as above is a single 1 bit.
 #pragma once
 
 #include "codetable.h"
@@ -14,9 +14,9 @@ namespace kesterlib
 {
 namespace
 {
-// Vertical codes of offset 0 are single ones: counts those from the frame's window on, up to wanted and as
-// far as they lie well in the buffer, and takes them. Gives their number, 0 where they are too few to be
-// worth it.
+// Counts and takes single 1 bits, which are vertical codes of offset 0, from the frame's window on: at most
+// `wanted`, and only as far as they are well inside the buffer. Returns their number, or 0 if too few
+// follow to be worth it.
 inline int32_t take_ones(UNCOMP* base, int32_t wanted)
 {
     constexpr int32_t kInWindow = 16;
@@ -51,7 +51,7 @@ inline int32_t take_ones(UNCOMP* base, int32_t wanted)
     return ones;
 }
 
-// The row above once more: its list stays in place. above is that row in the caller's memory, or null.
+// Repeats the row above: its list stays in place. `above` is that row in the caller's memory, or null.
 inline void same_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t nbytes, int32_t row_length)
 {
     UNCOMP& base = frame->base;
@@ -63,7 +63,7 @@ inline void same_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t n
         memcpy(row, above, static_cast<size_t>(nbytes));
         uncomp_clip_row(row, nbytes, base.width);
     }
-    // It ended with a code for the row length itself, and so with a copy more than other rows.
+    // The row ended with a code for the row length, so its list has one copy more than other lists.
     if (frame->ref_count != 1 + transitions + 5 || base.ref_list[2 + transitions] != row_length) {
         base.ref_list[1 + transitions] = row_length;
         int32_t ignored = 0;

@@ -1,4 +1,4 @@
-// The scale engine: tables, bands, and the road from the first row to the last. The counting itself is in
+// The scale engine: its tables, its bands, and the way from the first row to the last. The counting is in
 // scale_rows.h.
 #include "kesterlib/scale.h"
 
@@ -26,7 +26,7 @@ constexpr bool is_valid(int32_t scale)
     return scale == 1 || scale == 2 || scale == 4 || (scale >= 8 && scale <= kLargestScale && scale % 8 == 0);
 }
 
-// The exponent of an exact power of two, else -1.
+// Returns the exponent of an exact power of two, else -1.
 constexpr int32_t exact_log2(int32_t number)
 {
     for (int32_t exponent = 0; exponent < 31; ++exponent)
@@ -45,14 +45,14 @@ constexpr int32_t up_shift_of(int32_t scale)
     return scale > 0 && scale <= 8 && exact_log2(scale) >= 0 ? 8 - 2 * exact_log2(scale) : 0;
 }
 
-// Counts into 256 steps by shifts and a multiplication, so that no loop divides:
-// (count >> before) * multiplier >> 16 >> after.
+// Maps a count to a step of 0 to 256 without a division in the loop:
+//   (count >> before) * multiplier >> 16 >> after
 struct Steps {
     uint32_t before;
-    uint32_t multiplier; // fits in 16 bits
+    uint32_t multiplier; // at most 16 bits
     uint32_t after;
 };
-// The divisor rounds up, so that a full cell never passes step 256.
+// Rounded up, so that a full cell never exceeds step 256.
 constexpr uint32_t divisor_of(int32_t cell_area)
 {
     const int32_t down_shift = down_shift_of(cell_area);
@@ -69,8 +69,9 @@ constexpr Steps steps_of(int32_t cell_area)
     steps.multiplier = ((0x10000u << steps.after) + divisor - 1) / divisor;
     return steps;
 }
-// The multiplier is rounded up by excess / divisor, and so a product by count * excess / divisor. Below one
-// part in divisor of a step, which is what the largest remainder lacks, this changes no quotient.
+// Proof that the steps equal an exact division. Rounding up makes the multiplier larger by excess /
+// divisor, and a product by count * excess / divisor. This changes a quotient only if it reaches 1 /
+// divisor of a step, because the largest remainder is that much below the next step.
 constexpr bool steps_are_exact()
 {
     for (int32_t scale = 24; scale <= kLargestScale; scale += 8) {
@@ -92,7 +93,7 @@ constexpr int32_t divided_up(int32_t side, int32_t by)
 
 void* allocate(size_t bytes, const char* description)
 {
-    return safe_malloc(std::max<size_t>(bytes, 1), description, nullptr); // of none, malloc may give null
+    return safe_malloc(std::max<size_t>(bytes, 1), description, nullptr); // malloc(0) may return null
 }
 } // namespace
 
@@ -154,7 +155,7 @@ scale_engine* make_scale_engine(int32_t scale, int32_t width, int32_t height, in
         const size_t all =
             static_cast<size_t>(engine->out_width) * static_cast<size_t>(engine->cell_bytes) + kCountsSlack;
         engine->counts = static_cast<uint8_t*>(allocate(all, "count buffer for scaling"));
-        memset(engine->counts + used, 0, all - used); // the rest is written by the first row of a band
+        memset(engine->counts + used, 0, all - used); // the first row of a band writes the rest
     }
     init_countones(invert);
     return engine;
@@ -172,8 +173,8 @@ int32_t scale_one_row(scale_engine* engine, const uint8_t* row, scale_row_sink* 
         result = sink(engine->rows_seen / engine->scale, engine->out_width, engine->bytes, engine->user_data);
         engine->rows_in_cell = 0;
     }
-    // Held at its end, so that the last band of the highest page can be filled; that band's number is right
-    // all the same, as INT32_MAX is a prime.
+    // The number stays at INT32_MAX, so that the last band of the highest page can be completed. The number
+    // of that band is correct nevertheless, because INT32_MAX is a prime.
     if (engine->rows_seen < INT32_MAX)
         ++engine->rows_seen;
     return result;

@@ -1,4 +1,4 @@
-// What the scale engine and its row loops share.
+// Shared by the scale engine and its row loops.
 #pragma once
 
 #include "kesterlib/scale.h"
@@ -6,11 +6,12 @@
 #include <cstddef>
 #include <cstdint>
 
-// Compiled for one instruction set each; chosen when an engine is made.
+// The row loops of one instruction set, chosen when an engine is made.
 struct scale_loops {
     void (*add_row)(scale_engine* engine, const uint8_t* row);
-    void (*finish_band)(scale_engine* engine); // counts to greys in bytes, and ready for the next band
-    // Of whole bytes in each row; 1 bits.
+    // Converts the counts to greys in `bytes`, and prepares for the next band.
+    void (*finish_band)(scale_engine* engine);
+    // Returns the number of 1 bits in height rows of whole bytes.
     int64_t (*count_bytes)(const uint8_t* rows, ptrdiff_t stride, int32_t height, size_t bytes);
 };
 
@@ -22,14 +23,14 @@ extern const scale_loops scale_loops_avx2;
 #endif
 const scale_loops* fastest_scale_loops();
 
-constexpr int kGreySteps = 257; // of a count scaled to 0 to 256
+constexpr int kGreySteps = 257; // for steps of 0 to 256
 extern uint8_t count_table[256];
 extern uint8_t grey_table[kGreySteps];
 
-constexpr int32_t kLargestScale = 248; // a full cell of 61 504 fits in 16 bits, at 256 no more
-constexpr int32_t kMostCounted = 31;   // rows: 8 bits each make 248, the next might not fit in a byte
+constexpr int32_t kLargestScale = 248; // a full cell of 61 504 fits in 16 bits, one of scale 256 does not
+constexpr int32_t kMostCounted = 31;   // rows: 31 x 8 bits make 248, and 32 x 8 do not fit in a byte
 
-// Zero bytes behind the counts of a row's cells: the loops look at up to three cells of 8 bytes more, or read
-// the last cell in steps of 8 bytes.
+// Zero bytes after the counts of a row's cells: the loops read up to three cells of 8 bytes more, or the
+// last cell in steps of 8 bytes.
 constexpr size_t kCountsSlack = 3 * 8 + 8;
 } // namespace kesterlib

@@ -1,10 +1,11 @@
-// The row loops of the scale engine. Included once for each instruction set, which gives
-// KESTERLIB_SCALE_LOOPS. To be compiled with -O3: the loops are written for a compiler that makes vectors of
-// them, and at -O2 lose half.
+// The row loops of the scale engine. Included once for each instruction set, which defines
+// KESTERLIB_SCALE_LOOPS. Compile it with -O3: the loops are written for a compiler that vectorises them,
+// and at -O2 they are half as fast.
 //
-// From scale 8 on, a row only adds the 1 bits of each of its bytes to a count of that byte; the bytes of a
-// cell come together at the end of the band, or before a count might overflow. Below 8 a byte has several
-// columns, and their counts come from a table, all columns in one word, or by vectors.
+// From scale 8 on, a row adds the number of 1 bits in each of its bytes to a count for that byte. The
+// counts of a cell's bytes are added up at the end of the band, or before one of them can overflow. Below
+// scale 8 a byte has several columns. Their counts come from a table, all columns in one word, or from
+// vectors.
 #include "scale_loops.h"
 
 #include <cstddef>
@@ -36,7 +37,7 @@ struct ColumnCounts {
 template <typename Word>
 constexpr ColumnCounts<Word> make_column_counts()
 {
-    constexpr uint32_t bits = 8 / sizeof(Word); // of a column
+    constexpr uint32_t bits = 8 / sizeof(Word); // bits of a column
     ColumnCounts<Word> counts{};
     for (uint32_t byte = 0; byte < 256; ++byte)
         for (uint32_t bit = 0; bit < 8; ++bit) {
@@ -48,7 +49,8 @@ constexpr ColumnCounts<Word> make_column_counts()
 template <typename Word>
 constexpr ColumnCounts<Word> kColumnCounts = make_column_counts<Word>();
 
-// Columns of the bytes of a row as far as vectors go, at scales 2 and 4; the number of bytes done.
+// Adds the columns of a row's bytes at scales 2 and 4, as far as whole vectors go. Returns the number of
+// bytes done.
 template <typename Word>
 inline size_t add_column_vectors(uint8_t* __restrict columns, const uint8_t* __restrict row, size_t bytes,
                                  bool first)
@@ -56,7 +58,7 @@ inline size_t add_column_vectors(uint8_t* __restrict columns, const uint8_t* __r
     size_t done = 0;
 #if defined(__AVX2__)
     constexpr size_t kVector = sizeof(__m128i);
-    // Of half a byte: its 1 bits, those of its upper pair, those of its lower one.
+    // For each half of a byte: its number of 1 bits, those of its upper pair, those of its lower pair.
     const __m128i ones = _mm_setr_epi8(0, 1, 1, 2, 1, 2, 2, 3, 1, 2, 2, 3, 2, 3, 3, 4);
     const __m128i upper = _mm_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 2, 2, 2, 2);
     const __m128i lower = _mm_setr_epi8(0, 1, 1, 2, 0, 1, 1, 2, 0, 1, 1, 2, 0, 1, 1, 2);
@@ -91,7 +93,7 @@ inline size_t add_column_vectors(uint8_t* __restrict columns, const uint8_t* __r
     return done;
 }
 
-// No count passes scale * scale = 16: words add up without a carry from column to column.
+// No count exceeds scale * scale = 16, so words can be added without a carry from column to column.
 template <typename Word>
 inline void add_columns(uint8_t* __restrict columns, const uint8_t* __restrict row, size_t row_bytes,
                         size_t out_width, bool first)
@@ -104,7 +106,7 @@ inline void add_columns(uint8_t* __restrict columns, const uint8_t* __restrict r
         const Word sum = static_cast<Word>(counts_of(row[i]) + (first ? Word{0} : word_at<Word>(to)));
         memcpy(to, &sum, sizeof sum);
     }
-    if (whole < row_bytes) // the last byte, of which not every bit makes a column
+    if (whole < row_bytes) // the last byte, in which not every bit belongs to a column
         for (size_t i = whole * kColumns; i < out_width; ++i)
             columns[i] = static_cast<uint8_t>((first ? 0 : columns[i]) +
                                               kColumnCounts<Word>.of[row[whole]][i % kColumns]);
@@ -119,8 +121,9 @@ inline void count_bytes(uint8_t* counts, const uint8_t* row, size_t bytes, bool 
 }
 
 constexpr size_t kCacheLine = 64;
-// Rows mostly lie one behind the other in memory. Asked for so far ahead, across rows, those of a page that
-// is not in the cache come in 0.7 of the time; at half the distance it is 0.8.
+// Bytes to prefetch ahead. Rows are usually adjacent in memory, so this reaches into the next rows.
+// Measured on a page that is not in the cache: it takes 0.7 of the time without prefetch, and 0.8 at half
+// the distance.
 constexpr uintptr_t kFetchAhead = 4096;
 
 inline void fetch_ahead(const uint8_t* at)
@@ -139,18 +142,18 @@ inline void store32(uint8_t* to, __m256i v)
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), v);
 }
 
-// Each byte's 1 bits, by its two halves.
+// Returns the number of 1 bits in each byte, from its two halves.
 inline __m256i ones_of(__m256i bytes)
 {
     const __m256i ones = _mm256_broadcastsi128_si256(
-        _mm_setr_epi8(0, 1, 1, 2, 1, 2, 2, 3, 1, 2, 2, 3, 2, 3, 3, 4)); // 1 bits of 0 to 15
+        _mm_setr_epi8(0, 1, 1, 2, 1, 2, 2, 3, 1, 2, 2, 3, 2, 3, 3, 4)); // 1 bits in 0 to 15
     const __m256i half = _mm256_set1_epi8(15);
     return _mm256_add_epi8(_mm256_shuffle_epi8(ones, _mm256_and_si256(bytes, half)),
                            _mm256_shuffle_epi8(ones, _mm256_and_si256(_mm256_srli_epi16(bytes, 4), half)));
 }
 
 struct LastOnes {
-    uint8_t bytes[2 * sizeof(__m256i)]; // from byte n on, the last n of a vector are ones
+    uint8_t bytes[2 * sizeof(__m256i)]; // a vector from byte n on has ones in its last n bytes
 };
 constexpr LastOnes kLastOnes = [] {
     LastOnes mask{};
@@ -159,8 +162,8 @@ constexpr LastOnes kLastOnes = [] {
     return mask;
 }();
 
-// The last bytes of a row go first, in a vector that ends with the row, so that no load waits for the store
-// of its neighbour.
+// The last bytes of a row are counted first, in a vector that ends with the row. So no load waits for the
+// store of the vector before.
 template <bool first>
 inline void count_row(uint8_t* __restrict counts, const uint8_t* __restrict row, size_t bytes)
 {
@@ -202,7 +205,7 @@ inline uint64_t ones_by_byte(uint64_t bytes)
 template <bool first>
 inline void count_row(uint8_t* __restrict counts, const uint8_t* __restrict row, size_t bytes)
 {
-    constexpr size_t kBlock = 8 * kCacheLine; // long enough for the inner loop to become one of vectors
+    constexpr size_t kBlock = 8 * kCacheLine; // long enough for the compiler to vectorise the inner loop
     const size_t done = bytes / 8 * 8;
     for (size_t begin = 0; begin < done; begin += kBlock) {
         const size_t end = begin + kBlock < done ? begin + kBlock : done;
@@ -269,12 +272,12 @@ inline void gather(uint16_t* __restrict shorts, size_t from, size_t columns, boo
             shorts[i] = static_cast<uint16_t>(shorts[i] + sum(i));
 }
 
-// Columns of 3 bytes, as far as vectors go; the number of columns done.
+// Adds columns of 3 bytes, as far as whole vectors go. Returns the number of columns done.
 inline size_t gather_threes(uint16_t* shorts, const uint8_t* counts, size_t columns, bool first)
 {
     size_t done = 0;
 #if defined(__AVX2__)
-    // Each column's bytes into a 32-bit place of its own. A vector reads 4 bytes more than it uses.
+    // Moves the bytes of each column into 32 bits of their own. A vector reads 4 bytes more than it uses.
     const __m256i places =
         _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
     for (; done + 8 <= columns; done += 8) {
@@ -301,7 +304,8 @@ inline uint32_t sum_of_four(uint32_t counts)
     return (pairs + (pairs >> 16)) & 0xFFFF;
 }
 
-// A cell of up to `words` words; `mask` leaves of the last one what is the cell's.
+// Returns the sum of a cell of up to `words` words. `mask` selects the bytes of the last word that belong
+// to the cell.
 template <size_t words>
 inline uint64_t sum_of_words(const uint8_t* counts, uint64_t mask)
 {
@@ -323,7 +327,7 @@ inline void gather_words(uint16_t* shorts, const uint8_t* counts, size_t cell_by
     const auto mask = word_at<uint64_t>(mask_bytes);
 #if defined(__AVX2__)
     if constexpr (words == 1) {
-        // Four columns at a time; shorts has room for a multiple of four.
+        // Four columns at a time; `shorts` has room for a multiple of four.
         for (size_t i = 0; i < columns; i += 4) {
             const uint8_t* const at = counts + i * cell_bytes;
             const auto cell = [&](size_t n) { return word_at<long long>(at + n * cell_bytes); };
@@ -344,7 +348,7 @@ inline void gather_words(uint16_t* shorts, const uint8_t* counts, size_t cell_by
            [=](size_t i) { return sum_of_words<words>(counts + i * cell_bytes, mask); });
 }
 
-// The counts go into shorts; the next row begins them anew.
+// Adds the counts to `shorts`. The next row starts new counts.
 void gather_cells(scale_engine* engine)
 {
     uint16_t* const shorts = engine->shorts;
@@ -372,17 +376,18 @@ void gather_cells(scale_engine* engine)
 
 // ---- Greys --------------------------------------------------------------------------------------------
 
-// grey_table without a load: step 256 as 255, and all bits turned where the table runs down.
+// The same as grey_table without a load: step 256 becomes 255, and all bits are inverted if the table
+// descends.
 inline uint8_t grey_of(uint32_t step, uint8_t turned)
 {
     return static_cast<uint8_t>((step - (step >> 8)) ^ turned);
 }
 
-// From counts of bytes; up_shift is that of the engine.
+// Converts counts of bytes; up_shift is the engine's.
 template <int up_shift>
 inline void greys_of_bytes(uint8_t* greys, const uint8_t* counts, size_t columns, uint8_t turned)
 {
-    for (size_t i = 0; i < columns; ++i) // in bytes: what leaves them at the top is 256, a full cell
+    for (size_t i = 0; i < columns; ++i) // in bytes: a 1 shifted out at the top means 256, a full cell
         greys[i] = static_cast<uint8_t>(static_cast<uint8_t>(static_cast<uint8_t>(counts[i] << up_shift) -
                                                              (counts[i] >> (8 - up_shift))) ^
                                         turned);

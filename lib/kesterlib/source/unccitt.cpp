@@ -1,6 +1,6 @@
-// The Group 4 decoder: code tables, open calls, and decoding by single codes out of the frame's window. Most
-// rows are decoded by the loops of unccitt_rows.h; this is where they turn when a code does not lie whole in
-// the input buffer.
+// The Group 4 decoder: its code tables, its open functions, and the decoding of single codes from the
+// frame's window. The loops of unccitt_rows.h decode most rows. They call the functions here if a code is
+// not entirely in the input buffer.
 #include "kesterlib/unccitt.h"
 
 #include "codetable.h"
@@ -15,7 +15,7 @@ const int8_t kModeLength[kModes] = {12, 4, 3, 7, 6, 3, 1, 3, 6, 7};
 
 namespace
 {
-// ITU-T T.6, table 1, and the end of line code of T.4.
+// ITU-T T.6, table 1, and the end of line code of ITU-T T.4.
 constexpr Code kModeCodes[kModes] = {
     {0x0010, 12}, {0x1000, 4}, {0x2000, 3}, {0x0400, 7}, {0x0800, 6},
     {0x4000, 3},  {0x8000, 1}, {0x6000, 3}, {0x0C00, 6}, {0x0600, 7},
@@ -87,13 +87,13 @@ UNCOMP* open_frame(callback_block* cb, bool owns_cb, const uint8_t* base, size_t
         return nullptr;
     if (!tables_made)
         make_tables(frame->base.cb);
-    frame->ref_rises = true; // a list that getruns has made, or a blank row's
+    frame->ref_rises = true; // true for a list from getruns and for that of a white row
     uncomp_start_bits(&frame->base);
     return &frame->base;
 }
 
-// The length of a run, of make-up codes and a terminating one, out of the frame's window; -1 for a pattern
-// that is no code.
+// Reads the length of a run from the frame's window: make-up codes and a terminating code. Returns -1 if
+// the bits are no code.
 int32_t run_length(UNCOMP* frame, bool white)
 {
     int32_t run = 0;
@@ -104,7 +104,7 @@ int32_t run_length(UNCOMP* frame, bool white)
             return -1;
         uncomp_take(frame, code & 15);
         const int32_t more = code >> 4;
-        run = run > kFarBehindRow ? run : run + more; // make-up codes without end lead no further
+        run = run > kFarBehindRow ? run : run + more; // so that endless make-up codes cannot overflow it
         if (more < kMakeUpFrom)
             return run;
     }

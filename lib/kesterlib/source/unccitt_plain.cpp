@@ -1,3 +1,3 @@
-// The row loops of the Group 4 decoder for every machine.
+// The row loop of the Group 4 decoder for every machine.
 #define KESTERLIB_UNCCITT4_ROWS unccitt4_rows_plain
 #include "unccitt_rows.h"

@@ -1,12 +1,14 @@
-// The row loops of the Group 4 decoder. Included once for each instruction set, which gives
+// The row loop of the Group 4 decoder. Included once for each instruction set, which defines
 // KESTERLIB_UNCCITT4_ROWS.
 //
-// As in the Squeeze decoder (unsqz_rows.h), a probe of a 64-bit window gives up to eight vertical codes,
-// which move a vector of entries of the list above. Here each of them must refer to the entry behind the one
-// before it: that holds where the moved entry is not below the entry before the one that it moves and is
-// below the entry behind, which is asked of all eight at a time. What does not lie whole in the input buffer,
-// or stands near the end of a list, goes by single codes out of the frame's own window
-// (unccitt4_single_code); both ways give the same at every code.
+// As in the Squeeze decoder (unsqz_rows.h), a probe of a 64-bit window yields up to eight vertical codes,
+// which move a vector of entries of the list above. Here each code must refer to the entry after that of
+// the code before. This is so if the moved entry is not below the entry before the one that it moves, and
+// is below the entry after it. The loop checks this for all eight at a time.
+//
+// If a code is not entirely in the input buffer, or an entry is near the end of a list,
+// unccitt4_single_code decodes a single code from the frame's own window. Both variants have the same
+// result at every code.
 #include "bits.h"
 #include "frame.h"
 #include "lanes.h"
@@ -24,7 +26,8 @@ namespace
 {
 enum class Fast { RowDone, Failed, Slow };
 
-// A run of make-up codes and a terminating one; -1 for what is no code, or not whole in the buffer.
+// Reads a run: make-up codes and a terminating code. Returns -1 if the bits are no code or not entirely in
+// the buffer.
 template <int bits>
 inline int32_t run_in(Window* window, const uint16_t* table, const uint8_t* next_limit)
 {
@@ -42,8 +45,8 @@ inline int32_t run_in(Window* window, const uint16_t* table, const uint8_t* next
     }
 }
 
-// Codes for as long as they lie whole in the buffer and the lists have room. The frame's window is current
-// before, and afterwards unless the row has failed.
+// Decodes codes as long as they are entirely in the buffer and the lists have room. The frame's window is
+// up to date before the call, and after it unless the row has failed.
 template <bool dense>
 inline Fast fast_codes(Frame* frame, Group4Row* row)
 {
@@ -55,7 +58,7 @@ inline Fast fast_codes(Frame* frame, Group4Row* row)
     const uint8_t* const next_limit = reach.next_limit;
     const int32_t* const ref_limit = reach.ref_limit;
     const int32_t* const out_limit = reach.out_limit;
-    const uint8_t* const run_limit = base.in_end - 8; // a pair of runs wants more
+    const uint8_t* const run_limit = base.in_end - 8; // a pair of runs needs more bytes
 
     const Unccitt4Tables& tables = unccitt4_tables;
     const int32_t width = base.width;
@@ -95,8 +98,8 @@ inline Fast fast_codes(Frame* frame, Group4Row* row)
             const int8_t* const offsets = tables.offsets[index];
             const Lanes moved = lanes_add(lanes_load(ref), lanes_widen(offsets));
             lanes_store(out, moved);
-            // The code after one of these refers to the next entry only if that is above it, and the one
-            // before is not.
+            // The code after one of these refers to the next entry only if that entry is above it and the
+            // entry before is not.
             const uint32_t odd = (lanes_outside(moved, last_pixel) | lanes_above(lanes_load(ref - 1), moved) |
                                   ~lanes_above(lanes_load(ref + 1), moved)) &
                                  probe.lanes;
@@ -108,7 +111,7 @@ inline Fast fast_codes(Frame* frame, Group4Row* row)
                 position = out[-1];
                 continue;
             }
-            // Up to this one they are as they should be.
+            // Up to this one all are as required.
             const int32_t last = __builtin_ctz(odd);
             position = out[last];
             if (position < 0 || ref_end - ref < last + 1) {
@@ -125,7 +128,7 @@ inline Fast fast_codes(Frame* frame, Group4Row* row)
                 break;
             }
             ref += ref == base.ref_list + 1 ? 1 : -1;
-            while (*ref <= position && *ref < width) // copies of the row length end this
+            while (*ref <= position && *ref < width) // the copies of the row length stop this
                 ref += 2;
             continue;
         }
@@ -166,8 +169,8 @@ inline Fast fast_codes(Frame* frame, Group4Row* row)
             result = Fast::RowDone;
             break;
         }
-        // On to the first transition of the same direction to the right. The copies of the row length end
-        // this.
+        // Skips to the first transition of the same direction to the right. The copies of the row length
+        // stop this.
         const Lanes here = lanes_of(position);
         uint32_t right = lanes_above(lanes_load(ref), here) & 0x55;
         while (right == 0) {
@@ -191,14 +194,15 @@ inline Fast fast_codes(Frame* frame, Group4Row* row)
     return result;
 }
 
-// A row into cur_list, and its pixels. `above` is the packed row above in the caller's memory, or null.
+// Decodes a row into cur_list and paints it. `above` is the packed row above in the caller's memory, or
+// null.
 inline Group4Step coded_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t nbytes)
 {
     UNCOMP& base = frame->base;
     const int32_t width = base.width;
     Group4Row state{base.cur_list + 1, base.ref_list + 1, -1};
 
-    // A row begins like the one above more often than not, and many go on so to their end.
+    // Most rows begin like the row above, and many are equal to it.
     if (frame->ref_rises && base.ref_list[frame->ref_transitions + 1] == width) {
         const int32_t same = take_ones(&base, frame->ref_transitions + 1);
         if (same > frame->ref_transitions) {
@@ -253,7 +257,7 @@ int32_t KESTERLIB_UNCCITT4_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int
     UNCOMP& base = frame->base;
     const int32_t row_bytes_used = base.width / 8 + (base.width % 8 != 0);
     const int32_t nbytes = row_bytes_used < stride ? row_bytes_used : stride;
-    if (base.eol_seen && nbytes <= 0 && rows > 0) { // white rows, of which nothing is written
+    if (base.eol_seen && nbytes <= 0 && rows > 0) { // white rows that write nothing
         base.rows_done = rows < INT32_MAX - base.rows_done ? base.rows_done + rows : INT32_MAX;
         return rows;
     }

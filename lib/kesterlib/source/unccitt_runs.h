@@ -1,5 +1,5 @@
-// The run codes of ITU-T T.4, tables 2, 3a and 3b, left-aligned: index 0 is unused, 1 to 40 are the make-up
-// codes of 64 times the index, 41 to 104 the terminating codes of the index less 41.
+// The run codes of ITU-T T.4, tables 2, 3a and 3b, left-aligned. Index 0 is unused. Indices 1 to 40 are the
+// make-up codes of 64 * index. Indices 41 to 104 are the terminating codes of index - 41.
 #pragma once
 
 #include "codetable.h"

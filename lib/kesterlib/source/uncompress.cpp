@@ -1,4 +1,4 @@
-// The frame of the run decoders: memory, input with its filler, and the painter of a list.
+// The frame of the run decoders: its memory, its input with filler, and the painter of lists.
 #include "frame.h"
 
 #include <cstring>
@@ -12,7 +12,8 @@ constexpr const char* kListMemory = "transition buffer";
 constexpr const char* kWordsMemory = "row of words";
 constexpr const char* kReadError = "Error reading file";
 
-// Bits of a byte from pixel k to its end; the first k; from one pixel up to, not including, another.
+// Bits of a byte: from pixel k to its end; before pixel k; from pixel `start` to `stop`, not including
+// `stop`.
 constexpr uint8_t kFromPixel[8] = {0xFF, 0x7F, 0x3F, 0x1F, 0x0F, 0x07, 0x03, 0x01};
 constexpr uint8_t kBeforePixel[8] = {0x00, 0x80, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC, 0xFE};
 struct Between {
@@ -51,7 +52,7 @@ Frame* uncomp_make(callback_block* cb, int32_t width, int32_t row_bytes)
         return nullptr;
 
     const size_t row_words =
-        static_cast<size_t>(row_bytes) / 8 + 1; // and one more where a row ends on a word
+        static_cast<size_t>(row_bytes) / 8 + 1; // one more if a row ends at the end of a word
     const size_t words_bytes = (row_words + 1) * sizeof(uint64_t);
     auto* const frame = static_cast<Frame*>(callback_allocate(cb, sizeof(Frame), kFrameMemory));
     if (!frame)
@@ -154,7 +155,7 @@ void uncomp_list_raw_row(Frame* frame, int32_t row_length)
         return;
     UNCOMP& base = frame->base;
     const int32_t count = getruns(base.cb, frame->raw_row, row_length, base.ref_list, base.ref_end);
-    frame->ref_count = count + 3; // getruns closes with three copies
+    frame->ref_count = count + 3; // getruns appends three copies
     frame->ref_transitions = count - 1;
     for (int32_t i = frame->ref_count; i < frame->ref_count + kLanes && base.ref_list + i < base.ref_end; ++i)
         base.ref_list[i] = kBehindList;
@@ -237,7 +238,8 @@ const uint8_t* uncomp_refill(UNCOMP* frame)
     while (arrived < UNCOMP_IN_BUFFER) {
         const size_t wanted = UNCOMP_IN_BUFFER - arrived;
         const size_t got = callback_fread(frame->cb, 1, wanted, frame->in_buffer + arrived);
-        if (got < 1 || got > wanted) { // a slot that claims more than it was asked for is believed nothing
+        // A slot that returns more than requested is treated as the end of input.
+        if (got < 1 || got > wanted) {
             if (callback_ferror(frame->cb)) {
                 frame->error_text = kReadError;
                 callback_perror(frame->cb, kReadError);
@@ -247,7 +249,7 @@ const uint8_t* uncomp_refill(UNCOMP* frame)
         arrived += got;
     }
     if (whole->filler) {
-        constexpr int32_t kEnough = 1 << 20; // bytes; a larger count means the same
+        constexpr int32_t kEnough = 1 << 20; // bytes; larger counts have the same meaning
         const auto more = static_cast<int32_t>(frame->in_end - whole->filler);
         whole->filler_before = whole->filler_before < kEnough ? whole->filler_before + more : kEnough;
         whole->filler = frame->in_buffer;
@@ -275,8 +277,7 @@ void uncomp_note(Frame* frame, int32_t reasons)
 void uncomp_note_filler(Frame* frame)
 {
     const UNCOMP& base = frame->base;
-    const auto taken =
-        static_cast<int32_t>(base.in_ptr - frame->filler); // bytes, those in the window included
+    const auto taken = static_cast<int32_t>(base.in_ptr - frame->filler); // bytes, with those in the window
     if (int64_t{frame->filler_before + taken} * 8 > base.bitsloaded)
         uncomp_note(frame, UNCOMP_FILLER);
 }
@@ -286,7 +287,7 @@ void uncomp_paint_row(callback_block* cb, uint8_t* row, const int32_t* trans, co
 {
     if (nbytes > 0)
         memset(row, 0, static_cast<size_t>(nbytes));
-    ++trans; // the head
+    ++trans; // skip the head
     while (trans < endtrans) {
         int32_t start = *trans++;
         if (start >= width || trans >= endtrans)
@@ -310,7 +311,7 @@ void uncomp_paint_row(callback_block* cb, uint8_t* row, const int32_t* trans, co
         if (last < nbytes && (stop & 7) != 0)
             row[last] |= kBeforePixel[stop & 7];
     }
-    uncomp_clip_row(row, nbytes, width); // a pair that runs backwards may have reached there
+    uncomp_clip_row(row, nbytes, width); // a pair in descending order may have reached there
     if (trans >= endtrans)
         callback_assertion_failed(cb, "trans<endtrans", "number of transitions must not overrun buffer",
                                   "uncompress", __LINE__);

@@ -1,6 +1,6 @@
-// The Squeeze decoder: code tables, open calls, and decoding by single codes out of the frame's window. Most
-// rows are decoded by the loops of unsqz_rows.h; this is where they turn when a code does not lie whole in
-// the input buffer.
+// The Squeeze decoder: its code tables, its open functions, and the decoding of single codes from the
+// frame's window. The loops of unsqz_rows.h decode most rows. They call the functions here if a code is not
+// entirely in the input buffer.
 #include "kesterlib/unsqz.h"
 
 #include "codetable.h"
@@ -16,8 +16,8 @@ const int8_t kVerticalLength[7] = {7, 4, 3, 1, 3, 4, 7};
 
 namespace
 {
-// In the order of their meaning: vertical codes of the offsets -3 to 3; add codes with a first run of 1 and
-// on; last the add code with a long first run.
+// In the order of their meaning: the vertical codes with offsets -3 to 3; the add codes with a first run of
+// 1 and above; last the add code with a long first run.
 constexpr Code kCodesA[] = {
     {0x3C00, 7}, {0x0000, 4}, {0x4000, 3}, {0x8000, 1}, {0x6000, 3}, {0x1000, 4}, {0x3E00, 7},
     {0x2000, 7}, {0x2200, 7}, {0x2400, 7}, {0x2600, 7}, {0x2800, 7}, {0x2A00, 7}, {0x2C00, 7},
@@ -38,7 +38,7 @@ constexpr CodeTableFault kFault{"!(length == 15 || ncodes > 255)", "ncodes too l
 constexpr int32_t kVerticalCodes = 7;
 constexpr int32_t kLargestOffset = 3;
 constexpr int32_t kSecondRunBits = 2;
-constexpr int32_t kSecondRunExtended = 3; // value of those bits with which an extension number follows
+constexpr int32_t kSecondRunExtended = 3; // value of those bits that an extension number follows
 bool tables_made;
 
 constexpr bool is_vertical(int32_t index)
@@ -54,12 +54,12 @@ constexpr int32_t first_run_of(int32_t index)
     return index - kVerticalCodes + 1;
 }
 
-// What `bits` leading bits in the value `leading` hold, read by single codes.
+// Returns the codes in `leading`, which are the `bits` leading bits of a window, decoded one by one.
 Probe probe_of(int32_t leading, int bits, const uint8_t* index, const Code* codes, int longest,
                int32_t long_run, int8_t* offsets, int32_t most_verticals)
 {
     Probe probe{};
-    // The bits behind those known are read as 0; a code that needs one of them is not taken.
+    // The unknown bits after them are read as 0. A code that needs one of them is not taken.
     const auto window = static_cast<uint32_t>(leading) << (32 - bits);
     int32_t verticals = 0;
     while (verticals < most_verticals) {
@@ -99,15 +99,17 @@ void make_tables(callback_block* cb)
     tables_made = true;
 }
 
-// A number in groups of three bits, the lowest first, each with a flag that ends the number. There may be any
-// number of groups: groups beyond 60 bits are ORed into the highest three bits, where each 1 exceeds every
-// row. The filler after the input ends the number at half of the positions in a byte. At the others it never
-// does: there the number ends after enough filler to saturate it. An error of the stream ends it too.
+// Reads a number: groups of three bits, the lowest first, each with a flag that ends the number. There may
+// be any number of groups: groups beyond 60 bits are ORed into the highest three bits, where each 1 exceeds
+// every row. The filler after the input ends the number at half of the positions in a byte. At the others
+// it never does: there the number ends after enough filler to saturate it. An error of the stream ends it
+// too.
 int64_t extension_number(Frame* frame)
 {
-    // Counted from when the end of the input is in the buffer: what it still holds, and enough filler.
+    // Counted from the moment when the end of the input is in the buffer: the groups that are still there,
+    // and enough filler.
     constexpr int32_t kMostGroupsAtEnd = 2 * UNCOMP_IN_BUFFER + 32;
-    constexpr int32_t kHighestShift = 57; // and a sum with a position cannot overflow
+    constexpr int32_t kHighestShift = 57; // so that a sum with a position cannot overflow
     UNCOMP& base = frame->base;
     int64_t number = 0;
     int32_t shift = 0;
@@ -128,7 +130,7 @@ int64_t extension_number(Frame* frame)
     return number;
 }
 
-// How far a run leads; what reaches behind every row is cut.
+// Returns the position after a run, clamped to kFarBehindRow.
 int32_t moved(int32_t position, int64_t run)
 {
     const int64_t to = position + run;
@@ -170,7 +172,7 @@ Step unsqz_single_code(Frame* frame, RowState* row)
     const bool table_a = row->adds < kTableBCodesFrom;
     const uint8_t index = table_a ? unsqz_tables.index_a[base.bits_hi >> (16 - kLongestA)]
                                   : unsqz_tables.index_b[base.bits_hi >> (16 - kLongestB)];
-    // Both lists are complete: every pattern is a code.
+    // Both lists are complete: every bit pattern is a code.
     const int32_t count = table_a ? kCountA : kCountB;
     if (index >= count)
         return fail(table_a ? "Huffman decode, numberOfAdds<3, unknown code"
@@ -189,7 +191,7 @@ Step unsqz_single_code(Frame* frame, RowState* row)
         return row->position >= row_length ? Step::RowDone : Step::More;
     }
 
-    // A run, and what an extension adds to it; false if the list is full.
+    // Appends a run with its extension, if it has one. Returns false if the list is full.
     const auto append = [&](int64_t run, bool extended) {
         const int64_t more = extended ? extension_number(frame) : 0;
         if (row->out >= base.cur_end)
@@ -211,7 +213,7 @@ Step unsqz_single_code(Frame* frame, RowState* row)
         ++row->adds;
     if (row->position >= row_length)
         return Step::RowDone;
-    // The copies of the row length end this before the list does, unless the row has used them up.
+    // The copies of the row length stop this before the end of the list, unless the row has used them up.
     while (ref_end - row->ref >= 2 && row->position - row->ref[1] >= 3)
         row->ref += 2;
     return Step::More;
@@ -220,7 +222,7 @@ Step unsqz_single_code(Frame* frame, RowState* row)
 void unsqz_raw_row(Frame* frame, uint8_t* row)
 {
     UNCOMP& base = frame->base;
-    // Two bytes are in the window: the start byte, and the first byte behind it.
+    // Two bytes are in the window: the start byte and the first byte after it.
     int32_t copied = 0;
     int32_t unread = 0;
     if (base.row_bytes > 0)

@@ -1,5 +1,5 @@
-// The row loops of the Squeeze decoder for machines with AVX2 and BMI2; compiled for these, and called only
-// there.
+// The row loop of the Squeeze decoder, compiled for AVX2 and BMI2, and called only on machines that have
+// them.
 #if defined(__AVX2__)
 #define KESTERLIB_UNSQZ_ROWS unsqz_rows_avx2
 #include "unsqz_rows.h"

@@ -1,10 +1,11 @@
-// The row loops of the Squeeze decoder. Included once for each instruction set, which gives
+// The row loop of the Squeeze decoder. Included once for each instruction set, which defines
 // KESTERLIB_UNSQZ_ROWS.
 //
-// The bits stand in a 64-bit window in locals. A probe of it gives up to eight vertical codes, which move a
-// vector of entries of the list above, or an add code with both its runs. What does not lie whole in the
-// input buffer, or stands near the end of a list, goes by single codes out of the frame's own window
-// (unsqz_single_code); both ways give the same at every code.
+// The bits are in a 64-bit window in locals. A probe of the window yields up to eight vertical codes, which
+// move a vector of entries of the list above, or an add code with both its runs.
+//
+// If a code is not entirely in the input buffer, or an entry is near the end of a list, unsqz_single_code
+// decodes a single code from the frame's own window. Both variants have the same result at every code.
 #include "bits.h"
 #include "frame.h"
 #include "lanes.h"
@@ -20,7 +21,7 @@ namespace kesterlib
 {
 namespace
 {
-// An extension number; -1 if it has more groups than the window surely holds after a code.
+// Reads an extension number. Returns -1 if it has more groups than the window certainly holds after a code.
 inline int64_t extension(Window* window)
 {
     int64_t number = 0;
@@ -36,8 +37,8 @@ inline int64_t extension(Window* window)
 
 enum class Fast { RowDone, Failed, Slow };
 
-// Codes for as long as they lie whole in the buffer and the lists have room. The frame's window is current
-// before, and afterwards unless the row has failed.
+// Decodes codes as long as they are entirely in the buffer and the lists have room. The frame's window is
+// up to date before the call, and after it unless the row has failed.
 inline Fast fast_codes(Frame* frame, RowState* row)
 {
     UNCOMP& base = frame->base;
@@ -127,7 +128,7 @@ inline Fast fast_codes(Frame* frame, RowState* row)
             window.drop(probe.length);
             position += probe.second;
         } else {
-            // With extensions the code may be long. If it is too long for the window, the careful step
+            // With extensions the code may be long. If it is too long for the window, unsqz_single_code
             // decodes it.
             if (window.next > base.in_end - kSlack)
                 break;
@@ -171,8 +172,8 @@ inline Fast fast_codes(Frame* frame, RowState* row)
             result = Fast::RowDone;
             break;
         }
-        // On to the first transition of the same direction that is less than three pixels to the left. The
-        // copies of the row length end this.
+        // Skips to the first transition of the same direction that is less than three pixels to the left of
+        // the position. The copies of the row length stop this.
         const Lanes far_left = lanes_of(position - 3);
         uint32_t near = lanes_above(lanes_load(ref + 1), far_left) & 0x55;
         while (near == 0) {
@@ -197,7 +198,7 @@ inline Fast fast_codes(Frame* frame, RowState* row)
     return result;
 }
 
-// The rest of the row's last byte is dropped: 16 bits stay.
+// Drops the rest of the row's last byte: 16 bits stay in the window.
 inline void end_row(UNCOMP* base)
 {
     const uint32_t window = (uint32_t{base->bits_hi} << 16 | base->bits_lo) << (base->bitsloaded - 16);
@@ -206,14 +207,15 @@ inline void end_row(UNCOMP* base)
     base->bitsloaded = 16;
 }
 
-// A row of which the first bit, 0, is taken.
+// Decodes and paints a row whose first bit, 0, is already taken. `above` is the packed row above in the
+// caller's memory, or null. Returns false if the row is damaged.
 inline bool coded_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t nbytes)
 {
     UNCOMP& base = frame->base;
     const int32_t row_length = base.row_bytes * 8;
     RowState state{base.cur_list + 1, base.ref_list, -1, 0};
 
-    // A row begins like the one above more often than not, and many go on so to their end.
+    // Most rows begin like the row above, and many are equal to it.
     const int32_t same = take_ones(&base, frame->ref_transitions + 1);
     if (same > frame->ref_transitions) {
         end_row(&base);
@@ -227,7 +229,7 @@ inline bool coded_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t 
         state.position = *state.ref;
     }
 
-    base.cur_list[0] = -1; // where the first run begins
+    base.cur_list[0] = -1; // start of the first run
     Step step = Step::More;
     while (step == Step::More) {
         switch (fast_codes(frame, &state)) {

@@ -1,5 +1,5 @@
-// The row loops' window on the stream: 64 bits in locals, refilled by one load, instead of the frame's
-// own 32.
+// The bit window of the row loops: 64 bits in locals, refilled by one load. It replaces the frame's own
+// window of 32 bits.
 #pragma once
 
 #include "bits.h"
@@ -12,15 +12,15 @@ namespace kesterlib
 {
 namespace
 {
-constexpr int32_t kSlack = 16; // bytes of a frame that may be read behind its in_buffer
+constexpr int32_t kSlack = 16; // bytes of a frame that may be read after its in_buffer
 static_assert(sizeof(UNCOMP) - offsetof(UNCOMP, in_buffer) - UNCOMP_IN_BUFFER >= kSlack);
 
-// 56 bits or more behind the byte position of the next code, the first in the top bit. What stands below the
-// valid bits is 0 or the bits that come next.
+// Holds at least 56 bits after a refill, the next bit in the top bit. Bits below the valid ones are 0 or
+// the bits that come next in the stream.
 struct Window {
     uint64_t bits;
-    const uint8_t* next; // byte that follows the valid bits
-    uint32_t valid;      // count of bits
+    const uint8_t* next; // the byte after the valid bits
+    uint32_t valid;      // number of valid bits
 
     void start(const uint8_t* byte, uint32_t used_bits)
     {
@@ -39,22 +39,23 @@ struct Window {
         bits <<= count;
         valid -= count;
     }
-    // The byte that the next bit is in, and the bits of it that are used.
+    // The byte that contains the next bit, and the number of its bits that are used.
     const uint8_t* byte() const { return next - ((valid + 7) >> 3); }
     uint32_t used_bits() const { return (0 - valid) & 7; }
 };
 
-// Where a row loop may work: a window on the frame's input, and the limits of all three. False where the
-// frame's own window is not whole in the buffer, or near its end, or the lists are too short.
+// A window on the frame's input, and the limits within which a row loop may work.
 struct Reach {
     Window window;
-    // As far as a refill may come: behind it too few bits are left for a code and the frame's own window, or
-    // a load would leave what may be read.
+    // Largest window.next after a refill. After it, too few bits are left for a code and the frame's own
+    // window, or a load would read outside the allowed memory.
     const uint8_t* next_limit;
-    // kLanes entries can be read behind the first and written from the second on.
+    // Largest places in the lists at which kLanes + 1 entries can be read or written.
     const int32_t* ref_limit;
     const int32_t* out_limit;
 
+    // Returns false if the bytes of the frame's own window are not all in the buffer, the end of the input is
+    // near, or a list is too short.
     bool start(const Frame& frame)
     {
         const UNCOMP& base = frame.base;
@@ -72,7 +73,7 @@ struct Reach {
     }
 };
 
-// Bits from a byte on into the frame's own window: 16 to 23 of them.
+// Loads the frame's own window with 16 to 23 bits from a byte on.
 inline void give_back(UNCOMP* base, const uint8_t* byte, uint32_t used_bits)
 {
     const uint32_t bytes = used_bits == 0 ? 2 : 3;
