@@ -1,5 +1,5 @@
-/* A C program of the library's: linked by the C compiler alone, once with each form of the library. It uses
- * something of every header and ends with 0 where all of it works. */
+/* A C program, linked by the C compiler alone, once with the static and once with the shared library. It
+ * calls functions of seven public headers and exits with 0 if all of them work. */
 #include "kesterlib/callback.h"
 #include "kesterlib/commandline.h"
 #include "kesterlib/faxhdr.h"
@@ -35,7 +35,7 @@ static void keep(const char* text)
     memcpy(said, text, strlen(text) + 1);
 }
 
-/* A read slot of the client's: rows of one byte value. */
+/* A client's fread slot: all bytes have one value. */
 static size_t read_rows(void* buffer, size_t size, size_t count, FILE* stream)
 {
     (void)stream;
@@ -52,10 +52,11 @@ static void callbacks_and_files(void)
     set_debug_message_sink(keep);
 
     uint32_t number = 0;
-    check(callback_read_long(block, &number) == 1 && number == 0x5a5a5a5a, "a number by way of a slot in C");
+    check(callback_read_long(block, &number) == 1 && number == 0x5a5a5a5a,
+          "a number read through a slot in C");
     check(callback_message(block, "page %d", 7) == 6 && strcmp(said, "page 7") == 0, "a message");
     set_callback_slot(-1, block, 0);
-    check(exits == 1, "a fatal report that comes back");
+    check(exits == 1, "a fatal report that returns");
 
     fclose(block->message_file);
     dispose_callback_block(block);
@@ -79,7 +80,7 @@ static void options_and_timers(void)
                                             {NULL, NULL, 0, NULL}};
     int argc = 0;
     char** argv = NULL;
-    check(parse_line_from_buffer("-t (a b)", &argc, &argv) == 1 && argc == 2, "a line in words");
+    check(parse_line_from_buffer("-t (a b)", &argc, &argv) == 1 && argc == 2, "a line split into tokens");
     parse_command_line(argc, argv, options);
     dispose_argc_commands(argc, argv);
     check(strcmp(option_text, "(a b)") == 0, "an option with its text");

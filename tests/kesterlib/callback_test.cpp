@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-// So that a request without bound fails under the address sanitizer as it does without.
+// So that an oversized request returns null under the address sanitizer too, instead of ending the process.
 extern "C" __attribute__((visibility("default"))) const char* __asan_default_options() // NOLINT
 {
     return "allocator_may_return_null=1";
@@ -15,7 +15,7 @@ namespace
 {
 using testing::ExitedWithCode;
 
-const volatile size_t kTooMuch = SIZE_MAX / 2; // bytes that no allocation gives
+const volatile size_t kTooMuch = SIZE_MAX / 2; // bytes, more than any allocation can return
 
 template <typename... Arguments>
 std::string Format(const char* format, Arguments... arguments)
@@ -115,7 +115,7 @@ TEST(Callback, UnixBlockWorksOnItsStream)
     char bytes[8] = "";
     EXPECT_EQ(callback_fseek(block, -5, SEEK_END), 0);
     EXPECT_EQ(callback_fgetc(block), 255);
-    EXPECT_EQ(callback_fread(block, 2, 3, bytes), 2u); // two whole ones of the three asked for
+    EXPECT_EQ(callback_fread(block, 2, 3, bytes), 2u); // two whole elements of the three requested
     EXPECT_STREQ(bytes, "12-x");
     EXPECT_NE(callback_feof(block), 0);
     EXPECT_EQ(callback_fgetc(block), -1);
@@ -123,7 +123,7 @@ TEST(Callback, UnixBlockWorksOnItsStream)
 
     EXPECT_EQ(callback_fclose(block), 0);
     EXPECT_EQ(block->file, nullptr);
-    EXPECT_EQ(callback_fclose(block), 0); // nothing is left to close
+    EXPECT_EQ(callback_fclose(block), 0); // there is no stream any more
     remove(path.c_str());
 
     ASSERT_NE(callback_fopen(block, "/dev/full", "wb"), nullptr);
@@ -138,7 +138,7 @@ TEST(Callback, UnixBlockWorksOnItsStream)
     EXPECT_EQ(block.TakeMessages(), "");
 }
 
-TEST(Callback, MessagesGoToTheSinkAsWellButCut)
+TEST(Callback, MessagesAlsoGoToTheSinkButAreCutThere)
 {
     static std::string sunk;
     sunk.clear();
@@ -161,7 +161,7 @@ TEST(Callback, DefaultBlockIsMadeOnceAndReplacedWithAWarning)
     set_default_callback_block(block);
     EXPECT_EQ(dfcb(), block);
     set_default_callback_block(nullptr);
-    EXPECT_EQ(block.TakeMessages(), ""); // it was not one of the library's
+    EXPECT_EQ(block.TakeMessages(), ""); // the library did not make it
 
     callback_block* made = dfcb();
     EXPECT_EQ(dfcb(), made);
@@ -182,7 +182,7 @@ TEST(Callback, DefaultBlockIsMadeOnceAndReplacedWithAWarning)
         EXPECT_NE(dfcb(), nullptr);
         dispose();
         EXPECT_EQ(get_default_callback_block(), nullptr);
-        set_default_callback_block(block); // which the library has not made, after all
+        set_default_callback_block(block); // a block that the library has not made
         EXPECT_EQ(block.TakeMessages(), "");
         set_default_callback_block(nullptr);
     }
@@ -190,7 +190,7 @@ TEST(Callback, DefaultBlockIsMadeOnceAndReplacedWithAWarning)
 
 // ---- Memory ----------------------------------------------------------------------------------------
 
-// A release by way of the slot, as told: what for.
+// The descriptions of all releases through the slot.
 std::string released;
 
 void Deallocate(void* pointer, const char* description)
@@ -199,7 +199,7 @@ void Deallocate(void* pointer, const char* description)
     free(pointer);
 }
 
-TEST(CallbackMemory, CleanupReportsAndReleasesWhatWasNotFreed)
+TEST(CallbackMemory, CleanupReportsAndReleasesLiveMemory)
 {
     for (const bool tracked : {true, false}) {
         SCOPED_TRACE(tracked ? "tracked" : "not tracked");
@@ -255,7 +255,7 @@ TEST(CallbackMemory, WrongFreesAreReported)
         void* page = callback_allocate(block, 40, "page");
         const unsigned long foreign_address = Address(foreign), page_address = Address(page);
         callback_deallocate(block, page, "first");
-        callback_deallocate(block, page, "second"); // a true second release would be seen by the sanitizer
+        callback_deallocate(block, page, "second"); // the sanitizer would report a real second release
         callback_deallocate(block, foreign, "third");
 
         const char* fatal = mode > 0 ? ""
@@ -280,7 +280,7 @@ TEST(CallbackMemory, FailedAllocation)
     EXPECT_EQ(block.TakeExits(), std::vector{1});
     EXPECT_EQ(block->allocated_list, nullptr);
     debug_memory_cleanup(block);
-    EXPECT_EQ(block.TakeMessages(), "") << "nothing was left behind";
+    EXPECT_EQ(block.TakeMessages(), "") << "memory was not released";
     callback_deallocate(block, callback_allocate(block, 8, "released"), "released");
     set_callback_debug_memory(block, 0);
     void* const kept = callback_allocate(block, 8, "kept");
@@ -292,9 +292,9 @@ TEST(CallbackMemory, FailedAllocation)
     EXPECT_EXIT(safe_malloc(kTooMuch, "rows", nullptr), ExitedWithCode(1),
                 "\nMalloc for [0-9]+ bytes failed, rows\n");
     static jmp_buf recover;
-    if (setjmp(recover) == 0) { // NOLINT: the way back that is offered
+    if (setjmp(recover) == 0) { // NOLINT: safe_malloc needs a setjmp
         safe_malloc(kTooMuch, "rows", &recover);
-        FAIL() << "came back without memory";
+        FAIL() << "returned without memory";
     }
     free(safe_malloc(100, "rows", &recover));
 }
@@ -303,7 +303,7 @@ TEST(CallbackMemory, FailedAllocation)
 
 TEST(CallbackDeathTest, FatalReportsEndTheProcess)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe"); // from the start, so that no report has gone before
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // so that the child starts without an earlier report
     EXPECT_EXIT(
         callback_fread(make_callback_block(), 1, 1, nullptr), ExitedWithCode(1),
         "^Assertion 0 failed;\nCALLBACK_FREAD used, but not installed\nAt line [0-9]+ in file io-callback$");
@@ -330,7 +330,7 @@ TEST(CallbackReport, SystemErrors)
     static int flushed;
     flushed = 0;
     const RecordedBlock block;
-    set_callback_debug_memory(block, 1); // nobody else frees the text of an unknown code
+    set_callback_debug_memory(block, 1); // frees the text of the unknown code
     block->fflush = [](FILE*) { return ++flushed; };
     errno = ENOENT;
     callback_perror(block, "opening a page");

@@ -11,7 +11,7 @@ using namespace std::string_literals;
 using testing::internal::CaptureStderr, testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStderr, testing::internal::GetCapturedStdout;
 
-std::string calls; // of handlers, with their arguments
+std::string calls; // the handlers that were called, with their arguments
 
 template <typename... Texts>
 void Handler(Texts... texts)
@@ -86,7 +86,7 @@ TEST(CommandLine, HandlersAreCalledInOrder)
     parse_command_line(-1, nullptr, kOptions);
 }
 
-TEST(CommandLineDeathTest, AFaultOfTheTableEndsTheProcess)
+TEST(CommandLineDeathTest, AnInvalidTableEndsTheProcess)
 {
     for (const char* word : {"-five", "-less"}) {
         char* words[] = {const_cast<char*>(word)};
@@ -99,7 +99,7 @@ TEST(CommandLine, LinesAreSplitAtBlanksOutsideBrackets)
 {
     struct Case {
         const char* name;
-        std::string line; // a buffer ends with the 0 behind it, a stream with nothing
+        std::string line; // a buffer ends with the 0 after it, a stream with nothing
         int result;
         std::vector<std::string> tokens;
         int stream_result = result;
@@ -117,17 +117,17 @@ TEST(CommandLine, LinesAreSplitAtBlanksOutsideBrackets)
         {"blanks only", " \t \n", 1, {}},
         {"all separators", "a\tb  c\n", 1, {"a", "b", "c"}},
         {"brackets", "a (b c) d\n", 1, {"a", "(b c)", "d"}},
-        {"brackets within words", "f(x (y z))w v\n", 1, {"f(x (y z))w", "v"}},
+        {"brackets within tokens", "f(x (y z))w v\n", 1, {"f(x (y z))w", "v"}},
         {"bracket never closed", "a (b c\nd\n", 1, {"a"}},
-        {"closed too often", "a) (b c) d\n", 1, {"a)", "(b", "c)", "d"}},
+        {"more brackets closed than opened", "a) (b c) d\n", 1, {"a)", "(b", "c)", "d"}},
         {"only the first line", "a b\rc\n", 1, {"a", "b"}},
         {"ended by 0", "a b\0c\n"s, 1, {"a", "b"}},
         {"no end of line", "a b", 1, {"a", "b"}, 0},
         {"nothing", "", 1, {}, 0},
-        {"255", "a \xff b\n", 0, {}, 1},
+        {"byte of 255", "a \xff b\n", 0, {}, 1},
         {"umlaut", "\xe4 b\n", 1, {"\xe4", "b"}},
-        {"long word", word + " a\n", 1, {word.substr(0, 200), "a"}},
-        {"brackets behind the 200 bytes do not count",
+        {"long token", word + " a\n", 1, {word.substr(0, 200), "a"}},
+        {"brackets after the 200 bytes do not count",
          std::string(200, 'w') + "( a\n",
          1,
          {std::string(200, 'w'), "a"}},
@@ -151,15 +151,15 @@ TEST(CommandLine, LinesAreSplitAtBlanksOutsideBrackets)
                 result = parse_line_from_buffer(c.line.c_str(), &argc, &argv);
             }
             std::vector<std::string> tokens(argv, argv + argc);
-            if (from_stream && c.name == "255"s)
-                EXPECT_EQ(tokens, std::vector({"a"s, "\xff"s, "b"s})); // an ordinary byte there
+            if (from_stream && c.name == "byte of 255"s)
+                EXPECT_EQ(tokens, std::vector({"a"s, "\xff"s, "b"s})); // 255 is an ordinary byte in a stream
             else if (from_stream && c.stream_result == 0)
                 EXPECT_EQ(tokens, std::vector<std::string>{});
             else
                 EXPECT_EQ(tokens, c.tokens);
             EXPECT_EQ(result, from_stream ? c.stream_result : c.result);
             EXPECT_EQ(argv == nullptr, tokens.empty());
-            if (argc > 0) { // a string taken out stays the taker's
+            if (argc > 0) { // a string that is taken out belongs to the test
                 free(argv[0]);
                 argv[0] = nullptr;
             }
@@ -181,7 +181,7 @@ TEST(CommandLine, WholeLinesAreReadFromAStream)
     put(3, '\0');
     put(4, '\xff');
     fputs("rest", stream);
-    want.insert(want.end(), {"rest\n", "\n"}); // at the end of the file
+    want.insert(want.end(), {"rest\n", "\n"}); // the last two are read at the end of the file
     rewind(stream);
     for (const std::string& line : want) {
         char* got = read_command_line_from_stream(stream);

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# exports_test.sh LIBRARY HEADERS...: the names that the shared library exports are those that the public headers
-# declare with KESTERLIB_API, no more and no fewer, and it needs nothing of the C++ runtime.
+# exports_test.sh LIBRARY HEADERS...: checks that the shared library exports exactly the names that the public
+# headers declare with KESTERLIB_API, and that it does not need the C++ runtime.
 set -euo pipefail
 export LC_ALL=C
 library=$1
@@ -8,18 +8,18 @@ shift
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
-# Comments and directives go, then every declaration stands on a line of its own.
+# Removes comments and directives, and puts every declaration on a line of its own.
 cat "$@" | sed 's://.*::; /^[[:space:]]*#/d' | tr '\n' ' ' | sed -E 's:/\*([^*]|\*+[^*/])*\*+/: :g' | tr ';{}' '\n' |
   grep -w KESTERLIB_API >"$scratch/declarations"
 sed -nE 's/.*KESTERLIB_API[^(]*[ *]([A-Za-z_0-9]+) *\(.*/\1/p' "$scratch/declarations" | sort >"$scratch/declared"
 if (($(wc -l <"$scratch/declared") != $(wc -l <"$scratch/declarations"))); then
-  echo "a declaration with KESTERLIB_API that this test cannot read" >&2
+  echo "this test cannot read a declaration with KESTERLIB_API" >&2
   exit 1
 fi
 
 nm -D --defined-only "$library" | awk '{ print $3 }' | sort >"$scratch/exported"
 if ! diff "$scratch/declared" "$scratch/exported"; then
-  echo "declared but not exported (<), exported but not declared (>)" >&2
+  echo "names that are declared but not exported (<), or exported but not declared (>)" >&2
   exit 1
 fi
 if readelf -d "$library" | grep -E 'NEEDED.*lib(stdc\+\+|c\+\+)'; then

@@ -1,4 +1,5 @@
-// The page header's writer and reader against each other and against damage, and both over a callback block.
+// Compares the writer and the reader of the page header with each other, also on damaged headers, in memory
+// and over a callback block.
 #include "faxhdr_lines.h"
 #include "tests/kesterlib/recorded_block.h"
 #include "tests/support/short_malloc.h"
@@ -17,7 +18,7 @@ using namespace kesterlib;
 
 namespace
 {
-// Every field has a value of its own; the time is a Thursday.
+// Every field has a different value. The time is a Thursday.
 // clang-format off
 constexpr FAXHeader kSample = {
     3, 4096, 12345, "Front page", 12, 48, "rip7", {56, 34, 12, 29, 1, 124, 4, 59, 0},
@@ -62,7 +63,7 @@ constexpr std::string_view kText = R"(<<
  /Destination south
 >>
 )";
-// The record without what pads its end.
+// The bytes of the record, without the padding at its end.
 std::string_view BytesOf(const FAXHeader& header)
 {
     return {reinterpret_cast<const char*>(&header), offsetof(FAXHeader, Mux) + sizeof header.Mux};
@@ -89,7 +90,7 @@ std::string Joined(const Lines& lines)
     return text;
 }
 
-// A header of the sample's text with one line replaced.
+// The sample's text with one line replaced.
 std::string With(size_t line, const std::string& text)
 {
     Lines lines = SampleLines();
@@ -103,7 +104,7 @@ struct Written {
 };
 Written Write(const FAXHeader& header, uint32_t buffer_bytes, int pad)
 {
-    const std::unique_ptr<char[]> buffer{new char[buffer_bytes]}; // exact: one byte too far is seen
+    const std::unique_ptr<char[]> buffer{new char[buffer_bytes]}; // exact size: detects a write outside
     memset(buffer.get(), '#', buffer_bytes);
     const char* message = nullptr;
     const int32_t result = createFaxHeader(buffer.get(), buffer_bytes, &header, pad, &message);
@@ -155,7 +156,7 @@ TEST(FaxHeaderWriter, TextOfEachVersion)
     EXPECT_NE(TextOf(FAXHeader{}).find(" /CreateTime 1900:01:00 00:00:00\n"), std::string::npos);
 }
 
-TEST(FaxHeaderWriter, StaysWithinTheBufferAndLeavesTheRestAlone)
+TEST(FaxHeaderWriter, StaysWithinTheBufferAndKeepsTheRest)
 {
     FAXHeader header = kSample;
     const std::string text = TextOf(header);
@@ -165,7 +166,7 @@ TEST(FaxHeaderWriter, StaysWithinTheBufferAndLeavesTheRestAlone)
             for (const int pad : {0, 1, -1}) {
                 SCOPED_TRACE(testing::Message() << size << " + " << more << ", pad " << pad);
                 header.HeaderSize = size;
-                // The number of HeaderSize itself has fewer digits than that of the sample.
+                // The number HeaderSize can have fewer digits here than in the sample.
                 const auto own_length = length - 4 + static_cast<int32_t>(std::to_string(size).size());
                 const Written got = Write(header, size + more, pad);
                 if (static_cast<int32_t>(size) < own_length) {
@@ -192,10 +193,11 @@ TEST(FaxHeaderWriter, StaysWithinTheBufferAndLeavesTheRestAlone)
     EXPECT_STREQ(message, "No FaxHeader supplied");
 }
 
-TEST(FaxHeaderWriter, TakesAnyRecord)
+TEST(FaxHeaderWriter, AcceptsAnyRecord)
 {
     FAXHeader fullest{};
-    memset(static_cast<void*>(&fullest), 0xff, sizeof fullest); // -1: full texts without an end
+    // All numbers are -1, and the texts have no terminator.
+    memset(static_cast<void*>(&fullest), 0xff, sizeof fullest);
     for (int32_t* number : {&fullest.PageNumber, &fullest.NumberOfPages, &fullest.Compression, &fullest.Layer,
                             &fullest.PSet, &fullest.Rotation, &fullest.Priority, &fullest.CreateTime.tm_year})
         *number = INT32_MIN;
@@ -208,7 +210,7 @@ TEST(FaxHeaderWriter, TakesAnyRecord)
     EXPECT_EQ(Parse(text).header.NumDestinations, 64);
 }
 
-TEST(FaxHeaderReader, GivesBackWhatWasWritten)
+TEST(FaxHeaderReader, ReturnsWhatWasWritten)
 {
     setenv("TZ", "UTC0", 1);
     FAXHeader header = kSample;
@@ -219,10 +221,10 @@ TEST(FaxHeaderReader, GivesBackWhatWasWritten)
         EXPECT_EQ(got.message, "");
         EXPECT_GE(got.result, static_cast<int32_t>(text.size()));
         FAXHeader want = header;
-        want.Mirror = 1; // a flag is a flag
+        want.Mirror = 1; // any value but 0 is read as 1
         EXPECT_EQ(BytesOf(got.header), BytesOf(want));
     }
-    // Versions without a key give it its empty value, whatever stood in the record.
+    // If the version does not have a key, the reader clears its field in the record.
     for (const int version : {1, 2}) {
         header.FaxHeaderVersion = version;
         const Parsed got = Parse(TextOf(header), kSample);
@@ -232,7 +234,7 @@ TEST(FaxHeaderReader, GivesBackWhatWasWritten)
     }
 }
 
-// What the reader says where the sample's line `line` does not fit; empty where that is no failure.
+// The reader's message if the sample's line `line` does not fit. Empty if that is no failure.
 const char* ErrorAt(size_t line)
 {
     if (line <= kFirstEnd)
@@ -249,7 +251,7 @@ TEST(FaxHeaderReader, EachDamagedLineEndsTheParseThere)
             const Parsed got = Parse(Joined(lines));
             EXPECT_EQ(got.message, ErrorAt(line));
             EXPECT_EQ(got.result > 0, *ErrorAt(line) == 0);
-            if (got.result < 0) { // behind the line that does not fit, or where a long one was cut
+            if (got.result < 0) { // after the line that does not fit, or at the cut of a long one
                 size_t end = 0;
                 for (size_t k = 0; k <= line && k < lines.size(); ++k)
                     end += lines[k].size() > 255 ? 255 : lines[k].size();
@@ -259,14 +261,15 @@ TEST(FaxHeaderReader, EachDamagedLineEndsTheParseThere)
         };
         Lines lines = good;
         lines.erase(lines.begin() + static_cast<std::ptrdiff_t>(i));
-        expect("missing", lines, i == kLastLine - 2 ? i + 1 : i); // the destinations have no order
+        // The order of the destinations does not matter.
+        expect("missing", lines, i == kLastLine - 2 ? i + 1 : i);
         lines = good;
         lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(i), good[i]);
         expect("doubled", lines, i == kLastLine - 2 ? i + 2 : i + 1);
         lines = good;
         if (i != kLastLine && i != kLastLine - 2) {
             std::swap(lines[i], lines[i + 1]);
-            expect("moved", lines, i);
+            expect("swapped with the next", lines, i);
         }
         const auto expect_with = [&](const char* what, const std::string& line) {
             lines = good;
@@ -276,9 +279,10 @@ TEST(FaxHeaderReader, EachDamagedLineEndsTheParseThere)
         expect_with("a zero byte in front", '\0' + good[i].substr(1));
         expect_with("another word", "x" + good[i]);
         expect_with("blank", "\n");
-        expect_with("behind 300 blanks", std::string(300, ' ') + good[i]);
+        expect_with("after 300 blanks", std::string(300, ' ') + good[i]);
     }
-    // Cut anywhere: complete without the last line feed, and where no destinations have begun.
+    // Cut at every length. Complete are the text without its last line feed, and the text before the
+    // destinations.
     const std::string whole = Joined(good);
     const size_t first_end = whole.find(">>") + 2;
     for (size_t n = 0; n <= whole.size(); ++n) {
@@ -293,7 +297,7 @@ TEST(FaxHeaderReader, EachDamagedLineEndsTheParseThere)
     EXPECT_EQ(BytesOf(after), BytesOf(untouched));
 }
 
-TEST(FaxHeaderReader, CasesOfTheirOwn)
+TEST(FaxHeaderReader, SpecialCases)
 {
     const std::string later = With(1, "/FaxHeaderVersion 4\n");
     const auto extra = [](std::string text, const char* before, const std::string& what) {
@@ -321,23 +325,23 @@ TEST(FaxHeaderReader, CasesOfTheirOwn)
         {"a blank later line", extra(later, ">>", " /New 1\n\n"), "Unable skip to end of header", 0},
         {"later keys to the end", extra(later, ">>", " /New").substr(0, later.find(">>") + 5),
          "Unable skip to end of header", 0},
-        {"a later key elsewhere", extra(later, " /Mux", " /New 1\n"), "Header format error", 0},
+        {"a later key in the wrong place", extra(later, " /Mux", " /New 1\n"), "Header format error", 0},
         {"an extra key", With(kFirstEnd, " /New 1\n>>\n"), "Unable skip to end of header", 0},
-        {"the end with more behind it", With(kFirstEnd, "\t>> and more\n"), "", 2},
+        {"more text after the end", With(kFirstEnd, "\t>> and more\n"), "", 2},
         {"the end too long", With(kFirstEnd, ">>>\n"), "Unable skip to end of header", 0},
         {"64 destinations", counted("64", 64), "", 64},
         {"65 destinations", counted("65", 65), "Destination format error", 0},
         {"a huge number of them", counted(huge, 0), "Destination format error", 0},
         {"none", counted("0", 0), "", 0},
-        {"fewer than none", counted("-3", 0), "", -3},
-        {"far fewer", counted("-" + huge, 0), "", INT32_MIN},
+        {"a negative number of them", counted("-3", 0), "", -3},
+        {"a huge negative number of them", counted("-" + huge, 0), "", INT32_MIN},
         {"no number of them", counted("two", 0), "Destination format error", 0},
         {"an empty destination", With(33, " /Destination \n"), "Destination format error", 2},
         {"no job name", With(4, " /JobName  \t \n"), "Header format error", 0},
         {"five numbers in the time", With(8, " /CreateTime 2024:02:29 12:34\n"), "Header format error", 0},
         {"a Mux without its line feed", With(29, " /Mux x").substr(0, With(29, " /Mux x").find(">>")),
          "Header format error", 0},
-        {"line ends of another system", With(5, "/PageNumber 12\r\n"), "", 2},
+        {"a carriage return before the line feed", With(5, "/PageNumber 12\r\n"), "", 2},
     };
     for (const auto& c : cases) {
         const Parsed got = Parse(c.text);
@@ -347,7 +351,7 @@ TEST(FaxHeaderReader, CasesOfTheirOwn)
     EXPECT_STREQ(Parse(counted("64", 64)).header.Destination[63], "d63");
 }
 
-TEST(FaxHeaderScanners, LinesOfTheBuffer)
+TEST(FaxHeaderScanners, SplitTheBufferIntoLines)
 {
     struct {
         std::string buffer;
@@ -428,7 +432,7 @@ TEST(FaxHeaderScanners, TextsWordsAndTimes)
     constexpr const char* kNone = nullptr; // the line does not fit
     const std::string full(200, 'z');
     struct {
-        std::string value; // between the key and the line feed
+        std::string value; // text between the key and the line feed
         const char *whole, *word, *exact;
     } const texts[] = {
         {"  a  b\t ", "a  b", "a", "a  b"},
@@ -438,7 +442,7 @@ TEST(FaxHeaderScanners, TextsWordsAndTimes)
         {"News", "News", "News", kNone},
         {"\tNews", "News", "News", kNone},
         {" News\r", "News\r", "News", "News\r"},
-        {" 1234567 9", "1234567", "1234567", "1234567"}, // the blank at the cut goes too
+        {" 1234567 9", "1234567", "1234567", "1234567"}, // the blank before the cut is trimmed too
         {" " + full, "zzzzzzzz", "zzzzzzzz", "zzzzzzzz"},
         {std::string(99, ' ') + "News", "News", "News", "News"},
         {" \xff\x01", "\xff\x01", "\xff\x01", "\xff\x01"},
@@ -462,7 +466,7 @@ TEST(FaxHeaderScanners, TextsWordsAndTimes)
 
     struct {
         std::string word;
-        int want; // 77: refused
+        int want; // 77: the scanner returns false
     } const words[] = {{"true", 1},   {"FALSE", 0}, {" TrUe x", 1}, {"yes", 77}, {"", 77},
                        {"truer", 77}, {"tru", 77},  {"1", 77},      {"t", 77},   {"true" + full, 77}};
     for (const auto& c : words) {
@@ -478,13 +482,13 @@ TEST(FaxHeaderScanners, TextsWordsAndTimes)
     } const times[] = {
         {"2024:02:29 12:34:56", {56, 34, 12, 29, 1, 124, 4, 59, 0}},
         {"1900:01:00 00:00:00", {0, 0, 0, 31, 11, -1, 0, 364, 0}},
-        {"2023:14:32-1:-1:+3600", {0, 59, 23, 2, 2, 124, 6, 61, 0}}, // each carries over
+        {"2023:14:32-1:-1:+3600", {0, 59, 23, 2, 2, 124, 6, 61, 0}}, // each number carries over
         {"99999999999:1:1 1:1:1", {1, 1, 1, 1, 0, INT32_MAX - 1900, 2, 0, 0}},
-        {"-99999999999:-99999999999:1 1:1:1", {1, 1, 1, 1, INT32_MIN, INT32_MIN, 0, 0, -1}}, // no time at all
+        {"-99999999999:-99999999999:1 1:1:1", {1, 1, 1, 1, INT32_MIN, INT32_MIN, 0, 0, -1}}, // too far
     };
     for (const auto& c : times) {
         const FAXTime got = Parse(With(8, "/CreateTime " + std::string{c.value} + "\n")).header.CreateTime;
-        if (c.want.tm_isdst < 0) // the weekday is as it was
+        if (c.want.tm_isdst < 0) // the weekday is unchanged
             EXPECT_EQ(memcmp(&got, &c.want, offsetof(FAXTime, tm_wday)), 0) << c.value;
         else
             EXPECT_EQ(memcmp(&got, &c.want, sizeof got), 0) << c.value;
@@ -493,8 +497,8 @@ TEST(FaxHeaderScanners, TextsWordsAndTimes)
 
 // ---- Over a block ----
 
-// What came of an allocation with a tag, on a block that tracks: "none", "given back", "live", by another tag
-// "lost".
+// Returns what happened to the allocation with a tag, on a block that tracks: "none", "given back", "live",
+// or "lost" if it was released with another tag.
 std::string FateOf(const callback_block* block, const std::string& tag)
 {
     for (const memory_debug_record* record = block->freed_list; record; record = record->next)
@@ -503,7 +507,7 @@ std::string FateOf(const callback_block* block, const std::string& tag)
     return block->allocated_list ? "live" : "none";
 }
 
-// Without memory at the first allocation.
+// An allocate slot without memory.
 void* NoMemory(size_t, const char*)
 {
     return nullptr;
@@ -562,7 +566,7 @@ TEST(FaxHeaderStreams, ReadFromABlock)
             callback_fclose(block);
         }
     const RecordedBlock block;
-    block->fread = [](void*, size_t, size_t count, FILE*) { return count + 1; }; // more than it was asked for
+    block->fread = [](void*, size_t, size_t count, FILE*) { return count + 1; }; // more than requested
     block->fflush = [](FILE*) { return 0; };
     FAXHeader record;
     EXPECT_EQ(read_FAXHeader_from_callback(block, &record), nullptr);
@@ -572,9 +576,9 @@ TEST(FaxHeaderStreams, ReadFromABlock)
 TEST(FaxHeaderStreams, WriteToABlock)
 {
     const std::string failed = "\ncreateFaxHeader failed";
-    const uint32_t exact = static_cast<uint32_t>(kText.size()) - 1; // its size has three digits
+    const uint32_t exact = static_cast<uint32_t>(kText.size()) - 1; // one digit less
     struct {
-        const char* path; // null: memory
+        const char* path; // null: a stream in memory
         uint32_t header_size, want;
         std::string messages;
     } const cases[] = {
@@ -625,17 +629,17 @@ TEST(FaxHeaderStreams, StandardStreams)
     callback_deallocate(dfcb(), got, "FAXHeader");
     EXPECT_EQ(FateOf(dfcb(), "FAXHeader"), "given back");
     testing::internal::CaptureStderr();
-    EXPECT_EQ(read_FAXHeader_from_file(stream), nullptr); // at its end
+    EXPECT_EQ(read_FAXHeader_from_file(stream), nullptr); // at the end of the stream
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "\nError: Success\nnot enough data, reading fax header\n");
     EXPECT_EQ(dfcb()->allocated_list, nullptr);
     dispose_default_callback_block();
 
-    // No memory for a block, where the exit of the client's own block comes back.
+    // There is no memory for a block, and the exit slot of the client's own block returns.
     const RecordedBlock client;
     const auto fails = [&](int mallocs, auto call) {
         rewind(stream);
-        callback_message(client, "!"); // the block most recently used
+        callback_message(client, "!"); // makes the client's block the one used last
         g_mallocs_left = mallocs;
         EXPECT_FALSE(call());
         EXPECT_EQ(g_mallocs_left, -1);

@@ -1,4 +1,4 @@
-// Bytes and numbers to and from a file, on a stream and on a block.
+// Bytes and numbers to and from a file, on a stream and on a callback block.
 #include "kesterlib/files.h"
 
 #include "tests/kesterlib/recorded_block.h"
@@ -10,7 +10,7 @@
 
 namespace
 {
-// The two families under the same names, and what each has reported since the last call.
+// The two families under the same names, with the reports that each made since the last call.
 struct OnStream {
     static constexpr auto read = file_read;
     static constexpr auto write = file_write;
@@ -75,7 +75,7 @@ FILE* FileWith(const std::string& content)
     return file;
 }
 
-TYPED_TEST(Files, NumbersGoMostSignificantByteFirst)
+TYPED_TEST(Files, NumbersHaveTheMostSignificantByteFirst)
 {
     using F = TypeParam;
     F file{tmpfile()};
@@ -106,7 +106,7 @@ TYPED_TEST(Files, NumbersGoMostSignificantByteFirst)
     EXPECT_EQ(file.TakeReports(), "");
 }
 
-TYPED_TEST(Files, EndOfFileIsReportedForNumbersAlone)
+TYPED_TEST(Files, EndOfFileIsReportedOnlyForNumbers)
 {
     using F = TypeParam;
     F file{FileWith("abc")};
@@ -148,11 +148,11 @@ TYPED_TEST(Files, FailuresAreReportedOnce)
     EXPECT_EQ(F::write_long(*full, 1), 0);
     EXPECT_EQ(full.TakeReports(), report("writing a long"));
     char byte = 0;
-    EXPECT_EQ(F::read(*full, &byte, 1), 0u); // not at the end: the stream cannot be read at all
+    EXPECT_EQ(F::read(*full, &byte, 1), 0u); // not the end of the file: this stream cannot be read
     EXPECT_EQ(full.TakeReports(), F::Report("reading file", EBADF));
 }
 
-TEST(FilesOnBlock, GoOnUntilAllBytesAreMoved)
+TEST(FilesOnBlock, RepeatUntilAllBytesAreMoved)
 {
     static std::string written;
     written.clear();
@@ -162,9 +162,7 @@ TEST(FilesOnBlock, GoOnUntilAllBytesAreMoved)
         return fread(buffer, 1, std::min<size_t>(count, 3), stream);
     };
     block->fwrite = [](const void* buffer, size_t, size_t count, FILE*) {
-        const size_t taken = written.empty()      ? 3
-                             : written.size() < 8 ? count - 2
-                                                  : 0; // 3, 5, then nothing more
+        const size_t taken = written.empty() ? 3 : written.size() < 8 ? count - 2 : 0; // 3, 5, then 0
         written.append(static_cast<const char*>(buffer), taken);
         return taken;
     };
@@ -177,7 +175,7 @@ TEST(FilesOnBlock, GoOnUntilAllBytesAreMoved)
     EXPECT_EQ(written, "01234567");
     EXPECT_EQ(block.TakeMessages(), OnBlock::Report("writing file", ENOSPC));
 
-    // Slots that claim a byte more than they were asked for.
+    // Slots that return one byte more than requested.
     rewind(block->file);
     block->fread = [](void*, size_t, size_t count, FILE*) { return count + 1; };
     block->fwrite = [](const void*, size_t, size_t count, FILE*) { return count + 1; };
@@ -200,7 +198,7 @@ TEST(EndianSwap, WholeWordsOnly)
                                {6, "dcbaefghi", "badcfeghi"},
                                {8, "dcbahgfei", "badcfehgi"}};
     for (const Case& c : kCases) {
-        for (const size_t start : {0, 1}) { // at an odd address as well
+        for (const size_t start : {0, 1}) { // also at an odd address
             SCOPED_TRACE(testing::Message() << c.bytes << " bytes from " << start);
             char words[] = "#abcdefghi", halves[] = "#abcdefghi";
             memmove(words + start, "abcdefghi", 10);

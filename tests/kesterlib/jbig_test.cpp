@@ -1,5 +1,5 @@
-// The JBIG decoder beside a slow one of the tests: the same rows, counts, words, positions and reads on every
-// road, whatever the stream holds; and beside the public library's encoder.
+// Compares the JBIG decoder with a slow reference decoder. Rows, counts, messages, positions and reads must
+// be the same in every variant and for any stream. Also decodes streams of the public library's encoder.
 #include "kesterlib/jbig.h"
 
 #include "jbigencode.h"
@@ -34,7 +34,7 @@ enum class From { Memory, Block, Stream };
 struct Road {
     const char* name;
     From from;
-    bool plain; // the row loop of every machine
+    bool plain; // use the row loop for every machine
     int per_call, more_pitch;
 };
 constexpr Road kRoads[] = {
@@ -54,7 +54,7 @@ JbigInput On(const Road& road, JbigInput input)
     return input;
 }
 
-// Every third call of single rows passes over them.
+// Every third call skips its rows.
 bool Discards(int call)
 {
     return call % 3 == 2;
@@ -84,21 +84,21 @@ void ExpectSameState(const jbig_data* dat, const JbigReference& want)
     EXPECT_EQ(dat->ct, want.ct);
     EXPECT_EQ(Bytes(dat->adaptor, dat->adaptor + JBIG_ADAPTOR_BYTES), want.Adaptor());
     if (!want.error.empty())
-        return; // nothing is read or told any more
+        return; // after an error the position is undefined
     const int64_t in_buffer = dat->input_buffer ? dat->io_buffer_end - dat->io_buffer : 0;
     EXPECT_EQ(dat->input_buffer ? callback_ftell(dat->block) - in_buffer
                                 : dat->io_buffer - dat->buffer_origin,
               static_cast<int64_t>(want.position));
 }
 
-// Decodes on one road, each call into memory of exactly its size, and compares with the reference.
+// Decodes in one variant, each call into memory of exactly its size, and compares with the reference.
 void ExpectAsReference(const Road& road, const JbigInput& input, int rows)
 {
     Bytes want_rows;
     const JbigReference want = Foretell(road, input, rows, &want_rows);
     SeekBlock block(input);
     const std::unique_ptr<FILE, int (*)(FILE*)> file(std::tmpfile(), fclose);
-    Bytes exact = input.bytes; // so that a read behind the end is seen
+    Bytes exact = input.bytes; // so that a read after the end is detected
     exact.shrink_to_fit();
     jbig_data* dat = nullptr;
     if (road.from == From::Memory) {
@@ -144,7 +144,7 @@ void ExpectAsReference(const Road& road, const JbigInput& input, int rows)
         EXPECT_EQ(Jbig_Close_Input(dat), 1);
     }
     block.Dispose();
-    EXPECT_EQ(block.messages, want.messages); // of memory that stays behind, too
+    EXPECT_EQ(block.messages, want.messages); // with those about memory that was not released
     EXPECT_EQ(block.exits, 0);
     if (road.from == From::Block) {
         EXPECT_EQ(block.reads, want.reads);
@@ -164,7 +164,8 @@ void ExpectAsReference(const JbigInput& input, int rows)
 
 // ---- Pages and encoders
 
-// Rows that follow from the ones above by small moves, noise, a screen, or next to nothing.
+// Draws rows of one kind: edges that move a little from row to row, noise, a screen, a few dots, or
+// nothing.
 Bitmap DrawRows(std::mt19937& random, int width, int rows, int kind)
 {
     Bitmap page(width, rows);
@@ -204,7 +205,7 @@ Bitmap Inverted(Bitmap page)
     return page;
 }
 
-// By the public library. 1 stays 1.
+// Encodes with the public library. A 1 stays 1.
 Bytes EncodePublic(Bitmap page, unsigned long stripe_rows)
 {
     Bytes stream;
@@ -250,7 +251,7 @@ JbigInput Behind(size_t start, const Bytes& stream)
 
 // ---- Tests
 
-TEST(Jbig, DecodesWhatThePublicLibraryHasCoded)
+TEST(Jbig, DecodesStreamsOfThePublicLibrary)
 {
     std::mt19937 random(82);
     std::vector<int> widths = {127, 128, 129, 500, 1000, 2047, 4100, 9001};
@@ -275,17 +276,17 @@ TEST(Jbig, DecodesWhatThePublicLibraryHasCoded)
             if (HasFailure())
                 return;
         }
-    // A page whose pixels are rare brings the states of great certainty.
+    // A page with few black pixels uses the states of high certainty.
     const Bitmap dots = pages::draw_page({pages::Draw::Text, 1500, 900, 300, 300, 1});
     JbigReference reference(Behind(0, EncodePublic(dots, 128)));
     Bytes decoded;
     reference.Decode(900, &decoded);
     EXPECT_EQ(decoded, dots.rows);
     std::transform(met, std::end(met), reference.states_met, met, std::logical_or<>());
-    EXPECT_EQ(std::count(met, std::end(met), true), 113) << "states of the table that were used";
+    EXPECT_EQ(std::count(met, std::end(met), true), 113) << "number of states that were used";
 }
 
-TEST(Jbig, KeepsOrResetsTheContextsAndAlwaysTheRowsAbove)
+TEST(Jbig, KeepsOrResetsTheContextsAndAlwaysKeepsTheRowsAbove)
 {
     std::mt19937 random(1);
     for (int n = 0; n < 160; ++n) {
@@ -296,7 +297,7 @@ TEST(Jbig, KeepsOrResetsTheContextsAndAlwaysTheRowsAbove)
             EncodeOwn(n % 2 ? page : Inverted(page), stripe_rows,
                       n % 3 ? pages::StripeEnd::ResetContexts : pages::StripeEnd::KeepContexts);
         SCOPED_TRACE(testing::Message() << width << " wide, L0 " << stripe_rows);
-        ExpectAsReference(Behind(0, stream), 30); // more than there are: the rest comes of bits of 0
+        ExpectAsReference(Behind(0, stream), 30); // more rows than coded: the rest is decoded from bits of 0
         Bytes decoded;
         JbigReference(Behind(0, stream)).Decode(21, &decoded);
         ASSERT_EQ(decoded, n % 2 ? page.rows : Inverted(page).rows);
@@ -323,7 +324,7 @@ TEST(Jbig, SurvivesEveryCutAndEveryFlippedBit)
         for (size_t bit = 0; bit < stream.size() * 8; ++bit) {
             Bytes damaged = stream;
             damaged[bit / 8] ^= static_cast<uint8_t>(0x80 >> bit % 8);
-            // Sides that the reference would take too long for are the refusals' business.
+            // The reference would take too long for some sides. ReportsEveryFaultOfAHeader covers them.
             const bool side = (bit >= 32 && bit < 52) || (bit >= 96 && bit < 116);
             if (side)
                 continue;
@@ -335,8 +336,8 @@ TEST(Jbig, SurvivesEveryCutAndEveryFlippedBit)
     }
 }
 
-// Bytes at random are a page of noise. 0xFF comes often, also in the bytes round the end of a read.
-TEST(Jbig, AgreesWithTheReferenceOnRubbish)
+// Random bytes decode to a page of noise. 0xFF comes often, also near the end of a read.
+TEST(Jbig, AgreesWithTheReferenceOnRandomBytes)
 {
     std::mt19937 random(3);
     constexpr uint8_t kBehindFf[] = {0x00, 0x00, 0x00, 0x02, 0x03, 0x04, 0xFF};
@@ -345,7 +346,7 @@ TEST(Jbig, AgreesWithTheReferenceOnRubbish)
         const auto stripe_lines = static_cast<uint32_t>(1 + random() % 20);
         Bytes stream = Header(width, stripe_lines);
         stream.resize(n % 8 == 0 ? 9000 : 20 + random() % 900);
-        const bool one_byte = random() % 4 == 0; // long stretches without an event
+        const bool one_byte = random() % 4 == 0; // long runs without an event
         for (size_t i = 20; i < stream.size(); ++i)
             stream[i] = one_byte ? 0x13 : static_cast<uint8_t>(random() % 255);
         const auto put_ff = [&stream, &random, kBehindFf](size_t at, bool harmless) {
@@ -366,7 +367,7 @@ TEST(Jbig, AgreesWithTheReferenceOnRubbish)
         const int rows = static_cast<int>(2 + random() % (n % 8 == 0 ? 150 : 60));
         SCOPED_TRACE(testing::Message() << "stream " << n << ", " << width << " wide, L0 " << stripe_lines);
         ExpectAsReference(input, rows);
-        // The same from an input that breaks off.
+        // The same from an input that ends early.
         if (n % 2)
             input.most_a_read = 20 + random() % 900;
         else
@@ -381,21 +382,21 @@ TEST(Jbig, ReportsEveryFaultOfAHeader)
 {
     const struct {
         const char* what;
-        std::vector<std::pair<size_t, uint8_t>> patches; // offset, new byte
-        const char* word;                                // of the messages; null: it opens
+        std::vector<std::pair<size_t, uint8_t>> patches; // offset and new byte
+        const char* word;                                // expected in the messages; null: the open succeeds
     } cases[] = {
-        {"as it should be", {}, nullptr},
+        {"a valid header", {}, nullptr},
         {"layers", {{0, 1}, {1, 9}}, "BIE Byte 0 (initial resolution) /= 0"},
         {"planes", {{2, 2}}, "BIE Byte 2 (number of bitplanes) /= 1"},
-        {"no plane", {{2, 0}}, "BIE Byte 2 (number of bitplanes) /= 1"},
-        {"fill", {{3, 1}}, "BIE Byte 3 (spare) /=0"},
+        {"no planes", {{2, 0}}, "BIE Byte 2 (number of bitplanes) /= 1"},
+        {"the spare byte", {{3, 1}}, "BIE Byte 3 (spare) /=0"},
         {"three faults", {{1, 1}, {17, 127}, {19, 0x40}}, "BIE Byte 17 ( MY ) /= 0"},
-        {"all behind the sizes", {{16, 8}, {18, 1}, {19, 8}}, "BIE Byte 18 ( BIH spec ) /= 0"},
+        {"all bytes after the sizes", {{16, 8}, {18, 1}, {19, 8}}, "BIE Byte 18 ( BIH spec ) /= 0"},
         {"no width", {{7, 0}}, "BIE XD (width) is 0"},
         {"no stripe", {{15, 0}}, "BIE L0 (lines in a stripe) is 0"},
         {"widest", {{4, 0x7F}, {5, 0xFF}, {6, 0xFF}, {7, 0xF8}}, "BIE XD (width) is too large"},
-        {"one less", {{4, 0x7F}, {5, 0xFF}, {6, 0xFF}, {7, 0xF7}}, "BIE stripe is too large"},
-        {"longest", {{12, 0xFF}, {13, 0xFF}, {14, 0xFF}, {15, 0xFF}}, "BIE stripe is too large"},
+        {"one pixel less", {{4, 0x7F}, {5, 0xFF}, {6, 0xFF}, {7, 0xF7}}, "BIE stripe is too large"},
+        {"longest stripe", {{12, 0xFF}, {13, 0xFF}, {14, 0xFF}, {15, 0xFF}}, "BIE stripe is too large"},
         {"any height", {{8, 0xFF}, {11, 0xFF}}, nullptr},
         {"a wrong end", {{22, 0xFE}}, "End of file not in JBIG format"},
         {"another wrong end", {{23, 4}}, "End of file not in JBIG format"},
@@ -414,7 +415,8 @@ TEST(Jbig, ReportsEveryFaultOfAHeader)
             EXPECT_NE(reference.messages.find(one.word), std::string::npos) << reference.messages;
         }
     }
-    // The limit itself: 256 MiB in rows of 1024 bytes. The reference would want pixels of it.
+    // The limit itself: 256 MiB in rows of 1024 bytes. Without the reference, which would need memory for
+    // each pixel.
     for (const uint32_t rows : {(256u << 20) / 1024 - 2, (256u << 20) / 1024 - 1}) {
         Bytes stream = Header((1024 - 2) * 8, rows);
         stream.insert(stream.end(), {0xFF, 0x02});
@@ -423,7 +425,7 @@ TEST(Jbig, ReportsEveryFaultOfAHeader)
         jbig_data* const dat = Jbig_Open_Input_Callback(block);
         EXPECT_EQ(dat != nullptr, rows == (256u << 20) / 1024 - 2);
         if (!dat) {
-            EXPECT_LT(block.allocated_bytes, 16384u) << "nothing for the rows";
+            EXPECT_LT(block.allocated_bytes, 16384u) << "memory for the rows was allocated";
         }
         Jbig_Close_Input(dat);
     }
@@ -432,7 +434,7 @@ TEST(Jbig, ReportsEveryFaultOfAHeader)
     EXPECT_EQ(Jbig_Open_Input_MMapped(nullptr, 100), nullptr);
 }
 
-TEST(Jbig, OpensOnlyWithMemoryAndAStreamThatMoves)
+TEST(Jbig, OpensOnlyWithMemoryAndASeekableStream)
 {
     std::mt19937 random(5);
     const Bitmap page = DrawRows(random, 20000, 4, 3);
@@ -440,14 +442,14 @@ TEST(Jbig, OpensOnlyWithMemoryAndAStreamThatMoves)
     int needed = -1;
     for (jbig_data* dat = nullptr; !dat;) {
         SeekBlock block(input);
-        set_callback_debug_memory(block, 0); // tracking would need memory too
+        set_callback_debug_memory(block, 0); // tracking would allocate too
         block.allocations_left = ++needed;
         dat = Jbig_Open_Input_Callback(block);
         callback_block* const counts = block;
         EXPECT_EQ(counts->allocation_count - counts->deallocation_count, dat ? 4u : 1u) << needed;
         if (!dat)
             continue;
-        // Rows, input, contexts and the record; nothing more for decoding.
+        // The rows, the input buffer, the contexts and the record. Decoding allocates nothing.
         EXPECT_LE(block.allocated_bytes, 130u * (2500 + 2) + 4096 + 1024 + 8192);
         Bytes rows(page.rows.size());
         EXPECT_EQ(Jbig_Decode(dat, 4, rows.data(), 2500), 4);
@@ -464,11 +466,11 @@ TEST(Jbig, OpensOnlyWithMemoryAndAStreamThatMoves)
         EXPECT_NE(block.messages.find(seeks == 0 ? "seeking EOF -2" : "Seek failed"), std::string::npos);
         block.messages.clear();
         block.Dispose();
-        EXPECT_EQ(block.messages, "") << "memory stays behind";
+        EXPECT_EQ(block.messages, "") << "memory was not released";
     }
 }
 
-TEST(Jbig, WritesNoMoreOfARowThanThePitch)
+TEST(Jbig, WritesAtMostPitchBytesOfARow)
 {
     const Bitmap page = Inverted(Bitmap(80, 2));
     const Bytes stream = EncodeOwn(page, 2, pages::StripeEnd::KeepContexts);
@@ -478,7 +480,7 @@ TEST(Jbig, WritesNoMoreOfARowThanThePitch)
         ASSERT_NE(dat, nullptr);
         Bytes buffer(40, 0x11);
         EXPECT_EQ(Jbig_Decode(dat, 0, buffer.data() + 10, pitch), 0);
-        EXPECT_EQ(dat->stripe_number, 0u) << "nothing is decoded for no rows";
+        EXPECT_EQ(dat->stripe_number, 0u) << "a stripe was decoded for 0 rows";
         EXPECT_EQ(Jbig_Decode(dat, 2, buffer.data() + 10, pitch), 2);
         Bytes want(40, 0x11);
         for (int row = 0; row < 2; ++row)
@@ -489,7 +491,7 @@ TEST(Jbig, WritesNoMoreOfARowThanThePitch)
     }
 }
 
-// After the end of the data the stripes are decoded from bits of 0, until one equals the one before.
+// After the end of the data, stripes are decoded from bits of 0 until one equals the one before.
 TEST(Jbig, StripesThatRepeatAreNotDecodedAgain)
 {
     for (const int width : {1, 9, 640})
@@ -504,7 +506,7 @@ TEST(Jbig, StripesThatRepeatAreNotDecodedAgain)
                     return;
             }
         }
-    // Two billion rows: decoded one by one they would take minutes.
+    // Two billion rows. Decoding them one by one would take minutes.
     const Bytes blank = EncodeOwn(Bitmap(1000, 300), 100, pages::StripeEnd::KeepContexts);
     jbig_data* const dat = Jbig_Open_Input_MMapped(blank.data(), blank.size());
     Bytes row(125, 0x11);
@@ -517,7 +519,7 @@ TEST(Jbig, StripesThatRepeatAreNotDecodedAgain)
     Jbig_Close_Input(dat);
 }
 
-TEST(Jbig, AsksItsBlockWithinALargeStripe)
+TEST(Jbig, CallsTheErrorSlotWithinALargeStripe)
 {
     static int asked;
     static int ends_at;
@@ -529,7 +531,7 @@ TEST(Jbig, AsksItsBlockWithinALargeStripe)
             stream.insert(stream.end(), {0xFF, 0x02});
             const JbigInput input = Behind(0, stream);
             SeekBlock block(input);
-            static_cast<callback_block*>(block)->file = stdin; // without one there is nothing to ask about
+            static_cast<callback_block*>(block)->file = stdin; // without a stream the slot is not called
             asked = 0;
             ends_at = end;
             block.Set(CALLBACK_FERROR, reinterpret_cast<callback_slot_value>(
@@ -547,7 +549,7 @@ TEST(Jbig, AsksItsBlockWithinALargeStripe)
         }
 }
 
-TEST(Jbig, ASlotThatClaimsMoreThanItWasAskedForIsBelievedNothing)
+TEST(Jbig, AReadOfMoreBytesThanRequestedIsTheEndOfTheInput)
 {
     Bytes stream = Header(64, 8);
     stream.resize(400, 0x55);

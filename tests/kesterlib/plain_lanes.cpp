@@ -1,4 +1,4 @@
-// The row loops as a machine without vector instructions has them.
+// The Squeeze row loop with plain words, as for a machine without vector instructions.
 #define KESTERLIB_PLAIN_LANES
 #define KESTERLIB_UNSQZ_ROWS unsqz_rows_words
 #include "unsqz_codes.h"

@@ -1,4 +1,4 @@
-// The row loops as a machine without vector instructions has them.
+// The Group 4 row loop with plain words, as for a machine without vector instructions.
 #define KESTERLIB_PLAIN_LANES
 #define KESTERLIB_UNCCITT4_ROWS unccitt4_rows_words
 #include "unccitt_codes.h"

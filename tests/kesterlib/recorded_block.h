@@ -1,4 +1,5 @@
-// A callback block for tests: it keeps what it is told, and its exit is noted and comes back. One at a time.
+// A callback block for tests. It records its messages and exit codes, and its exit slot returns. Only one
+// may exist at a time.
 #pragma once
 
 #include "kesterlib/callback.h"
@@ -24,7 +25,7 @@ public:
     operator callback_block*() const { return m_block; }
     callback_block* operator->() const { return m_block; }
 
-    // What was said since the last call, with N for the line of a fatal report.
+    // Returns the messages since the last call, with N instead of the line number in a fatal report.
     static std::string TakeMessages()
     {
         const std::string mark = "At line ";
@@ -36,7 +37,7 @@ public:
         return said;
     }
 
-    // The codes of the exits since the last call.
+    // Returns the exit codes since the last call.
     static std::vector<int> TakeExits() { return std::exchange(s_exits, {}); }
 
 private:

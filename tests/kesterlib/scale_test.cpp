@@ -1,4 +1,5 @@
-// The scale engine beside a count pixel by pixel, on every road; and what its ends promise.
+// Compares the scale engine, in every variant, with a count pixel by pixel. Also checks its limits and its
+// failures.
 #include "kesterlib/scale.h"
 
 #include "scale_loops.h"
@@ -31,7 +32,7 @@ std::vector<const scale_loops*> Roads()
     return roads;
 }
 
-// A row stands in a block of its own, of exactly its size, so that a read behind it is seen.
+// Each row has memory of exactly its own size, so that a read after it is detected.
 struct Page {
     int width;
     std::vector<std::unique_ptr<uint8_t[]>> rows;
@@ -45,11 +46,11 @@ struct Page {
         for (int y = 0; y < height; ++y) {
             const auto bytes = static_cast<size_t>(RowBytes());
             rows.emplace_back(new uint8_t[bytes]);
-            const unsigned kind = seed == 0 ? 0 : random() % 4; // seed 0: all black
+            const unsigned kind = seed == 0 ? 0 : random() % 4; // seed 0: all pixels are 1
             std::generate_n(rows.back().get(), bytes, [&] {
                 return static_cast<uint8_t>(kind == 0 ? 0xFF : kind == 1 ? random() | 0x5A : random());
             });
-            if (bytes > 0 && width % 8 != 0) // what is behind the width is 0
+            if (bytes > 0 && width % 8 != 0) // bits after the width are 0
                 rows.back()[bytes - 1] &= static_cast<uint8_t>(0xFF00 >> width % 8);
         }
     }
@@ -57,7 +58,7 @@ struct Page {
 
 struct Reduced {
     std::vector<Bytes> rows;
-    int32_t refuse_at = -1; // a row
+    int32_t refuse_at = -1; // row that the sink refuses; -1: none
 };
 int32_t Keep(int32_t out_row, int32_t out_width, const uint8_t* grey_row, void* user_data)
 {
@@ -67,7 +68,7 @@ int32_t Keep(int32_t out_row, int32_t out_width, const uint8_t* grey_row, void* 
     return out_row == reduced->refuse_at ? 0 : 1;
 }
 
-// Cell by cell, as the mapping is defined.
+// Reduces a page cell by cell, by the definition of the mapping.
 std::vector<Bytes> Judge(const Page& page, int scale, bool invert)
 {
     std::vector<Bytes> reduced;
@@ -101,14 +102,14 @@ std::vector<Bytes> Reduce(const Page& page, int scale, int invert, const scale_l
     return std::move(reduced.rows);
 }
 
-TEST(Scale, CountsEveryCellOnEveryRoad)
+TEST(Scale, CountsEveryCellInEveryVariant)
 {
     constexpr int kWidths[] = {0, 1, 9, 63, 255, 256, 257, 333, 1000, 2043};
     uint32_t seed = 0;
     for (const int scale : ValidScales())
         for (const int width : kWidths)
             for (const int invert : {0, 1}) {
-                seed = width == 2043 ? 0 : seed + 1; // full cells too
+                seed = width == 2043 ? 0 : seed + 1; // also full cells
                 const Page page{width, scale + scale / 2 + 1, seed};
                 const std::vector<Bytes> wanted = Judge(page, scale, invert != 0);
                 for (const scale_loops* road : Roads())
@@ -140,7 +141,7 @@ TEST(Scale, MapsAFullCell)
     }
 }
 
-TEST(Scale, OnePolarityHoldsForTheProcess)
+TEST(Scale, ThePolarityIsProcessWide)
 {
     const uint8_t* const counts = init_countones(1);
     EXPECT_EQ(counts[0xB7], 6);
@@ -153,29 +154,29 @@ TEST(Scale, OnePolarityHoldsForTheProcess)
     EXPECT_EQ(kesterlib::grey_table[256], 255);
     kesterlib::grey_table[7] = 99;
     finish_scaling(make_scale_engine(8, 8, 8, 0, nullptr), nullptr, Keep);
-    EXPECT_EQ(kesterlib::grey_table[7], 99); // a polarity that is there is left alone
+    EXPECT_EQ(kesterlib::grey_table[7], 99); // the tables of a polarity are not built again
     kesterlib::grey_table[7] = 7;
     uint8_t blank = 0;
     EXPECT_EQ(finish_scaling(engine, &blank, Keep), 1);
     EXPECT_EQ(reduced.rows, std::vector<Bytes>{{0}}); // by the polarity that was built last
 }
 
-TEST(Scale, FinishesWhatIsOpen)
+TEST(Scale, FinishesThePage)
 {
     struct Case {
-        int height, rows; // of the page, and given
+        int height, rows; // of the page, and passed to the engine
         bool blank;
         int refuse_at;
         size_t wanted_rows;
         int result;
     };
     constexpr Case kCases[] = {
-        {20, 20, true, -1, 3, 1},  // the bottom band is filled
-        {20, 20, false, -1, 2, 1}, // or thrown away
+        {20, 20, true, -1, 3, 1},  // the band at the bottom is completed
+        {20, 20, false, -1, 2, 1}, // or dropped
         {16, 16, true, -1, 2, 1},  // nothing to do
-        {16, 20, true, -1, 3, 1},  // more rows than promised
+        {16, 20, true, -1, 3, 1},  // more rows than the page's height
         {40, 3, true, -1, 5, 1},   // fewer
-        {40, 3, true, 2, 3, 0},    // the sink refuses
+        {40, 3, true, 2, 3, 0},    // the sink refuses a row
         {0, 0, true, -1, 0, 1},    {-5, 0, true, -1, 0, 1},
     };
     for (const Case& c : kCases) {
@@ -198,7 +199,7 @@ TEST(Scale, FinishesWhatIsOpen)
     }
 }
 
-TEST(Scale, GoesOnAfterARefusal)
+TEST(Scale, ContinuesAfterARefusal)
 {
     Reduced reduced;
     reduced.refuse_at = 0;
@@ -212,13 +213,13 @@ TEST(Scale, GoesOnAfterARefusal)
     EXPECT_EQ(reduced.rows, (std::vector<Bytes>{{255, 0}, {255, 0}}));
 }
 
-// The last band of the highest page goes past the last number that counts its rows.
-TEST(Scale, FillsTheHighestPage)
+// The last band of the highest page ends after INT32_MAX rows, the largest number of rows seen.
+TEST(Scale, CompletesTheHighestPage)
 {
     for (const int scale : ValidScales()) {
         int32_t last = -1;
         scale_engine* const engine = make_scale_engine(scale, 8, INT32_MAX, 0, &last);
-        engine->rows_seen = INT32_MAX / scale * scale; // a band's start
+        engine->rows_seen = INT32_MAX / scale * scale; // start of a band
         if (scale == 1)
             --engine->rows_seen;
         uint8_t blank = 0;
@@ -250,7 +251,7 @@ int32_t KeepOfView(int32_t out_row, int32_t out_width, const uint8_t* grey_row, 
     return Keep(out_row, out_width, grey_row, &static_cast<View*>(user_data)->reduced);
 }
 
-TEST(Scale, ViewsAPageInOneCall)
+TEST(Scale, ReducesAPageInOneCall)
 {
     struct Case {
         int scale, width, height, fail_at, refuse_at, result, fetches;
@@ -275,7 +276,7 @@ TEST(Scale, ViewsAPageInOneCall)
     }
 }
 
-TEST(Scale, TakesNoRowsAtAScaleThatIsNotValid)
+TEST(Scale, AcceptsNoRowsAtAnInvalidScale)
 {
     for (const int scale : {INT32_MIN, -8, -1, 0, 3, 5, 6, 7, 9, 12, 252, 256, 1000, 65536, INT32_MAX}) {
         SCOPED_TRACE(scale);

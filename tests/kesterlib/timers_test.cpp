@@ -1,4 +1,4 @@
-// The stopwatches, by what they return and show.
+// The timers: what they return and print.
 #include "kesterlib/timers.h"
 
 #include <gtest/gtest.h>
@@ -31,7 +31,8 @@ std::string Line(double total, int passes, const char* name)
 TEST(Timers, AddUpTheirPassesUnderTheFirstName)
 {
     const double before = millisec_time();
-    EXPECT_GE(timerOff(7, nullptr), before); // since the clock's 0; counts, but does not show
+    // The time counts from the clock's 0. The pass counts, but a timer without a name is not printed.
+    EXPECT_GE(timerOff(7, nullptr), before);
     EXPECT_EQ(Shown(0, 63), "title\n");
     timerReset(5, 5);
 
@@ -54,7 +55,7 @@ TEST(Timers, AddUpTheirPassesUnderTheFirstName)
     EXPECT_EQ(Shown(6, 63), "title\n" + last);
     EXPECT_EQ(Shown(63, 5), "title\n");
 
-    timerReset(6, 5); // nothing
+    timerReset(6, 5); // an empty range
     EXPECT_EQ(Shown(5, 5), "title\n" + first);
     timerReset(5, 63);
     EXPECT_EQ(Shown(0, 63), "title\n");
@@ -65,7 +66,7 @@ TEST(Timers, AddUpTheirPassesUnderTheFirstName)
     timerReset(5, 5);
 }
 
-TEST(Timers, OtherNumbersDoNothing)
+TEST(Timers, OtherNumbersAreIgnored)
 {
     for (const int number : {-1, 64, INT_MIN, INT_MAX}) {
         timerOn(number);

@@ -1,5 +1,5 @@
-// The Group 4 decoder beside libtiff and beside a slow decoder written here: the same rows and counts on
-// every road, whatever the stream holds.
+// Compares the Group 4 decoder with libtiff and with a slow decoder written here. Rows and counts must be
+// the same in every variant and for any stream.
 #include "kesterlib/unccitt.h"
 
 #include "tests/support/chunk_block.h"
@@ -33,8 +33,8 @@ using test_support::RandomPage;
 
 struct Reference {
     std::vector<Bytes> rows;
-    bool overrun = false;             // a row with more runs than it has pixels
-    int suspicious[3] = {-1, -1, -1}; // first row by reason: decreasing, past the width, used filler
+    bool overrun = false;             // a row has more runs than pixels
+    int suspicious[3] = {-1, -1, -1}; // first row with each reason: decreasing, past the width, filler
 };
 
 class SlowGroup4
@@ -92,7 +92,7 @@ private:
         return byte >> (7 - m_position++ % 8) & 1 ? '1' : '0';
     }
     template <class Table>
-    int Find(const Table& table) // -1: no code
+    int Find(const Table& table) // returns -1 if there is no code
     {
         std::string word;
         while (word.size() < 13) {
@@ -183,7 +183,7 @@ private:
     const Bytes& m_stream;
     const int m_width;
     size_t m_position = 0; // in bits
-    int m_reasons = 0;     // to doubt the row at hand
+    int m_reasons = 0;     // reasons to doubt the current row
     std::vector<int> m_above;
     std::map<std::string, int> m_white, m_black;
 };
@@ -192,17 +192,17 @@ private:
 
 struct Road {
     const char* name;
-    size_t chunk; // bytes a read; 0 for mapped bytes
+    size_t chunk; // bytes per read; 0: input in memory
     kesterlib::Unccitt4RowLoop* loop;
-    int per_call; // rows
+    int per_call; // rows per call
 };
 std::vector<Road> Roads()
 {
     return {{"mapped, plain", 0, kesterlib::unccitt4_rows_plain, 1 << 20},
-            {"512 bytes a read, words", 512, kesterlib::unccitt4_rows_words, 3},
+            {"512 bytes per read, words", 512, kesterlib::unccitt4_rows_words, 3},
             {"mapped, fastest", 0, kesterlib::unccitt4_row_loop(), 1 << 20},
             {"mapped, fastest, row by row", 0, kesterlib::unccitt4_row_loop(), 1},
-            {"7 bytes a read, fastest", 7, kesterlib::unccitt4_row_loop(), 2}};
+            {"7 bytes per read, fastest", 7, kesterlib::unccitt4_row_loop(), 2}};
 }
 
 void ExpectAsReference(const Bytes& stream, int width, int rows, const Reference& want)
@@ -212,7 +212,7 @@ void ExpectAsReference(const Bytes& stream, int width, int rows, const Reference
         SCOPED_TRACE(road.name);
         ChunkBlock block;
         block.SetInput(stream, road.chunk);
-        const Bytes exact(stream.begin(), stream.end()); // so that a read behind the end is seen
+        const Bytes exact(stream.begin(), stream.end()); // so that a read after the end is detected
         UNCOMP* const frame =
             road.chunk == 0 ? Unccitt4_Open_MMapped(exact.data(), exact.size(), width, row_bytes, nullptr)
                             : Unccitt4_Open_Callback(block, width, row_bytes, nullptr);
@@ -223,7 +223,7 @@ void ExpectAsReference(const Bytes& stream, int width, int rows, const Reference
             const int got =
                 road.loop(reinterpret_cast<kesterlib::Frame*>(frame), ask, buffer.data(), row_bytes);
             for (int i = 0; i < got; ++i, ++delivered) {
-                ASSERT_LT(delivered, want.rows.size()) << "more rows than there are";
+                ASSERT_LT(delivered, want.rows.size()) << "more rows than expected";
                 ASSERT_TRUE(std::equal(want.rows[delivered].begin(), want.rows[delivered].end(),
                                        buffer.begin() + i * row_bytes))
                     << "row " << delivered;
@@ -249,7 +249,7 @@ void ExpectAsReference(const Bytes& stream, int width, int rows)
     ExpectAsReference(stream, width, rows, SlowGroup4(stream, width).Decode(rows));
 }
 
-// libtiff's strip of a page.
+// Returns the page as libtiff encodes it: one strip.
 Bytes Encode(const Bytes& page, int width, int rows)
 {
     pages::Bitmap bitmap(width, rows);
@@ -269,7 +269,7 @@ Reference AsRows(const Bytes& page, int width)
     return rows;
 }
 
-TEST(Unccitt, DecodesWhatLibtiffCodes)
+TEST(Unccitt, DecodesStreamsOfLibtiff)
 {
     std::mt19937 random(9);
     for (int n = 0; n < 200; ++n) {
@@ -278,7 +278,7 @@ TEST(Unccitt, DecodesWhatLibtiffCodes)
         SCOPED_TRACE(testing::Message() << "page " << n << ", " << width << " wide");
         const Bytes page = RandomPage(random, width, rows).rows;
         Reference want = AsRows(page, width);
-        for (int white = 0; white < 3; ++white) // behind the end of the page there is paper
+        for (int white = 0; white < 3; ++white) // after the end of the page all rows are white
             want.rows.emplace_back(static_cast<size_t>((width + 7) / 8));
         ExpectAsReference(Encode(page, width, rows), width, rows + 3, want);
         if (HasFailure())
@@ -286,9 +286,9 @@ TEST(Unccitt, DecodesWhatLibtiffCodes)
     }
 }
 
-// Every make-up and terminating code in both colours: rows of a white and a black run, each under a white
+// Every make-up and terminating code in both colours: rows with a white and a black run, each below a white
 // row.
-TEST(Unccitt, KnowsEveryRunCode)
+TEST(Unccitt, DecodesEveryRunCode)
 {
     constexpr int kWidth = 5300;
     std::vector<int> runs;
@@ -308,9 +308,9 @@ TEST(Unccitt, KnowsEveryRunCode)
     ExpectAsReference(Encode(page, kWidth, rows), kWidth, rows, AsRows(page, kWidth));
 }
 
-TEST(Unccitt, OpensAStreamUnderARowAndReportsAReadError)
+TEST(Unccitt, DecodesBelowAGivenRowAndReportsAReadError)
 {
-    const Bytes stream = {0xF8, 0x00, 0x80}; // five times the row above, then the end of the page
+    const Bytes stream = {0xF8, 0x00, 0x80}; // five vertical codes of offset 0, then the end of the page
     FILE* const file = std::tmpfile();
     fwrite(stream.data(), 1, stream.size(), file);
     rewind(file);
@@ -318,7 +318,7 @@ TEST(Unccitt, OpensAStreamUnderARowAndReportsAReadError)
     UNCOMP* frame = Unccitt4_Open(file, 8, 1, &above);
     uint8_t rows[4] = {1, 1, 1, 1};
     EXPECT_EQ(Unccitt4_Decode(frame, 4, rows, 1),
-              4); // three codes a row: the second one is cut short by the end
+              4); // three codes per row: the end cuts off the second row
     EXPECT_EQ(Bytes(rows, rows + 4), (Bytes{0x3C, 0, 0, 0}));
     Uncomp_Free(frame);
     fclose(file);
@@ -340,14 +340,14 @@ TEST(Unccitt, CutsRowsToTheStride)
     const Bytes page(24, 0xFF);
     const Bytes stream = Encode(page, 96, 2);
     UNCOMP* const frame = Unccitt4_Open_MMapped(stream.data(), stream.size(), 96, 12, nullptr);
-    Bytes rows(16, 0x11); // two rows of five bytes, and what is behind them
+    Bytes rows(16, 0x11); // two rows of five bytes, and the bytes after them
     EXPECT_EQ(Unccitt4_Decode(frame, 2, rows.data(), 5), 2);
     EXPECT_EQ(rows,
               (Bytes{255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11}));
     Uncomp_Free(frame);
 }
 
-TEST(Unccitt, TheGreatestListsFit)
+TEST(Unccitt, TheLongestListsFit)
 {
     for (const int width : {1, 7, 8, 9, 31, 32, 33, 65535})
         for (const uint8_t pattern : {uint8_t{0xAA}, uint8_t{0x55}}) {
@@ -359,22 +359,22 @@ TEST(Unccitt, TheGreatestListsFit)
         }
 }
 
-// Streams by hand.
-TEST(Unccitt, KnowsWhatEndsARowAndAPage)
+// Streams written by hand.
+TEST(Unccitt, EndsRowsAndPages)
 {
     const struct {
         const char* what;
-        const char* bits;        // a page 8 pixels wide; "end" is the end of line code
-        std::vector<Bytes> rows; // wanted of three
+        const char* bits;        // codes of a page 8 pixels wide; "end" is the end of line code
+        std::vector<Bytes> rows; // expected of three requested
         bool overrun = false;
         std::vector<int> suspicious = {-1, -1, -1};
     } cases[] = {
         {"white rows", "1 1 1 end", {{0}, {0}, {0}}},
         {"the end in the first row", "end", {{0}, {0}, {0}}},
-        {"and in the middle of one: its runs stay unpainted", "001 1000 11 end", {{0}, {0}, {0}}},
+        {"the end within a row: its runs are not painted", "001 1000 11 end", {{0}, {0}, {0}}},
         {"a white run of 0", "001 00110101 10 1 111 end", {{0xE0}, {0xE0}, {0}}},
         {"a pass to the end of the row", "001 0111 11 1 0001 1 end", {{0x30}, {0}, {0}}},
-        {"runs beyond the row",
+        {"runs past the width",
          "001 1000 0000001111 0000110111 11 end",
          {{0x1F}, {0x1F}, {0}},
          false,
@@ -388,13 +388,13 @@ TEST(Unccitt, KnowsWhatEndsARowAndAPage)
         {"an end code whose last bit is filler", "1 0001 00000000000", {{0}, {0}, {0}}, false, {-1, -1, 2}},
         {"an extension code", "1 0000001111", {{0}}},
         {"left of the row", "001 00110101 010 1 010", {{0x80}}},
-        {"no run code", "1 001 000000001111", {{0}}},
-        {"runs of 0 without end",
+        {"not a run code", "1 001 000000001111", {{0}}},
+        {"endless runs of 0",
          "1 001 00110101 0000110111 001 00110101 0000110111 001 00110101 0000110111 001 00110101 0000110111"
          " 001 00110101 0000110111 001 00110101 0000110111 001 00110101 0000110111",
          {{0}},
          true},
-        {"no end: the filler is no code", "11", {{0}, {0}}},
+        {"no end code: the filler is no code", "11", {{0}, {0}}},
     };
     for (const auto& one : cases) {
         SCOPED_TRACE(one.what);
@@ -405,7 +405,7 @@ TEST(Unccitt, KnowsWhatEndsARowAndAPage)
         EXPECT_EQ(std::vector<int>(reference.suspicious, reference.suspicious + 3), one.suspicious);
         ExpectAsReference(stream, 8, 3, reference);
     }
-    // After the end any number of rows may be passed over.
+    // After the end, any number of rows may be skipped.
     const Bytes stream = FromBits("1 end");
     UNCOMP* const frame = Unccitt4_Open_MMapped(stream.data(), stream.size(), 8, 1, nullptr);
     uint8_t row = 0x11;
@@ -420,8 +420,9 @@ TEST(Unccitt, KnowsWhatEndsARowAndAPage)
     Uncomp_Free(frame);
 }
 
-// A row that fills its list and ends with a run beyond the row, and the same row again, leave the same list.
-TEST(Unccitt, ARowLikeTheOneAboveLeavesItsOwnList)
+// A row that fills its list and ends with a run past the width, followed by the same row, leaves the same
+// list.
+TEST(Unccitt, ARowEqualToTheOneAboveHasItsOwnList)
 {
     const Bytes stream = FromBits("001 000111 010 001 000111 010 001 000111 010 001 000111 010"
                                   " 1 001 010 000111 001 010 000111 001 010 000111 001 010 1111"
@@ -453,7 +454,7 @@ TEST(Unccitt, SurvivesEveryCutAndEveryFlippedBit)
     }
 }
 
-TEST(Unccitt, AgreesWithTheReferenceOnRubbish)
+TEST(Unccitt, AgreesWithTheReferenceOnRandomBytes)
 {
     std::mt19937 random(5);
     for (int n = 0; n < 2000; ++n) {

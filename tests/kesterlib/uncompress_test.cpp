@@ -15,13 +15,13 @@ using Bytes = std::vector<uint8_t>;
 using List = std::vector<int32_t>;
 using test_support::ChunkBlock;
 
-TEST(Getruns, ListsWhatAPixelByPixelWalkFinds)
+TEST(Getruns, AgreesWithASearchPixelByPixel)
 {
     const ChunkBlock block;
     std::mt19937 random(1);
     for (int n = 0; n < 400; ++n) {
         const int width = n < 140 ? n : static_cast<int>(random() % 2000);
-        Bytes row(static_cast<size_t>((width + 7) / 8)); // exactly, and with bits behind the width
+        Bytes row(static_cast<size_t>((width + 7) / 8)); // exact size; bits after the width may be 1
         const unsigned kind = random() % 4;
         for (uint8_t& byte : row) {
             const auto first = random(), second = random();
@@ -61,15 +61,15 @@ TEST(PaintRow, PaintsRunsAndNothingElse)
     const struct {
         List list;
         int nbytes, width;
-        Bytes want; // with the byte behind the row
+        Bytes want; // with the byte after the row
     } cases[] = {
         {{0, 16, 16, 16}, 2, 16, {0, 0, 0x55}},
-        {{0, 0, 16, 16, 16}, 2, 16, {0xFF, 0xFF, 0x55}}, // a run to the very end leaves the next byte alone
+        {{0, 0, 16, 16, 16}, 2, 16, {0xFF, 0xFF, 0x55}}, // a run up to the end leaves the next byte unchanged
         {{0, 4, 7, 16, 16, 16}, 2, 16, {0x0E, 0, 0x55}},
         {{0, 3, 24, 24, 24}, 3, 21, {0x1F, 0xFF, 0xF8, 0x55}}, // clipped to the width
-        {{0, 3, 24, 24, 24}, 2, 21, {0x1F, 0xFF, 0x55}},       // and to the bytes
-        {{0, 5, 5, 9, 16, 16, 16}, 2, 16, {0, 0x7F, 0x55}},    // a run of no pixel
-        {{0, 12, 3, 16, 16, 16}, 2, 16, {0xE0, 0x0F, 0x55}},   // backwards: the two ends
+        {{0, 3, 24, 24, 24}, 2, 21, {0x1F, 0xFF, 0x55}},       // clipped to the bytes
+        {{0, 5, 5, 9, 16, 16, 16}, 2, 16, {0, 0x7F, 0x55}},    // an empty run
+        {{0, 12, 3, 16, 16, 16}, 2, 16, {0xE0, 0x0F, 0x55}},   // descending: paints the two ends
         {{0, -5, 3, 16, 16, 16}, 2, 16, {0xE0, 0, 0x55}},
         {{0, 3, 9, 16, 16, 16}, 0, 16, {0x55}},
     };

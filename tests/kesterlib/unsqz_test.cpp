@@ -1,5 +1,5 @@
-// The Squeeze decoder beside a slow one of the tests: the same rows, counts and words on every road, whatever
-// the stream holds.
+// Compares the Squeeze decoder with a slow reference decoder. Rows, counts and messages must be the same in
+// every variant and for any stream.
 #include "kesterlib/unsqz.h"
 
 #include "sqzencode.h"
@@ -35,9 +35,9 @@ namespace
 {
 struct Road {
     std::string name;
-    size_t chunk; // bytes a read; 0 for a stream, 1 << 20 for mapped bytes
+    size_t chunk; // bytes per read; 0: a stream; 1 << 20: input in memory
     kesterlib::UnsqzRowLoop* loop;
-    int per_call; // rows
+    int per_call; // rows per call
     int more_stride;
 };
 
@@ -46,13 +46,13 @@ std::vector<Road> Roads()
     constexpr size_t kMapped = 1 << 20;
     std::vector<Road> roads = {
         {"mapped, plain", kMapped, kesterlib::unsqz_rows_plain, 1 << 20, 0},
-        {"11 bytes a read, words", 11, kesterlib::unsqz_rows_words, 3, 0},
-        {"512 bytes a read, plain", 512, kesterlib::unsqz_rows_plain, 3, 5},
+        {"11 bytes per read, words", 11, kesterlib::unsqz_rows_words, 3, 0},
+        {"512 bytes per read, plain", 512, kesterlib::unsqz_rows_plain, 3, 5},
     };
     if (kesterlib::unsqz_row_loop() != kesterlib::unsqz_rows_plain) {
         roads.push_back({"mapped, wide", kMapped, kesterlib::unsqz_row_loop(), 1 << 20, 0});
         roads.push_back({"mapped, wide, row by row", kMapped, kesterlib::unsqz_row_loop(), 1, 1});
-        roads.push_back({"7 bytes a read, wide", 7, kesterlib::unsqz_row_loop(), 2, 0});
+        roads.push_back({"7 bytes per read, wide", 7, kesterlib::unsqz_row_loop(), 2, 0});
         roads.push_back({"stream, wide", 0, kesterlib::unsqz_row_loop(), 1 << 20, 0});
     }
     return roads;
@@ -63,13 +63,13 @@ struct Page {
     const uint8_t* above = nullptr;
 };
 
-// Decodes on one road, each row into memory of exactly its size, and compares with the reference.
+// Decodes in one variant, each call into memory of exactly its size, and compares with the reference.
 void ExpectAsReference(const Road& road, const Bytes& stream, const Page& page, const SqzReference& want)
 {
     ChunkBlock block;
     block.SetInput(stream, road.chunk);
     FILE* file = nullptr;
-    const Bytes exact(stream.begin(), stream.end()); // so that a read behind the end is seen
+    const Bytes exact(stream.begin(), stream.end()); // so that a read after the end is detected
     UNCOMP* frame = nullptr;
     if (road.chunk == 0) {
         file = std::tmpfile();
@@ -93,11 +93,11 @@ void ExpectAsReference(const Road& road, const Bytes& stream, const Page& page, 
         const int got = road.loop(reinterpret_cast<kesterlib::Frame*>(frame), ask, buffer.data(), stride);
         ASSERT_GE(got, 0);
         for (int i = 0; i < got; ++i, ++delivered) {
-            ASSERT_LT(delivered, want.rows.size()) << "more rows than there are";
+            ASSERT_LT(delivered, want.rows.size()) << "more rows than expected";
             const uint8_t* const row = buffer.data() + static_cast<size_t>(i) * static_cast<size_t>(stride);
             ASSERT_TRUE(std::equal(row, row + used, want.rows[delivered].data())) << "row " << delivered;
             for (int pad = page.row_bytes; pad < stride; ++pad)
-                ASSERT_EQ(row[pad], 0xA5) << "row " << delivered << " writes behind itself";
+                ASSERT_EQ(row[pad], 0xA5) << "row " << delivered << " wrote after its end";
         }
         if (got < ask) {
             EXPECT_EQ(road.loop(reinterpret_cast<kesterlib::Frame*>(frame), 1, buffer.data(), stride), 0)
@@ -112,12 +112,12 @@ void ExpectAsReference(const Road& road, const Bytes& stream, const Page& page, 
     EXPECT_EQ(Uncomp_First_Suspicious_Row(frame, UNCOMP_FILLER), want.filler);
     Uncomp_Free(frame);
     block.Dispose();
-    EXPECT_EQ(block.messages, "") << "memory stays behind";
+    EXPECT_EQ(block.messages, "") << "memory was not released";
     if (file)
         fclose(file);
 }
 
-// Returns the groups of the longest number in the stream.
+// Returns the number of groups in the longest number of the stream.
 int ExpectAsReference(const Bytes& stream, const Page& page)
 {
     const SqzReference want = DecodeSqueeze(stream, page.width, page.row_bytes, page.rows, page.above);
@@ -139,7 +139,7 @@ Bytes Encode(const Bytes& page, int row_bytes, pages::RawRows raw = pages::RawRo
     return stream;
 }
 
-TEST(Unsqz, DecodesTheSameRowsAsTheReferenceOnEveryRoad)
+TEST(Unsqz, DecodesTheSameRowsAsTheReferenceInEveryVariant)
 {
     std::mt19937 random(20);
     for (int n = 0; n < 60; ++n) {
@@ -148,10 +148,10 @@ TEST(Unsqz, DecodesTheSameRowsAsTheReferenceOnEveryRoad)
         const Bytes page = RandomPage(random, row_bytes * 8, rows).rows;
         const auto raw = static_cast<pages::RawRows>(n % 3);
         const Bytes above = RandomPage(random, row_bytes * 8, 1).rows;
-        SCOPED_TRACE(testing::Message() << "page " << n << ", " << row_bytes << " bytes a row");
+        SCOPED_TRACE(testing::Message() << "page " << n << ", " << row_bytes << " bytes per row");
         const Bytes stream = Encode(page, row_bytes, raw);
         ExpectAsReference(stream, {std::max(row_bytes * 8 - n % 40, 1), row_bytes, rows, nullptr});
-        // Under another row above it is another page, or a damaged one.
+        // Below another row, the stream is another page, or a damaged one.
         ExpectAsReference(stream, {row_bytes * 8, row_bytes, rows, above.data()});
         const SqzReference decoded = DecodeSqueeze(stream, row_bytes * 8, row_bytes, rows);
         for (size_t y = 0; y < decoded.rows.size(); ++y)
@@ -163,15 +163,16 @@ TEST(Unsqz, DecodesTheSameRowsAsTheReferenceOnEveryRoad)
     }
 }
 
-// Words by hand. A code is written as it stands in the stream; rows are hexadecimal.
-TEST(Unsqz, KnowsTheLimitsOfARow)
+// Streams written by hand, code by code. Rows are hexadecimal.
+TEST(Unsqz, DecodesTheLimitsOfARow)
 {
     const std::string kRuns = kesterlib::kTooManyRuns;
-    const auto zeros = [](size_t groups) { return std::string(4 * groups, '0'); }; // of a number
+    const auto zeros = [](size_t groups) { return std::string(4 * groups, '0'); }; // groups of a number
     const struct {
         const char* what;
         int row_bytes, rows;
-        std::vector<std::string> stream; // bits of a row each, padded to a byte; "x" before hexadecimal bytes
+        // Each text has the bits of a row, padded to a byte. "x" introduces hexadecimal bytes.
+        std::vector<std::string> stream;
         std::vector<const char*> rows_wanted;
         std::string error = {};
     } cases[] = {
@@ -182,8 +183,8 @@ TEST(Unsqz, KnowsTheLimitsOfARow)
          {"0E00", "0E00", "FF00", "0000"},
          "eof code not zero"},
         {"the first pixel is black", 2, 1, {"0 0010000 10 1"}, {"E000"}},
-        {"a first run to the end has no second", 1, 2, {"0 0011000", "01"}, {"00", "00"}},
-        {"a second run may overshoot by far", 1, 2, {"0 0010011 11 0010001000110", "011"}, {"1F", "1F"}},
+        {"a first run to the end of the row has no second run", 1, 2, {"0 0011000", "01"}, {"00", "00"}},
+        {"a second run may end far after the row", 1, 2, {"0 0010011 11 0010001000110", "011"}, {"1F", "1F"}},
         {"table B from the fourth add on",
          3,
          1,
@@ -194,7 +195,7 @@ TEST(Unsqz, KnowsTheLimitsOfARow)
          1,
          {"0 0011101 0000 0000 0000 0000 0000 0000 0000 0000 0000 0000 1111"},
          {"00"}},
-        {"a number of many groups that are 0 but the first, and a second run",
+        {"a number whose groups are 0 except the first, and a second run",
          3,
          2,
          {"0 0011101 0010" + zeros(40) + "0001 01 1",
@@ -208,16 +209,20 @@ TEST(Unsqz, KnowsTheLimitsOfARow)
         {"the filler ends a number", 1, 2, {"0 0011101"}, {"00"}, "eof code not zero"},
         {"the filler never ends a number", 1, 2, {"0 0010000 11 0000 00"}, {"FF"}, "eof code not zero"},
         {"left of the row", 1, 2, {"0 0010000 00 1", "0 010"}, {"80"}, kRuns},
-        {"three codes on a raw row's copies", 1, 2, {"x8000", "0 010 010 1"}, {"00", "00"}},
-        {"and no fourth", 1, 2, {"x8000", "0 010 010 010 1"}, {"00"}, kRuns},
-        {"a list that never ends",
+        {"three codes that refer to the copies after a raw row",
+         1,
+         2,
+         {"x8000", "0 010 010 1"},
+         {"00", "00"}},
+        {"a fourth such code", 1, 2, {"x8000", "0 010 010 010 1"}, {"00"}, kRuns},
+        {"a list that is full before the row ends",
          1,
          2,
          {"x80AA", "0 0011110 0011110 0011110 0011110 0011110 0011110 0011110 0011110"},
          {"AA"},
          kRuns},
-        {"no row", 1, 1, {"11111111"}, {}, "eof code not zero"},
-        {"nothing at all", 1, 1, {}, {}, "eof code not zero"},
+        {"an invalid start byte", 1, 1, {"11111111"}, {}, "eof code not zero"},
+        {"an empty stream", 1, 1, {}, {}, "eof code not zero"},
     };
     for (const auto& one : cases) {
         SCOPED_TRACE(one.what);
@@ -246,7 +251,7 @@ TEST(Unsqz, KnowsTheLimitsOfARow)
         EXPECT_EQ(rows, std::vector<std::string>(one.rows_wanted.begin(), one.rows_wanted.end()));
         EXPECT_EQ(want.error, one.error);
         ExpectAsReference(stream, page);
-        stream.resize(stream.size() + 64); // then the fast loops decode the last codes too
+        stream.resize(stream.size() + 64); // so that the fast loops decode the last codes too
         ExpectAsReference(stream, page);
     }
 }
@@ -263,7 +268,7 @@ TEST(Unsqz, SurvivesEveryCutAndEveryFlippedBit)
         for (size_t bit = 0; bit < stream.size() * 8; ++bit) {
             Bytes damaged = stream;
             damaged[bit / 8] ^= static_cast<uint8_t>(0x80 >> bit % 8);
-            SCOPED_TRACE(testing::Message() << row_bytes << " bytes a row, bit " << bit);
+            SCOPED_TRACE(testing::Message() << row_bytes << " bytes per row, bit " << bit);
             ExpectAsReference(damaged, page);
             if (HasFailure())
                 return;
@@ -271,7 +276,7 @@ TEST(Unsqz, SurvivesEveryCutAndEveryFlippedBit)
     }
 }
 
-TEST(Unsqz, AgreesWithTheReferenceOnRubbish)
+TEST(Unsqz, AgreesWithTheReferenceOnRandomBytes)
 {
     std::mt19937 random(4);
     int longest_number = 0;
@@ -279,7 +284,7 @@ TEST(Unsqz, AgreesWithTheReferenceOnRubbish)
         const int row_bytes =
             n % 2 == 0 ? 1 + static_cast<int>(random() % 6) : 20 + static_cast<int>(random() % 200);
         const int rows = 8;
-        // Whole codes of single kinds get further than bytes at random.
+        // Repeated bytes are more often whole codes and decode further than random bytes.
         Bytes stream(random() % 400);
         const unsigned often = random() % 256;
         for (uint8_t& byte : stream)
@@ -295,7 +300,7 @@ TEST(Unsqz, AgreesWithTheReferenceOnRubbish)
     EXPECT_GT(longest_number, 20);
 }
 
-TEST(Unsqz, TheGreatestListsFit)
+TEST(Unsqz, TheLongestListsFit)
 {
     for (const int row_bytes : {1, 4, 63}) {
         for (const uint8_t byte : {uint8_t{0xAA}, uint8_t{0x55}}) {
@@ -310,7 +315,7 @@ TEST(Unsqz, TheGreatestListsFit)
 
 TEST(Unsqz, AReadErrorIsReportedAndThenTheFillerEndsTheStream)
 {
-    const Bytes stream = {0x40}; // a blank row
+    const Bytes stream = {0x40}; // one white row
     ChunkBlock block;
     block.SetInput(stream, 1);
     block.read_error = true;
@@ -329,7 +334,7 @@ TEST(Unsqz, AReadErrorIsReportedAndThenTheFillerEndsTheStream)
 TEST(Unsqz, AnErrorOfTheStreamEndsALongNumber)
 {
     Bytes stream(1 << 20);
-    stream[0] = 0x1D; // a long run, and a number of a million groups
+    stream[0] = 0x1D; // an add code with a long run, whose number has a million groups
     ChunkBlock block;
     block.SetInput(stream);
     UNCOMP* const frame = Unsqz_Open_Callback(block, 8, 1, nullptr);
@@ -340,7 +345,7 @@ TEST(Unsqz, AnErrorOfTheStreamEndsALongNumber)
     Uncomp_Free(frame);
 }
 
-TEST(Unsqz, OpensOnlyWhatItHasMemoryFor)
+TEST(Unsqz, OpensOnlyWithEnoughMemory)
 {
     const Bytes stream = {0x40};
     UNCOMP* frame = nullptr;
@@ -348,19 +353,19 @@ TEST(Unsqz, OpensOnlyWhatItHasMemoryFor)
     while (!frame) {
         ChunkBlock block;
         block.SetInput(stream);
-        set_callback_debug_memory(block, 0); // tracking would need memory too
+        set_callback_debug_memory(block, 0); // tracking would allocate too
         block.allocations_left = ++needed;
         frame = Unsqz_Open_Callback(block, 80, 10, nullptr);
         callback_block* const counts = block;
         EXPECT_EQ(counts->allocation_count - counts->deallocation_count, frame ? 3u : 1u)
-            << needed; // or the one that failed
+            << needed; // 1: the one that failed
         if (!frame)
             continue;
         uint8_t row[10];
         EXPECT_EQ(Unsqz_Decode(frame, 1, row, 10), 1);
         Uncomp_Free(frame);
     }
-    EXPECT_EQ(needed, 3); // frame, a row of words and lists, and nothing while rows are decoded
+    EXPECT_EQ(needed, 3); // the frame, a row of words, and the lists; decoding allocates nothing
 
     constexpr int kMostRowBytes = ((256 << 20) / 2 / 4 - 5) / 8;
     for (const int row_bytes : {-1, kMostRowBytes + 1, INT32_MAX})
@@ -374,9 +379,9 @@ TEST(Unsqz, OpensOnlyWhatItHasMemoryFor)
                 "Assertion f failed;\na FILE must be supplied");
 }
 
-TEST(Unsqz, AsksForItsInputWhenItNeedsIt)
+TEST(Unsqz, ReadsItsInputOnlyWhenNeeded)
 {
-    const Bytes stream(1200, 0x40); // a blank row a byte
+    const Bytes stream(1200, 0x40); // each byte is one white row
     ChunkBlock block;
     block.SetInput(stream);
     UNCOMP* const frame = Unsqz_Open_Callback(block, 80, 10, nullptr);
@@ -392,12 +397,12 @@ TEST(Unsqz, AsksForItsInputWhenItNeedsIt)
     Uncomp_Free(frame);
 }
 
-TEST(Unsqz, WritesNoMoreThanTheStrideOfACodedRow)
+TEST(Unsqz, WritesAtMostStrideBytesOfACodedRow)
 {
     const Bytes page(20, 0xFF);
     const Bytes stream = Encode(page, 10);
     UNCOMP* const frame = Unsqz_Open_MMapped(stream.data(), stream.size(), 80, 10, nullptr);
-    Bytes buffer(12, 0x11); // two rows of three bytes, and what is behind them
+    Bytes buffer(12, 0x11); // two rows of three bytes, and the bytes after them
     EXPECT_EQ(Unsqz_Decode(frame, 2, buffer.data(), 3), 2);
     EXPECT_EQ(buffer, (Bytes{255, 255, 255, 255, 255, 255, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11}));
     Uncomp_Free(frame);
