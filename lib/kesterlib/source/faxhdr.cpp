@@ -109,8 +109,8 @@ size_t length_within(const char* field, size_t bytes)
 // Counts all appended bytes, and stores those that fit in the buffer.
 struct Text {
     char* buffer;
-    uint32_t bytes;
-    uint32_t length;
+    uint32_t bytes;  // size of the buffer
+    uint32_t length; // bytes appended, also those that did not fit
 };
 
 void append(Text* text, const char* from, size_t count)

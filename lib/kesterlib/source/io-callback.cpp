@@ -260,7 +260,7 @@ void dispose_default_callback_block(void)
     default_callback_made = false; // a block that was replaced before no longer counts
 }
 
-// ---- The calls -------------------------------------------------------------------------------------
+// ---- Calls through the slots -----------------------------------------------------------------------
 
 void set_current_callback_block(callback_block* block)
 {

@@ -13,7 +13,7 @@ struct Decoder;
 // The arithmetic decoder within a stripe. The code register has 64 bits: the upper 16 are compared with the
 // interval. All bits that were read follow below them, with those that were read ahead.
 struct QmCoder {
-    uint64_t c;
+    uint64_t c;   // code register
     int64_t bits; // bits below the upper 16: those that a simple decoder has, and 8 per byte read ahead
     uint32_t a;   // qm_a shifted left by 16; the initial 0x10000 becomes 0
     const uint8_t* next; // next byte of the input buffer, after those that were read ahead

@@ -62,11 +62,11 @@ inline int32_t same_around(uint64_t above, uint64_t above2, uint64_t row_bits, u
 }
 
 struct Pixel {
-    uint64_t row_bits; // decoded pixels of the row, the last one in the lowest bit
-    uint32_t a;
-    uint32_t word; // word of the last decision
-    uint32_t word_before;
-    uint64_t pair; // after an event: the entry of its context
+    uint64_t row_bits;    // decoded pixels of the row, the last one in the lowest bit
+    uint32_t a;           // as QmCoder::a
+    uint32_t word;        // word of the last decision
+    uint32_t word_before; // word of the decision before that
+    uint64_t pair;        // after an event: the entry of its context
 };
 
 // Returns at[1] if `word` is that of a pixel of 1, else at[0]. Never by a branch: the processor would

@@ -112,7 +112,7 @@ inline void add_columns(uint8_t* __restrict columns, const uint8_t* __restrict r
                                               kColumnCounts<Word>.of[row[whole]][i % kColumns]);
 }
 
-// ---- Scales from 8 on: 1 bits by source byte ----------------------------------------------------------
+// ---- Scales from 8 on: 1 bits per source byte ---------------------------------------------------------
 
 inline void count_bytes(uint8_t* counts, const uint8_t* row, size_t bytes, bool first)
 {
@@ -259,7 +259,7 @@ int64_t count_rectangle(const uint8_t* rows, ptrdiff_t stride, int32_t height, s
     return static_cast<int64_t>(ones);
 }
 
-// ---- Cells: the counts of their bytes come together in shorts ------------------------------------------
+// ---- Cells: the counts of their bytes, added up in `shorts` ---------------------------------------------
 
 template <typename Sum>
 inline void gather(uint16_t* __restrict shorts, size_t from, size_t columns, bool first, Sum sum)

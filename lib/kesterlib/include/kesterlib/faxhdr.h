@@ -66,7 +66,7 @@ typedef struct FAXHeader {
     uint32_t TopMargin;
     uint32_t BottomMargin;
 
-    int32_t Layer; /* 0 black, 1 cyan, 2 magenta, 3 yellow; 4 and above: spot colours 0 and above */
+    int32_t Layer; /* 0 black, 1 cyan, 2 magenta, 3 yellow; 4 + n: spot colour n, from 0 */
     int32_t PSet;
     int32_t ImageNegate; /* flag: 0 is false, any other value true */
     int32_t DoubleTruck; /* flag */
@@ -74,8 +74,7 @@ typedef struct FAXHeader {
     int32_t Rotation;
     int32_t Priority;
 
-    int32_t
-        NumDestinations; /* entries of Destination in use, at most FAXHEADER_DESTINATIONS; 0 or less: none */
+    int32_t NumDestinations; /* entries of Destination in use; 0 or less: none */
     char Destination[FAXHEADER_DESTINATIONS][FAXHEADER_DESTINATION];
     uint32_t JobID;
     char Mux[FAXHEADER_MUX];
@@ -85,7 +84,7 @@ typedef struct FAXHeader {
 
 /* Writes the header's text.
  *
- *   *   buffer      receives the text
+ *   buffer      receives the text
  *   bufferSize  bytes of buffer; nothing is written after them
  *   header      the record; its HeaderSize is the limit of the text and must be at most bufferSize
  *   pad         0: a zero byte follows the text if the buffer has room for it; the rest of the buffer is
