@@ -1,4 +1,4 @@
-// What both writers of files do when one could not be written whole.
+// Clean-up after a failed write, shared by the TIFF writer and the page file writer.
 #pragma once
 
 #include <filesystem>
@@ -7,7 +7,7 @@
 namespace pages
 {
 
-// Takes a regular file away; a device stays.
+// Deletes `path` if it is a regular file. A device is kept. Errors are ignored.
 inline void remove_begun_file(const std::string& path)
 {
     std::error_code ignored;

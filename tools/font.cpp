@@ -1,7 +1,7 @@
-// The typeface. A glyph is a line of strokes along the middle of its stems and bowls, 1000 units an em, the
-// baseline at 0. An elliptical pen, wider than high, follows the strokes: stems come out heavy and crossbars
-// fine, as in a book face. Pen and serifs are rounded to whole pixels, so that all stems of a size are
-// equally wide.
+// The typeface. A glyph is a list of strokes along the centre lines of its stems and bowls. An em has 1000
+// units, and the baseline is at y = 0. An elliptical pen, wider than high, follows the strokes: stems are
+// heavy and crossbars are fine, as in a book face. The pen is rounded to whole pixels, so that all stems of
+// one size are equally wide.
 
 #include "font.h"
 
@@ -25,14 +25,16 @@ struct GlyphLine {
 };
 
 // Strokes, each a letter and its numbers:
-//   l x y x y          straight, with the broad pen; the ends are cut level (or upright, where it runs level)
-//   t x y x y          straight, with the fine pen
-//   c 4 points         cubic curve with the broad pen
-//   C 4 points         the same with a round pen as wide as a stem, for spines
+//   l x y x y          straight, broad pen; the ends are cut horizontally (vertically if dx > 2 dy)
+//   t x y x y          straight, fine pen
+//   c 4 points         cubic curve, broad pen
+//   C 4 points         cubic curve, round pen of 15/16 of a stem's width, for spines
 //   o x y rx ry        ellipse
-//   a x y rx ry q n    elliptical arc from the q-th quarter (0 right, 1 top), n quarters, clockwise if
-//   negative d x y r            dot s x y, h x y, r x y  serif on both sides, on the left, on the right; it
-//   grows from y towards the letter
+//   a x y rx ry q n    elliptical arc from the q-th quarter (0 right, 1 top), n quarters, clockwise if n < 0
+//   d x y r            dot
+//   s x y              serif on both sides, downwards from y if y > 0, else upwards
+//   h x y              the same on the left side only
+//   r x y              the same on the right side only
 constexpr GlyphLine kGlyphs[] = {
     {'!', 280, "d 140 45 52 l 140 190 140 690"},
     {'"', 360, "l 110 480 110 700 l 250 480 250 700"},
@@ -174,7 +176,8 @@ constexpr GlyphLine kGlyphs[] = {
     {'z', 450, "t 65 440 375 440 t 60 20 385 20 l 350 450 95 10 t 77 460 65 330 t 375 0 397 140"},
 };
 
-// Half widths of the pens and what a bold letter is wider by, in units.
+// In units: half axes of the broad pen, half width of the fine pen, how far a serif reaches beyond its stem,
+// and how much wider a bold letter is.
 struct Pens {
     int broad_x, broad_y, fine, serif_reach, spread;
 };
@@ -182,8 +185,8 @@ constexpr Pens kRegular = {42, 18, 20, 50, 0};
 constexpr Pens kBold = {63, 23, 27, 52, 50};
 
 constexpr int kUnits = 1000;
-constexpr int kBracket = 26;    // units by which a serif swells towards its stem
-constexpr int kCurveSteps = 24; // straight pieces a cubic
+constexpr int kBracket = 26;    // units by which a serif is thicker at its stem than at its tip
+constexpr int kCurveSteps = 24; // straight pieces per cubic
 
 struct Point {
     int64_t x, y; // 1/64 px, y upwards from the baseline
@@ -203,7 +206,7 @@ int64_t square_root(uint64_t value)
     return static_cast<int64_t>(root);
 }
 
-// Shrinks a direction until products of its squares with squared pen widths fit 64 bits.
+// Halves a direction until the products of its squares with squared pen widths fit in 64 bits.
 Point short_direction(Point direction)
 {
     int64_t largest = std::max(std::abs(direction.x), std::abs(direction.y));
@@ -219,8 +222,8 @@ struct Pen {
     int64_t x, y; // half axes, 1/64 px
 };
 
-// Half of a whole number of pixels, at least one: a pen of that size covers as many pixels wherever it
-// stands.
+// Rounds a half axis so that the whole axis is a whole number of pixels, at least one. A pen of that size
+// covers the same number of pixels at every position.
 int64_t whole_pixels(int64_t half)
 {
     return std::max<int64_t>(1, (2 * half + 32) / 64) * 32;
@@ -238,7 +241,7 @@ public:
     {
     }
 
-    // Polygons whose union is the glyph.
+    // Returns polygons whose union is the glyph.
     const std::vector<std::vector<Point>>& run(std::string_view strokes)
     {
         while (!strokes.empty()) {
@@ -286,7 +289,7 @@ private:
         }
     }
 
-    // The pen's reach along the upright, or level, cut that ends a straight stroke.
+    // A straight stroke is a parallelogram. `cut` is half of the horizontal or vertical cut at its ends.
     void line(Point from, Point to, Pen pen)
     {
         const Point direction = short_direction({to.x - from.x, to.y - from.y});
@@ -303,7 +306,7 @@ private:
                              {to.x - cut.x, to.y - cut.y}});
     }
 
-    // Each step of a curve is a quadrangle between the two edges that the pen leaves; neighbours share a
+    // Each step of a curve is a quadrilateral between the two edges of the pen's track. Neighbours share a
     // side.
     void curve(Point p0, Point p1, Point p2, Point p3, Pen pen)
     {
@@ -319,7 +322,7 @@ private:
                                  r * r * (p1.y - p0.y) + 2 * r * s * (p2.y - p1.y) + s * s * (p3.y - p2.y)});
             if (direction.x == 0 && direction.y == 0)
                 direction = short_direction({p3.x - p0.x, p3.y - p0.y});
-            // The point of the ellipse whose normal is across the direction.
+            // The point of the pen's ellipse whose normal is perpendicular to the direction.
             const int64_t across_x = -pen.x * direction.y, across_y = pen.y * direction.x;
             const int64_t length = std::max<int64_t>(
                 1, square_root(static_cast<uint64_t>(across_x * across_x + across_y * across_y)));
@@ -341,7 +344,8 @@ private:
         for (; count != 0; count -= step, quarter += step) {
             const int c0 = kSine[(quarter + 1) & 3], s0 = kSine[quarter & 3];
             const int c1 = kSine[(quarter + step + 1) & 3], s1 = kSine[(quarter + step) & 3];
-            // 0.5523 is how far a cubic's handles reach on a quarter circle.
+            // 0.5523 is the distance, in radii, of a cubic's control points from the ends of a quarter
+            // circle.
             const auto on = [&](int cosine, int sine, int other_cosine, int other_sine) {
                 return at(x + radius_x * (10000 * cosine + 5523 * other_cosine) / 10000,
                           y + radius_y * (10000 * sine + 5523 * other_sine) / 10000);
@@ -401,7 +405,7 @@ private:
     std::vector<std::vector<Point>> polygons_;
 };
 
-// Blackens the pixels whose centre is inside; a centre on an edge belongs to the shape on its right.
+// Blackens the pixels whose centre is inside. A centre on an edge belongs to the shape on its right.
 void fill_polygon(GlyphImage& image, const std::vector<Point>& shape)
 {
     const auto [lowest, highest] =

@@ -1,5 +1,5 @@
-// A built-in roman typeface in two weights, made of pen strokes and drawn at any size. Given a character and
-// the size of the em in pixels; hands on a bitmap of the glyph and how far to move on.
+// A built-in roman typeface in two weights. Glyphs are made of pen strokes and can be drawn at any size.
+// Input: a character and the em size. Output: a bitmap of the glyph, its position and its advance.
 #pragma once
 
 #include "pages.h"
@@ -18,11 +18,11 @@ struct GlyphImage {
     int advance = 0; // 1/64 px
 };
 
-// 1/64 px; up to here products of squares within a glyph fit 64 bits.
+// Largest em size, in 1/64 px. Up to this size the products of squares in a glyph fit in 64 bits.
 constexpr int64_t kMostEm = int64_t{1} << 22;
 
-// em_x and em_y are in 1/64 px, 1 to kMostEm; they differ where the resolutions do. A character the face does
-// not have is a blank.
+// em_x and em_y are in 1/64 px, 1 to kMostEm. They differ if the two resolutions differ. A character that the
+// typeface does not contain is drawn as a blank.
 GlyphImage draw_glyph(char character, Weight weight, int64_t em_x, int64_t em_y);
 
 } // namespace pages

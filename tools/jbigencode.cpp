@@ -1,5 +1,5 @@
-// A stripe's bytes are kept until the stripe ends: a carry then simply goes back through them, and zeros at
-// their end, which a decoder supplies by itself, can be left out before bytes of 0xff are marked as data.
+// A stripe's bytes are kept until the stripe ends. This allows a carry to run back through them. Zeros at
+// their end are dropped, because a decoder supplies them itself. Only then are bytes of 0xff escaped.
 
 #include "jbigencode.h"
 
@@ -14,12 +14,12 @@ namespace
 {
 
 constexpr uint8_t kEscape = 0xff;
-constexpr uint8_t kStuffed = 0x00, kNormalEnd = 0x02, kResetEnd = 0x03; // behind it: STUFF, SDNORM, SDRST
+constexpr uint8_t kStuffed = 0x00, kNormalEnd = 0x02, kResetEnd = 0x03; // after it: STUFF, SDNORM, SDRST
 
 struct Estimate {
-    uint16_t less_probable; // its part of the interval
-    uint8_t after_less_probable, after_more_probable;
-    uint8_t swaps; // after the less probable pixel it becomes the more probable one
+    uint16_t less_probable;                           // the less probable pixel's part of the interval
+    uint8_t after_less_probable, after_more_probable; // next state after such a pixel
+    uint8_t swaps; // 1: after a less probable pixel that colour becomes the more probable one
 };
 // ITU-T T.82, table 24.
 constexpr Estimate kEstimates[] = {
@@ -54,7 +54,7 @@ constexpr Estimate kEstimates[] = {
     {0x59eb, 112, 111, 1},
 };
 
-// The same by a context's byte, which has the more probable pixel in bit 0.
+// The same table, indexed by a context's byte: 2 * state + the more probable pixel.
 struct State {
     uint16_t less_probable;
     uint8_t after_less_probable, after_more_probable;
@@ -75,7 +75,7 @@ constexpr std::array<State, kStates> make_states()
 constexpr std::array<State, kStates> kCoder = make_states();
 
 constexpr uint32_t kLeastInterval = 0x8000, kWholeInterval = 0x10000;
-constexpr int kByteAt = 19, kCarryAt = kByteAt + 8; // in the code register
+constexpr int kByteAt = 19, kCarryAt = kByteAt + 8; // bit positions in the code register
 constexpr uint32_t kBelowByte = (1U << kByteAt) - 1;
 
 void put_number(uint32_t value, std::vector<uint8_t>& stream)
@@ -88,7 +88,8 @@ void put_number(uint32_t value, std::vector<uint8_t>& stream)
 
 JbigEncoder::Registers JbigEncoder::fresh_registers()
 {
-    return {kWholeInterval, 0, kByteAt - 8}; // the code starts with its 16 bits below the first byte's place
+    // The code has 16 bits at first. Its top bit, 15, is at the top of the byte, bit 26, after 11 shifts.
+    return {kWholeInterval, 0, kByteAt - 8};
 }
 
 JbigEncoder::JbigEncoder(int width, int height, const JbigOptions& options)
@@ -97,22 +98,22 @@ JbigEncoder::JbigEncoder(int width, int height, const JbigOptions& options)
     assert(width >= 1 && height >= 1);
     if (m_options.stripe_rows == 0)
         m_options.stripe_rows = static_cast<uint32_t>(height);
-    const std::size_t bytes = (static_cast<std::size_t>(width) + 7) / 8 + 2; // a margin on each side
+    const std::size_t bytes = (static_cast<std::size_t>(width) + 7) / 8 + 2; // a byte of margin on each side
     for (std::vector<uint8_t>* const row : {&m_current, &m_above, &m_above2})
         row->resize(bytes);
 }
 
 void JbigEncoder::put_header(std::vector<uint8_t>& stream) const
 {
-    const uint8_t layers_and_planes[] = {0, 0, 1, 0}; // only layer 0, one plane, a byte of nothing
+    const uint8_t layers_and_planes[] = {0, 0, 1, 0}; // first and last layer 0, one plane, fill
     stream.insert(stream.end(), std::begin(layers_and_planes), std::end(layers_and_planes));
     put_number(static_cast<uint32_t>(m_width), stream);
     put_number(static_cast<uint32_t>(m_height), stream);
     put_number(m_options.stripe_rows, stream);
-    put_number(0, stream); // how far the adaptive pixel may move, across and down; order; options
+    put_number(0, stream); // 4 bytes: reach of the adaptive pixel across and down, order, options
 }
 
-// The row becomes the current one, as it is coded; the two before it stand above.
+// Makes `row` the current row, in the stream's polarity, and moves the two rows before it up.
 void JbigEncoder::take_row(const uint8_t* row)
 {
     std::swap(m_above, m_above2);
@@ -125,10 +126,10 @@ void JbigEncoder::take_row(const uint8_t* row)
         m_current[row_bytes] &= static_cast<uint8_t>(0xff00 >> in_last);
 }
 
-// The byte at the top of the code register is complete, but for a carry that comes later.
+// Appends the byte at the top of the code register. A later carry can still change it.
 void JbigEncoder::put_byte(Registers& registers)
 {
-    if (registers.code >> kCarryAt != 0) // the code is a fraction below 1: no carry leaves the first byte
+    if (registers.code >> kCarryAt != 0) // the code is a fraction below 1: no carry passes the first byte
         for (std::size_t at = m_data.size(); at > 0 && ++m_data[at - 1] == 0;)
             --at;
     m_data.push_back(static_cast<uint8_t>(registers.code >> kByteAt));
@@ -144,7 +145,8 @@ inline void JbigEncoder::encode(Registers& registers, uint32_t context, uint32_t
     const bool more_probable = pixel == (place & 1U);
     if (more_probable && registers.interval >= kLeastInterval)
         return;
-    // The larger part is the lower one, whichever pixel it stands for by now.
+    // The lower part is `interval` large, the upper one `less_probable`. The more probable pixel has the
+    // larger of the two.
     const bool lower = more_probable == (registers.interval >= state.less_probable);
     if (!lower) {
         registers.code += registers.interval;
@@ -159,11 +161,11 @@ inline void JbigEncoder::encode(Registers& registers, uint32_t context, uint32_t
     } while (registers.interval < kLeastInterval);
 }
 
-// The template: two pixels to the left, five of the row above and three of the one above that.
+// The template: two pixels to the left, five in the row above and three in the row above that.
 void JbigEncoder::code_row()
 {
-    Registers registers = m_registers; // the contexts are bytes: a member would be read again behind each
-    uint32_t current = 0, above = m_above[1], above2 = m_above2[1]; // bytes, the last one lowest
+    Registers registers = m_registers; // a local copy: each write of a context, a byte, may alias a member
+    uint32_t current = 0, above = m_above[1], above2 = m_above2[1]; // bytes, the latest one lowest
     for (int x = 0; x < m_width; x += 8) {
         const auto next = static_cast<std::size_t>(x / 8) + 2;
         current = current << 8 | m_current[next - 1];
@@ -181,7 +183,7 @@ void JbigEncoder::code_row()
 
 void JbigEncoder::end_stripe(std::vector<uint8_t>& stream)
 {
-    // Of the numbers in the interval the one with the most zeros at its end, and all of it into bytes.
+    // Chooses the number in the interval with the most zeros at its end, and writes all of it.
     Registers registers = m_registers;
     const uint32_t last = registers.code + registers.interval - 1;
     const uint32_t rounded = last & ~0xffffU;

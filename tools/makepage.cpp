@@ -1,5 +1,5 @@
-// makepage: draws a test page, or reads one, and writes it as a TIFF file or as a page file. The command line
-// says all that is in the file; the same line writes the same bytes.
+// makepage draws a test page, or reads a page from a file, and writes it as a TIFF file or a page file. The
+// command line determines all that is written: the same command line and input write the same bytes.
 
 #include "pagefile.h"
 #include "pagein.h"
@@ -32,25 +32,25 @@ struct UsageError {
     std::string text;
 };
 
-// What the options say, each as far as it was given.
+// The values of the options that were given.
 struct Request {
-    std::optional<pages::Draw> draw; // none: the page is read
+    std::optional<pages::Draw> draw; // empty: the page is read from a file
     pages::PageOptions page;
     int dpi_x = 0, dpi_y = 0; // 0: not given
     int bits = 1;
 
-    std::optional<pages::Raster> raster; // none: a TIFF file
+    std::optional<pages::Raster> raster; // empty: a TIFF file is written
     std::optional<pages::Photometric> photometric;
     std::optional<pages::Compression> compression;
     pages::TiffOptions tiff;
     pages::PageFileOptions page_file;
 
     std::vector<std::string> paths;
-    std::vector<std::size_t> given; // options, as indices of the table
-    std::string error;              // the first one
+    std::vector<std::size_t> given; // indices of the given options in kOptions
+    std::string error;              // the first error
 };
 
-// ---- What the handlers are made of ----
+// ---- Reading of values ----
 
 template <typename Number>
 Number number_in(std::string_view option, std::string_view text, Number least, Number most)
@@ -89,7 +89,7 @@ Value word_of(std::string_view option, std::string_view text, const Word<Value> 
     for (const Word<Value>& word : words)
         if (word.name == text)
             return word.value;
-    throw UsageError{std::string(option) + " does not know \"" + std::string(text) + "\", only " +
+    throw UsageError{std::string(option) + " does not accept \"" + std::string(text) + "\", only " +
                      listed(words)};
 }
 
@@ -105,7 +105,7 @@ void set_draw(Request& request, std::string_view option, std::string_view text)
 {
     request.draw = pages::draw_by_name(text);
     if (!request.draw)
-        throw UsageError{std::string(option) + " does not know \"" + std::string(text) + "\", only " +
+        throw UsageError{std::string(option) + " does not accept \"" + std::string(text) + "\", only " +
                          listed(pages::draw_names())};
 }
 
@@ -116,7 +116,7 @@ void set_kind(Request& request, std::string_view option, std::string_view text)
         if (one.name == text)
             request.raster = one.raster;
     if (!request.raster && text != "tiff")
-        throw UsageError{std::string(option) + " does not know \"" + std::string(text) + "\", only " +
+        throw UsageError{std::string(option) + " does not accept \"" + std::string(text) + "\", only " +
                          listed(pages::raster_names(), "tiff")};
 }
 
@@ -127,7 +127,7 @@ void set_compression(Request& request, std::string_view option, std::string_view
         if (one.name == text)
             request.compression = one.compression;
     if (!request.compression)
-        throw UsageError{std::string(option) + " does not know \"" + std::string(text) + "\", only " +
+        throw UsageError{std::string(option) + " does not accept \"" + std::string(text) + "\", only " +
                          listed(pages::compression_names())};
 }
 
@@ -150,21 +150,20 @@ void add_destination(Request& request, std::string_view option, std::string_view
 {
     FAXHeader& header = request.page_file.header;
     if (header.NumDestinations == FAXHEADER_DESTINATIONS)
-        throw UsageError{"there is no room for more than " + std::to_string(FAXHEADER_DESTINATIONS) +
-                         " destinations"};
+        throw UsageError{"a page has at most " + std::to_string(FAXHEADER_DESTINATIONS) + " destinations"};
     text_into(header.Destination[header.NumDestinations], option, text);
     ++header.NumDestinations;
 }
 
 // ---- The options ----
 
-// What a page must be, or be written as, for an option to mean anything.
+// Pages for which an option is valid.
 enum class Of { Any, Drawn, Tiff, PageFile, Squeeze, Jbig };
 
 struct Option {
     Of of;
     int arguments;    // 0 or 1
-    const char* name; // "" is a line of help only
+    const char* name; // "" for a heading of the help text
     const char* help;
     void (*handle)(Request&, std::string_view option, std::string_view text);
 };
@@ -172,29 +171,29 @@ struct Option {
 using View = std::string_view;
 constexpr Option kOptions[] = {
     {Of::Any, 0, "", "The page, drawn or read from IN:", nullptr},
-    {Of::Any, 1, "--draw", "a kind of page, see below", set_draw},
+    {Of::Any, 1, "--draw", "kind of page, see below", set_draw},
     {Of::Drawn, 1, "--width", "pixels",
      [](Request& r, View option, View text) { r.page.width = number_in(option, text, 1, pages::kMaxSide); }},
     {Of::Drawn, 1, "--height", "pixels",
      [](Request& r, View option, View text) { r.page.height = number_in(option, text, 1, pages::kMaxSide); }},
-    {Of::Any, 1, "--dpi", "dots an inch, 1 to 9600 (of a page that is read its own, if it has any, else 300)",
+    {Of::Any, 1, "--dpi", "dots per inch, 1 to 9600 (as in IN if it has a resolution, else 300)",
      [](Request& r, View option, View text) { r.dpi_x = number_in(option, text, 1, kMostDpi); }},
-    {Of::Any, 1, "--dpi-y", "the same down the page, where it differs",
+    {Of::Any, 1, "--dpi-y", "vertical dots per inch, if they differ",
      [](Request& r, View option, View text) { r.dpi_y = number_in(option, text, 1, kMostDpi); }},
-    {Of::Drawn, 1, "--bits", "1 or 8 bits a pixel (1); 8 is true grey, in TIFF only",
+    {Of::Drawn, 1, "--bits", "bits per pixel, 1 or 8 (1); 8 is grey, and in TIFF only",
      [](Request& r, View option, View text) {
          constexpr Word<int> kWords[] = {{"1", 1}, {"8", 8}};
          r.bits = word_of(option, text, kWords);
      }},
-    {Of::Drawn, 1, "--seed", "other words or other noise (1)",
+    {Of::Drawn, 1, "--seed", "seed of the random words and of the noise (1)",
      [](Request& r, View option, View text) { r.page.seed = number_of<uint64_t>(option, text); }},
 
     {Of::Any, 0, "", "The file:", nullptr},
     {Of::Any, 1, "--kind", "tiff, plain, squeeze, group4 or jbig (tiff)", set_kind},
 
-    {Of::Any, 0, "", "Of a TIFF file:", nullptr},
+    {Of::Any, 0, "", "TIFF files only:", nullptr},
     {Of::Tiff, 1, "--photometric",
-     "miniswhite or minisblack: what 0 means (miniswhite; minisblack with 8 bits)",
+     "meaning of 0: miniswhite or minisblack (miniswhite; minisblack with 8 bits)",
      [](Request& r, View option, View text) {
          constexpr Word<pages::Photometric> kWords[] = {{"miniswhite", pages::Photometric::MinIsWhite},
                                                         {"minisblack", pages::Photometric::MinIsBlack}};
@@ -202,16 +201,16 @@ constexpr Option kOptions[] = {
      }},
     {Of::Tiff, 1, "--compression",
      "none, group3, group4, packbits, lzw or deflate (group4; none with 8 bits)", set_compression},
-    {Of::Tiff, 1, "--rows-per-strip", "rows of a strip (all in one)",
+    {Of::Tiff, 1, "--rows-per-strip", "rows per strip (all rows in one strip)",
      [](Request& r, View option, View text) {
          r.tiff.rows_per_strip = number_in<uint32_t>(option, text, 1, UINT32_MAX);
      }},
-    {Of::Tiff, 0, "--directory-first", "the directory before the rows, so that a cut file has it",
+    {Of::Tiff, 0, "--directory-first", "writes the directory before the rows, so that a cut-off file has it",
      [](Request& r, View, View) { r.tiff.directory_first = true; }},
     {Of::Tiff, 1, "--name", "document name (none)",
      [](Request& r, View, View text) { r.tiff.document_name = text; }},
 
-    {Of::Any, 0, "", "Of a page file, all other kinds:", nullptr},
+    {Of::Any, 0, "", "Page files only, that is all other kinds:", nullptr},
     {Of::PageFile, 1, "--job", "job name (Test)",
      [](Request& r, View option, View text) { text_into(r.page_file.header.JobName, option, text); }},
     {Of::PageFile, 1, "--page", "page number (1)",
@@ -224,18 +223,18 @@ constexpr Option kOptions[] = {
      }},
     {Of::PageFile, 1, "--layer", "0 black, 1 cyan, 2 magenta, 3 yellow, from 4 on spot colours (0)",
      [](Request& r, View option, View text) { r.page_file.header.Layer = number_of<int32_t>(option, text); }},
-    {Of::PageFile, 1, "--creator", "who made it (makepage)",
+    {Of::PageFile, 1, "--creator", "creator of the page (makepage)",
      [](Request& r, View option, View text) { text_into(r.page_file.header.Creator, option, text); }},
-    {Of::PageFile, 1, "--time", "when, \"YYYY:MM:DD hh:mm:ss\" (2020:01:01 12:00:00)", set_time},
-    {Of::PageFile, 1, "--multiplier", "the resolutions are written times this, 0 to 100000 (1)",
+    {Of::PageFile, 1, "--time", "time of creation, \"YYYY:MM:DD hh:mm:ss\" (2020:01:01 12:00:00)", set_time},
+    {Of::PageFile, 1, "--multiplier", "factor of the resolutions in the header, 0 to 100000 (1)",
      [](Request& r, View option, View text) {
          r.page_file.header.ResolutionMultiplier = number_in<uint32_t>(option, text, 0, 100'000);
      }},
-    {Of::PageFile, 0, "--negate", "the flag ImageNegate; the rows stay as they are",
+    {Of::PageFile, 0, "--negate", "sets the flag ImageNegate; the rows are unchanged",
      [](Request& r, View, View) { r.page_file.header.ImageNegate = 1; }},
-    {Of::PageFile, 0, "--mirror", "the flag Mirror, likewise",
+    {Of::PageFile, 0, "--mirror", "sets the flag Mirror; the rows are unchanged",
      [](Request& r, View, View) { r.page_file.header.Mirror = 1; }},
-    {Of::PageFile, 0, "--double-truck", "the flag DoubleTruck",
+    {Of::PageFile, 0, "--double-truck", "sets the flag DoubleTruck",
      [](Request& r, View, View) { r.page_file.header.DoubleTruck = 1; }},
     {Of::PageFile, 1, "--rotation", "Rotation (0)",
      [](Request& r, View option, View text) {
@@ -245,14 +244,14 @@ constexpr Option kOptions[] = {
      [](Request& r, View option, View text) {
          r.page_file.header.Priority = number_of<int32_t>(option, text);
      }},
-    {Of::PageFile, 1, "--job-id", "JobID, in the header from version 2 on (0)",
+    {Of::PageFile, 1, "--job-id", "JobID, needs header version 2 or later (0)",
      [](Request& r, View option, View text) {
          r.page_file.header.JobID = number_of<uint32_t>(option, text);
      }},
-    {Of::PageFile, 1, "--mux", "Mux, in the header from version 3 on (empty)",
+    {Of::PageFile, 1, "--mux", "Mux, needs header version 3 or later (empty)",
      [](Request& r, View option, View text) { text_into(r.page_file.header.Mux, option, text); }},
-    {Of::PageFile, 1, "--destination", "a destination; up to 64 times", add_destination},
-    {Of::PageFile, 1, "--header-version", "of the header's text (3)",
+    {Of::PageFile, 1, "--destination", "adds a destination; at most 64 times", add_destination},
+    {Of::PageFile, 1, "--header-version", "version of the header (3)",
      [](Request& r, View option, View text) {
          r.page_file.header.FaxHeaderVersion = number_of<int32_t>(option, text);
      }},
@@ -260,26 +259,26 @@ constexpr Option kOptions[] = {
      [](Request& r, View option, View text) {
          r.page_file.header.HeaderSize = number_in<uint32_t>(option, text, 1, pages::kMaxHeaderBytes);
      }},
-    {Of::Squeeze, 1, "--raw-rows", "where-shorter, never or always (where-shorter); of kind squeeze",
+    {Of::Squeeze, 1, "--raw-rows", "where-shorter, never or always (where-shorter); kind squeeze only",
      [](Request& r, View option, View text) {
          constexpr Word<pages::RawRows> kWords[] = {{"where-shorter", pages::RawRows::WhereShorter},
                                                     {"never", pages::RawRows::Never},
                                                     {"always", pages::RawRows::Always}};
          r.page_file.raw_rows = word_of(option, text, kWords);
      }},
-    {Of::Jbig, 1, "--stripe", "rows of a stripe (128); of kind jbig",
+    {Of::Jbig, 1, "--stripe", "rows per stripe (128); kind jbig only",
      [](Request& r, View option, View text) {
          r.page_file.jbig.stripe_rows = number_in<uint32_t>(option, text, 1, UINT32_MAX);
      }},
-    {Of::Jbig, 0, "--reset", "each stripe starts with fresh contexts; of kind jbig",
+    {Of::Jbig, 0, "--reset", "each stripe starts with fresh contexts; kind jbig only",
      [](Request& r, View, View) { r.page_file.jbig.stripe_end = pages::StripeEnd::ResetContexts; }},
 };
 
 // ---- The parser's table ----
 
-Request* g_request = nullptr; // where the handlers put what they are given: the parser hands them texts only
+Request* g_request = nullptr; // target of the handlers: the parser passes them only texts
 
-// No exception passes through the parser, which goes on to the end in any case.
+// Keeps the first error, because no exception may pass through the parser. The parser continues to the end.
 void handle(std::size_t index, std::string_view text)
 {
     const Option& option = kOptions[index];
@@ -318,12 +317,13 @@ const auto& parser_options()
 
 void show_help()
 {
-    std::printf("Usage: makepage --draw KIND --width W --height H [OPTION ARGUMENT]... OUT\n"
-                "       makepage [OPTION ARGUMENT]... IN OUT\n"
-                "Draws a test page, or reads one of 1 bit a pixel from a TIFF or PBM file, and writes it.\n"
-                "The same arguments give the same bytes.\n");
+    std::printf(
+        "Usage: makepage --draw KIND --width W --height H [OPTION ARGUMENT]... OUT\n"
+        "       makepage [OPTION ARGUMENT]... IN OUT\n"
+        "Draws a test page, or reads a page of 1 bit per pixel from a TIFF or PBM file, and writes it.\n"
+        "The same arguments and input write the same bytes. Defaults are in parentheses.\n");
     print_help(parser_options().data());
-    std::printf("\nKinds of drawn pages, of sides up to %d and at most %lld MB of rows:\n", pages::kMaxSide,
+    std::printf("\nKinds of drawn pages (sides up to %d pixels, rows up to %lld MB):\n", pages::kMaxSide,
                 static_cast<long long>(pages::kMaxPageBytes >> 20));
     for (const pages::DrawName& draw : pages::draw_names())
         std::printf("  %-10s %s\n", std::string(draw.name).c_str(), std::string(draw.what).c_str());
@@ -347,8 +347,8 @@ const Option* option_of(std::string_view word)
     return nullptr;
 }
 
-// Files go to the request, all else to the parser. A word that it would report is found here: it goes on
-// after a report, and does not tell.
+// Puts paths into the request and passes all other words to the parser. Unknown options and missing values
+// are found here, because the parser only prints a message about them and continues.
 Request parse(char** first, char** last)
 {
     Request request;
@@ -363,7 +363,7 @@ Request parse(char** first, char** last)
             continue;
         }
         if (option->arguments > last - at - 1)
-            throw UsageError{std::string(word) + " lacks its value"};
+            throw UsageError{std::string(word) + " needs a value"};
         words.insert(words.end(), at, at + 1 + option->arguments);
         at += option->arguments;
     }
@@ -375,7 +375,7 @@ Request parse(char** first, char** last)
     return request;
 }
 
-// Options that mean nothing beside the others are mistakes.
+// Refuses options that have no effect in combination with the others.
 void judge_options(const Request& request)
 {
     const bool squeeze = request.raster == pages::Raster::Squeeze;
@@ -387,12 +387,12 @@ void judge_options(const Request& request)
         case Of::Any: break;
         case Of::Drawn: missing = request.draw ? nullptr : "--draw"; break;
         case Of::Tiff: missing = request.raster ? "--kind tiff" : nullptr; break;
-        case Of::PageFile: missing = request.raster ? nullptr : "a page file's --kind"; break;
+        case Of::PageFile: missing = request.raster ? nullptr : "the --kind of a page file"; break;
         case Of::Squeeze: missing = squeeze ? nullptr : "--kind squeeze"; break;
         case Of::Jbig: missing = jbig ? nullptr : "--kind jbig"; break;
         }
         if (missing != nullptr)
-            throw UsageError{std::string(option.name) + " goes with " + missing + " only"};
+            throw UsageError{std::string(option.name) + " is valid only with " + missing};
     }
 }
 
@@ -400,10 +400,10 @@ void judge_files(const Request& request)
 {
     const std::vector<std::string>& paths = request.paths;
     if (paths.empty())
-        throw UsageError{"no file to write to"};
+        throw UsageError{"no output file"};
     if (!request.draw && paths.size() == 1)
-        throw UsageError{"--draw is missing: " + listed(pages::draw_names()) +
-                         "; or a file to read, before the one to write"};
+        throw UsageError{"--draw is missing (" + listed(pages::draw_names()) +
+                         "), or an input file before the output file"};
     if (const std::size_t most = request.draw ? 1 : 2; paths.size() > most)
         throw UsageError{"one file at a time: \"" + paths[most - 1] + "\" or \"" + paths[most] + "\""};
 }
@@ -419,10 +419,10 @@ void judge_drawing(const Request& request)
         throw UsageError{"a page of that size has " + std::to_string(bytes >> 20) +
                          " MB of rows; the limit is " + std::to_string(pages::kMaxPageBytes >> 20) + " MB"};
     if (grey && request.raster)
-        throw UsageError{"only a TIFF file holds pages of 8 bits"};
+        throw UsageError{"only a TIFF file can hold a page of 8 bits per pixel"};
     if (grey && (request.compression == pages::Compression::Group3 ||
                  request.compression == pages::Compression::Group4))
-        throw UsageError{"group3 and group4 hold pages of 1 bit only"};
+        throw UsageError{"group3 and group4 can hold only pages of 1 bit per pixel"};
 }
 
 // ---- From a request to a file ----
@@ -492,7 +492,7 @@ int run(char** first, char** last)
         std::fprintf(stderr, "makepage: %s: %s\n", request.paths.back().c_str(), error.c_str());
         return kFailed;
     } catch (const UsageError& error) {
-        std::fprintf(stderr, "makepage: %s\nmakepage --help tells all options.\n", error.text.c_str());
+        std::fprintf(stderr, "makepage: %s\nmakepage --help lists all options.\n", error.text.c_str());
         return kBadUsage;
     }
 }

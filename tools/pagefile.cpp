@@ -1,4 +1,4 @@
-// The header comes from the library's own writer. The raster goes to the file in pieces of some rows.
+// The codec library writes the header. The raster is written in pieces of several rows.
 
 #include "pagefile.h"
 
@@ -20,9 +20,9 @@ namespace
 
 constexpr RasterName kRasters[] = {
     {Raster::Plain, "plain", "a page file of packed rows"},
-    {Raster::Squeeze, "squeeze", "a page file of runs told from the row above"},
-    {Raster::Group4, "group4", "a page file in the code of facsimile group 4"},
-    {Raster::Jbig, "jbig", "a page file in JBIG, its pixels coded one by one"},
+    {Raster::Squeeze, "squeeze", "a page file in the Squeeze code"},
+    {Raster::Group4, "group4", "a page file in CCITT Group 4"},
+    {Raster::Jbig, "jbig", "a page file in JBIG"},
 };
 
 int32_t compression_of(Raster raster)
@@ -41,12 +41,12 @@ bool write_bytes(FILE* file, const std::vector<uint8_t>& bytes)
     return std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
 }
 
-// piece: what of the raster is coded already.
+// piece: the part of the raster that is already coded: all of it for Group 4, else nothing.
 bool write_raster(FILE* file, const Bitmap& page, const PageFileOptions& options, std::vector<uint8_t> piece)
 {
     constexpr std::size_t kPieceBytes = 1 << 16;
     if (options.raster == Raster::Group4)
-        return write_bytes(file, piece); // which is the whole
+        return write_bytes(file, piece);
     std::optional<SqueezeEncoder> squeeze;
     std::optional<JbigEncoder> jbig;
     if (options.raster == Raster::Squeeze)

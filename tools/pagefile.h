@@ -1,6 +1,6 @@
-// Writes a page as a page file: a text header, and behind it the raster. Given a bitmap and what the header
-// should say. The rows are streamed, so that nothing as large as the page is allocated beside it; but a Group
-// 4 raster is coded whole, and a JBIG one a stripe at a time.
+// Writes a page as a page file: a text header, followed by the raster. Input: a bitmap and the values for the
+// header. Rows are streamed, so that no second copy of the page is allocated. But a Group 4 raster is coded
+// as a whole, and a JBIG raster one stripe at a time.
 #pragma once
 
 #include "jbigencode.h"
@@ -28,28 +28,28 @@ struct RasterName {
 // Every raster once, in the order of the enumeration.
 std::span<const RasterName> raster_names();
 
-// A page called "Test", number 1, of version 3, with 4096 bytes of header, made at a time that does not
-// change. Complete but for its resolutions and for what the writer fills in.
+// Returns the header of a page called "Test": number 1, version 3, 4096 bytes, a constant time. Only the
+// resolutions and the fields that write_page_file sets are missing.
 FAXHeader usual_header();
 
-// Copies a text into a field of a header. False, and no copy, where it is too long or holds a line end, which
-// would change the meaning of the lines behind it.
+// Copies a text into a field of a header. Returns false and copies nothing if the text is too long, or
+// contains a zero byte or a line end. A line end would change the meaning of the lines after it.
 bool set_text(std::span<char> field, std::string_view text);
 
 struct PageFileOptions {
     Raster raster = Raster::Squeeze;
-    RawRows raw_rows = RawRows::WhereShorter; // of a Squeeze raster
-    JbigOptions jbig;                         // of a JBIG raster
+    RawRows raw_rows = RawRows::WhereShorter; // for a Squeeze raster
+    JbigOptions jbig;                         // for a JBIG raster
 
-    // Sizes of the image and Compression are filled in from the page. A reader wants 4096 bytes in all, which
-    // a small page with a small HeaderSize does not have.
+    // write_page_file sets the sizes of the image and Compression. Readers need a file of 4096 bytes or more;
+    // a small page with a small HeaderSize results in a shorter one.
     FAXHeader header = usual_header();
 };
 
-constexpr uint32_t kMaxHeaderBytes = 1U << 24; // more is a slip of the hand
+constexpr uint32_t kMaxHeaderBytes = 1U << 24; // a larger value is a typing error
 
-// Empty when the file is written, else one line on what failed; a regular file that was begun is removed
-// then.
+// Returns an empty text if the file is written, else one line that says what failed. If a write fails, the
+// begun file is deleted if it is a regular file.
 std::string write_page_file(const std::string& path, const Bitmap& page, const PageFileOptions& options);
 
 } // namespace pages

@@ -1,5 +1,5 @@
-// TIFF through libtiff, a scanline at a time. What libtiff only warns of in a row is damage here: a page for
-// a test is what its file says, or there is none.
+// TIFF is read through libtiff, one scanline at a time. A warning of libtiff about a row counts as damage: a
+// page for a test is exactly what its file says, or it is refused.
 
 #include "pagein.h"
 
@@ -33,11 +33,11 @@ std::string judge_size(int64_t width, int64_t height)
     if (width < 1 || height < 1 || width > kMaxSide || height > kMaxSide ||
         bitmap_bytes(static_cast<int>(width), static_cast<int>(height)) > kMaxPageBytes)
         return "a page of " + std::to_string(width) + " x " + std::to_string(height) +
-               " pixels is none to be read here";
+               " pixels is not supported";
     return {};
 }
 
-// Bits behind the width are the file's own until here.
+// Clears the bits after the width, which a file may have set.
 void clear_behind_width(Bitmap& page)
 {
     if (const int in_last = page.width % 8; in_last != 0)
@@ -52,7 +52,7 @@ bool is_space(int character)
     return character == ' ' || (character >= '\t' && character <= '\r');
 }
 
-// The next character of the head, in which a comment is as good as its line end.
+// Returns the next character of the header. A comment counts as its line end.
 int head_character(FILE* file)
 {
     int next = std::fgetc(file);
@@ -62,7 +62,7 @@ int head_character(FILE* file)
     return next;
 }
 
-// The next number of the head, with the one blank behind it.
+// Returns the next number of the header. Also reads the one blank after it.
 std::optional<int> head_number(FILE* file)
 {
     int next = head_character(file);
@@ -71,7 +71,7 @@ std::optional<int> head_number(FILE* file)
     int64_t value = 0;
     int digits = 0;
     for (; next >= '0' && next <= '9'; next = head_character(file), ++digits)
-        value = std::min<int64_t>(value * 10 + (next - '0'), INT32_MAX); // far above any side that is read
+        value = std::min<int64_t>(value * 10 + (next - '0'), INT32_MAX); // far above kMaxSide
     if (digits == 0 || !is_space(next))
         return {};
     return static_cast<int>(value);
@@ -102,7 +102,7 @@ std::string read_digit_rows(FILE* file, Bitmap& page)
     return {};
 }
 
-// From behind the two letters on.
+// Reads the rest of the file after the two letters.
 std::string read_pbm(FILE* file, bool packed, Bitmap& page)
 {
     const std::optional<int> width = head_number(file);
@@ -111,7 +111,7 @@ std::string read_pbm(FILE* file, bool packed, Bitmap& page)
         return "has no PBM size";
     if (std::string error = judge_size(*width, *height); !error.empty())
         return error;
-    // A head alone is no reason to make a page of its size.
+    // Refuses before allocating: a header alone must not cause a page of its size.
     const int64_t needed = packed ? bitmap_bytes(*width, *height) : int64_t{*width} * *height;
     const long at = std::ftell(file);
     if (at >= 0 && std::fseek(file, 0, SEEK_END) == 0) {
@@ -130,7 +130,7 @@ struct TiffCloser {
     void operator()(TIFFOpenOptions* how) const { TIFFOpenOptionsFree(how); }
 };
 
-// Keeps the first message: what follows it is its consequence.
+// Keeps only the first message: the next ones are its consequences.
 int keep_message(TIFF* /*file*/, void* user, const char* /*module*/, const char* format, va_list arguments)
 {
     auto& kept = *static_cast<std::string*>(user);
@@ -173,13 +173,13 @@ std::string read_tiff(const std::string& path, PageIn& in)
     TIFFGetField(file.get(), TIFFTAG_PHOTOMETRIC, &photometric);
     if (bits != 1 || samples != 1)
         return "has " + std::to_string(int64_t{bits} * samples) +
-               " bits a pixel; only pages of 1 bit are read";
+               " bits per pixel; only pages of 1 bit are read";
     if (photometric != PHOTOMETRIC_MINISWHITE && photometric != PHOTOMETRIC_MINISBLACK)
         return "is neither black on white nor white on black";
     if (TIFFIsTiled(file.get()) != 0)
         return "is tiled; only pages in strips are read";
     if (TIFFScanlineSize64(file.get()) != (uint64_t{width} + 7) / 8)
-        return "has rows of another length than its width says";
+        return "has rows whose length does not match its width";
 
     in.page = Bitmap(static_cast<int>(width), static_cast<int>(height));
     warning.clear();

@@ -1,5 +1,5 @@
-// The kinds of pages. Each is drawn through a surface that is a bitmap or a grey map, so that a page looks
-// the same in both: a surface fills rectangles, stamps glyphs and takes pictures, and clips all three.
+// The kinds of pages. Each is drawn on a surface, which is a bitmap or a grey map, so that a page looks the
+// same in both. A surface fills rectangles, stamps glyphs and draws pictures, and clips all three.
 
 #include "pages.h"
 
@@ -20,18 +20,18 @@ namespace
 
 constexpr DrawName kDrawNames[] = {
     {Draw::Text, "text", "headings and ragged paragraphs, 10 pt"},
-    {Draw::Halftone, "halftone", "grey ramp and picture, dots at 45 degrees, 16 px a cell"},
-    {Draw::Mixed, "mixed", "upper half text, a quarter of the page picture"},
-    {Draw::Blank, "blank", "folio and crop marks only"},
+    {Draw::Halftone, "halftone", "grey ramp and picture, dots at 45 degrees, 16 px per cell"},
+    {Draw::Mixed, "mixed", "text in the upper half, a picture on a quarter of the page"},
+    {Draw::Blank, "blank", "page number and crop marks only"},
     {Draw::Line, "line", "rules of 1 and 2 px, circles, 4 pt text"},
-    {Draw::Noise, "noise", "half of all pixels, at random"},
-    {Draw::Sample, "sample", "a page to be looked at: title, prose, picture, border"},
+    {Draw::Noise, "noise", "each pixel black or white at random"},
+    {Draw::Sample, "sample", "a page to show: title, prose, picture, border"},
 };
 
 constexpr int kScreenCell = 16; // px from dot to dot
 
 struct Box {
-    int left, top, right, bottom; // px; right and bottom are the first behind it
+    int left, top, right, bottom; // px; right and bottom are exclusive
     int width() const { return right - left; }
     int height() const { return bottom - top; }
 };
@@ -54,7 +54,7 @@ public:
         value = (value ^ value >> 27) * 0x94d049bb133111ebU;
         return value ^ value >> 31;
     }
-    // from least to most, both included
+    // Returns a number from least to most, both included.
     int between(int least, int most)
     {
         return least + static_cast<int>(bits() % static_cast<uint64_t>(most - least + 1));
@@ -138,7 +138,7 @@ public:
             for (std::size_t i = 0; i < glyph.bits.row_bytes; ++i) {
                 const unsigned two = unsigned{from[i]} << (8 - shift);
                 to[i] = static_cast<uint8_t>(to[i] | two >> 8);
-                if ((two & 0xff) != 0) // only then is the next byte certain to be the row's
+                if ((two & 0xff) != 0) // otherwise the next byte may be after the end of the row
                     to[i + 1] = static_cast<uint8_t>(to[i + 1] | (two & 0xff));
             }
         }
@@ -151,7 +151,7 @@ public:
         const Box seen = intersection(box, page());
         const uint8_t* line = nullptr;
         for (int y = seen.top; y < seen.bottom && seen.width() > 0; ++y) {
-            if ((y - seen.top) % 4 == 0) // finer than any dot
+            if ((y - seen.top) % 4 == 0) // every 4th row is enough: dots are larger
                 line = enlarger.row(y - box.top) + (seen.left - box.left);
             screen.row(line, seen.left, y, seen.width(), bitmap_.row(y));
         }
@@ -200,7 +200,7 @@ public:
                 std::fill_n(map_.row(y) + box.left, box.width(), uint8_t{0});
     }
 
-    // Anti-aliased: drawn kFiner times as large, then counted.
+    // Anti-aliasing: draws the glyph kFiner times as large, then counts its pixels.
     Glyph glyph(char character, Weight weight, int64_t em_x, int64_t em_y) const override
     {
         constexpr int kFiner = 4;
@@ -263,7 +263,7 @@ struct Type {
     int size; // 1/10 pt
 };
 
-// Knows the resolutions and sets type with them; lengths are asked for in 1/10 pt and come in pixels.
+// Sets type at the page's resolutions, and converts lengths from 1/10 pt to pixels and back.
 class Setter
 {
 public:
@@ -280,7 +280,7 @@ public:
     int tenths_across(int px) const { return static_cast<int>(int64_t{px} * 720 / dpi_x_); }
     int tenths_down(int px) const { return static_cast<int>(int64_t{px} * 720 / dpi_y_); }
 
-    // The page without margins of that many 1/10 pt, or of a tenth of a small page.
+    // Returns the page without its margins. A margin is `tenths` / 10 pt, but at most a tenth of the page.
     Box within(int tenths) const
     {
         const int x = std::min(across(tenths), page().right / 10),
@@ -311,16 +311,16 @@ public:
         set(type, std::max(0, middle - static_cast<int>(width64(type, text) / 128)), baseline, text);
     }
 
-    // Words of the text in lines of that leading from box.top on, ragged on the right; the first
-    // indented_lines lines begin indent px further in. Gives the top of the line behind the last; what the
-    // box has no room for is lost.
+    // Sets the words of `text` in lines `leading` px apart, from box.top on, ragged on the right. The first
+    // indented_lines lines begin `indent` px further right. Words that do not fit into the box are dropped.
+    // Returns the top of the line after the last one.
     int paragraph(Type type, const Box& box, int leading, std::string_view text, int indent = 0,
                   int indented_lines = 0)
     {
         return paragraph_part(type, box, leading, text, indent, indented_lines);
     }
 
-    // The same, and leaves in text what the box has no room for.
+    // The same, but leaves in `text` the words that do not fit.
     int paragraph_part(Type type, const Box& box, int leading, std::string_view& text, int indent,
                        int indented_lines)
     {
@@ -330,7 +330,7 @@ public:
             const int left = box.left + (line < indented_lines ? indent : 0);
             const int64_t room = int64_t{box.right - left} * 64;
             int64_t used = 0;
-            std::size_t taken = 0; // whole words that fit, at least one
+            std::size_t taken = 0; // bytes of the whole words that fit, at least one word
             for (std::size_t at = 0; at < text.size();) {
                 const std::size_t end = std::min(text.find(' ', at), text.size());
                 used += width64(type, text.substr(at, end - at));
@@ -418,7 +418,7 @@ std::string random_paragraph(Random& random)
     return paragraph;
 }
 
-// Headings and paragraphs down to the end of the box.
+// Sets headings and paragraphs down to the end of the box.
 void flow_text(Setter& setter, Box box, int size, Random& random)
 {
     const Type body{Weight::Regular, size}, heading{Weight::Bold, size * 14 / 10};
@@ -442,7 +442,7 @@ void folio(Setter& setter, Random& random)
                        "- " + std::to_string(random.between(1, 400)) + " -");
 }
 
-// A scene no larger than it needs to be: enlargement is much cheaper than drawing.
+// Draws the scene at most kMostWidth px wide, then enlarges it: enlarging is much cheaper than drawing.
 void landscape_in(Setter& setter, const Box& box, int cell)
 {
     constexpr int kMostWidth = 1024;
@@ -548,7 +548,7 @@ void draw_line(Setter& setter, Random& random)
     const Box area = setter.within(360);
     frame(surface, area, 2, 2);
 
-    // A table whose cells hold small print, in the upper half.
+    // Upper half: a table with small print in its cells.
     const int middle = area.top + area.height() / 2;
     const int row_step = setter.down(240), column_step = std::max(8, setter.across(720));
     const Type small{Weight::Regular, 40};
@@ -567,7 +567,7 @@ void draw_line(Setter& setter, Random& random)
     for (int x = area.left; x < area.right; x += column_step, ++columns)
         surface.fill({x, area.top, x + 1 + columns % 2, middle});
 
-    // Circles within one another, on a fine grid, in the lower half.
+    // Lower half: concentric circles on a fine grid.
     const int grid_x = std::max(8, setter.across(360)), grid_y = std::max(8, setter.down(360));
     for (int y = middle + grid_y; y < area.bottom; y += grid_y)
         surface.fill({area.left, y, area.right, y + 1});
@@ -581,7 +581,7 @@ void draw_line(Setter& setter, Random& random)
 }
 
 struct Passage {
-    std::string_view heading; // none if empty
+    std::string_view heading; // empty: no heading
     std::string_view text;
 };
 constexpr Passage kProse[] = {
@@ -629,12 +629,12 @@ constexpr Passage kProse[] = {
          "black, and no step is seen on the way from one to the other, the page may go to press."},
 };
 
-// Everything follows the width of the page, so that the page looks the same at any resolution.
+// All lengths are proportional to the width of the page, so that it looks the same at any resolution.
 void draw_sample(Setter& setter)
 {
     Surface& surface = setter.surface();
     const Box page = setter.page();
-    // 1/10 pt in a hundredth of the width, or less on a page that is wider than 5 to 7.
+    // A hundredth of the width, in 1/10 pt. Less if the page is wider than 5 : 7, and at least 4.
     const int unit = std::max(
         4, std::min(setter.tenths_across(page.right), setter.tenths_down(page.bottom) / 7 * 5) / 100);
     const auto x = [&](int hundredths) { return setter.across(unit * hundredths / 100); };
@@ -656,7 +656,7 @@ void draw_sample(Setter& setter)
     surface.fill({area.left + column_width + gutter / 2, top,
                   area.left + column_width + gutter / 2 + std::max(1, x(5)), strip_top - y(200)});
 
-    // Two columns; the picture stands in the first, below the opening words.
+    // Two columns. The picture is in the first one, below the opening passage.
     const Type body{Weight::Regular, unit * 185 / 100}, heading{Weight::Bold, unit * 22 / 10};
     const Type caption{Weight::Regular, unit * 14 / 10}, initial{Weight::Bold, unit * 92 / 10};
     const int leading = setter.down(unit * 245 / 100);
@@ -699,7 +699,7 @@ void draw_sample(Setter& setter)
         }
     }
 
-    // Circles within one another fill what the second column has left.
+    // Concentric circles fill the rest of the second column.
     const Box figure{column.left, column.top + leading, column.right, column.bottom};
     if (second_column && figure.height() > 6 * leading) {
         frame(surface, figure, std::max(1, x(8)), std::max(1, y(8)));

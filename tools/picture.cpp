@@ -1,6 +1,6 @@
-// The landscape is made of layers of lattice noise, in whole numbers: heights and places are in units of
-// 1/4096 of the picture's height. Enlargement and screen run over every pixel of a page and do a few
-// additions for each.
+// The landscape consists of layers of lattice noise in integers. Heights and positions are in units of 1/4096
+// of the picture's height. The enlarger and the screen handle every pixel of a page, with a few operations
+// for each.
 
 #include "picture.h"
 
@@ -14,7 +14,7 @@ namespace
 {
 
 constexpr int kHigh = 4096;  // units from top to bottom
-constexpr int kShore = 2650; // where the lake begins
+constexpr int kShore = 2650; // top of the lake
 constexpr int kSunX = 2300, kSunY = 800, kSunRadius = 260;
 
 uint32_t scramble(uint32_t value)
@@ -33,13 +33,13 @@ int lattice(uint32_t salt, int x, int y)
                             255);
 }
 
-// 0 to 256, with level ends
+// Maps 0 to 256 smoothly to 0 to 256, with a slope of 0 at both ends.
 int ease(int fraction)
 {
     return fraction * fraction * (768 - 2 * fraction) >> 16;
 }
 
-// Smooth noise of 0 to 255; places in 1/256 of a lattice step.
+// Smooth noise from 0 to 255. Positions are in 1/256 of a lattice step.
 int noise(uint32_t salt, int x, int y = 0)
 {
     const int cx = x >> 8, cy = y >> 8, fx = ease(x & 255), fy = ease(y & 255);
@@ -50,7 +50,7 @@ int noise(uint32_t salt, int x, int y = 0)
     return (above * (256 - fy) + below * fy) >> 16;
 }
 
-// Noise with ever smaller detail, about 0 to 510.
+// Sum of octaves of noise, each with half the size and half the weight of the one before. About 0 to 510.
 int rough(uint32_t salt, int octaves, int x, int y = 0)
 {
     int sum = 0;
@@ -62,9 +62,9 @@ int rough(uint32_t salt, int octaves, int x, int y = 0)
 struct Range {
     uint32_t salt;
     int foot, rise; // units: the ridge runs between foot and foot - rise
-    int stretch;    // units a lattice step
+    int stretch;    // units per lattice step
     int octaves;
-    int tone, relief; // its grey, and how much light and shade differ from it
+    int tone, relief; // grey value, and the largest difference of light and shade from it
 };
 constexpr Range kRanges[] = {
     {11, 2350, 1650, 1100, 6, 165, 75}, // farthest first
@@ -77,7 +77,7 @@ int ridge(const Range& range, int x)
     return range.foot - rough(range.salt, range.octaves, x * 256 / range.stretch) * range.rise / 510;
 }
 
-// Light on a mountain side, the sun on the right: how fast a rough ground rises against it.
+// Returns the light on a mountain side: how fast the rough ground rises to the right and down.
 int relief(const Range& range, int x, int y)
 {
     const auto ground = [&](int gx, int gy) {
@@ -96,10 +96,10 @@ int sky(int x, int y)
     return std::min(248, 110 + y * 70 / kShore + static_cast<int>(glow) + cloud / 3);
 }
 
-// Where the ranges begin in each column of a picture: that is the same for all its rows.
+// The tops of the ranges in each column of a picture, computed once for all rows.
 struct Columns {
-    std::vector<std::array<int, std::size(kRanges)>> tops;
-    int height; // px of the picture
+    std::vector<std::array<int, std::size(kRanges)>> tops; // units, one entry per column
+    int height;                                            // px of the picture
 
     int x(int column) const { return static_cast<int>(int64_t{column} * kHigh / height); }
     const std::array<int, std::size(kRanges)>& at(int x) const
@@ -118,7 +118,7 @@ int land_and_sky(const Columns& columns, int x, int y)
         if (y < tops[i])
             continue;
         const int haze = (y - tops[i]) * 50 / std::max(1, range.foot - tops[i] + 200);
-        // Ravines run down from the dips of the ridge, and wander.
+        // Ravines run down from the dips of the ridge and meander.
         const int wander =
             (rough(range.salt + 95, 3, x * 256 / 900, y * 256 / 500) - 220) * (y - tops[i]) / 500;
         const int slope = columns.at(x + wander + 30)[i] - columns.at(x + wander - 30)[i];
@@ -128,7 +128,8 @@ int land_and_sky(const Columns& columns, int x, int y)
     return sky(x, y);
 }
 
-// Firs on the near bank; they stand in a row, each as wide as its number says.
+// Returns whether a point is on the near bank or in one of its firs. The firs stand in a row. Position and
+// height of each depend on its number.
 bool near_bank(int x, int y)
 {
     const int bank = 3560 + x / 7 - rough(51, 5, x / 3) / 3;
@@ -143,7 +144,7 @@ bool near_bank(int x, int y)
         const int tip = 3640 + trunk / 7 - tall, down = y - tip;
         if (down < 0)
             continue;
-        const int branch = down % 110; // a layer of branches
+        const int branch = down % 110; // units from the top of a layer of branches
         const int reach = 10 + down / 6 - (110 - branch) * (40 + down / 8) / 400;
         if (std::abs(x - trunk) < reach + noise(63, x * 12, y * 9) / 16)
             return true;
@@ -218,8 +219,8 @@ const uint8_t* Enlarger::row(int y)
 
 Screen::Screen(int cell)
 {
-    // From dot to dot a row and a column both move on by cell / sqrt(2), so one pixel along x + y or x - y is
-    // 2^32 / (cell * sqrt(2)) of phase. By bisection, to the last bit.
+    // From one dot to the next x and y both change by cell / sqrt(2). So one pixel along x + y or x - y is a
+    // phase of 2^32 / (cell * sqrt(2)). The loop computes this root bit by bit.
     const uint64_t wanted = (uint64_t{1} << 63) / (static_cast<uint64_t>(cell) * static_cast<uint64_t>(cell));
     uint64_t root = 0;
     for (uint64_t bit = uint64_t{1} << 31; bit != 0; bit >>= 1)
@@ -227,8 +228,8 @@ Screen::Screen(int cell)
             root += bit;
     step_ = static_cast<uint32_t>(root);
 
-    // The hill of a dot is the sum of two waves. Its heights are ranked, so that tones come out evenly
-    // spread.
+    // The heights of a dot are the sum of two waves. A threshold is the rank of a height, so that the tones
+    // are spread evenly.
     std::vector<int> ranked(threshold_.size());
     std::array<int, kPhases> wave{};
     for (int i = 0; i < kPhases; ++i) {

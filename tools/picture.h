@@ -1,5 +1,5 @@
-// Pictures for the test pages: a landscape and a grey ramp as small grey maps, their enlargement row by row,
-// and the screen that turns tones into dots.
+// Pictures for the test pages: a landscape and a grey ramp as small grey maps, an enlarger that works row by
+// row, and the screen that turns tones into dots.
 #pragma once
 
 #include "pages.h"
@@ -9,36 +9,36 @@
 namespace pages
 {
 
-// Sky, sun, mountains, a lake and trees; 0 is black. The same picture at every size.
+// Draws sky, sun, mountains, a lake and trees. The picture is the same at every size.
 GreyMap landscape(int width, int height);
 
-// Two pixels: white on the left, black on the right.
+// Returns two pixels: white on the left, black on the right.
 GreyMap grey_ramp();
 
-// Enlarges a grey map, row by row, with straight lines between its pixels.
+// Enlarges a grey map row by row, with linear interpolation.
 class Enlarger
 {
 public:
     Enlarger(const GreyMap& picture, int width, int height);
 
-    // Row y of the enlarged picture, width bytes, valid until the next call.
+    // Returns row y of the enlarged picture, `width` bytes, valid until the next call.
     const uint8_t* row(int y);
 
 private:
     const GreyMap& picture_;
     int width_, height_;
-    std::vector<int32_t> line_; // one row of the picture, 8 bits of fraction
+    std::vector<int32_t> line_; // row of the picture, interpolated between two rows; 8 bits of fraction
     std::vector<uint8_t> tones_;
 };
 
-// Clustered dots on a lattice at 45 degrees, cell px from dot to dot. A tone of t blackens 255 - t of 255
-// parts.
+// Halftone screen: clustered dots on a lattice at 45 degrees, `cell` px from dot to dot. A tone of t blackens
+// (255 - t) / 255 of the area.
 class Screen
 {
 public:
     explicit Screen(int cell);
 
-    // Blackens pixels x to x + width of a packed row, according to width tones.
+    // Screens `width` tones into the packed row `bits`, from pixel x on. y is the row of the page.
     void row(const uint8_t* tones, int x, int y, int width, uint8_t* bits) const;
 
 private:
@@ -46,7 +46,7 @@ private:
     static constexpr int kPhases = 1 << kPhaseBits;
 
     uint32_t step_;                                                   // phase of one pixel; a cell is 2^32
-    std::array<uint8_t, std::size_t{kPhases} * kPhases> threshold_{}; // a pixel whose tone is below is black
+    std::array<uint8_t, std::size_t{kPhases} * kPhases> threshold_{}; // a pixel with a lower tone is black
 };
 
 } // namespace pages

@@ -1,9 +1,9 @@
-// A row is told by vertical codes (this change lies within three pixels of that one of the row above) and by
-// add codes (two runs, measured from the last change). A vertical code steps one entry along the row above.
-// An add code steps there in twos up to the first change that is not three pixels or more to the left. So a
-// row above with more changes is caught up with by add codes only, and taking every vertical code that is
-// legal can cost more than it saves: where a choice is close, both ways are followed over the next few
-// changes.
+// A row consists of vertical codes and add codes. A vertical code says that a change is within three pixels
+// of a change in the row above. It moves one entry along the row above. An add code holds two runs, measured
+// from the last change. It moves along the row above in steps of two entries, past all changes that are three
+// pixels or more to the left of its end. So only add codes catch up with a row above that has more changes,
+// and always taking a vertical code can cost more than it saves. If a choice is close, the encoder compares
+// both variants over the next few changes.
 
 #include "sqzencode.h"
 
@@ -19,27 +19,27 @@ namespace
 {
 
 constexpr int kMostOffset = 3;
-constexpr int kTablesSwitch = 3;        // add codes in sequence from the first table
+constexpr int kTablesSwitch = 3;        // add codes in sequence that use the first table
 constexpr int32_t kFar = INT32_MAX / 2; // no row is that long
-constexpr int kPadding = 4;             // entries of kFar; the two that are looked at, and two to spare
-constexpr int kCodedClosing = 4;        // copies of the length behind a coded row, as far as there is room
-constexpr int kRawClosing = 3;          // behind a raw one, and behind the white row above the first
-constexpr int kBesides = 5;             // a list has room for the row's pixels and as many entries more
-// Changes that a choice looks at. On a page of noise, where row after row ends raw, a long look is wasted:
-// the short one is twice as fast there.
+constexpr int kPadding = 4;             // entries of kFar: two that are read, and two spare ones
+constexpr int kCodedClosing = 4;        // copies of the length after a coded row, if there is room
+constexpr int kRawClosing = 3;          // copies after a raw row, and after the white row above the first
+constexpr int kBesides = 5;             // entries that a list has in addition to one per pixel
+// Changes that a choice looks ahead. On a page of noise nearly all rows are raw, and a long look ahead is
+// wasted: the short one is twice as fast there.
 constexpr int kAhead = 5, kAheadAfterRaw = 2;
 constexpr uint8_t kRawMark = 0x80;
 
 struct Code {
     uint8_t bits, length;
 };
-// Of offsets -3 to +3, in the first and the second table.
+// Codes of the offsets -3 to +3, in the first and the second table.
 constexpr Code kVertical[2][2 * kMostOffset + 1] = {
     {{0x1e, 7}, {0x0, 4}, {0x2, 3}, {0x1, 1}, {0x3, 3}, {0x1, 4}, {0x1f, 7}},
     {{0x12, 5}, {0x10, 5}, {0xa, 4}, {0x3, 2}, {0xb, 4}, {0x11, 5}, {0x13, 5}}};
 
-// First runs of 1 up to one less than the base have consecutive codes, and the base itself, which an
-// extension number follows, the next.
+// First runs of 1 to base - 1 have consecutive codes. The next code means base or more, and a number follows
+// that is added to base.
 struct AddCodes {
     uint8_t first, length;
     int32_t base;
@@ -69,7 +69,8 @@ SqueezeEncoder::SqueezeEncoder(std::size_t row_bytes, RawRows raw_rows)
     const auto entries = static_cast<std::size_t>(m_length) + kBesides + kPadding;
     m_row.at.resize(entries);
     m_above.at.resize(entries);
-    // A change takes 7 bits at most and is a pixel at least from the one before; the store is in whole words.
+    // One byte per pixel is enough: changes are at least one pixel apart, and each takes at most 7 bits. The
+    // additional words are needed because `put` stores whole words.
     m_coded.resize(static_cast<std::size_t>(m_length) + 2 * sizeof(uint64_t));
     close(m_above, kRawClosing);
     m_ahead = kAhead;
@@ -79,7 +80,7 @@ void SqueezeEncoder::find_changes(const uint8_t* row)
 {
     int32_t* out = m_row.at.data();
     *out++ = 0;
-    uint64_t before = 0; // the last pixel
+    uint64_t before = 0; // last pixel of the word before
     for (std::size_t at = 0; at < m_row_bytes; at += sizeof(uint64_t)) {
         const std::size_t bytes = std::min(sizeof(uint64_t), m_row_bytes - at);
         uint64_t word = 0;
@@ -93,7 +94,7 @@ void SqueezeEncoder::find_changes(const uint8_t* row)
             changes &= ~(uint64_t{1} << 63 >> in_word);
         }
         if (bytes < sizeof(uint64_t) && out[-1] == m_length)
-            --out; // where the row ends in black, the filling behind it changes to white
+            --out; // if the row ends in black, the white fill after it is no change
     }
     m_row.changes = static_cast<int>(out - m_row.at.data()) - 1;
 }
@@ -120,7 +121,7 @@ void SqueezeEncoder::put(uint32_t bits, int length)
         m_coded[m_coded_bytes++] = static_cast<uint8_t>(word >> shift);
 }
 
-// Three bits a group, the lowest first, and behind them whether it is the last.
+// Writes groups of three bits, the lowest first. After each group one bit says whether it is the last.
 void SqueezeEncoder::put_number(uint32_t value)
 {
     while (value > 7) {
@@ -187,10 +188,10 @@ void SqueezeEncoder::put_add(const Place& place)
         put_number(static_cast<uint32_t>(second_run - kLongSecondRun));
 }
 
-// Bits from here until `goal` entries are written, by the better way at each code.
+// Returns the bits from here until `goal` entries are written, with the cheaper code at each step.
 int SqueezeEncoder::bits_to(const Place& place, int goal) const
 {
-    constexpr int kWorthOfOneMore = 3; // an add code may write one entry more than was asked for
+    constexpr int kWorthOfOneMore = 3; // bits; an add code may write one entry more than requested
     if (place.written >= goal)
         return place.written > goal ? -kWorthOfOneMore : 0;
     const int by_add = add_bits(place) + bits_to(after_add(place), goal);
@@ -200,7 +201,7 @@ int SqueezeEncoder::bits_to(const Place& place, int goal) const
     return std::min(by_add, own + bits_to(after_vertical(place), goal));
 }
 
-// Of a place where a vertical code reaches: whether it is to be preferred.
+// Returns whether a vertical code is better than an add code. Call it only if a vertical code reaches.
 bool SqueezeEncoder::take_vertical(const Place& place) const
 {
     const Place next = after_vertical(place);
@@ -213,7 +214,7 @@ bool SqueezeEncoder::take_vertical(const Place& place) const
     return own + bits_to(next, goal) <= add_bits(place) + bits_to(after_add(place), goal);
 }
 
-// The row as codes in m_coded. Returns their bytes, or those so far where a raw row is shorter already.
+// Codes the row into m_coded. Returns its bytes, or the bytes so far if a raw row is already shorter.
 std::size_t SqueezeEncoder::code_row()
 {
     m_coded_bytes = 0;
@@ -243,7 +244,7 @@ std::size_t SqueezeEncoder::code_row()
 void SqueezeEncoder::add_row(const uint8_t* row, std::vector<uint8_t>& stream)
 {
     find_changes(row);
-    close(m_row, 2); // the end of the row, once as a change and once behind it
+    close(m_row, 2); // the row's length twice: as the last change, and once after it
     const std::size_t raw_bytes = 1 + m_row_bytes;
     const bool raw =
         m_raw_rows == RawRows::Always || (code_row() > raw_bytes && m_raw_rows == RawRows::WhereShorter);
@@ -254,7 +255,7 @@ void SqueezeEncoder::add_row(const uint8_t* row, std::vector<uint8_t>& stream)
         stream.insert(stream.end(), m_coded.begin(),
                       m_coded.begin() + static_cast<std::ptrdiff_t>(m_coded_bytes));
     }
-    // A coded row ends with a change at its length, which stays before the copies.
+    // A coded row has one copy more: its last change is at its length.
     close(m_row, raw ? kRawClosing : 1 + kCodedClosing);
     std::swap(m_row, m_above);
     m_ahead = raw ? kAheadAfterRaw : kAhead;

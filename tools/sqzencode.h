@@ -1,5 +1,5 @@
-// Squeeze encoder: a two-dimensional run code of 1-bit rows. Given packed rows from the top; hands on the
-// stream, which carries neither size nor end mark: who reads it must know the width and the number of rows.
+// Squeeze encoder: a two-dimensional run code for 1-bit rows. Input: packed rows from the top. Output: a
+// stream without sizes and without an end mark. Its reader must know the width and the number of rows.
 #pragma once
 
 #include "pages.h"
@@ -19,22 +19,23 @@ public:
     // row_bytes: 1 to 2^27, so that positions fit 32 bits.
     explicit SqueezeEncoder(std::size_t row_bytes, RawRows raw_rows = RawRows::WhereShorter);
 
-    // Codes the next row, of row_bytes, and appends its bytes, which are whole. What lies behind the width is
-    // coded like the rest. Good, not the shortest: it looks a few transitions ahead.
+    // Codes the next row, of row_bytes bytes, and appends the code, which is a whole number of bytes. Bits
+    // after the width are coded like the others. The code is not the shortest possible, because the encoder
+    // looks only a few changes ahead.
     void add_row(const uint8_t* row, std::vector<uint8_t>& stream);
 
 private:
-    // A row as positions where the colour changes: a head of 0, the changes, `closing` times the row's length
-    // and then kFar, which no code reaches.
+    // A row as a list of positions: a head of 0, the changes of colour, `closing` copies of the row's length,
+    // and kFar, which no code reaches.
     struct Row {
         std::vector<int32_t> at;
         int changes = 0;
     };
-    // Where a row's coding stands.
+    // State of the coder within a row.
     struct Place {
-        int written; // entries of the row, without its head
-        int above;   // the entry of the row above that the last code stands at
-        int adds;    // add codes since the last vertical one, up to 3: from there the second table
+        int written; // entries of the row that are coded, without its head
+        int above;   // index of the entry of the row above that the last code has reached
+        int adds;    // add codes since the last vertical code, up to 3; 3 selects the second table
     };
 
     void find_changes(const uint8_t* row);
@@ -64,11 +65,11 @@ private:
     int32_t m_length; // px
     RawRows m_raw_rows;
     Row m_row, m_above;
-    int m_ahead; // changes of the next row that a choice looks at
+    int m_ahead; // changes that a choice in the next row looks ahead
 
-    std::vector<uint8_t> m_coded; // a row at a time
+    std::vector<uint8_t> m_coded; // code of one row
     std::size_t m_coded_bytes = 0;
-    uint64_t m_pending = 0; // bits that are not in m_coded yet, the last one lowest
+    uint64_t m_pending = 0; // bits that are not in m_coded yet, the latest one lowest
     int m_pending_bits = 0;
 };
 

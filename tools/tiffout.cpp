@@ -1,5 +1,5 @@
-// Through libtiff, a scanline at a time. A file that could not be written whole is taken away again. A stream
-// without a file is the only strip of a file in memory.
+// Writes through libtiff, one scanline at a time. A file that could not be written whole is deleted. A Group
+// 4 stream is the only strip of a TIFF file in memory.
 
 #include "tiffout.h"
 
@@ -37,7 +37,7 @@ uint16_t tag_value(Compression compression)
     return COMPRESSION_NONE;
 }
 
-// Keeps the first message: what follows it is its consequence.
+// Keeps only the first message: the next ones are its consequences.
 int keep_error(TIFF* /*file*/, void* user, const char* /*module*/, const char* format, va_list arguments)
 {
     auto& kept = *static_cast<std::string*>(user);
@@ -51,13 +51,13 @@ int keep_error(TIFF* /*file*/, void* user, const char* /*module*/, const char* f
 
 struct Rows {
     int width, height;
-    int bits; // a pixel
+    int bits; // per pixel
     std::size_t row_bytes;
     const uint8_t* first;
     bool invert; // the file's values are the complement of the page's
 };
 
-// What the file needs before its first row.
+// Sets all that the file needs before its first row.
 bool set_tags(TIFF* file, const Rows& page, const TiffOptions& options)
 {
     const auto height = static_cast<uint32_t>(page.height);
@@ -81,14 +81,14 @@ bool set_tags(TIFF* file, const Rows& page, const TiffOptions& options)
     if (options.directory_first) // without offsets and byte counts, which are filled in at the end
         good = good && TIFFDeferStrileArrayWriting(file) == 1 && TIFFWriteCheck(file, 0, "page") == 1 &&
                TIFFWriteDirectory(file) == 1 && TIFFSetDirectory(file, 0) == 1;
-    // libtiff would ask for a buffer of a whole strip.
+    // Otherwise libtiff would allocate a buffer for a whole strip.
     constexpr tmsize_t kBufferBytes = 1 << 16;
     return good && TIFFWriteBufferSetup(file, nullptr, kBufferBytes) == 1;
 }
 
 bool write_rows(TIFF* file, const Rows& page)
 {
-    std::vector<uint8_t> line(page.row_bytes); // libtiff takes no constant rows
+    std::vector<uint8_t> line(page.row_bytes); // libtiff takes no const rows
     const int in_last = page.width % 8;
     const auto last_mask = static_cast<uint8_t>(page.bits == 1 && in_last != 0 ? 0xff00 >> in_last : 0xff);
     for (int y = 0; y < page.height; ++y) {
@@ -107,7 +107,7 @@ bool write_rows(TIFF* file, const Rows& page)
 
 using OpenOptions = std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)>;
 
-// What libtiff says goes to `error`, the first message only.
+// Returns options with which libtiff stores its first error message in `error`. Warnings are ignored.
 OpenOptions options_with(std::string& error)
 {
     OpenOptions how(TIFFOpenOptionsAlloc(), &TIFFOpenOptionsFree);
@@ -121,9 +121,9 @@ std::string write_rows_to(const std::string& path, const Rows& page, const TiffO
 {
     if (page.bits != 1 &&
         (options.compression == Compression::Group3 || options.compression == Compression::Group4))
-        return "Group 3 and Group 4 hold pages of 1 bit only";
+        return "Group 3 and Group 4 can hold only pages of 1 bit per pixel";
     if (TIFFIsCODECConfigured(tag_value(options.compression)) != 1)
-        return "this libtiff was built without the compression";
+        return "this libtiff was built without that compression";
 
     std::string error;
     const OpenOptions how = options_with(error);
@@ -139,7 +139,7 @@ std::string write_rows_to(const std::string& path, const Rows& page, const TiffO
     return error.empty() ? "cannot be written" : error;
 }
 
-// A file in memory, as libtiff wants one.
+// A file in memory, with the functions that libtiff calls.
 struct MemoryFile {
     std::vector<uint8_t> bytes;
     std::size_t at = 0;
@@ -163,7 +163,7 @@ struct MemoryFile {
         const std::size_t end = file.at + static_cast<std::size_t>(count);
         try {
             file.bytes.resize(std::max(file.bytes.size(), end));
-        } catch (const std::exception&) { // must not pass through the library
+        } catch (const std::exception&) { // must not pass through libtiff
             return -1;
         }
         std::copy_n(static_cast<const uint8_t*>(from), count,

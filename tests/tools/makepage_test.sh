@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The command line of makepage, given as the argument: what it writes, and how it ends.
+# makepage_test.sh MAKEPAGE: tests the files, the messages and the exit status of that program.
 set -euo pipefail
 
 makepage=$1
@@ -14,7 +14,8 @@ fail()
   failures=$((failures + 1))
 }
 
-# ends STATUS WORDS ARGUMENT...: it ends so, with one line that has the words, and leaves no file out.*
+# ends STATUS TEXT ARGUMENT...: the program ends with that status and a message that contains the text, and leaves
+# no file out.*
 ends()
 {
   local status=0
@@ -46,7 +47,7 @@ same wanted got
 same drawn.plain pbm.plain
 "$makepage" --raw-rows always --kind squeeze page.pbm raw.fax
 (($(stat -c %s raw.fax) == 4096 + 250 * (1 + 42))) || fail "raw rows of $(stat -c %s raw.fax) bytes"
-# stripe L0 LAST-BYTE ARGUMENT...: stripes of so many rows, and the last one's marker.
+# stripe L0 LAST-BYTE ARGUMENT...: the header has L0 rows per stripe, and the last byte is that of a marker.
 stripe()
 {
   "$makepage" --kind jbig "${@:3}" page.pbm stripes.fax
@@ -60,22 +61,22 @@ stripe 1 2 --stripe 1
 stripe 40 3 --stripe 40 --reset
 "$makepage" page.pbm again.tif
 "$makepage" --dpi 300 again.tif --kind plain "${job[@]}" --multiplier 4 again.plain
-cmp <(tail -c +5001 drawn.plain) <(tail -c +5001 again.plain) || fail "a TIFF file from a PBM file"
+cmp <(tail -c +5001 drawn.plain) <(tail -c +5001 again.plain) || fail "the page differs after PBM and TIFF"
 
-ends 2 "no file to write to"
+ends 2 "no output file"
 ends 2 "--draw is missing" out.tif
 ends 2 "one file at a time" "${draw[@]}" out.tif out.2
 ends 2 "--width and --height" --draw text out.tif
-ends 2 'does not know "tif"' --kind tif "${draw[@]}" out.tif
+ends 2 'does not accept "tif"' --kind tif "${draw[@]}" out.tif
 ends 2 "unknown option" "${draw[@]}" --frob 1 out.tif
 ends 2 "unknown option" "${draw[@]}" "" out.tif
-ends 2 "lacks its value" "${draw[@]}" out.tif --job
-ends 2 "--job goes with" "${draw[@]}" --job x out.tif
-ends 2 "--name goes with" --name x --kind plain page.pbm out.fax
-ends 2 "--width goes with" --width 5 --kind plain page.pbm out.fax
-ends 2 "--raw-rows goes with" --raw-rows never --kind plain page.pbm out.fax
-ends 2 "--stripe goes with" --stripe 128 --kind group4 page.pbm out.fax
-ends 2 "--reset goes with" --reset page.pbm out.tif
+ends 2 "needs a value" "${draw[@]}" out.tif --job
+ends 2 "--job is valid only with" "${draw[@]}" --job x out.tif
+ends 2 "--name is valid only with" --name x --kind plain page.pbm out.fax
+ends 2 "--width is valid only with" --width 5 --kind plain page.pbm out.fax
+ends 2 "--raw-rows is valid only with" --raw-rows never --kind plain page.pbm out.fax
+ends 2 "--stripe is valid only with" --stripe 128 --kind group4 page.pbm out.fax
+ends 2 "--reset is valid only with" --reset page.pbm out.tif
 ends 2 "a number from 1" --kind jbig --stripe 0 page.pbm out.fax
 ends 2 "only a TIFF file" "${draw[@]}" --bits 8 --kind squeeze out.fax
 ends 2 "at most 31 bytes" "${draw[@]}" --kind squeeze --job 12345678901234567890123456789012 out.fax
@@ -87,6 +88,6 @@ ends 2 "64 destinations" "${draw[@]}" --kind squeeze "${destinations[@]}" out.fa
 ends 1 "none.tif: No such file" --kind plain none.tif out.fax
 ends 1 "neither TIFF nor PBM" --kind plain drawn.plain out.fax
 ends 1 "Header is too large" --kind plain --header-size 99 page.pbm out.fax
-"$makepage" --frob --help | grep -q -e "--raw-rows" || fail "no help"
+"$makepage" --frob --help | grep -q -e "--raw-rows" || fail "--help does not list --raw-rows"
 
 ((failures == 0))

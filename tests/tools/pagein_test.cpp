@@ -1,4 +1,4 @@
-// Pages read from files: as they were written, and one line of words for whatever is not a page.
+// Reading pages from files: a page is read as it was written, and any other file is refused with one line.
 
 #include "pagein.h"
 #include "tests/support/hostile_tiff.h"
@@ -16,7 +16,7 @@ namespace
 
 using namespace std::string_literals;
 
-TEST(PageIn, TiffComesBackAsWritten)
+TEST(PageIn, TiffIsReadAsWritten)
 {
     const ScratchDirectory scratch;
     const std::string path = scratch.File("page.tif");
@@ -47,7 +47,8 @@ TEST(PageIn, TiffThatIsNoPageIsRefused)
         const char* words;
     };
     const Case kCases[] = {
-        {"8 bits", [](HostileTiff& t) { t.Set(tag::kBits, HostileTiff::kShort, {8}); }, "has 8 bits a pixel"},
+        {"8 bits", [](HostileTiff& t) { t.Set(tag::kBits, HostileTiff::kShort, {8}); },
+         "has 8 bits per pixel"},
         {"65535 samples of 65535 bits",
          [](HostileTiff& t) {
              t.Set(tag::kBits, HostileTiff::kShort, {65535});
@@ -55,18 +56,18 @@ TEST(PageIn, TiffThatIsNoPageIsRefused)
          },
          ""},
         {"three colours", [](HostileTiff& t) { t.Set(tag::kSamples, HostileTiff::kShort, {3}); },
-         "has 3 bits a pixel"},
+         "has 3 bits per pixel"},
         {"a mask", [](HostileTiff& t) { t.Set(tag::kPhotometric, HostileTiff::kShort, {4}); }, "neither"},
         {"no width", [](HostileTiff& t) { t.SetLong(tag::kWidth, 0); }, ""},
         {"no height", [](HostileTiff& t) { t.SetLong(tag::kHeight, 0); }, ""},
-        {"too high", [](HostileTiff& t) { t.SetLong(tag::kHeight, 2'000'000); }, "none to be read"},
+        {"too high", [](HostileTiff& t) { t.SetLong(tag::kHeight, 2'000'000); }, "not supported"},
         {"too large",
          [](HostileTiff& t) {
              t.SetLong(tag::kWidth, 1'000'000);
              t.SetLong(tag::kHeight, 1'000'000);
          },
-         "none to be read"},
-        {"rows that are not there", [](HostileTiff& t) { t.SetLong(tag::kHeight, 4000); }, "row "},
+         "not supported"},
+        {"missing rows", [](HostileTiff& t) { t.SetLong(tag::kHeight, 4000); }, "row "},
         {"tiles",
          [](HostileTiff& t) {
              t.SetLong(tag::kTileWidth, 16);
@@ -88,7 +89,7 @@ TEST(PageIn, TiffThatIsNoPageIsRefused)
         EXPECT_EQ(error.find('\n'), std::string::npos) << error;
         EXPECT_TRUE(in.page.rows.empty());
     }
-    // A dot a centimetre.
+    // Resolutions in dots per centimetre: 400 / 1 across, 0 / 1 down.
     HostileTiff metric(100, 40, 8);
     metric.Set(tag::kXResolution, HostileTiff::kRational, {400, 1});
     metric.Set(tag::kYResolution, HostileTiff::kRational, {0, 1});
@@ -99,8 +100,9 @@ TEST(PageIn, TiffThatIsNoPageIsRefused)
     EXPECT_EQ(in.dpi_y, 0);
 }
 
-// Each cut loses rows or tags; each byte set to two other values gives a page or words.
-TEST(PageIn, AnyDamageOfATiffIsAPageOrWords)
+// A file that is cut off anywhere has lost rows or tags and is refused. A file with any byte set to 0 or 0xff
+// is read as a page, or it is refused.
+TEST(PageIn, ReadsOrRefusesADamagedTiff)
 {
     const ScratchDirectory scratch;
     pages::PageIn in;
@@ -125,15 +127,15 @@ TEST(PageIn, AnyDamageOfATiffIsAPageOrWords)
         }
 }
 
-TEST(PageIn, ReadsPbmAndRefusesWhatIsNone)
+TEST(PageIn, ReadsPbmAndRefusesInvalidFiles)
 {
     const ScratchDirectory scratch;
     struct Case {
         std::string bytes;
-        const char* words; // empty: a page of two rows, x..x......x and ...........x
+        const char* words; // empty: a page of two rows, #..#......# and ..........#
     };
     const Case kCases[] = {
-        {"P4\n11 2\n\x90\x3f\0\x3f"s, ""}, // bits behind the width count for nothing
+        {"P4\n11 2\n\x90\x3f\0\x3f"s, ""}, // bits after the width are ignored
         {"P4#\n11#\n2#\n\x90\x20\0\x20"s, ""},
         {"P4 # wide\n #\n11\t2 \x90\x20\0\x20\n and more"s, ""},
         {"P1\n11 2\n1001000000 1\n0 0 0 0 0 0 0 0 0 0 "s, "ends before"},
@@ -142,9 +144,9 @@ TEST(PageIn, ReadsPbmAndRefusesWhatIsNone)
         {"P4\n11 2\n\x90\x20\0"s, "ends before"},
         {"P4\n11 2"s, "no PBM size"},
         {"P4\n-11 2\n"s, "no PBM size"},
-        {"P4\n0 2\n"s, "none to be read"},
-        {"P4\n99999999999999999999 2\n"s, "none to be read"},
-        {"P4\n1000000 1000000\n"s, "none to be read"},
+        {"P4\n0 2\n"s, "not supported"},
+        {"P4\n99999999999999999999 2\n"s, "not supported"},
+        {"P4\n1000000 1000000\n"s, "not supported"},
         {"P4\n1000000 8000\n1"s, "ends before"},
         {"P5\n1 1\n255\n1"s, "neither TIFF nor PBM"},
         {"P"s, "neither TIFF nor PBM"},
