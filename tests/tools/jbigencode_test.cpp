@@ -1,5 +1,5 @@
-// The JBIG encoder against jbigkit: the same bytes wherever both write what the standard says, and a page
-// that comes back where jbigkit's encoder is no judge.
+// Compares the JBIG encoder with jbigkit. If both follow the standard, the bytes are equal. If jbigkit's
+// encoder does not follow it, jbigkit's decoder returns the page.
 
 #include "jbigencode.h"
 #include "tests/support/random_page.h"
@@ -25,7 +25,7 @@ using Bytes = std::vector<uint8_t>;
 
 constexpr std::size_t kHeaderBytes = 20;
 
-// The rows as they are coded, 0 behind the width.
+// Returns the rows in the stream's polarity, with 0 after the width.
 Bytes coded_rows(Bitmap page, JbigOne one)
 {
     for (int y = 0; y < page.height && one == JbigOne::White; ++y) {
@@ -53,7 +53,7 @@ Bytes by_jbigkit(const Bitmap& page, const JbigOptions& options)
     return stream;
 }
 
-// The rows that jbigkit decodes; none where it does not like the stream.
+// Returns the rows that jbigkit decodes, or none if it refuses the stream.
 Bytes read_by_jbigkit(Bytes stream)
 {
     jbg_dec_state state;
@@ -71,7 +71,7 @@ void expect_the_same(const Bitmap& page, const JbigOptions& options)
     const Bytes ours = pages::encode_jbig(page, options), theirs = by_jbigkit(page, options);
     ASSERT_EQ(ours.size(), theirs.size());
     const auto at = std::mismatch(ours.begin(), ours.end(), theirs.begin()).first - ours.begin();
-    ASSERT_EQ(at, static_cast<std::ptrdiff_t>(ours.size())) << "the first byte that differs";
+    ASSERT_EQ(at, static_cast<std::ptrdiff_t>(ours.size())) << "position of the first byte that differs";
 }
 
 TEST(JbigEncoder, WritesTheBytesOfJbigkit)
@@ -94,13 +94,13 @@ TEST(JbigEncoder, WritesTheBytesOfJbigkit)
             for (const JbigOne one : {JbigOne::White, JbigOne::Black}) {
                 SCOPED_TRACE(testing::Message() << "page " << i << ", " << all[i].width << " by "
                                                 << all[i].height << ", stripes of " << stripe);
-                if (stripe > 1) // at one row a stripe jbigkit's encoder writes what no decoder reads
+                if (stripe > 1) // with one row per stripe jbigkit's encoder writes streams that are invalid
                     expect_the_same(all[i], {stripe, StripeEnd::KeepContexts, one});
             }
 }
 
-// The encoder's own default, and bits behind the width that mean nothing.
-TEST(JbigEncoder, TakesAPageAsPageFilesHoldIt)
+// The default options, and bits after the width, which must have no effect.
+TEST(JbigEncoder, CodesByDefaultAsPageFilesDoAndIgnoresBitsAfterTheWidth)
 {
     std::mt19937 random{7};
     Bitmap page = test_support::RandomPage(random, 43, 300);
@@ -125,8 +125,9 @@ TEST(JbigEncoder, CodesSingleLinesAsStripes)
     }
 }
 
-// At a reset jbigkit also takes the rows above for 0, which the standard does not say: stripes that end in
-// two rows of 0 hide the difference. Equal stripes of other rows show that they do go on.
+// At a reset jbigkit also treats the rows above as 0, which the standard does not require. Stripes that end
+// in two rows of 0 hide the difference. Two equal stripes with other last rows show that our encoder uses the
+// rows above.
 TEST(JbigEncoder, ResetsTheContextsAndNothingElse)
 {
     constexpr uint32_t kStripe = 12;
@@ -139,7 +140,7 @@ TEST(JbigEncoder, ResetsTheContextsAndNothingElse)
         expect_the_same(page, {kStripe, StripeEnd::ResetContexts, JbigOne::Black});
     }
 
-    for (const int only : {1, 2}) { // row above that is not 0
+    for (const int only : {1, 2}) { // the only row above the second stripe that is not 0, from the bottom
         Bitmap page = pages::draw_page({pages::Draw::Noise, 64, 2 * kStripe, 150, 150, 1});
         std::fill_n(page.row(kStripe - (3 - only)), page.row_bytes, uint8_t{0});
         std::copy_n(page.rows.begin(), kStripe * page.row_bytes, page.row(kStripe));

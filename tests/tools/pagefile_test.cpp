@@ -1,5 +1,5 @@
-// Page files: the header says what was asked for, the raster behind it is the page, and a file that could not
-// be written whole is not there.
+// Page files: the header has the requested values, the raster after it is the page, and a file that could not
+// be written whole is deleted.
 
 #include "pagefile.h"
 #include "pagein.h"
@@ -40,7 +40,7 @@ std::vector<std::vector<uint8_t>> rows_of(const pages::Bitmap& page)
     return rows;
 }
 
-// The raster as the strip of a TIFF file is the page again, and its last bits are two ends of line.
+// Used as the strip of a TIFF file, the raster decodes to the page. Its last bits are two end-of-line codes.
 void expect_group4(std::span<const uint8_t> raster, const pages::Bitmap& page, const std::string& path)
 {
     TIFF* const file = TIFFOpen(path.c_str(), "w");
@@ -50,7 +50,7 @@ void expect_group4(std::span<const uint8_t> raster, const pages::Bitmap& page, c
     TIFFSetField(file, TIFFTAG_ROWSPERSTRIP, page.height);
     TIFFSetField(file, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
     TIFFSetField(file, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
-    std::vector<uint8_t> strip(raster.begin(), raster.end()); // libtiff takes no constant bytes
+    std::vector<uint8_t> strip(raster.begin(), raster.end()); // libtiff takes no const bytes
     EXPECT_EQ(TIFFWriteRawStrip(file, 0, strip.data(), static_cast<tmsize_t>(strip.size())),
               static_cast<tmsize_t>(strip.size()));
     TIFFClose(file);
@@ -67,10 +67,10 @@ void expect_group4(std::span<const uint8_t> raster, const pages::Bitmap& page, c
     EXPECT_EQ(end >> std::countr_zero(end) & 0xffffff, 0x001001U);
 }
 
-// The raster is one entity in stripes of 100 rows, and a 1 in it is white.
+// The raster is one bi-level image entity in stripes of 100 rows, and a 1 in it is white.
 void expect_jbig(std::span<const uint8_t> raster, const pages::Bitmap& page)
 {
-    std::vector<uint8_t> stream(raster.begin(), raster.end()); // jbigkit takes no constant bytes
+    std::vector<uint8_t> stream(raster.begin(), raster.end()); // jbigkit takes no const bytes
     ASSERT_GE(stream.size(), 20U);
     EXPECT_EQ(stream[15], 100);
     jbg_dec_state state;
@@ -145,7 +145,7 @@ TEST(PageFile, HasTheHeaderAndThePage)
             }
 }
 
-TEST(PageFile, IsNotThereWhereItFails)
+TEST(PageFile, IsDeletedIfWritingFails)
 {
     const ScratchDirectory scratch;
     const std::string path = scratch.File("page.fax");
@@ -158,7 +158,7 @@ TEST(PageFile, IsNotThereWhereItFails)
     options = {};
     EXPECT_EQ(pages::write_page_file(path + "/none", page, options), "No such file or directory");
     for (const rlim_t bytes :
-         {rlim_t{1000}, rlim_t{70000}, rlim_t{4096 + 125 * 2000 - 1}}) { // plain, less one
+         {rlim_t{1000}, rlim_t{70000}, rlim_t{4096 + 125 * 2000 - 1}}) { // last: a plain file less one byte
         const FileSizeLimit limit(bytes);
         options.raster = pages::Raster::Plain;
         EXPECT_EQ(pages::write_page_file(path, page, options), "File too large") << bytes;

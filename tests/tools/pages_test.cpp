@@ -1,5 +1,5 @@
-// The pages that other tests and the benchmarks stand on: drawn alike each time, with the ink their kind
-// should have at any size, and read back from TIFF files bit for bit.
+// The pages that other tests and the benchmarks use. They are the same each time, each kind has the expected
+// amount of ink, and TIFF files return them bit for bit.
 
 #include "pages.h"
 #include "tiffout.h"
@@ -37,8 +37,8 @@ uint64_t checksum(const std::vector<uint8_t>& bytes)
 
 struct KindCase {
     Draw draw;
-    double least, most;                   // parts of the page that are black, at 850 x 1100 and 100 dpi
-    uint64_t bit_checksum, grey_checksum; // 64 bits of FNV-1a over all rows
+    double least, most;                   // limits of the black share of a page of 850 x 1100 px at 100 dpi
+    uint64_t bit_checksum, grey_checksum; // 64-bit FNV-1a over all rows
 };
 constexpr KindCase kKinds[] = {
     {Draw::Text, 0.04, 0.20, 0x8007f3aa995fee7fU, 0xdeff10556491e006U},
@@ -75,8 +75,8 @@ TEST(Pages, EveryKindHasItsInkAndIsTheSameOnEveryMachine)
     }
 }
 
-// Sides that no byte, margin or letter fits into, and resolutions far from the page's size.
-TEST(Pages, BitsBehindTheWidthStayWhiteAtEverySize)
+// Sides too small for a byte, a margin or a letter, and resolutions that do not suit the page's size.
+TEST(Pages, BitsAfterTheWidthAreWhiteAtEverySize)
 {
     constexpr struct {
         int width, height, dpi_x, dpi_y;
@@ -105,11 +105,11 @@ protected:
                         testing::UnitTest::GetInstance()->current_test_info()->name() + ".tif";
     void TearDown() override { std::filesystem::remove(path_); }
 
-    // All rows as they stand in the file, and the tags compared with what was asked for.
+    // Returns all rows as the file has them, and compares the tags with `options`.
     std::vector<uint8_t> read_back(int width, int height, int bits, const pages::TiffOptions& options)
     {
         std::vector<uint8_t> rows;
-        TIFF* const file = TIFFOpen(path_.c_str(), "rc"); // c: a long strip is not cut up
+        TIFF* const file = TIFFOpen(path_.c_str(), "rc"); // c: libtiff does not split a long strip
         if (file == nullptr)
             return rows;
         const auto tag = [file](uint32_t which) {
@@ -188,7 +188,7 @@ TEST_F(TiffFile, ReadsBackAsDrawn)
                 }
 }
 
-TEST_F(TiffFile, IsTheSameFileTwiceAndNoneWhereItFails)
+TEST_F(TiffFile, IsTheSameEachTimeAndFailuresAreReported)
 {
     const pages::Bitmap page = pages::draw_page({Draw::Text, 640, 480, 100, 100, 1});
     pages::TiffOptions options;

@@ -1,5 +1,5 @@
-// The Squeeze encoder against the reference decoder, and the reference decoder against streams coded by hand:
-// what it makes of the strange ones is what the library has to make of them.
+// Compares the Squeeze encoder with the reference decoder, and the reference decoder with streams coded by
+// hand. The library has to treat unusual and damaged streams exactly as the reference decoder does.
 
 #include "sqzencode.h"
 #include "tests/support/random_page.h"
@@ -24,7 +24,7 @@ using test_support::SqzReference;
 constexpr const char* kRuns = "number of runs must not overrun buffer";
 constexpr const char* kEof = "eof code not zero";
 
-// Bits as text; blanks mean nothing, a bar fills the byte, and so does the end.
+// Packs bits that are given as text. Blanks are ignored. A bar fills the byte with 0, and so does the end.
 std::vector<uint8_t> packed(const std::string& text)
 {
     std::vector<uint8_t> bytes;
@@ -61,7 +61,7 @@ struct StreamCase {
     const char* want;
     const char* error;
 };
-// Lists of the rows above in the comments: head, changes, closing copies.
+// Comments contain the lists of the rows above: head, changes, closing copies.
 const std::string kRaw = "10000000", kZero = "00000000", kAdd11 = "0010000 00 ", kGroup = "0000";
 const std::string kAlternate =
     kRaw + "10101010 | 0 1 " + kAdd11 + kAdd11 + kAdd11; // 0, 0 to 8, 8 8 | 0, 0 to 6
@@ -72,25 +72,26 @@ const StreamCase kStreams[] = {
      "0e00 0e00 ff00 0000", ""},
     {"a fifth row of the same", 16, 5, "0 0010100 10 1 | 0 111 | 10000000 11111111 00000000 | 0 0011101 0111",
      "0e00 0e00 ff00 0000", kEof},
-    {"a row of filler behind the first", 16, 2, "0 1", "0000", kEof},
-    {"a first byte that is none", 16, 1, "10000010", "", kEof},
+    {"a row of filler after the first", 16, 2, "0 1", "0000", kEof},
+    {"an invalid first byte", 16, 1, "10000010", "", kEof},
     {"the second table from the fourth add on", 16, 1,
      "0 " + kAdd11 + kAdd11 + kAdd11 + "00000 00 00010 10 11", "aa38", ""},
-    {"first run behind the end", 8, 1, "0 0011101 0111", "00", ""},     // -1 + 14 + 3
-    {"second run behind the end", 8, 1, "0 0010011 11 1111", "1f", ""}, // 3, and 4 + 7 on
+    {"first run past the end", 8, 1, "0 0011101 0111", "00", ""},     // -1 + 14 + 3
+    {"second run past the end", 8, 1, "0 0010011 11 1111", "1f", ""}, // 3, then 4 + 7 more
     {"a number of 30 groups", 8, 1, "0 0011101" + std::string(29 * kGroup.size(), '0') + "1111", "00", ""},
     {"a position below 0", 8, 2, kRaw + "10000000 | 0 010", "80", kRuns}, // 0, 0 1, 8 8 8
-    {"three verticals against three copies", 8, 2, kRaw + kZero + "| 0 0011110 0011110 1", "00 00", ""},
-    {"a fourth one", 8, 2, kRaw + kZero + "| 0 0011110 0011110 0011110 1", "00", kRuns},
-    {"four against a coded row", 8, 2, "0 1 | 0 0011110 0011110 0011110 0011110 1", "00 00",
+    {"three verticals after a raw row", 8, 2, kRaw + kZero + "| 0 0011110 0011110 1", "00 00", ""},
+    {"four verticals after a raw row", 8, 2, kRaw + kZero + "| 0 0011110 0011110 0011110 1", "00", kRuns},
+    {"five verticals after a coded row", 8, 2, "0 1 | 0 0011110 0011110 0011110 0011110 1", "00 00",
      ""}, // 0, 8, 8 8 8 8
-    {"six", 8, 2, "0 1 | 0 0011110 0011110 0011110 0011110 0011110 1", "00", kRuns},
-    {"a list that is full", 8, 2, kFull + kAdd11 + "0010000", "aa", kRuns},
-    {"one without room to be closed", 8, 2, kFull + "0001", "aa", kRuns},
+    {"six verticals after a coded row", 8, 2, "0 1 | 0 0011110 0011110 0011110 0011110 0011110 1", "00",
+     kRuns},
+    {"a full list", 8, 2, kFull + kAdd11 + "0010000", "aa", kRuns},
+    {"a list without room for the closing copies", 8, 2, kFull + "0001", "aa", kRuns},
     {"a run that ends left of its start", 16, 2, // 0, 9 10, 16 16 16: from 12 to 7
      kRaw + kZero + "01000000 | 0 0011111 0011110 1", "0040 fe0f", ""},
     {"the same in one byte", 16, 2, kRaw + kZero + "00010000 | 0 0011111 0011110 1", "0010 0000", ""},
-    {"bits behind the width, coded and raw", 3, 2, "0 0010000 11 1001 | 10000000 11111111", "e0 ff", ""},
+    {"bits after the width, coded and raw", 3, 2, "0 0010000 11 1001 | 10000000 11111111", "e0 ff", ""},
 };
 
 TEST(SqzReference, DecodesStreamsCodedByHand)
@@ -121,7 +122,7 @@ void expect_page(const Bitmap& page, const SqzReference& got)
             << "row " << y;
 }
 
-TEST(SqueezeEncoder, RandomPagesComeBackAndUseEveryCode)
+TEST(SqueezeEncoder, RandomPagesDecodeUnchangedAndUseEveryCode)
 {
     std::mt19937 random{20};
     SqzReference used;
@@ -157,7 +158,7 @@ TEST(SqueezeEncoder, RandomPagesComeBackAndUseEveryCode)
     EXPECT_GE(used.longest_number, 5);
 }
 
-// The list of such a row is full to its last entry, and the next one refers to it.
+// Such a row fills its list to the last entry, and the next row refers to it.
 TEST(SqueezeEncoder, CodesRowsOfSinglePixels)
 {
     for (const uint8_t pattern : {0xaa, 0x55})
@@ -168,13 +169,13 @@ TEST(SqueezeEncoder, CodesRowsOfSinglePixels)
         }
 }
 
-// Behind a raw row there are three copies of the length: one less than the last three pixels can ask for.
-TEST(SqueezeEncoder, EndsRowsBehindRawOnes)
+// After a raw row there are three copies of the length. The last three pixels of the next row can need four.
+TEST(SqueezeEncoder, EndsRowsAfterRawRows)
 {
     for (const uint8_t above : {0x00, 0xff})
         for (int last = 0; last < 256; ++last) {
             Bitmap page(9 * 8, 2);
-            for (int y = 0; y < 2; ++y) { // a long run, so that verticals are the shorter way
+            for (int y = 0; y < 2; ++y) { // repeated changes, so that vertical codes are shorter
                 std::fill_n(page.row(y), 6, uint8_t{0xaa});
                 std::fill_n(page.row(y) + 6, 3, above);
             }
@@ -193,10 +194,10 @@ TEST(SqueezeEncoder, IsShort)
             stripes.row(y)[x * 20] = 0x18;
     Bitmap top(stripes.width, 1);
     std::copy_n(stripes.rows.begin(), top.rows.size(), top.rows.begin());
-    // The same row again: a bit for its kind, one for each change and one for its end are 24.
+    // A repeated row takes 24 bits: one for its kind, 22 for its changes and one for its end.
     EXPECT_EQ(pages::encode_squeeze(stripes).size(), pages::encode_squeeze(top).size() + 49U * 3);
 
-    // Below what the choice of the next code alone would give.
+    // Smaller than with an encoder that looks only at the next code.
     const Bitmap text = pages::draw_page({pages::Draw::Text, 1700, 2200, 200, 200, 1});
     EXPECT_LT(pages::encode_squeeze(text).size(), 62'600U);
 }
