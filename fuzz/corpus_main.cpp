@@ -1,4 +1,4 @@
-// Runs a fuzz target over every file of a directory, in the order of their names.
+// Runs a fuzz target over every file of a directory, in the order of the file names.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -23,15 +23,15 @@ int main(int argc, char** argv)
             files.push_back(entry.path());
     std::sort(files.begin(), files.end());
     for (const std::filesystem::path& path : files) {
-        printf("%s\n", path.filename().c_str()); // the last one is the culprit
+        printf("%s\n", path.filename().c_str()); // after a crash, the last name is the input that caused it
         fflush(stdout);
         std::ifstream stream{path, std::ios::binary};
         const std::string bytes{std::istreambuf_iterator<char>{stream}, {}};
         if (!stream) {
-            fprintf(stderr, "cannot be read\n");
+            fprintf(stderr, "cannot read this file\n");
             return 1;
         }
-        // A block of exactly the file's size, so that a read behind it is seen.
+        // A block of exactly the file's size, so that the sanitizers detect a read past its end.
         const std::vector<uint8_t> input{bytes.begin(), bytes.end()};
         LLVMFuzzerTestOneInput(input.data(), input.size());
     }

@@ -1,5 +1,6 @@
-// The input is the text of a page header, at its exact size for the reader in memory, and the start of a
-// stream for the reader over a block. Whatever is read stays within its fields, and both readers agree.
+// The input is the text of a page header. The reader in memory gets exactly these bytes. The reader over a
+// callback block gets them as the start of a stream. All values must stay within their fields, and both
+// readers must agree.
 #include <kesterlib/callback.h>
 #include <kesterlib/faxhdr.h>
 
@@ -22,7 +23,7 @@ struct Input {
     const uint8_t* at;
     size_t left;
 };
-Input g_input; // of the block's stream
+Input g_input; // rest of the block's stream
 
 size_t ReadInput(void* buffer, size_t size, size_t count, FILE*)
 {
@@ -50,7 +51,8 @@ bool Ends(const char* text, size_t bytes)
     return memchr(text, 0, bytes) != nullptr;
 }
 
-// One heap block a reader, so that a byte too far is seen; filled with what no reader writes.
+// Returns a record in a heap block of its own, so that the sanitizers detect a byte too far. The record is
+// filled with a pattern, so that a field that is not set does not pass for 0.
 std::unique_ptr<FAXHeader> NewRecord()
 {
     auto record = std::make_unique<FAXHeader>();
@@ -58,7 +60,7 @@ std::unique_ptr<FAXHeader> NewRecord()
     return record;
 }
 
-// The record without what pads its end.
+// Returns the bytes of the record without the padding at its end.
 std::string_view BytesOf(const FAXHeader& header)
 {
     return {reinterpret_cast<const char*>(&header), offsetof(FAXHeader, Mux) + sizeof header.Mux};
@@ -95,7 +97,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (result > 0)
         CheckRecord(*header);
 
-    // The stream is the input and zeros behind it: 4096 bytes of it decide.
+    // The stream is the input, followed by zeros. Only its first 4096 bytes count.
     char first[FAXHEADER_BYTES] = {};
     if (size > 0)
         memcpy(first, data, std::min(size, sizeof first));
@@ -114,7 +116,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     Promise(BytesOf(*from_stream) == BytesOf(*from_first));
     Promise(g_messages == (want > 0 ? 0 : 1));
 
-    g_input = {data, size}; // as it is: a stream that is too short gives nothing
+    g_input = {data, size}; // the input alone: a stream that is too short returns no record
     FAXHeader* const made = read_FAXHeader_from_callback(block, nullptr);
     Promise((made != nullptr) == (want > 0 && size >= sizeof first));
     callback_deallocate(block, made, "FaxHeader");

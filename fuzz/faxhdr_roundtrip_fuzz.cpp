@@ -1,5 +1,5 @@
-// The input is a record as it lies in memory, with what is missing 0. It is written and read back: what both
-// know agrees, and what has been read once stays as it is.
+// The input is a record as it is in memory. Missing bytes are 0. The record is written as text and read back.
+// All fields that the text contains must be equal. A second round trip must not change the record.
 #include <kesterlib/faxhdr.h>
 
 #include <algorithm>
@@ -19,13 +19,14 @@ void Promise(bool kept)
         std::abort();
 }
 
-// The record without what pads its end.
+// Returns the bytes of the record without the padding at its end.
 std::string_view BytesOf(const FAXHeader& header)
 {
     return {reinterpret_cast<const char*>(&header), offsetof(FAXHeader, Mux) + sizeof header.Mux};
 }
 
-// The text in an exact buffer; empty where the record's own HeaderSize does not hold it.
+// Returns the text of a record, written into a buffer of exactly HeaderSize bytes. Returns an empty text if
+// it does not fit, or if HeaderSize is above twice FAXHEADER_BYTES.
 std::string TextOf(const FAXHeader& header, bool pad)
 {
     if (header.HeaderSize > 2 * FAXHEADER_BYTES)
@@ -50,7 +51,7 @@ bool IsPlain(std::string_view text, std::string_view none_of)
     return text.find_first_of(none_of) == std::string_view::npos;
 }
 
-// What a whole line keeps: no line feed inside, no blanks at the ends, within the field when closed.
+// Whether a line of the text keeps this field: no line feed, no white space at its ends, and a final 0.
 template <size_t N>
 bool IsLineText(const char (&field)[N])
 {
@@ -66,7 +67,7 @@ bool IsWord(const char (&field)[N])
     return !text.empty() && text.size() < N && IsPlain(text, " \t\n\v\f\r");
 }
 
-// Whether the reader takes the record's text and gives all of it back, the time excepted.
+// Whether the reader accepts the text of the record and returns all fields, except the time.
 bool SurvivesTheTrip(const FAXHeader& header)
 {
     bool survives =
@@ -76,7 +77,7 @@ bool SurvivesTheTrip(const FAXHeader& header)
     return survives;
 }
 
-// The record as it is in its text: what the text does not say is empty.
+// Returns the record as its text describes it. Fields that the text does not contain are empty.
 FAXHeader AsWritten(const FAXHeader& header)
 {
     FAXHeader written = header;
@@ -136,11 +137,11 @@ bool Same(const FAXHeader& a, const FAXHeader& b)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static const bool in_utc = setenv("TZ", "UTC0", 1) == 0; // where every time of the calendar exists
+    static const bool in_utc = setenv("TZ", "UTC0", 1) == 0; // no hour is missing in UTC
     Promise(in_utc);
     FAXHeader header{};
     memcpy(static_cast<void*>(&header), data, std::min(size, sizeof header));
-    TextOf(header, true); // whatever HeaderSize it has
+    TextOf(header, true); // with any HeaderSize
     header.HeaderSize = FAXHEADER_BYTES;
     const std::string text = TextOf(header, false);
     const std::string padded = TextOf(header, true);

@@ -1,6 +1,6 @@
-// JBIG image entities. The last five bytes choose how one is decoded: rows, rows a call, bytes a read and in
-// all, pitch; so a seed is an ordinary entity with five bytes behind it. Both row loops, and a slow decoder
-// of the tests, must agree in every byte, word and read.
+// JBIG image entities. The last five bytes of an input choose how it is decoded: rows, rows per call, kind of
+// input, bytes per read and in total, pitch. So a seed is an ordinary entity followed by five bytes. Both row
+// loops and the slow decoder of the tests must agree in every byte, every message and every read.
 #include "kesterlib/jbig.h"
 
 #include "qdecoder.h"
@@ -30,7 +30,7 @@ constexpr size_t kHow = 5;
 
 Decoded Decode(kesterlib::JbigRowLoop* loop, const JbigInput& input, const uint8_t* how)
 {
-    const int32_t rows = how[2] == 0 ? 0 : 1 + how[0] % 64; // any sides: opened only
+    const int32_t rows = how[2] == 0 ? 0 : 1 + how[0] % 64; // 0: sides of any size, only opened
     const int32_t per_call = 1 + how[1] % 8;
     Decoded decoded;
     SeekBlock block(input);
@@ -44,7 +44,7 @@ Decoded Decode(kesterlib::JbigRowLoop* loop, const JbigInput& input, const uint8
         const std::ptrdiff_t pitch = row_bytes + how[4] % 16;
         for (int32_t done = 0; done < rows;) {
             const int32_t ask = std::min(per_call, rows - done);
-            Bytes out(static_cast<size_t>(ask * pitch)); // of exactly that size
+            Bytes out(static_cast<size_t>(ask * pitch)); // exact size: shows a byte too far
             const int32_t got = Jbig_Decode(dat, ask, out.data(), static_cast<int32_t>(pitch));
             if (got < 0 || got > ask || (got < ask) != (Jbig_Error_String(dat) != nullptr))
                 std::abort();
@@ -60,7 +60,7 @@ Decoded Decode(kesterlib::JbigRowLoop* loop, const JbigInput& input, const uint8
         Jbig_Close_Input(dat);
     }
     block.Dispose();
-    decoded.messages = block.messages; // those of memory left behind, too
+    decoded.messages = block.messages; // including those about memory leaks
     decoded.reads = block.reads;
     if (block.exits != 0) // a broken invariant
         std::abort();
@@ -96,14 +96,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                 number = number << 8 | input.bytes[i];
             return number;
         };
-        constexpr uint64_t kModest = 1 << 24; // bytes of a stripe buffer that the machine has many times
+        constexpr uint64_t kModest = 1 << 24; // bytes of a stripe buffer for which there is always memory
         const uint64_t stripe_bytes = (number_at(12) + 2) * ((number_at(4) + 7) / 8 + 2);
         if (any_sides && stripe_bytes > kModest && stripe_bytes <= JBIG_LARGEST_STRIPE)
             return 0;
         constexpr struct {
             size_t at;
             uint8_t kept;
-        } kSides[] = {{4, 0}, {5, 0}, {6, 7}, {12, 0}, {13, 0}, {14, 0}}; // more is slow for the reference
+        } kSides[] = {{4, 0}, {5, 0}, {6, 7}, {12, 0}, {13, 0}, {14, 0}}; // the reference is slow
         for (const auto& side : kSides)
             if (!any_sides)
                 input.bytes[side.at] &= side.kept;

@@ -1,4 +1,5 @@
-// The input is a settings file. What is read from it stands in the text that is written of it, word for word.
+// The input is a settings file. Its values are read, written as text and read again. All values whose name
+// has a group and a key must be unchanged.
 #include "platform/profiletext.h"
 
 #include <cstdint>

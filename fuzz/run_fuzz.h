@@ -1,6 +1,6 @@
-// What the fuzz targets of the run decoders share. The last five bytes of an input choose how it is decoded:
-// width, rows, rows per call, bytes per read, stride. So a seed is an ordinary raster with five bytes after it.
-// The row loops must agree in every byte and message, each with another number of rows per call.
+// Shared by the targets of the run decoders. The last five bytes of an input choose how it is decoded: width,
+// rows, rows per call, bytes per read, stride. So a seed is an ordinary raster followed by five bytes. The
+// row loops must agree in every byte and every message, each with a different number of rows per call.
 #pragma once
 
 #include "kesterlib/uncompress.h"
@@ -22,13 +22,13 @@ struct Codec {
     UNCOMP* (*open)(callback_block* cb, int32_t width, int32_t row_bytes, const uint8_t* first_ref_row);
     UNCOMP* (*open_mapped)(const uint8_t* base, size_t size, int32_t width, int32_t row_bytes,
                            const uint8_t* first_ref_row);
-    bool always_text; // a row that fails leaves words
+    bool always_text; // a failed row always leaves a message
 };
 
 struct Decoded {
     std::vector<uint8_t> rows;
     std::string error;
-    int32_t suspicious[3] = {}; // first row by reason
+    int32_t suspicious[3] = {}; // first suspicious row for each reason
     friend bool operator==(const Decoded&, const Decoded&) = default;
 };
 
@@ -48,7 +48,7 @@ inline Decoded Decode(const Codec& codec, RowLoop* loop, std::span<const uint8_t
     for (int32_t done = 0; done < rows;) {
         const int32_t ask = std::min(per_call, rows - done);
         std::vector<uint8_t> out(static_cast<size_t>(ask) *
-                                 static_cast<size_t>(stride)); // of exactly that size
+                                 static_cast<size_t>(stride)); // exact size: shows a byte too far
         const int32_t got = loop(reinterpret_cast<kesterlib::Frame*>(frame), ask, out.data(), stride);
         const bool text = Uncomp_Error_String(frame) != nullptr;
         if (got < 0 || got > ask || (got == ask && text) || (got < ask && codec.always_text && !text))
@@ -64,7 +64,7 @@ inline Decoded Decode(const Codec& codec, RowLoop* loop, std::span<const uint8_t
         decoded.error = Uncomp_Error_String(frame);
     Uncomp_Free(frame);
     block.Dispose();
-    if (!block.messages.empty() || block.exits != 0) // memory left behind, or a broken invariant
+    if (!block.messages.empty() || block.exits != 0) // a memory leak, or a broken invariant
         std::abort();
     return decoded;
 }

@@ -1,6 +1,6 @@
-// Pages for the scale engine. The last six bytes of an input choose scale, width (two bytes), height, rows
-// given and polarity; those before them are the rows, over and over. Every road must give what a count pixel
-// by pixel gives.
+// Pages for the scale engine. The last six bytes of an input choose scale, width (two bytes), height, number
+// of rows passed and polarity. The bytes before them are the pattern of the rows, repeated. Every variant of
+// the loops must return the same greys as a count pixel by pixel.
 #include "kesterlib/scale.h"
 
 #include "scale_loops.h"
@@ -22,7 +22,7 @@ void Require(bool holds)
 
 struct Page {
     int32_t width, height;
-    std::vector<Bytes> rows; // those given, each of exactly its bytes
+    std::vector<Bytes> rows; // those passed to the engine, each of its exact size
 };
 
 Bytes Judge(const Page& page, int32_t scale, bool invert)
@@ -79,7 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return 0;
     const size_t pattern = size - kHow;
     const uint8_t* const how = data + pattern;
-    // 0 to 30: the multiples of 8; then 1, 2, 4; then whatever a byte makes, most of it not valid.
+    // how[0] = 0 to 30: the multiples of 8; 31 to 33: 1, 2 and 4; from 34 on: most scales are invalid.
     const int32_t scale = how[0] < 31    ? (how[0] + 1) * 8
                           : how[0] < 34  ? 1 << (how[0] - 31)
                           : how[0] < 200 ? how[0] - 100
@@ -92,7 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         for (uint8_t& byte : row)
             byte = pattern == 0 ? uint8_t{0xFF} : data[at++ % pattern];
         if (page.width > 0 && page.width % 8 != 0)
-            row.back() &= static_cast<uint8_t>(0xFF00 >> page.width % 8); // 0 behind the width
+            row.back() &= static_cast<uint8_t>(0xFF00 >> page.width % 8); // 0 after the width
         page.rows.push_back(row);
     }
     Check(page, scale, how[5] % 2 != 0, &kesterlib::scale_loops_plain);

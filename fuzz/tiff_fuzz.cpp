@@ -1,7 +1,7 @@
-// The input is a TIFF file, whose strips the codec library (Group 4) or libtiff decodes. A page that opens is
-// read inside its buffer, with zeros after each scanline. The same file opened again returns the same rows,
-// and so does a second run after Rewind. The last does not hold for the fax codes in libtiff: on damaged data
-// its decoder uses runs that are left from what it decoded before.
+// The input is a TIFF file. The codec library decodes its strips (Group 4), or libtiff does. If the page
+// opens, reading must stay within the buffer and write zeros after each scanline. The same file opened again
+// must return the same rows. Rewind and a second run must also return them, except with the fax codes of
+// libtiff: on damaged data its decoder uses runs from what it decoded before.
 #include "app/tifimage.h"
 
 #include <algorithm>
@@ -17,7 +17,7 @@ namespace
 constexpr int64_t kMaxRows = 4096;
 constexpr int64_t kMaxBytes = int64_t{64} << 20;
 
-constexpr int32_t kWidestDecoder = 33'554'424; // wider Group 4 rows are libtiff's
+constexpr int32_t kWidestDecoder = 33'554'424; // px; libtiff decodes wider Group 4 rows
 
 bool IsFaxOfLibtiff(const CString& path, const TIFFImage& page)
 {
@@ -38,13 +38,13 @@ void Promise(bool kept)
         std::abort();
 }
 
-// Reads rows in order until all have come or one fails; how many came.
+// Reads rows in order until all are read or one fails. Returns how many were read.
 int64_t ReadRun(TIFFImage& page, std::vector<uint8_t>& rows, int64_t wanted)
 {
     const size_t row_bytes = static_cast<size_t>(page.BytesPerRow);
     const size_t used_bytes =
         (static_cast<size_t>(page.Width) * static_cast<size_t>(page.BitsPerPixel) + 7) / 8;
-    std::vector<uint8_t> row(row_bytes); // exact: one byte too far is seen
+    std::vector<uint8_t> row(row_bytes); // exact size: shows a byte too far
     for (int64_t done = 0; done < wanted; ++done) {
         std::fill(row.begin(), row.end(), uint8_t{0xa5});
         const int result = page.ReadRow(row.data(), page.BytesPerRow);

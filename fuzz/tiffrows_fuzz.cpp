@@ -1,7 +1,9 @@
 // The input is the rows of a page and four bytes after them. These choose width, fill order, where the strip
 // is cut off, and how a byte is changed there. libtiff codes the rows as one Group 4 strip, and TIFFImage
-// reads it: the whole strip as libtiff does; of a cut strip only rows of the page; of a damaged strip at
-// least the rows that are complete before the damage.
+// reads it. It must read
+// - the whole strip as libtiff does,
+// - of a strip that is cut off, only rows of the page,
+// - of a damaged strip, at least the rows that are complete before the damage.
 #include "app/tifimage.h"
 #include "tests/support/hostile_tiff.h"
 #include "tiffout.h"
@@ -23,7 +25,7 @@ void Promise(bool kept)
         std::abort();
 }
 
-// A file in memory with this strip as its page.
+// A TIFF file in memory whose page is this strip.
 struct TiffFile {
     int file = memfd_create("page", MFD_CLOEXEC);
     std::string path = "/proc/self/fd/" + std::to_string(file);
@@ -51,7 +53,7 @@ std::string Code(const pages::Bitmap& page, uint16_t fill_order)
     return {strip.begin(), strip.end()};
 }
 
-// How many rows TIFFImage delivers of the page in the file. The first `sound` of them are those of `page`.
+// Returns how many rows of the file TIFFImage delivers. The first `sound` rows must be those of `page`.
 int CountRows(const TiffFile& file, const pages::Bitmap& page, int sound)
 {
     TIFFImage image;
@@ -89,7 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return 0;
     pages::Bitmap page(width, static_cast<int>(height));
     page.rows.assign(data, data + page.rows.size());
-    for (int y = 0; y < page.height; ++y) // nothing after the width
+    for (int y = 0; y < page.height; ++y) // 0 after the width
         page.row(y)[page.row_bytes - 1] &= static_cast<uint8_t>(0xff << (7 - (width - 1) % 8));
 
     std::string strip = Code(page, fill_order);

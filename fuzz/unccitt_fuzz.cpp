@@ -1,4 +1,4 @@
-// Group 4 rasters; see run_fuzz.h for the five bytes behind them.
+// Group 4 rasters. run_fuzz.h describes the five bytes after them.
 #include "kesterlib/unccitt.h"
 
 #include "run_fuzz.h"

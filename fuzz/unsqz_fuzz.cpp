@@ -1,4 +1,4 @@
-// Squeeze rasters; see run_fuzz.h for the five bytes behind them.
+// Squeeze rasters. run_fuzz.h describes the five bytes after them.
 #include "kesterlib/unsqz.h"
 
 #include "run_fuzz.h"

@@ -1,5 +1,5 @@
-// The input is a program file. What comes out is nothing, or a version that stands in the input behind the
-// owner of the note; the position of the descriptor stays.
+// The input is a program file. The result must be empty, or a version that the input contains after the
+// owner's name. The position of the file descriptor must be unchanged.
 #include "platform/versionnote.h"
 
 #include <cstdio>
@@ -30,7 +30,8 @@ std::string TextAt(std::string_view bytes, bool is_big)
     return text;
 }
 
-// The content starts right behind the name: 12 + 8 bytes with it is a multiple of 4, and 4 short of one of 8.
+// The content starts right after the name, or 4 bytes later if notes are aligned to 8. Head and name have
+// 12 + 8 bytes, which is a multiple of 4, but 4 less than a multiple of 8.
 bool Holds(std::string_view file, std::string_view text)
 {
     constexpr std::string_view kOwner{"Vestrel\0", 8};
