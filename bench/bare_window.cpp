@@ -1,7 +1,6 @@
-// The peer of the start: a bare window of the toolkit with a menu bar, a status bar of three panes, two
-// scroll bars and a black inside, 1280 x 960. What a program of this toolkit costs that does nothing. With
-// the argument --picture it keeps what it shows in an image of its own, as whatever shows more than one
-// colour does.
+// The peer of start_bench: a Qt window of 1280 x 960 with a menu bar, a status bar of three panes, two scroll
+// bars and a black area. It shows the cost of a Qt program that does nothing. With the argument --picture it
+// keeps the area in an image of its own, as a program must that shows more than one colour.
 #include <QApplication>
 #include <QGridLayout>
 #include <QLabel>

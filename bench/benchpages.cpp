@@ -1,4 +1,4 @@
-// Draws the pages that the benchmark programs read into the directory of its argument.
+// bench_pages DIRECTORY: draws the pages that the benchmark programs read.
 #include "pagefile.h"
 #include "pages.h"
 #include "tiffout.h"
@@ -11,9 +11,8 @@
 
 namespace
 {
-// A page of which something black is seen at once, wherever its text begins: a patch of solid ink in the
-// upper left corner, as a control strip has. In the middle of a screen of 1280 x 960 whatever the bars above
-// it take.
+// A patch of solid ink, as in a control strip, near the upper left corner. It makes the middle of a screen of
+// 1280 x 960 black as soon as the page is shown, for any text and any height of the bars above the page.
 constexpr int kPatchLeft = 320, kPatchRight = 960, kPatchTop = 240, kPatchBottom = 720; // multiples of 8
 
 pages::Bitmap WithPatch(pages::Bitmap page)

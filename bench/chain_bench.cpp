@@ -1,6 +1,6 @@
-// A chain of empty steps: a paint posts a message, whose handler makes a strip of 640 x 16 invalid, and so
-// on. How many steps a second, and how long a key waits meanwhile, till its paint and till its pixels are on
-// the screen. Needs a display. --rounds=N (9)
+// A chain of empty steps: each paint posts a message, whose handler invalidates a strip of 640 x 16 pixels,
+// which causes the next paint. Measures the steps per second, and how long a key waits meanwhile for its
+// paint and for its pixels on the screen. Needs a display. --rounds=N (9)
 #include "bench/harness.h"
 #include "platform/qt/peer.h"
 #include "platform/testing.h"
@@ -66,7 +66,7 @@ protected:
 private:
     static const MessageEntry entries[];
 
-    // Black and white in turn.
+    // Draws black and white in turn.
     void DrawKeyMark(CDC* dc)
     {
         static constexpr uint8_t kRows[64 * 8] = {};
@@ -110,14 +110,14 @@ public:
     ChainView* view = nullptr;
 };
 
-// Runs the event loop as the program does. Ended by exit: quit would close the windows first.
+// Runs the event loop as the program does. Ends it with exit, because quit would close the windows first.
 void RunFor(int milliseconds)
 {
     QTimer::singleShot(milliseconds, qApp, [] { QCoreApplication::exit(); });
     QCoreApplication::exec();
 }
 
-// Another program's eyes: one pixel of the screen, over a connection of its own.
+// Reads one pixel of the screen over its own connection, as another program would see it.
 class Eye
 {
 public:
@@ -148,19 +148,20 @@ struct KeyTimes {
     std::vector<double> seen;
 };
 
-// In a thread of its own, while the chain runs: presses a key, waits till it is seen, and again.
+// Runs in a thread of its own while the chain runs. Repeatedly presses a key and waits until its pixels are
+// on the screen.
 void PressKeys(ChainView* view, ViewWidget* widget, CPoint on_screen, int keys, KeyTimes* times)
 {
     const Eye eye(on_screen);
     bool black = eye.SeesBlack();
     for (int i = 0; i < keys; ++i) {
         usleep(static_cast<useconds_t>(15'000 +
-                                       i * 1'777 % 10'000)); // out of step with the copies to the screen
+                                       i * 1'777 % 10'000)); // not in step with the copies to the screen
         view->key_painted_ms = 0;
         const double start = NowMs();
         QCoreApplication::postEvent(widget, new QKeyEvent(QEvent::KeyPress, Qt::Key_Down, Qt::NoModifier));
         while (eye.SeesBlack() == black) {
-            Require(NowMs() - start < kKeyLimitMs, "a key was not seen on the screen");
+            Require(NowMs() - start < kKeyLimitMs, "a key had no effect on the screen");
             usleep(50);
         }
         times->seen.push_back(NowMs() - start);
@@ -186,7 +187,7 @@ int main(int argc, char** argv)
     Require(app.view != nullptr, "there is no view");
     ChainView* const view = app.view;
     ViewWidget* const widget = ViewOf(view);
-    RunFor(500); // till the window stands on the screen
+    RunFor(500); // until the window is on the screen
 
     view->running = true;
     view->PostMessage(kStepMessage);
@@ -211,9 +212,9 @@ int main(int argc, char** argv)
 
     times.painted = bench.Ours(times.painted);
     times.seen = bench.Ours(times.seen);
-    std::printf("a strip of %d x %d a step, %d rounds of half a second, %d keys\n", kStripWidth, kStripHeight,
-                rounds, rounds * 30);
-    bench.Report("chain, steps a second", rates, "1/s", AtLeast(15'000));
+    std::printf("a strip of %d x %d per step, %d rounds of half a second, %d keys\n", kStripWidth,
+                kStripHeight, rounds, rounds * 30);
+    bench.Report("chain, steps per second", rates, "1/s", AtLeast(15'000));
     bench.Report("chain, key to its paint", times.painted, "ms", AtMost(1));
     bench.Report("chain, key to its paint, longest", Percentile(times.painted, 1), "ms", AtMost(5));
     bench.Report("chain, key to its pixels on the screen", times.seen, "ms", AtMost(5));

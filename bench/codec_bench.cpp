@@ -1,7 +1,10 @@
-// Our decoders beside libtiff's, in memory, whole pages into one buffer: the same page in turn, every byte
-// compared first. --rounds=N (9); --page=NAME for one page; --plain for the row loops of every machine.
-// --once=CODEC with a page decodes once, for callgrind: --toggle-collect=DecodeOnce counts the decoding
-// alone.
+// Our decoders and libtiff's, in memory: both decode the same whole page into one buffer, in turn. All bytes
+// are compared first.
+// --rounds=N (9)
+// --page=NAME: one page only
+// --plain: the row loops that run on every machine
+// --once=squeeze, --once=group4: decodes once, for callgrind, whose --toggle-collect=DecodeOnce counts only
+// the decoding
 #include "bench/harness.h"
 #include "kesterlib/unccitt.h"
 #include "kesterlib/unsqz.h"
@@ -100,7 +103,7 @@ double TimeLibtiff(MemoryFile* file, Bytes* rows)
     return end - start;
 }
 
-// The strip's bytes as they are.
+// Returns the coded bytes of the strip.
 Bytes RawStrip(MemoryFile* file)
 {
     TIFF* const tiff = OpenMemory(file, "rm");
@@ -127,10 +130,11 @@ constexpr int kPageCount = sizeof kPages / sizeof kPages[0];
 constexpr int kDpi = 1000;
 constexpr double kMillion = 1e6;
 
-// A goal is a least ratio of libtiff's time to ours, or, with copy, a greatest one of ours to memcpy's of the
-// page. Pages whose rows are stored as they are, or all equal, are copies in essence.
+// A goal is the least ratio of libtiff's time to ours. If `copy` is set, it is the greatest ratio of our time
+// to that of a memcpy of the page. This is for pages whose rows are all raw or all equal: decoding them is
+// mostly copying.
 struct PageGoal {
-    double fastest, plain; // with the row loops of this machine, and with those of every machine
+    double fastest, plain; // goals of the fastest row loops of this machine, and of those of every machine
     bool copy = false;
 };
 using RowLoop = int32_t(kesterlib::Frame* frame, int32_t rows, uint8_t* buffer, int32_t stride);
@@ -158,7 +162,7 @@ constexpr Codec kCodecs[] = {
 RowLoop* row_loop = nullptr;
 } // namespace
 
-// With a name that callgrind finds.
+// extern "C", so that callgrind finds the name.
 extern "C" __attribute__((noinline)) int32_t DecodeOnce(UNCOMP* frame, int32_t rows, uint8_t* buffer,
                                                         int32_t stride)
 {
@@ -167,7 +171,7 @@ extern "C" __attribute__((noinline)) int32_t DecodeOnce(UNCOMP* frame, int32_t r
 
 namespace
 {
-// With the opening and closing of the decoder.
+// Includes opening and closing the decoder.
 double TimeOurs(const Codec& codec, const Bytes& stream, const pages::Bitmap& page, Bytes* rows)
 {
     const auto row_bytes = static_cast<int32_t>(page.row_bytes);
@@ -187,7 +191,7 @@ double TimeCopy(const pages::Bitmap& page, Bytes* rows)
     return NowMs() - start;
 }
 
-// All into the same buffer, so that each finds it as the others do.
+// All write into the same buffer, so that the conditions are equal.
 void Measure(Harness& bench, const Codec& codec, const PageKind& kind, const pages::Bitmap& page,
              const Bytes& stream, MemoryFile* tiff, bool plain)
 {
@@ -195,10 +199,10 @@ void Measure(Harness& bench, const Codec& codec, const PageKind& kind, const pag
     const PageGoal& goal = codec.goals[&kind - kPages];
     Bytes rows(page.rows.size(), 0xA5);
     TimeOurs(codec, stream, page, &rows);
-    Require(rows == page.rows, name + ": the rows are not those of the page");
+    Require(rows == page.rows, name + ": our rows differ from the page");
     std::fill(rows.begin(), rows.end(), uint8_t{0xA5});
     TimeLibtiff(tiff, &rows);
-    Require(rows == page.rows, name + ": libtiff's rows are not those of the page");
+    Require(rows == page.rows, name + ": libtiff's rows differ from the page");
 
     const auto times =
         bench.InTurn({{true, [&] { return TimeOurs(codec, stream, page, &rows); }},
@@ -228,7 +232,7 @@ int main(int argc, char** argv)
             const bool is_squeeze = &codec == kCodecs;
             if (!once.empty() && once != (is_squeeze ? "squeeze" : "group4"))
                 continue;
-            // A machine without others has the plain loops for its fastest.
+            // On a machine without faster loops, the plain loops are the fastest.
             const bool is_plain = plain || codec.fastest() == codec.plain;
             row_loop = is_plain ? codec.plain : codec.fastest();
             const Bytes stream = is_squeeze ? pages::encode_squeeze(page) : RawStrip(&tiff);

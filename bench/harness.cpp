@@ -9,7 +9,7 @@
 
 namespace
 {
-constexpr double kTolerance = 0.1; // of a goal, so that noise alone does not miss it
+constexpr double kTolerance = 0.1; // share of a goal; noise alone does not make a figure miss it
 
 std::string GoalText(Goal goal)
 {
@@ -26,7 +26,7 @@ const char* VerdictOf(double value, Goal goal)
     if (goal.kind == Goal::Kind::none)
         return "-";
     const bool at_least = goal.kind == Goal::Kind::at_least;
-    // Written so that a value that is no number misses.
+    // A value that is not a number (NaN) fails both comparisons and misses.
     if (at_least ? value >= goal.value : value <= goal.value)
         return "met";
     const double limit = goal.value * (at_least ? 1 - kTolerance : 1 + kTolerance);
@@ -89,8 +89,8 @@ Harness::Harness(int argc, char** argv, int default_rounds)
     m_rounds = std::max(m_rounds, 1);
     if (const char* const slowdown = std::getenv("LUMENTA_BENCH_SLOWDOWN")) {
         m_slowdown = std::strtod(slowdown, nullptr);
-        Require(m_slowdown >= 1, "LUMENTA_BENCH_SLOWDOWN has to be a number of at least 1");
-        std::printf("times of ours are made %g times as long\n", m_slowdown);
+        Require(m_slowdown >= 1, "LUMENTA_BENCH_SLOWDOWN must be a number of at least 1");
+        std::printf("our times are multiplied by %g\n", m_slowdown);
     }
     if (const char* const path = std::getenv("LUMENTA_BENCH_FIGURES"))
         m_figures_path = path;
@@ -135,7 +135,7 @@ std::vector<std::vector<double>> Harness::InTurn(const std::vector<Contender>& c
 void Harness::Report(const std::string& name, const std::vector<double>& values, const char* unit, Goal goal,
                      const std::string& where)
 {
-    Require(!values.empty(), name + ": there is no value");
+    Require(!values.empty(), name + " has no value");
     const double median = Median(values);
     const auto [lowest, highest] = std::minmax_element(values.begin(), values.end());
     const char* const verdict = VerdictOf(median, goal);
@@ -151,7 +151,7 @@ void Harness::Report(const std::string& name, const std::vector<double>& values,
 
     if (std::string_view{verdict} == "missed") {
         char missed[64];
-        std::snprintf(missed, sizeof missed, ": %.4g, the goal is %s", median, GoalText(goal).c_str());
+        std::snprintf(missed, sizeof missed, ": %.4g, goal: %s", median, GoalText(goal).c_str());
         m_missed.push_back(name + missed);
     }
     char number[32];

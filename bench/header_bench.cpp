@@ -1,4 +1,5 @@
-// A page header of 4096 bytes: what an open or the Open dialog spends on its text. --rounds=N (21)
+// Time to parse and to write a page header of 4096 bytes. Opening a page and the Open dialog parse one.
+// --rounds=N (21)
 #include "app/pageheader.h"
 #include "bench/harness.h"
 
@@ -23,7 +24,7 @@ std::string TextWith(int32_t destinations)
     return text;
 }
 
-// us of one.
+// Returns the time of one run in us.
 template <class Work>
 double TimeEach(Work work)
 {
@@ -48,7 +49,7 @@ int main(int argc, char** argv)
         parse();
         write();
         Require(header.NumDestinations == destinations && written == text,
-                "the header is not what was written");
+                "the header that was read differs from the one that was written");
 
         const auto times =
             bench.InTurn({{true, [&] { return TimeEach(parse); }}, {true, [&] { return TimeEach(write); }}});

@@ -1,8 +1,11 @@
-// The JBIG decoder beside jbigkit's, in memory, whole pages into one buffer: the same stream, coded by
-// jbigkit, in turn, every byte compared first. As page files have it, a 1 is white. --rounds=N (7);
-// --page=NAME for one page; --plain for the row loop of every machine; --black for a 1 that is black.
-// --once=ours or --once=jbigkit with a page decodes once, for callgrind: --toggle-collect=DecodeJbigOnce
-// counts the decoding alone.
+// Our JBIG decoder and jbigkit's, in memory: both decode the same whole page, coded by jbigkit, in turn. All
+// bytes are compared first. A 1 is white, as in page files.
+// --rounds=N (7)
+// --page=NAME: one page only
+// --plain: the row loop that runs on every machine
+// --black: a 1 is black
+// --once=ours, --once=jbigkit: decodes once, for callgrind, whose --toggle-collect=DecodeJbigOnce or
+// DecodePeerOnce counts only the decoding
 #include "bench/harness.h"
 #include "kesterlib/jbig.h"
 #include "pages.h"
@@ -44,7 +47,7 @@ Bytes Encode(pages::Bitmap page)
 }
 } // namespace
 
-// With names that callgrind finds.
+// extern "C", so that callgrind finds the names.
 extern "C" __attribute__((noinline)) int32_t DecodeJbigOnce(jbig_data* dat, int32_t rows, uint8_t* buffer,
                                                             int32_t pitch)
 {
@@ -71,7 +74,7 @@ double TimePeer(Bytes* stream, Bytes* rows)
     return end - start;
 }
 
-// With the opening and closing of the decoder.
+// Includes opening and closing the decoder.
 double TimeOurs(const Bytes& stream, const pages::Bitmap& page, Bytes* rows)
 {
     const double start = NowMs();
@@ -91,8 +94,8 @@ struct PageKind {
     int width, height;
     double goal; // times as fast as jbigkit
 };
-// The blank page: both follow the speed of the core alone, ours with a look at 8 bytes of two rows at a time,
-// and their ratio differs from processor to processor: 129 to 164 were seen, 123 on a busy machine.
+// The blank page depends only on the speed of the core: our decoder compares 8 bytes of two rows at a time.
+// So the ratio differs between processors. It was 129 to 164, and 123 on a busy machine.
 constexpr double kBlankGoal = 125;
 constexpr PageKind kPages[] = {
     {"text", pages::Draw::Text, 8000, 11000, 6.5},   {"halftone", pages::Draw::Halftone, 8000, 11000, 2.1},
@@ -100,7 +103,7 @@ constexpr PageKind kPages[] = {
     {"line", pages::Draw::Line, 8000, 11000, 7},     {"noise", pages::Draw::Noise, 8000, 11000, 2.0},
     {"big", pages::Draw::Mixed, 20000, 30000, 6},
 };
-constexpr double kPlainPart = 0.75; // of the goal, without the instructions that not every machine has
+constexpr double kPlainPart = 0.75; // share of the goal for the row loop that runs on every machine
 constexpr int kDpi = 1000;
 
 void Measure(Harness& bench, const PageKind& kind, const pages::Bitmap& page)
@@ -109,10 +112,10 @@ void Measure(Harness& bench, const PageKind& kind, const pages::Bitmap& page)
     Bytes stream = Encode(page);
     Bytes rows;
     TimePeer(&stream, &rows);
-    Require(rows == page.rows, name + ": jbigkit's rows are not those of the page");
+    Require(rows == page.rows, name + ": jbigkit's rows differ from the page");
     std::fill(rows.begin(), rows.end(), uint8_t{0xA5});
     TimeOurs(stream, page, &rows);
-    Require(rows == page.rows, name + ": the rows are not those of the page");
+    Require(rows == page.rows, name + ": our rows differ from the page");
 
     std::printf("%s: %.2f MB\n", name.c_str(), static_cast<double>(stream.size()) / 1e6);
     const auto times = bench.InTurn({{true, [&] { return TimeOurs(stream, page, &rows); }},

@@ -1,6 +1,6 @@
-// From the top of a page of 600 million pixels to its last row, in a fresh row store, beside libtiff alone
-// that decodes the same page, each row into the same buffer; and back to what has been decoded. The last rows
-// are compared first. --rounds=N (9)
+// Jump from the top of a page of 600 million pixels to its last row, with an empty row store, and back to the
+// rows that are decoded. In turn with it, libtiff alone decodes the same page, each row into the same buffer.
+// The last rows are compared first. --rounds=N (9)
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "bench/countingimage.h"
@@ -16,14 +16,14 @@
 namespace
 {
 constexpr int kScreenRows = 900;
-constexpr double kOfPeer = 0.4; // of libtiff's time, and what the row store may add
-constexpr double kStoreMs = 20;
+constexpr double kOfPeer = 0.4; // goal: this share of libtiff's time ...
+constexpr double kStoreMs = 20; // ... and this addition for the row store
 
-// ms. The last rows go to `last`, all others into its first row.
+// Returns the time in ms. The last kScreenRows rows are stored in `last`, the others overwrite its first row.
 double DecodeWithLibtiff(const std::string& path, std::vector<uint8_t>* last)
 {
     TIFF* const tiff = TIFFOpen(path.c_str(), "rm");
-    Require(tiff != nullptr, "libtiff does not open the page");
+    Require(tiff != nullptr, "libtiff cannot open the page");
     uint32_t rows = 0;
     TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &rows);
     const auto row_bytes = static_cast<size_t>(TIFFScanlineSize(tiff));
@@ -32,7 +32,7 @@ double DecodeWithLibtiff(const std::string& path, std::vector<uint8_t>* last)
     for (uint32_t row = 0; row < rows; ++row) {
         const uint32_t slot = row + kScreenRows < rows ? 0 : row + kScreenRows - rows;
         Require(TIFFReadScanline(tiff, last->data() + slot * row_bytes, row, 0) == 1,
-                "libtiff does not read a row");
+                "libtiff cannot read a row");
     }
     const double end = NowMs();
     TIFFClose(tiff);
@@ -48,7 +48,7 @@ struct Jump {
 Jump JumpThereAndBack(const std::string& path, const std::vector<uint8_t>* wanted = nullptr)
 {
     CLumentaDoc document;
-    Require(document.OnOpenDocument(path), "the page does not open");
+    Require(document.OnOpenDocument(path), "the page cannot be opened");
     auto counting = std::make_unique<CountingImage>(std::move(document.m_pImage));
     const CountingImage& image = *counting;
     document.m_pImage = std::move(counting);
@@ -65,7 +65,7 @@ Jump JumpThereAndBack(const std::string& path, const std::vector<uint8_t>* wante
     jump.after = ReadProcessMemory(getpid());
     if (wanted)
         Require(std::equal(wanted->begin(), wanted->end(), document.RowAddress(bottom)),
-                "the last rows are not libtiff's");
+                "the last rows differ from libtiff's");
     const double leave = NowMs();
     document.GetRows(0, kScreenRows);
     jump.back = NowMs() - leave;

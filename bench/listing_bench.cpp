@@ -1,6 +1,6 @@
-// A directory of 10 000 page files with their viewed marks: listed, and in Open Multiple, which shows those
-// not viewed, and returns them all; beside it the bare system calls that no listing can do without, on the
-// same directory in turn. --rounds=N (15)
+// A directory of 10 000 page files with viewed marks. Measures the listing, the time until Open Multiple
+// shows the files that are not viewed, and the time until it returns all files. In turn with them run the
+// bare system calls that every listing needs, on the same directory. --rounds=N (15)
 #include "app/lumentaapp.h"
 #include "app/openmultipledialog.h"
 #include "bench/harness.h"
@@ -25,9 +25,9 @@ namespace
 constexpr int kFiles = 10000;
 constexpr int kViewedOneIn = 2;
 constexpr double kGoalMs = 150, kTakenGoalMs = 20;
-constexpr double kOfCalls = 1.4; // of the time of the bare system calls
+constexpr double kOfCalls = 1.4; // goal of the listing, as a ratio to the bare system calls
 
-// Removed with all that is in it.
+// A directory that is deleted with its contents.
 class PageDirectory
 {
 public:
@@ -47,7 +47,7 @@ public:
 
     const std::string& Path() const { return m_path; }
 
-    // False if a mark does not hold.
+    // Writes the files. Returns false if the file system keeps no marks.
     bool Fill() const
     {
         for (int i = 0; i < kFiles; ++i) {
@@ -78,7 +78,7 @@ bool IsRight(const DirectoryListing& listing)
     return listing.error == 0 && listing.entries.size() == kFiles && viewed == kFiles / kViewedOneIn;
 }
 
-// The names, a status and a mark of each; nothing is kept.
+// Reads all names, and the status and the mark of each file. Keeps nothing.
 int64_t BareCalls(const std::string& directory)
 {
     DIR* const stream = opendir(directory.c_str());
@@ -99,9 +99,9 @@ int64_t BareCalls(const std::string& directory)
     return sum;
 }
 
-// Until the list is filled, and from the keys that select all to the end of the dialog.
 struct DialogTimes {
-    double shown = 0, taken = 0;
+    double shown = 0, // ms until the list is filled
+        taken = 0;    // ms from the keys that select all files to the end of the dialog
 };
 DialogTimes TimeDialog(const std::string& directory, bool with_viewed)
 {
@@ -124,7 +124,7 @@ DialogTimes TimeDialog(const std::string& directory, bool with_viewed)
                        [](const CString& a, const CString& b) { return ComesBefore(a, b); });
     SetDialogHook({});
     times.taken = NowMs() - taken_start;
-    Require(is_taken, "the dialog did not return what it lists");
+    Require(is_taken, "the dialog did not return the listed files");
     return times;
 }
 
@@ -138,7 +138,8 @@ double TimeOf(Work work)
 
 void Measure(Harness& bench, const std::string& directory)
 {
-    Require(IsRight(ListDirectory(directory, "*.fax", Marks::read)), "the listing is not what was written");
+    Require(IsRight(ListDirectory(directory, "*.fax", Marks::read)),
+            "the listing differs from the files that were written");
     const auto list = [&](Marks marks) {
         return [&directory, marks] {
             return TimeOf([&] {
@@ -150,7 +151,7 @@ void Measure(Harness& bench, const std::string& directory)
     const auto call = [&] {
         return TimeOf([&] {
             Require(BareCalls(directory) == int64_t{5} * kFiles + kFiles / kViewedOneIn,
-                    "the system calls do not return what was written");
+                    "the system calls do not find the files that were written");
         });
     };
     const auto times = bench.InTurn({
@@ -166,8 +167,8 @@ void Measure(Harness& bench, const std::string& directory)
     bench.Report("10 000 files with their marks, system calls alone", times[2], "ms", {}, files);
     bench.Report("10 000 files with their marks, listed / system calls", Ratios(times[0], times[2]), "x",
                  AtMost(kOfCalls), files);
-    bench.Report("Open Multiple with those not viewed, to its first paint", times[3], "ms", AtMost(kGoalMs));
-    bench.Report("Open Multiple, all 10 000 selected, and OK", times[4], "ms", AtMost(kTakenGoalMs));
+    bench.Report("Open Multiple with files not viewed, to its first paint", times[3], "ms", AtMost(kGoalMs));
+    bench.Report("Open Multiple, all 10 000 files selected, and OK", times[4], "ms", AtMost(kTakenGoalMs));
 }
 } // namespace
 
@@ -176,14 +177,14 @@ int main(int argc, char** argv)
     Harness bench(argc, argv, 15);
     bench.SetWhere(std::string{ChooseDisplay() ? kOnX : kInMemory} + ", cached");
     TestToolkit toolkit(argc, argv);
-    CLumentaApp app; // of its dialogs; not started
+    CLumentaApp app; // only for its dialogs; not started
     const char* own = std::getenv("TMPDIR");
     for (const char* parent : {own ? own : "/var/tmp", "/var/tmp", "."}) {
         const PageDirectory directory{parent};
         if (directory.Path().empty() || !directory.Fill())
-            continue; // a file system without such attributes
+            continue; // the file system has no extended attributes
         Measure(bench, directory.Path());
         return bench.Finish();
     }
-    Fail("no directory whose files can be marked: nothing measured");
+    Fail("nothing measured: no directory was found whose files can be marked");
 }

@@ -1,5 +1,5 @@
-// What this machine's memory allows: bytes set, copied and read, as many as the rows of a page of 8 000 x
-// 11 000 pixels have, and of one of 20 000 x 30 000. No decoder can be faster. --rounds=N (15)
+// The speed of this machine's memory: sets, copies and reads as many bytes as the rows of a page of 8 000 x
+// 11 000 pixels have, and of a page of 20 000 x 30 000. No decoder can be faster. --rounds=N (15)
 #include "bench/harness.h"
 #include "bench/support.h"
 
@@ -24,7 +24,7 @@ int main(int argc, char** argv)
                                          {false, time([&] { std::memcpy(to.data(), from.data(), count); })},
                                          {false, [&] { return TimeRead(from.data(), count); }}},
                                         Harness::Warm::each_run);
-        Require(to == from, "the copy is not what was copied");
+        Require(to == from, "the copy differs from the original");
         const char* const names[] = {"memset", "memcpy", "read"};
         for (size_t i = 0; i < std::size(names); ++i)
             bench.Report(std::string{names[i]} + " of " + std::to_string(megabytes) + " MB", times[i], "ms");

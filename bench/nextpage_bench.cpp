@@ -1,7 +1,7 @@
-// From the key of Next Page to the end of the paint that shows the next page's top (on X: to the display's
-// answer), between two pages of 600 million pixels in turn, in a window as large as a screen of 1920 x 1080
-// leaves it. The pages are marked as viewed. Their files are in the system's cache, then out of it.
-// --rounds=N (5)
+// Time from the key of Next Page to the end of the paint that shows the top of the next page. On X the time
+// includes the display's answer. Two pages of 600 million pixels are shown in turn, in a window that fits on
+// a screen of 1920 x 1080. The pages are marked as viewed. Their files are first in the system's cache, then
+// dropped from it. --rounds=N (5)
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "app/lumentavw.h"
@@ -30,21 +30,21 @@
 
 namespace
 {
-constexpr CSize kWindow{1920, 1050}; // menu and bars included
+constexpr CSize kWindow{1920, 1050}; // px, including menu and bars
 constexpr CSize kPage{20'000, 30'000};
 constexpr double kGoalMs = 50;
 constexpr int kPagesARound = 8, kDefaultRounds = 5;
 
 struct Format {
     const char* name;
-    std::optional<pages::Raster> raster; // none: a TIFF file, Group 4 in one strip
-    bool to_the_end = false;             // the old page is left at its last row, with all rows in the store
+    std::optional<pages::Raster> raster; // empty: a TIFF file, Group 4 in one strip
+    bool to_the_end = false;             // before the key, scroll to the last row: all rows are in the store
 };
 constexpr Format kFormats[] = {
     {"TIFF, Group 4", {}},
     {"TIFF, Group 4, the old page read to its end", {}, true},
     {"Squeeze", pages::Raster::Squeeze},
-    {"JBIG, 128 lines a stripe", pages::Raster::Jbig},
+    {"JBIG, 128 lines per stripe", pages::Raster::Jbig},
     {"plain rows", pages::Raster::Plain},
 };
 
@@ -56,8 +56,8 @@ struct Scratch {
 };
 
 struct Page {
-    pages::Bitmap top;                      // the rows that a window shows at most
-    std::string paths[std::size(kFormats)]; // one a format
+    pages::Bitmap top;                      // as many rows as a window shows at most
+    std::string paths[std::size(kFormats)]; // one file for each format
 };
 
 bool MakePage(const std::string& directory, uint64_t seed, Page* page)
@@ -82,7 +82,7 @@ bool MakePage(const std::string& directory, uint64_t seed, Page* page)
     return true;
 }
 
-// Waits for the toolkit to copy what a paint of the view has drawn since it was told to watch.
+// Detects when Qt copies what a paint of the view has drawn since the last call of Watch.
 class Watcher : public QObject
 {
 public:
@@ -124,17 +124,17 @@ bool ShowsTop(CLumentaView* view, const pages::Bitmap& top)
 
 struct Times {
     std::vector<double> shown;
-    int marked = 0; // pages
+    int marked = 0; // number of pages
 };
 
-// Until the display has done what it was sent.
+// Waits until the display has handled all requests.
 void Sync()
 {
     if (auto* const x = qApp->nativeInterface<QNativeInterface::QX11Application>())
         std::free(xcb_get_input_focus_reply(x->connection(), xcb_get_input_focus(x->connection()), nullptr));
 }
 
-// Shows the page that is next on the list. False unless its top shows where the clock was stopped.
+// Shows the next page of the list. Returns false if its top is not on the screen when the clock stops.
 bool TurnPage(CLumentaView* view, Watcher* watcher, const Format& format, const std::string& path,
               const pages::Bitmap& top, bool cold, Times* times)
 {
@@ -143,7 +143,7 @@ bool TurnPage(CLumentaView* view, Watcher* watcher, const Format& format, const 
         view->ScrollToPosition({0, document->m_nDepth - view->GetClientRect().Height()});
     if (!PumpUntilIdle() || (format.to_the_end && document->m_nLastRow != document->m_nDepth - 1))
         return false;
-    removexattr(path.c_str(), kViewedMarkName); // as new as it was
+    removexattr(path.c_str(), kViewedMarkName); // makes the page count as not viewed
     if (cold && !DropFromCache(path))
         return false;
 
@@ -171,17 +171,17 @@ void Measure(Harness& bench, CLumentaApp& app, CLumentaView* view, size_t format
     for (int i = 0; i < count; ++i) {
         const Page& page = two[i % 2];
         Require(TurnPage(view, &watcher, kFormats[format], page.paths[format], page.top, cold, &times),
-                name + ": the new page's top was not shown");
+                name + ": the top of the new page was not shown");
         if (i == 0)
             times = {};
     }
     times.shown = bench.Ours(times.shown);
-    std::printf("%s, %zu pages, %d of them marked\n", kFormats[format].name, times.shown.size(),
+    std::printf("%s: %zu pages, %d of them marked\n", kFormats[format].name, times.shown.size(),
                 times.marked);
     const std::string where = std::string{QGuiApplication::platformName() == u"xcb" ? kOnX : kInMemory} +
                               (cold ? ", cold" : ", cached");
     bench.Report(name, times.shown, "ms", {}, where);
-    bench.Report(name + ", 90 of 100", Percentile(times.shown, 0.9), "ms", {}, where);
+    bench.Report(name + ", 90th percentile", Percentile(times.shown, 0.9), "ms", {}, where);
     // A cold file waits for the disk.
     bench.Report(name + ", longest", Percentile(times.shown, 1), "ms", cold ? Goal{} : AtMost(kGoalMs),
                  where);
@@ -197,7 +197,7 @@ int main(int argc, char** argv)
     const Scratch scratch;
     Page two[2];
     if (!scratch.made || !MakePage(scratch.directory, 1, &two[0]) || !MakePage(scratch.directory, 2, &two[1]))
-        return 1; // has said why
+        return 1; // MakePage has printed the reason
     TestToolkit toolkit(argc, argv);
     SetSettingsFile(scratch.directory + "/settings");
     SetMessageBoxHook([](const CString& text) { std::fprintf(stderr, "%s\n", text.c_str()); });
@@ -210,7 +210,7 @@ int main(int argc, char** argv)
     if (is_x) // shortcuts reach the active window only
         Require(QTest::qWaitForWindowActive(ViewOf(view)->window()), "the window does not become active");
     Require(PumpUntilIdle() && !ShowsTop(view, two[0].top) && two[0].top.rows != two[1].top.rows,
-            "the pages cannot be told apart");
+            "the two pages look alike");
     app.m_bMarkViewed = true;
 
     const CRect client = view->GetClientRect();

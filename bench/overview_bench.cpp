@@ -1,7 +1,7 @@
-// The overview of a page of 600 million pixels in three formats, on a screen of 1280 x 960: its whole cost
-// without paints, a batch of one line, the memory that it takes, and how long a key at the page view waits
-// for its paint while the picture grows in its own window. The windows are on X if the display has that size.
-// --rounds=N (9)
+// The overview of a page of 600 million pixels in three formats, on a screen of 1280 x 960. Measures its
+// processor time without paints, the time of a batch of one line, its memory, and how long a key in the page
+// view waits for its paint while the picture grows in its own window. The windows are on X if the display has
+// that size. --rounds=N (9)
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "app/lumentavw.h"
@@ -33,9 +33,9 @@ namespace
 {
 constexpr CSize kScreen{1280, 960};
 constexpr CSize kPage{20'000, 30'000};
-constexpr double kOverviewGoalMs = 100; // CPU, of run formats
+constexpr double kOverviewGoalMs = 100; // processor time, for formats with has_cpu_goal
 constexpr double kKeyGoalMs = 50;
-constexpr double kMemoryGoalKb = 2048; // beside the mapped rows
+constexpr double kMemoryGoalKb = 2048; // without the mapped rows
 constexpr int kLeastKeys = 60, kKeysAnOverview = 20;
 
 struct Format {
@@ -47,7 +47,7 @@ struct Format {
 constexpr Format kFormats[] = {
     {"Group 4", "big-group4.fax", 10, true, true},
     {"Squeeze", "big-squeeze.fax", 10, false, false},
-    {"JBIG, 128 lines a stripe", "big-jbig.fax", 40, false, true},
+    {"JBIG, 128 lines per stripe", "big-jbig.fax", 40, false, true},
 };
 
 double CpuMs()
@@ -74,19 +74,19 @@ bool IsWhole(const CLumentaDoc& document)
     return document.m_pScaled && document.m_pScaled->HasAllLines() && !document.m_bReadError;
 }
 
-// Anonymous memory in kB, the picture, the decoder's and the engine's rows among it.
+// Memory in kB.
 struct Growth {
-    long most = 0;
-    long picture = 0;
+    long most = 0;    // largest growth of anonymous memory: picture, rows of the decoder and of the engine
+    long picture = 0; // size of the picture
 };
 
-// Not timed: all lines, their greys, and what they took at the worst moment.
+// Makes all lines, without timing. Returns their greys and the memory.
 bool Check(const Format& format, std::vector<uint8_t>* greys, Growth* growth)
 {
     CLumentaDoc document;
     if (!OpenPage(document, format))
         return false;
-    malloc_trim(0); // what earlier pages have left must not be taken for free
+    malloc_trim(0); // otherwise freed memory of earlier pages would be reused and not counted
     const long before = ReadProcessMemory(getpid()).anonymous;
     document.MakeScaledBitmap(ChooseScale(kPage, kScreen));
     while (true) {
@@ -106,7 +106,8 @@ bool Check(const Format& format, std::vector<uint8_t>* greys, Growth* growth)
     return true;
 }
 
-// Of the same page. Where one format counts ink and the other paper, the roundings differ by one.
+// Whether both are the picture of the same page, and not blank. If one format counts black and the other
+// white pixels, the rounding differs by one.
 bool IsSamePicture(const std::vector<uint8_t>& one, const std::vector<uint8_t>& other)
 {
     return std::equal(one.begin(), one.end(), other.begin(), other.end(),
@@ -114,7 +115,7 @@ bool IsSamePicture(const std::vector<uint8_t>& one, const std::vector<uint8_t>& 
            std::count(one.begin(), one.end(), one.front()) != std::ssize(one);
 }
 
-// In one go: the rows of the page are decoded, stored, and read again.
+// Reduces in a single call: the rows of the page are decoded, stored and read again.
 bool ReduceWhole(const Format& format, double* cpu)
 {
     CLumentaDoc document;
@@ -161,7 +162,7 @@ bool MeasureReduction(Harness& bench, const Format& format)
         batches[round] = bench.Ours(batches[round]);
     }
 
-    // A batch is the same work in each round: its median is free of what else the machine did meanwhile.
+    // A batch is the same work in each round. So its median does not include other work of the machine.
     std::vector<double> lines;
     double longest = 0;
     for (size_t line = 0; line < batches.front().size(); ++line) {
@@ -173,17 +174,17 @@ bool MeasureReduction(Harness& bench, const Format& format)
     }
     const std::string name = std::string{"overview, "} + format.name;
     for (const auto& [what, times] :
-         {std::pair{", CPU, in one go", &whole}, std::pair{", CPU, line by line", &by_line}})
+         {std::pair{", CPU, in one call", &whole}, std::pair{", CPU, line by line", &by_line}})
         bench.Report(name + what, *times, "ms", format.has_cpu_goal ? AtMost(kOverviewGoalMs) : Goal{});
     bench.Report(name + ", batches of one line", lines, "ms");
-    bench.Report(name + ", batch of one line, 99 of 100", Percentile(lines, 0.99), "ms");
+    bench.Report(name + ", batch of one line, 99th percentile", Percentile(lines, 0.99), "ms");
     bench.Report(name + ", longest batch of one line, median of the rounds", Percentile(lines, 1), "ms",
                  AtMost(format.batch_goal_ms));
     bench.Report(name + ", longest batch of one line in any round", longest, "ms");
     return true;
 }
 
-// Tells the thread that presses keys how far the picture is, and when a paint has shown another place.
+// Tells the thread that presses keys how many lines are made, and when a paint shows a new scroll position.
 class TimedView : public CLumentaView
 {
 public:
@@ -224,8 +225,8 @@ public:
     }
 };
 
-// In a thread of its own, as keys come: at any moment of a batch or a paint. Those alone count that find the
-// picture growing.
+// Runs in a thread of its own, because keys can arrive at any moment of a batch or a paint. Only keys that
+// arrive while the picture grows are counted.
 void PressKeys(TimedView* view, ViewWidget* widget, int32_t height, std::vector<double>* times,
                std::atomic<bool>* done)
 {
@@ -276,7 +277,7 @@ bool MeasureKeys(Harness& bench, CLumentaApp& app, const Format& format, const c
 {
     const int rounds = bench.Rounds();
     std::vector<double> times;
-    // A last key of an overview may come too late to count.
+    // The last key of an overview may be too late to be counted.
     for (int round = 0; round < rounds || (times.size() < kLeastKeys && round < 3 * rounds + 9); ++round)
         if (!GrowUnderKeys(app, format, &times))
             return false;
@@ -285,7 +286,7 @@ bool MeasureKeys(Harness& bench, CLumentaApp& app, const Format& format, const c
     times = bench.Ours(times);
     const std::string name = std::string{"overview grows, "} + format.name + ", key to its paint";
     bench.Report(name, times, "ms", {}, where);
-    bench.Report(name + ", 90 of 100", Percentile(times, 0.9), "ms", {}, where);
+    bench.Report(name + ", 90th percentile", Percentile(times, 0.9), "ms", {}, where);
     bench.Report(name + ", longest", Percentile(times, 1), "ms", AtMost(kKeyGoalMs), where);
     return true;
 }
@@ -296,7 +297,7 @@ int main(int argc, char** argv)
     Harness bench(argc, argv, 9);
     bench.SetWhere("memory, cached");
     const bool is_x = HasDisplayOf(kScreen.cx, kScreen.cy) && ChooseDisplay();
-    Require(is_x || ChooseScreen(kScreen.cx, kScreen.cy), "no screen"); // the factor depends on it
+    Require(is_x || ChooseScreen(kScreen.cx, kScreen.cy), "no screen"); // the scale depends on its size
     TestToolkit toolkit(argc, argv);
     SetSettingsFile("/dev/null");
     SetMessageBoxHook([](const CString& text) { std::fprintf(stderr, "%s\n", text.c_str()); });
@@ -309,7 +310,7 @@ int main(int argc, char** argv)
         Require(Check(kFormats[i], &greys, &growth[i]), name + ": not all lines were made");
         if (i == 0)
             first = greys;
-        Require(IsSamePicture(greys, first), name + ": another picture, or a blank one");
+        Require(IsSamePicture(greys, first), name + ": the picture differs, or is blank");
     }
 
     std::printf("%d x %d pixels at 1/%d\n", kPage.cx, kPage.cy, ChooseScale(kPage, kScreen));
@@ -322,7 +323,7 @@ int main(int argc, char** argv)
                      "kB");
     }
     StartApplication(app, {});
-    QInputDevice::primaryKeyboard(); // made by whoever asks first, which must not be the thread of the keys
+    QInputDevice::primaryKeyboard(); // created here, because the thread that presses keys must not create it
     for (const Format& format : kFormats)
         if (format.with_keys)
             Require(MeasureKeys(bench, app, format, is_x ? "X, cached" : "memory, cached"),

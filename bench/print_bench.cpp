@@ -1,5 +1,6 @@
-// Peak memory and time of a print into a PDF file, from the start of the program on, with the page on the
-// screen. Each print runs in a process of its own: this program starts itself with --print. --rounds=N (3)
+// Peak memory and time of a print into a PDF file. The memory is that of the whole program with the page on
+// the screen. Each print runs in a process of its own: this program starts itself with --print.
+// --rounds=N (3)
 #include "app/lumentaapp.h"
 #include "bench/harness.h"
 #include "bench/support.h"
@@ -28,7 +29,7 @@ constexpr CSize kPaper{9500, 13'600}; // fits the printable area of A4 at 1200 d
 struct Print {
     const char* name;
     std::string page;
-    double goal_mb; // 0: none
+    double goal_mb; // goal of the peak memory; 0: none
 };
 
 // The child: opens the page as the program does, and prints it.
@@ -50,7 +51,7 @@ int PrintOnce(int argc, char** argv, const CString& page, const CString& pdf)
     const double start = NowMs();
     if (view)
         view->OnFilePrint();
-    std::printf("%f\n", NowMs() - start); // for the parent
+    std::printf("%f\n", NowMs() - start); // the parent reads this
     EndApplication(app);
     return view && good ? 0 : 1;
 }
@@ -59,8 +60,8 @@ struct Figures {
     std::vector<double> ms, peak, anonymous, file, shared; // memory in MB
 };
 
-// The greatest of each figure while the process runs. VmHWM counts what is mapped of the row store's file,
-// too.
+// Prints once in a child process and adds the largest value of each figure. VmHWM includes the mapped part of
+// the row store's file.
 void PrintInChild(const Print& print, const std::string& pdf, Figures* figures)
 {
     const char* const arguments[] = {"/proc/self/exe", "--print", print.page.c_str(), pdf.c_str(), nullptr};
@@ -72,7 +73,7 @@ void PrintInChild(const Print& print, const std::string& pdf, Figures* figures)
     pid_t process = 0;
     Require(posix_spawn(&process, arguments[0], &actions, nullptr, const_cast<char**>(arguments), environ) ==
                 0,
-            "the print does not start");
+            "the printing process does not start");
     posix_spawn_file_actions_destroy(&actions);
     close(pipe_ends[1]);
     ProcessMemory most;
@@ -133,11 +134,11 @@ int main(int argc, char** argv)
     group4.compression = pages::Compression::Group4;
     Require(pages::write_tiff(fits, pages::draw_page(options), group4).empty() &&
                 pages::write_tiff(grey, pages::draw_grey_page(options), {}).empty(),
-            "the pages are not written");
+            "the pages cannot be written");
 
     const Print prints[] = {
         {"20 000 x 30 000, larger than the paper", PagePathOf(kBigPage), kPeakGoalMb},
-        {"9 500 x 13 600, of one bit a pixel", fits, kPeakGoalMb},
+        {"9 500 x 13 600, 1 bit per pixel", fits, kPeakGoalMb},
         {"9 500 x 13 600, grey", grey, 0},
     };
     for (const Print& print : prints)

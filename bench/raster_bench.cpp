@@ -1,6 +1,6 @@
-// The widening of 1 bit to 32, the whole cost of a repaint from decoded rows: the vector form beside the
-// plain one, at sizes that stay in the cache and at one that does not, from a byte's first bit and from
-// within one. --rounds=N (21)
+// Widening pixels from 1 bit to 32, which is the whole cost of a repaint from decoded rows. Compares the
+// vector variant with the plain one, at two sizes that fit in the cache and one that does not, starting at
+// the first bit of a byte and within a byte. --rounds=N (21)
 #include "bench/harness.h"
 #include "platform/raster.h"
 
@@ -11,7 +11,7 @@
 
 namespace
 {
-// In the cache the compiler makes the plain form as fast; beyond it, the vector form writes past the cache.
+// In the cache the compiled plain variant is as fast. For larger sizes the vector variant bypasses the cache.
 struct Size {
     int width, height;
     double goal; // times as fast as the plain form
@@ -38,7 +38,7 @@ void Measure(Harness& bench, const Size& size, int first_bit)
     widen(ExpandBilevelPlain)();
     const std::vector<uint32_t> plain = std::exchange(target, std::vector<uint32_t>(target.size()));
     widen(ExpandBilevel)();
-    Require(target == plain, "the two forms differ");
+    Require(target == plain, "the two variants differ");
 
     const auto times = bench.InTurn({{true, widen(ExpandBilevel)}, {false, widen(ExpandBilevelPlain)}},
                                     Harness::Warm::each_run);

@@ -1,7 +1,11 @@
-// The scale engine beside the public library's reductions, in memory, a row at a time into one buffer: the
-// same page in turn, ours compared with a plain count first; and the time in which the rows can be read at
-// all. --rounds=N (9); --page=NAME for one page; --scale=N for one scale. --once=fastest or --once=plain with
-// both reduces once, for callgrind: --toggle-collect=ReduceOnce counts the reduction alone.
+// Our scale engine and leptonica's reductions, in memory: both reduce the same page, in turn. The engine gets
+// one row at a time. Its greys are compared with a plain count first. The time to read the rows from memory
+// is a lower limit.
+// --rounds=N (9)
+// --page=NAME: one page only
+// --scale=N: one scale only
+// --once=fastest, --once=plain: reduces once, for callgrind, whose --toggle-collect=ReduceOnce counts only
+// the reduction
 #include "bench/harness.h"
 #include "bench/support.h"
 #include "kesterlib/scale.h"
@@ -27,7 +31,7 @@ struct PageKind {
     const char* name;
     pages::Draw draw;
     int width, height;
-    bool goals; // the gates stand on this page
+    bool goals; // whether the goals apply to this page
 };
 constexpr PageKind kPages[] = {
     {"big", pages::Draw::Mixed, 20000, 30000, true},
@@ -36,14 +40,14 @@ constexpr PageKind kPages[] = {
 };
 constexpr int kDpi = 1000;
 
-// Least ratios of the peer's time to ours. Reduction cannot be faster than the rows come from memory, and how
-// fast they come differs from machine to machine by more than the peer does: if a share of that rate is
-// less than the ratio, it is the goal. At 1/8 the share is smaller: the sums go across every 8 rows, and an
-// eighth of what is read is written as greys, which the reading alone does not do.
+// Least ratios of the peer's time to ours. A reduction cannot be faster than reading the rows from memory,
+// and this rate differs between machines more than the peer's speed. So the goal is the ratio or a share of
+// the read rate, whichever is less. The share is smaller at 1/8: sums are added up after every 8 rows, and
+// greys of an eighth of the bytes read are written.
 struct ScaleGoal {
     int scale;
-    double fastest, plain; // 0: none
-    double share;          // of the read rate, with the fastest loops
+    double fastest, plain; // least ratio with the fastest and with the plain loops; 0: no goal
+    double share;          // share of the read rate, with the fastest loops
 };
 constexpr double kPlainShare = 0.5;
 constexpr ScaleGoal kScales[] = {
@@ -88,7 +92,7 @@ int32_t KeepRow(int32_t out_row, int32_t out_width, const uint8_t* grey_row, voi
 }
 } // namespace
 
-// With a name that callgrind finds.
+// extern "C", so that callgrind finds the name.
 extern "C" __attribute__((noinline)) void ReduceOnce(scale_engine* engine, const uint8_t* rows,
                                                      int32_t height)
 {
@@ -98,7 +102,7 @@ extern "C" __attribute__((noinline)) void ReduceOnce(scale_engine* engine, const
 
 namespace
 {
-// With the making and finishing of the engine.
+// Includes creating and finishing the engine.
 double TimeOurs(const scale_loops* loops, const pages::Bitmap& page, int scale, Bytes* greys, Bytes* blank)
 {
     const double start = NowMs();
@@ -144,7 +148,7 @@ void Measure(Harness& bench, const PageKind& kind, const pages::Bitmap& page, PI
     for (const scale_loops* with : loops) {
         std::fill(greys.begin(), greys.end(), uint8_t{0x5A});
         reduce(with)();
-        Require(greys == wanted, name + ": the greys are not those of a plain count");
+        Require(greys == wanted, name + ": the greys differ from a plain count");
     }
     const auto times = bench.InTurn({{false, [&] { return TimePeer(pix, scale); }},
                                      {false, [&] { return TimeRead(page.rows.data(), page.rows.size()); }},

@@ -1,5 +1,6 @@
-// What a step of scrolling asks for: the lines that came into the window, and of these only those that have
-// never been decoded are read from the file. Counts, not times: any other count ends the program with 1.
+// What a step of scrolling requests: only the lines that became visible. Of these, only lines that have never
+// been decoded are read from the file. This program counts and takes no times. A wrong count ends it with
+// status 1.
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "app/lumentavw.h"
@@ -16,7 +17,7 @@
 
 namespace
 {
-// Lines that paints have asked the document for.
+// Counts the lines that paints request from the document.
 class CountingView : public CLumentaView
 {
 public:
@@ -59,8 +60,8 @@ int main(int argc, char** argv)
     auto* const frame = DynamicDowncast<CFrameWnd>(app.m_pMainWnd);
     auto* const view = frame ? DynamicDowncast<CountingView>(frame->GetActiveView()) : nullptr;
     CLumentaDoc* const document = view ? view->GetPageDocument() : nullptr;
-    Require(document != nullptr, "the page does not open");
-    // A window's first size is not its last.
+    Require(document != nullptr, "the page cannot be opened");
+    // The first size of a window is not its final size.
     CRect client;
     const auto settled = [&] {
         return std::exchange(client, view->GetClientRect()) == view->GetClientRect();
@@ -72,11 +73,11 @@ int main(int argc, char** argv)
     auto counting = std::make_unique<CountingImage>(std::move(document->m_pImage));
     const CountingImage& image = *counting;
     document->m_pImage = std::move(counting);
-    view->ScrollToPosition({0, 50}); // past what a larger first size has decoded
+    view->ScrollToPosition({0, 50}); // past the rows that a larger first size has decoded
     PumpUntilIdle();
     const int window_lines = view->GetClientRect().Height();
 
-    std::printf("a window of %d lines\n%-44s %10s %10s\n", window_lines, "", "asked for", "decoded");
+    std::printf("a window of %d lines\n%-44s %10s %10s\n", window_lines, "", "requested", "decoded");
     bool exact = true;
     const auto step = [&](const char* what, int64_t lines, int64_t rows, auto act) {
         const int64_t lines_before = view->lines;
@@ -88,7 +89,7 @@ int main(int argc, char** argv)
         const bool good = asked == lines && read == rows;
         exact = exact && good;
         std::printf("%-44s %10lld %10lld%s\n", what, static_cast<long long>(asked),
-                    static_cast<long long>(read), good ? "" : "  NOT WHAT CAME INTO VIEW");
+                    static_cast<long long>(read), good ? "" : "  WRONG COUNT");
     };
     const auto move_by = [&](int dx, int dy) {
         const CPoint at = view->GetScrollPosition();
@@ -107,7 +108,7 @@ int main(int argc, char** argv)
     step("5000 lines down", window_lines, 5000, [&] { move_by(0, 5000); });
     step("5000 lines up", window_lines, 0, [&] { move_by(0, -5000); });
     EndApplication(app);
-    Require(exact, "a step did not ask for or decode what came into view");
-    bench.Report("scrolling, lines asked for and decoded beyond what came into view", 0, "lines", AtMost(0));
+    Require(exact, "a step requested or decoded other lines than those that became visible");
+    bench.Report("scrolling, lines requested or decoded that did not become visible", 0, "lines", AtMost(0));
     return bench.Finish();
 }

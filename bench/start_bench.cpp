@@ -1,9 +1,8 @@
-// Measures from the start of the program to the first pixels of the page on the screen, in turn with a bare
-// window of Qt. The file of the large page is in the system's cache, then out of it. Needs a display of its
-// own: the display is covered with white, and its middle is read until it turns black.
-//
-//   --rounds=N  number of rounds (21)
-//   --peers     afterwards, the large page in feh and Geeqie, if they are installed
+// Time from the start of the program to the first pixels of the page on the screen, in turn with a bare Qt
+// window. The file of the large page is once in the system's cache and once dropped from it. Needs a display
+// of its own: this program covers it with white and reads a pixel in the middle until that is black.
+// --rounds=N (21)
+// --peers: also measures the large page in feh and Geeqie, if they are installed
 #include "bench/harness.h"
 #include "bench/support.h"
 
@@ -27,9 +26,9 @@ namespace
 {
 constexpr double kLimitMs = 20'000;
 constexpr useconds_t kLookEveryUs = 250;
-constexpr useconds_t kSettleUs = 300'000; // till what follows the first picture is over
+constexpr useconds_t kSettleUs = 300'000; // for the work after the first picture
 
-// What is watched while another viewer shows the page in its own way.
+// Part of the screen that is watched while another viewer shows the page.
 constexpr int16_t kPeerLeft = 400, kPeerTop = 300;
 constexpr uint16_t kPeerSide = 256;
 constexpr int kPeerRounds = 3;
@@ -46,7 +45,7 @@ public:
             return;
         m_screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data;
         m_cover = xcb_generate_id(m_connection);
-        const uint32_t values[] = {m_screen->white_pixel, 1}; // window managers leave it alone
+        const uint32_t values[] = {m_screen->white_pixel, 1}; // 1: window managers ignore the window
         xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, m_cover, m_screen->root, 0, 0,
                           m_screen->width_in_pixels, m_screen->height_in_pixels, 0,
                           XCB_WINDOW_CLASS_INPUT_OUTPUT, m_screen->root_visual,
@@ -62,8 +61,8 @@ public:
 
     bool Good() const { return m_screen != nullptr; }
 
-    // The moment at which the pixel in the middle of the window's place is black, or is not; 0 if that does
-    // not come.
+    // Waits until the pixel in the middle of the window is black, or until it is not. Returns the time of
+    // that, or 0 after kLimitMs.
     double WaitFor(bool black) const
     {
         const double start = NowMs();
@@ -106,7 +105,7 @@ struct Contender {
     const char* name;
     std::vector<std::string> command;
     bool is_ours = true;
-    std::string cold_file = {}; // taken out of the cache before each start
+    std::string cold_file = {}; // dropped from the cache before each start
     std::vector<double> times_ms = {};
     std::vector<double> peaks_mb = {};
 };
@@ -126,9 +125,9 @@ pid_t Start(const std::vector<std::string>& command)
 
 void RunOnce(const Harness& bench, const Screen& screen, Contender& contender)
 {
-    Require(screen.WaitFor(false) != 0, "something black stays on the screen");
+    Require(screen.WaitFor(false) != 0, "the screen is still black");
     if (!contender.cold_file.empty())
-        Require(DropFromCache(contender.cold_file), "the page's file stays in the cache");
+        Require(DropFromCache(contender.cold_file), "the page's file is still in the cache");
     const double start = NowMs();
     const pid_t process = Start(contender.command);
     const double shown = screen.WaitFor(true);
@@ -142,11 +141,11 @@ void RunOnce(const Harness& bench, const Screen& screen, Contender& contender)
     contender.peaks_mb.push_back(contender.is_ours ? bench.Ours(megabytes) : megabytes);
 }
 
-double CpuMs(pid_t process) // so far
+double CpuMs(pid_t process) // processor time so far
 {
     std::ifstream file("/proc/" + std::to_string(process) + "/stat");
     std::string text{std::istreambuf_iterator<char>(file), {}};
-    std::istringstream fields(text.substr(text.rfind(')') + 1)); // from the third on
+    std::istringstream fields(text.substr(text.rfind(')') + 1)); // from the third field on
     std::string skipped;
     for (int i = 0; i < 11; ++i)
         fields >> skipped;
@@ -155,14 +154,14 @@ double CpuMs(pid_t process) // so far
     return (user + system) * 1000 / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
-// Each shows the page in its own way, so that no pixel tells when it is there: the last change in the middle
-// of the screen does, before the program has been idle for a while.
+// Each viewer shows the page in its own way, so no single pixel says when the page is complete. This measures
+// the time until the last change in the middle of the screen before the program is idle for kPeerIdleMs.
 void MeasurePeer(Harness& bench, const Screen& screen, const std::string& name,
                  const std::vector<std::string>& command, bool is_ours)
 {
     std::vector<double> times, peaks, cpu;
     for (int round = 0; round < kPeerRounds; ++round) {
-        Require(screen.WaitFor(false) != 0, "something black stays on the screen");
+        Require(screen.WaitFor(false) != 0, "the screen is still black");
         std::vector<uint8_t> seen = screen.Middle();
         const double start = NowMs();
         const pid_t process = Start(command);
@@ -191,7 +190,7 @@ void MeasurePeer(Harness& bench, const Screen& screen, const std::string& name,
         peaks = bench.Ours(peaks);
         cpu = bench.Ours(cpu);
     }
-    bench.Report("large page in " + name + ", until it stands", times, "ms");
+    bench.Report("large page in " + name + ", until it is complete", times, "ms");
     bench.Report("large page in " + name + ", peak memory", peaks, "MB");
     bench.Report("large page in " + name + ", processor time", cpu, "ms");
 }
@@ -206,7 +205,7 @@ bool IsInstalled(const std::string& program)
     return false;
 }
 
-// Settings of our own, with a window of the bare window's size and place.
+// Writes settings in which the window has the size and position of the bare window. Returns their directory.
 std::string MakeSettings()
 {
     std::string directory = std::filesystem::temp_directory_path() / "lumenta-start-XXXXXX";
@@ -239,7 +238,7 @@ int main(int argc, char** argv)
         contenders.push_back(&cold);
     else
         std::printf("cold: not measured, the file system keeps the page in memory\n");
-    for (int round = -1; round < bench.Rounds(); ++round) // one round to warm up, not counted
+    for (int round = -1; round < bench.Rounds(); ++round) // the first round is not counted
         for (Contender* const contender : contenders) {
             RunOnce(bench, screen, *contender);
             if (round < 0) {
@@ -258,7 +257,7 @@ int main(int argc, char** argv)
     bench.Report("start, small page - bare window", Differences(small.times_ms, bare.times_ms), "ms",
                  AtMost(25));
     bench.Report("start, large page - bare window", Differences(big.times_ms, bare.times_ms), "ms");
-    // Both are ours: the planted slowdown counts once more for the large page.
+    // Both are ours. To have an effect, LUMENTA_BENCH_SLOWDOWN is applied once more to the large page.
     bench.Report("start, large page - small page", Differences(bench.Ours(big.times_ms), small.times_ms),
                  "ms", AtMost(3));
     bench.Report("start, large page / small page", Ratios(bench.Ours(big.times_ms), small.times_ms), "x",

@@ -58,7 +58,7 @@ bool HasDisplayOf(int width, int height)
     return good;
 }
 
-// Qt reads the size from a file, which is kept in memory.
+// Qt reads the size from a configuration file. This one is in memory.
 bool ChooseScreen(int width, int height)
 {
     const std::string screen = R"({"screens": [{"name": "bench", "x": 0, "y": 0, "width": )" +
@@ -126,7 +126,7 @@ uint64_t ReadWords(const uint8_t* bytes, size_t count)
 double TimeRead(const uint8_t* bytes, size_t count)
 {
     static uint64_t sum;
-    volatile uint64_t& kept = sum; // so that the reading is not left out
+    volatile uint64_t& kept = sum; // keeps the compiler from removing the reads
     const double start = NowMs();
 #if defined(__x86_64__)
     kept = __builtin_cpu_supports("avx2") ? ReadVectors(bytes, count) : ReadWords(bytes, count);

@@ -1,5 +1,7 @@
-// All rows of large Group 4 TIFF pages, with the opening of the file: TIFFImage beside libtiff, in turn, each
-// into one row. Every row is compared first. --rounds=N (5); --page=NAME for one page.
+// Opening large Group 4 TIFF pages and reading all rows: TIFFImage and libtiff in turn, each into a buffer of
+// one row. All rows are compared first.
+// --rounds=N (5)
+// --page=NAME: one page only
 #include "app/tifimage.h"
 #include "bench/harness.h"
 #include "pages.h"
@@ -19,7 +21,7 @@ namespace
 struct PageKind {
     const char* name;
     pages::Draw draw;
-    uint32_t rows_per_strip; // 0: all
+    uint32_t rows_per_strip; // 0: all rows in one strip
     double goal;             // times as fast as libtiff
 };
 constexpr PageKind kPages[] = {
@@ -34,7 +36,7 @@ class LibtiffPage
 public:
     explicit LibtiffPage(const std::string& path) : m_tiff(TIFFOpen(path.c_str(), "rbm"))
     {
-        Require(m_tiff != nullptr, "libtiff does not open the page");
+        Require(m_tiff != nullptr, "libtiff cannot open the page");
     }
     LibtiffPage(const LibtiffPage&) = delete;
     LibtiffPage& operator=(const LibtiffPage&) = delete;
@@ -43,7 +45,7 @@ public:
     size_t RowBytes() const { return static_cast<size_t>(TIFFScanlineSize(m_tiff)); }
     void Read(uint8_t* row, uint32_t number) const
     {
-        Require(TIFFReadScanline(m_tiff, row, number, 0) == 1, "libtiff does not read a row");
+        Require(TIFFReadScanline(m_tiff, row, number, 0) == 1, "libtiff cannot read a row");
     }
 
 private:
@@ -52,7 +54,7 @@ private:
 
 void OpenOurs(TIFFImage& image, const std::string& path)
 {
-    Require(image.Open(path) != 0, "the page does not open");
+    Require(image.Open(path) != 0, "the page cannot be opened");
 }
 
 void ReadOurs(TIFFImage& image, std::vector<uint8_t>& row)
