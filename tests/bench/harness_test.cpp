@@ -54,7 +54,7 @@ protected:
     const std::string m_figures = testing::TempDir() + "harness_test_figures";
 };
 
-TEST_F(HarnessTest, AGoalMissedByMoreThanATenthEndsTheProgramWithOne)
+TEST_F(HarnessTest, AGoalMissedByMoreThanATenthEndsTheProgramWithStatus1)
 {
     const Case cases[] = {
         {"no goal", {7, 1, 3}, {}, "-", 0},
@@ -64,9 +64,9 @@ TEST_F(HarnessTest, AGoalMissedByMoreThanATenthEndsTheProgramWithOne)
         {"met", {4, 4, 1}, AtLeast(4), "met", 0},
         {"near", {9}, AtLeast(10), "near", 0},
         {"missed", {8.9}, AtLeast(10), "missed", 1},
-        {"anything beyond nothing", {1}, AtMost(0), "missed", 1},
-        {"no number, low", {std::nan("")}, AtLeast(1), "missed", 1},
-        {"no number, high", {std::nan("")}, AtMost(1), "missed", 1},
+        {"a goal of 0", {1}, AtMost(0), "missed", 1},
+        {"not a number, at least", {std::nan("")}, AtLeast(1), "missed", 1},
+        {"not a number, at most", {std::nan("")}, AtMost(1), "missed", 1},
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.what);
@@ -76,7 +76,7 @@ TEST_F(HarnessTest, AGoalMissedByMoreThanATenthEndsTheProgramWithOne)
         EXPECT_TRUE(FiguresOf(m_figures).ends_with(std::string{"\t"} + one.verdict + "\n"))
             << FiguresOf(m_figures);
         EXPECT_EQ(bench.Finish(), one.status);
-        // A goal that is met later does not make up for it.
+        // A goal that is met later does not change the status.
         bench.Report("other", 1, "ms", AtMost(1));
         EXPECT_EQ(bench.Finish(), one.status);
     }
@@ -93,7 +93,7 @@ TEST_F(HarnessTest, EachFigureIsOneLineInTheFile)
                                     "figure\tcopy\t4\t4 to 4\tMB\t-\tmemory\t-\nfinished\n");
 }
 
-TEST_F(HarnessTest, ContendersRunInTurnAndTheirFirstRoundDoesNotCount)
+TEST_F(HarnessTest, ContendersRunInTurnAndTheirFirstRoundIsNotCounted)
 {
     struct {
         const char* what;
@@ -101,7 +101,7 @@ TEST_F(HarnessTest, ContendersRunInTurnAndTheirFirstRoundDoesNotCount)
         const char* order;
         std::vector<double> first, second;
     } const cases[] = {
-        {"a round", Harness::Warm::first_round, "ababab", {3, 5}, {4, 6}},
+        {"first round", Harness::Warm::first_round, "ababab", {3, 5}, {4, 6}},
         {"each run", Harness::Warm::each_run, "aabbaabbaabb", {6, 10}, {8, 12}},
     };
     for (const auto& one : cases) {
@@ -120,8 +120,8 @@ TEST_F(HarnessTest, ContendersRunInTurnAndTheirFirstRoundDoesNotCount)
     }
 }
 
-// A ratio the wrong way round would let a slower program of ours pass.
-TEST_F(HarnessTest, APlantedSlowdownMissesGoalsOfBothKinds)
+// With an inverted ratio a slower program of ours would meet its goal.
+TEST_F(HarnessTest, ASlowdownMissesGoalsOfBothKinds)
 {
     for (const char* const slowdown : {"1", "1.5"}) {
         setenv("LUMENTA_BENCH_SLOWDOWN", slowdown, 1);
@@ -146,7 +146,7 @@ TEST_F(HarnessTest, AFailureEndsTheProgramAtOnce)
     EXPECT_EXIT(Make().Report("lost", 1, "ms"), testing::ExitedWithCode(1), "cannot be written");
 }
 
-TEST_F(HarnessTest, ArgumentsForOtherProgramsArePassedOver)
+TEST_F(HarnessTest, ArgumentsForOtherProgramsAreIgnored)
 {
     const Harness bench = Make({"--page=text", "--other", "--rounds=7", "--plain"});
     EXPECT_EQ(bench.Rounds(), 7);

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# speed_test.sh: the tables that scripts/speed.sh makes of the figures of three runs.
+# speed_test.sh: tests the tables that scripts/speed.sh makes from the figures of three runs.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
 # shellcheck source=scripts/speed.sh
@@ -18,7 +18,7 @@ large='start, 20 000 x 30 000 page'
   figure 3 jump_bench jump 4 "at least 4" memory met
 } >"$figures"
 
-# expect WHAT LINE FILE: the file has this line.
+# expect WHAT LINE FILE: ends the test with an error unless the file has this line.
 expect()
 {
   grep -qxF -e "$2" "$3" || die "$1: there is no line '$2' in:
@@ -28,7 +28,7 @@ $(cat "$3")"
 speed_table "$figures" 3 >"$scratch/table"
 expect "numbers are sorted as numbers" \
   "| $large | 9 | 8 to 100 | ms | at most 10, missed in 1 of 3 | X, cached |" "$scratch/table"
-expect "cold files are a figure of their own" "| $large | 30 | 30 to 30 | ms | - | X, cold |" "$scratch/table"
+expect "cold files are a separate figure" "| $large | 30 | 30 to 30 | ms | - | X, cold |" "$scratch/table"
 expect "each program has a table" "## \`jump_bench\`" "$scratch/table"
 
 missed_goals "$figures" >"$scratch/missed"
