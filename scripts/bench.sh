@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# bench.sh [peers] [ARGUMENT...]: builds the benchmark programs optimised, runs them all LUMENTA_BENCH_RUNS times (3) one
-# after the other, and writes the figures into docs/SPEED.md. Nothing else should run on the machine meanwhile. Ends
-# with 1, and says which, if a program failed or a goal was missed by more than a tenth in any run.
-# peers: also starts feh and Geeqie, if they are installed, with the large page.
-# The arguments go to each program, as in: bench.sh --rounds=61. With arguments or a planted slowdown the table is
-# build/release/SPEED.md, so that docs/SPEED.md always comes from the same method.
+# bench.sh [peers] [ARGUMENT...]: builds the benchmark programs with optimisation, runs all of them LUMENTA_BENCH_RUNS
+# (3) times, and writes the figures to docs/SPEED.md. No other work should run on the machine meanwhile. If a program
+# failed, or if a goal was missed by more than a tenth in any run, the script says which and ends with status 1.
+#   peers     also measures the large page in feh and Geeqie, if they are installed
+#   ARGUMENT  is passed to each program, as in: bench.sh --rounds=61
+# With arguments or LUMENTA_BENCH_SLOWDOWN the table is written to build/release/SPEED.md instead. So the figures in
+# docs/SPEED.md are always measured with the same method.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 # shellcheck source=scripts/speed.sh
@@ -16,7 +17,7 @@ if [[ ${1:-} == peers ]]; then
   shift
 fi
 runs=${LUMENTA_BENCH_RUNS:-3}
-[[ $runs =~ ^[1-9][0-9]*$ ]] || die "LUMENTA_BENCH_RUNS has to be a number of at least 1"
+[[ $runs =~ ^[1-9][0-9]*$ ]] || die "LUMENTA_BENCH_RUNS must be a number of at least 1"
 
 need build test bench
 build_preset release release -- bench/all lumenta
@@ -28,7 +29,7 @@ private_environment
 failed=()
 load=$(cut -d ' ' -f 1 /proc/loadavg)
 
-# run_program NAME [ARGUMENT...]: its figures go to figures.tsv, with the number of the run and the name in front.
+# run_program NAME [ARGUMENT...]: runs a program and adds its figures to figures.tsv, after the run's number and NAME.
 run_program()
 {
   local name=$1 status=0
@@ -37,13 +38,13 @@ run_program()
   : >"$scratch/figures"
   LUMENTA_BENCH_FIGURES=$scratch/figures "$programs/$name" "$@" || status=$?
   sed -n "s/^figure/$run\t$name/p" "$scratch/figures" >>"$scratch/figures.tsv"
-  # Goals that it missed are in the figures; a program that failed has not come to its end.
+  # The figures say which goals were missed. A program that failed has not written "finished".
   grep -qxF finished "$scratch/figures" || failed+=("$name $*, run $run, status $status")
 }
 
 : >"$scratch/figures.tsv"
 for ((run = 1; run <= runs; ++run)); do
-  # The start is measured on a screen as large as the window, and without a window manager's share in it.
+  # start_bench needs a screen as large as its window. A window manager would add to its times.
   start_display 1280x960
   run_program start_bench "${peers[@]}" "$@"
   start_window_manager

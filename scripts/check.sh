@@ -1,25 +1,25 @@
 #!/usr/bin/env bash
-# check.sh [STEP...]: the checks beside the tests, all or those named, the cheap ones first; ends at the first
-# that fails.
-#   house     rules that need no compiler: includes, blanks, sizes; the scripts themselves
+# check.sh [STEP...]: runs the checks in addition to test.sh, all or the named ones, the fast ones first. Stops at the
+# first that fails.
+#   house     rules that need no compiler: includes, blanks, sizes; shellcheck of the scripts
 #   format    clang-format would change nothing
 #   lto       the program, built with link-time optimisation, passes one end-to-end test
 #   tidy      clang-tidy reports nothing
 #   busy      all tests while two busy loops per core run, LUMENTA_BUSY_ROUNDS (3) times; LUMENTA_BUSY_TESTS, a
-#             regular expression, chooses tests
+#             regular expression, selects tests
 #   sanitize  all tests under the address, leak and undefined-behaviour sanitizers
 #   fuzz      every fuzz target: its corpus, then LUMENTA_FUZZ_SECONDS (20) of new inputs
-# Only if named, because it takes hours:
-#   matrix    all tests of builds with other compilers and flags: link-time optimisation, the flags of Debian packages,
+# This step runs only if named, because it takes hours:
+#   matrix    all tests in builds with other compilers and flags: link-time optimisation, the flags of Debian packages,
 #             the newest clang (with its sanitizers and fuzz targets) and gcc, the assertions of the standard library;
-#             the codec library on aarch64 and s390x. matrix_NAME is one of these: see matrix_parts below.
+#             the codec library on aarch64 and s390x. matrix_NAME runs one of these, see matrix_parts below.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 all_steps=(house format lto tidy busy sanitize fuzz)
 matrix_parts=(lto debian clang gcc assertions aarch64 s390x)
 
-# sources PATTERN: the C and C++ files of the tree whose path matches, each closed by a zero byte.
+# sources PATTERN: prints the C and C++ files of the tree whose path matches, each followed by a zero byte.
 sources()
 {
   tree_files "$root" | { grep -E '\.(h|hpp|c|cc|cpp)$' || true; } | { grep -E "$1" || true; } | tr '\n' '\0'
@@ -40,8 +40,8 @@ check_format()
   (cd "$root" && sources . | xargs -0 -r clang-format-14 --dry-run -Werror)
 }
 
-# Runs behind a build: the sources include what Qt's tools generate. Directories tighten or loosen the checks by a
-# .clang-tidy of their own.
+# Needs a build, because sources include files that Qt's tools generate. A folder can add or remove checks with a
+# .clang-tidy file of its own.
 check_tidy()
 {
   need build test check
@@ -52,12 +52,12 @@ check_tidy()
     sort >"$scratch/ours"
   comm -12 "$scratch/ours" "$scratch/built" >"$scratch/both"
   [[ -s $scratch/both ]] || die "no source of ours is in the compile database"
-  comm -23 "$scratch/ours" "$scratch/built" | sed "s,^$root/,not built and so not checked: ,"
+  comm -23 "$scratch/ours" "$scratch/built" | sed "s,^$root/,not checked because it is not built: ,"
   say "clang-tidy, $(wc -l <"$scratch/both") files"
   tr '\n' '\0' <"$scratch/both" |
     xargs -0 -n 1 -P "$(parallel_jobs)" clang-tidy-14 --quiet --extra-arg=-Wno-unknown-warning-option \
       -p "$root/build/test" 2>"$scratch/tidy.err" || status=$?
-  # Beside true errors this holds one line a file with the count of warnings in other people's headers.
+  # In addition to true errors, this file has one line per source with the number of warnings in foreign headers.
   grep -vE '^[0-9]+ warnings?( and [0-9]+ errors?)? (generated|treated as errors?)' "$scratch/tidy.err" >&2 || true
   return "$status"
 }
@@ -69,7 +69,7 @@ check_lto()
   run_tests "$root/build/lto" -R '^end_to_end_kinds$'
 }
 
-# Keeps a core busy until the script has ended, even if it was killed.
+# Keeps a core busy until the script has ended, even if the script was killed.
 busy_loop()
 {
   local n
@@ -132,7 +132,7 @@ fuzz_targets()
     [[ ! -f $root/fuzz/$name.dict ]] || options+=("-dict=$root/fuzz/$name.dict")
     say "fuzzing $name: its corpus, then $seconds seconds"
     fuzz_run "$target" -runs=0 "${options[@]}" "$corpus"
-    # New inputs go into the first directory.
+    # libFuzzer writes new inputs to the first directory.
     fuzz_run "$target" "-max_total_time=$seconds" -max_len=4096 "${options[@]}" -print_final_stats=1 "$new" "$corpus"
     grep -E '^stat::(number_of_executed_units|average_exec_per_sec|new_units_added|peak_rss_mb)' "$scratch/fuzz.log"
     targets=$((targets + 1))
@@ -140,7 +140,7 @@ fuzz_targets()
   ((targets)) || die "no fuzz target was built"
 }
 
-# One run of a fuzz target; its talk is of interest only when it fails.
+# fuzz_run COMMAND...: runs a fuzz target once. Prints its output only if it fails.
 fuzz_run()
 {
   "$@" >"$scratch/fuzz.log" 2>&1 || {
@@ -161,7 +161,7 @@ check_matrix()
   done
 }
 
-# matrix_build NAME [-Dx=y...]: all tests of a release build with other settings, in build/NAME.
+# matrix_build NAME [-Dx=y...]: runs all tests in a release build with other settings, in build/NAME.
 matrix_build()
 {
   need build test matrix
@@ -192,7 +192,7 @@ check_matrix_clang()
   fuzz_targets clang-fuzz "${compiler[@]}"
 }
 
-# The newest gcc that is installed, without optimisation: the other steps use the default gcc with it.
+# Uses the newest gcc that is installed, without optimisation. The other steps use the default gcc with optimisation.
 check_matrix_gcc()
 {
   need build test
@@ -205,8 +205,9 @@ check_matrix_gcc()
 check_matrix_aarch64() { matrix_cross aarch64 arm64; }
 check_matrix_s390x() { matrix_cross s390x s390x; }
 
-# matrix_cross PROCESSOR DEBIAN-ARCHITECTURE: the codec library and its tests for another processor, in an emulator.
-# The libraries that the tests link are unpacked from the packages of that architecture; the system gets none of them.
+# matrix_cross PROCESSOR DEBIAN-ARCHITECTURE: builds the codec library for another processor and runs its tests in an
+# emulator. The libraries that the tests link are unpacked from packages of that architecture into build/. They are not
+# installed in the system.
 matrix_cross()
 {
   need build test matrix
@@ -236,7 +237,7 @@ matrix_cross()
     "-DTIFF_INCLUDE_DIR=$system/usr/include/$triplet" "-DTIFF_LIBRARY=$libraries/libtiff.so" \
     "-DLUMENTA_JBIGKIT=$libraries/libjbig.a" "-DCMAKE_CXX_FLAGS=-idirafter $system/usr/include" \
     "-DCMAKE_EXE_LINKER_FLAGS=-Wl,-rpath-link,$libraries:$system/lib/$triplet"
-  # That test starts its program again. The emulator leaves that to the system, which cannot run it.
+  # This test starts its own program again. The emulator passes that to the system, which cannot run the program.
   run_tests "$root/build/$processor" -E '^CallbackDeathTest\.FatalReportsEndTheProcess$'
 }
 
@@ -245,7 +246,7 @@ steps=("$@")
 named_steps=(matrix "${matrix_parts[@]/#/matrix_}")
 for step in "${steps[@]}"; do
   if [[ " ${all_steps[*]} ${named_steps[*]} " != *" $step "* ]]; then
-    echo "check.sh: no step '$step'; the steps are: ${all_steps[*]} ${named_steps[*]}" >&2
+    echo "check.sh: unknown step '$step'; the steps are: ${all_steps[*]} ${named_steps[*]}" >&2
     exit 2
   fi
 done

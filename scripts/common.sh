@@ -1,7 +1,10 @@
 # shellcheck shell=bash
-# What the scripts share; to be sourced. Gives root (the top of the source tree), scratch (a directory that goes
-# away with the script), packages on demand, configure-and-build, and a private display with an own environment.
-# Sets the EXIT trap: processes that a script starts go into at_exit_kill, and end with it.
+# Shared by the scripts. Source this file. It defines
+#   root          the top of the source tree
+#   scratch       a temporary directory, which is deleted when the script ends
+#   at_exit_kill  the processes that are ended when the script ends
+# and functions that install packages, configure and build, and set up a private display and environment. It sets the
+# EXIT trap.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 scratch=$(mktemp -d "${TMPDIR:-/tmp}/lumenta-XXXXXX")
@@ -16,7 +19,7 @@ die() { printf '%s: %s\n' "${0##*/}" "$*" >&2; exit 1; }
 clean_up()
 {
   local i
-  # The last one started ends first: programs before the window manager, that before its display.
+  # In reverse order: programs end before the window manager, and the window manager before its display.
   for ((i = ${#at_exit_kill[@]} - 1; i >= 0; i--)); do
     end_process "${at_exit_kill[i]}"
   done
@@ -27,7 +30,7 @@ trap 'exit 130' INT
 trap 'exit 143' TERM
 trap 'exit 129' HUP
 
-# Ends one process of ours: asks it first, and does not ask again after two seconds.
+# end_process PID: ends a process that this script has started. Sends SIGTERM, and after two seconds SIGKILL.
 end_process()
 {
   local pid=$1
@@ -36,7 +39,7 @@ end_process()
   wait "$pid" 2>/dev/null || true
 }
 
-# A process that has ended and waits to be collected counts as gone.
+# process_gone PID: whether the process has ended. A process that has not been waited for yet (a zombie) has ended.
 process_gone()
 {
   local line
@@ -44,7 +47,7 @@ process_gone()
   [[ ${line##*) } == [ZX]* ]]
 }
 
-# wait_for SECONDS COMMAND...: runs the command until it succeeds; 1 if it has not within that time.
+# wait_for SECONDS COMMAND...: runs the command until it succeeds. Returns 1 if it does not within that time.
 wait_for()
 {
   local end=$((SECONDS + $1 + 1))
@@ -55,20 +58,20 @@ wait_for()
   done
 }
 
-# The names of the packages that are installed, and those that they provide: a renamed package provides its old name.
+# Prints the names of all installed packages and the names that they provide: a renamed package provides its old name.
 installed_names()
 {
   dpkg-query -W -f='${db:Status-Abbrev},${Package},${Provides}\n' | sed -n 's/^ii *,//p' | tr ',' '\n' |
     sed -E 's/^ +//; s/[ :].*//' | sort -u
 }
 
-# need GROUP...: installs what is missing of these package groups, and touches nothing when nothing is.
+# need GROUP...: installs the packages of these groups that are missing. If none is missing, it changes nothing.
 need()
 {
   local wanted missing=() package as_root=()
   wanted=$(packages_of "$@")
   if ! command -v dpkg-query >/dev/null; then
-    echo "This is no Debian system; what these packages hold has to be there: $(paste -sd ' ' <<<"$wanted")" >&2
+    echo "This is not a Debian system. Install the contents of these packages: $(paste -sd ' ' <<<"$wanted")" >&2
     return 0
   fi
   installed_names >"$scratch/installed"
@@ -77,8 +80,8 @@ need()
   done
   ((${#missing[@]})) || return 0
   if ((EUID != 0)); then
-    command -v sudo >/dev/null || die "packages are missing, and there is neither root nor sudo to install them.
-Have them installed with: apt-get install --no-install-recommends ${missing[*]}"
+    command -v sudo >/dev/null || die "packages are missing, and this user cannot install them without sudo.
+Install them as root: apt-get install --no-install-recommends ${missing[*]}"
     as_root=(sudo)
   fi
   say "installing ${missing[*]}"
@@ -88,7 +91,7 @@ Have them installed with: apt-get install --no-install-recommends ${missing[*]}"
     install --no-install-recommends "${missing[@]}"
 }
 
-# Compilers to run at once: one a core, but no more than memory has room for; LUMENTA_JOBS overrides.
+# Prints how many compilers to run at once: one per core, but no more than fit in memory. LUMENTA_JOBS overrides this.
 parallel_jobs()
 {
   local cores room
@@ -97,7 +100,7 @@ parallel_jobs()
     return
   fi
   cores=$(nproc)
-  room=$(awk '/^MemAvailable:/ { print int($2 / 800000) }' /proc/meminfo) # 0.8 GB for one with the Qt headers
+  room=$(awk '/^MemAvailable:/ { print int($2 / 800000) }' /proc/meminfo) # 0.8 GB per compiler, with the Qt headers
   ((room >= 1)) || room=1
   echo $((cores < room ? cores : room))
 }
@@ -117,11 +120,11 @@ build_preset()
   cmake --build "$directory" --parallel "$(parallel_jobs)" ${1+--target "$@"}
 }
 
-# The build that the tests run in. It has no benchmark programs, so it does without their packages.
+# Builds what the tests need. Benchmark programs are left out, so their packages are not needed.
 build_tests() { build_preset release test -DLUMENTA_BENCH=OFF; }
 
-# tree_files DIRECTORY: the files of a source tree below it, one a line: those that git tracks or would track, or
-# all but build directories where there is no git.
+# tree_files DIRECTORY: prints the files of the source tree in DIRECTORY, one per line: those that git tracks or would
+# track. If DIRECTORY is not the top of a git tree, prints all files except those in .git and build/.
 tree_files()
 {
   local top=$1 file
@@ -134,8 +137,8 @@ tree_files()
   done
 }
 
-# An environment of our own: neither the user's settings nor a desktop's bus, scaling or theme reach the programs
-# started in it. The bus address leads nowhere on purpose: a bus that accepts and never answers hangs Qt for good.
+# Sets up an environment in which programs see neither the user's settings nor a desktop's bus, scaling or theme. The
+# bus address is invalid on purpose: a bus that accepts a connection and never answers would block Qt forever.
 private_environment()
 {
   unset WAYLAND_DISPLAY QT_QPA_PLATFORM QT_QPA_PLATFORMTHEME QT_STYLE_OVERRIDE QT_SCALE_FACTOR \
@@ -151,7 +154,7 @@ private_environment()
   fi
 }
 
-# start_display [WIDTHxHEIGHT]: a private X server whose one screen has that size; exports DISPLAY.
+# start_display [WIDTHxHEIGHT]: starts a private X server with one screen of that size (1280x960). Exports DISPLAY.
 start_display()
 {
   local size=${1:-1280x960} number=
@@ -159,7 +162,7 @@ start_display()
   Xvfb -displayfd 3 -screen 0 "${size}x24" -dpi 96 -nolisten tcp -noreset \
     3>"$scratch/display" >"$scratch/xvfb.log" 2>&1 &
   at_exit_kill+=("$!")
-  # The server writes its number when it is ready for clients; if it ends before that, the pipe closes.
+  # The server writes its number when it is ready for clients. If it ends before that, the pipe closes.
   if ! read -r -t 30 number <"$scratch/display" || [[ -z $number ]]; then
     cat "$scratch/xvfb.log" >&2
     die "the private display did not start"
@@ -169,7 +172,7 @@ start_display()
   unset WAYLAND_DISPLAY
 }
 
-# A window manager on the private display: without one no window becomes active, and no key reaches any.
+# Starts a window manager on the private display. Without one, no window becomes active and none receives keys.
 start_window_manager()
 {
   mkdir -p "$scratch/cache"
@@ -181,16 +184,16 @@ start_window_manager()
   fi
 }
 
-# It handles requests: one that comes while openbox is still starting can be lost, and with it the window of a program
-# that starts at once.
+# Whether the window manager handles requests. While openbox is starting, it can lose a request, for example that of a
+# program to show its window.
 window_manager_ready()
 {
   xdotool set_num_desktops 1 && [[ $(xdotool get_num_desktops) == 1 ]]
 } 2>/dev/null
 
-# run_tests BUILD [CTEST-ARGUMENT...]: runs the tests of a build on a private display; the last line printed is
-# ctest's count of them, the status its own. A build without tests fails. LUMENTA_TEST_TIMEOUT (300) is the limit of
-# a single test in seconds.
+# run_tests BUILD [CTEST-ARGUMENT...]: runs the tests of a build on a private display. The last line of the output is
+# ctest's count of the tests, and the status is ctest's. A build without tests fails. LUMENTA_TEST_TIMEOUT (300) is the
+# time limit of a single test in seconds.
 run_tests()
 {
   local build=$1 status=0

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# house.sh [DIRECTORY]: the rules of the house that need no compiler, checked in a source tree (this one, or that
-# of DIRECTORY): who may include whom, trailing blanks, sizes, references that a reader of the tree cannot follow.
-# Prints one line a finding, FILE:LINE: what is wrong, and ends with 1 if there was any.
+# house.sh [DIRECTORY]: checks the rules that need no compiler, in this source tree or in that of DIRECTORY: which
+# folder may include which, trailing blanks, file sizes, and references that a reader of the tree cannot follow.
+# Prints one line per finding, FILE:LINE: TEXT, and ends with status 1 if there is any.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -16,10 +16,11 @@ grep -vE '^(fuzz/corpus|samples)/|\.(png|tif|ico)$' "$scratch/files" >"$scratch/
 grep -E '\.(h|hpp|c|cc|cpp)$' "$scratch/texts" >"$scratch/sources" || true
 [[ -s $scratch/files ]] || die "no files in $tree"
 
-# of_rooms PATTERN: the sources whose path matches.
+# A room is a top folder of the tree. of_rooms PATTERN: prints the sources whose path matches.
 of_rooms() { grep -E "$1" "$scratch/sources" || true; }
 
-# complain TEXT PATTERN [GREP-OPTION...]: a finding for each line that matches in the files named on the input.
+# complain TEXT PATTERN [GREP-OPTION...]: reads file names from the input, and adds a finding for each line that
+# matches.
 complain()
 {
   local text=$1 pattern=$2
@@ -28,25 +29,26 @@ complain()
     sed "s|\$|: $text|" >>"$found"
 }
 
-# --- Qt stays behind platform/qt ----------------------------------------------------------------------------
+# --- Qt is used only in platform/qt -------------------------------------------------------------------------
 
 qt_include='^[[:space:]]*#[[:space:]]*include[[:space:]]*([<"]([^">]*/)?Q([A-Z]|t[A-Z])|<q[a-z]+\.h>)'
 qt_name='\bQt::|^[[:space:]]*(class|struct)[[:space:]]+Q[A-Z][A-Za-z]*[[:space:]]*;'
 qt_name+='|^[^#]*\bQ(Widget|String|Object|Event|Image|Painter|Application|Settings|Printer|Dialog|Menu|Timer)\b'
 qt_free='^(app|lib)/|^platform/([^/]+|posix/.*)$'
 of_rooms "$qt_free" | complain "includes Qt outside platform/qt" "$qt_include"
-of_rooms "$qt_free" | complain "names a type of Qt outside platform/qt" "$qt_name"
+of_rooms "$qt_free" | complain "uses a type of Qt outside platform/qt" "$qt_name"
 
-# --- Who includes whom --------------------------------------------------------------------------------------
+# --- Which room may include which ---------------------------------------------------------------------------
 
-# FILE LINE NAME of each include in quotes or angles, the name with its opening mark: "wnd.h or <vector.
+# Prints FILE LINE NAME for each include. NAME has its opening quote or angle bracket: "wnd.h or <vector.
 list_includes()
 {
   tr '\n' '\0' | { xargs -0 -r grep -HnE '^[[:space:]]*#[[:space:]]*include[[:space:]]*["<]' -- || true; } |
     sed -E 's/^([^:]*):([0-9]+):[[:space:]]*#[[:space:]]*include[[:space:]]*(["<][^">]*).*/\1 \2 \3/'
 }
 
-declare -A is_source=() room_has=() # paths; ROOM NAME for each header of a room, by every tail of its path
+# The keys of is_source are the paths of all sources. Those of room_has are "ROOM TAIL", for every tail of each path.
+declare -A is_source=() room_has=()
 while IFS= read -r file; do
   is_source[$file]=1
   tail=$file
@@ -56,8 +58,8 @@ while IFS= read -r file; do
   done
 done <"$scratch/sources"
 
-# in_room ROOM FILE NAME: whether FILE's include NAME means a header of that room. A name is sought beside the file
-# and in the file's own room first, as the compiler does.
+# in_room ROOM FILE NAME: whether NAME, included by FILE, is a header of that room. As the compiler does, this first
+# searches the folder of FILE and its own room.
 in_room()
 {
   local room=$1 file=$2 name=$3
@@ -68,7 +70,7 @@ in_room()
 
 c_headers='assert|complex|ctype|errno|fenv|float|inttypes|iso646|limits|locale|math|setjmp|signal|stdalign|stdarg'
 c_headers+='|stdatomic|stdbool|stddef|stdint|stdio|stdlib|stdnoreturn|string|tgmath|threads|time|uchar|wchar|wctype'
-c_headers+='|immintrin|arm_neon' # the compiler's own, for vector instructions
+c_headers+='|immintrin|arm_neon' # headers of the compiler, for vector instructions
 
 of_rooms '^(app|lib|platform)/' | list_includes | while read -r file line include; do
   name=${include:1}
@@ -86,7 +88,7 @@ of_rooms '^(app|lib|platform)/' | list_includes | while read -r file line includ
     fi
     ;;
   app)
-    [[ ! $name =~ (^|/)(qt|posix)/ ]] || wrong="app includes what is private to platform"
+    [[ ! $name =~ (^|/)(qt|posix)/ ]] || wrong="app includes a private header of platform"
     ;;
   esac
   [[ -z $wrong ]] || printf '%s:%s: %s: %s\n' "$file" "$line" "$wrong" "$name" >>"$found"
@@ -99,15 +101,15 @@ complain "blanks at the end of the line" $'[ \t\r]+$' <"$scratch/texts"
 tr '\n' '\0' <"$scratch/files" | xargs -0 stat -c '%s %n' -- |
   awk '$1 > 1000000 { size = $1; sub(/^[0-9]+ /, ""); print $0 ":0: larger than 1 MB (" size " bytes)" }' >>"$found"
 
-# Papers and places that whoever reads the tree does not have. DEVELOPERS.md says where the papers are. The letter
-# in brackets keeps this file from finding itself.
-# ("BIH " before the first word is a text of the program's own.)
+# References to papers and places that a reader of the tree does not have. DEVELOPERS.md may refer to the papers. A
+# letter in brackets keeps this file from matching itself. The first word is allowed after "BIH ": the program has
+# such a message.
 papers='((^|[^H]) |^|[^ A-Za-z0-9_])[s]pec(s|ification|ifications)?\b|\b[p]arts? [0-9]+\.[0-9]|\b[s]ections? [0-9]|\b[s]ubsystem [0-9]'
 papers+='|\b[i]ssue #?[0-9]'
 places='(^|[^A-Za-z0-9_.])/([w]ork|[f]arm|[r]oot|[U]sers)/|(^|[^A-Za-z0-9_.])/[h]ome/[a-z]'
 places+='|https?://(deb|registry|security|mirror)[.]'
 grep -vxF DEVELOPERS.md "$scratch/texts" | complain "refers to a paper outside the tree" "$papers" -i
-complain "names a place of one machine" "$places" <"$scratch/texts"
+complain "names a path or host of one machine" "$places" <"$scratch/texts"
 
 if [[ -s $found ]]; then
   sort -u -t: -k1,1 -k2,2n -k3 "$found"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The Debian packages that Lumenta needs, in groups; no other file lists any.
-# Sourced, it gives packages_of; called, it prints the packages of the groups named, all on one line:
+# The Debian packages that Lumenta needs, in groups. No other file lists packages.
+# If sourced, this file defines packages_of. If called, it prints the packages of the given groups on one line:
 #   apt-get install --no-install-recommends $(scripts/packages.sh build test)
 
 newest_clang=22 # of Debian 12
@@ -10,13 +10,13 @@ packages_of()
   local group
   for group in "$@"; do
     case $group in
-    run) # what the program needs where it runs; qt6-wayland is recommended on a Wayland desktop
+    run) # needed to run the program; qt6-wayland is recommended on a Wayland desktop
       echo libqt6widgets6 libqt6printsupport6 libtiff6 hicolor-icon-theme fonts-dejavu-core
       ;;
-    build) # what compiles it
+    build) # needed to compile it
       echo g++ cmake ninja-build pkg-config qt6-base-dev libtiff-dev libxcb1-dev
       ;;
-    display) # a private screen, a window manager on it, and tools that look at and work the windows there
+    display) # a private display, a window manager, and tools that inspect and control windows
       echo xvfb xauth openbox xdotool x11-utils imagemagick
       ;;
     test)
@@ -26,7 +26,7 @@ packages_of()
     check)
       echo clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev llvm-14 shellcheck git
       ;;
-    matrix) # other compilers, and what builds and runs the codec library for other processors
+    matrix) # other compilers, and tools that build and run the codec library for other processors
       echo "clang-$newest_clang" "libclang-rt-$newest_clang-dev" "llvm-$newest_clang" dpkg-dev
       echo g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user-static googletest
       ;;
@@ -35,7 +35,7 @@ packages_of()
       echo libjbig-dev libleptonica-dev fonts-dejavu-core
       ;;
     *)
-      echo "packages: no group '$group' (run build display test check matrix bench)" >&2
+      echo "packages.sh: unknown group '$group'; the groups are: run build display test check matrix bench" >&2
       return 2
       ;;
     esac

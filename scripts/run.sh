@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# run.sh [PAGE]: builds the viewer and opens PAGE in it, or the sample page. Where there is no display, it shows
-# the viewer on a private screen, leaves a picture of that in build/lumenta.png and ends.
+# run.sh [PAGE]: builds the viewer and opens PAGE in it, or the sample page. If there is no display, it shows the
+# viewer on a private display, saves a screenshot in build/lumenta.png and ends.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-(($# <= 1)) || die "one page at most, got $#"
+(($# <= 1)) || die "opens at most one page, got $#"
 page=${1:-$root/samples/sample.tif}
 viewer=$root/build/run/app/lumenta
 picture=$root/build/lumenta.png
@@ -13,7 +13,7 @@ need run build
 build_preset release run -DLUMENTA_TESTS=OFF -DLUMENTA_BENCH=OFF -- lumenta
 
 if [[ -n ${DISPLAY:-}${WAYLAND_DISPLAY:-} ]]; then
-  rm -rf "$scratch" # exec runs no trap
+  rm -rf "$scratch" # exec does not run the EXIT trap
   exec "$viewer" "$page"
 fi
 
@@ -33,7 +33,7 @@ give_up()
   die "$1"
 }
 
-# Whether the viewer has a window on the screen. Stops waiting when it has ended.
+# Whether the viewer has a window on the screen. If the viewer has ended, the script ends, too.
 window_shown()
 {
   ! process_gone "$viewer_pid" || give_up "the viewer ended before it showed a window"
@@ -41,8 +41,8 @@ window_shown()
   [[ -n $window ]]
 }
 
-# Whether the window has painted: it shows more than one colour, and from one look to the next neither the screen
-# has changed nor the viewer done any work.
+# Whether the window has painted: it shows more than one colour, and since the last check the screen is unchanged and
+# the viewer has used no processor time.
 window_painted()
 {
   local colours now
@@ -56,8 +56,8 @@ window_painted()
   return 1
 }
 
-wait_for 30 window_shown || give_up "no window came within 30 seconds"
-wait_for 60 window_painted || give_up "the window did not come to rest within 60 seconds"
+wait_for 30 window_shown || give_up "no window appeared within 30 seconds"
+wait_for 60 window_painted || give_up "the window did not finish painting within 60 seconds"
 import -silent -window root "$picture"
 cat "$scratch/viewer.err" >&2
-echo "No display here. The viewer's window is in $picture"
+echo "There is no display. A screenshot of the viewer is in $picture"

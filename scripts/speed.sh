@@ -1,8 +1,10 @@
 # shellcheck shell=bash
-# Tables of the figures that the benchmark programs report; to be sourced. The input is a file with a line for each
-# figure, with tabs: run, program, name, median, spread, unit, goal, where, verdict (see bench/harness.h).
+# Makes tables of the figures that the benchmark programs report. Source this file. The input is a file with one line
+# per figure and tabs between the fields: run, program, name, median, spread, unit, goal, where, verdict (see
+# bench/harness.h).
 
-# For all functions below: reads the figures, and sort_values puts the medians of all runs in order.
+# Shared by the functions below. Reads the figures. sort_values(key) sorts the medians of all runs of a figure, and
+# sets n (number of runs), median and spread.
 # shellcheck disable=SC2016 # these are variables of awk
 speed_figures='
 BEGIN { FS = "\t" }
@@ -28,15 +30,15 @@ function sort_values(key,   i, j, v) {
   spread = sprintf("%.4g to %.4g", value[1], value[n])
 }'
 
-# speed_table FIGURES RUNS: the method and a table for each program, as Markdown.
+# speed_table FIGURES RUNS: prints the method and a table for each program, as Markdown.
 speed_table()
 {
   cat <<END
 $2 runs of all programs. A figure is the median of the medians of the runs, with the lowest and the highest of them. In
-a run, ours and the peer take turns in one process, after a first round that is not counted; each result is compared
-before it is timed. "X" figures include the display's answer, "memory" ones have no display. "cached": the page's file
-is in the system's cache; "cold": it was taken out of it before (posix_fadvise), while programs stay in it. "plain"
-figures are without AVX2. A goal is missed if a run's median is worse than it by more than a tenth.
+a run, our code and its peer take turns in one process. The first round is not counted. Each result is compared before
+it is timed. "X" figures include the display's answer, "memory" figures use no display. "cached": the page's file is in
+the system's cache. "cold": the file was dropped from the cache before (posix_fadvise), but programs stay in it. "plain"
+figures are without AVX2. A goal is missed if a run's median is worse than the goal by more than a tenth.
 END
   awk "$speed_figures"'
   END {
@@ -58,7 +60,7 @@ END
   }' "$1"
 }
 
-# missed_goals FIGURES: a line for each goal that was missed in any run.
+# missed_goals FIGURES: prints a line for each goal that was missed in any run.
 missed_goals()
 {
   awk "$speed_figures"'
@@ -79,7 +81,7 @@ full repaint, 1280 x 960	X
 Next Page, TIFF, Group 4	X, cached
 Group 4, text, times as fast as libtiff	memory'
 
-# speed_in_readme FIGURES README: replaces what is between these lines.
+# speed_in_readme FIGURES README: replaces the text between these two lines.
 speed_in_readme()
 {
   local figures=$1 readme=$2 block

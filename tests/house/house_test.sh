@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds a small tree that is in order and wants silence of scripts/house.sh; puts into it, line by line, what
-# breaks each rule and what only looks like it, and wants the former found, each in its line, and nothing else.
+# Tests scripts/house.sh. It must find nothing in a small tree that keeps all rules. Then lines are added that break
+# each rule, and lines that only look like that. It must find each line that breaks a rule, and nothing else.
 set -euo pipefail
 unset GIT_DIR GIT_WORK_TREE GIT_INDEX_FILE # a commit hook sets them
 
@@ -30,12 +30,12 @@ printf 'Read the s%s.\n' pec >DEVELOPERS.md
 printf 'raw \n' >fuzz/corpus/x/blanks
 touch docs/notes.md scripts/x.sh
 
-got=$("$house" . 2>&1) || fail "complained about a tree in order" "$got"
+got=$("$house" . 2>&1) || fail "found something in a tree that keeps all rules" "$got"
 
-# fine FILE TEXT: a line that breaks no rule.
+# fine FILE TEXT: adds a line that breaks no rule.
 fine() { printf '%b\n' "$2" >>"$1"; }
 
-# offence FILE FINDING TEXT: a line that breaks one.
+# offence FILE FINDING TEXT: adds a line that breaks a rule.
 offence()
 {
   printf '%b\n' "$3" >>"$1"
@@ -48,8 +48,8 @@ offence app/page.h "$outside" '  #  include <QtWidgets/QMenu>'
 offence app/page.h "$outside" '#include <qglobal.h>'
 offence platform/wnd.h "$outside" '#include <QWidget>'
 offence platform/posix/map.cpp "$outside" '#include <QtCore/QFile>'
-offence platform/wnd.h "names a type of Qt outside platform/qt" 'class QPaintDevice;'
-offence app/page.cpp "names a type of Qt outside platform/qt" 'int key = Qt::Key_Left;'
+offence platform/wnd.h "uses a type of Qt outside platform/qt" 'class QPaintDevice;'
+offence app/page.cpp "uses a type of Qt outside platform/qt" 'int key = Qt::Key_Left;'
 fine platform/qt/wnd.cpp '#include <QtWidgets/QMenu>'
 fine app/page.cpp '#include "qdecoder.h"'
 fine app/page.cpp '// Quite a Query of QTables.'
@@ -61,7 +61,7 @@ offence lib/kesterlib/source/unsqz.cpp "lib includes app: app/page.h" '#include 
 offence lib/kesterlib/source/unsqz.cpp "lib includes platform: wnd.h" '#include "wnd.h"'
 offence lib/kesterlib/source/unsqz.cpp "lib includes more than the standard library: tiffio.h" '#include <tiffio.h>'
 offence lib/kesterlib/source/unsqz.cpp "lib includes more than the standard library: sys/mman.h" '#include <sys/mman.h>'
-offence app/page.cpp "app includes what is private to platform: platform/qt/qt_window.h" '#include "platform/qt/qt_window.h"'
+offence app/page.cpp "app includes a private header of platform: platform/qt/qt_window.h" '#include "platform/qt/qt_window.h"'
 fine platform/posix/map.cpp '#include <map>\n#include "platform/wnd.h"'
 
 offence app/page.cpp "blanks at the end of the line" 'int x; '
@@ -76,7 +76,7 @@ offence scripts/x.sh "$paper" "# s""ection 8.2 says why"
 offence docs/notes.md "$paper" "closes i""ssue #3"
 fine app/page.cpp '// A specific part of a section; the special part 3 of 4 is specified here.'
 
-place="names a place of one machine"
+place="names a path or host of one machine"
 offence scripts/x.sh "$place" "cd /w""ork/main"
 offence docs/notes.md "$place" "pages in /h""ome/anna/pages"
 offence docs/notes.md "$place" "deb http""s://deb.example.org stable"
@@ -86,16 +86,16 @@ head -c 1000000 /dev/zero >fuzz/corpus/x/just_right
 head -c 1000001 /dev/zero >fuzz/corpus/x/large
 echo "fuzz/corpus/x/large:0: larger than 1 MB (1000001 bytes)" >>"$top/wanted"
 
-"$house" . >"$top/got" 2>&1 && fail "passed a tree full of offences" ""
-difference=$(diff <(sort "$top/wanted") <(sort "$top/got")) || fail "wanted (<) and found (>)" "$difference"
+"$house" . >"$top/got" 2>&1 && fail "passed a tree that breaks all rules" ""
+difference=$(diff <(sort "$top/wanted") <(sort "$top/got")) || fail "expected (<) and found (>) differ" "$difference"
 
-# With git, what it ignores is not looked at, and what it does not track yet is.
+# In a git tree, ignored files are not checked. Files that are not tracked yet are checked.
 rm -rf "$top/tree" && mkdir -p "$top/tree/app" "$top/tree/made" && cd "$top/tree"
 git init -q .
 printf '/made/\n' >.gitignore
 printf '#include <QString>\n' | tee made/page.h >app/page.h
 got=$("$house" . 2>&1) && fail "passed a file that git does not track yet" "$got"
-[[ $got == "app/page.h:1: $outside" ]] || fail "wanted app/page.h alone" "$got"
+[[ $got == "app/page.h:1: $outside" ]] || fail "expected a finding in app/page.h only" "$got"
 
 ((failures == 0)) || exit 1
 echo "house_test passed"
