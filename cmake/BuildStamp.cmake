@@ -1,6 +1,6 @@
-# cmake -D OUTPUT=FILE -P BuildStamp.cmake: writes a source with the time of the build, in the form of "11:02:57",
-# two blanks and "Jul 20 2001"; a day of one digit has a blank before it. If SOURCE_DATE_EPOCH is set, the stamp is
-# that time in UTC, so that a build can be repeated.
+# cmake -D OUTPUT=FILE -P BuildStamp.cmake: writes a source with the time of the build, as "11:02:57  Jul 20 2001". A
+# day of one digit has a blank before it. If SOURCE_DATE_EPOCH is set, the stamp is that time in UTC, so that a build
+# can be repeated.
 cmake_minimum_required(VERSION 3.25)
 if(DEFINED ENV{SOURCE_DATE_EPOCH})
   set(zone UTC)
@@ -10,8 +10,8 @@ list(GET now 0 time)
 list(GET now 1 month)
 list(GET now 2 day)
 list(GET now 3 year)
-set(months Jan Feb Mar Apr May Jun Jul Aug Sep Oct Nov Dec) # in English whatever the locale
-math(EXPR month "1${month} - 101") # the 1 keeps "08" from being an octal number
+set(months Jan Feb Mar Apr May Jun Jul Aug Sep Oct Nov Dec) # English in any locale
+math(EXPR month "1${month} - 101") # without the 1, "08" would be an octal number
 list(GET months ${month} month)
 string(REGEX REPLACE "^0" " " day ${day})
 file(WRITE ${OUTPUT} "#include \"app/version.h\"\n\nconst char kBuildStamp[] = \"${time}  ${month} ${day} ${year}\";\n")
