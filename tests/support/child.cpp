@@ -6,7 +6,7 @@
 
 namespace
 {
-constexpr unsigned kLongestWork = 60; // seconds; what blocks for good ends as a failure
+constexpr unsigned kLongestWork = 60; // seconds; work that blocks for longer is ended and fails
 }
 
 std::string InChild(const std::function<std::string()>& work)
@@ -32,7 +32,7 @@ std::string InChild(const std::function<std::string()>& work)
     close(ends[0]);
     int status = -1;
     EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0) << "the child ended badly";
+    EXPECT_EQ(status, 0) << "the child process failed";
     return text;
 }
 

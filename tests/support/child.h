@@ -1,4 +1,5 @@
-// Work in a process of its own, for what would stay with this one: peak memory, another user.
+// Runs work in a child process. For work with effects that would remain in this process: peak memory, another
+// user id.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -6,8 +7,8 @@
 #include <functional>
 #include <string>
 
-// Runs work in a child; the text that it gives comes back. A child that dies is a failure of the test.
+// Runs `work` in a child process and returns its text. If the child dies, the test fails.
 std::string InChild(const std::function<std::string()>& work);
 
-// Peak memory of this process so far, in bytes.
+// Returns the peak memory of this process so far, in bytes.
 int64_t PeakMemory();

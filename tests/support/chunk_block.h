@@ -1,5 +1,5 @@
-// A callback block over bytes in memory, for tests of the decoders: gives them in pieces, keeps its messages,
-// counts what it is asked for, and can be short of memory or fail to read. One at a time.
+// A callback block over bytes in memory, for tests of the decoders. It delivers the bytes in pieces, keeps
+// its messages, counts requests, and can run out of memory or fail to read. Only one can exist at a time.
 #pragma once
 
 #include "kesterlib/callback.h"
@@ -15,7 +15,7 @@ namespace test_support
 class ChunkBlock
 {
 public:
-    // Nothing is read before SetInput.
+    // The input is empty until SetInput is called.
     ChunkBlock() : m_block(make_unix_callback_block())
     {
         the_block = this;
@@ -38,13 +38,13 @@ public:
     operator callback_block*() const { return m_block; }
     void Set(int slot, callback_slot_value value) { set_callback_slot(slot, m_block, value); }
 
-    // The bytes stay the caller's.
+    // The caller owns the bytes and keeps them alive.
     void SetInput(std::span<const uint8_t> bytes, size_t most_a_read = SIZE_MAX)
     {
         input = bytes;
         most = most_a_read;
     }
-    // What the tracking had to say at the end is in messages.
+    // Frees the block. The messages of the memory tracking are then in `messages`.
     void Dispose()
     {
         dispose_callback_block(m_block);
@@ -52,11 +52,11 @@ public:
     }
 
     std::string messages;
-    int exits = 0;               // calls of the exit slot, which returns
+    int exits = 0;               // calls of the exit slot, which returns here
     int reads = 0;               // calls of the read slot
-    size_t asked = 0;            // bytes that they wanted
-    bool read_error = false;     // what the error slot says
-    int allocations_left = 1000; // then there is no memory
+    size_t asked = 0;            // bytes that these calls requested
+    bool read_error = false;     // result of the error slot
+    int allocations_left = 1000; // further allocations fail
     std::span<const uint8_t> input;
     size_t most = SIZE_MAX;
 

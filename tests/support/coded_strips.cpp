@@ -28,7 +28,7 @@ void WriteTiff(const std::string& path, const std::vector<uint8_t>& rows, int wi
     if (format.compression == COMPRESSION_CCITTFAX3)
         TIFFSetField(file, TIFFTAG_GROUP3OPTIONS, format.options);
     const size_t row_bytes = rows.size() / static_cast<size_t>(height);
-    std::vector<uint8_t> copy = rows; // libtiff takes no constant rows
+    std::vector<uint8_t> copy = rows; // libtiff takes no const rows
     for (size_t y = 0; y < static_cast<size_t>(height); ++y)
         EXPECT_EQ(TIFFWriteScanline(file, copy.data() + y * row_bytes, static_cast<uint32_t>(y), 0), 1);
     TIFFClose(file);
@@ -39,7 +39,7 @@ std::vector<std::string> CodeStrips(const std::vector<uint8_t>& rows, int width,
 {
     const std::string path = testing::TempDir() + "strips-" + std::to_string(getpid()) + ".tif";
     WriteTiff(path, rows, width, height, format);
-    TIFF* const file = TIFFOpen(path.c_str(), "rmc"); // c: the strips as they were written
+    TIFF* const file = TIFFOpen(path.c_str(), "rmc"); // c: libtiff does not split a long strip
     std::vector<std::string> strips;
     for (uint32_t strip = 0; strip < TIFFNumberOfStrips(file); ++strip) {
         std::string& bytes = strips.emplace_back(static_cast<size_t>(TIFFRawStripSize(file, strip)), '\0');
@@ -65,7 +65,7 @@ HostileTiff TiffOf(const std::vector<std::string>& strips, int width, int height
 
 std::vector<size_t> Group4Bits(const pages::Bitmap& page)
 {
-    constexpr size_t kEndBits = 24; // of the two end codes, of which the last bit is a 1
+    constexpr size_t kEndBits = 24; // two end codes; the last bit of each is 1
     std::vector<size_t> bits{0};
     for (int count = 1; count <= page.height; ++count) {
         pages::Bitmap part(page.width, count);

@@ -1,5 +1,5 @@
-// A page without a file: every byte tells its row and place, reads are counted and may take time, and one row
-// may fail.
+// A page without a file. Each byte depends on its row and position. Reads are counted and can take time, and
+// one row can fail.
 #pragma once
 
 #include "app/lumentadoc.h"
@@ -32,7 +32,7 @@ public:
         return static_cast<uint8_t>((static_cast<uint32_t>(row) * 2654435761U >> 13) +
                                     static_cast<uint32_t>(i) * 59 + 1);
     }
-    static bool IsOne(int32_t x, int32_t y) // of 1 bit a pixel
+    static bool IsOne(int32_t x, int32_t y) // for a page of 1 bit per pixel
     {
         return (RowByte(y, x / 8) << x % 8 & 0x80) != 0;
     }
@@ -53,7 +53,7 @@ public:
         if (on_read)
             on_read(CurrentRow + 1);
         if (CurrentRow + 1 == fail_at) {
-            memset(buffer, 0xee, static_cast<size_t>(rowBytes)); // what a decoder leaves behind
+            memset(buffer, 0xee, static_cast<size_t>(rowBytes)); // a decoder leaves the buffer undefined
             ErrorText = "decoder lost";
             return 0;
         }
@@ -78,12 +78,12 @@ public:
 
     int64_t reads = 0;
     int64_t rewinds = 0;
-    int32_t fail_at = -1;
-    int32_t zero_from = INT32_MAX;            // rows from there on are zero and may be passed over
+    int32_t fail_at = -1;                     // row whose reading fails; -1: none
+    int32_t zero_from = INT32_MAX;            // rows from this one on are zero and can be skipped
     std::function<void(int32_t row)> on_read; // before each row
 };
 
-// The memory that the document finds, in bytes, while it lives.
+// While it lives, the document finds these amounts of free memory, in bytes.
 class MemoryFigures
 {
 public:
@@ -100,7 +100,8 @@ private:
     static inline MemoryStatus s_figures;
 };
 
-// What opening a page does once its file is accepted, but for the store. The document owns the result.
+// Does what opening a page does after its file is accepted, except for creating the row store. The document
+// owns the result.
 inline FakeImage* PutPage(CLumentaDoc& document, std::unique_ptr<FakeImage> page)
 {
     document.DeleteContents();
@@ -116,7 +117,7 @@ inline FakeImage* PutPage(CLumentaDoc& document, std::unique_ptr<FakeImage> page
     return image;
 }
 
-// The same with a heap store of at most rows rows.
+// The same, with a row store on the heap that holds at most `rows` rows.
 inline FakeImage* PutPageOnHeap(CLumentaDoc& document, std::unique_ptr<FakeImage> page, int32_t rows)
 {
     FakeImage* const image = PutPage(document, std::move(page));

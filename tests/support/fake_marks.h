@@ -1,4 +1,4 @@
-// A file system of the test's own for viewed marks, where every call can fail.
+// A fake file system for viewed marks, in which every call can fail.
 #pragma once
 
 #include "platform/viewedmark.h"
@@ -9,7 +9,7 @@
 
 constexpr int64_t kExt4Type = 0xef53, kFatType = 0x4d44, kExfatType = 0x2011bab0;
 
-// In place of the system's while it lives. Every path leads to the same file.
+// Replaces the system's calls while it lives. Every path leads to the same file.
 struct FakeMarks : MarkCalls {
     FakeMarks() { SetMarkCalls(this); }
     ~FakeMarks() override { SetMarkCalls(nullptr); }
@@ -49,7 +49,7 @@ struct FakeMarks : MarkCalls {
     FileStatus status;
     uint32_t attributes = 0x20;
     std::string mark;
-    std::string trace; // the calls, a blank behind each
+    std::string trace; // the calls, each followed by a blank
 
 private:
     int Say(const std::string& what, int result)

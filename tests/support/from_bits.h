@@ -7,7 +7,8 @@
 
 namespace test_support
 {
-// The bits of the text, padded with 0 to a whole byte. Blanks do not count; "end" is the end of line code.
+// Returns the bits of the text, padded with 0 to a whole byte. Blanks are ignored. "end" is the end-of-line
+// code.
 inline std::vector<uint8_t> FromBits(std::string text)
 {
     for (size_t end = 0; (end = text.find("end")) != std::string::npos;)

@@ -68,7 +68,8 @@ std::string HostileTiff::Bytes() const
     std::map<uint16_t, Tag> tags = m_tags;
     const size_t behind_directory = 8 + 2 + 12 * tags.size() + 4;
     size_t first_row = 0;
-    // The offsets of the strips that begin at first_row. How many they are may change how long the tags are.
+    // Sets the offsets of the strips, which begin at first_row. Their number can change the size of the tags,
+    // so first_row is known only after the first call.
     const auto place_strips = [&] {
         std::vector<uint32_t> offsets;
         uint32_t at = static_cast<uint32_t>(first_row);

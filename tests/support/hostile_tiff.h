@@ -1,5 +1,5 @@
-// TIFF files of any kind of damage: a small writer in which every tag can be replaced or left out. Directory
-// first, rows behind it, so that a cut file loses rows and keeps its directory.
+// A small writer of TIFF files with any kind of damage: every tag can be replaced or left out. The rows
+// follow the directory, so that a file that is cut off loses rows and keeps its directory.
 #pragma once
 
 #include <cstdint>
@@ -9,14 +9,15 @@
 #include <utility>
 #include <vector>
 
-// Except for the sides, an undamaged page: 1 bit per pixel, 1 is black, strips one after the other.
+// At first the page is undamaged, unless its sides are: 1 bit per pixel, 1 is black, strips one after the
+// other.
 class HostileTiff
 {
 public:
     enum class ByteOrder { Little, Big };
 
-    HostileTiff(uint32_t width, uint32_t height, uint32_t rows_per_strip); // uncompressed, of RowByte
-    // With these strips; the tag of their compression is the caller's.
+    HostileTiff(uint32_t width, uint32_t height, uint32_t rows_per_strip); // uncompressed rows of RowByte
+    // Uses these strips. The caller sets the compression tag.
     HostileTiff(uint32_t width, uint32_t height, uint32_t rows_per_strip,
                 const std::vector<std::string>& strips, ByteOrder order = ByteOrder::Little);
 
@@ -24,19 +25,19 @@ public:
     static constexpr uint16_t kLong = 4;
     static constexpr uint16_t kRational = 5;
 
-    // Whatever is set stands in the file as it is.
+    // The file contains the values unchanged, even if they are invalid.
     void Set(uint16_t tag, uint16_t type, const std::vector<uint32_t>& values);
     void SetLong(uint16_t tag, uint32_t value) { Set(tag, kLong, {value}); }
     void SetText(uint16_t tag, const std::string& text);
     void Remove(uint16_t tag) { m_tags.erase(tag); }
     void SetNextDirectory(uint32_t offset) { m_next_directory = offset; }
-    // In place of StripOffsets: made from the true ones, of which there is one for each strip. Bytes may call
-    // it several times.
+    // Changes StripOffsets: `move` receives the true offsets, one per strip, and can change their values and
+    // their number. Bytes can call it several times.
     void MoveStrips(const std::function<void(std::vector<uint32_t>&)>& move) { m_move_strips = move; }
 
     std::string Bytes() const;
     size_t RowBytes() const { return m_row_bytes; }
-    // Byte i of row y, made so that rows and neighbouring bytes differ.
+    // Returns byte i of row y. Rows differ, and so do neighbouring bytes.
     static uint8_t RowByte(uint32_t y, size_t i)
     {
         return static_cast<uint8_t>(size_t{y} * 37 + i * 11 + (y >> 5) + 1);

@@ -31,7 +31,7 @@ bool JbigReference::Open()
             Error("End of file not in JBIG format", "jbigdecode");
             return false;
         }
-        m_buffer.assign(bytes.begin(), bytes.end() - 2); // the last marker is not read
+        m_buffer.assign(bytes.begin(), bytes.end() - 2); // without the last marker
         if (m_buffer.size() < 20) {
             messages += "not a .jbg file\n";
             return false;

@@ -1,5 +1,5 @@
-// A JBIG decoder as slow as it is plain: one decision a pixel, one byte at a time. The judge of the
-// library's: beside the rows it foretells the messages and each request for input.
+// A slow and simple JBIG decoder: one decision per pixel, one byte at a time. Tests compare the library with
+// it. In addition to the rows, it predicts the messages and each request for input.
 #pragma once
 
 #include <cstdint>
@@ -10,29 +10,30 @@ namespace test_support
 {
 struct JbigInput {
     std::vector<uint8_t> bytes;
-    size_t start = 0;              // of the image entity within the bytes
-    bool mapped = false;           // in memory; else a stream
-    size_t most_a_read = SIZE_MAX; // a stream that breaks off gives no more than this at a time, ...
-    size_t most_in_all = SIZE_MAX; // ... and nothing behind this many bytes from the start on
+    size_t start = 0;              // position of the image entity in `bytes`
+    bool mapped = false;           // true: in memory; false: a stream
+    size_t most_a_read = SIZE_MAX; // bytes that the stream returns per read at most
+    size_t most_in_all = SIZE_MAX; // position in `bytes` at which the stream ends
     int error = 22;                // errno after a short read or a failed seek
 };
 
 class JbigReference
 {
 public:
-    // Messages are kept with N for source lines.
+    // Line numbers of sources are replaced by N in the messages.
     explicit JbigReference(const JbigInput& input);
 
     bool is_open = false;
-    // Appends up to `lines` rows of (width + 7) / 8 bytes; null passes over them. Gives their number.
+    // Decodes up to `lines` rows and appends them to `rows`, (width + 7) / 8 bytes each. If `rows` is null,
+    // they are skipped. Returns the number of rows decoded.
     int Decode(int lines, std::vector<uint8_t>* rows);
 
     std::string messages;
     std::string error;         // text of the first error
-    std::vector<size_t> reads; // bytes asked for, by request
-    size_t position = 0;       // of the next byte to decode within the bytes
+    std::vector<size_t> reads; // requested bytes of each read
+    size_t position = 0;       // position in `bytes` of the next byte to decode
     uint32_t width = 0, stripe_lines = 0, stripe_number = 0;
-    // The registers, and the contexts as twice the state plus the more probable pixel.
+    // The registers, and the contexts as 2 * state + the more probable pixel.
     uint32_t a = 0, c = 0;
     int ct = 0;
     std::vector<uint8_t> Adaptor() const;
@@ -56,14 +57,14 @@ private:
     size_t m_stream = 0; // position of the stream
     int64_t m_bytes_left = 0;
     std::vector<uint8_t> m_buffer;
-    size_t m_next = 0; // in the buffer
+    size_t m_next = 0; // position in the buffer
     int m_errors = 0;
     bool m_marker_seen = false, m_reset_pending = false;
     std::vector<Context> m_contexts;
-    std::vector<std::vector<int>> m_stripe; // rows of single pixels, two of the stripe before first
+    std::vector<std::vector<int>> m_stripe; // rows, one int per pixel; the first two are from the last stripe
     size_t m_lines_left = 0;
-    uint32_t m_line = 0, m_column = 0;                 // as reported
-    uint32_t m_line_at_work = 0, m_column_at_work = 0; // of the pixel being decoded
+    uint32_t m_line = 0, m_column = 0;                 // position in messages
+    uint32_t m_line_at_work = 0, m_column_at_work = 0; // position of the pixel that is being decoded
     bool m_in_rows = false;
 };
 } // namespace test_support

@@ -1,4 +1,4 @@
-// Pages that use all that a code of rows has: rows of every kind of statistics, several of them on each page.
+// Random pages that use all codes of a row coder. Each page mixes rows with different statistics.
 #pragma once
 
 #include "pages.h"
@@ -12,7 +12,7 @@
 namespace test_support
 {
 
-// Sides from 1.
+// Both sides are at least 1.
 inline pages::Bitmap RandomPage(std::mt19937& random, int width, int height)
 {
     const auto below = [&random](unsigned n) { return static_cast<int>(random() % n); };
@@ -25,7 +25,7 @@ inline pages::Bitmap RandomPage(std::mt19937& random, int width, int height)
         const int kind = below(8);
         if (kind == 0) // white
             continue;
-        if (kind <= 3 && y > 0) { // like the row above: each run moved and grown a little, some left out
+        if (kind <= 3 && y > 0) { // the row above with runs moved and resized a little, and some missing
             const auto pixel = [&page, y](int x) { return page.row(y - 1)[x / 8] >> (7 - x % 8) & 1; };
             for (int x = 0, end = 0; x < width; x = end + 1) {
                 for (end = x; end < width && pixel(x) == pixel(end);)

@@ -1,4 +1,4 @@
-// What happened, one line each, in the order in which it happened.
+// Records events in their order, each as a line of text.
 #pragma once
 
 #include <algorithm>

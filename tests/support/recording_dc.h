@@ -1,4 +1,4 @@
-// A device that writes down each call as one line of text and keeps the pixels that it was given last.
+// A device that records each call as one line of text and keeps the pixels of the last call.
 #pragma once
 
 #include "platform/dc.h"
@@ -9,7 +9,7 @@
 
 struct DeviceRecord {
     std::vector<std::string> calls;
-    std::vector<COLORREF> pixels; // of the last call, before stretching, top row first
+    std::vector<COLORREF> pixels; // pixels of the last call, before stretching, top row first
 };
 
 class RecordingTarget : public DeviceTarget
@@ -53,7 +53,7 @@ public:
     }
 
 private:
-    // "bilevel 8,5 105x20 from 0,0 105x20"
+    // Records a line such as "bilevel 8,5 105x20 from 0,0 105x20".
     void Write(const char* call, const CRect& dest, const CRect& source)
     {
         std::ostringstream line;

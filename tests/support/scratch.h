@@ -1,4 +1,5 @@
-// What a test leaves no trace of: a directory of its own, message boxes, and limits of the process.
+// Helpers that leave no trace when a test ends: a temporary directory, collected message boxes, and a limit
+// of the process.
 #pragma once
 
 #include "platform/testing.h"
@@ -15,7 +16,7 @@
 #include <sys/resource.h>
 #include <vector>
 
-// Removed with all that is in it.
+// A temporary directory that is deleted with its contents.
 class ScratchDirectory
 {
 public:
@@ -35,7 +36,7 @@ public:
 
     const std::string& Path() const { return m_path; }
     std::string File(const std::string& name) const { return m_path + "/" + name; }
-    // Writes the file and gives its path.
+    // Writes the file and returns its path.
     std::string Write(const std::string& name, std::string_view bytes) const
     {
         std::ofstream(File(name), std::ios::binary) << bytes;
@@ -46,7 +47,7 @@ private:
     std::string m_path;
 };
 
-// The texts of all message boxes while it lives; none blocks.
+// While it lives, collects the texts of all message boxes. None of them blocks.
 class BoxTexts
 {
 public:
@@ -58,14 +59,14 @@ public:
     BoxTexts& operator=(const BoxTexts&) = delete;
     ~BoxTexts() { SetMessageBoxHook({}); }
 
-    // Those since the last call.
+    // Returns the texts since the last call.
     std::vector<std::string> Take() { return m_texts.Take(); }
 
 private:
     Recorder m_texts;
 };
 
-// No file can grow beyond bytes, as on a full disk, while it lives.
+// While it lives, no file can grow beyond `bytes`, similar to a full disk.
 class FileSizeLimit
 {
 public:

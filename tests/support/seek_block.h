@@ -1,5 +1,6 @@
-// A callback block over an input in memory that can be moved in, gives short reads and ends early, for the
-// JBIG decoder: keeps its messages with N for source lines, and what it is asked for. One at a time.
+// A callback block over an input in memory, for tests of the JBIG decoder. It can seek, return short reads
+// and end early. It keeps its messages, with N instead of source lines, and all requests. Only one can exist
+// at a time.
 #pragma once
 
 #include "kesterlib/callback.h"
@@ -18,7 +19,7 @@ namespace test_support
 class SeekBlock
 {
 public:
-    // The input stays the caller's.
+    // The caller owns the input and keeps it alive.
     explicit SeekBlock(const JbigInput& input)
         : m_block(make_unix_callback_block()), m_input(input), m_position(input.start)
     {
@@ -44,24 +45,24 @@ public:
 
     operator callback_block*() const { return m_block; }
     void Set(int slot, callback_slot_value value) { set_callback_slot(slot, m_block, value); }
-    // What the tracking of memory had to say is in messages.
+    // Frees the block. The messages of the memory tracking are then in `messages`.
     void Dispose()
     {
         dispose_callback_block(m_block);
         m_block = nullptr;
     }
-    // For a block that the decoder has made. Its messages are heard all the same.
+    // For a block that the decoder has made: it prints nothing. Its messages are still added to `messages`.
     static void Silence(callback_block* block)
     {
         set_callback_slot(CALLBACK_MESSAGE, block, reinterpret_cast<callback_slot_value>(Message));
     }
 
     std::string messages;
-    std::vector<size_t> reads; // bytes asked for, by request
+    std::vector<size_t> reads; // requested bytes of each read
     int exits = 0;
     size_t allocated_bytes = 0;
-    int allocations_left = 1000; // then there is no memory
-    int seeks_left = 1000;       // then seeking fails
+    int allocations_left = 1000; // further allocations fail
+    int seeks_left = 1000;       // further seeks fail
 
 private:
     static size_t Read(void* buffer, size_t size, size_t count, FILE*)
@@ -70,7 +71,7 @@ private:
         const std::vector<uint8_t>& bytes = self.m_input.bytes;
         const size_t wanted = size * count;
         self.reads.push_back(wanted);
-        // The look at the end, by single bytes, finds it.
+        // The search for the last marker reads single bytes. It finds the true end.
         const size_t end = wanted == 1 ? bytes.size() : std::min(bytes.size(), self.m_input.most_in_all);
         const size_t there = self.m_position < end ? end - self.m_position : 0;
         const size_t got = std::min({wanted, there, self.m_input.most_a_read});

@@ -1,4 +1,4 @@
-// Each step is one of the format's own, in 64 bits, and asks about every bound where it is passed.
+// Each step is a step of the format's definition. Positions have 64 bits, and every bound is checked at once.
 
 #include "tests/support/sqz_reference.h"
 
@@ -49,7 +49,7 @@ public:
         return value;
     }
     void to_byte_end() { m_position = (m_position + 7) / 8 * 8; }
-    // No bit of the stream has been read for 100 bytes: what follows repeats without end.
+    // More than 100 bytes of filler have been read. The filler repeats without end.
     bool far_behind_end() const { return m_position / 8 > m_bytes.size() + 100; }
     std::size_t bytes() const { return (m_position + 7) / 8; }
     bool past_the_end() const { return bytes() > m_bytes.size(); }
@@ -64,7 +64,7 @@ int read_code(Bits& bits, std::span<const std::string_view> table)
     for (std::string word;;) {
         word += bits.next() != 0 ? '1' : '0';
         const auto found = std::find(table.begin(), table.end(), word);
-        if (found != table.end()) // before the word outgrows the table: each pattern starts with a code
+        if (found != table.end()) // always found: each sequence of bits starts with a code
             return static_cast<int>(found - table.begin());
     }
 }
@@ -153,12 +153,12 @@ List decode_coded_row(Bits& bits, const List& above, int64_t length, SqzReferenc
     return list;
 }
 
-// A pair that does not ascend paints what the two masks of its ends give, and nothing between.
+// A pair that does not ascend paints only the bits of the masks of its two ends, and nothing between them.
 std::vector<uint8_t> paint(const List& list, int width, int row_bytes)
 {
     const int64_t used = std::min<int64_t>((int64_t{width} + 7) / 8, row_bytes);
     std::vector<uint8_t> row(static_cast<std::size_t>(row_bytes));
-    const auto blacken = [&row, used](int64_t byte, int from, int to) { // bits of a byte, to not included
+    const auto blacken = [&row, used](int64_t byte, int from, int to) { // bits `from` to `to` - 1 of a byte
         if (byte < used)
             for (int bit = from; bit < to; ++bit)
                 row[static_cast<std::size_t>(byte)] |= static_cast<uint8_t>(0x80 >> bit);
@@ -175,7 +175,7 @@ std::vector<uint8_t> paint(const List& list, int width, int row_bytes)
             blacken(byte, 0, 8);
         blacken(stop / 8, 0, stop_bit);
     }
-    for (int64_t x = width; x < int64_t{row_bytes} * 8; ++x) // a pair that does not ascend may reach there
+    for (int64_t x = width; x < int64_t{row_bytes} * 8; ++x) // pairs that do not ascend can paint there
         row[static_cast<std::size_t>(x / 8)] &= static_cast<uint8_t>(~(0x80 >> x % 8));
     return row;
 }

@@ -1,4 +1,4 @@
-// A page of 1 bit a pixel in memory, and how a view draws it.
+// A page of 1 bit per pixel in memory, which can be drawn as a view draws it.
 #pragma once
 
 #include "platform/dc.h"
@@ -20,7 +20,7 @@ struct TestPage {
           rows(static_cast<size_t>(row_bytes) * static_cast<size_t>(page_height))
     {
     }
-    // No two places of it look alike, so that pixels that were moved wrongly show.
+    // No two places look alike, so that pixels that were moved wrongly are detected.
     static TestPage Random(int width, int height, unsigned seed = 1)
     {
         TestPage page{width, height};
@@ -41,7 +41,7 @@ struct TestPage {
         return x >= width || y >= height ||
                (rows[static_cast<size_t>(y * row_bytes + x / 8)] >> (7 - x % 8) & 1);
     }
-    // The part of the page that lies in box.
+    // Draws the part of the page in `box`.
     void Draw(CDC* dc, const CRect& box, UINT operation = SRCCOPY) const
     {
         CBitmap bitmap;
