@@ -1,10 +1,11 @@
 // Our decoders and libtiff's, in memory: both decode the same whole page into one buffer, in turn. All bytes
 // are compared first.
-// --rounds=N (9)
-// --page=NAME: one page only
-// --plain: the row loops that run on every machine
-// --once=squeeze, --once=group4: decodes once, for callgrind, whose --toggle-collect=DecodeOnce counts only
-// the decoding
+//
+//   --rounds=N                      number of rounds (9)
+//   --page=NAME                     one page only
+//   --plain                         the row loops that run on every machine
+//   --once=squeeze, --once=group4   decodes once, for callgrind: --toggle-collect=DecodeOnce counts only the
+//                                   decoding
 #include "bench/harness.h"
 #include "kesterlib/unccitt.h"
 #include "kesterlib/unsqz.h"

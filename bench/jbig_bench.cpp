@@ -1,11 +1,12 @@
 // Our JBIG decoder and jbigkit's, in memory: both decode the same whole page, coded by jbigkit, in turn. All
 // bytes are compared first. A 1 is white, as in page files.
-// --rounds=N (7)
-// --page=NAME: one page only
-// --plain: the row loop that runs on every machine
-// --black: a 1 is black
-// --once=ours, --once=jbigkit: decodes once, for callgrind, whose --toggle-collect=DecodeJbigOnce or
-// DecodePeerOnce counts only the decoding
+//
+//   --rounds=N                    number of rounds (7)
+//   --page=NAME                   one page only
+//   --plain                       the row loop that runs on every machine
+//   --black                       a 1 is black
+//   --once=ours, --once=jbigkit   decodes once, for callgrind: --toggle-collect=DecodeJbigOnce or
+//                                 DecodePeerOnce counts only the decoding
 #include "bench/harness.h"
 #include "kesterlib/jbig.h"
 #include "pages.h"

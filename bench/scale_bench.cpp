@@ -1,11 +1,12 @@
 // Our scale engine and leptonica's reductions, in memory: both reduce the same page, in turn. The engine gets
 // one row at a time. Its greys are compared with a plain count first. The time to read the rows from memory
 // is a lower limit.
-// --rounds=N (9)
-// --page=NAME: one page only
-// --scale=N: one scale only
-// --once=fastest, --once=plain: reduces once, for callgrind, whose --toggle-collect=ReduceOnce counts only
-// the reduction
+//
+//   --rounds=N                      number of rounds (9)
+//   --page=NAME                     one page only
+//   --scale=N                       one scale only
+//   --once=fastest, --once=plain    reduces once, for callgrind: --toggle-collect=ReduceOnce counts only the
+//                                   reduction
 #include "bench/harness.h"
 #include "bench/support.h"
 #include "kesterlib/scale.h"

@@ -1,8 +1,9 @@
-// Time from the start of the program to the first pixels of the page on the screen, in turn with a bare Qt
-// window. The file of the large page is once in the system's cache and once dropped from it. Needs a display
-// of its own: this program covers it with white and reads a pixel in the middle until that is black.
-// --rounds=N (21)
-// --peers: also measures the large page in feh and Geeqie, if they are installed
+// Measures from the start of the program to the first pixels of the page on the screen, in turn with a bare
+// window of Qt. The file of the large page is in the system's cache, then out of it. Needs a display of its
+// own: the display is covered with white, and its middle is read until it turns black.
+//
+//   --rounds=N  number of rounds (21)
+//   --peers     afterwards, the large page in feh and Geeqie, if they are installed
 #include "bench/harness.h"
 #include "bench/support.h"
 

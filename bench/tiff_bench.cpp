@@ -1,7 +1,8 @@
 // Opening large Group 4 TIFF pages and reading all rows: TIFFImage and libtiff in turn, each into a buffer of
 // one row. All rows are compared first.
-// --rounds=N (5)
-// --page=NAME: one page only
+//
+//   --rounds=N   number of rounds (5)
+//   --page=NAME  one page only
 #include "app/tifimage.h"
 #include "bench/harness.h"
 #include "pages.h"

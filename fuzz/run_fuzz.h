@@ -1,6 +1,6 @@
-// Shared by the targets of the run decoders. The last five bytes of an input choose how it is decoded: width,
-// rows, rows per call, bytes per read, stride. So a seed is an ordinary raster followed by five bytes. The
-// row loops must agree in every byte and every message, each with a different number of rows per call.
+// What the fuzz targets of the run decoders share. The last five bytes of an input choose how it is decoded:
+// width, rows, rows per call, bytes per read, stride. So a seed is an ordinary raster with five bytes after it.
+// The row loops must agree in every byte and message, each with another number of rows per call.
 #pragma once
 
 #include "kesterlib/uncompress.h"
