@@ -25,7 +25,7 @@ struct RasterName {
     std::string_view name;
     std::string_view what; // half a line for a help text
 };
-// Every raster once, in the order of the enumeration.
+// Returns every raster once, in the order of the enumeration.
 std::span<const RasterName> raster_names();
 
 // Returns the header of a page called "Test": number 1, version 3, 4096 bytes, a constant time. Only the
