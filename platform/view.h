@@ -49,8 +49,8 @@ public:
     virtual void OnActivateView(bool activate, CView* activated, CView* deactivated); // takes the focus
 
     // What shows over the picture from the next copy to the screen on, instead of what was set before. The
-    // view's own pixels, a print and whatever is drawn stay free of it. No paint follows: only the pixels of
-    // the old and of the new shapes are copied anew.
+    // view's own pixels, a print and further drawing never contain it. No paint follows: only the pixels of
+    // the old and of the new shapes are copied again.
     void SetOverlay(std::vector<OverlayShape> shapes);
 
     virtual bool OnPreparePrinting(CPrintInfo* info);

@@ -278,7 +278,7 @@ TEST_F(App, TheListIsWalkedForwardAndBack)
         case removeSecond: std::filesystem::remove(pages[1].c_str()); break;
         case clear:
             frame->SendMessage(WM_COMMAND, kClearListCommand);
-            view->Invalidate(); // a menu's command has the message field shown anew by itself
+            view->Invalidate(); // a menu's command updates the message field by itself
             break;
         }
         ASSERT_TRUE(PumpUntilIdle());

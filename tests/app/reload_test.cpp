@@ -19,7 +19,7 @@ protected:
         ActivateByUser(*frame);
         ASSERT_TRUE(PumpUntilIdle());
     }
-    // What the message field says after the window has become active anew.
+    // What the message field says after the window has become active again.
     std::string NoteAtActivation()
     {
         frame->SendMessage(WM_ACTIVATE, 1);

@@ -150,7 +150,7 @@ toggle_maximized()
 }
 
 # The text of the status bar cannot be read here; its picture is another one with each text. $bar_width
-# tells how much of it to take; the message field stands first.
+# tells how much of it to take; the message field is the first pane.
 bar_width=400
 status_bar() { import -window "$window" -crop "${bar_width}x20+0+$((view_y + view_height + bar_room))" rgb:- | cksum; }
 other_status_bar() { [[ $(status_bar) != "$1" ]]; }

@@ -73,7 +73,7 @@ await_page 48 81 "the way back"
 xdotool mousemove --window "$window" "$bar_x" $((view_y + view_height - 40)) click 1
 await_page 48 $((81 + page_y)) "the scroll bar"
 
-# The unit stands in the settings as soon as it is chosen, and in the status bar.
+# The unit is in the settings as soon as it is chosen, and in the status bar.
 bar_width=$((view_width + 1))
 xdotool mousemove --window "$window" $((view_width / 2)) $((view_height / 2)) key --delay 1 ctrl+Home Home
 await_page 0 0 "the way back"
