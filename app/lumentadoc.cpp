@@ -4,6 +4,7 @@
 #include "app/commandline.h"
 #include "app/group4image.h"
 #include "app/jbigimage.h"
+#include "app/notes.h"
 #include "app/sqzimage.h"
 #include "app/sqznoneimage.h"
 #include "app/tifimage.h"
@@ -185,23 +186,16 @@ CString CLumentaDoc::GetStatusText() const
 {
     if (!HasPage())
         return "No page";
-    CString text;
-    const auto add = [&text](const CString& note) { text = text.IsEmpty() ? note : text + ", " + note; };
-    if (m_pImage->SuspiciousRow >= 0) {
-        CString suspicious;
+    CString suspicious;
+    if (m_pImage->SuspiciousRow >= 0)
         suspicious.Format("suspicious from line %d", m_pImage->SuspiciousRow);
-        add(suspicious);
-    }
-    if (m_bReadError) {
-        CString damaged;
+    CString damaged;
+    if (m_bReadError)
         damaged.Format("damaged from line %d", m_nErrorRow);
-        add(damaged);
-    }
-    if (m_FileState == FileState::changed)
-        add("file has changed, F5 reads it again");
-    else if (m_FileState == FileState::gone)
-        add("file is gone");
-    return text;
+    const char* const file = m_FileState == FileState::changed ? "file has changed, F5 reads it again"
+                             : m_FileState == FileState::gone  ? "file is gone"
+                                                               : "";
+    return JoinNotes({suspicious, damaged, file});
 }
 
 void CLumentaDoc::CheckFile()

@@ -4,6 +4,7 @@
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "app/lumentavw.h"
+#include "app/notes.h"
 #include "app/pageinfodialog.h"
 #include "app/usermsg.h"
 #include "platform/dc.h"
@@ -25,23 +26,7 @@ constexpr int kResolutionPane = 3;
 // In the unit; 0 if it needs a resolution that is not above 0.
 double Length(int units, int pixels, int dpi)
 {
-    const double inches = dpi > 0 ? static_cast<double>(pixels) / dpi : 0;
-    switch (units) {
-    case kInches: return inches;
-    case kMillimeters: return inches * kMillimetersPerInch;
-    case kPoints: return inches * kPointsPerInch;
-    default: return pixels;
-    }
-}
-
-CString FormatNumber(int units, double value)
-{
-    const int digits = units == kInches ? 2 : units == kMillimeters ? 1 : 0;
-    CString text;
-    text.Format("%.*f", digits, value);
-    if (value < 0 && text.View().find_first_of("123456789") == std::string_view::npos)
-        text.Format("%.*f", digits, 0.0); // no "-0.0"
-    return text;
+    return dpi > 0 || UnitsFor(units, 1, 1) == kPixels ? PixelsToUnits(pixels, units, dpi) : 0;
 }
 
 CString FormatPair(int units, const char* first_name, double first, const char* second_name, double second)
@@ -81,17 +66,6 @@ CString FormatResolution(int x_dpi, int y_dpi)
 {
     CString text;
     text.Format("Res  X=%d Y=%d", x_dpi, y_dpi);
-    return text;
-}
-
-CString JoinNotes(std::initializer_list<CString> notes)
-{
-    CString text;
-    for (const CString& note : notes) {
-        if (!text.IsEmpty() && !note.IsEmpty())
-            text += ", ";
-        text += note;
-    }
     return text;
 }
 

@@ -14,9 +14,6 @@ CString FormatPointer(int units, CPoint point, int x_dpi, int y_dpi);
 CString FormatDistance(int units, CSize distance, int x_dpi, int y_dpi); // both ways and straight
 CString FormatResolution(int x_dpi, int y_dpi);
 
-// The notes that are not empty, in their order, with ", " between two.
-CString JoinNotes(std::initializer_list<CString> notes);
-
 // The rectangle of a text "left top right bottom". None where that is not four numbers or the rectangle is
 // empty.
 std::optional<CRect> ParsePlacement(const CString& text);

@@ -21,13 +21,6 @@ int DigitsOf(int units)
 {
     return units == kInches ? 2 : units == kMillimeters ? 1 : 0;
 }
-
-CString FormatDigits(int digits, int32_t pixels, int units, int dpi)
-{
-    CString text;
-    text.Format("%.*f", digits, PixelsToUnits(pixels, units, dpi));
-    return text;
-}
 } // namespace
 
 int UnitsFor(int units, int x_dpi, int y_dpi)
@@ -48,7 +41,7 @@ const char* UnitName(int units)
 double PixelsToUnits(int32_t pixels, int units, int dpi)
 {
     const double per_inch = UnitsPerInch(units);
-    return per_inch > 0 && dpi > 0 ? pixels * per_inch / dpi : pixels;
+    return per_inch > 0 && dpi > 0 ? static_cast<double>(pixels) / dpi * per_inch : pixels;
 }
 
 int32_t UnitsToPixels(double value, int units, int dpi)
@@ -60,14 +53,27 @@ int32_t UnitsToPixels(double value, int units, int dpi)
     return pixels >= INT32_MAX ? INT32_MAX : static_cast<int32_t>(std::lround(pixels));
 }
 
+CString FormatNumber(int units, double value)
+{
+    const int digits = DigitsOf(units);
+    CString text;
+    text.Format("%.*f", digits, value);
+    if (value < 0 && text.View().find_first_of("123456789") == std::string_view::npos)
+        text.Format("%.*f", digits, 0.0);
+    return text;
+}
+
 CString FormatExact(int32_t pixels, int units, int dpi)
 {
-    return FormatDigits(units == kPixels ? 0 : DigitsOf(units) + 2, pixels, units, dpi);
+    const int digits = UnitsPerInch(units) > 0 ? DigitsOf(units) + 2 : 0;
+    CString text;
+    text.Format("%.*f", digits, PixelsToUnits(pixels, units, dpi));
+    return text;
 }
 
 CString FormatLength(int32_t pixels, int units, int dpi)
 {
-    return FormatDigits(DigitsOf(units), pixels, units, dpi);
+    return FormatNumber(units, PixelsToUnits(pixels, units, dpi));
 }
 
 std::optional<double> ParseDecimal(std::string_view text)

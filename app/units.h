@@ -25,6 +25,8 @@ const char* UnitName(int units); // as "millimeters"
 double PixelsToUnits(int32_t pixels, int units, int dpi);
 int32_t UnitsToPixels(double value, int units, int dpi);
 
+// A number as the read-outs show it in this unit. Never "-0".
+CString FormatNumber(int units, double value);
 // A length in a unit of UnitsFor, with so many digits that the way back leads to the same pixel up to 4000
 // dots per inch.
 CString FormatExact(int32_t pixels, int units, int dpi);

@@ -1,4 +1,5 @@
 // The main window: read-outs in four units, menu, title, and its place between runs.
+#include "app/notes.h"
 #include "app/scalefrm.h"
 #include "tests/app/window_fixture.h"
 
