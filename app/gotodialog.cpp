@@ -4,7 +4,7 @@
 
 namespace
 {
-// A length in the unit. An untouched field keeps its pixel, whatever its digits have lost.
+// A length in the unit. A field that the user did not change keeps its exact pixel; its text is rounded.
 void DDX_Length(CDataExchange* exchange, UINT id, int& pixels, int units, int dpi)
 {
     const CString before = FormatExact(pixels, units, dpi);

@@ -284,7 +284,7 @@ void CLumentaView::OnReload()
     m_sizeReloaded = {document->m_nWidth, document->m_nDepth};
     const bool opened = AfxGetApp()->OpenDocumentFile(path) != nullptr;
     m_sizeReloaded.reset();
-    if (!opened || !IsWindow()) // a box may have been open, and the window closed behind it
+    if (!opened || !IsWindow()) // a box may have been open, and the user may have closed the window
         return;
     if (CScaleView* const scaled = GetScaledView()) {
         scaled->ScrollToPosition(scaled_position);
@@ -362,7 +362,7 @@ void CLumentaView::OnScaledPage()
         document->UpdateFrameCounts();
         document->UpdateAllViews(this, kHintPage);
     }
-    if (m_pScaleFrame) { // a box may have been open, and the window closed behind it
+    if (m_pScaleFrame) { // a box may have been open, and the user may have closed the window
         m_pScaleFrame->OnUpdateFrameTitle(true);
         TellPlace();
     }

@@ -120,7 +120,7 @@ private:
     double m_ratio = 1;
     MovingPixels m_pixels; // of that size once they are looked at
     QImage m_buffer;       // an image of m_pixels
-    QSize m_kept{0, 0};    // what of it still belongs to the picture
+    QSize m_kept{0, 0};    // part of m_buffer that is still valid
     QRegion m_invalid;
     bool m_paintWanted = false;
     QRegion m_changed;

@@ -276,7 +276,7 @@ TEST_F(View, TheRightButtonMeasuresAndLeavesNoTrace)
         ReleaseMouse(*view, {80, 20}, true);
     }
 
-    // The second press of a double click measures nothing, whatever page it has led to; nor does one that is
+    // The second press of a double click measures nothing, on any page; nor does one that is
     // beside the page.
     app->m_PageList.push_back(WritePage("small.tif", 37, 29));
     DoubleClick(*view, {20, 20}, true);

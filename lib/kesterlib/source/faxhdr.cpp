@@ -362,7 +362,7 @@ bool scan_header_time(const char* line, const char* key, FAXTime* time)
 {
     int32_t* const members[] = {&time->tm_year, &time->tm_mon, &time->tm_mday,
                                 &time->tm_hour, &time->tm_min, &time->tm_sec};
-    constexpr char kBefore[] = {' ', ':', ':', ' ', ':', ':'}; // a blank stands for any white space or none
+    constexpr char kBefore[] = {' ', ':', ':', ' ', ':', ':'}; // a blank matches white space or nothing
     const char* at = skip_key(line, key);
     for (int i = 0; at && i < 6; ++i) {
         if (kBefore[i] != ' ' && *at++ != kBefore[i])

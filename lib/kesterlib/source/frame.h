@@ -89,7 +89,7 @@ void uncomp_load_bits(UNCOMP* frame);
 const uint8_t* uncomp_refill(UNCOMP* frame);
 
 // Paints a list into a packed row, a run at a time: sets nbytes of row to 0, then the runs up to width to
-// 1. Writes nothing outside nbytes, whatever the list contains. A list that does not end before endtrans is
+// 1. Writes nothing outside nbytes, for any list. A list that does not end before endtrans is
 // a fatal report.
 void uncomp_paint_row(callback_block* cb, uint8_t* row, const int32_t* trans, const int32_t* endtrans,
                       int32_t nbytes, int32_t width);

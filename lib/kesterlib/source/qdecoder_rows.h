@@ -178,7 +178,7 @@ inline void decode_row(Decoder* decoder, QmCoder* coder, uint8_t* row, uint32_t 
                 if (run > limit - x)
                     run = limit - x;
                 const uint32_t qe = word & kQeMask;
-                const uint32_t room = pixel.a - threshold - 1; // 0 in `a` stands for 2^32
+                const uint32_t room = pixel.a - threshold - 1; // 0 in `a` means 2^32
                 if (static_cast<uint64_t>(run) * qe > room)
                     run = room / qe;
                 if (run > 0) {
