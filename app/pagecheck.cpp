@@ -12,7 +12,7 @@ namespace
 constexpr int32_t kChunkBytes = 64 << 10;  // of rows, decoded and counted while they are in the cache
 constexpr int64_t kReleaseBytes = 8 << 20; // of rows, after which their memory is released
 constexpr std::chrono::milliseconds kStepTime{4};
-constexpr uint64_t kBlack8 = 255;
+constexpr int32_t kBlack8 = 255;
 
 // A damaged page reads as zeros once the heap store has moved on: to go back would lose the good rows.
 bool CanCount(const CLumentaDoc& document)
@@ -23,51 +23,47 @@ bool CanCount(const CLumentaDoc& document)
 }
 } // namespace
 
-double PerCent(uint64_t part, uint64_t whole)
+double PerCent(int64_t part, int64_t whole)
 {
     return whole == 0 ? 0 : 100.0 * static_cast<double>(part) / static_cast<double>(whole);
 }
 
 InkCount::InkCount(int32_t width, int32_t bits_per_pixel, int32_t min_is_black)
-    : m_width(width), m_bits(bits_per_pixel), m_min_is_black(min_is_black)
+    : m_bits(bits_per_pixel), m_min_is_black(min_is_black)
 {
+    for (int zone = 0; zone <= kInkZones; ++zone)
+        m_starts[static_cast<size_t>(zone)] = ZoneStart(width, zone);
 }
 
 void InkCount::Add(const uint8_t* rows, int32_t stride, int32_t count)
 {
-    for (int zone = 0; zone < kInkZones; ++zone) {
-        const int32_t first = ZoneStart(m_width, zone);
-        const int32_t columns = ZoneStart(m_width, zone + 1) - first;
-        uint64_t sum = 0; // of the samples
-        if (m_bits == 1) {
-            sum = static_cast<uint64_t>(count_ones(rows, stride, count, first, columns));
-        } else {
-            for (int32_t row = 0; row < count; ++row) {
-                const uint8_t* const samples = rows + int64_t{row} * stride + first;
-                sum = std::accumulate(samples, samples + columns, sum);
-            }
+    if (m_bits == 1)
+        count_ones_by_zone(rows, stride, count, m_starts.data(), kInkZones, m_sums.data());
+    else
+        for (int32_t row = 0; row < count; ++row) {
+            const uint8_t* const samples = rows + int64_t{row} * stride;
+            for (size_t zone = 0; zone < kInkZones; ++zone)
+                m_sums[zone] +=
+                    std::accumulate(samples + m_starts[zone], samples + m_starts[zone + 1], int64_t{0});
         }
-        const uint64_t full =
-            (m_bits == 1 ? 1 : kBlack8) * static_cast<uint64_t>(columns) * static_cast<uint64_t>(count);
-        m_ink[static_cast<size_t>(zone)] += m_min_is_black ? full - sum : sum;
-    }
     m_rows += count;
 }
 
-uint64_t InkCount::FullInk(int64_t columns) const
+double InkCount::Share(int64_t sum, int32_t columns) const
 {
-    return (m_bits == 1 ? 1 : kBlack8) * static_cast<uint64_t>(columns) * static_cast<uint64_t>(m_rows);
+    const int64_t full = int64_t{m_bits == 1 ? 1 : kBlack8} * columns * m_rows;
+    return PerCent(m_min_is_black ? full - sum : sum, full);
 }
 
 double InkCount::PagePerCent() const
 {
-    return PerCent(std::accumulate(m_ink.begin(), m_ink.end(), uint64_t{0}), FullInk(m_width));
+    return Share(std::accumulate(m_sums.begin(), m_sums.end(), int64_t{0}), m_starts[kInkZones]);
 }
 
 double InkCount::ZonePerCent(int zone) const
 {
-    return PerCent(m_ink[static_cast<size_t>(zone)],
-                   FullInk(ZoneStart(m_width, zone + 1) - ZoneStart(m_width, zone)));
+    const auto i = static_cast<size_t>(zone);
+    return Share(m_sums[i], m_starts[i + 1] - m_starts[i]);
 }
 
 PageCheck::PageCheck(CLumentaDoc* document)

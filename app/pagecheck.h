@@ -15,7 +15,7 @@ constexpr int32_t ZoneStart(int32_t width, int zone)
 }
 
 // 0 to 100; 0 if the whole is 0.
-double PerCent(uint64_t part, uint64_t whole);
+double PerCent(int64_t part, int64_t whole);
 
 // The ink of rows of a page. A black pixel counts 1 if a pixel has 1 bit; with 8 bits it counts 255, and a
 // grey one by its darkness.
@@ -32,13 +32,13 @@ public:
     double ZonePerCent(int zone) const; // 0 for a zone without pixels
 
 private:
-    uint64_t FullInk(int64_t columns) const; // of these columns if all is black
+    double Share(int64_t sum, int32_t columns) const; // per cent; `sum` is of the samples of these columns
 
-    int32_t m_width;
     int32_t m_bits;
     int32_t m_min_is_black;
     int32_t m_rows = 0;
-    std::array<uint64_t, kInkZones> m_ink{};
+    std::array<int32_t, kInkZones + 1> m_starts{}; // the first pixel of each zone, and the width
+    std::array<int64_t, kInkZones> m_sums{};       // of the samples of each zone
 };
 
 // Goes once over the page of a document, in steps.

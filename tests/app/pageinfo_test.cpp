@@ -293,7 +293,7 @@ TEST(PageInk, ZonesPartThePage)
         EXPECT_EQ(ZoneStart(c.width, c.zone), c.start) << c.width << " " << c.zone;
     EXPECT_EQ(PerCent(0, 0), 0);
     EXPECT_EQ(PerCent(1, 4), 25);
-    EXPECT_EQ(PerCent(uint64_t{1} << 63, uint64_t{1} << 63), 100);
+    EXPECT_EQ(PerCent(INT64_MAX, INT64_MAX), 100);
 }
 
 // All padding bits are random too.

@@ -1,9 +1,10 @@
 /* A C program, linked by the C compiler alone, once with the static and once with the shared library. It
- * calls functions of seven public headers and exits with 0 if all of them work. */
+ * calls functions of eight public headers and exits with 0 if all of them work. */
 #include "kesterlib/callback.h"
 #include "kesterlib/commandline.h"
 #include "kesterlib/faxhdr.h"
 #include "kesterlib/files.h"
+#include "kesterlib/scale.h"
 #include "kesterlib/timers.h"
 #include "kesterlib/uncompress.h"
 #include "kesterlib/unsqz.h"
@@ -108,6 +109,11 @@ static void pages(void)
     check(frame != NULL && Unsqz_Decode(frame, 1, row, 2) == 1 && row[0] == 0xa5 && row[1] == 0x0f, "a row");
     check(Unsqz_Decode(frame, 1, row, 2) == 0 && Uncomp_Error_String(frame) != NULL, "the end of the rows");
     Uncomp_Free(frame);
+
+    static const int32_t starts[] = {0, 4, 16};
+    int64_t ones[2] = {0, 0};
+    count_ones_by_zone(row, 2, 1, starts, 2, ones);
+    check(ones[0] == 2 && ones[1] == 6, "the 1 bits of two zones");
 }
 
 int main(void)

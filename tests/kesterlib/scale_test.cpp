@@ -301,30 +301,59 @@ TEST(Scale, EndsTheProcessWithoutMemory)
         EXPECT_EXIT((g_mallocs_left = i, make_scale_engine(8, 200, 8, 0, nullptr)),
                     testing::ExitedWithCode(1), kWords[i]);
 }
-TEST(Scale, OnesOfARectangleAreThoseOfItsPixels)
+
+TEST(Scale, OnesOfZonesAreThoseOfTheirPixels)
 {
     std::mt19937 random{3};
-    for (int round = 0; round < 2000; ++round) {
-        const int width = 1 + static_cast<int>(random() % (round % 2 ? 40 : 700));
-        const auto stride = static_cast<size_t>((width + 7) / 8);
-        const int height = static_cast<int>(random() % 4);
-        const size_t size = stride * static_cast<size_t>(height);
+    for (int round = 0; round < 600; ++round) {
+        const auto below = [&](int limit) {
+            return static_cast<int>(random() % static_cast<unsigned>(limit));
+        };
+        const int width = 1 + below(round % 20 == 0 ? 40'000
+                                    : round % 2     ? 40
+                                                    : 700); // blocks have 4096 bytes
+        const auto stride = static_cast<ptrdiff_t>((width + 7) / 8);
+        const int height = below(round % 3 ? 4 : 70); // counts are of 31 rows at most
+        const auto size = static_cast<size_t>(stride * height);
         const std::unique_ptr<uint8_t[]> rows{new uint8_t[size]}; // of exactly this size
-        std::generate_n(rows.get(), size, [&] { return static_cast<uint8_t>(random()); });
-        const int first = static_cast<int>(random() % static_cast<unsigned>(width));
-        const int count = static_cast<int>(random() % static_cast<unsigned>(width - first + 1));
-        int64_t want = 0;
-        for (int y = 0; y < height; ++y)
-            for (int x = first; x < first + count; ++x)
-                want += rows[static_cast<size_t>(y) * stride + static_cast<size_t>(x / 8)] >> (7 - x % 8) & 1;
-        ASSERT_EQ(count_ones(rows.get(), static_cast<ptrdiff_t>(stride), height, first, count), want)
-            << width << " " << first << " " << count;
-        for (const scale_loops* road : Roads()) {
-            int64_t all = 0;
-            for (size_t i = 0; i < size; ++i)
-                all += __builtin_popcount(rows[i]);
-            ASSERT_EQ(road->count_bytes(rows.get(), static_cast<ptrdiff_t>(stride), height, stride), all);
-        }
+        std::generate_n(rows.get(), size, [&] { return static_cast<uint8_t>(round % 5 ? random() : 0xFF); });
+        const int zones = 1 + below(40);
+        std::vector<int32_t> starts(static_cast<size_t>(zones) + 1);
+        std::generate(starts.begin(), starts.end(), [&] { return below(width + 1); });
+        std::sort(starts.begin(), starts.end());
+        const auto zone_count = static_cast<size_t>(zones);
+        std::vector<int64_t> want(zone_count, 5), ones(zone_count, 5);
+        for (size_t zone = 0; zone < zone_count; ++zone)
+            for (int y = 0; y < height; ++y)
+                for (int x = starts[zone]; x < starts[zone + 1]; ++x)
+                    want[zone] += rows[static_cast<size_t>(y * stride + x / 8)] >> (7 - x % 8) & 1;
+        count_ones_by_zone(rows.get(), stride, height, starts.data(), zones, ones.data());
+        ASSERT_EQ(ones, want) << width << " x " << height << ", zones " << testing::PrintToString(starts);
+        std::fill(ones.begin(), ones.end(), 5);
+        if (height > 0)
+            count_ones_by_zone(rows.get() + (height - 1) * stride, -stride, height, starts.data(), zones,
+                               ones.data());
+        ASSERT_EQ(ones, want) << "from the bottom";
+        count_ones_by_zone(rows.get(), stride, 0, starts.data(), zones, ones.data());
+        count_ones_by_zone(rows.get(), stride, height, starts.data(), 0, ones.data());
+        ASSERT_EQ(ones, want) << "nothing to count";
     }
+}
+
+TEST(Scale, EveryVariantCountsTheOnesOfEachByteColumn)
+{
+    std::mt19937 random{5};
+    for (const scale_loops* variant : Roads())
+        for (const size_t bytes : {1, 7, 8, 31, 32, 33, 63, 64, 65, 200, 700})
+            for (const int height : {1, 2, kesterlib::kMostCounted}) {
+                const size_t size = bytes * static_cast<size_t>(height);
+                const std::unique_ptr<uint8_t[]> rows{new uint8_t[size]};
+                std::generate_n(rows.get(), size, [&] { return static_cast<uint8_t>(random() | 0xF0); });
+                Bytes want(bytes), counts(bytes, 77);
+                for (size_t i = 0; i < size; ++i)
+                    want[i % bytes] = static_cast<uint8_t>(want[i % bytes] + __builtin_popcount(rows[i]));
+                variant->count_bytes(counts.data(), rows.get(), static_cast<ptrdiff_t>(bytes), height, bytes);
+                ASSERT_EQ(counts, want) << bytes << " " << height;
+            }
 }
 } // namespace

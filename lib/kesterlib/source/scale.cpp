@@ -4,16 +4,17 @@
 
 #include "kesterlib/callback.h"
 
+#include "bits.h"
 #include "machine.h"
 #include "scale_loops.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <numeric>
 
 namespace kesterlib
 {
-uint8_t count_table[256];
 uint8_t grey_table[kGreySteps];
 
 namespace
@@ -95,6 +96,53 @@ void* allocate(size_t bytes, const char* description)
 {
     return safe_malloc(std::max<size_t>(bytes, 1), description, nullptr); // malloc(0) may return null
 }
+
+// Adds the 1 bits of zones whose ends are all moved left to the start of their byte.
+void add_whole_bytes(const scale_loops* loops, const uint8_t* rows, ptrdiff_t stride, int32_t height,
+                     const int32_t* starts, int32_t zones, int64_t* ones)
+{
+    constexpr ptrdiff_t kBlock = 4096; // bytes of a row that are counted at once
+    uint8_t counts[kBlock];
+    const ptrdiff_t end = starts[zones] / 8;
+    int32_t zone = 0;
+    for (ptrdiff_t begin = starts[0] / 8; begin < end; begin += kBlock) {
+        const ptrdiff_t block_end = std::min(begin + kBlock, end);
+        loops->count_bytes(counts, rows + begin, stride, height, static_cast<size_t>(block_end - begin));
+        for (ptrdiff_t at = begin; at < block_end;) {
+            while (starts[zone + 1] / 8 <= at)
+                ++zone;
+            const ptrdiff_t zone_end = std::min<ptrdiff_t>(starts[zone + 1] / 8, block_end);
+            ones[zone] += std::accumulate(counts + (at - begin), counts + (zone_end - begin), int32_t{0});
+            at = zone_end;
+        }
+    }
+}
+
+// Moves the ends to their places: the 1 bits before an end in its byte belong to the zone before it.
+void add_cut_bytes(const uint8_t* rows, ptrdiff_t stride, int32_t height, const int32_t* starts,
+                   int32_t zones, int64_t* ones)
+{
+    for (int32_t end = 0; end <= zones; ++end) {
+        const int32_t before = starts[end] % 8; // pixels
+        if (before == 0)
+            continue;
+        const uint8_t* const column = rows + starts[end] / 8;
+        const uint32_t mask = 0xFF00u >> before & 0xFF;
+        int64_t left = 0;
+        uint64_t word = 0; // eight rows, so that their bits are counted at once
+        for (int32_t y = 0; y < height; ++y) {
+            word = word << 8 | (column[y * stride] & mask);
+            if (y % 8 == 7 || y == height - 1) {
+                left += count_ones(word);
+                word = 0;
+            }
+        }
+        if (end > 0)
+            ones[end - 1] += left;
+        if (end < zones)
+            ones[end] -= left;
+    }
+}
 } // namespace
 
 const scale_loops* fastest_scale_loops()
@@ -112,16 +160,14 @@ using namespace kesterlib;
 const uint8_t* init_countones(int32_t invert)
 {
     if (tables_made && tables_invert == invert)
-        return count_table;
-    for (uint32_t i = 0; i < 256; ++i)
-        count_table[i] = static_cast<uint8_t>(__builtin_popcount(i));
+        return count_table.data();
     for (int i = 0; i < kGreySteps; ++i) {
         const int grey = std::min(i, 255);
         grey_table[i] = static_cast<uint8_t>(invert != 0 ? 255 - grey : grey);
     }
     tables_made = true;
     tables_invert = invert;
-    return count_table;
+    return count_table.data();
 }
 
 scale_engine* make_scale_engine(int32_t scale, int32_t width, int32_t height, int32_t invert, void* user_data)
@@ -199,31 +245,17 @@ int32_t finish_scaling(scale_engine* engine, uint8_t* blank_row, scale_row_sink*
     return result;
 }
 
-int64_t count_ones(const uint8_t* rows, ptrdiff_t stride, int32_t height, int32_t first, int32_t count)
+void count_ones_by_zone(const uint8_t* rows, ptrdiff_t stride, int32_t height, const int32_t* starts,
+                        int32_t zones, int64_t* ones)
 {
-    if (height <= 0 || count <= 0)
-        return 0;
-    const int64_t end = int64_t{first} + count;
-    const auto first_byte = static_cast<ptrdiff_t>(first / 8);
-    const auto end_byte =
-        static_cast<ptrdiff_t>(end / 8); // the byte with the first pixel after the rectangle
-    const int first_mask = 0xFF >> first % 8;
-    const int end_mask = 0xFF00 >> end % 8 & 0xFF;
-    const auto ones_in_column = [=](ptrdiff_t byte, int mask) {
-        int64_t ones = 0;
-        for (int32_t row = 0; mask != 0 && row < height; ++row)
-            ones += __builtin_popcount(static_cast<unsigned>(rows[row * stride + byte] & mask));
-        return ones;
-    };
-    if (first_byte == end_byte)
-        return ones_in_column(first_byte, first_mask & end_mask);
-    // All bits of the bytes in between belong to the rectangle, and those of the first byte unless it is cut.
-    const ptrdiff_t whole = first_byte + (first % 8 != 0);
-    int64_t ones = fastest_scale_loops()->count_bytes(rows + whole, stride, height,
-                                                      static_cast<size_t>(end_byte - whole));
-    if (whole > first_byte)
-        ones += ones_in_column(first_byte, first_mask);
-    return ones + ones_in_column(end_byte, end_mask);
+    if (zones <= 0)
+        return;
+    const scale_loops* const loops = fastest_scale_loops();
+    for (; height > 0; height -= kMostCounted, rows += kMostCounted * stride) {
+        const int32_t counted = std::min(height, kMostCounted);
+        add_whole_bytes(loops, rows, stride, counted, starts, zones, ones);
+        add_cut_bytes(rows, stride, counted, starts, zones, ones);
+    }
 }
 
 int32_t view_reduced(int32_t scale, int32_t width, int32_t height, int32_t invert, void* user_data,

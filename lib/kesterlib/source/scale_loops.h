@@ -3,6 +3,7 @@
 
 #include "kesterlib/scale.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -11,8 +12,9 @@ struct scale_loops {
     void (*add_row)(scale_engine* engine, const uint8_t* row);
     // Converts the counts to greys in `bytes`, and prepares for the next band.
     void (*finish_band)(scale_engine* engine);
-    // Returns the number of 1 bits in height rows of whole bytes.
-    int64_t (*count_bytes)(const uint8_t* rows, ptrdiff_t stride, int32_t height, size_t bytes);
+    // Writes the number of 1 bits of each byte column to counts[0] to counts[bytes - 1]. height is 1 to
+    // kMostCounted.
+    void (*count_bytes)(uint8_t* counts, const uint8_t* rows, ptrdiff_t stride, int32_t height, size_t bytes);
 };
 
 namespace kesterlib
@@ -24,7 +26,13 @@ extern const scale_loops scale_loops_avx2;
 const scale_loops* fastest_scale_loops();
 
 constexpr int kGreySteps = 257; // for steps of 0 to 256
-extern uint8_t count_table[256];
+// The number of 1 bits of each byte.
+inline constexpr std::array<uint8_t, 256> count_table = [] {
+    std::array<uint8_t, 256> table{};
+    for (uint32_t byte = 0; byte < 256; ++byte)
+        table[byte] = static_cast<uint8_t>(__builtin_popcount(byte));
+    return table;
+}();
 extern uint8_t grey_table[kGreySteps];
 
 constexpr int32_t kLargestScale = 248; // a full cell of 61 504 fits in 16 bits, one of scale 256 does not

@@ -223,40 +223,11 @@ inline void count_row(uint8_t* __restrict counts, const uint8_t* __restrict row,
 
 #endif
 
-// ---- 1 bits of a rectangle ------------------------------------------------------------------------------
-
-inline uint64_t ones_in(uint64_t word)
+void count_rows(uint8_t* counts, const uint8_t* rows, ptrdiff_t stride, int32_t height, size_t bytes)
 {
-#if defined(__AVX2__)
-    return static_cast<uint64_t>(__builtin_popcountll(word)); // an instruction here
-#else
-    return ones_by_byte(word) * 0x0101010101010101 >> 56;
-#endif
-}
-
-// The bytes after the last whole word of each row go as a word, in pieces of a fixed size.
-int64_t count_rectangle(const uint8_t* rows, ptrdiff_t stride, int32_t height, size_t bytes)
-{
-    uint64_t ones = 0;
-    for (int32_t y = 0; y < height; ++y) {
-        const uint8_t* const row = rows + y * stride;
-        size_t i = 0;
-        for (; i + 8 <= bytes; i += 8)
-            ones += ones_in(word_at<uint64_t>(row + i));
-        uint64_t rest = 0;
-        if (bytes & 4) {
-            rest = word_at<uint32_t>(row + i);
-            i += 4;
-        }
-        if (bytes & 2) {
-            rest = rest << 16 | word_at<uint16_t>(row + i);
-            i += 2;
-        }
-        if (bytes & 1)
-            rest = rest << 8 | row[i];
-        ones += ones_in(rest);
-    }
-    return static_cast<int64_t>(ones);
+    count_row<true>(counts, rows, bytes);
+    for (int32_t y = 1; y < height; ++y)
+        count_row<false>(counts, rows + y * stride, bytes);
 }
 
 // ---- Cells: the counts of their bytes, added up in `shorts` ---------------------------------------------
@@ -445,5 +416,5 @@ void finish_band(scale_engine* engine)
 }
 } // namespace
 
-constinit const scale_loops KESTERLIB_SCALE_LOOPS{add_row, finish_band, count_rectangle};
+constinit const scale_loops KESTERLIB_SCALE_LOOPS{add_row, finish_band, count_rows};
 } // namespace kesterlib

@@ -122,12 +122,18 @@ KESTERLIB_API int32_t view_reduced(int32_t scale, int32_t width, int32_t height,
                                    void* user_data, uint8_t* row_buffer, scale_row_fetch* fetch,
                                    scale_row_sink* sink);
 
-/* Returns the number of 1 bits in a rectangle of a 1-bit page: pixels `first` to first + count - 1 of a row,
- * from 0 at the left, in `height` rows that start `stride` bytes apart. `stride` may be negative. Only the
- * bytes that hold these pixels are read. 0 if `height` or `count` is not above 0; `first` must not be below
- * 0, and the rectangle may end after INT32_MAX. */
-KESTERLIB_API int64_t count_ones(const uint8_t* rows, ptrdiff_t stride, int32_t height, int32_t first,
-                                 int32_t count);
+/* Counts the 1 bits in adjacent upright zones of a 1-bit page.
+ *
+ *   rows    first row; the others start `stride` bytes apart. `stride` may be negative
+ *   height  rows; nothing is counted if it is not above 0
+ *   starts  zones + 1 numbers of pixels, from 0 at the left, in ascending order. Zone z has the pixels
+ *           starts[z] to starts[z + 1] - 1
+ *   zones   nothing is counted if it is not above 0
+ *   ones    the number of 1 bits of zone z is added to ones[z]
+ *
+ * Only the bytes that hold pixels of the zones are read. */
+KESTERLIB_API void count_ones_by_zone(const uint8_t* rows, ptrdiff_t stride, int32_t height,
+                                      const int32_t* starts, int32_t zones, int64_t* ones);
 
 KESTERLIB_END
 
