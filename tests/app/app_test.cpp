@@ -1,4 +1,4 @@
-// The application: what it was called with, pages that are dropped on it and shown one after the other,
+// The application: its command line, dropped files, the list of pages, both Open commands, printing and
 // settings.
 #include "app/commandline.h"
 #include "app/dialogids.h"
@@ -15,7 +15,7 @@
 
 namespace
 {
-TEST(CommandLineText, IsOnePathOrAWish)
+TEST(CommandLineText, IsOnePathOrARequest)
 {
     using Wish = CommandLine::Wish;
     struct Case {
@@ -46,7 +46,7 @@ TEST(CommandLineText, IsOnePathOrAWish)
         EXPECT_EQ(line.text, c.text);
     }
     ReadCommandLine(std::vector<const char*>{"/e/page.tif;2"}, [](const CString& path) {
-        EXPECT_EQ(path, "/e/page.tif") << "the file is what stands before the semicolon";
+        EXPECT_EQ(path, "/e/page.tif") << "the file's path ends at the semicolon";
         return true;
     });
     EXPECT_EQ(InChild([]() -> std::string {
@@ -55,13 +55,13 @@ TEST(CommandLineText, IsOnePathOrAWish)
                   return ReadCommandLine(std::vector<const char*>{"/etc/shadow"}, PathExists).text.c_str();
               }),
               "/./etc/shadow")
-        << "exists, and is not readable";
+        << "exists, but is not readable";
 }
 
 class App : public WindowTest
 {
 protected:
-    // The files that are dropped all at once.
+    // Writes three pages and returns their paths.
     std::vector<CString> ThreePages()
     {
         return {WritePage("first.tif", 200, 100), WritePage("second.tif", 300, 100),
@@ -96,7 +96,7 @@ TEST_F(App, OpensTheWholeCommandLineAsOnePath)
     }
 }
 
-TEST_F(App, TheOpenPageAgainShowsItsNewRows)
+TEST_F(App, OpeningThePageAgainShowsItsNewRows)
 {
     Start(WritePage("page.tif", 600, 500));
     ResizeFrame(*frame, {400, 300});
@@ -108,14 +108,14 @@ TEST_F(App, TheOpenPageAgainShowsItsNewRows)
     EXPECT_EQ(ScreenDiffersFromPage(), "");
 }
 
-TEST_F(App, DroppedFilesAreWalkedThrough)
+TEST_F(App, DroppedFilesAreShownInTurn)
 {
     Start();
     EXPECT_TRUE(MenuHas(kNextOff));
     app->OpenDocumentFile(WritePage("open.tif", 500, 100));
     PressAccelerator(*frame, "Ctrl+Alt+S");
     ASSERT_NE(view->m_pScaleFrame, nullptr);
-    DropFiles(*view->m_pScaleFrame, ThreePages()); // as on the main window
+    DropFiles(*view->m_pScaleFrame, ThreePages()); // has the same effect as on the main window
     EXPECT_EQ(view->m_pScaleFrame, nullptr);
     EXPECT_EQ(Title(), "first - LUMENTA");
     EXPECT_TRUE(MenuHas(kNextOn));
@@ -132,7 +132,7 @@ TEST_F(App, DroppedFilesAreWalkedThrough)
     EXPECT_EQ(boxes.Take(), Texts{});
 }
 
-TEST_F(App, ButtonsOfTheMouseGoOnAndBack)
+TEST_F(App, MouseButtonsShowTheNextAndThePreviousPage)
 {
     Start();
     DropFiles(*frame, ThreePages());
@@ -149,18 +149,18 @@ TEST_F(App, ButtonsOfTheMouseGoOnAndBack)
     ClickXButton(*view, {10, 10}, XBUTTON1);
     EXPECT_EQ(Title(), "second - LUMENTA");
     ClickXButton(*view, {10, 10}, XBUTTON2, 3);
-    EXPECT_EQ(Title(), "fourth - LUMENTA") << "quick presses all count, those beyond the end do nothing";
+    EXPECT_EQ(Title(), "fourth - LUMENTA") << "every quick press counts, except those after the last page";
     for (const auto& [button, title] :
          {std::pair{XBUTTON1, "third - LUMENTA"}, std::pair{XBUTTON2, "fourth - LUMENTA"}}) {
         PressAccelerator(*frame, "Ctrl+Alt+S");
         ASSERT_NE(view->m_pScaleFrame, nullptr);
         ClickXButton(*view->m_pScaleFrame->GetActiveView(), {10, 5}, button);
-        EXPECT_EQ(Title(), title) << "over the overview, which goes with its page";
+        EXPECT_EQ(Title(), title) << "pressed in the overview, which closes with its page";
         EXPECT_EQ(view->m_pScaleFrame, nullptr);
     }
 }
 
-TEST_F(App, SettingsComeBackAndTheLinesAreNeverBelowOne)
+TEST_F(App, SettingsAreRestoredAndLinesPerUpdateIsAtLeastOne)
 {
     for (const int stored : {-3, 0, 1, 40}) {
         Stop();
@@ -179,11 +179,11 @@ TEST_F(App, SettingsComeBackAndTheLinesAreNeverBelowOne)
     EXPECT_TRUE(app->m_bMarkViewed);
 }
 
-// Viewed marks that are kept here, whatever the file system can do.
+// Keeps the viewed marks in memory, so that the test needs no support of the file system.
 class KeptMarks : public FakeMarks
 {
 public:
-    std::vector<std::string> Marked() const
+    std::vector<std::string> Marked() const // paths
     {
         std::vector<std::string> paths;
         for (const auto& entry : m_marks)
@@ -220,7 +220,7 @@ private:
     std::string m_open;
 };
 
-TEST_F(App, TheListIsWalkedForwardAndBack)
+TEST_F(App, NextAndPreviousMoveThroughTheList)
 {
     enum Step { next, previous, openOther, removeSecond, clear, add };
     struct Case {
@@ -228,10 +228,10 @@ TEST_F(App, TheListIsWalkedForwardAndBack)
         const char* title;
         const char* message;
         const char* enabled; // of Next Page, Previous Page and Clear List
-        const char* fails;   // the page that a box is about
+        const char* fails;   // the page that a message box names, or null
     };
     const Case cases[] = {
-        {next, "LUMENTA", "No page", "next clear", nullptr}, // an empty entry
+        {next, "LUMENTA", "No page", "next clear", nullptr}, // the entry is empty
         {next, "first - LUMENTA", "page 1 of 5", "next clear", nullptr},
         {next, "first - LUMENTA", "No page", "next previous clear", "missing.tif"},
         {previous, "first - LUMENTA", "page 1 of 4", "next clear", nullptr},
@@ -278,7 +278,7 @@ TEST_F(App, TheListIsWalkedForwardAndBack)
         case removeSecond: std::filesystem::remove(pages[1].c_str()); break;
         case clear:
             frame->SendMessage(WM_COMMAND, kClearListCommand);
-            view->Invalidate(); // a menu's command updates the message field by itself
+            view->Invalidate(); // a real menu command also updates the message field
             break;
         }
         ASSERT_TRUE(PumpUntilIdle());
@@ -290,10 +290,10 @@ TEST_F(App, TheListIsWalkedForwardAndBack)
                   *c.enabled ? std::string{" "} + c.enabled : "");
     }
     EXPECT_EQ(marks.set, (Texts{"first.tif", "second.tif", "first.tif", "third.tif", "third.tif"}))
-        << "each entry once, when it is shown first";
+        << "each entry is marked once, when it is first shown";
 }
 
-TEST_F(App, OpenMultipleJoinsPagesToTheListAndMarksWhatIsShown)
+TEST_F(App, OpenMultipleAppendsToTheListAndMarksShownPages)
 {
     const KeptMarks marks;
     const std::vector<CString> pages = ThreePages();
@@ -304,7 +304,7 @@ TEST_F(App, OpenMultipleJoinsPagesToTheListAndMarksWhatIsShown)
     const auto choose = [&](std::initializer_list<int> entries) {
         SetDialogHook([&](CDialog& dialog) {
             auto& multiple = static_cast<COpenMultipleDialog&>(dialog);
-            listed = multiple.m_wndList.GetCount() - 1; // without the way up
+            listed = multiple.m_wndList.GetCount() - 1; // without the entry for the directory above
             multiple.CheckDlgButton(kMarkViewedBox, true);
             for (const int entry : entries)
                 ClickEntry(multiple, kPageList, entry, true);
@@ -319,14 +319,14 @@ TEST_F(App, OpenMultipleJoinsPagesToTheListAndMarksWhatIsShown)
     EXPECT_EQ(app->m_PageList.size(), 2U);
     EXPECT_TRUE(app->m_bMarkViewed);
     choose({1});
-    EXPECT_EQ(listed, 2) << "those not viewed";
+    EXPECT_EQ(listed, 2) << "only pages not viewed yet";
     EXPECT_EQ(Title(), "second - LUMENTA");
     const std::deque<CString> waiting{pages[2], pages[1]};
-    EXPECT_EQ(app->m_PageList, waiting) << "what was left stays ahead";
+    EXPECT_EQ(app->m_PageList, waiting) << "pages left in the list come first";
     SetDialogHook([&](CDialog& dialog) {
         ClickEntry(dialog, kTypeBox, 0);
         ClickControl(dialog, kMarkViewedBox);
-        ClickEntry(dialog, kPageList, 0, false, true); // up
+        ClickEntry(dialog, kPageList, 0, false, true); // to the directory above
         PressDialogKeys(dialog, {"Escape"});
     });
     PressAccelerator(*frame, "Ctrl+M");
@@ -341,7 +341,7 @@ TEST_F(App, OpenMultipleJoinsPagesToTheListAndMarksWhatIsShown)
     EXPECT_EQ(Title(), "second - LUMENTA");
     choose({});
     EXPECT_EQ(listed, 0);
-    WritePage("first.tif", 210, 100); // rewritten by the line: new again
+    WritePage("first.tif", 210, 100); // a rewritten file counts as not viewed
     choose({1});
     EXPECT_EQ(listed, 1);
     EXPECT_EQ(Title(), "first - LUMENTA");
@@ -349,7 +349,7 @@ TEST_F(App, OpenMultipleJoinsPagesToTheListAndMarksWhatIsShown)
     EXPECT_EQ(boxes.Take(), Texts{});
 }
 
-TEST_F(App, OpenShowsOnePageMarksItAndRemembersWhere)
+TEST_F(App, OpenShowsAndMarksAPageAndRemembersItsDirectory)
 {
     const KeptMarks marks;
     const std::vector<CString> pages = ThreePages();
@@ -369,7 +369,7 @@ TEST_F(App, OpenShowsOnePageMarksItAndRemembersWhere)
         {"", nullptr, "*.fax", "LUMENTA", 0},
         {"*.TIF", "first.tif", "*.tif", "first - LUMENTA", 0},
         {"*.tif", nullptr, "*.tif", "first - LUMENTA", 0},
-        {"*.jpg", "second.tif", "*.fax", "second - LUMENTA", 0}, // in none of the pairs
+        {"*.jpg", "second.tif", "*.fax", "second - LUMENTA", 0}, // no filter has this pattern
         {"*.*", "third.tif;1", "*.*", "third - LUMENTA", 0},
         {"*.*", "broken.tif", "*.*", "third - LUMENTA", 1},
     };
@@ -413,7 +413,7 @@ TEST_F(App, PrintsOnePageThroughTheViewsOwnDrawing)
     frame->SendMessage(WM_COMMAND, ID_FILE_PRINT);
     EXPECT_EQ(highest_page, 1);
     EXPECT_EQ((CPoint{frame->m_nPageLeft, frame->m_nPageTop}), (CPoint{70, 60}));
-    EXPECT_GT(std::filesystem::file_size(target.c_str()), 10000U) << "noise does not pack";
+    EXPECT_GT(std::filesystem::file_size(target.c_str()), 10000U) << "noise cannot be compressed";
     EXPECT_EQ(document->m_nLastRow, 499);
 
     target = {}; // Cancel

@@ -1,4 +1,4 @@
-// Dialogs of the application with no window behind them.
+// Fixture for dialogs of the application without a main window.
 #pragma once
 
 #include "app/resources.h"
@@ -18,7 +18,7 @@ protected:
 
     ~DialogTest() override { SetDialogHook({}); }
 
-    // What DoModal gives; script runs inside.
+    // Runs script while the dialog is open. Returns the result of DoModal.
     static int Show(CDialog& dialog, std::function<void()> script)
     {
         SetDialogHook([script = std::move(script)](CDialog&) { script(); });

@@ -1,4 +1,4 @@
-// Lengths in the units of the read-outs, and Go To.
+// Conversion of lengths between the units of the read-outs, and the Go To dialog.
 #include "app/dialogids.h"
 #include "app/gotodialog.h"
 #include "tests/app/window_fixture.h"
@@ -9,7 +9,7 @@ namespace
 {
 constexpr double kInfinite = std::numeric_limits<double>::infinity();
 
-TEST(Units, LeadToPixelsAndBack)
+TEST(Units, ConvertToPixelsAndBack)
 {
     const struct {
         double value;
@@ -21,7 +21,7 @@ TEST(Units, LeadToPixelsAndBack)
         {72.27, kPoints, 300, 300},
         {12.4, kPixels, 300, 12},
         {12.5, kPixels, 0, 13},
-        {7, 9, 300, 7}, // no such unit
+        {7, 9, 300, 7}, // this unit does not exist
         {3, kInches, 0, 3},
         {0.4, kPixels, 0, 0},
         {-5, kMillimeters, 300, 0},
@@ -74,7 +74,7 @@ protected:
         PressAccelerator(*frame, "Ctrl+G");
         ASSERT_TRUE(PumpUntilIdle());
     }
-    // Types both fields from the start, and answers.
+    // Replaces the text of both fields and presses Return.
     void Type(const char* x, const char* y)
     {
         Show([=](CDialog& dialog) {
@@ -88,7 +88,7 @@ protected:
     }
 };
 
-TEST_F(GoTo, CentresThePlaceAsFarAsThePageReaches)
+TEST_F(GoTo, CentresTheGivenPointWithinThePage)
 {
     Start(WritePage("page.tif", 1200, 900, 300, 150));
     ResizeFrame(*frame, {400, 300});
@@ -98,7 +98,7 @@ TEST_F(GoTo, CentresThePlaceAsFarAsThePageReaches)
     const struct {
         UINT unit;
         const char *x, *y;
-        CPoint want; // in the middle
+        CPoint want; // page pixel in the middle of the window
     } cases[] = {
         {kPixelsCommand, "600", "400", {600, 400}},        {kInchesCommand, "2.5", "3", {750, 450}},
         {kMillimetersCommand, "50,8", "76.2", {600, 450}}, {kPointsCommand, "144.54", "216.81", {600, 450}},
@@ -118,19 +118,19 @@ TEST_F(GoTo, CentresThePlaceAsFarAsThePageReaches)
             frame->SendMessage(WM_COMMAND, unit);
             view->ScrollToPosition(place);
             Show([](CDialog& dialog) { PressDialogKeys(dialog, {"Return"}); });
-            EXPECT_EQ(view->GetScrollPosition(), place) << "an unchanged place is this one";
+            EXPECT_EQ(view->GetScrollPosition(), place) << "unchanged fields do not move the page";
         }
     EXPECT_EQ(boxes.Take(), Texts{});
 }
 
-TEST_F(GoTo, RefusesWhatIsNoNumberAndKeepsThePlace)
+TEST_F(GoTo, RefusesTextThatIsNoNumber)
 {
     StartWithPage(1000, 900);
     view->ScrollToPosition({100, 80});
     for (const char* const text : {"", "nan", "12x", "1e999"}) {
         Type("5", text);
         EXPECT_EQ(boxes.Take(), Texts{"Enter a number."}) << text;
-        EXPECT_EQ(view->GetScrollPosition(), (CPoint{100, 80})) << "it was cancelled after that";
+        EXPECT_EQ(view->GetScrollPosition(), (CPoint{100, 80})) << "the dialog was then cancelled";
     }
 }
 

@@ -1,4 +1,4 @@
-// The list of keys, and the tables of README.md, which have to say the same.
+// The list of keys. It must agree with the tables of README.md and with the menus.
 #include "app/dialogids.h"
 #include "app/keysdialog.h"
 #include "app/resources.h"
@@ -10,7 +10,7 @@ namespace
 {
 using Lines = std::vector<std::string>;
 
-// The rows of the tables under "Use", without heads.
+// Returns the rows of the tables under "Use", without the heads.
 Lines TableRows()
 {
     std::ifstream file(LUMENTA_README);
@@ -30,7 +30,8 @@ Lines TableRows()
     return rows;
 }
 
-// How the rows of the menus and of the other actions begin. Dots in the place of the keys belong to the name.
+// Returns the start of each row that README.md must have: one per menu item and one per other action. If a
+// menu item has dots instead of keys, the dots are part of its name.
 Lines WantedRows()
 {
     Lines wanted;
@@ -53,7 +54,7 @@ Lines WantedRows()
     return wanted;
 }
 
-TEST(Keys, AreThoseOfTheReadme)
+TEST(Keys, EqualTheTablesOfTheReadme)
 {
     const Lines rows = TableRows();
     const Lines wanted = WantedRows();
@@ -63,10 +64,10 @@ TEST(Keys, AreThoseOfTheReadme)
     for (const std::string& row : rows)
         EXPECT_TRUE(
             std::any_of(wanted.begin(), wanted.end(), [&](const auto& w) { return row.starts_with(w); }))
-            << "neither a menu nor kKeyActions has what README.md says: " << row;
+            << "no menu and no kKeyActions entry has this row of README.md: " << row;
 }
 
-TEST(Keys, OfTheMenusAreAccelerators)
+TEST(Keys, ShownInAMenuAreAccelerators)
 {
     for (const PopupMenu& menu : kLumentaResources.menus)
         for (const MenuItem& item : menu.items) {
@@ -89,7 +90,7 @@ protected:
     ~KeysDialog() override { SetDialogHook({}); }
 };
 
-TEST_F(KeysDialog, ShowsByF1)
+TEST_F(KeysDialog, OpensOnF1)
 {
     Start();
     std::string text;

@@ -1,4 +1,5 @@
-// The file of the open page changes: what the message field says, and the page read again at the same place.
+// Changes of the open page's file: the note in the message field, and F5, which reads the page again at the
+// same place.
 #include "app/dialogids.h"
 #include "app/scalefrm.h"
 #include "tests/app/window_fixture.h"
@@ -19,18 +20,18 @@ protected:
         ActivateByUser(*frame);
         ASSERT_TRUE(PumpUntilIdle());
     }
-    // What the message field says after the window has become active again.
+    // Activates the window again and returns the text of the message field.
     std::string NoteAtActivation()
     {
         frame->SendMessage(WM_ACTIVATE, 1);
-        view->Invalidate(); // as an activation does
+        view->Invalidate(); // a real activation paints too
         EXPECT_TRUE(PumpUntilIdle());
         return Pane(0);
     }
     std::string Page() const { return scratch.File("page.tif"); }
 };
 
-TEST_F(ChangingPage, IsReportedWhateverHasBecomeOfItsFile)
+TEST_F(ChangingPage, ReportsEveryChangeOfItsFile)
 {
     StartActive();
     EXPECT_EQ(Pane(0), "Ready");
@@ -44,7 +45,7 @@ TEST_F(ChangingPage, IsReportedWhateverHasBecomeOfItsFile)
     } cases[] = {
         {"moved away", [&] { std::filesystem::rename(page_file, aside); }, kGone},
         {"a directory instead", [&] { std::filesystem::create_directory(page_file); }, kGone},
-        {"back again",
+        {"moved back",
          [&] {
              std::filesystem::remove(page_file);
              std::filesystem::rename(aside, page_file);
@@ -53,14 +54,14 @@ TEST_F(ChangingPage, IsReportedWhateverHasBecomeOfItsFile)
         {"rewritten in place",
          [&] { std::filesystem::last_write_time(page_file, written + std::chrono::nanoseconds{4000000}); },
          kChanged},
-        {"as it was", [&] { std::filesystem::last_write_time(page_file, written); }, "Ready"},
+        {"its old time again", [&] { std::filesystem::last_write_time(page_file, written); }, "Ready"},
         {"cut off", [&] { std::filesystem::resize_file(page_file, 1000); }, kChanged},
         {"another file of the same size and time",
          [&] {
              ASSERT_NE(app->OpenDocumentFile(WritePage("page.tif", 600, 500)), nullptr);
              std::filesystem::copy_file(page_file, aside);
              std::filesystem::last_write_time(aside, std::filesystem::last_write_time(page_file));
-             EXPECT_EQ(NoteAtActivation(), "Ready") << "an open takes the note back";
+             EXPECT_EQ(NoteAtActivation(), "Ready") << "opening the page removes the note";
              std::filesystem::rename(aside, page_file);
          },
          kChanged},
@@ -99,7 +100,7 @@ TEST_F(ChangingPage, IsWatchedWhileAWindowOfTheProgramIsActive)
     SetDialogHook([&](CDialog&) { in_dialog = TimerCount(); });
     frame->SendMessage(WM_COMMAND, ID_APP_ABOUT);
     SetDialogHook({});
-    EXPECT_EQ(in_dialog, 0) << "no window of a page is active";
+    EXPECT_EQ(in_dialog, 0) << "no window that shows the page is active";
     ActivateByUser(*frame);
     EXPECT_EQ(TimerCount(), 1);
     app->OnFileNew();
@@ -125,7 +126,7 @@ TEST_F(ChangingPage, IsReadAgainAtTheSamePlace)
     WritePage("page.tif", 500, 5000);
     PressAccelerator(*frame, "F5");
     ASSERT_TRUE(PumpUntilIdle());
-    EXPECT_EQ(view->GetScrollPosition(), (CPoint{Range().x, place.y})) << "as far as the page goes";
+    EXPECT_EQ(view->GetScrollPosition(), (CPoint{Range().x, place.y})) << "clamped to the page";
     EXPECT_EQ(ScreenDiffersFromPage(), "");
 
     std::filesystem::remove(Page());
@@ -140,7 +141,7 @@ TEST_F(ChangingPage, IsReadAgainAtTheSamePlace)
     EXPECT_EQ(ScreenDiffersFromPage(), "");
     EXPECT_EQ(Title(), "page - LUMENTA");
 
-    // What comes after the file's name is no part of it.
+    // The text from the semicolon on is not part of the file's name.
     ASSERT_NE(app->OpenDocumentFile((Page() + ";8\t9").c_str()), nullptr);
     ASSERT_TRUE(PumpUntilIdle());
     WritePage("page.tif", 600, 500, 300, 300, 4);

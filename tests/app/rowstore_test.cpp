@@ -1,5 +1,5 @@
-// The document's store of rows, over a page whose rows tell their number: the heap window, the temporary
-// file, and what either does with a row that cannot be read.
+// The document's row store: the window on the heap, the temporary file, and rows that cannot be read. In the
+// fake page each byte depends on its row.
 #include "app/lumentadoc.h"
 #include "tests/support/fake_image.h"
 #include "tests/support/hostile_tiff.h"
@@ -20,7 +20,7 @@ struct Request {
     int32_t first, end; // rows first to end - 1
 };
 
-// Rows of the store from first on: how many are right, and how many zero ones follow.
+// Rows in the store: the number of right rows, then the number of zero rows after them.
 struct Held {
     int32_t right = 0;
     int32_t zero = 0;
@@ -31,6 +31,7 @@ struct Held {
     }
 };
 
+// Counts from row first on.
 Held HeldFrom(const CLumentaDoc& document, int32_t first)
 {
     Held held;
@@ -61,20 +62,20 @@ TEST(RowWindow, SlidesOverThePage)
     const WindowCase cases[] = {
         {"the first rows", {}, {0, 50}, 0, 49, 50, 0},
         {"the whole window", {}, {0, 100}, 0, 99, 100, 0},
-        {"rows that are there", {{0, 50}}, {10, 50}, 0, 49, 0, 0},
+        {"rows that the window holds", {{0, 50}}, {10, 50}, 0, 49, 0, 0},
         {"some more", {{0, 50}}, {40, 53}, 0, 52, 3, 0},
-        {"far ahead: in the middle", {{0, 50}}, {500, 510}, 455, 509, 460, 0},
-        {"just ahead: what both windows hold stays", {{0, 80}}, {80, 120}, 50, 119, 40, 0},
+        {"far ahead: the request is in the middle of the window", {{0, 50}}, {500, 510}, 455, 509, 460, 0},
+        {"just ahead: rows in both windows are kept", {{0, 80}}, {80, 120}, 50, 119, 40, 0},
         {"one row past the window", {{0, 100}}, {100, 101}, 51, 100, 1, 0},
-        {"ahead of the rows, not of the window", {{0, 10}}, {90, 100}, 0, 99, 90, 0},
+        {"after the last row, but inside the window", {{0, 10}}, {90, 100}, 0, 99, 90, 0},
         {"the page's end", {{0, 50}}, {990, 1000}, 900, 999, 950, 0},
         {"the page's end after a middle", {{500, 510}}, {990, 1000}, 900, 999, 490, 0},
         {"back to the top", {{500, 510}}, {10, 11}, 0, 10, 11, 1},
         {"back to a middle", {{500, 510}}, {200, 210}, 110, 209, 210, 1},
-        {"behind the rows but inside the window", {{500, 510}}, {455, 460}, 455, 509, 0, 0},
+        {"back, but inside the window", {{500, 510}}, {455, 460}, 455, 509, 0, 0},
         {"one row before the window", {{500, 510}}, {454, 455}, 355, 454, 455, 1},
         {"a whole window back", {{990, 1000}}, {300, 400}, 300, 399, 400, 1},
-        {"after a step back the window fills on", {{500, 510}, {10, 11}}, {0, 100}, 0, 99, 89, 0},
+        {"after a step back the window is filled further", {{500, 510}, {10, 11}}, {0, 100}, 0, 99, 89, 0},
     };
     for (const WindowCase& c : cases) {
         SCOPED_TRACE(c.name);
@@ -95,7 +96,7 @@ TEST(RowWindow, SlidesOverThePage)
     }
 }
 
-TEST(RowWindow, HoldsWhatItPromisesOnARandomWalk)
+TEST(RowWindow, KeepsItsInvariantsOnARandomWalk)
 {
     std::mt19937 random{20};
     for (const int32_t window : {1, 2, 7, 100, 999, 1000}) {
@@ -104,7 +105,7 @@ TEST(RowWindow, HoldsWhatItPromisesOnARandomWalk)
         int32_t near = 0;
         for (int step = 0; step < 300; ++step) {
             const int32_t count = 1 + static_cast<int32_t>(random() % static_cast<unsigned>(window));
-            // Mostly small steps, as scrolling makes them.
+            // Most steps are small, as in scrolling.
             near += random() % 5 ? static_cast<int32_t>(random() % 61) - 25
                                  : static_cast<int32_t>(random() % 2000) - 1000;
             near = std::clamp(near, 0, kRows - count);
@@ -132,38 +133,32 @@ struct FailureCase {
     int32_t fail_at;
     std::vector<Request> requests;
     const char* box;
-    int32_t from;  // after the requests: rows from here on ...
-    Held held;     // ... are these
-    int64_t reads; // in all
+    int32_t from;  // first row to check after the requests
+    Held held;     // rows found from there on
+    int64_t reads; // of all requests
 };
 
-TEST(RowWindow, AFailedRowIsToldOnceAndZeroFromThereOn)
+TEST(RowWindow, AFailedRowIsReportedOnceAndLaterRowsAreZero)
 {
     const FailureCase cases[] = {
         {"a kept row", 7, {{0, 50}}, "error at line 7: decoder lost", 0, {7, 43}, 8},
         {"the first row", 0, {{0, 50}, {40, 60}}, "error at line 0: decoder lost", 0, {0, 60}, 1},
-        {"later requests say nothing more",
+        {"later requests report nothing",
          7,
          {{0, 50}, {50, 100}, {0, 10}},
          "error at line 7: decoder lost",
          0,
          {7, 93},
          8},
-        {"rows from before stay",
+        {"rows read earlier are kept",
          90,
          {{0, 80}, {80, 120}},
          "error at line 90: decoder lost",
          50,
          {40, 30},
          91},
-        {"a row passed over",
-         200,
-         {{0, 50}, {500, 510}},
-         "error at line 200: decoder lost",
-         455,
-         {0, 55},
-         201},
-        {"the last row passed over",
+        {"a skipped row", 200, {{0, 50}, {500, 510}}, "error at line 200: decoder lost", 455, {0, 55}, 201},
+        {"the last skipped row",
          454,
          {{0, 50}, {500, 510}},
          "error at line 454: decoder lost",
@@ -201,14 +196,14 @@ TEST(RowWindow, AFailedRowIsToldOnceAndZeroFromThereOn)
                 EXPECT_EQ(HeldFrom(document, c.from), c.held);
                 continue;
             }
-            int32_t last = 0; // a file holds every row up to the furthest request
+            int32_t last = 0; // the file holds all rows up to the last row requested
             for (const Request& r : c.requests)
                 last = std::max(last, r.end);
             EXPECT_EQ(HeldFrom(document, 0), (Held{c.fail_at, last - c.fail_at}));
         }
 }
 
-TEST(RowWindow, ADamagedPageOfTheLargestHeightEndsAtOnce)
+TEST(RowWindow, DamageInAPageOfTheLargestHeightTakesNoTime)
 {
     BoxTexts boxes;
     CLumentaDoc document;
@@ -223,7 +218,7 @@ TEST(RowWindow, ADamagedPageOfTheLargestHeightEndsAtOnce)
     EXPECT_EQ(page->reads, 4);
     EXPECT_EQ(boxes.Take(), Texts{"error at line 3: decoder lost"});
 
-    // Not even the rows of the window are all cleared if that is much.
+    // If the window is large, only a part of its rows is set to zero.
     FakeImage* const wide = PutPageOnHeap(document, std::make_unique<FakeImage>(8 << 20, kRows), 200);
     wide->fail_at = 0;
     EXPECT_TRUE(document.GetRows(500, 1));
@@ -234,7 +229,7 @@ TEST(RowWindow, ADamagedPageOfTheLargestHeightEndsAtOnce)
     EXPECT_EQ(boxes.Take(), Texts{"error at line 0: decoder lost"});
 }
 
-TEST(RowStore, RowsBehindTheDataAreNotRead)
+TEST(RowStore, RowsAfterTheDataAreNotRead)
 {
     constexpr int32_t kHeight = 1 << 20;
     constexpr int32_t kZeroFrom = 70;
@@ -251,7 +246,7 @@ TEST(RowStore, RowsBehindTheDataAreNotRead)
         }
         page->zero_from = kZeroFrom;
         EXPECT_TRUE(document.GetRows(kHeight - 10, 10));
-        EXPECT_LE(page->reads, kZeroFrom + kWindow) << "but for those that the heap keeps";
+        EXPECT_LE(page->reads, kZeroFrom + kWindow) << "only the rows kept on the heap are read";
         EXPECT_EQ(page->CurrentRow, kHeight - 1);
         EXPECT_EQ(document.m_nLastRow, kHeight - 1);
         EXPECT_EQ(HeldFrom(document, kHeight - 10), (Held{0, 10}));
@@ -279,13 +274,13 @@ TEST(RowMapping, EachRowIsDecodedOnce)
     }
     EXPECT_EQ(page->rewinds, 0);
     EXPECT_EQ(HeldFrom(document, 0), (Held{last + 1, 0}));
-    EXPECT_FALSE(document.ReleaseRowBuffer()) << "the rows are not the heap's";
+    EXPECT_FALSE(document.ReleaseRowBuffer()) << "the rows are not on the heap";
     EXPECT_TRUE(document.ReleaseRowMapping());
     EXPECT_FALSE(document.ReleaseRowMapping());
     EXPECT_EQ(document.m_pRows, nullptr);
 }
 
-TEST(RowStore, TheHeapTakesHalfOfWhatIsFree)
+TEST(RowStore, TheHeapTakesHalfOfTheFreeMemory)
 {
     constexpr uint32_t kMost = 0x7fffffff;
     struct {
@@ -308,7 +303,7 @@ TEST(RowStore, TheHeapTakesHalfOfWhatIsFree)
     }
 }
 
-TEST(RowStore, AFullDiskMeansTheHeapAndWithoutMemoryThereIsNoPage)
+TEST(RowStore, UsesTheHeapIfTheDiskIsFullAndFailsWithoutMemory)
 {
     const ScratchDirectory scratch;
     const std::string path = scratch.Write("page.tif", HostileTiff{1000, kRows, 50}.Bytes());
@@ -341,7 +336,7 @@ TEST(RowStore, AFullDiskMeansTheHeapAndWithoutMemoryThereIsNoPage)
 
 TEST(RowMapping, AFailedWriteKeepsTheWholeRowsBeforeIt)
 {
-    // Rows of 1000 bytes. The limit cuts the second block of rows, between two rows or within one.
+    // A row has 1000 bytes. The limit ends the second block of rows between two rows or inside a row.
     for (const rlim_t limit : {rlim_t{300'000}, rlim_t{300'999}, rlim_t{300'001}}) {
         SCOPED_TRACE(limit);
         BoxTexts boxes;
@@ -359,7 +354,7 @@ TEST(RowMapping, AFailedWriteKeepsTheWholeRowsBeforeIt)
     }
 }
 
-TEST(Document, ADamagedPageLeavesNothingToTheNext)
+TEST(Document, ADamagedPageDoesNotAffectTheNext)
 {
     const ScratchDirectory scratch;
     const std::string whole = HostileTiff{100, 40, 20}.Bytes();
@@ -375,8 +370,8 @@ TEST(Document, ADamagedPageLeavesNothingToTheNext)
     }
 }
 
-// The user may open another page, or none, while the box of a failed row is on the screen.
-TEST(Document, APageOpenedFromWithinABoxIsNotTouchedByTheOldRequest)
+// While the box of a failed row is open, the user may open another page or close this one.
+TEST(Document, APageOpenedDuringABoxIsUntouchedByTheOldRequest)
 {
     const ScratchDirectory scratch;
     const std::string whole = HostileTiff{100, 40, 20}.Bytes();
@@ -427,7 +422,7 @@ TEST(Document, APathEndsAtATabOrSemicolonAndAFailureLeavesNoPage)
 
     EXPECT_FALSE(document.OnOpenDocument(scratch.File("page.fax;extra")));
     EXPECT_EQ(boxes.Take(), Texts{scratch.File("page.fax") + ": Open failed"});
-    EXPECT_EQ(document.GetTitle(), "front") << "what the window shows stays";
+    EXPECT_EQ(document.GetTitle(), "front") << "the window keeps its title";
     EXPECT_EQ(document.GetPathName(), path);
     EXPECT_EQ(document.m_nWidth, 0);
     EXPECT_EQ(document.m_pRows, nullptr);

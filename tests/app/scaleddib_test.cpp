@@ -1,4 +1,5 @@
-// The reduced picture: its values against a count of every pixel, its batches, and what ends it early.
+// The reduced picture. Its values are compared with a count of every pixel. Also tests its batches and every
+// early end.
 #include "app/lumentadoc.h"
 #include "app/scaleddib.h"
 #include "platform/testing.h"
@@ -16,7 +17,8 @@ namespace
 {
 using Texts = std::vector<std::string>;
 
-// The first line from line 0 on that is not as it should be, up to lines; -1 if all are.
+// Returns the first wrong line of lines 0 to lines - 1, or -1 if all are right. Page rows from zero_from on
+// count as zero.
 int FirstWrongLine(const CScaledDIBitmap& bitmap, int lines, int zero_from = INT32_MAX)
 {
     for (int line = 0; line < lines; ++line)
@@ -44,13 +46,13 @@ TEST(ScaledBitmap, EqualsACountOfEachCell)
                     PutPageOnHeap(document, std::make_unique<FakeImage>(width, kHeight), store);
                 CScaledDIBitmap bitmap{width, kHeight, scale, 0};
                 ASSERT_TRUE(bitmap.IsComplete());
-                // Half of it first: reading must not go beyond what the lines need.
+                // Half of the lines first. Only the page rows that they need may be read.
                 const int half = bitmap.m_nHeight / 2;
                 EXPECT_TRUE(document.ScaleRows(&bitmap, half));
                 EXPECT_EQ(bitmap.m_nRowsDone, half - 1);
                 EXPECT_EQ(page->reads, int64_t{half} * scale);
                 EXPECT_TRUE(document.ScaleRows(&bitmap, bitmap.m_nHeight));
-                EXPECT_TRUE(document.ScaleRows(&bitmap, bitmap.m_nHeight + 5)) << "all lines are there";
+                EXPECT_TRUE(document.ScaleRows(&bitmap, bitmap.m_nHeight + 5)) << "all lines are done";
                 EXPECT_EQ(bitmap.m_nLastSource, bitmap.m_nHeight * scale - 1);
                 EXPECT_EQ(page->rewinds, 0);
                 EXPECT_FALSE(bitmap.IsGrowing());
@@ -89,21 +91,21 @@ TEST(ScaledBitmap, IsABottomUpBitmapWithTheGreysOfItsPolarity)
         }
 }
 
-TEST(ScaledBitmap, TakesTheRowsThatItHasNotSeen)
+TEST(ScaledBitmap, AddRowsSkipsRowsThatItHasSeen)
 {
     CScaledDIBitmap bitmap{64, 64, 8, 0};
     std::vector<uint8_t> rows(64 * 8, 0xff);
     EXPECT_EQ(bitmap.AddRows(rows.data(), 1, 40, 8), 0) << "row 0 is missing";
     EXPECT_EQ(bitmap.AddRows(rows.data(), 0, 17, 8), 2);
     EXPECT_EQ(bitmap.AddRows(rows.data(), 0, 17, 8), 0) << "all seen";
-    EXPECT_EQ(bitmap.AddRows(rows.data(), 10, 14, 8), 1) << "the last seven of them are new";
+    EXPECT_EQ(bitmap.AddRows(rows.data(), 10, 14, 8), 1) << "rows 17 to 23 are new";
     EXPECT_EQ(bitmap.m_nLastSource, 23);
     bitmap.FinishScaling();
     EXPECT_EQ(bitmap.AddRows(rows.data(), 24, 8, 8), -1);
     bitmap.FinishScaling();
 }
 
-TEST(ScaledBitmap, ALostRowIsToldOnceAndTheRestIsBlank)
+TEST(ScaledBitmap, AnUnreadableRowIsReportedOnceAndTheRestIsBlank)
 {
     BoxTexts boxes;
     CLumentaDoc document;
@@ -118,14 +120,14 @@ TEST(ScaledBitmap, ALostRowIsToldOnceAndTheRestIsBlank)
     EXPECT_EQ(FirstWrongLine(*document.m_pScaled, 20, 70), -1);
 }
 
-TEST(ScaledBitmap, ARefusedLineEndsTheGrowth)
+TEST(ScaledBitmap, ARefusedLineEndsTheReduction)
 {
     BoxTexts boxes;
     CLumentaDoc document;
     PutPageOnHeap(document, std::make_unique<FakeImage>(200, 160), 160);
     EXPECT_TRUE(document.MakeScaledBitmap(8));
     CScaledDIBitmap& bitmap = *document.m_pScaled;
-    bitmap.m_nHeight = 5; // the engine goes on to lines that the picture has not got
+    bitmap.m_nHeight = 5; // the engine makes more lines than the picture has
     bitmap.m_nRowsDone = -9;
     const std::vector<uint8_t> rows(size_t{64} * 28);
     EXPECT_EQ(bitmap.AddRows(rows.data(), 8, 64, 28), 4) << "lines 1 to 4";
@@ -140,7 +142,7 @@ TEST(ScaledBitmap, ARefusedLineEndsTheGrowth)
     EXPECT_EQ(row_sink(0, 8, line, nullptr), 0);
 }
 
-TEST(ScaledBitmap, GoesWithItsPageAlsoBehindABox)
+TEST(ScaledBitmap, IsDeletedWithItsPageEvenWhileABoxIsOpen)
 {
     CLumentaDoc document;
     FakeImage* const page = PutPageOnHeap(document, std::make_unique<FakeImage>(200, 160), 160);
@@ -159,7 +161,7 @@ TEST(ScaledBitmap, GoesWithItsPageAlsoBehindABox)
     EXPECT_FALSE(document.BlitScaled(nullptr, {0, 0, 10, 10}));
 }
 
-TEST(ScaledBitmap, IsKeptForItsFactorAndMadeAnewForAnother)
+TEST(ScaledBitmap, IsReusedForTheSameScaleAndReplacedForAnother)
 {
     CLumentaDoc document;
     EXPECT_EQ(document.GetPagePalette(true), nullptr);
@@ -174,8 +176,8 @@ TEST(ScaledBitmap, IsKeptForItsFactorAndMadeAnewForAnother)
     EXPECT_EQ(document.GetPagePalette(true)->GetPaletteEntries()[255], kWhite);
     document.m_nLinesPerUpdate = INT32_MAX;
     EXPECT_TRUE(document.MakeScaledBitmap(8));
-    EXPECT_EQ(document.m_pScaled->m_nRowsDone, 59) << "a batch may be the whole picture";
-    // Painted at the size asked for, its top lines.
+    EXPECT_EQ(document.m_pScaled->m_nRowsDone, 59) << "one batch can make the whole picture";
+    // BlitScaled paints as much of the picture as fits into the rectangle.
     DeviceRecord record;
     CDC dc{std::make_unique<RecordingTarget>(&record, false)};
     EXPECT_TRUE(document.BlitScaled(&dc, {0, 0, 80, 60}));
@@ -186,13 +188,13 @@ TEST(ScaledBitmap, IsKeptForItsFactorAndMadeAnewForAnother)
     EXPECT_EQ(document.m_pScaled, nullptr);
 }
 
-TEST(ScaledBitmap, WithoutMemoryItIsNotMade)
+TEST(ScaledBitmap, IsNotMadeWithoutMemory)
 {
     BoxTexts boxes;
     CLumentaDoc document;
     PutPageOnHeap(document, std::make_unique<FakeImage>(1000, 1000), 1000);
     {
-        const MemoryFigures memory{20000, 11999}; // half of it lacks a byte
+        const MemoryFigures memory{20000, 11999}; // half of this is one byte too few
         EXPECT_FALSE(document.MakeScaledBitmap(8));
     }
     EXPECT_EQ(document.m_pScaled, nullptr);
@@ -200,7 +202,7 @@ TEST(ScaledBitmap, WithoutMemoryItIsNotMade)
     const MemoryFigures memory{20000, 12000};
     EXPECT_TRUE(document.MakeScaledBitmap(8));
     EXPECT_EQ(boxes.Take(), Texts{});
-    // Sides whose product is beyond 32 bits.
+    // The product of these sides needs more than 32 bits.
     const CScaledDIBitmap huge{0x7ffffff7, 0x7ffffff7, 8, 0};
     EXPECT_FALSE(huge.IsComplete());
     EXPECT_EQ(huge.GetPalette(), nullptr);

@@ -1,5 +1,6 @@
-// TIFF files: the numbers of a page, and damaged tags and structures through the document, each in a process
-// of its own whose peak memory is measured. The strips are in tiffdamage_test.cpp.
+// TIFF files: the fields of an open page, and files with bad tags or structures. Each bad file is opened
+// through the document, in a separate process whose peak memory is measured. Strips are tested in
+// tiffdamage_test.cpp.
 #include "app/lumentadoc.h"
 #include "app/tifimage.h"
 #include "tests/support/child.h"
@@ -37,11 +38,11 @@ TEST(TIFFImage, ResolutionsAreWholeDotsPerInch)
         {"inches", 2, kRational, {300, 1}, {150, 1}, 300, 150},
         {"centimetres", 3, kRational, {120, 1}, {1200, 10}, 304, 304},
         {"no unit counts as inches", 0, kRational, {204, 1}, {196, 1}, 204, 196},
-        {"cut, not rounded", 2, kRational, {29999, 100}, {1, 3}, 299, 0},
+        {"rounded down", 2, kRational, {29999, 100}, {1, 3}, 299, 0},
         {"one missing", 2, kRational, {300, 1}, {}, 300, 0},
         {"none", 2, kRational, {}, {}, 0, 0},
-        {"nothing by nothing", 2, kRational, {0, 0}, {5, 0}, 0, 0},
-        {"no number, negative", 2, kFloat, {bits(NAN)}, {bits(-300)}, 0, 0},
+        {"zero divided by zero", 2, kRational, {0, 0}, {5, 0}, 0, 0},
+        {"not a number, negative", 2, kFloat, {bits(NAN)}, {bits(-300)}, 0, 0},
         {"huge", 2, kFloat, {bits(3e9F)}, {bits(INFINITY)}, 0x7fffffff, 0x7fffffff},
         {"huge in centimetres", 3, kFloat, {bits(1e9F)}, {bits(-INFINITY)}, 0x7fffffff, 0},
     };
@@ -62,7 +63,7 @@ TEST(TIFFImage, ResolutionsAreWholeDotsPerInch)
     }
 }
 
-TEST(TIFFImage, TheLabelIsTheDocumentNameOrTheFilesOwn)
+TEST(TIFFImage, TheLabelIsTheDocumentNameOrTheFileName)
 {
     struct {
         const char* path;
@@ -92,7 +93,7 @@ TEST(TIFFImage, TheLabelIsTheDocumentNameOrTheFilesOwn)
     }
 }
 
-TEST(TIFFImage, GuardsHaveTheirWordsAndARowAfterTheLastCounts)
+TEST(TIFFImage, EachFailureHasItsMessage)
 {
     const ScratchDirectory scratch;
     const std::string path = scratch.Write("page.tif", HostileTiff{20, 3, 2}.Bytes());
@@ -101,7 +102,7 @@ TEST(TIFFImage, GuardsHaveTheirWordsAndARowAfterTheLastCounts)
     EXPECT_EQ(page.ReadRow(row.data(), 8), 0);
     EXPECT_EQ(page.ErrorText, "Invalid TIFF object");
     ASSERT_EQ(page.Open(path), 1);
-    EXPECT_EQ(page.ErrorText, "Invalid TIFF object") << "nothing but a failure changes it";
+    EXPECT_EQ(page.ErrorText, "Invalid TIFF object") << "only a failure changes the text";
     EXPECT_EQ(page.ReadRow(nullptr, 4), 0);
     EXPECT_EQ(page.ErrorText, "Invalid Buffer");
     EXPECT_EQ(page.CurrentRow, -1);
@@ -109,11 +110,11 @@ TEST(TIFFImage, GuardsHaveTheirWordsAndARowAfterTheLastCounts)
         std::fill(row.begin(), row.end(), kUntouched);
         ASSERT_EQ(page.ReadRow(row.data(), 8), 1);
         EXPECT_EQ(row[0], HostileTiff::RowByte(static_cast<uint32_t>(y), 0));
-        EXPECT_EQ(row[7], 0) << "all bytes that the caller has are the row's";
+        EXPECT_EQ(row[7], 0) << "bytes of the buffer after the row are cleared";
     }
     row[7] = kUntouched;
     EXPECT_EQ(page.ReadRow(row.data(), 8), 0);
-    EXPECT_EQ(row[7], 0) << "also if the row cannot be read";
+    EXPECT_EQ(row[7], 0) << "cleared even if the row cannot be read";
     EXPECT_EQ(page.ErrorText, "TIFF read error");
     EXPECT_EQ(page.CurrentRow, 3);
     EXPECT_EQ(page.ReadRow(row.data(), 4), 0);
@@ -122,23 +123,23 @@ TEST(TIFFImage, GuardsHaveTheirWordsAndARowAfterTheLastCounts)
     EXPECT_EQ(page.Rewind(), 1);
     EXPECT_EQ(page.ReadRow(row.data(), 4), 1);
 
-    // A page that is open goes, also when nothing comes after it.
+    // Open closes the page that was open, even if it fails itself.
     EXPECT_EQ(page.Open(scratch.File("missing.tif")), 0);
     EXPECT_EQ(page.ErrorText, "Open failed");
     EXPECT_TRUE(page.Path.IsEmpty() && page.Name.IsEmpty());
     EXPECT_EQ(page.Width + page.Height + page.BytesPerRow + page.BitsPerPixel, 0);
     EXPECT_EQ(page.IsValid(), 0);
     ASSERT_EQ(page.Open(path), 1);
-    EXPECT_EQ(page.Open(page.Path), 1) << "by its own field, which closing empties";
+    EXPECT_EQ(page.Open(page.Path), 1) << "the argument is a field that Open empties";
     EXPECT_EQ(page.Path, path);
     EXPECT_EQ(page.Close(), 1);
     EXPECT_EQ(page.Close(), 1);
     EXPECT_EQ(page.ErrorText, "Open failed");
 }
 
-// --- Damage, through the document ---
+// --- Bad files, opened through the document ---
 
-constexpr uint32_t kWidth = 200; // of the page that is damaged
+constexpr uint32_t kWidth = 200; // of the bad pages
 constexpr uint32_t kHeight = 64;
 constexpr uint32_t kStrip = 16;
 
@@ -146,6 +147,7 @@ constexpr int64_t kMemoryLimit = int64_t{64} << 20;
 constexpr uint32_t kMemoryFigure = 16 << 20;
 constexpr rlim_t kDiskLimit = 32 << 20;
 
+// Returns one of the letters that DescribeRows documents.
 char KindOf(const uint8_t* row, int32_t row_bytes, uint32_t y)
 {
     if (std::all_of(row, row + row_bytes, [](uint8_t byte) { return byte == 0; }))
@@ -156,7 +158,8 @@ char KindOf(const uint8_t* row, int32_t row_bytes, uint32_t y)
     return 'r';
 }
 
-// Adds what rows first to end - 1 are: "r" right, "z" zero, "x" something else, each with how many.
+// Appends a description of rows first to end - 1, as " r32 z16". Each letter names a kind of row: "r" right,
+// "z" zero, "x" anything else. The number after it is how many such rows follow each other.
 void DescribeRows(CLumentaDoc& document, int32_t first, int32_t end, std::string& text)
 {
     std::string kinds;
@@ -176,8 +179,8 @@ void DescribeRows(CLumentaDoc& document, int32_t first, int32_t end, std::string
     }
 }
 
-// What becomes of a file: "200x64 r32 z32 | error at line 32: TIFF read error", or "no page | PATH: Open
-// failed".
+// Opens a file and describes the result, as "200x64 r32 z32 | error at line 32: TIFF read error" or
+// "no page | PATH: Open failed".
 std::string Describe(const std::string& path)
 {
     return InChild([&] {
@@ -213,7 +216,7 @@ std::string Describe(const std::string& path)
 constexpr const char* kOpenFailed = "no page | PATH: Open failed";
 constexpr const char* kUnsupported = "no page | PATH: Unsupported TIFF format";
 
-TEST(HostileFile, WhatIsNoTiffFileIsRefusedAndNeverWaitedFor)
+TEST(HostileFile, OtherFilesAreRefusedWithoutWaiting)
 {
     const ScratchDirectory scratch;
     ASSERT_EQ(mkfifo(scratch.File("fifo").c_str(), 0600), 0);
@@ -238,7 +241,7 @@ TEST(HostileFile, WhatIsNoTiffFileIsRefusedAndNeverWaitedFor)
         EXPECT_EQ(Describe(path), kOpenFailed) << path;
 }
 
-// One tag set, or left out if it has no values.
+// Sets one tag, or removes it if there are no values.
 struct TagCase {
     const char* name;
     uint16_t tag;
@@ -247,7 +250,7 @@ struct TagCase {
     const char* want;
 };
 
-TEST(HostileFile, EachBadTagIsRefusedOrShowsOnce)
+TEST(HostileFile, EachBadTagIsRefusedOrReportedOnce)
 {
     using Tiff = HostileTiff;
     const char* const unreadable = "200x64 z64 | error at line 0: TIFF read error";
@@ -300,7 +303,7 @@ TEST(HostileFile, EachBadTagIsRefusedOrShowsOnce)
     }
 }
 
-TEST(HostileFile, EachBadStructureIsRefusedOrShowsOnce)
+TEST(HostileFile, EachBadStructureIsRefusedOrReportedOnce)
 {
     using Offsets = std::vector<uint32_t>;
     const auto moved = [](void (*move)(Offsets&)) {
@@ -332,18 +335,18 @@ TEST(HostileFile, EachBadStructureIsRefusedOrShowsOnce)
         const char* want;
     } cases[] = {
         {"2^31 strips", strip_per_row, kOpenFailed},
-        {"a million strips with four places", million,
+        {"a million strips with four offsets", million,
          "200x1000000 r1 x3 z60 z1 | error at line 4: TIFF read error"},
-        {"two places", moved([](Offsets& at) { at.resize(2); }),
+        {"two offsets", moved([](Offsets& at) { at.resize(2); }),
          "200x64 r32 z32 | error at line 32: TIFF read error"},
-        {"too many places", moved([](Offsets& at) { at.resize(9, 8); }), "200x64 r64"},
-        {"in the directory", moved([](Offsets& at) { at[1] = 8; }), "200x64 r16 x16 r32"},
-        {"past the end", moved([](Offsets& at) { at[2] += 1000000; }),
+        {"too many offsets", moved([](Offsets& at) { at.resize(9, 8); }), "200x64 r64"},
+        {"offset into the directory", moved([](Offsets& at) { at[1] = 8; }), "200x64 r16 x16 r32"},
+        {"offset past the end", moved([](Offsets& at) { at[2] += 1000000; }),
          "200x64 r32 z32 | error at line 32: TIFF read error"},
-        {"one over the other", moved([](Offsets& at) { at[1] = at[2] = at[3] = at[0]; }), "200x64 r16 x48"},
+        {"four equal offsets", moved([](Offsets& at) { at[1] = at[2] = at[3] = at[0]; }), "200x64 r16 x48"},
         {"tiles", tiles, kUnsupported},
         {"a loop of directories", loop, "200x64 r64"},
-        {"a directory nowhere", nowhere, "200x64 r64"},
+        {"next directory past the end", nowhere, "200x64 r64"},
         {"one strip of 53 GB", huge_strip, "200x2147483639 r64 z1 | error at line 64: TIFF read error"},
     };
     const ScratchDirectory scratch;

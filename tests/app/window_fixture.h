@@ -1,5 +1,5 @@
-// The application with its real windows on a toolkit without a display, its settings in a directory of its
-// own.
+// Fixture for the application with its real windows, on Qt without a display. Settings are kept in a scratch
+// directory.
 #pragma once
 
 #include "app/lumentaapp.h"
@@ -64,7 +64,8 @@ protected:
         app.reset();
     }
 
-    // A page that is its own noise, written as a file; the samples stay at hand for a look at the screen.
+    // Writes a page of noise as a TIFF file and returns its path. `page` keeps the samples, so that the
+    // screen can be compared with them.
     std::string WritePage(const std::string& name, int width, int height, int dpi_x = 300, int dpi_y = 300,
                           uint64_t seed = 1)
     {
@@ -93,7 +94,7 @@ protected:
         const GrabbedPixels shown = GrabWindow(*view);
         const CRect client = view->GetClientRect();
         if (shown.width != client.Width() || shown.height != client.Height() || client.IsEmpty())
-            return "a picture of another size";
+            return "the picture has another size";
         const CPoint position = view->GetScrollPosition();
         for (int y = 0; y < shown.height; ++y)
             for (int x = 0; x < shown.width; ++x) {
@@ -108,7 +109,7 @@ protected:
         return {};
     }
 
-    CPoint Range() const // the last position of each axis
+    CPoint Range() const // the largest scroll position of each axis
     {
         int minimum;
         CPoint range;
