@@ -1,5 +1,5 @@
-// Page files with a header, as images and through the document: sound ones of every class, damaged ones, and
-// what is none.
+// Page files with a header, read as images and through the document: intact and damaged files of every image
+// class, and other files.
 #include "app/decoderblock.h"
 #include "app/group4image.h"
 #include "app/jbigimage.h"
@@ -21,7 +21,8 @@ namespace
 using Bytes = std::vector<uint8_t>;
 constexpr uint8_t kUntouched = 0xa5;
 
-enum class AtEnd { Fails, GoesOn }; // a read behind the raster; a code with an end mark has rows without end
+// What a read after the last row does. A code with an end mark delivers rows without end.
+enum class AtEnd { Fails, GoesOn };
 
 struct ImageClass {
     const char* name;
@@ -49,7 +50,7 @@ const ImageClass kClasses[] = {
      "JBIG decode error", AtEnd::GoesOn, 1},
 };
 
-// The page's rows as the class delivers them.
+// Returns the rows of the page as the class delivers them.
 pages::Bitmap AsDelivered(pages::Bitmap page, const ImageClass& one)
 {
     if (one.min_is_black)
@@ -80,7 +81,7 @@ std::string ReadAll(const std::string& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-TEST(HeaderImage, DeliversEveryRowByEveryWay)
+TEST(HeaderImage, DeliversEveryRowByEveryMethod)
 {
     const ScratchDirectory scratch;
     const std::string path = scratch.File("page.fax");
@@ -112,7 +113,7 @@ TEST(HeaderImage, DeliversEveryRowByEveryWay)
                     ASSERT_EQ(image->CurrentRow, y);
                     expect_row(row.data(), y);
                 }
-                // There may be more in the file than the header says, so a read gets to ask.
+                // The file may have more rows than the header says, so this read asks the decoder.
                 ASSERT_EQ(image->ReadRow(row.data(), row_bytes), one.at_end == AtEnd::GoesOn);
                 if (one.at_end == AtEnd::Fails) {
                     ASSERT_STREQ(image->ErrorText.c_str(), one.read_error);
@@ -120,7 +121,7 @@ TEST(HeaderImage, DeliversEveryRowByEveryWay)
                 ASSERT_EQ(image->Rewind(), 1);
             }
 
-            // Forward over a gap in batches smaller than it, back, and to the very end.
+            // Reads forward across a gap, back, and to the last row.
             for (const int first : {5, 30, 2, height - 3}) {
                 const int count = 3;
                 Bytes rows(static_cast<size_t>(row_bytes * count));
@@ -140,17 +141,17 @@ TEST(HeaderImage, DeliversEveryRowByEveryWay)
         }
 }
 
-TEST(HeaderImage, ClearsWhatIsBehindARow)
+TEST(HeaderImage, ClearsTheBytesAfterARow)
 {
     const ScratchDirectory scratch;
     const std::string path = scratch.File("page.fax");
     const pages::Bitmap page = DrawPage(70, 4);
     for (const ImageClass& one : kClasses) {
-        if (one.raster == pages::Raster::Plain) // another stride is another page
+        if (one.raster == pages::Raster::Plain) // another stride would be another page
             continue;
         SCOPED_TRACE(one.name);
         WritePage(path, page, one.raster);
-        // A text header that claims a wider page than a JBIG stream has.
+        // The text header of the JBIG page claims a larger width than its stream has.
         std::string text = ReadAll(path);
         if (one.raster == pages::Raster::Jbig)
             text.replace(text.find("/DataWidth 70"), 13, "/DataWidth 96");
@@ -162,7 +163,7 @@ TEST(HeaderImage, ClearsWhatIsBehindARow)
             EXPECT_EQ(memcmp(rows.data() + y * 14, AsDelivered(page, one).row(y), 9), 0);
             EXPECT_EQ(Bytes(rows.begin() + y * 14 + 9, rows.begin() + y * 14 + 14), Bytes(5, 0));
         }
-        // The page is cut short while it is open: no row, and no more.
+        // The file is truncated while it is open: the rows are missing, and nothing worse happens.
         std::filesystem::resize_file(path, 4097);
         const int delivered = image->ReadRows(rows.data(), 14, 0, 4);
         EXPECT_LT(delivered, 4);
@@ -195,7 +196,7 @@ TEST(HeaderImage, TakesItsFieldsFromTheHeader)
         header.XResolution = one.x;
         header.YResolution = one.y;
         header.HeaderSize = one.header_bytes;
-        const pages::Bitmap page = DrawPage(801, 900); // larger than 4096 bytes without its header
+        const pages::Bitmap page = DrawPage(801, 900); // its raster alone exceeds 4096 bytes
         for (const ImageClass& image_class : kClasses) {
             SCOPED_TRACE(testing::Message() << image_class.name << ": " << one.name);
             WritePage(path, page, image_class.raster, header);
@@ -207,7 +208,7 @@ TEST(HeaderImage, TakesItsFieldsFromTheHeader)
             Bytes row(101);
             ASSERT_EQ(image->ReadRow(row.data(), 101), 1);
             EXPECT_EQ(memcmp(row.data(), AsDelivered(page, image_class).row(0), 101), 0)
-                << "the raster is elsewhere";
+                << "the raster was read at the wrong offset";
 
             EXPECT_EQ(image->Close(), 1);
             EXPECT_EQ(image->Close(), 1);
@@ -220,7 +221,7 @@ TEST(HeaderImage, TakesItsFieldsFromTheHeader)
     }
 }
 
-TEST(HeaderImage, RefusesWhatIsNotItsOwn)
+TEST(HeaderImage, RefusesFilesOfOtherClasses)
 {
     const ScratchDirectory scratch;
     const std::string good = scratch.File("good.fax");
@@ -239,7 +240,7 @@ TEST(HeaderImage, RefusesWhatIsNotItsOwn)
             const size_t at = text.find(key);
             const size_t line = text.find('\n', at);
             std::string replacement = std::string(key) + " " + value;
-            // What a line grows by, the padding behind the text loses.
+            // The padding after the text shrinks or grows, so that the header keeps its size.
             const auto grown =
                 static_cast<std::ptrdiff_t>(replacement.size()) - static_cast<std::ptrdiff_t>(line - at);
             text.replace(at, line - at, replacement);
@@ -264,13 +265,13 @@ TEST(HeaderImage, RefusesWhatIsNotItsOwn)
             EXPECT_STREQ(image->ErrorText.c_str(), one.refused);
             EXPECT_EQ(image->IsValid(), 0);
             EXPECT_TRUE(image->Path.IsEmpty());
-            ASSERT_EQ(image->Open(good), 1); // so that the next one has a page to close
+            ASSERT_EQ(image->Open(good), 1); // so that the next Open has a page to close
         }
 
-        // A raster behind every file: it opens, and no row is there, at the first pass and at the next.
+        // The raster starts far past the end of the file: the file opens, but no pass reads a row.
         for (const char* offset : {"2147483648", "4294967295"}) {
             const std::string far = scratch.Write("far.fax", with("/HeaderSize", offset));
-            if (one.raster == pages::Raster::Jbig) { // has a header of its own there
+            if (one.raster == pages::Raster::Jbig) { // its stream starts with a header
                 EXPECT_EQ(image->Open(far), 0);
                 EXPECT_STREQ(image->ErrorText.c_str(), "Unable to open unsqz");
                 continue;
@@ -280,14 +281,14 @@ TEST(HeaderImage, RefusesWhatIsNotItsOwn)
                 uint8_t row[38];
                 int rows = 0;
                 while (rows < 2 && image->ReadRow(row, 38) == 1)
-                    ++rows; // one by a filler that begins with a code
+                    ++rows; // the filler may start with a valid code, which makes one row
                 EXPECT_LT(rows, 2) << offset;
                 EXPECT_STREQ(image->ErrorText.c_str(), one.read_error);
                 image->Rewind();
             }
         }
 
-        // No row without a width, no page without a height; both are opened all the same.
+        // A page of width 0 or height 0 opens, but has no row.
         for (const char* key : {"/DataWidth", "/ImageHeight"}) {
             EXPECT_EQ(image->Open(scratch.Write("empty.fax", with(key, "0"))), 1) << key;
             uint8_t row = 0;
@@ -296,7 +297,7 @@ TEST(HeaderImage, RefusesWhatIsNotItsOwn)
         }
     }
 
-    // A row whose lists nobody can have: the decoder is not made.
+    // There is no memory for the lists of such a wide row, so the decoder is not made.
     WritePage(good, DrawPage(300, 300), pages::Raster::Squeeze);
     std::string wide = ReadAll(good);
     const size_t at = wide.find("/DataWidth 300");
@@ -306,7 +307,7 @@ TEST(HeaderImage, RefusesWhatIsNotItsOwn)
     EXPECT_STREQ(image.ErrorText.c_str(), "Unable to open unsqz");
 }
 
-TEST(HeaderImage, GuardsItsReads)
+TEST(HeaderImage, RefusesReadsWithBadArguments)
 {
     const ScratchDirectory scratch;
     const std::string path = scratch.File("page.fax");
@@ -328,7 +329,7 @@ TEST(HeaderImage, GuardsItsReads)
         EXPECT_EQ(image->ReadRows(row.data(), 38, 0, 1), 0);
         EXPECT_STREQ(image->ErrorText.c_str(), "Past end of image");
     }
-    // A raw row is copied whole: less memory than that is none.
+    // A raw row is copied whole, so a buffer smaller than a row is refused.
     SqzImage squeeze;
     WritePage(path, DrawPage(300, 300), pages::Raster::Squeeze);
     ASSERT_EQ(squeeze.Open(path), 1);
@@ -348,8 +349,7 @@ TEST(HeaderImage, DeliversTheGoodRowsOfAPageThatEndsEarly)
         const auto raster = std::filesystem::file_size(path) - 4096;
         const std::unique_ptr<Image> image = one.make();
         if (one.raster == pages::Raster::Jbig) {
-            // Without the mark at its end it is none; a mark of another kind loses the stripe that it stands
-            // in.
+            // A stream without its end mark is refused. A wrong mark in a stripe loses this stripe.
             std::string text = ReadAll(path);
             EXPECT_EQ(image->Open(scratch.Write("cut.fax", text.substr(0, text.size() - 1))), 0);
             EXPECT_STREQ(image->ErrorText.c_str(), "Unable to open unsqz");
@@ -374,13 +374,13 @@ TEST(HeaderImage, DeliversTheGoodRowsOfAPageThatEndsEarly)
         EXPECT_STREQ(image->ErrorText.c_str(), one.read_error);
         EXPECT_EQ(
             memcmp(all.data(), AsDelivered(page, one).rows.data(), static_cast<size_t>(38 * (rows - 2))), 0);
-        // Rows that are passed over come to the same end.
+        // Skipped rows fail in the same way.
         EXPECT_EQ(image->Rewind(), 1);
         image->ErrorText.Empty();
         EXPECT_EQ(image->ReadRows(all.data(), 38, 299, 1), 0);
         EXPECT_STREQ(image->ErrorText.c_str(), one.read_error);
 
-        // The document says so once, at the row, and shows what there is.
+        // The document reports the row once and shows the good rows.
         BoxTexts boxes;
         CLumentaDoc document;
         ASSERT_TRUE(document.OnOpenDocument(path));
@@ -390,8 +390,9 @@ TEST(HeaderImage, DeliversTheGoodRowsOfAPageThatEndsEarly)
     }
 }
 
-// A header may name any size: the page is opened or refused at once, with no memory for what is not there.
-TEST(HeaderImage, NoSizeTakesMemoryThatNobodySees)
+// A header may claim any size. The page is opened or refused at once, without memory for rows that do not
+// exist.
+TEST(HeaderImage, AClaimedSizeTakesNoMemory)
 {
     const ScratchDirectory scratch;
     const std::string path = scratch.File("page.fax");
@@ -435,14 +436,14 @@ TEST(HeaderImage, OpensAndClosesAThousandPages)
         }
         image->Close();
     }
-    // No descriptor stays open; memory is the leak checker's affair.
+    // No descriptor stays open. The leak checker checks memory.
     int still_open = 0;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
         still_open += entry.is_symlink() && std::filesystem::read_symlink(entry).string() == path;
     EXPECT_EQ(still_open, 0);
 }
 
-TEST(HeaderImage, MemoryThatADecoderLeavesBehindIsReported)
+TEST(HeaderImage, MemoryThatADecoderLeaksIsReported)
 {
     testing::internal::CaptureStderr();
     void* kept = nullptr;

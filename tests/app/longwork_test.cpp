@@ -1,5 +1,5 @@
-// Work that takes long: what interrupts it, and what becomes of all other input. A page whose rows take ten
-// milliseconds each by a clock of the test's own.
+// Work that takes long: what interrupts it, and when other input is handled. The test's own clock advances by
+// ten milliseconds for each row of the page.
 #include "app/scalefrm.h"
 #include "tests/app/window_fixture.h"
 #include "tests/support/recorder.h"
@@ -9,10 +9,10 @@
 
 namespace
 {
-constexpr int64_t kRowMs = 10;
+constexpr int64_t kRowMs = 10; // time for a row
 constexpr int32_t kRows = 3000;
 constexpr int32_t kRowsOfASecond = 1000 / kRowMs;
-constexpr int32_t kRowsToTheLook = 50 / kRowMs;
+constexpr int32_t kRowsToTheLook = 50 / kRowMs; // rows between two checks for input
 
 class LongWorkTest : public WindowTest
 {
@@ -24,7 +24,7 @@ public:
     }
     ~LongWorkTest() override { SetWorkClock({}); }
 
-    // The first rows are there and painted.
+    // Opens a slow page and paints its first rows at normal speed.
     void StartWithSlowPage()
     {
         Start();
@@ -58,11 +58,12 @@ public:
         view->SendMessage(WM_COMMAND, ID_FILE_PRINT);
         EXPECT_TRUE(PumpUntilIdle());
     }
-    // Input that arrives once that many rows after the first screen have been read.
+    // Calls function from the event loop once that many rows after the first screen have been read.
     void When(int32_t rows, std::function<void()> function) { input[rows] = std::move(function); }
     void PressEscape() { PressKey(*view, TestKey::escape); }
 
-    // The row that the only box names, less those read before; -1 if there is no such box.
+    // Returns the row that the only box names, counted from the first row read slowly. -1 if there is no such
+    // box.
     int32_t InterruptedAfter()
     {
         const Texts texts = boxes.Take();
@@ -76,9 +77,9 @@ public:
 
     int64_t now = 0;
     FakeImage* image = nullptr;
-    int32_t at_top = 0;
-    int32_t rows_read = 0;
-    std::map<int32_t, std::function<void()>> input;
+    int32_t at_top = 0;                             // rows read before the work starts
+    int32_t rows_read = 0;                          // all rows read so far
+    std::map<int32_t, std::function<void()>> input; // see When
     std::function<void()> while_reading;
 
     struct Work {
@@ -92,7 +93,7 @@ const LongWorkTest::Work LongWorkTest::kWorks[3] = {{"a jump", &LongWorkTest::Ju
                                                     {"an overview", &LongWorkTest::MakeOverview},
                                                     {"a print", &LongWorkTest::Print}};
 
-TEST_F(LongWorkTest, EscapeEndsWhatHasLastedASecond)
+TEST_F(LongWorkTest, EscapeEndsWorkThatHasLastedASecond)
 {
     for (const auto& work : kWorks)
         for (const int32_t pressed : {20, 250}) {
@@ -104,9 +105,9 @@ TEST_F(LongWorkTest, EscapeEndsWhatHasLastedASecond)
             const int32_t after = InterruptedAfter();
             EXPECT_GE(after, std::max(pressed, kRowsOfASecond - 1));
             EXPECT_LE(after, std::max(pressed, kRowsOfASecond) + kRowsToTheLook);
-            EXPECT_EQ(rows_read, at_top + after) << "and nothing more was read";
+            EXPECT_EQ(rows_read, at_top + after) << "no further row was read";
             EXPECT_TRUE(document->m_bReadError);
-            // The rows before it are whole, those from there on zero, for as long as the page is open.
+            // While the page is open, the rows before that one are right, and the rows from it on are zero.
             Jump();
             EXPECT_EQ(rows_read, at_top + after);
             EXPECT_EQ(boxes.Take(), Texts{});
@@ -115,7 +116,7 @@ TEST_F(LongWorkTest, EscapeEndsWhatHasLastedASecond)
         }
 }
 
-TEST_F(LongWorkTest, WorkThatNobodyInterruptsIsDoneAndQuickWorkLooksAtNothing)
+TEST_F(LongWorkTest, UninterruptedWorkIsFinishedAndItsFirstSecondReadsNoInput)
 {
     StartWithSlowPage();
     bool seen = false;
@@ -142,7 +143,7 @@ TEST_F(LongWorkTest, ThePointerIsAnHourglassWhileTheUserWaits)
     bool shown = false;
     SetMessageBoxHook([&](const CString&) { shown = IsWaitCursorShown(); });
     app->OpenDocumentFile(scratch.File("none"));
-    EXPECT_TRUE(shown) << "an open, from its start";
+    EXPECT_TRUE(shown) << "opening a page shows it at once";
     EXPECT_FALSE(IsWaitCursorShown());
 }
 
@@ -158,7 +159,7 @@ TEST_F(LongWorkTest, OtherInputWaitsForTheEndOfTheWork)
         TurnWheel(*view, 0, 120);
         PressAccelerator(*frame, "Ctrl+Alt+S");
     });
-    // The queue's own: it paints nothing, and handles no message.
+    // The work itself handles no paint and no posted message.
     When(180, [this] {
         view->Invalidate();
         view->PostMessage(WM_KEYDOWN, VK_LEFT, PackPoint(1, 0));
@@ -171,7 +172,7 @@ TEST_F(LongWorkTest, OtherInputWaitsForTheEndOfTheWork)
     };
     Jump();
     EXPECT_EQ(rows_read, kRows);
-    // Three keys, ten pixels of dragging and a notch, in this order.
+    // Three keys, a drag of ten pixels and a wheel notch of 48, in this order.
     EXPECT_EQ(view->GetScrollPosition().y, kRows - view->GetClientRect().Height() - 3 - 10 - 48);
     EXPECT_NE(view->m_pScaleFrame, nullptr);
 
@@ -185,7 +186,7 @@ TEST_F(LongWorkTest, OtherInputWaitsForTheEndOfTheWork)
     EXPECT_EQ(boxes.Take(), Texts{});
 }
 
-TEST_F(LongWorkTest, ADialogThatHeldInputOpensBlocksTheRestOfIt)
+TEST_F(LongWorkTest, ADialogOpenedByHeldInputBlocksTheRestOfIt)
 {
     StartWithSlowPage();
     int opened = 0;
@@ -217,7 +218,7 @@ TEST_F(LongWorkTest, ClosingTheMainWindowEndsTheProgramWithoutABox)
     EXPECT_EQ(boxes.Take(), Texts{"of the next"});
 }
 
-TEST_F(LongWorkTest, ClosingTheOverviewEndsItsWorkAndTellsSo)
+TEST_F(LongWorkTest, ClosingTheOverviewEndsItsWorkAndReportsIt)
 {
     StartWithSlowPage();
     When(150, [this] { CloseFrame(*view->m_pScaleFrame); });
@@ -226,14 +227,14 @@ TEST_F(LongWorkTest, ClosingTheOverviewEndsItsWorkAndTellsSo)
     EXPECT_LE(InterruptedAfter(), 150 + kRowsToTheLook);
 }
 
-TEST_F(LongWorkTest, AnInterruptedPrintIsNoFailedOne)
+TEST_F(LongWorkTest, AnInterruptedPrintIsNotReportedAsFailed)
 {
     StartWithSlowPage();
     When(150, [this] { PressEscape(); });
     Print();
     EXPECT_GE(InterruptedAfter(), 150);
     EXPECT_FALSE(std::filesystem::exists(scratch.File("page.pdf")));
-    // The same page again: what could not be read is blank.
+    // The same page is printed again, with blank rows instead of those not read.
     Print();
     EXPECT_EQ(boxes.Take(), Texts{});
     EXPECT_TRUE(std::filesystem::exists(scratch.File("page.pdf")));

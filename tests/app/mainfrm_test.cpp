@@ -1,4 +1,4 @@
-// The main window: read-outs in four units, menu, title, and its place between runs.
+// The main window: read-outs in four units, notes, menu, title, and its placement in the next run.
 #include "app/notes.h"
 #include "app/scalefrm.h"
 #include "tests/app/window_fixture.h"
@@ -28,11 +28,13 @@ TEST(ReadOut, IsInTheUnitOfEachResolution)
         EXPECT_EQ(FormatPosition(c.units, 1800, 180, 1200, 600), c.position);
         EXPECT_EQ(FormatSize(c.units, 9000, 11100, 1200, 600), c.size);
         EXPECT_EQ(FormatPointer(c.units, {1800, 180}, 1200, 600), c.pointer);
-        EXPECT_EQ(FormatDistance(c.units, {-300, 360}, 1200, 600), c.distance) << "straight on paper";
+        EXPECT_EQ(FormatDistance(c.units, {-300, 360}, 1200, 600), c.distance)
+            << "d is the distance on paper";
     }
     EXPECT_EQ(FormatPointer(kInches, {INT32_MAX, 0}, 1, 0), "x=2147483647.00 y=0.00");
     EXPECT_EQ(FormatDistance(kMillimeters, {300, 400}, 300, 0), "dx=25.4 dy=0.0 d=25.4");
-    EXPECT_EQ(FormatDistance(kMillimeters, {-1, -2}, 1200, 1200), "dx=0.0 dy=0.0 d=0.0") << "no sign";
+    EXPECT_EQ(FormatDistance(kMillimeters, {-1, -2}, 1200, 1200), "dx=0.0 dy=0.0 d=0.0")
+        << "no minus sign at zero";
     EXPECT_EQ(FormatDistance(kPoints, {-3, 4}, 0, -1), "dx=0 dy=0 d=0");
     EXPECT_EQ(FormatDistance(kPixels, {-INT32_MAX, INT32_MAX}, 0, 0),
               "dx=-2147483647 dy=2147483647 d=3037000499");
@@ -91,25 +93,25 @@ TEST_F(MainFrame, ShowsZerosThenThePageAndZerosAgain)
     EXPECT_EQ(Title(), "LUMENTA");
 
     ASSERT_NE(app->OpenDocumentFile(WritePage("front.TIF", 900, 700, 204, 98)), nullptr);
-    EXPECT_EQ(Pane(2), "width=900 depth=700") << "told before anything is painted";
+    EXPECT_EQ(Pane(2), "width=900 depth=700") << "reported before anything is painted";
     EXPECT_EQ(Pane(3), "Res  X=204 Y=98");
     EXPECT_EQ(Title(), "front - LUMENTA");
     ResizeFrame(*frame, {400, 300});
     view->ScrollToPosition({30, 20});
-    EXPECT_EQ(Pane(1), "left=0 top=0") << "told by paints alone";
+    EXPECT_EQ(Pane(1), "left=0 top=0") << "only a paint reports it";
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(Pane(0), "Ready");
     EXPECT_EQ(Pane(1), "left=30 top=20");
 
     EXPECT_EQ(app->OpenDocumentFile(scratch.File("missing.tif")), nullptr);
     EXPECT_EQ(boxes.Take(), Texts{scratch.File("missing.tif") + ": Open failed"});
-    EXPECT_EQ(Title(), "front - LUMENTA") << "a failure leaves it";
+    EXPECT_EQ(Title(), "front - LUMENTA") << "a failed open keeps the title";
     EXPECT_EQ(Pane(2), "width=0 depth=0");
     EXPECT_EQ(Pane(3), "Res  X=0 Y=0");
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(Pane(0), "No page");
     EXPECT_EQ(Pane(1), "left=0 top=0");
-    EXPECT_EQ(ScreenDiffersFromPage(), (page = {}, "")) << "nothing of the old page is left";
+    EXPECT_EQ(ScreenDiffersFromPage(), (page = {}, "")) << "the old page is no longer shown";
     app->OnFileNew();
     EXPECT_EQ(Title(), "LUMENTA");
 }
@@ -124,14 +126,14 @@ TEST_F(MainFrame, ALabelFromTheFileMayBeAnyText)
               "");
     ASSERT_NE(app->OpenDocumentFile(scratch.File("page.tif")), nullptr);
     EXPECT_EQ(Title(), "12.C [*] " + std::string(236, 'x') + " - LUMENTA");
-    EXPECT_LE(document->GetTitle().GetLength(), 255) << "names the print";
+    EXPECT_LE(document->GetTitle().GetLength(), 255) << "the title also names the print job";
     frame->SendMessage(WM_COMMAND, kScaledPageCommand);
     ASSERT_NE(view->m_pScaleFrame, nullptr);
     EXPECT_TRUE(view->m_pScaleFrame->GetWindowText().View().ends_with("xx  (1/8)"));
     EXPECT_EQ(view->m_pScaleFrame->GetWindowText().GetLength(), 255);
 }
 
-TEST_F(MainFrame, AUnitHoldsAtOnceAndInTheNextRun)
+TEST_F(MainFrame, AUnitAppliesAtOnceAndInTheNextRun)
 {
     Start(WritePage("page.tif", 1200, 900, 1200, 600));
     ResizeFrame(*frame, {400, 300});
@@ -165,7 +167,7 @@ TEST_F(MainFrame, AUnitHoldsAtOnceAndInTheNextRun)
         EXPECT_FALSE(MenuHas(c.menu)) << c.menu;
 }
 
-TEST_F(MainFrame, TheMenuIsWhole)
+TEST_F(MainFrame, TheMenuIsComplete)
 {
     Start();
     const std::vector<CString> want{
@@ -196,7 +198,7 @@ TEST_F(MainFrame, TheMenuIsWhole)
     EXPECT_EQ(DescribeMenu(*frame), want);
 }
 
-TEST_F(MainFrame, ItsPlaceIsKept)
+TEST_F(MainFrame, ItsPlacementIsKept)
 {
     const auto stored = [&] { return std::string{app->GetProfileString("window", "MainFrame").c_str()}; };
     Start();
@@ -211,7 +213,7 @@ TEST_F(MainFrame, ItsPlaceIsKept)
     frame->ShowWindow(SW_SHOWMAXIMIZED);
     ASSERT_TRUE(PumpUntilIdle());
     Start();
-    EXPECT_EQ(stored(), "30 40 530 440") << "where a maximized window goes back to";
+    EXPECT_EQ(stored(), "30 40 530 440") << "the placement before the window was maximized";
     EXPECT_EQ(app->GetProfileInt("window", "Maximize MainFrame", -1), 1);
     EXPECT_TRUE(frame->IsZoomed());
     frame->ShowWindow(SW_SHOWNORMAL);
@@ -234,7 +236,7 @@ TEST_F(MainFrame, ItsPlaceIsKept)
     }
 }
 
-TEST_F(MainFrame, FillsTheScreenAndEndsByKeys)
+TEST_F(MainFrame, KeysControlFullScreenOverviewAndExit)
 {
     Start();
     frame->MoveWindow({30, 40, 530, 440});
@@ -263,7 +265,7 @@ TEST_F(MainFrame, FillsTheScreenAndEndsByKeys)
     EXPECT_FALSE(frame->IsFullScreen());
 }
 
-// A view of the page elsewhere, whose user has picked a point.
+// A second view of the page, in which the user has picked a point.
 class Picker : public CLumenta
 {
 public:
@@ -271,7 +273,7 @@ public:
     CPoint picked;
 };
 
-TEST_F(MainFrame, APickedPointBecomesTheMiddleAsFarAsThePageGoes)
+TEST_F(MainFrame, APickedPointIsCentredWithinThePage)
 {
     StartWithPage(2001, 1501);
     const CRect client = view->GetClientRect();
@@ -296,7 +298,7 @@ TEST_F(MainFrame, APickedPointBecomesTheMiddleAsFarAsThePageGoes)
     }
     EXPECT_EQ(frame->SendMessage(WM_PAGE_CENTER, 0, 0), 0);
     EXPECT_EQ(view->GetScrollPosition(), cases[4].want);
-    EXPECT_EQ(view->SendMessage(WM_PAGE_CLOSED, 0, PackPointer(document)), -1) << "no further window is open";
+    EXPECT_EQ(view->SendMessage(WM_PAGE_CLOSED, 0, PackPointer(document)), -1) << "no second window is open";
 
     app->OpenDocumentFile(WritePage("small.tif", 20, 30));
     EXPECT_EQ(frame->SendMessage(WM_PAGE_CENTER, 0, PackPointer<CLumenta>(&picker)), 0);

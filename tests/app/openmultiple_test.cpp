@@ -1,4 +1,4 @@
-// Open Multiple: what it lists, where it goes, and what it hands back.
+// The Open Multiple dialog: its list, its directories and the files that it returns.
 #include "app/dialogids.h"
 #include "app/openmultipledialog.h"
 #include "tests/app/dialog_fixture.h"
@@ -34,7 +34,7 @@ protected:
             scratch.Write(name, "x");
         fs::create_directories(scratch.File("sub/deep"));
         scratch.Write("sub/inner.fax", "x");
-        dialog.m_strDirectory = scratch.Path(); // without the closing separator
+        dialog.m_strDirectory = scratch.Path(); // without a separator at the end
         dialog.m_strFilter = "*.fax";
     }
 
@@ -90,17 +90,17 @@ TEST_F(OpenMultipleTest, ShowsDirectoryFilterAndFlags)
               IDOK);
     EXPECT_TRUE(dialog.m_bShowViewed);
     EXPECT_FALSE(dialog.m_bMarkViewed);
-    EXPECT_EQ(Directory(), scratch.Path() + "/") << "with nothing selected it is handed back all the same";
+    EXPECT_EQ(Directory(), scratch.Path() + "/") << "it is returned even if nothing is selected";
     EXPECT_TRUE(dialog.m_Files.empty());
 }
 
-TEST_F(OpenMultipleTest, FiltersGoToTheBoxAndBack)
+TEST_F(OpenMultipleTest, TheFilterSelectsATypeAndATypeSetsTheFilter)
 {
     const struct {
         const char* filter;
         const char* chosen;
-        const char* after; // then the box's second entry is clicked
-        Texts files;
+        const char* after; // m_strFilter once the dialog is open
+        Texts files;       // listed with it
     } cases[] = {
         {"*.low", "Low Res (*.low)", "*.low", {"page.low"}},
         {"*.tif", "TIFF (*.tif)", "*.tif", {"page.TIF"}},
@@ -122,7 +122,8 @@ TEST_F(OpenMultipleTest, FiltersGoToTheBoxAndBack)
             EXPECT_EQ(Listed(), (Texts{"[..]", "[sub]", "New1.fax", "new2.fax"}));
             Choose({"New1.fax", "new2.fax"});
             ClickEntry(dialog, kTypeBox, 1);
-            EXPECT_EQ(dialog.m_wndList.GetSelItems().size(), 2U) << "the same type again";
+            EXPECT_EQ(dialog.m_wndList.GetSelItems().size(), 2U)
+                << "choosing the same type again keeps the selection";
         });
     }
 }
@@ -134,12 +135,14 @@ TEST_F(OpenMultipleTest, WalksThroughDirectories)
                   DoubleClick("[sub]");
                   EXPECT_EQ(Listed(), (Texts{"[..]", "[deep]", "inner.fax"}));
                   EXPECT_EQ(Shown(), scratch.File("sub"));
-                  EXPECT_TRUE(dialog.m_wndList.GetSelItems().empty()) << "by the same click";
+                  EXPECT_TRUE(dialog.m_wndList.GetSelItems().empty())
+                      << "the double click selects nothing in the new list";
                   DoubleClick("[deep]");
                   EXPECT_EQ(Listed(), Texts{"[..]"});
                   EXPECT_EQ(Directory(), scratch.File("sub/deep/"));
-                  PressDialogKeys(dialog, {"Ctrl+Return"}); // has the focus, and nothing is selected
-                  PressDialogKeys(dialog, {"[", ".", "Ctrl+Return"}); // without a pointer
+                  PressDialogKeys(
+                      dialog, {"Ctrl+Return"}); // the list has the focus and no selection: nothing happens
+                  PressDialogKeys(dialog, {"[", ".", "Ctrl+Return"}); // opens a directory by keys
                   EXPECT_EQ(Shown(), scratch.Path());
                   DoubleClick("[sub]");
                   PressDialogKeys(dialog, {"Escape"});
@@ -161,14 +164,14 @@ TEST_F(OpenMultipleTest, WalksThroughDirectories)
     Run([&] { EXPECT_EQ(Directory(), here + "/"); });
 }
 
-TEST_F(OpenMultipleTest, BracketsWithDashesAreADrive)
+TEST_F(OpenMultipleTest, ANameBetweenDashesIsADriveIfThereIsOne)
 {
     fs::create_directory(scratch.File("-c-"));
     fs::create_directory(scratch.File("-cc-"));
     const fs::path here = fs::current_path();
     Run([&] {
         DoubleClick("[-c-]");
-        EXPECT_EQ(Directory(), scratch.File("-c-/")) << "there is no such drive";
+        EXPECT_EQ(Directory(), scratch.File("-c-/")) << "without such a drive it is a directory";
         DoubleClick("[..]");
         fs::create_directory(scratch.File("c:"));
         fs::current_path(scratch.Path());
@@ -185,7 +188,7 @@ TEST_F(OpenMultipleTest, BracketsWithDashesAreADrive)
     });
 }
 
-TEST_F(OpenMultipleTest, HandsBackFilesAlone)
+TEST_F(OpenMultipleTest, ReturnsOnlyFiles)
 {
     const std::string longest = std::string(251, 'y') + ".fax";
     for (const char* name : {"[odd].fax", "[odd]", "a\nb\xff.fax", "-x \"'.f", longest.c_str()})
@@ -196,12 +199,12 @@ TEST_F(OpenMultipleTest, HandsBackFilesAlone)
         Texts choose;
         Texts want;
     } cases[] = {
-        {"directories alone", {"[..]", "[sub]"}, {}},
-        {"in the list's order",
+        {"only directories", {"[..]", "[sub]"}, {}},
+        {"in the order of the list",
          {"seen.fax", "page.f", "[sub]", "New1.fax"},
          {"New1.fax", "page.f", "seen.fax"}},
-        {"bytes", {"a\nb\xff.fax", "new2.fax"}, {"a\nb\xff.fax", "new2.fax"}},
-        {"dash, quotes, the longest", {longest, "-x \"'.f"}, {"-x \"'.f", longest}},
+        {"bytes that are no UTF-8", {"a\nb\xff.fax", "new2.fax"}, {"a\nb\xff.fax", "new2.fax"}},
+        {"dash, quotes, the longest name", {longest, "-x \"'.f"}, {"-x \"'.f", longest}},
         {"names that look like directories", {"[odd].fax", "[odd]", "page.f"}, {"page.f"}},
     };
     dialog.m_bShowViewed = true;
@@ -217,14 +220,15 @@ TEST_F(OpenMultipleTest, HandsBackFilesAlone)
     EXPECT_EQ(Run([&] {
                   Choose({"New1.fax", "page.f"});
                   dialog.SendMessage(WM_COMMAND, LBN_DBLCLK << 16 | kPageList);
-                  EXPECT_EQ(dialog.m_wndList.GetSelItems().size(), 2U) << "nothing happens";
+                  EXPECT_EQ(dialog.m_wndList.GetSelItems().size(), 2U)
+                      << "a double click on several files does nothing";
                   DoubleClick("page.f");
               }),
               IDOK);
     EXPECT_EQ(Strings(dialog.m_Files), Texts{"page.f"});
 }
 
-TEST_F(OpenMultipleTest, AllOfManyFiles)
+TEST_F(OpenMultipleTest, ReturnsAllOfManyFiles)
 {
     constexpr int kCount = 100000;
     const std::string many = scratch.File("many");
@@ -238,7 +242,7 @@ TEST_F(OpenMultipleTest, AllOfManyFiles)
     EXPECT_EQ(dialog.m_Files.back(), "p199999.fax");
 }
 
-TEST_F(OpenMultipleTest, WhatCannotBeListedLeavesAWayOut)
+TEST_F(OpenMultipleTest, AnUnreadableDirectoryLeavesAWayOut)
 {
     Run([&] {
         fs::remove_all(scratch.File("sub"));
@@ -252,9 +256,9 @@ TEST_F(OpenMultipleTest, WhatCannotBeListedLeavesAWayOut)
     Run([&] {
         fs::remove_all(scratch.File("sub"));
         ClickControl(dialog, kShowViewedBox);
-        EXPECT_EQ(Listed(), Texts{"[..]"}) << "as it was when it was there";
+        EXPECT_EQ(Listed(), Texts{"[..]"}) << "only the way up is left";
         DoubleClick("[..]");
-        EXPECT_EQ(Directory(), scratch.Path() + "/") << "the nearest that is left";
+        EXPECT_EQ(Directory(), scratch.Path() + "/") << "the nearest directory that exists";
     });
     dialog.m_strDirectory = scratch.File("sub/deep");
     Run([&] { EXPECT_EQ(Directory(), scratch.Path() + "/"); });

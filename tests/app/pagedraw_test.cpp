@@ -1,4 +1,4 @@
-// Page drawing: the calls on a recording device, and pixel by pixel what they leave in memory.
+// Page drawing: the calls on a recording device, and each pixel that is drawn into memory.
 #include "app/lumentadoc.h"
 #include "app/pagedraw.h"
 #include "platform/raster.h"
@@ -36,7 +36,7 @@ struct Kind {
 };
 constexpr Kind kKinds[] = {{1, 0}, {1, 1}, {8, 0}, {8, 1}};
 
-// The colour of a pixel of a fake page, from what its bytes mean.
+// Returns the colour of a pixel of a fake page.
 COLORREF PageColor(const Kind& kind, int x, int y)
 {
     if (kind.bits == 1) {
@@ -58,11 +58,11 @@ DeviceRecord Draw(CLumentaDoc& document, const CRect& rect, bool printing)
 struct ClipCase {
     const char* name;
     CRect clip;
-    const char* bilevel; // call, or null for none
-    const char* grey;
+    const char* bilevel; // the drawing call, or null for none
+    const char* grey;    // the same
 };
 
-TEST(DrawPage, FetchesAndDrawsWhatTheClipShows)
+TEST(DrawPage, FetchesAndDrawsOnlyTheClip)
 {
     const ClipCase cases[] = {
         {"from pixel 13",
@@ -103,7 +103,7 @@ TEST(DrawPage, FetchesAndDrawsWhatTheClipShows)
         }
 }
 
-TEST(DrawPage, ScreenPixelsAreThePagesOwn)
+TEST(DrawPage, ScreenPixelsEqualThePagesPixels)
 {
     constexpr CSize kBuffer{80, 30}; // larger than each page
     const CRect clips[] = {{0, 0, 80, 30}, {13, 3, 50, 17}, {0, 5, 9, 6}, {-4, -4, 30, 20}, {31, 0, 33, 30}};
@@ -128,7 +128,7 @@ TEST(DrawPage, ScreenPixelsAreThePagesOwn)
                         const bool in_clip =
                             x >= clip.left && x < clip.right && y >= clip.top && y < clip.bottom;
                         const COLORREF got = buffer.Row(y)[x];
-                        // What the first byte adds outside the clip lies where it belongs.
+                        // A bilevel row starts at a whole byte. Its pixels before the clip must be right.
                         const bool drawn = on_page && (in_clip || got != kNotDrawn);
                         ASSERT_EQ(got, drawn ? PageColor(kind, x, y) : kNotDrawn) << x << "," << y;
                     }
@@ -140,7 +140,7 @@ struct PrintCase {
     Kind kind;
     int width, height;
     CSize paper;
-    const char* call; // null: nothing
+    const char* call; // null: nothing is drawn
 };
 
 TEST(DrawPage, ThePrinterGetsTheWholePage)
@@ -203,7 +203,7 @@ TEST(DrawPage, ThePrinterGetsTheWholePage)
     }
 }
 
-TEST(DrawPage, AStoreWithTooFewRowsIsToldAtEveryPaint)
+TEST(DrawPage, AStoreWithTooFewRowsIsReportedAtEveryPaint)
 {
     const Texts told{"Insufficient memory to display page"};
     struct {
@@ -225,15 +225,15 @@ TEST(DrawPage, AStoreWithTooFewRowsIsToldAtEveryPaint)
             const Texts calls = Draw(document, {0, 0, 100, c.lines}, c.printing).calls;
             EXPECT_EQ(calls.size(), c.fits || c.printing ? 1U : 0U);
             if (c.printing) {
-                EXPECT_EQ(calls.front(), "abort, told") << "no sheet is printed";
+                EXPECT_EQ(calls.front(), "abort, told") << "the print is aborted without a sheet";
             }
             EXPECT_EQ(boxes.Take(), c.fits ? Texts{} : told);
         }
     }
 }
 
-// With less memory than a block of the page or of its reduction takes.
-TEST(DrawPage, AGreyPageIsPrintedInPlaceAndAReductionFails)
+// There is less memory than one block of the page or of its reduction takes.
+TEST(DrawPage, WithLittleMemoryAGreyPageIsPrintedAndAReductionFails)
 {
     BoxTexts boxes;
     CLumentaDoc document;
@@ -265,12 +265,12 @@ TEST(DrawPage, AReductionForThePrinterLeavesTheRowsInTheFile)
     EXPECT_LT(std::stoll(grown), 40'000'000);
 }
 
-TEST(DrawPage, WithoutAPageNothingIsDrawnOrSaid)
+TEST(DrawPage, WithoutAPageNothingIsDrawnOrReported)
 {
     BoxTexts boxes;
     CLumentaDoc document;
     EXPECT_EQ(Draw(document, {0, 0, 10, 10}, false).calls, Texts{});
-    PutPage(document, std::make_unique<FakeImage>(100, 50)); // no store
+    PutPage(document, std::make_unique<FakeImage>(100, 50)); // has no row store
     EXPECT_EQ(Draw(document, {0, 0, 10, 10}, false).calls, Texts{});
     PutPageOnHeap(document, std::make_unique<FakeImage>(100, 50, 4), 50);
     EXPECT_EQ(Draw(document, {0, 0, 10, 10}, false).calls, Texts{});
@@ -290,7 +290,7 @@ TEST(PageArithmetic, ReductionIsTwoFourOrAMultipleOfEight)
         EXPECT_EQ(ChooseReduction(c.size, c.room), c.want) << c.size << " into " << c.room;
 }
 
-TEST(PageArithmetic, APageIsFittedInItsProportions)
+TEST(PageArithmetic, FittingKeepsThePagesProportions)
 {
     struct {
         CSize page, room, want;

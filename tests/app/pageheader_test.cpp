@@ -1,4 +1,5 @@
-// The page header's routes to files and handles, what they say of a failure, and its text fields.
+// The page header: reading and writing by path, file and handle, the report of each failure, and the text
+// fields.
 #include "app/pageheader.h"
 #include "tests/support/scratch.h"
 
@@ -23,14 +24,14 @@
 
 namespace
 {
-size_t g_largest_array = SIZE_MAX; // a larger one finds no memory
-size_t g_array_seen = 0;           // the largest that was asked for
+size_t g_largest_array = SIZE_MAX; // in bytes; the allocation of a larger array fails
+size_t g_array_seen = 0;           // the largest array requested so far
 
-std::string g_appears;        // a file that another program makes as soon as it was missed
-bool g_takes_nothing = false; // every write gives 0
+std::string g_appears;        // after stat has not found this file, it exists, as if made by another program
+bool g_takes_nothing = false; // every write returns 0
 } // namespace
 
-// In the place of the system's, for this program.
+// Replaces the system's stat in this program.
 extern "C" int stat(const char* path, struct stat* status) noexcept
 {
     const int result = fstatat(AT_FDCWD, path, status, 0);
@@ -92,13 +93,13 @@ std::string TextOf(PageHeader header, bool pad)
     return {text.data(), pad ? text.size() : strlen(text.data())};
 }
 
-// The record without what pads its end.
+// The record without the padding at its end.
 std::string_view BytesOf(const FAXHeader& header)
 {
     return {reinterpret_cast<const char*>(&header), offsetof(FAXHeader, Mux) + sizeof header.Mux};
 }
 
-// Version 4 with keys of its own up to about `bytes`, closed by destinations.
+// A version 4 text of about `bytes` bytes, filled up with unknown keys and closed by the destinations.
 std::string LongText(const std::string& header_size, size_t bytes)
 {
     PageHeader header = Sample();
@@ -111,7 +112,7 @@ std::string LongText(const std::string& header_size, size_t bytes)
     return text;
 }
 
-// The two ways into an open file; each is given a file at offset 0 and tells where it stands afterwards.
+// The two routes to an open file. Each starts at offset 0 of the file and returns the position after it.
 struct Outcome {
     int32_t code;
     std::string text;
@@ -166,15 +167,15 @@ TEST(PageHeader, ReadsByEveryRoute)
         int32_t code;
         std::string text;
         int64_t position;
-        size_t memory; // at most
+        size_t memory; // bytes of the largest array allowed
     } const cases[] = {
         {"padded", TextOf(Sample(), true) + "raster", 0, "", 4096, 0},
         {"text alone", TextOf(Sample(), false), 0, "", static_cast<int64_t>(TextOf(Sample(), false).size()),
          0},
-        {"longer, but complete", LongText("9000", 0) + std::string(9000, ' '), 0, "", 4096, 0},
+        {"claims 9000, but complete in 4096", LongText("9000", 0) + std::string(9000, ' '), 0, "", 4096, 0},
         {"longer than 4096", LongText("9000", 8000) + std::string(9000, ' '), 0, "", 9000, 9000},
-        {"cut at its HeaderSize", LongText("4100", 8000) + std::string(9000, ' '), kInvalid, no_end, 4100,
-         4100},
+        {"not complete at its HeaderSize", LongText("4100", 8000) + std::string(9000, ' '), kInvalid, no_end,
+         4100, 4100},
         {"file ends first", LongText("9000", 8000).substr(0, 6000), kInvalid, no_end, 6000, 6000},
         {"file ends with the text", LongText("4294967295", 8000), 0, "",
          static_cast<int64_t>(LongText("4294967295", 8000).size()), 8200},
@@ -257,7 +258,7 @@ TEST(PageHeader, WritesByEveryRoute)
     EXPECT_EQ(header.ErrorText, "Buffer is smaller than HeaderSize");
 }
 
-TEST(PageHeader, TellsWhyAFileCannotBeReadOrWritten)
+TEST(PageHeader, ReportsWhyAFileCannotBeReadOrWritten)
 {
     const ScratchDirectory scratch;
     const std::string page = scratch.Write("page.fax", TextOf(Sample(), true));
@@ -281,7 +282,7 @@ TEST(PageHeader, TellsWhyAFileCannotBeReadOrWritten)
     for (const auto& c : cases) {
         SCOPED_TRACE(c.path);
         PageHeader header = Sample();
-        alarm(20); // what blocks ends the test
+        alarm(20); // a call that blocks ends the program
         EXPECT_EQ(header.ReadFromPath(c.path), c.read);
         EXPECT_EQ(header.ErrorText, words("Fax header read error: ", c.path, c.read).c_str());
         EXPECT_EQ(header.WriteToPath(c.path, true), c.write);
@@ -290,7 +291,7 @@ TEST(PageHeader, TellsWhyAFileCannotBeReadOrWritten)
     }
     EXPECT_EQ(CFileException(ENOENT).m_cause, CFileException::fileNotFound);
 
-    // Transfers that fail: a regular file that gives no byte, a full disk, no handle at all.
+    // Transfers that fail: a regular file that cannot be read, a full disk, an invalid handle.
     PageHeader header = Sample();
     EXPECT_EQ(header.ReadFromPath("/proc/self/mem"), EIO);
     EXPECT_EQ(header.ErrorText, "File read error on header [5]");
@@ -312,15 +313,16 @@ TEST(PageHeader, TellsWhyAFileCannotBeReadOrWritten)
         alarm(0);
         EXPECT_EQ(got.text, "Header write error [5]") << route.name;
     }
-    // No memory for the rest of a long header.
+    // There is no memory for the rest of a long header.
     const std::string path = scratch.Write("long.fax", LongText("9000", 8000));
     const MemoryLimit limit(5000);
-    EXPECT_EQ(kRoutes[0].read(header, path).code, 0x20000057); // as it stood
+    EXPECT_EQ(kRoutes[0].read(header, path).code,
+              0x20000057); // the error of the first parse
     EXPECT_EQ(kRoutes[1].read(header, path).code, 8);
     EXPECT_EQ(header.ReadFromPath(path), 8);
 }
 
-// Every transfer is pending; its outcome comes with the result.
+// File transfers that are all pending. GetResult does the transfer, or fails with `failing`.
 class PendingTransfers : public FileTransfers
 {
 public:
@@ -378,7 +380,7 @@ TEST(PageHeader, WaitsForPendingTransfers)
         transfers.file = LongText("9000", 8000);
         EXPECT_EQ(header.ReadFromHandle(5, &overlapped), 0);
         EXPECT_STREQ(header.GetDestination(0), "north");
-        EXPECT_EQ(header.ReadFromHandle(5, nullptr), 997); // nothing to wait with
+        EXPECT_EQ(header.ReadFromHandle(5, nullptr), 997); // without an OVERLAPPED it cannot wait
     }
     PendingTransfers transfers{EIO};
     PageHeader header = Sample();
@@ -387,7 +389,7 @@ TEST(PageHeader, WaitsForPendingTransfers)
     EXPECT_EQ(header.ErrorText, "Header write error [5]");
 }
 
-TEST(FileTransfers, PendOnAPipeThatDoesNotBlock)
+TEST(FileTransfers, ArePendingOnANonBlockingPipe)
 {
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_NONBLOCK | O_CLOEXEC), 0);
@@ -430,7 +432,7 @@ TEST(PageHeader, TextFieldsAndDestinations)
 {
     const std::string text = "0123456789abcdefghijklmnopqrstuvwxyz0123456789";
     FAXHeader record{};
-    memset(static_cast<void*>(&record), 'x', sizeof record); // no text has an end
+    memset(static_cast<void*>(&record), 'x', sizeof record); // no text field is terminated
     PageHeader header{record};
     EXPECT_EQ(header.GetJobName().GetLength(), 31);
     EXPECT_EQ(strlen(header.GetDestination(63)), 15U);
@@ -454,7 +456,7 @@ TEST(PageHeader, TextFieldsAndDestinations)
     EXPECT_EQ(header.NumDestinations, 11);
     header.ClearDestinations();
     EXPECT_EQ(header.NumDestinations + header.Destination[0][0] + header.Destination[10][0], 0);
-    header.NumDestinations = INT32_MIN; // as a file may have it
+    header.NumDestinations = INT32_MIN; // a file can contain this
     for (int i = 0; i < 65; ++i)
         EXPECT_EQ(header.AddDestination("d"), i < 64 ? 1 : 0);
     EXPECT_EQ(header.NumDestinations, 64);
@@ -467,7 +469,7 @@ TEST(PageHeader, TextFieldsAndDestinations)
     EXPECT_EQ(header.SetDestinationList("north\0\0south"), 1);
     EXPECT_EQ(header.NumDestinations, 1);
     EXPECT_EQ(header.SetDestinationList("ab\0c\0"), 1);
-    // "ab", "c" and the closing one: 2 + 1 + 1 + 1 + 1 bytes, and the rule asks for one more.
+    // "ab", "c" and the closing text take 2 + 1 + 1 + 1 + 1 bytes, but one more byte is required.
     const std::string closing(1, '\0'), ab = "ab" + closing, abc = ab + "c" + closing;
     const std::string want[] = {"",      closing,      closing,      closing,
                                 closing, ab + closing, ab + closing, abc + closing};

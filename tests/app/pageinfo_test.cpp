@@ -1,4 +1,4 @@
-// Page information: what the dialog says of pages of every kind.
+// The Page Information dialog for every kind of page, and the check of a page.
 #include "app/dialogids.h"
 #include "app/pagecheck.h"
 #include "app/pageinfodialog.h"
@@ -33,7 +33,7 @@ protected:
         PressAccelerator(*frame, "Ctrl+I");
         ASSERT_TRUE(PumpUntilIdle());
     }
-    // The rows that show, by their names.
+    // Opens the dialog and returns its rows by name.
     std::map<std::string, std::string> Rows()
     {
         std::map<std::string, std::string> rows;
@@ -53,7 +53,7 @@ protected:
         }
         return rows;
     }
-    // What Check shows in the end.
+    // Opens the dialog, runs Check to its end and returns its rows by name.
     std::map<std::string, std::string> Check()
     {
         std::map<std::string, std::string> rows;
@@ -64,7 +64,7 @@ protected:
         });
         return rows;
     }
-    // A page that tells its rows, in a temporary file or on a heap of some rows.
+    // Opens a fake page, with a row store in the temporary file or, if heap_rows > 0, on the heap.
     FakeImage* PutFake(int32_t width, int32_t height, int32_t fail_at, int32_t heap_rows = 0)
     {
         if (!app)
@@ -135,7 +135,7 @@ FAXHeader FullHeader()
     return header;
 }
 
-TEST_F(PageInformation, SaysWhatTheHeaderOfAPageFileSays)
+TEST_F(PageInformation, ShowsTheHeaderOfAPageFile)
 {
     const struct {
         pages::Raster raster;
@@ -185,7 +185,7 @@ TEST_F(PageInformation, SaysWhatTheHeaderOfAPageFileSays)
     }
 }
 
-TEST_F(PageInformation, SaysWhatTheTagsOfATiffFileSay)
+TEST_F(PageInformation, ShowsTheTagsOfATiffFile)
 {
     const std::string path = WritePage("page.tif", 600, 400, 300, 150);
     TIFF* const file = TIFFOpen(path.c_str(), "r+");
@@ -240,7 +240,7 @@ TEST_F(PageInformation, HostileTextStaysWithinItsRow)
     std::map<std::string, std::string> rows = Rows();
     EXPECT_EQ(rows["Job"], "a b [1m<b>\u00e4");
     EXPECT_EQ(rows["Creator"], "\u00e4\u00f6");
-    EXPECT_EQ(rows["Mux"], "\uFFFDabc") << "does not turn the line round";
+    EXPECT_EQ(rows["Mux"], "\uFFFDabc") << "the override character does not reverse the line";
     EXPECT_EQ(rows["Page"], "12 of -2147483648");
     EXPECT_EQ(rows["Destinations"].size(), 1000U);
 
@@ -254,7 +254,7 @@ TEST_F(PageInformation, HostileTextStaysWithinItsRow)
     EXPECT_EQ(rows["Document"], std::string(1000, 'x'));
 }
 
-TEST_F(PageInformation, NeedsAPageAndIsUsedByKeys)
+TEST_F(PageInformation, NeedsAPageAndClosesByKeys)
 {
     Start();
     Show([](CDialog&) {});
@@ -273,7 +273,7 @@ TEST_F(PageInformation, NeedsAPageAndIsUsedByKeys)
     }
 }
 
-TEST(PageInk, ZonesPartThePage)
+TEST(PageInk, ZonesDivideThePage)
 {
     const struct {
         int32_t width;
@@ -296,8 +296,8 @@ TEST(PageInk, ZonesPartThePage)
     EXPECT_EQ(PerCent(INT64_MAX, INT64_MAX), 100);
 }
 
-// All padding bits are random too.
-TEST(PageInk, IsTheCountOfTheSamples)
+// The padding bits of the rows are random too.
+TEST(PageInk, EqualsACountOfTheSamples)
 {
     std::mt19937 random{7};
     for (const int32_t width : {1, 5, 31, 32, 33, 77, 256, 1001})
@@ -345,7 +345,7 @@ TEST_F(PageInformation, CheckCountsTheInkOfPagesOfEveryPolarity)
         Open(path);
         std::map<std::string, std::string> rows = Check();
         ASSERT_EQ(document->m_nLastRow, document->m_nDepth - 1);
-        // What the page view paints black, pixel by pixel from the store.
+        // Counts the darkness of each pixel in the row store.
         const bool bilevel = document->m_pImage->BitsPerPixel == 1;
         int64_t ink = 0;
         for (int32_t y = 0; y < document->m_nDepth; ++y)
@@ -370,16 +370,16 @@ TEST_F(PageInformation, CheckOfADamagedPageNamesTheRowOfTheBox)
     const struct {
         const char* name;
         int32_t heap_rows, fail_at;
-        int32_t painted; // the row that is fetched before, -1: none
+        int32_t painted; // a row fetched before the check, -1: none
         int32_t counted; // rows in the coverage
     } cases[] = {{"good", 0, -1, -1, 5000},
-                 {"good, on a heap that moves", 100, -1, 3000, 5000},
+                 {"good, on a heap window that moves", 100, -1, 3000, 5000},
                  {"in the temporary file", 0, 4321, -1, 4321},
                  {"known before", 0, 4321, 4900, 4321},
                  {"the first row", 0, 0, -1, 0},
-                 {"on a heap that moves", 100, 4321, -1, 4321},
-                 {"known before on the heap, which has not moved", 100, 50, 99, 50},
-                 {"known before, and the good rows are gone", 100, 4321, 4900, 0}};
+                 {"on a heap window that moves", 100, 4321, -1, 4321},
+                 {"known before, on a heap window that has not moved", 100, 50, 99, 50},
+                 {"known before, and the heap window has lost the good rows", 100, 4321, 4900, 0}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         FakeImage* const image = PutFake(777, 5000, c.fail_at, c.heap_rows);
@@ -425,13 +425,13 @@ TEST_F(PageInformation, CheckEndsWithTheDialogAndWithThePage)
             PressDialogKeys(dialog, {key});
         });
         const int64_t reads = image->reads;
-        EXPECT_LT(reads, 100000) << "it was at work";
+        EXPECT_LT(reads, 100000) << "the check was still running";
         ASSERT_TRUE(PumpUntilIdle());
         EXPECT_EQ(image->reads, reads) << key;
-        EXPECT_FALSE(document->m_bReadError) << "the page is good";
+        EXPECT_FALSE(document->m_bReadError) << "an ended check marks no damage";
     }
 
-    // Closed while the box of the damage is open.
+    // The page is closed while the box about its damage is open.
     PutFake(777, 5000, 3000);
     bool ended = false;
     SetMessageBoxHook([&](const CString&) { document->DeleteContents(); });

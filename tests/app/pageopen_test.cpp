@@ -1,4 +1,4 @@
-// The Open dialog's page label, and its filters.
+// The Open dialog: the label of the selected page, and the filters.
 #include "app/pagefilter.h"
 #include "app/pageheader.h"
 #include "app/pageopendialog.h"
@@ -24,7 +24,7 @@ protected:
         header.SetJobName(job);
         EXPECT_EQ(header.WriteToPath(scratch.File(name), true), 0);
     }
-    // Clicks the entry once it shows, and gives the label.
+    // Waits until the entry shows, clicks it and returns the label.
     std::string LabelOf(const std::string& name)
     {
         int index = -1;
@@ -56,7 +56,7 @@ TEST_F(PageOpenTest, ShowsTheLabelOfTheSelectedPage)
     dialog.m_nFilterIndex = FindFilter(kPageFilters, "*.*");
     SetFileDialogHook([&](CFileDialog&) {
         EXPECT_EQ(Label(), "");
-        // In turn: each that has no label empties the one that stands there.
+        // In this order: a file without a label clears the label of the file before it.
         const std::pair<const char*, const char*> cases[] = {
             {"cyan.fax", "Page name: 12.C News"},
             {"spot.fax", "Page name: 12.7 News"},
@@ -71,13 +71,13 @@ TEST_F(PageOpenTest, ShowsTheLabelOfTheSelectedPage)
         for (const auto& [name, label] : cases)
             EXPECT_EQ(LabelOf(name), label) << name;
 
-        // What the list still shows has become something else.
+        // The file is replaced by a pipe after it was listed.
         EXPECT_EQ(LabelOf("spot.fax"), "Page name: 12.7 News");
         unlink(scratch.File("cyan.fax").c_str());
         mkfifo(scratch.File("cyan.fax").c_str(), 0600);
         EXPECT_EQ(LabelOf("cyan.fax"), "");
 
-        // Another directory, and a file that goes away under the selection.
+        // The selected file is removed. Then another directory is opened.
         EXPECT_EQ(LabelOf("spot.fax"), "Page name: 12.7 News");
         unlink(scratch.File("spot.fax").c_str());
         EXPECT_TRUE(PumpUntil([&] { return Label().empty(); }));
@@ -95,7 +95,7 @@ TEST(PageFilter, FindsPairs)
     const struct {
         const char* filter;
         int index;
-        const char* pattern; // of that index
+        const char* pattern; // of the filter with that index
         const char* sought;
         int found;
     } cases[] = {
@@ -108,9 +108,9 @@ TEST(PageFilter, FindsPairs)
         {"", 1, "*.*", "*.*", 0},
         {"text", 1, "*.*", "text", 0},
         {"a|*.a", 1, "*.a", "*.A", 1},
-        {"a|*.a;*.b c|d|*.d", 1, "*.a;*.b", "*.d", 2}, // a blank ends a pattern
+        {"a|*.a;*.b c|d|*.d", 1, "*.a;*.b", "*.d", 2}, // a blank ends the pattern
         {"a| \t", 1, "*.*", "", 0},
-        {"a||b|*.b||", 2, "b", "*.b", 0}, // no pattern: counted, and the walk goes on at the bar
+        {"a||b|*.b||", 2, "b", "*.b", 0}, // a pair without a pattern counts too
         {"a|*.x|b|*.x||", 2, "*.x", "*.x", 1},
     };
     for (const auto& c : cases) {

@@ -1,5 +1,5 @@
-// The reduced picture where memory runs short, at each allocation in turn. Alone: the program has an
-// allocator of its own.
+// The reduced picture if one allocation fails, for each allocation in turn. This is a separate program,
+// because it replaces the allocator.
 #include "app/lumentadoc.h"
 #include "tests/support/fake_image.h"
 #include "tests/support/scratch.h"
@@ -12,7 +12,7 @@
 
 namespace
 {
-int g_allocations_left = -1; // then one finds no memory; below 0: all find some
+int g_allocations_left = -1; // allocations that succeed before the next one fails; below 0: all succeed
 
 void* Allocate(size_t bytes)
 {
@@ -35,7 +35,7 @@ void* operator new[](size_t bytes)
 }
 void* operator new(size_t bytes, const std::nothrow_t&) noexcept
 {
-    return malloc(bytes ? bytes : 1); // the row store, which is none of what is missed here
+    return malloc(bytes ? bytes : 1); // used by the row store, which is not tested here
 }
 void* operator new[](size_t bytes, const std::nothrow_t&) noexcept
 {
@@ -58,8 +58,9 @@ void operator delete[](void* memory, size_t) noexcept
     free(memory);
 }
 
-extern "C" void* __real_calloc(size_t count, size_t bytes);              // NOLINT
-extern "C" [[gnu::used]] void* __wrap_calloc(size_t count, size_t bytes) // NOLINT: else nobody calls it
+extern "C" void* __real_calloc(size_t count, size_t bytes); // NOLINT
+extern "C" [[gnu::used]] void* __wrap_calloc(size_t count,
+                                             size_t bytes) // NOLINT: only the linker refers to it
 {
     if (g_allocations_left >= 0 && g_allocations_left-- == 0)
         return nullptr;
@@ -68,9 +69,9 @@ extern "C" [[gnu::used]] void* __wrap_calloc(size_t count, size_t bytes) // NOLI
 
 namespace
 {
-TEST(ScaleMemory, IsMissedInWordsAtEachAllocation)
+TEST(ScaleMemory, EachFailedAllocationIsReported)
 {
-    // Said outside of the counting: the words take memory themselves.
+    // The hook suspends the count, because it allocates memory itself.
     static std::vector<std::string> told;
     SetMessageBoxHook([](const CString& text) {
         const int left = std::exchange(g_allocations_left, -1);
@@ -91,7 +92,7 @@ TEST(ScaleMemory, IsMissedInWordsAtEachAllocation)
         EXPECT_EQ(document.m_pScaled != nullptr, made) << at;
     }
     SetMessageBoxHook({});
-    EXPECT_GE(at, 6) << "made after the bitmap, its pixels, its header, the ramp and the palette";
+    EXPECT_GE(at, 6) << "allocations of the bitmap, its pixels, its header, the ramp and the palette";
     EXPECT_LT(at, 100);
 }
 } // namespace

@@ -1,4 +1,4 @@
-// The scaled window: its size, its growth between paints and input, picking, and every way of ending it.
+// The scaled window: its size, its growth between paints and input, picking, and every way to close it.
 #include "app/scalefrm.h"
 #include "app/scalevw.h"
 #include "tests/app/reduced_page.h"
@@ -24,7 +24,7 @@ TEST(ChooseScale, FitsThePageIntoHalfTheScreensWidthAndItsHeight)
         EXPECT_EQ(ChooseScale(c.page, c.screen), c.want) << c.page.cx << "x" << c.page.cy;
 }
 
-TEST(FrameInOverview, CoversWhatShowsAndStaysInThePicture)
+TEST(FrameInOverview, CoversTheVisiblePartAndStaysInThePicture)
 {
     constexpr int kMost = INT32_MAX;
     const struct {
@@ -36,18 +36,18 @@ TEST(FrameInOverview, CoversWhatShowsAndStaysInThePicture)
         {{0, 0}, {400, 300}, {3200, 2400}, 8, {0, 0, 50, 38}}, // rounded outwards
         {{15, 16}, {400, 300}, {3200, 2400}, 8, {1, 2, 52, 40}},
         {{2800, 2100}, {400, 300}, {3200, 2400}, 8, {350, 262, 400, 300}},
-        {{2807, 2107}, {400, 300}, {3207, 2407}, 8, {350, 263, 400, 300}}, // the last cells are not whole
+        {{2807, 2107}, {400, 300}, {3207, 2407}, 8, {350, 263, 400, 300}}, // the last cells are incomplete
         {{0, 0}, {400, 300}, {100, 80}, 8, {0, 0, 12, 10}},
         {{0, 0}, {400, 300}, {100, 2400}, 8, {0, 0, 12, 38}},
-        {{600, 0}, {1, 1}, {3200, 2400}, 8, {73, 0, 76, 3}}, // no smaller
+        {{600, 0}, {1, 1}, {3200, 2400}, 8, {73, 0, 76, 3}}, // at least 3 x 3
         {{0, 40}, {1, 1}, {3200, 2400}, 8, {0, 3, 3, 6}},
         {{3199, 2399}, {1, 1}, {3200, 2400}, 8, {397, 297, 400, 300}},
-        {{0, 0}, {400, 300}, {1, 1}, 8, {0, 0, 3, 3}}, // no whole cell
+        {{0, 0}, {400, 300}, {1, 1}, 8, {0, 0, 3, 3}}, // no complete cell
         {{0, 0}, {400, 300}, {17, 17}, 8, {0, 0, 3, 3}},
         {{kMost - 400, kMost - 300}, {400, 300}, {kMost, kMost}, 248, {8659205, 8659205, 8659208, 8659208}},
         {{kMost - 1, 0}, {kMost, kMost}, {kMost, 1}, 8, {268435452, 0, 268435455, 3}},
         {{0, 0}, {kMost, kMost}, {kMost, kMost}, 8, {0, 0, 268435455, 268435455}},
-        {{0, 0}, {0, 300}, {3200, 2400}, 8, {}}, // nothing shows
+        {{0, 0}, {0, 300}, {3200, 2400}, 8, {}}, // nothing is visible
         {{0, 0}, {400, 300}, {0, 0}, 8, {}},
         {{50, 90}, {400, 300}, {50, 90}, 8, {}},
     };
@@ -70,7 +70,7 @@ protected:
                                    : nullptr;
     }
 
-    // A window whose picture Escape has stopped after its first lines.
+    // Opens the window and presses Escape after the first lines.
     CScaleView* OpenStopped()
     {
         CScaleView* const scaled = Open();
@@ -82,8 +82,8 @@ protected:
     }
     int Lines() const { return document->m_pScaled->m_nRowsDone + 1; }
 
-    // What the frame around the part that the page view shows makes of a pixel of the picture, 0 if it leaves
-    // it.
+    // Returns the colour of the frame at a pixel of the picture, or 0 if the frame does not cover it. The
+    // frame surrounds the part that the page view shows.
     COLORREF FramePixel(const CScaleView& scaled, int column, int line) const
     {
         const CRect client = view->GetClientRect();
@@ -94,8 +94,8 @@ protected:
         return inside == 0 ? kBlack : inside == 1 ? kWhite : 0;
     }
 
-    // The first pixel of the window's own that differs from a count of the page's, or of the screen that
-    // differs from that with the frame; or an empty text. Lines that are not made yet are white.
+    // Compares the picture with a count of the page's pixels, without the frame and with it. Returns the
+    // first difference, or an empty text. Lines not yet made are white.
     std::string PictureDiffers(CScaleView& scaled, int lines = INT32_MAX) const
     {
         const GrabbedPixels shown = GrabWindow(scaled);
@@ -103,7 +103,7 @@ protected:
         const CPoint position = scaled.GetScrollPosition();
         const int scale = scaled.m_nScale;
         if (shown.width != own.width || shown.height != own.height)
-            return "a picture of another size";
+            return "the picture has another size";
         for (int y = 0; y < shown.height; ++y)
             for (int x = 0; x < shown.width; ++x) {
                 const int column = position.x + x;
@@ -133,11 +133,11 @@ TEST_F(ScaledWindow, ShowsTheWholePageAtItsOwnSize)
     ASSERT_NE(scaled, nullptr);
     EXPECT_EQ(scaled->m_nScale, 8);
     EXPECT_EQ(view->m_pScaleFrame->GetWindowText(), "page  (1/8)");
-    ASSERT_TRUE(PumpUntilIdle()) << "the chain has an end";
+    ASSERT_TRUE(PumpUntilIdle()) << "the chain of batches ends";
     EXPECT_EQ(scaled->GetClientRect(), (CRect{0, 0, 250, 188}));
     EXPECT_EQ(document->m_pScaled->m_nRowsDone, 187);
     EXPECT_EQ(PictureDiffers(*scaled), "");
-    EXPECT_EQ(ScreenDiffersFromPage(), "") << "the page view is as it was";
+    EXPECT_EQ(ScreenDiffersFromPage(), "") << "the page view is unchanged";
     EXPECT_EQ(document->GetViews().size(), 2U);
     EXPECT_EQ(Open(), scaled) << "the command brings the same window forward";
     EXPECT_EQ(document->GetViews().size(), 2U);
@@ -184,12 +184,12 @@ TEST_F(ScaledWindow, StaysOpenWhileItsPageIsReadAgain)
     scaled->m_bStop = true;
     const int stopped = Lines();
     ASSERT_TRUE(PumpUntilIdle());
-    EXPECT_LE(Lines(), stopped + 2 * 7) << "a single chain makes it";
+    EXPECT_LE(Lines(), stopped + 2 * 7) << "there is only one chain of batches";
     scaled->Invalidate();
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(PictureDiffers(*scaled), "");
 
-    // A page of another size has another picture, and no page has none.
+    // A page of another size has a new picture. Without a page there is none.
     WritePage("page.tif", 1603, 3507);
     PressAccelerator(*view->m_pScaleFrame, "F5");
     CScaleView* const other = Scaled();
@@ -203,7 +203,7 @@ TEST_F(ScaledWindow, StaysOpenWhileItsPageIsReadAgain)
     EXPECT_EQ(boxes.Take(), Texts{scratch.File("page.tif") + ": Open failed"});
 }
 
-TEST_F(ScaledWindow, GrowsByTheBatchAndStandsStillAfterEscape)
+TEST_F(ScaledWindow, GrowsInBatchesAndStopsOnEscape)
 {
     StartWithPage(1600, 2400);
     CScaleView* const scaled = Open();
@@ -216,10 +216,10 @@ TEST_F(ScaledWindow, GrowsByTheBatchAndStandsStillAfterEscape)
     PressKey(*scaled, TestKey::escape);
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_LT(Lines(), 300);
-    EXPECT_FALSE(scaled->m_bStop) << "the paint has taken it back";
+    EXPECT_FALSE(scaled->m_bStop) << "the paint has cleared it";
     EXPECT_EQ(PictureDiffers(*scaled, Lines()), "");
 
-    // Paints for other reasons while a batch is waited for make no second chain, which Escape would not stop.
+    // Other paints while a batch is pending start no second chain of batches. Escape would not stop that.
     const int stopped = Lines();
     for (int i = 0; i < 3; ++i) {
         scaled->Invalidate();
@@ -230,7 +230,7 @@ TEST_F(ScaledWindow, GrowsByTheBatchAndStandsStillAfterEscape)
     EXPECT_LE(Lines(), stopped + 2 * 7);
 }
 
-TEST_F(ScaledWindow, WhateverBringsItToLightContinuesItAfterEscape)
+TEST_F(ScaledWindow, EveryWayOfShowingItContinuesItAfterEscape)
 {
     StartWithPage(1600, 2400);
     const struct {
@@ -257,7 +257,7 @@ TEST_F(ScaledWindow, WhateverBringsItToLightContinuesItAfterEscape)
         if (c.prepare)
             c.prepare(*view->m_pScaleFrame);
         ASSERT_TRUE(PumpUntilIdle());
-        // Going away may be a paint as well.
+        // Hiding the window may have caused a paint.
         scaled->m_bStop = document->IsScaling();
         scaled->Invalidate();
         ASSERT_TRUE(PumpUntilIdle());
@@ -270,7 +270,7 @@ TEST_F(ScaledWindow, WhateverBringsItToLightContinuesItAfterEscape)
     }
 }
 
-// A window lower than its picture, wherever it is scrolled to, or out of sight.
+// Windows smaller than their picture, scrolled to several positions, or minimized.
 TEST_F(ScaledWindow, BecomesCompleteInEveryWindow)
 {
     StartWithPage(1600, 2400);
@@ -297,7 +297,7 @@ TEST_F(ScaledWindow, BecomesCompleteInEveryWindow)
         EXPECT_EQ(Lines(), 300);
         EXPECT_EQ(PictureDiffers(*scaled), "");
     }
-    // Escape stops it below the window as well, and a single paint continues it.
+    // Escape also stops lines below the visible part, and a single paint continues them.
     app->OpenDocumentFile(scratch.File("page.tif"));
     CScaleView* const scaled = Open();
     view->m_pScaleFrame->MoveWindow({0, 0, 220, 60});
@@ -310,7 +310,7 @@ TEST_F(ScaledWindow, BecomesCompleteInEveryWindow)
     EXPECT_EQ(Lines(), 300);
 }
 
-TEST_F(ScaledWindow, ABatchIsOnePaintAndLeavesThePageViewAlone)
+TEST_F(ScaledWindow, EachBatchPaintsOnceAndNeverThePageView)
 {
     StartWithPage(1600, 1600);
     CScaleView* const scaled = OpenStopped();
@@ -321,7 +321,8 @@ TEST_F(ScaledWindow, ABatchIsOnePaintAndLeavesThePageViewAlone)
     scaled->Invalidate();
     ASSERT_TRUE(PumpUntilIdle());
     ASSERT_EQ(Lines(), 200);
-    EXPECT_EQ(PaintCount(*scaled) - paints, static_cast<uint64_t>(1 + 200 - lines)) << "of one line each";
+    EXPECT_EQ(PaintCount(*scaled) - paints, static_cast<uint64_t>(1 + 200 - lines))
+        << "one paint per batch of one line";
     EXPECT_EQ(PaintCount(*view), page_paints);
 }
 
@@ -342,7 +343,8 @@ TEST_F(ScaledWindow, AClickMovesThePageViewWhileTheButtonIsDown)
         EXPECT_EQ(ScreenDiffersFromPage(), "");
         ReleaseMouse(*scaled, spot);
     }
-    // In a window that shows a part, the place in the picture counts; keys and the button move the picture.
+    // If the window shows only a part of the picture, the scroll position is added to the place of a click.
+    // Keys and drags scroll the picture.
     ResizeFrame(*view->m_pScaleFrame, {200, 150});
     ASSERT_TRUE(PumpUntilIdle());
     PressKey(*scaled, TestKey::down, false, 40);
@@ -357,7 +359,7 @@ TEST_F(ScaledWindow, AClickMovesThePageViewWhileTheButtonIsDown)
     EXPECT_EQ(PictureDiffers(*scaled), "");
 }
 
-TEST_F(ScaledWindow, TheFrameFollowsThePageViewAtTheCostOfItsEdges)
+TEST_F(ScaledWindow, TheFrameFollowsThePageViewAndCopiesOnlyItsEdges)
 {
     StartWithPage(3200, 2400); // 1/8
     CScaleView* const scaled = Open();
@@ -407,15 +409,15 @@ TEST_F(ScaledWindow, TheFrameFollowsThePageViewAtTheCostOfItsEdges)
     EXPECT_EQ(PaintCount(*scaled), paints);
 
     const uint64_t copied = CopiedPixels(*scaled);
-    PressKey(*view, TestKey::left, false, 8); // a step of the picture
+    PressKey(*view, TestKey::left, false, 8); // one pixel of the picture
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(PictureDiffers(*scaled), "");
     const CRect client = view->GetClientRect();
     const auto edges = static_cast<uint64_t>(2 * (client.Width() / 8 + client.Height() / 8 + 4));
     EXPECT_GT(CopiedPixels(*scaled), copied);
-    EXPECT_LE(CopiedPixels(*scaled) - copied, edges * 3) << "of 120000";
+    EXPECT_LE(CopiedPixels(*scaled) - copied, edges * 3) << "the picture has 120000 pixels";
 
-    // It lies on the picture, which may be scrolled.
+    // The frame is right on a scrolled picture too.
     ResizeFrame(*view->m_pScaleFrame, {200, 150});
     ASSERT_TRUE(PumpUntilIdle());
     PressKey(*scaled, TestKey::end);
@@ -425,7 +427,7 @@ TEST_F(ScaledWindow, TheFrameFollowsThePageViewAtTheCostOfItsEdges)
     EXPECT_EQ(PictureDiffers(*scaled), "");
 }
 
-TEST_F(ScaledWindow, ADragInAPictureThatShowsWholeKeepsMovingThePage)
+TEST_F(ScaledWindow, ADragInAFullyVisiblePictureMovesThePage)
 {
     StartWithPage(3200, 2400); // 1/8
     CScaleView* const scaled = Open();
@@ -451,7 +453,7 @@ TEST_F(ScaledWindow, ADragInAPictureThatShowsWholeKeepsMovingThePage)
     EXPECT_EQ(view->GetScrollPosition(), left_at);
 }
 
-TEST_F(ScaledWindow, GoesWithItsPageAndWithTheProgram)
+TEST_F(ScaledWindow, ClosesWithItsPageAndWithTheProgram)
 {
     const std::string first = WritePage("first.tif", 900, 700);
     const std::string second = WritePage("second.tif", 1100, 800);
@@ -461,7 +463,7 @@ TEST_F(ScaledWindow, GoesWithItsPageAndWithTheProgram)
     EXPECT_TRUE(MenuHas("&View/&Scaled Page\tCtrl+Alt+S"));
     PressAccelerator(*frame, "Ctrl+Alt+S");
     ASSERT_NE(Scaled(), nullptr);
-    app->OpenDocumentFile(second); // in the midst of the growth
+    app->OpenDocumentFile(second); // while the picture grows
     EXPECT_EQ(view->m_pScaleFrame, nullptr);
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(document->m_pScaled, nullptr);
@@ -474,15 +476,15 @@ TEST_F(ScaledWindow, GoesWithItsPageAndWithTheProgram)
     EXPECT_TRUE(MenuHas("&View/&Scaled Page\tCtrl+Alt+S [disabled]"));
     app->OpenDocumentFile(second);
     Open();
-    frame->SendMessage(WM_CLOSE); // the main window takes the other one along
+    frame->SendMessage(WM_CLOSE); // closing the main window closes the scaled window
     Stop();
 
     Start();
     PutPageOnHeap(*document, std::make_unique<FakeImage>(300, 200, 8), 200);
-    EXPECT_TRUE(MenuHas("&View/&Scaled Page\tCtrl+Alt+S [disabled]")) << "8 bits a pixel";
+    EXPECT_TRUE(MenuHas("&View/&Scaled Page\tCtrl+Alt+S [disabled]")) << "the page has 8 bits per pixel";
 }
 
-TEST_F(ScaledWindow, PagesWithoutAWholeCellGiveAnEmptyPicture)
+TEST_F(ScaledWindow, APageWithoutACompleteCellHasAnEmptyPicture)
 {
     for (const CSize size : {CSize{1, 1}, CSize{7, 5000}, CSize{5000, 7}}) {
         Start(WritePage("thin.tif", size.cx, size.cy));
@@ -496,8 +498,8 @@ TEST_F(ScaledWindow, PagesWithoutAWholeCellGiveAnEmptyPicture)
     EXPECT_EQ(boxes.Take(), Texts{});
 }
 
-// The header of a small file may claim any size.
-TEST_F(ScaledWindow, APageOfEndlessHeightTakesNoMemoryForWhatIsNotMade)
+// The header of a small file can claim any size.
+TEST_F(ScaledWindow, AHugePageTakesNoMemoryForLinesNotYetMade)
 {
     Start();
     const auto anonymous_kb = [] {
@@ -518,9 +520,9 @@ TEST_F(ScaledWindow, APageOfEndlessHeightTakesNoMemoryForWhatIsNotMade)
     CDC screen;
     screen.CreateDisplayInformation();
     EXPECT_LE(scaled->GetClientRect().Height(), screen.GetDeviceCaps(VERTRES));
-    EXPECT_LT(anonymous_kb() - before, 50'000) << "129 MB of lines, 516 MB of a window that shows them all";
+    EXPECT_LT(anonymous_kb() - before, 50'000) << "all lines take 129 MB, a window of their size 516 MB";
 
-    // Nor does a window that somebody makes larger than the screen.
+    // A window cannot become larger than the screen.
     PressKey(*scaled, TestKey::escape);
     ResizeFrame(*view->m_pScaleFrame, {9000, 9000});
     EXPECT_LE(scaled->GetClientRect().Width(), screen.GetDeviceCaps(HORZRES));
@@ -551,7 +553,7 @@ TEST_F(ScaledWindow, LinesPerUpdateIsAskedForAndKept)
                             "1 button \"OK\"", "2 button \"Cancel\""}));
     answer("2147483647", "Return");
     EXPECT_EQ(document->m_nLinesPerUpdate, INT32_MAX);
-    answer("0", "Return"); // told, and the dialog stays until the hook ends it
+    answer("0", "Return"); // a box reports it, and the hook ends the dialog
     EXPECT_EQ(boxes.Take().size(), 1U);
     EXPECT_EQ(document->m_nLinesPerUpdate, INT32_MAX);
     answer("40", "Return");
@@ -563,8 +565,8 @@ TEST_F(ScaledWindow, LinesPerUpdateIsAskedForAndKept)
     EXPECT_EQ(document->m_nLinesPerUpdate, 40);
 }
 
-// Whatever the user does at whatever stage of the growth: one window at most, no dead pointer, and in the end
-// the picture that a single batch makes.
+// Random actions at random stages of the growth. There is never more than one window and no dead pointer. The
+// final picture is complete and right.
 TEST_F(ScaledWindow, SurvivesARandomWalk)
 {
     const std::string other = WritePage("other.tif", 333, 444);

@@ -1,5 +1,5 @@
-// TIFF pages in every kind of strip, whole, cut off and damaged: good rows come as they are, and the first
-// bad one is reported. Group 4 page files under the same damage.
+// TIFF pages in every kind of strip: whole, cut off and damaged. Good rows are delivered unchanged, and the
+// first bad row is reported. Group 4 page files with the same damage.
 #include "app/group4image.h"
 #include "app/lumentadoc.h"
 #include "app/tifimage.h"
@@ -57,9 +57,9 @@ Bytes DrawRows(int width, int bits)
 }
 
 struct Outcome {
-    int rows = 0;        // delivered before the first failed one
-    int suspicious = -1; // as the image says
-    int wrong = -1;      // the first of them that is not that of the page
+    int rows = 0;        // delivered before the first failed row
+    int suspicious = -1; // SuspiciousRow of the image
+    int wrong = -1;      // first delivered row that differs from the page, or -1
     friend bool operator==(const Outcome&, const Outcome&) = default;
 };
 std::ostream& operator<<(std::ostream& out, const Outcome& outcome)
@@ -67,7 +67,7 @@ std::ostream& operator<<(std::ostream& out, const Outcome& outcome)
     return out << outcome.rows << " rows, suspicious " << outcome.suspicious << ", wrong " << outcome.wrong;
 }
 
-// Reads an open page from its start up to its first failed row.
+// Reads an open page from its first row to its first failed row.
 Outcome ReadRows(Image& image, const Bytes& page)
 {
     Outcome outcome;
@@ -97,8 +97,8 @@ Outcome ReadFile(const std::string& path, const Bytes& page)
     return image.IsValid() ? ReadRows(image, page) : Outcome{};
 }
 
-// The document shows the rows of the page, zeros after them, one box that names the first bad row, and a
-// note.
+// Expects that the document delivers the rows of the page and zeros after them. One box names the first bad
+// row, and the status text has a note.
 void ExpectOneBox(const std::string& path, const Bytes& page, const Outcome& outcome)
 {
     BoxTexts boxes;
@@ -123,11 +123,11 @@ void ExpectOneBox(const std::string& path, const Bytes& page, const Outcome& out
             << "row " << y;
 }
 
-TEST(TIFFImage, EveryWholePageComesAsItWasWritten)
+TEST(TIFFImage, EveryVariantIsReadAsWritten)
 {
     const ScratchDirectory scratch;
     const std::string path = scratch.File("page.tif");
-    TIFFImage image; // one for all: each open ends the page before
+    TIFFImage image; // shared by all cases: each Open closes the page before
     for (const Variant& variant : kVariants)
         for (const int width : {1, 7, 8, 31, 40, 1000}) {
             SCOPED_TRACE(testing::Message() << variant.name << ", width " << width);
@@ -146,7 +146,7 @@ TEST(TIFFImage, EveryWholePageComesAsItWasWritten)
             for (int pass = 0; pass < 2; ++pass) {
                 EXPECT_EQ(ReadRows(image, page), Outcome{kHeight});
                 Bytes row(static_cast<size_t>(image.BytesPerRow));
-                EXPECT_EQ(image.ReadRow(row.data(), image.BytesPerRow), 0) << "a row after the last";
+                EXPECT_EQ(image.ReadRow(row.data(), image.BytesPerRow), 0) << "a row after the last row";
                 EXPECT_EQ(image.CurrentRow, kHeight);
             }
         }
@@ -164,13 +164,13 @@ TEST(TIFFImage, EveryCutKeepsTheRowsBeforeIt)
         const int strip_rows = static_cast<int>(std::min<uint32_t>(format.rows_per_strip, kHeight));
         const std::vector<std::string> strips = test_support::CodeStrips(page, kWidth, kHeight, format);
         const std::string whole = test_support::TiffOf(strips, kWidth, kHeight, format).Bytes();
-        size_t cut = whole.size(); // of the strip
+        size_t cut = whole.size(); // offset of the strip in the file
         for (const std::string& strip : strips)
             cut -= strip.size();
 
         int before = 0;
         int cuts = 0;
-        int first = 0; // row of the strip
+        int first = 0; // first row of the strip
         for (const std::string& strip : strips) {
             const int rows = std::min(strip_rows, kHeight - first);
             std::vector<size_t> bits;
@@ -182,7 +182,7 @@ TEST(TIFFImage, EveryCutKeepsTheRowsBeforeIt)
             for (size_t there = 0; there < strip.size(); there += group4 ? 5 : 17) {
                 SCOPED_TRACE(testing::Message() << variant.name << ", strip at row " << first << " cut at "
                                                 << there << " of " << strip.size());
-                std::filesystem::remove(path); // faster than writing over it
+                std::filesystem::remove(path); // faster than overwriting it
                 scratch.Write("page.tif", whole.substr(0, cut + there));
                 const Outcome outcome = ReadFile(path, page);
                 if (group4) {
@@ -192,14 +192,14 @@ TEST(TIFFImage, EveryCutKeepsTheRowsBeforeIt)
                 } else if (format.compression == COMPRESSION_NONE) {
                     ASSERT_EQ(outcome,
                               Outcome{first + static_cast<int>(there) / static_cast<int>(row_bytes)});
-                } else { // where each row ends is not known
+                } else { // the end of each row is unknown
                     ASSERT_GE(outcome.rows,
-                              std::max(before - 1, first)); // one row may have been kept with damage
+                              std::max(before - 1, first)); // the last row before may have been damaged
                     ASSERT_GE(
                         outcome.rows,
                         first + rows * static_cast<int>(there) / static_cast<int>(strip.size()) * 3 / 4 - 6);
                     ASSERT_LE(outcome.rows, first + rows);
-                    // Of the fax codes, the line with the cut may be kept and noted.
+                    // A decoder of a fax code may deliver the row with the cut and mark it as suspicious.
                     ASSERT_TRUE(outcome.wrong < 0 || outcome.wrong == outcome.suspicious) << outcome;
                     ASSERT_TRUE(outcome.suspicious < 0 || outcome.suspicious >= outcome.rows - 2) << outcome;
                 }
@@ -218,7 +218,7 @@ TEST(TIFFImage, EveryCutKeepsTheRowsBeforeIt)
 
 TEST(TIFFImage, Group4DamageIsReportedAtItsRow)
 {
-    // Pages 8 pixels wide. A row of three black pixels in the middle, and the same again.
+    // The pages are 8 pixels wide. kRow has three black pixels in the middle, kSame repeats the row above.
     const std::string kRow = "001 1000 10 1 ";
     const std::string kSame = "111 ";
     const uint8_t kBlack = 0x1c;
@@ -230,22 +230,26 @@ TEST(TIFFImage, Group4DamageIsReportedAtItsRow)
         Outcome want;
     } const cases[] = {
         {"sound", {kRow + kSame + "end end"}, 3, {kBlack, kBlack}, {2}},
-        {"no end", {kRow + kSame + kSame}, 3, {kBlack, kBlack, kBlack}, {3}},
-        {"an end before the last row", {kRow + "end end"}, 4, {kBlack, 0, 0, 0}, {4}},
-        {"half an end before the last row", {kRow + "end 0000"}, 3, {kBlack, 0, 0}, {1}},
-        {"an end in a row", {kRow + "1 end end"}, 3, {kBlack, 0, 0}, {1}},
-        {"an end in the first row", {"end end"}, 3, {0, 0, 0}, {0}},
+        {"no end code", {kRow + kSame + kSame}, 3, {kBlack, kBlack, kBlack}, {3}},
+        {"an end code before the last row", {kRow + "end end"}, 4, {kBlack, 0, 0, 0}, {4}},
+        {"half an end code before the last row", {kRow + "end 0000"}, 3, {kBlack, 0, 0}, {1}},
+        {"an end code in a row", {kRow + "1 end end"}, 3, {kBlack, 0, 0}, {1}},
+        {"an end code in the first row", {"end end"}, 3, {0, 0, 0}, {0}},
         {"zeros that end in the filler", {kRow + "00000 00000000"}, 3, {kBlack, 0, 0}, {1}},
         {"uncompressed mode", {kRow + "0000001111 01010101"}, 3, {kBlack, 0, 0}, {1}},
-        {"no run code", {kRow + "001 000000001111"}, 3, {kBlack, 0, 0}, {1}},
-        {"a transition to the left", {"001 0111 011 1 0000011 0000010 1 1"}, 3, {0x3c, 0, 0}, {1}},
+        {"an invalid run code", {kRow + "001 000000001111"}, 3, {kBlack, 0, 0}, {1}},
+        {"a transition to the left of the one before",
+         {"001 0111 011 1 0000011 0000010 1 1"},
+         3,
+         {0x3c, 0, 0},
+         {1}},
         {"a run past the width",
          {kRow + "001 1000 0000001111 0000110111 1 1"},
          3,
          {kBlack, 0x1f, 0x1f},
          {3, 1}},
         {"the next strip is sound", {"0000001111", kRow}, 1, {0, kBlack}, {0}},
-        {"a strip of no byte", {kRow, "", kRow}, 1, {kBlack, 0, kBlack}, {1}},
+        {"an empty strip", {kRow, "", kRow}, 1, {kBlack, 0, kBlack}, {1}},
     };
     const ScratchDirectory scratch;
     StripFormat format;
@@ -263,7 +267,7 @@ TEST(TIFFImage, Group4DamageIsReportedAtItsRow)
             scratch.Write("page.tif", test_support::TiffOf(strips, 8, height, format).Bytes());
         EXPECT_EQ(ReadFile(path, c.page), c.want);
 
-        // After damage, the other rows of its strip fail as well, and the next strip is read.
+        // After damage, the other rows of the same strip fail too, but the next strip is read.
         TIFFImage image;
         ASSERT_EQ(image.Open(path), 1);
         for (int y = 0; y < height; ++y) {
@@ -275,8 +279,8 @@ TEST(TIFFImage, Group4DamageIsReportedAtItsRow)
     }
 }
 
-// A few bytes may claim two billion rows.
-TEST(TIFFImage, WhiteRowsAfterTheEndOfAGroup4StripArePassedOverAtOnce)
+// A file of a few bytes can claim two billion rows.
+TEST(TIFFImage, WhiteRowsAfterTheEndOfAGroup4StripAreSkippedAtOnce)
 {
     constexpr int kStripRows = 0x50000000;
     const StripFormat format{COMPRESSION_CCITTFAX4, kStripRows};
@@ -286,11 +290,11 @@ TEST(TIFFImage, WhiteRowsAfterTheEndOfAGroup4StripArePassedOverAtOnce)
     const std::string path =
         scratch.Write("page.tif", test_support::TiffOf({strip, strip}, 8, 0x7ffffff0, format).Bytes());
     TIFFImage image;
-    EXPECT_EQ(image.SkipRows(1, Image::Skip::anyRows), 0) << "closed";
+    EXPECT_EQ(image.SkipRows(1, Image::Skip::anyRows), 0) << "the image is closed";
     ASSERT_EQ(image.Open(path), 1);
     uint8_t row[4];
     for (const int strip_rows : {kStripRows, 0x7ffffff0 - kStripRows}) {
-        EXPECT_EQ(image.SkipRows(1, Image::Skip::anyRows), 0) << "the end is not read yet";
+        EXPECT_EQ(image.SkipRows(1, Image::Skip::anyRows), 0) << "the end code is not read yet";
         EXPECT_EQ(image.ReadRow(row, 4), 1);
         EXPECT_EQ(row[0], 0x1c);
         EXPECT_EQ(image.ReadRow(row, 4), 1);
@@ -304,8 +308,8 @@ TEST(TIFFImage, WhiteRowsAfterTheEndOfAGroup4StripArePassedOverAtOnce)
     EXPECT_EQ(image.SkipRows(1, Image::Skip::anyRows), 0) << "the end of the page";
 }
 
-// Places and sizes of Group 4 strips that no writer writes.
-TEST(TIFFImage, Group4StripsAreReadNowhereElse)
+// Offsets and sizes of Group 4 strips that no program writes.
+TEST(TIFFImage, Group4StripsMayHaveBadOffsetsAndSizes)
 {
     const ScratchDirectory scratch;
     const Bytes page = DrawRows(kWidth, 1);
@@ -333,17 +337,17 @@ TEST(TIFFImage, Group4StripsAreReadNowhereElse)
     const struct {
         const char* name;
         HostileTiff file;
-        int least, most; // rows before the first failed or wrong one
+        int least, most; // rows before the first failed or wrong row
     } cases[] = {
-        {"no count of the only strip", one, kHeight, kHeight},
-        {"no counts", counted(tag::kStripByteCounts, {0, 0, 0}), 0, 0},
-        {"counts beyond the file", counted(tag::kStripByteCounts, {0x7fffffff, 0xffffffff, 0xffffffff}),
-         kHeight, kHeight},
-        {"one count too small", counted(tag::kStripByteCounts, {0xffff, 10, 0xffff}), 20, 24},
-        {"no place", moved([](Offsets& at) { at[1] = 0; }), 20, 20},
-        {"in the directory", moved([](Offsets& at) { at[1] = 8; }), 20, 25},
-        {"beyond the file", moved([](Offsets& at) { at[1] = 0xfffffff0; }), 20, 20},
-        {"one over the other", moved([](Offsets& at) { at[1] = at[0] + 1; }), 20, 25},
+        {"no size of the only strip", one, kHeight, kHeight},
+        {"no sizes", counted(tag::kStripByteCounts, {0, 0, 0}), 0, 0},
+        {"sizes past the end of the file",
+         counted(tag::kStripByteCounts, {0x7fffffff, 0xffffffff, 0xffffffff}), kHeight, kHeight},
+        {"one size too small", counted(tag::kStripByteCounts, {0xffff, 10, 0xffff}), 20, 24},
+        {"offset 0", moved([](Offsets& at) { at[1] = 0; }), 20, 20},
+        {"offset into the directory", moved([](Offsets& at) { at[1] = 8; }), 20, 25},
+        {"offset past the end", moved([](Offsets& at) { at[1] = 0xfffffff0; }), 20, 20},
+        {"overlapping strips", moved([](Offsets& at) { at[1] = at[0] + 1; }), 20, 25},
         {"fewer strips than rows", many, 1, 1},
     };
     for (const auto& c : cases) {
@@ -357,7 +361,7 @@ TEST(TIFFImage, Group4StripsAreReadNowhereElse)
     }
 }
 
-// The rows of strips that are read already stay; the others fail or come.
+// Rows of strips read before the change are kept. The other rows depend on the changed file.
 TEST(TIFFImage, AFileMayChangeWhileItIsOpen)
 {
     const ScratchDirectory scratch;
@@ -428,7 +432,8 @@ TEST(TIFFImage, LargeStripsAreRead)
     EXPECT_EQ(image.ReadRow(row.data(), image.BytesPerRow), 1);
 }
 
-// Damage inside Group 3 data: libtiff finds the next line, so that all rows come, and the damage is noted.
+// After damage in Group 3 data libtiff continues at the next line. All rows are delivered, and the first
+// wrong row is marked as suspicious.
 TEST(TIFFImage, Group3DamageIsNoted)
 {
     const ScratchDirectory scratch;
@@ -446,8 +451,8 @@ TEST(TIFFImage, Group3DamageIsNoted)
     ExpectOneBox(path, page, outcome);
 }
 
-// One changed byte in each of 400 copies of a page of text.
-TEST(TIFFImage, MostChangedBytesAreNoticed)
+// Each of 400 copies of a page of text has one changed byte. Most of these changes must be detected.
+TEST(TIFFImage, MostChangedBytesAreDetected)
 {
     constexpr int kCopies = 400;
     constexpr int kSide = 1200;

@@ -1,4 +1,4 @@
-// The page view: what is on the screen after every way of moving it, and what a move costs.
+// The page view: the screen after every way of moving the page, and the cost of a move.
 #include "tests/app/window_fixture.h"
 
 #include "app/scrollvw.h"
@@ -7,7 +7,7 @@
 
 namespace
 {
-TEST(ScrollArithmetic, HoldsToThePage)
+TEST(ScrollArithmetic, ClampsToThePage)
 {
     const struct {
         int client, total, want;
@@ -48,7 +48,7 @@ protected:
     }
 };
 
-// How an axis moves.
+// How a key moves one axis.
 struct Move {
     enum { kStay, kLines, kPages, kStart, kEnd } by = kStay;
     int times = 0;
@@ -74,7 +74,7 @@ struct KeyCase {
     Move x, y;
 };
 
-TEST_F(View, KeysMoveByLinesPagesAndToTheEnds)
+TEST_F(View, KeysMoveByLinesByPagesAndToTheEnds)
 {
     const KeyCase cases[] = {
         {VK_LEFT, TestKey::left, false, 1, {Move::kLines, -1}, {}},
@@ -101,7 +101,7 @@ TEST_F(View, KeysMoveByLinesPagesAndToTheEnds)
     const CRect client = view->GetClientRect();
     const CPoint end = Range();
     EXPECT_EQ(end, (CPoint{2003 - client.Width(), 1503 - client.Height()}));
-    // In the middle, a few pixels from either end, and at the ends.
+    // Starts in the middle, a few pixels from each end, and at the ends.
     for (const CPoint start :
          {CPoint{701, 503}, CPoint{3, 2}, CPoint{end.x - 2, end.y - 3}, CPoint{0, 0}, end})
         for (const KeyCase& c : cases) {
@@ -157,7 +157,7 @@ TEST_F(View, TheLeftButtonDragsThePictureToThePagesEdges)
     ReleaseMouse(*view, {20, 20});
 }
 
-TEST_F(View, ThePointersPlaceOnThePageIsReadOut)
+TEST_F(View, TheMessageFieldShowsThePointersPlaceOnThePage)
 {
     Start(WritePage("page.tif", 1000, 900, 300, 600));
     ResizeFrame(*frame, {400, 300});
@@ -170,7 +170,7 @@ TEST_F(View, ThePointersPlaceOnThePageIsReadOut)
     MoveMouse(*view, {50, 60});
     EXPECT_EQ(message(), "x=50 y=60");
     PutAt({600, 240});
-    EXPECT_EQ(message(), "x=650 y=300") << "the page has moved under it";
+    EXPECT_EQ(message(), "x=650 y=300") << "the page has moved under the pointer";
     const struct {
         UINT command;
         const char* want;
@@ -218,7 +218,8 @@ TEST_F(View, TheRightButtonMeasuresAndLeavesNoTrace)
         EXPECT_TRUE(PumpUntilIdle());
         return Pane(0);
     };
-    // Whether the screen shows the page and on it a line between these pixels of the page, if they differ.
+    // Returns true if the screen shows the page with a line between these two page pixels. If they are equal,
+    // the screen must show the page without a line.
     const auto shows_line = [this](CPoint from, CPoint to) {
         EXPECT_TRUE(PumpUntilIdle());
         GrabbedPixels want = CopyBuffer(*view);
@@ -233,20 +234,20 @@ TEST_F(View, TheRightButtonMeasuresAndLeavesNoTrace)
     const uint64_t paints = PaintCount(*view);
     const int32_t rows = document->m_nLastRow;
     PressMouse(*view, {50, 60}, true);
-    EXPECT_TRUE(shows_line({}, {})) << "not moved";
+    EXPECT_TRUE(shows_line({}, {})) << "the pointer has not moved";
     EXPECT_EQ(message(), "x=150 y=140");
     MoveMouse(*view, {80, 20});
     EXPECT_TRUE(shows_line({150, 140}, {180, 100}));
     EXPECT_EQ(message(), "dx=30 dy=-40 d=50");
     frame->SendMessage(WM_COMMAND, kInchesCommand);
-    EXPECT_EQ(message(), "dx=0.10 dy=-0.07 d=0.12") << "each way by its resolution";
+    EXPECT_EQ(message(), "dx=0.10 dy=-0.07 d=0.12") << "each axis by its own resolution";
     frame->SendMessage(WM_COMMAND, kPixelsCommand);
     EXPECT_EQ(PaintCount(*view), paints);
-    EXPECT_EQ(document->m_nLastRow, rows) << "nothing decoded";
-    PutAt({140, 90}); // the start is a pixel of the page
+    EXPECT_EQ(document->m_nLastRow, rows) << "no row was decoded";
+    PutAt({140, 90}); // the start moves with the page
     EXPECT_TRUE(shows_line({150, 140}, {220, 110}));
     EXPECT_EQ(message(), "dx=70 dy=-30 d=76");
-    MoveMouse(*view, {-9000, 30000}); // the page's nearest pixel
+    MoveMouse(*view, {-9000, 30000}); // the line ends at the nearest pixel of the page
     EXPECT_TRUE(shows_line({150, 140}, {0, 899}));
     EXPECT_EQ(message(), "dx=-150 dy=759 d=774");
     ReleaseMouse(*view, {80, 20}, true);
@@ -276,8 +277,7 @@ TEST_F(View, TheRightButtonMeasuresAndLeavesNoTrace)
         ReleaseMouse(*view, {80, 20}, true);
     }
 
-    // The second press of a double click measures nothing, on any page; nor does one that is
-    // beside the page.
+    // The second press of a double click starts no measurement. Neither does a press outside the page.
     app->m_PageList.push_back(WritePage("small.tif", 37, 29));
     DoubleClick(*view, {20, 20}, true);
     PressMouse(*view, {200, 200}, true);
@@ -325,7 +325,7 @@ TEST_F(View, WindowsOfEverySizeShowThePage)
     }
 }
 
-TEST_F(View, APaintFetchesTheClipsRowsAndAStepItsStripAlone)
+TEST_F(View, APaintFetchesAndDrawsOnlyTheRowsThatItNeeds)
 {
     Start();
     ResizeFrame(*frame, {400, 300});
@@ -338,7 +338,7 @@ TEST_F(View, APaintFetchesTheClipsRowsAndAStepItsStripAlone)
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(image->reads, client.Height() + 3);
 
-    // The rows are turned over behind the view's back: what a step draws shows it.
+    // Each step inverts the stored rows first. Pixels that it draws are inverted, pixels that it moves are not.
     const struct {
         UINT key;
         int times;
@@ -406,13 +406,13 @@ TEST_F(View, ADamagedPageShowsOneBoxHoweverItIsMoved)
     }
     EXPECT_EQ(image->reads, 101);
     EXPECT_EQ(boxes.Take(), Texts{});
-    EXPECT_EQ(Pane(0), "damaged from line 100") << "until the next page opens";
+    EXPECT_EQ(Pane(0), "damaged from line 100") << "the note stays until the next page opens";
     app->OpenDocumentFile(WritePage("good.tif", 100, 100));
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(Pane(0), "Ready");
 }
 
-TEST_F(View, KeepPlaceOpensAPageOfTheSameSizeWhereTheLastOneStood)
+TEST_F(View, KeepPlaceRestoresThePositionOnAPageOfTheSameSize)
 {
     static constexpr const char* kOff = "&View/&Keep Place";
     static constexpr const char* kOn = "&View/&Keep Place [checked]";
@@ -459,15 +459,15 @@ TEST_F(View, KeepPlaceOpensAPageOfTheSameSizeWhereTheLastOneStood)
     }
     frame->SendMessage(WM_COMMAND, kKeepPlaceCommand);
     StartWithPage(900, 800);
-    EXPECT_TRUE(MenuHas(kOn)) << "in the next run, too";
+    EXPECT_TRUE(MenuHas(kOn)) << "kept for the next run";
 }
 
-TEST_F(View, ProgressOfTheReducedPictureIsNoneOfItsBusiness)
+TEST_F(View, IgnoresTheProgressOfTheReducedPicture)
 {
     StartWithPage(1000, 900);
     PutAt({5, 5});
     const uint64_t paints = PaintCount(*view);
-    document->m_nWidth = 100; // would show in the range
+    document->m_nWidth = 100; // would change the scroll range
     document->UpdateAllViews(nullptr, kHintReducedLines);
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(PaintCount(*view), paints);
