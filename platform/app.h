@@ -1,4 +1,4 @@
-// The application object: start, settings, commands of its own, and the message box.
+// The application object: start, settings, its own commands, and the message box.
 #pragma once
 
 #include "platform/cstring.h"
@@ -16,43 +16,52 @@ public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
-    // One at a time. The resources must outlive it.
+    // Only one application object may exist at a time. `resources` must outlive it.
     explicit CWinApp(const ApplicationResources& resources);
     ~CWinApp() override;
 
+    // Creates the main window and reads the settings. If it returns false, the program ends.
     virtual bool InitInstance() = 0;
-    virtual int ExitInstance(); // writes the recent files; the exit status
+    virtual int ExitInstance(); // writes the list of recent files; returns the exit status
 
     const ApplicationResources& GetResources() const { return m_resources; }
-    CString LoadString(UINT id) const; // empty if there is none
+    CString LoadString(UINT id) const; // empty if there is no text with this number
+    // Returns the arrow if there is no cursor with this number.
     CursorShape LoadCursor(UINT id) const;
 
+    // The application owns the template, which replaces any earlier one.
     void AddDocTemplate(std::unique_ptr<CSingleDocTemplate> document_template);
     CSingleDocTemplate* GetDocTemplate() const { return m_template.get(); }
+    // Shows an empty document.
     void OnFileNew();
-    CDocument* OpenDocumentFile(const CString& path); // null if no page opened
-    // Files dropped on a window, in their order: opens each in turn.
+    CDocument* OpenDocumentFile(const CString& path); // null if no page was opened
+    // Opens each of the files that were dropped on a window, in their order.
     virtual void OnDroppedFiles(const std::vector<CString>& paths);
 
-    // The settings store of a company and this application (its title): sections of numbers and texts. What
-    // cannot be read gives the default; what cannot be written is lost without a word.
+    // The settings of this application: sections with keys, whose values are numbers and texts. They are
+    // stored under the company's name, which must be set first.
     void SetRegistryKey(const CString& company);
+    // Each returns default_value if the value does not exist or cannot be read.
     int GetProfileInt(const char* section, const char* key, int default_value) const;
     CString GetProfileString(const char* section, const char* key, const CString& default_value = {}) const;
+    // Each returns false if the value could not be stored. The user is not told.
     bool WriteProfileInt(const char* section, const char* key, int value);
     bool WriteProfileString(const char* section, const char* key, const CString& value);
 
+    // The list of recent files, the newest first. LoadStdProfileSettings reads up to recent_files of them,
+    // and the list never becomes longer. AddToRecentFileList moves a name to the front.
     void LoadStdProfileSettings(int recent_files);
     void AddToRecentFileList(const CString& name);
     const std::vector<CString>& GetRecentFiles() const { return m_recent; }
 
+    // Shows the page setup dialog.
     void OnFilePrintSetup();
     void OnAppExit();       // closes the main window
-    void LeaveMainWindow(); // the main window is gone: ends the message loop
+    void LeaveMainWindow(); // called after the main window is destroyed: ends the message loop
 
     CWnd* m_pMainWnd = nullptr;
-    CString m_lpCmdLine;            // the whole command line behind the program's name
-    int m_nCmdShow = SW_SHOWNORMAL; // how the main window first shows
+    CString m_lpCmdLine;            // the command line after the program's name
+    int m_nCmdShow = SW_SHOWNORMAL; // how the main window is shown first
 
 protected:
     static const MessageEntry entries[];
@@ -71,6 +80,6 @@ private:
 
 CWinApp* AfxGetApp(); // null if there is none
 
-// A modal box with the text and one OK button. Nothing paints and no posted message is handled while it is
-// open.
+// Shows a modal box with the text and an OK button. While it is open, nothing is painted and no posted
+// message is handled.
 void AfxMessageBox(const CString& text);

@@ -1,18 +1,19 @@
-// The root of the class family and its run-time class records.
+// The base class of all classes of the layer, and its run-time class records.
 #pragma once
 
 #include <memory>
 
 class CObject;
 
-// One record a class: its name, its base's record, and how to make an object (null where none can be made).
+// The record of a class: its name, its base's record, and a function that creates an object (null if objects
+// cannot be created by record).
 struct CRuntimeClass {
     const char* name;
     const CRuntimeClass* base;
     CObject* (*create)();
 
     bool IsDerivedFrom(const CRuntimeClass& other) const;
-    CObject* CreateObject() const { return create ? create() : nullptr; } // the caller owns it
+    CObject* CreateObject() const { return create ? create() : nullptr; } // the caller owns the object
 };
 
 template <class T>
@@ -34,7 +35,7 @@ public:
     bool IsKindOf(const CRuntimeClass& record) const { return GetRuntimeClass().IsDerivedFrom(record); }
 };
 
-// The object as a T, by its run-time class record; null if it is none or there is no object.
+// Returns the object as a T, or null if it is null or not of class T by its run-time class record.
 template <class T>
 T* DynamicDowncast(CObject* object)
 {

@@ -1,5 +1,5 @@
-// Text of the application layer: UTF-8 bytes in a shared, reference-counted block. Copies share the block;
-// whatever changes a text makes a new one. Bytes that are no UTF-8 are carried through untouched.
+// Text of the application layer: UTF-8 bytes in a shared, reference-counted block. Copies share the block,
+// and a change makes a new one. Bytes that are not valid UTF-8 are kept unchanged.
 #pragma once
 
 #include <memory>
@@ -22,16 +22,19 @@ public:
     const char* c_str() const { return m_text ? m_text->c_str() : ""; }
     std::string_view View() const { return m_text ? std::string_view{*m_text} : std::string_view{}; }
 
+    // The first or last `count` bytes, or the bytes from offset `first` on. Numbers out of range are clamped.
     CString Left(int count) const;
     CString Right(int count) const;
     CString Mid(int first) const;
-    int Find(char wanted) const;                     // index, or -1
-    int ReverseFind(char wanted) const;              // index of the last one, or -1
-    int FindOneOf(std::string_view set) const;       // index of the first byte that is in the set, or -1
-    int FindLastOf(std::string_view set) const;      // index of the last byte that is in the set, or -1
-    int CompareNoCase(std::string_view other) const; // ASCII letters only; negative, 0 or positive
+    int Find(char wanted) const;                // index, or -1
+    int ReverseFind(char wanted) const;         // index of the last one, or -1
+    int FindOneOf(std::string_view set) const;  // index of the first byte that is in the set, or -1
+    int FindLastOf(std::string_view set) const; // index of the last byte that is in the set, or -1
+    // Compares without regard to the case of ASCII letters. Returns a negative number, 0 or a positive
+    // number.
+    int CompareNoCase(std::string_view other) const;
 
-    // As printf; the result replaces the text.
+    // Replaces the text by what printf would write.
     void Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
     CString& operator+=(std::string_view text);
@@ -46,22 +49,22 @@ public:
     friend bool operator==(const CString& a, const char* b) { return a.View() == b; }
 
 private:
-    std::shared_ptr<const std::string> m_text; // null for the empty text
+    std::shared_ptr<const std::string> m_text; // null if the text is empty
 };
 
-// A line of a table.
+// A line of a two-column table.
 struct NamedText {
     CString name;
     CString value;
 };
 
-// The order of names in lists: ignoring the case of ASCII letters, then by bytes.
+// The order of names in lists: by name, ignoring the case of ASCII letters; if equal, by bytes.
 bool ComesBefore(std::string_view name, std::string_view other);
 
-// Text from anywhere as one line for the screen, in valid UTF-8. Control characters and line ends become
-// blanks. Text that as a whole is not valid UTF-8 counts as Latin-1. The result is cut after the last
-// character that ends within most_bytes.
+// Returns any text as one line of valid UTF-8 for the screen. Control characters and line ends become blanks.
+// Text that as a whole is not valid UTF-8 is read as Latin-1. The result has at most most_bytes bytes and is
+// cut at the end of a character.
 CString DisplayText(std::string_view text, size_t most_bytes);
-// The same for texts whose end matters, such as messages that begin with a path: if the result is longer than
+// The same for texts whose end matters, such as messages that begin with a path. If the result is longer than
 // head_bytes + tail_bytes, "..." replaces its middle.
 CString DisplayBothEnds(std::string_view text, size_t head_bytes, size_t tail_bytes);

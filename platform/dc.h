@@ -1,4 +1,5 @@
-// Device contexts: one set of drawing calls over the screen, an image in memory, a printer or a recorder.
+// Device contexts: one set of drawing calls for the screen, an image in memory, a printer, or a target of a
+// test.
 #pragma once
 
 #include "platform/cobject.h"
@@ -17,14 +18,14 @@ enum RegionKind : int { ERRORREGION = 0, NULLREGION = 1, SIMPLEREGION = 2, COMPL
 enum RasterOperation : UINT { SRCCOPY = 0x00cc0020, NOTSRCCOPY = 0x00330008 };
 enum StretchMode : int { COLORONCOLOR = 3, HALFTONE = 4 };
 
-// 256 colours at most. On a true-colour device realising one changes nothing.
+// A palette of at most 256 colours. Realising it on a true-colour device changes nothing.
 class CPalette : public CObject
 {
 public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
-    // Throws std::bad_alloc where memory is short.
+    // Throws std::bad_alloc if memory is short.
     explicit CPalette(std::vector<COLORREF> entries) : m_entries(std::move(entries)) {}
     const std::vector<COLORREF>& GetPaletteEntries() const { return m_entries; }
 
@@ -35,8 +36,8 @@ private:
 // Header and colour table of an 8-bit device-independent bitmap.
 struct BitmapInfo {
     uint32_t size = 40;
-    int32_t width = 0;  // pixels and bytes from line to line, a multiple of 4
-    int32_t height = 0; // lines; above 0 the bottom line comes first, below 0 the top line
+    int32_t width = 0;  // pixels, and bytes from one line to the next; a multiple of 4
+    int32_t height = 0; // lines; above 0 the bottom line is first in memory, below 0 the top line
     uint16_t planes = 1;
     uint16_t bits_per_pixel = 8;
     uint32_t compression = 0;
@@ -51,23 +52,24 @@ struct BitmapInfo {
     std::array<Color, 256> colors{};
 
     int32_t Lines() const { return height < 0 ? -height : height; }
-    // Line y of its bits, counted from the top.
+    // Returns line y of `bits`, counted from the top.
     const uint8_t* Line(const uint8_t* bits, int y) const
     {
         return bits + (height < 0 ? ptrdiff_t{y} : ptrdiff_t{height} - 1 - y) * width;
     }
 };
 
-// A bitmap of 1 bit a pixel over rows that it borrows: they must outlive it. A 1 bit takes the device's
-// background colour, white, and a 0 bit its text colour, black.
+// A bitmap with 1 bit per pixel. It borrows its rows, which must outlive it. A 1 bit is drawn in the device's
+// background colour, white, and a 0 bit in the text colour, black.
 class CBitmap : public CObject
 {
 public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
-    // width and height in pixels; rows are row_bytes apart, the leftmost pixel in the top bit.
-    // False where a size is not above 0, rows is null or a row does not hold width bits.
+    // width and height are in pixels. Rows are row_bytes apart. The leftmost pixel is in the top bit of a
+    // byte. Returns false and changes nothing if a size is not above 0, rows is null, or row_bytes is too
+    // small for width pixels.
     bool CreateBitmap(int width, int height, const uint8_t* rows, ptrdiff_t row_bytes);
 
     int Width() const { return m_width; }
@@ -82,7 +84,7 @@ private:
     ptrdiff_t m_row_bytes = 0;
 };
 
-// What a CDC draws on. Coordinates are the device's pixels.
+// The device that a CDC draws on. Coordinates are device pixels.
 class DeviceTarget
 {
 public:
@@ -92,21 +94,23 @@ public:
     virtual RegionKind GetClipBox(CRect* box) const = 0;
     virtual int GetDeviceCaps(int index) const = 0;
 
-    // Pixels (source_x, source_y) and on of a bilevel bitmap, one to one, to the rectangle dest. The caller
-    // has cut dest to the bitmap. zero and one are the colours of the two bit values.
+    // Draws the part of a 1-bit bitmap that starts at (source_x, source_y) to the rectangle dest, without
+    // scaling. The caller has clipped dest to the bitmap. zero and one are the colours of the two bit values.
+    // Returns false if nothing was drawn.
     virtual bool DrawBilevel(const CRect& dest, const CBitmap& bitmap, int source_x, int source_y,
                              COLORREF zero, COLORREF one) = 0;
 
-    // The rectangle source (top line 0) of an 8-bit bitmap to dest, stretched if the sizes differ. colors has
-    // 256 entries.
+    // Draws the rectangle source of an 8-bit bitmap to dest, and scales it if the sizes differ. Line 0 of
+    // source is the top line. colors has 256 entries. Returns false if nothing was drawn.
     virtual bool DrawIndexed(const CRect& dest, const BitmapInfo& info, const uint8_t* bits,
                              const CRect& source, const COLORREF* colors) = 0;
 
+    // See CDC::AbortDoc.
     virtual void AbortDoc(bool) {}
 };
 
-// A context starts without a target and draws nothing then. Logical coordinates are device coordinates moved
-// by the viewport origin.
+// A new context has no target, and draws nothing until it has one. A device coordinate is a logical
+// coordinate plus the viewport origin.
 class CDC : public CObject
 {
 public:
@@ -114,40 +118,50 @@ public:
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CDC();
+    // The context owns the target.
     explicit CDC(std::unique_ptr<DeviceTarget> target);
     ~CDC() override;
 
-    // An information context on the screen: its GetDeviceCaps alone is of use.
+    // Makes an information context for the screen. Only its GetDeviceCaps is useful.
     bool CreateDisplayInformation();
-    // A memory context: a source for BitBlt with the bitmap that is selected into it.
+    // Makes a memory context. With a bitmap selected into it, it is a source for BitBlt. Returns false if
+    // `like` is null or has no target.
     bool CreateCompatibleDC(const CDC* like);
-    // Draws on pixels in memory, which must outlive the context. The clip box is the whole buffer.
+    // Makes a context that draws on pixels in memory, which must outlive it. The clip box is the whole
+    // buffer.
     bool CreateOnPixels(PixelBuffer* pixels);
 
     bool IsPrinting() const;
+    // Returns 0 for an unknown index, and without a target.
     int GetDeviceCaps(int index) const;
     void SetViewportOrg(int x, int y) { m_origin = {x, y}; }
-    RegionKind GetClipBox(CRect* box) const; // logical coordinates
+    // Sets *box to the clip box, in logical coordinates. Returns ERRORREGION and an empty box without a
+    // target.
+    RegionKind GetClipBox(CRect* box) const;
 
-    CBitmap* SelectObject(CBitmap* bitmap);                      // the old one, or null
-    CPalette* SelectPalette(CPalette* palette, bool background); // the old one; never null on a device
-    UINT RealizePalette();                                       // colours changed: 0 on true-colour devices
-    int SetStretchBltMode(int mode);                             // the old mode
+    // Each Select and Set call returns the previous value. Selected objects are borrowed. A device context
+    // always has a palette.
+    CBitmap* SelectObject(CBitmap* bitmap);                      // null: no bitmap
+    CPalette* SelectPalette(CPalette* palette, bool background); // null without a target
+    UINT RealizePalette(); // returns the number of changed colours, which is 0 on true-colour devices
+    int SetStretchBltMode(int mode);
 
-    // One to one from a memory context with a bitmap. Cut to the bitmap's edges. False where nothing can be
-    // drawn.
+    // Draws a part of the bitmap that is selected into the memory context `source`, without scaling and
+    // clipped to the edges of the bitmap. Returns false if nothing can be drawn.
     bool BitBlt(int x, int y, int width, int height, const CDC& source, int source_x, int source_y,
                 UINT operation);
 
-    // An 8-bit bitmap with its own colours. y is where the top line goes; the source rectangle's origin is
-    // the lower left corner of the picture. Both return the number of lines drawn, 0 for none.
+    // Draw an 8-bit bitmap with its own colours. (x, y) is the upper left corner of the destination. source_y
+    // counts lines from the bottom of the picture. Each returns the number of lines drawn, 0 if there are
+    // none.
     int SetDIBitsToDevice(int x, int y, int width, int height, int source_x, int source_y,
                           const uint8_t* bits, const BitmapInfo& info);
     int StretchDIBits(int x, int y, int width, int height, int source_x, int source_y, int source_width,
                       int source_height, const uint8_t* bits, const BitmapInfo& info, UINT operation);
 
-    // On a printer: the page cannot be drawn, so nothing is printed. told: the user knows already; otherwise
-    // the print says that it failed. Elsewhere without effect.
+    // Call this if the page cannot be drawn on a printer: then nothing is printed. If `told` is true, the
+    // user has already seen a message; otherwise the print shows that it failed. On other devices it has no
+    // effect.
     void AbortDoc(bool told);
 
 protected:
@@ -166,8 +180,8 @@ private:
     int m_stretch_mode = COLORONCOLOR;
 };
 
-// The invalid part of a window, for the time of a paint. At its end the pixels that were not drawn become
-// white inside the window's picture and the background grey outside it.
+// Draws on the invalid part of a window during a paint. The destructor fills the pixels that were not drawn:
+// white inside the window's picture, the background grey outside it.
 class CPaintDC : public CDC
 {
 public:
@@ -175,7 +189,7 @@ public:
     ~CPaintDC() override;
 };
 
-// A window's client area outside of a paint.
+// Draws on the client area of a window outside of a paint.
 class CClientDC : public CDC
 {
 public:

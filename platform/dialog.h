@@ -1,4 +1,4 @@
-// Modal dialogs, their controls, and the exchange between controls and the dialog's own values.
+// Modal dialogs, their controls, and the exchange between the controls and the dialog's own values.
 #pragma once
 
 #include "platform/cstring.h"
@@ -7,84 +7,87 @@
 #include <cstdint>
 #include <vector>
 
-constexpr int IDOK = 1; // also the numbers of those two buttons
+constexpr int IDOK = 1; // results of DoModal; also the numbers of the two buttons
 constexpr int IDCANCEL = 2;
 
 // Notifications of controls, see OnControl.
 constexpr UINT BN_CLICKED = 0;
 constexpr UINT LBN_DBLCLK = 2;    // a double click, or Ctrl+Enter on the focused entry
-constexpr UINT CBN_SELCHANGE = 1; // the user has chosen another entry; not sent by SetCurSel
+constexpr UINT CBN_SELCHANGE = 1; // the user has selected another entry; not sent by SetCurSel
 
 // A bar of a chart.
 struct ChartBar {
-    double share = 0; // of the chart's height, 0 to 1
+    double share = 0; // height as a share of the chart's height, 0 to 1
     CString text;     // its tool tip
 };
 
 class CDialog;
 
-// One direction of UpdateData. What follows a failure is left alone.
+// One direction of UpdateData. After a failure, the remaining controls are skipped.
 class CDataExchange
 {
 public:
     CDataExchange(CDialog* dialog, bool save) : m_pDlgWnd(dialog), m_bSaveAndValidate(save) {}
 
-    // Shows the message, then leads back to the control: the dialog stays.
+    // Shows the message, then moves the focus to the control. The dialog stays open.
     void Fail(UINT id, const CString& message);
     bool HasFailed() const { return m_failed; }
 
     CDialog* const m_pDlgWnd;
-    const bool m_bSaveAndValidate; // from the controls to the values
+    const bool m_bSaveAndValidate; // true: from the controls to the values; false: the reverse
 
 private:
     bool m_failed = false;
 };
 
-// A dialog lives on the stack of whoever shows it, any number of times. While it is open no paint message and
-// no posted message reaches any other window. Its controls answer to their numbers only while it is open.
+// The caller creates a dialog on its stack and may show it any number of times. While it is open, no paint
+// message and no posted message reaches any other window. Its controls exist only while it is open.
 class CDialog : public CWnd
 {
 public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
-    explicit CDialog(UINT template_number); // one of the application's
+    explicit CDialog(UINT template_number); // number of a template in the application's resources
     ~CDialog() override;
 
-    // Shows the dialog over the main window and comes back when it has been ended: with IDOK, IDCANCEL or
-    // what EndDialog was given; -1 where there is no such template, no toolkit, or the dialog is open
-    // already.
+    // Shows the dialog over the active window, and returns after it has ended: IDOK, IDCANCEL, or the result
+    // that EndDialog received. Returns -1 if there is no such template or no application to show it, or if
+    // the dialog is open already.
     int DoModal();
-    void EndDialog(int result);    // while it is open, OnInitDialog included
-    bool DestroyWindow() override; // ends it as cancelled
+    void EndDialog(int result);    // while the dialog is open, also from OnInitDialog
+    bool DestroyWindow() override; // ends the dialog as cancelled; false if it is not open
 
-    // Values to controls, or with `save` back. False where a control does not hold what it should; the user
-    // has then been told.
+    // Copies the values to the controls, or with `save` the controls to the values. Returns false if the
+    // content of a control is not valid; the user has then seen a message.
     bool UpdateData(bool save = true);
 
-    // Empty text, 0 and no effect where there is no such control.
+    // If there is no such control, these do nothing and return empty text or false.
     void SetDlgItemText(UINT id, const CString& text);
     CString GetDlgItemText(UINT id) const;
     void CheckDlgButton(UINT id, bool on);
     bool IsDlgButtonChecked(UINT id) const;
-    void GotoDlgCtrl(UINT id);                // gives it the keys, with its text selected
+    void GotoDlgCtrl(UINT id);                // moves the focus to it and selects its text
     void BindControl(UINT id, CWnd& control); // see DDX_Control
     void SetDlgItemRows(UINT id, const std::vector<NamedText>& rows);
+    // percent: 0 to 100
     void SetDlgItemProgress(UINT id, int percent);
     void SetDlgItemBars(UINT id, std::vector<ChartBar> bars);
 
-    // Work while the dialog is open. From now on OnWork is called from the dialog's loop, again and again
-    // while it returns true. Input and paints come between two calls: a call that takes a few milliseconds
-    // is not felt. A box may be open within a call; there is no further call meanwhile.
+    // Work in steps while the dialog is open. After StartWork, the dialog's loop calls OnWork again and again
+    // while it returns true. Input and paints are handled between two calls, so a call should take only a few
+    // milliseconds. If a call opens a box, the next call comes after the box has closed.
     void StartWork();
     void StopWork();
 
 protected:
-    virtual bool OnInitDialog(); // before it shows. True: the first control gets the keys; false: as set
+    // Called before the dialog is shown. Returns true to focus the first control, false if it has set the
+    // focus itself.
+    virtual bool OnInitDialog();
     virtual void OnOK();
     virtual void OnCancel();
     virtual void DoDataExchange(CDataExchange* exchange);
-    virtual bool OnWork(); // a step of the work; false: it is done
+    virtual bool OnWork(); // a step of the work; returns false after the last step
 
     bool OnCommandMessage(UINT command) override;
     LRESULT DefWindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
@@ -96,15 +99,15 @@ private:
     bool m_ended = false;
 };
 
-// The entries are sorted: those in brackets first, then by name, see ComesBefore. They are bytes; only on the
-// screen is a replacement shown for what cannot be displayed.
+// A list box. Its entries are sorted: entries in brackets first, then by name, see ComesBefore. Entries are
+// bytes. On the screen, characters that cannot be displayed are replaced.
 class CListBox : public CWnd
 {
 public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
-    void SetContent(std::vector<CString> entries); // replaces all; then nothing is selected
+    void SetContent(std::vector<CString> entries); // replaces all entries; no entry is selected
     int GetCount() const;
     CString GetText(int index) const;     // empty if there is no such entry
     std::vector<int> GetSelItems() const; // ascending
@@ -117,26 +120,30 @@ public:
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     int GetCount() const;
-    CString GetLBText(int index) const; // empty after the end
+    CString GetLBText(int index) const; // empty if there is no such entry
+    // -1 selects no entry.
     void SetCurSel(int index);
 };
 
+// Each exchanges one control with one value, and does nothing after a failure.
 void DDX_Check(CDataExchange* exchange, UINT id, bool& value);
 void DDX_Text(CDataExchange* exchange, UINT id, CString& value);
-// A whole number from minimum to maximum, which the user is told if the field holds anything else.
+// Exchanges an integer. If the field does not hold an integer from minimum to maximum, shows a message with
+// the two limits and fails.
 void DDX_Number(CDataExchange* exchange, UINT id, int32_t& value, int32_t minimum, int32_t maximum);
-// Makes `control` the dialog's control of that number, for as long as the dialog is open.
+// Binds `control` to the dialog's control with this number, while the dialog is open.
 void DDX_Control(CDataExchange* exchange, UINT id, CWnd& control);
 
-// What DlgDirList lists, added up.
+// Selects what DlgDirList lists. Flags may be combined.
 enum DirectoryListFlag : UINT {
-    DDL_DIRECTORY = 0x10,   // sub-directories as "[name]", and the one above as "[..]" except at the root
-    DDL_ARCHIVE = 0x20,     // files not yet viewed
-    DDL_DRIVES = 0x4000,    // there are none
-    DDL_EXCLUSIVE = 0x8000, // of the files only those that the word names: without it all are listed
+    DDL_DIRECTORY = 0x10,   // sub-directories as "[name]", and "[..]" except at the root
+    DDL_ARCHIVE = 0x20,     // with DDL_EXCLUSIVE: files not viewed yet
+    DDL_DRIVES = 0x4000,    // no effect: there are no drives
+    DDL_EXCLUSIVE = 0x8000, // only the files selected by other flags; without it, all files are listed
 };
 
-// Fills a dialog's list box from a directory. `*target` is the directory, closed by "/" (without one: the
-// process's own), and patterns behind it; the patterns alone are left in it. The control `path` shows the
-// directory. False where it cannot be listed, or target has more than 4095 bytes: then all stays as it was.
+// Fills a dialog's list box with the entries of a directory. *target is the directory, ending with "/",
+// followed by patterns. Without a directory, the working directory of the process is listed. Afterwards
+// *target holds only the patterns. The control `path` shows the directory. Returns false and changes nothing
+// if the directory cannot be listed, or if *target has more than 4095 bytes.
 bool DlgDirList(CDialog& dialog, CString* target, UINT list, UINT path, UINT types);

@@ -1,4 +1,4 @@
-// What a dialog shows of a directory: its files by a pattern, its sub-directories, and which files are
+// Lists what a dialog shows of a directory: files that match a pattern, sub-directories, and which files were
 // viewed.
 #pragma once
 
@@ -9,32 +9,32 @@
 #include <vector>
 
 struct DirectoryEntry {
-    CString name;           // bytes as they stand in the directory, be they UTF-8 or not
-    FileStatus status;      // links followed, so a file or a directory
-    bool is_viewed = false; // of files, where marks were to be read
+    CString name;           // the bytes of the name, valid UTF-8 or not
+    FileStatus status;      // links followed: the status of a file or a directory
+    bool is_viewed = false; // of files, if the marks were read
 };
 
 struct DirectoryListing {
-    int error = 0; // errno; entries is empty then
+    int error = 0; // errno; `entries` is then empty
     std::vector<DirectoryEntry> entries;
 };
 
 enum class Marks {
-    leave, // no entry counts as viewed, and no mark costs anything
+    leave, // marks are not read, at no cost: no entry is viewed
     read
 };
 
 // Lists the regular files of `directory` whose names match `patterns` (see MatchesPatterns), and all its
-// sub-directories; of links what they lead to. Names with a leading dot ("." and ".." too), special files,
-// and what cannot be looked at are left out; a file that may not be read is listed. In no order.
+// sub-directories, in no order. Links are followed. Names with a leading dot (also "." and ".."), special
+// files, and entries whose status cannot be read are left out. A file that may not be read is listed.
 //
-// If the user interrupts it, the listing has what there was until then.
+// If the user interrupts the listing, it contains the entries that were read before.
 //
-// One status call an entry and one for the mark of a file that matches. A directory that is empty gives no
-// entries and no error; one that is not there, is no directory or may not be read gives errno.
+// Makes one status call per entry, and one call for the mark of each matching file. An empty directory has no
+// entries and no error. A directory that does not exist, is no directory or may not be read sets `error`.
 DirectoryListing ListDirectory(const CString& directory, const CString& patterns, Marks marks);
 
-// Whether the whole name matches one of the patterns, which stand between semicolons, blanks round them
-// skipped, as in "*.tif; *.low". "*" stands for any text, "?" for one character; case of ASCII letters does
-// not count. "*.*" matches every name, and so do no patterns at all.
+// Returns true if the whole name matches one of the patterns. Patterns are separated by semicolons, with
+// blanks around them ignored, as in "*.tif; *.low". "*" matches any text, "?" one character. The case of
+// ASCII letters is ignored. "*.*" matches every name, and so does an empty list of patterns.
 bool MatchesPatterns(std::string_view name, std::string_view patterns);

@@ -1,4 +1,4 @@
-// Documents, and the template that makes document, frame and view.
+// Documents, and the template that makes the document, its frame and its view.
 #pragma once
 
 #include "platform/cstring.h"
@@ -16,30 +16,31 @@ public:
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CDocument();
-    ~CDocument() override; // views that are left lose their document
+    ~CDocument() override; // removes itself from its views
 
     const CString& GetTitle() const { return m_title; }
-    virtual void SetTitle(const CString& title); // and the titles of its frames
+    virtual void SetTitle(const CString& title); // also updates the titles of its frames
     const CString& GetPathName() const { return m_path; }
-    // Also proposes the file's name as the title, through SetTitle.
+    // Also sets the file's name as the title, through SetTitle.
     virtual void SetPathName(const CString& path, bool add_to_recent = true);
     bool IsModified() const { return m_modified; }
     void SetModifiedFlag(bool modified) { m_modified = modified; }
 
-    virtual bool OnNewDocument(); // DeleteContents, and not modified
+    virtual bool OnNewDocument(); // calls DeleteContents and resets path and modified flag; returns true
     virtual bool OnOpenDocument(const CString& path) = 0;
     virtual void DeleteContents();
-    // Destroys the frames of all views, the last first, then deletes the document.
+    // Destroys the frames of all views, the last one first, then deletes the document.
     virtual void OnCloseDocument();
 
     void AddView(CView* view);
     void RemoveView(CView* view);
-    std::vector<CView*> GetViews() const { return m_views; } // a copy: views may go while it is walked
+    // Returns a copy, because views may be destroyed while a caller uses the list.
+    std::vector<CView*> GetViews() const { return m_views; }
     bool HasView(const CView* view) const;
 
-    // OnUpdate of each view but sender.
+    // Calls OnUpdate of each view except sender.
     void UpdateAllViews(CView* sender, LPARAM hint = 0, CObject* hint_object = nullptr);
-    void UpdateFrameCounts(); // the titles of its frames
+    void UpdateFrameCounts(); // updates the titles of its frames
 
 protected:
     static const MessageMap messages;
@@ -52,7 +53,7 @@ private:
     std::vector<CView*> m_views;
 };
 
-// What a new frame and its view are made with.
+// The objects from which a new frame makes its view.
 class CCreateContext
 {
 public:
@@ -61,23 +62,24 @@ public:
     CView* m_pLastView = nullptr;
 };
 
-// One document, reused for every file, in one main frame.
+// Manages the single document, which is used again for every file, and its main frame.
 class CSingleDocTemplate : public CObject
 {
 public:
     CSingleDocTemplate(UINT resource, const CRuntimeClass& document, const CRuntimeClass& frame,
                        const CRuntimeClass& view);
 
-    // A null path makes an empty document. On the first call document, frame and view are made and the frame
-    // shows. After each success the views get their initial update. Null if the document refused.
+    // Opens a file; a null path makes an empty document. The first call makes the document, the frame and the
+    // view, and shows the frame. After a success the views receive OnInitialUpdate. Returns null if the
+    // document or the frame refused.
     CDocument* OpenDocumentFile(const CString* path);
     CDocument* GetDocument() const { return m_document; }
-    void ForgetDocument() { m_document = nullptr; } // it is being deleted
+    void ForgetDocument() { m_document = nullptr; } // called when the document is deleted
 
 private:
     UINT m_resource;
     const CRuntimeClass& m_documentClass;
     const CRuntimeClass& m_frameClass;
     const CRuntimeClass& m_viewClass;
-    CDocument* m_document = nullptr; // owns itself, see OnCloseDocument
+    CDocument* m_document = nullptr; // deletes itself, see OnCloseDocument
 };

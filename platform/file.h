@@ -1,14 +1,15 @@
-// Files: page files as descriptors and as CFile, and transfers over any open handle.
+// Files: page files as descriptors and as CFile, and transfers with any open handle.
 #pragma once
 
 #include "platform/cstring.h"
 #include "platform/types.h"
 
-// Opens a regular file for reading, links followed. Anything else (directory, FIFO, device, no permission, no
-// file, a path of 4096 bytes and more) gives -1 and never blocks. The caller closes the descriptor.
+// Opens a regular file for reading, following links. Never blocks. Returns a descriptor, which the caller
+// closes. Returns -1 with errno set if the path is no regular file (a directory, FIFO or device), does not
+// exist, has 4096 bytes or more, or may not be read.
 int OpenRegularFile(const CString& path);
 
-// What the operations of CFile throw.
+// Thrown by the operations of CFile.
 class CFileException
 {
 public:
@@ -24,11 +25,11 @@ public:
     explicit CFileException(int32_t os_error);
 
     int m_cause;
-    int32_t m_lOsError; // errno of the failure
+    int32_t m_lOsError; // errno of the failed operation
 };
 
-// A regular file, at a position of its own; by the same rule as OpenRegularFile. Every operation throws a
-// CFileException where it cannot be done as asked.
+// A regular file with its own position, opened by the rule of OpenRegularFile. The constructor, Seek, Read,
+// Write and Close throw a CFileException if they fail.
 class CFile
 {
 public:
@@ -36,44 +37,44 @@ public:
         modeRead = 0,
         modeWrite = 1,
         modeReadWrite = 2,
-        shareDenyNone = 0x40,    // always so here: no other program is kept out
-        modeCreate = 0x1000,     // makes the file, or empties the one that is there; with a mode that writes
-        modeNoTruncate = 0x2000, // with modeCreate: what is there stays
+        shareDenyNone = 0x40,    // has no effect: other programs can always open the file
+        modeCreate = 0x1000,     // creates the file, or empties an existing one; needs a mode that writes
+        modeNoTruncate = 0x2000, // with modeCreate: keeps the content of an existing file
     };
 
-    CFile(const CString& path, UINT flags); // at offset 0
+    CFile(const CString& path, UINT flags); // the position is 0
     CFile(const CFile&) = delete;
     CFile& operator=(const CFile&) = delete;
-    ~CFile(); // closes, without a word
+    ~CFile(); // closes the file and ignores a failure
 
-    void Seek(int64_t offset);                   // from the start
-    uint32_t Read(void* buffer, uint32_t bytes); // the bytes that came: fewer only at the end of the file
+    void Seek(int64_t offset);                   // bytes from the start of the file
+    uint32_t Read(void* buffer, uint32_t bytes); // returns the bytes read: fewer only at the end of the file
     void Write(const void* buffer, uint32_t bytes);
     void Close();
 
-    // Behind the position; -1 where the file does not tell its size.
+    // Bytes from the position to the end of the file; -1 if the file has no known size.
     int64_t BytesLeft() const;
 
 private:
-    int m_file = -1; // -1 once closed
+    int m_file = -1; // -1 after Close
 };
 
 // ---- Transfers over handles ------------------------------------------------------------------------------
 
 using HANDLE = int; // a file descriptor
 
-constexpr int32_t kIoPending = 997; // the last error of a transfer that goes on; no errno has this number
+constexpr int32_t kIoPending = 997; // last error of a transfer that is not complete; no errno has this value
 
-// A transfer that is pending. One at a time; it and the buffer stay where they are until the transfer is
-// over.
+// A pending transfer. A handle can have one at a time. The record and the buffer must stay in place until the
+// transfer is complete.
 struct OVERLAPPED {
-    char* buffer = nullptr; // what is still to be transferred
+    char* buffer = nullptr; // the part that is still to be transferred
     uint32_t bytes = 0;
     uint32_t done = 0;
     bool writes = false;
 };
 
-// The calls below, as a test may replace them.
+// The functions below. A test may replace them.
 class FileTransfers
 {
 public:
@@ -86,16 +87,18 @@ public:
     virtual int32_t LastError() = 0;
     virtual int64_t BytesLeft(HANDLE handle) = 0;
 };
-void SetFileTransfers(FileTransfers* transfers); // null restores those of the system
+void SetFileTransfers(FileTransfers* transfers); // borrowed; null restores those of the system
 
-// At the handle's position. *done becomes the bytes transferred: ReadFile gives what one read brings, 0 at
-// the end; WriteFile writes all. False: GetLastError has the reason. On a handle that does not block and is
-// not ready, a call with `overlapped` fails with kIoPending, and GetOverlappedResult has the outcome;
-// without, that is an error.
+// Transfer bytes at the handle's position, and set *done to the number of bytes transferred. ReadFile returns
+// after one read, with 0 bytes at the end of the file. WriteFile writes all bytes. Each returns false after a
+// failure, and GetLastError then returns the reason. If the handle is non-blocking and not ready, a call with
+// `overlapped` fails with kIoPending, and GetOverlappedResult returns the outcome. A call without
+// `overlapped` fails with EAGAIN.
 bool ReadFile(HANDLE handle, void* buffer, uint32_t bytes, uint32_t* done, OVERLAPPED* overlapped);
 bool WriteFile(HANDLE handle, const void* buffer, uint32_t bytes, uint32_t* done, OVERLAPPED* overlapped);
-// With wait, blocks until the pending transfer is over. Without, one that is not fails with kIoPending.
+// Completes a pending transfer. If `wait` is true, blocks until the transfer is complete. Otherwise fails
+// with kIoPending if it is not complete.
 bool GetOverlappedResult(HANDLE handle, OVERLAPPED* overlapped, uint32_t* done, bool wait);
-int32_t GetLastError(); // of the last transfer that failed: errno, or kIoPending
-// Behind the position of a regular file; -1 where there is no telling.
+int32_t GetLastError(); // of the last failed transfer: errno, or kIoPending
+// Bytes from the position to the end of a regular file; -1 if this is not known.
 int64_t BytesLeft(HANDLE handle);

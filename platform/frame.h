@@ -1,4 +1,4 @@
-// Top-level windows with menu, status bar and one view, and the status bar itself.
+// Top-level windows with a menu, a status bar and one view; and the status bar.
 #pragma once
 
 #include "platform/doc.h"
@@ -8,15 +8,15 @@
 
 enum FrameStyle : uint32_t {
     WS_OVERLAPPEDWINDOW = 0x00cf0000,
-    FWS_ADDTOTITLE = 0x00008000, // the document's title goes into the window's
+    FWS_ADDTOTITLE = 0x00008000, // the window's title contains the document's title
     WS_CHILD = 0x40000000,
     WS_VISIBLE = 0x10000000,
     CBRS_BOTTOM = 0x8000,
 };
 
-constexpr size_t kTitleBytes = 255;
+constexpr size_t kTitleBytes = 255; // largest length of a title
 
-// A window's title: the label and what follows it. A label that is too long is cut.
+// Returns a window's title: the label and the suffix. If the title is too long, the label is cut.
 CString WindowTitle(const CString& label, const CString& suffix);
 
 class CFrameWnd : public CWnd
@@ -28,39 +28,45 @@ public:
     CFrameWnd();
     ~CFrameWnd() override;
 
-    // The application's main window: its menu, accelerators and title.
+    // Makes the application's main window, with its menu, accelerators and title. Returns false if the window
+    // could not be made; the frame then deletes itself.
     bool LoadFrame(UINT resource, uint32_t style, CCreateContext* context);
-    // A further top-level window, with neither menu nor parent. rect is the frame's; an empty one takes the
-    // default.
+    // Makes a further top-level window, without menu and without parent. rect is the rectangle of the frame.
+    // If it is empty or on no screen, the frame is as large as the primary screen. Fails like LoadFrame.
     bool Create(const CString& title, uint32_t style, const CRect& rect, CCreateContext* context);
 
     CView* GetActiveView() const { return m_activeView; }
+    // If `notify` is true, calls OnActivateView of the old and of the new view.
     void SetActiveView(CView* view, bool notify = true);
     CDocument* GetActiveDocument() const;
+    // Shows the frame in front of the other windows, and makes its view the active one. show_command is a
+    // ShowCommand, or -1: restores the frame if it is minimised, else leaves its state unchanged.
     void ActivateFrame(int show_command = -1);
+    // Shows the current title of the document.
     virtual void OnUpdateFrameTitle(bool add_to_title);
 
-    CWnd* GetDescendantWindow(UINT id) const; // the pane of that number, or null
-    // Before it shows: puts the frame's corner there and makes it as large as the client area needs. (What a
-    // window manager draws round it is known only once it shows.) Where the screen's ratio cannot give that
-    // size, it becomes a pixel larger. No larger than all screens together. For a frame without menu and
-    // status bar.
+    CWnd* GetDescendantWindow(UINT id) const; // the view; null for any number but AFX_IDW_PANE_FIRST
+    // Places the upper left corner of the frame, and resizes the frame so that its client area has at least
+    // the size `client`. Call it before the frame is shown. The client area is a pixel larger if the screen's
+    // device pixel ratio does not allow the exact size, and never larger than all screens together. The frame
+    // must have neither menu nor status bar.
     void PlaceClient(CPoint corner, CSize client);
 
-    // Fills the screen, without title bar and menu bar; the accelerators work on. Its placement is that of
-    // before, and so it comes back.
+    // Full screen: without title bar and menu bar. Accelerators still work. GetWindowPlacement still returns
+    // the placement from before, which is restored at the end.
     void ShowFullScreen(bool on);
     bool IsFullScreen() const;
 
     bool OnCmdMsg(UINT command, CommandStep step, CCmdUI* ui) override;
     bool HasCommandHandler(UINT command) override;
-    // The state of a menu entry, from its update handler or, without one, from whether a handler would run
-    // it.
+    // Returns the state of a menu entry from its update handler. Without an update handler, the entry is
+    // enabled if a handler would run its command.
     CCmdUI QueryCommand(UINT command);
-    // Text of the message pane while no menu entry's prompt covers it. By default the idle message.
+    // Returns the text of the message pane, by default the idle message. The prompt of a menu entry covers
+    // it.
     virtual CString GetMessageText() const;
-    // Shows the message text and asks the update handlers of the other status panes; those that nobody
-    // enables are blanked. Called when nothing is left to do and before a box or dialog opens.
+    // Shows the message text, and calls the update handlers of the other status panes. A pane that no handler
+    // enables is blank. Called when the program becomes idle, and before a box or dialog opens.
     void UpdateStatusPanes();
 
 protected:
@@ -71,21 +77,22 @@ protected:
     bool PreCreateWindow(CREATESTRUCT& cs) override;
     bool OnCommandMessage(UINT command) override;
     void DestroyChildren() override;
-    virtual int OnCreate(const CREATESTRUCT& cs); // 0, or -1 to refuse; makes the view of the context
+    virtual int OnCreate(const CREATESTRUCT& cs); // makes the view of the context; returns 0, or -1 to refuse
     void OnClose();
     void OnDestroy();
-    LRESULT OnDropFiles(WPARAM, LPARAM files); // pointer to std::vector<CString>; the application opens them
-    void PostNcDestroy() override;             // deletes the frame
+    // files: pointer to a std::vector<CString>. The application opens them.
+    LRESULT OnDropFiles(WPARAM, LPARAM files);
+    void PostNcDestroy() override; // deletes the frame
 
 private:
     friend class CView;
-    void ForgetView(const CView* view); // its window is going
+    void ForgetView(const CView* view); // called when the view is destroyed
     friend class CStatusBar;
     bool CreateFromStruct(CREATESTRUCT& cs);
     void MakePeer(const CREATESTRUCT& cs);
 
     CView* m_activeView = nullptr;
-    CView* m_pane = nullptr;                 // owns itself
+    CView* m_pane = nullptr;                 // the view; deletes itself
     class CStatusBar* m_statusBar = nullptr; // a member of the derived frame
     uint32_t m_style = 0;
     CString m_baseTitle;
@@ -100,12 +107,14 @@ public:
     CStatusBar();
     ~CStatusBar() override;
 
+    // Makes the bar in a frame. Returns false if `parent` has no window.
     bool Create(CFrameWnd* parent, uint32_t style = WS_CHILD | WS_VISIBLE | CBRS_BOTTOM, UINT id = 59393);
-    // One pane a number; 0 is the stretching message pane, the others are as wide as their string resource.
+    // Makes one pane for each number. Pane 0 is the message pane, which takes the free width. The others are
+    // as wide as their string resource. Returns false if the bar has no window.
     bool SetIndicators(std::span<const UINT> ids);
-    bool SetPaneText(int index, const CString& text); // shown at once
+    bool SetPaneText(int index, const CString& text); // shown at once; false if there is no such pane
     CString GetPaneText(int index) const;
-    void EnablePane(int index, bool on); // a disabled pane shows nothing
+    void EnablePane(int index, bool on); // a disabled pane is blank
     int GetPaneCount() const;
     UINT GetPaneId(int index) const;
 };

@@ -1,5 +1,5 @@
-// What the program tells nobody but the system's log.
+// Lines for the system's log, which the program does not show to the user.
 #pragma once
 
-// A line at debug level.
+// Writes a line at debug level.
 void OutputDebugStringA(const char* text);

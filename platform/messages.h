@@ -1,6 +1,7 @@
-// Messages and commands: their numbers, and the constant tables that lead them to handlers.
+// Messages and commands: their numbers, and the constant tables that map them to handlers.
 //
-// A class that handles messages has a table of entries and a map that links it to its base's:
+// A class that handles messages has a table of entries, and a map that links the table to the map of its
+// base:
 //
 //     const MessageEntry CPageView::entries[] = {
 //         On<WM_SIZE, &CPageView::OnSize>(),            // void (UINT type, int cx, int cy)
@@ -10,7 +11,8 @@
 //     };
 //     const MessageMap CPageView::messages{&CScrollView::messages, entries};
 //
-// On unpacks the two words by the message's own rule; a handler that does not fit does not compile.
+// On unpacks the two message parameters by the message's own rule. A handler that does not match does not
+// compile.
 #pragma once
 
 #include "platform/cobject.h"
@@ -23,13 +25,13 @@ enum Message : UINT {
     WM_CREATE = 0x0001,
     WM_DESTROY = 0x0002,
     WM_SIZE = 0x0005,
-    WM_ACTIVATE = 0x0006, // frame: 1 active, 0 no longer
+    WM_ACTIVATE = 0x0006, // to a frame; first parameter: 1 active, 0 no longer active
     WM_PAINT = 0x000f,
     WM_CLOSE = 0x0010,
     WM_KEYDOWN = 0x0100,
     WM_CHAR = 0x0102,
     WM_COMMAND = 0x0111,
-    WM_TIMER = 0x0113, // the timer's number, see CWnd::SetTimer
+    WM_TIMER = 0x0113, // first parameter: the timer's number, see CWnd::SetTimer
     WM_HSCROLL = 0x0114,
     WM_VSCROLL = 0x0115,
     WM_MOUSEMOVE = 0x0200,
@@ -40,10 +42,10 @@ enum Message : UINT {
     WM_RBUTTONUP = 0x0205,
     WM_RBUTTONDBLCLK = 0x0206,
     WM_MOUSEWHEEL = 0x020a,
-    WM_XBUTTONDOWN = 0x020b, // also of a quick second press
+    WM_XBUTTONDOWN = 0x020b, // also sent for the second press of a double click
     WM_DROPFILES = 0x0233,
     WM_MOUSELEAVE = 0x02a3, // the pointer has left a view
-    WM_USER = 0x0400,       // from here on: the application's own
+    WM_USER = 0x0400,       // the application's own messages begin here
 };
 
 enum VirtualKey : UINT {
@@ -59,17 +61,17 @@ enum VirtualKey : UINT {
     VK_DOWN = 0x28,
 };
 
-// First word of the mouse messages.
+// First parameter of the mouse messages.
 enum MouseFlag : UINT { MK_LBUTTON = 1, MK_RBUTTON = 2, MK_SHIFT = 4, MK_CONTROL = 8 };
 
-// High half of the first word of WM_XBUTTONDOWN: the mouse's buttons for back and forward.
+// High half of the first parameter of WM_XBUTTONDOWN: the mouse's buttons for back and forward.
 enum XButton : UINT { XBUTTON1 = 1, XBUTTON2 = 2 };
 constexpr UINT XButtonOf(UINT flags)
 {
     return flags >> 16;
 }
 
-// First word of WM_SIZE.
+// First parameter of WM_SIZE.
 enum SizeType : UINT { SIZE_RESTORED = 0, SIZE_MINIMIZED = 1, SIZE_MAXIMIZED = 2 };
 
 class CCmdUI;
@@ -86,7 +88,8 @@ struct MessageMap {
     const MessageMap* base; // null at the root
     std::span<const MessageEntry> entries;
 
-    const MessageEntry* Find(MessageEntry::Kind kind, UINT id) const; // this class first, then its bases
+    // Searches the entries of this class first, then those of its bases. Returns null if there is none.
+    const MessageEntry* Find(MessageEntry::Kind kind, UINT id) const;
 };
 
 class CCmdTarget : public CObject
@@ -96,22 +99,23 @@ public:
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     enum class CommandStep : uint8_t { run, update };
-    // Offers a command along the class's path. True if a handler took it. With update, ui is the entry asked
-    // for.
+    // Offers a command to the handlers on the class's path, in order. Returns true if one of them took it.
+    // For `update`, ui is the menu entry or status pane to be updated.
     virtual bool OnCmdMsg(UINT command, CommandStep step, CCmdUI* ui);
-    // True if some handler on the path would run the command.
+    // Returns true if a handler on the path would run the command.
     virtual bool HasCommandHandler(UINT command);
 
-    // A nested pair around work that may take long. The pointer becomes an hourglass, atOnce for work that a
-    // single call of the system may hold up. The outermost End restores it.
+    // These two enclose work that may take long. Pairs may be nested. The pointer becomes an hourglass: after
+    // a moment with whenDue, at once with atOnce. Use atOnce if a single system call may block. The outermost
+    // End restores the pointer.
     enum class Hourglass : uint8_t { whenDue, atOnce };
     static void BeginWaitCursor(Hourglass hourglass = Hourglass::whenDue);
     static void EndWaitCursor();
-    // To be called often from within the work, every few milliseconds; costs a look at the clock. Once the
-    // work has lasted a moment, the hourglass is due. After a second, calls look for the Escape key
-    // and for the closing of a window. True from then on until the outermost End: the work is to stop. As
-    // while a box is open, nothing paints and no posted message is handled during a look; other input waits
-    // until the work has ended.
+    // Call this from within the work every few milliseconds; it costs one reading of the clock. It shows the
+    // hourglass after the work has lasted a moment. After a second, it checks for the Escape key and for the
+    // closing of a window. If it finds one, it returns true from then on until the outermost End, and the
+    // work must stop. During a check nothing is painted and no posted message is handled, as while a box is
+    // open. Other input waits until the work has ended.
     static bool WorkInterrupted();
 
 protected:
@@ -232,8 +236,9 @@ constexpr MessageEntry OnUpdateCommand()
             }};
 }
 
-// What a control of a dialog tells: Code is one of the notifications in dialog.h, Id the control's number. It
-// comes as WM_COMMAND with the number in the lower 16 bits of the first word and the code in the next 16.
+// A notification from a control of a dialog. Code is one of the notifications in dialog.h, Id the control's
+// number. It arrives as WM_COMMAND, with the number in the lower 16 bits of the first parameter and the code
+// in the next 16.
 template <UINT Code, UINT Id, auto Handler>
 constexpr MessageEntry OnControl()
 {
@@ -243,7 +248,7 @@ constexpr MessageEntry OnControl()
     return entry;
 }
 
-// What an update handler answers with, about one menu entry or status pane.
+// An update handler sets the state of one menu entry or status pane in this record.
 class CCmdUI
 {
 public:

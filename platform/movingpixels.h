@@ -1,4 +1,4 @@
-// A picture of 32-bit pixels that is moved without being copied.
+// A picture of 32-bit pixels that can be moved without being copied.
 #pragma once
 
 #include "platform/raster.h"
@@ -11,12 +11,12 @@ class MovingPixels
 {
 public:
     MovingPixels() = default;
-    MovingPixels(int width, int height); // holds nothing if memory is short
+    MovingPixels(int width, int height); // holds no picture if a side is not above 0 or memory is short
 
-    // Valid until the next move.
+    // The pixels of the picture, valid until the next move. `pixels` is null if there is no picture.
     PixelBuffer Pixels() const;
-    // The pixel at x, y goes to x + dx, y + dy. What is uncovered holds any pixels. Moves are shorter than
-    // the sides.
+    // Moves the pixel at (x, y) to (x + dx, y + dy). The uncovered pixels have undefined values. A move must
+    // be shorter than the sides of the picture.
     void Move(int dx, int dy);
 
 private:
@@ -26,7 +26,7 @@ private:
 
     std::unique_ptr<uint32_t, Free> m_memory;
     ptrdiff_t m_size = 0;  // of the memory, in pixels
-    ptrdiff_t m_start = 0; // of the picture in it
+    ptrdiff_t m_start = 0; // offset of the picture in the memory, in pixels
     int m_width = 0;
     int m_height = 0;
 };

@@ -1,4 +1,4 @@
-// Shapes that show over a view's picture, and the pixels that they cover.
+// Shapes that are shown over a view's picture, and the pixels that they cover.
 #pragma once
 
 #include "platform/raster.h"
@@ -7,12 +7,13 @@
 #include <cstdint>
 #include <vector>
 
-// In pixels of the picture: a client pixel plus the scroll position. So a shape moves with the picture. Each
-// consists of a black and a white line side by side, so that it shows on black, white and grey.
+// A shape, in pixels of the picture: a client pixel plus the scroll position. So a shape moves with the
+// picture. It consists of a black and a white line side by side, so that it is visible on black, white and
+// grey.
 struct OverlayShape {
     enum class Kind : uint8_t {
-        frame, // from the pixel `from` to before the pixel `to`: black, and white inside of that
-        line   // both ends included: black, and white to the right of it or below
+        frame, // outline of a rectangle, `to` is just outside: black, and white inside of that
+        line   // both ends are included: black, and white to the right of it or below it
     };
     Kind kind;
     CPoint from;
@@ -20,20 +21,23 @@ struct OverlayShape {
     friend bool operator==(const OverlayShape&, const OverlayShape&) = default;
 };
 
+// A rectangle of one colour, in client pixels.
 struct OverlayPart {
     CRect rect;
     COLORREF color;
     friend bool operator==(const OverlayPart&, const OverlayPart&) = default;
 };
 
-// The rectangles that make up the shapes in a client area of that size, in the order in which they are drawn.
-// Coordinates may be any; the time depends on the client area alone.
+// Returns the rectangles that make up the shapes in a client area of size `client`, in drawing order.
+// `scrolled` is the scroll position. The shapes may have any coordinates. The time depends only on the client
+// area.
 std::vector<OverlayPart> OverlayParts(const std::vector<OverlayShape>& shapes, CPoint scrolled, CSize client);
 
-// A few rectangles that cover the parts: little more than a long straight edge, boxes along a slanting line.
+// Returns a few rectangles that cover the parts closely: the part itself for a long straight edge, small
+// boxes along a slanting line.
 std::vector<CRect> CoverOf(const std::vector<OverlayPart>& parts);
 
-// While it lives, the parts are in the buffer. Then the buffer is as it was.
+// Draws the parts into the buffer. The destructor restores the buffer's pixels.
 class OverlayOnPixels
 {
 public:
@@ -45,5 +49,5 @@ public:
 private:
     const PixelBuffer m_buffer;
     const std::vector<OverlayPart> m_parts;
-    std::vector<uint32_t> m_covered; // their pixels before, one part after the other
+    std::vector<uint32_t> m_covered; // the covered pixels, one part after the other
 };

@@ -1,19 +1,23 @@
-// The text of the settings file: groups of keys with a value each, and nothing that its reader would act on.
+// The text of the settings file: groups of keys and values. The parser only reads values and never acts on
+// them.
 #pragma once
 
 #include <map>
 #include <string>
 #include <string_view>
 
-// Keys are "group/key". Both are bytes; a value may be any, be they UTF-8 or not.
+// From "group/key" to the value. Both may hold any bytes, valid UTF-8 or not.
 using ProfileValues = std::map<std::string, std::string>;
 
-// Never fails: a line that is no group, key or comment is left out, and of a key that comes twice the last
-// one holds. A key before any group is in the group "General".
+// Reads a text of any bytes. Never fails: a line that is no group, key or comment is ignored. If a key occurs
+// twice, its last value counts. Keys before the first group are in the group "General".
 ProfileValues ParseProfile(std::string_view text);
 
-// Lines "[group]" and "key=value". In groups and keys all but letters, digits, "-", "." and "_" is written as
-// % and two digits; in a value control characters, bytes that are no UTF-8, quotation marks and backslashes
-// after a backslash, and it stands between quotation marks where blanks at its ends or a semicolon would be
-// misread. What has no "/" behind its first character is left out.
+// Returns the text with lines "[group]" and "key=value". A name without "/" after its first character is left
+// out.
+//
+// In groups and keys, each byte other than a letter, digit, "-", "." and "_" is written as % and two
+// hexadecimal digits. In a value, control characters and bytes that are not valid UTF-8 are written as \x and
+// two digits, and quotation marks and backslashes have a backslash before them. A value with a semicolon, or
+// with blanks at its start or end, is in quotation marks.
 std::string ComposeProfile(const ProfileValues& values);

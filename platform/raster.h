@@ -1,4 +1,4 @@
-// Pixels in memory, 32 bits each, and the two blits that fill them.
+// Pixels in memory, 32 bits each, and the two blits that write them.
 #pragma once
 
 #include "platform/dc.h"
@@ -16,9 +16,14 @@ struct PixelBuffer {
     uint32_t* Row(int y) const { return pixels + y * row_pixels; }
 };
 
-// Widens width pixels of height rows of 1 bit to 32. source points at the byte that holds the first pixel,
-// which is bit first_bit (0: the top one) of it; source rows are source_bytes apart and no byte behind the
-// one that holds a row's last pixel is read. target rows are target_pixels apart.
+// Expands 1-bit pixels to 32-bit pixels: `height` rows of `width` pixels.
+//
+//   target, target_pixels  the first pixel, and pixels from one row to the next
+//   source, source_bytes   the byte that holds the first pixel, and bytes from one row to the next
+//   first_bit              the bit of the first pixel in that byte, 0 to 7, 0 for the top bit
+//   zero, one              the colours of the two bit values
+//
+// No byte after the one with a row's last pixel is read.
 void ExpandBilevel(uint32_t* target, ptrdiff_t target_pixels, const uint8_t* source, ptrdiff_t source_bytes,
                    int first_bit, int width, int height, COLORREF zero, COLORREF one);
 
@@ -27,11 +32,11 @@ void ExpandBilevelPlain(uint32_t* target, ptrdiff_t target_pixels, const uint8_t
                         ptrdiff_t source_bytes, int first_bit, int width, int height, COLORREF zero,
                         COLORREF one);
 
-// Blits to a buffer, cut to clip and to the buffer. Parameters as in DeviceTarget.
+// Draw into a buffer, clipped to `clip` and to the buffer. The other parameters are those of DeviceTarget.
 void BlitBilevel(const PixelBuffer& buffer, const CRect& clip, const CRect& dest, const CBitmap& bitmap,
                  int source_x, int source_y, COLORREF zero, COLORREF one);
 void BlitIndexed(const PixelBuffer& buffer, const CRect& clip, const CRect& dest, const BitmapInfo& info,
                  const uint8_t* bits, const CRect& source, const COLORREF* colors);
 
-// A target over a buffer; both must outlive the context.
+// Makes a target that draws on a buffer. `pixels` and its memory must outlive the target.
 std::unique_ptr<DeviceTarget> MakePixelTarget(PixelBuffer* pixels);

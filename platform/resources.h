@@ -1,4 +1,4 @@
-// What an application brings along as constant data: menus, accelerators, texts, cursors, icon.
+// The constant data of an application: menus, accelerators, texts, cursors, icon.
 #pragma once
 
 #include "platform/types.h"
@@ -6,7 +6,7 @@
 #include <span>
 
 struct MenuItem {
-    const char* text; // with & before the access letter and, behind a tab, the keys to show
+    const char* text; // with & before the access letter; the keys to show are after a tab
     UINT command;     // 0: a separator
 };
 
@@ -16,9 +16,9 @@ struct PopupMenu {
 };
 
 struct Accelerator {
-    const char* keys; // as "Ctrl+Alt+S"
+    const char* keys; // for example "Ctrl+Alt+S"
     UINT command;
-    bool full_screen_only = false; // in the main window alone, while that fills the screen
+    bool full_screen_only = false; // only in the main window, while that fills the screen
 };
 
 struct StringResource {
@@ -33,34 +33,35 @@ struct CursorResource {
     CursorShape shape;
 };
 
-// Kinds of items of a dialog. A label leads to the next item that takes keys: that has its access letter and,
-// without access mark and colon, its name for those who cannot see. A progress bar and a chart have their own
-// text as that name.
+// Kinds of items of a dialog. A label belongs to the next item that takes keys: the item gets the label's
+// access letter, and the label's text without access mark and colon as its accessible name. The accessible
+// name of a progress bar or chart is its own text.
 enum class DialogItemKind : uint8_t {
     label,
-    path, // one line, cut in the middle where it is too long; then it has the whole text as its tool tip
+    path, // one line, cut in the middle if it is too long; the tool tip then shows the whole text
     number,
     list,  // sorted, with extended multiple selection
     combo, // drop-down list, sorted
     check,
-    text,     // rows of names and values, to be selected and copied; lines: its height, 0: it grows
-    progress, // of 100
+    text,     // rows of names and values that can be selected; lines: height, 0: grows with the dialog
+    progress, // in percent
     bars,     // a bar chart
-    icon,     // the application's, at the left of all else
+    icon,     // the application's icon, at the left of all other items
     defaultButton,
-    button // the buttons stand in one row at the foot, in the desktop's order
+    button // the buttons are in one row at the bottom, in the desktop's order
 };
 
 struct DialogItem {
     DialogItemKind kind;
-    bool beside = false;                       // on the line of the item before
-    UINT id = 0;                               // 0: a label that nobody asks for
+    bool beside = false;                       // on the same line as the item before
+    UINT id = 0;                               // 0: a label that the program never accesses
     const char* text = "";                     // with & before the access letter
-    std::span<const char* const> entries = {}; // of a combo box at its start
+    std::span<const char* const> entries = {}; // initial entries of a combo box
+    // Height of a text item in lines of text.
     int lines = 0;
 };
 
-// A dialog from top to bottom. The toolkit lays the items out for their texts, the font and the screen.
+// A dialog from top to bottom. Qt computes the layout from the texts, the font and the screen.
 struct DialogTemplate {
     UINT id;
     const char* title;
@@ -80,7 +81,7 @@ struct ApplicationResources {
     const DialogTemplate* FindDialog(UINT id) const; // null if there is none
 };
 
-// Command numbers of the layer.
+// Command numbers that the layer uses.
 constexpr UINT ID_FILE_OPEN = 57601;
 constexpr UINT ID_FILE_PRINT_SETUP = 57606;
 constexpr UINT ID_FILE_PRINT = 57607;

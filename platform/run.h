@@ -1,13 +1,13 @@
-// The way into the program.
+// The start of the program.
 #pragma once
 
 #include "platform/app.h"
 
-// Runs the application until its main window is gone: InitInstance, the message loop, ExitInstance. Returns
-// the exit status. program_name is argv[0].
+// Runs the application until its main window is destroyed: InitInstance, the message loop, ExitInstance.
+// Returns the exit status. program_name is argv[0]. command_line is the rest of the command line.
 //
-// Without a display this ends the process with status 1, after one line on the standard error stream.
+// Without a display, writes one line to the standard error stream and ends the process with status 1.
 //
-// SIGTERM, SIGINT and SIGHUP cancel the boxes and dialogs that are open and then close the main window. A
-// second signal ends the process at once. A signal that the process was started to ignore stays ignored.
+// SIGTERM, SIGINT and SIGHUP cancel the boxes and dialogs that are open, and then close the main window. A
+// second signal ends the process at once. A signal that was ignored when the process started stays ignored.
 int RunApplication(CWinApp& app, const char* program_name, const CString& command_line);

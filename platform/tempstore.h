@@ -1,4 +1,5 @@
-// A temporary file that vanishes by itself, with its space reserved, and its mapping.
+// A temporary file without a name, and its mapping. Its space is reserved. It disappears when it is closed or
+// the program ends.
 #pragma once
 
 #include <cstddef>
@@ -6,21 +7,24 @@
 
 constexpr int kInvalidFile = -1;
 
-// Creates a file of bytes bytes in $TMPDIR, else in /var/tmp, else in /tmp: unique name with the prefix,
-// unlinked at once, its space really reserved. A directory is skipped if it cannot be used, if the file would
-// take more than half of the free space there, or, on tmpfs, more than half of the free memory. kInvalidFile
-// if none could hold it or bytes is not above 0. Close it with CloseTempFile.
+// Creates a file of `bytes` bytes in $TMPDIR, else in /var/tmp, else in /tmp. The file has a unique name with
+// the prefix, which is unlinked at once. Its space is really reserved. A directory is skipped if it cannot be
+// used, if the file would take more than half of the free space there, or, on tmpfs, more than half of the
+// free memory. $TMPDIR is also skipped if it is not an absolute path. Returns a descriptor, which the caller
+// closes with CloseTempFile. Returns kInvalidFile if no directory could hold the file, or if bytes is not
+// above 0.
 int CreateTempFile(const char* prefix, int64_t bytes);
 void CloseTempFile(int file);
-// Writes bytes at an offset within the file. They are visible through its mapping. Filling pages that have
-// not been touched yet costs a sixth of what it costs through the mapping. Returns the number of bytes
+// Writes bytes at an offset within the file. They are visible through its mapping. For pages that were never
+// touched, this costs a sixth of the time of writing through the mapping. Returns the number of bytes
 // written: count, or fewer with errno set.
 size_t WriteTempFile(int file, int64_t offset, const uint8_t* bytes, size_t count);
 
-// Maps the whole file for reading and writing; null on failure.
+// Maps the whole file, of `bytes` bytes, for reading and writing. Returns null if that fails. The caller
+// unmaps it with UnmapTempFile.
 uint8_t* MapTempFile(int file, int64_t bytes);
 void UnmapTempFile(uint8_t* view, int64_t bytes);
 
-// The mapped pages no longer count as memory of this process until they are touched again. Their contents
-// stay in the file. view is MapTempFile's result.
+// Removes the mapped pages from this process's memory until they are touched again. Their contents stay in
+// the file. view is the result of MapTempFile.
 void ReleaseTempPages(uint8_t* view, int64_t bytes);

@@ -1,4 +1,4 @@
-// The plain types of the document/view layer: message words, points, rectangles, colours.
+// The plain types of the document/view layer: message parameters, points, rectangles, colours.
 // All coordinates of this layer are device pixels.
 #pragma once
 
@@ -8,7 +8,7 @@ using UINT = uint32_t;
 using WPARAM = uint64_t;
 using LPARAM = int64_t;
 using LRESULT = int64_t;
-using COLORREF = uint32_t; // 0xffRRGGBB, as the pixels of a 32-bit buffer
+using COLORREF = uint32_t; // 0xffRRGGBB, like the pixels of a 32-bit buffer
 
 struct CPoint {
     int x = 0;
@@ -22,7 +22,7 @@ struct CSize {
     friend bool operator==(const CSize&, const CSize&) = default;
 };
 
-// Half open: right and bottom lie just outside.
+// Half open: the column `right` and the row `bottom` are outside.
 struct CRect {
     int left = 0;
     int top = 0;
@@ -35,7 +35,7 @@ struct CRect {
     friend bool operator==(const CRect&, const CRect&) = default;
 };
 
-// Two 32-bit halves in one message word; no coordinate loses its sign.
+// Pack two numbers into one message parameter as 32-bit halves, so that no coordinate loses its sign.
 constexpr LPARAM PackPoint(int x, int y)
 {
     return static_cast<LPARAM>(uint64_t{static_cast<uint32_t>(y)} << 32 | static_cast<uint32_t>(x));
@@ -66,5 +66,6 @@ constexpr COLORREF Grey(unsigned value)
     return 0xff000000U | (value & 0xffU) * 0x010101U;
 }
 
-// a * b / c in 64 bits, rounded to nearest, halves away from 0. -1 where c is 0 or the result does not fit.
+// Returns a * b / c, computed in 64 bits and rounded to nearest, halves away from 0. Returns -1 if c is 0 or
+// the result does not fit an int.
 int MulDiv(int a, int b, int c);

@@ -1,17 +1,18 @@
-// The version that a program file carries: an ELF note of the owner "Vestrel" and the type 1, whose content
-// starts with four 16-bit numbers in the byte order of the file. The build puts one into Lumenta's own file.
+// The version in a program file: an ELF note with the owner "Vestrel" and the type 1. Its content starts with
+// four 16-bit numbers in the byte order of the file. The build puts such a note into Lumenta's own file.
 #pragma once
 
 #include "platform/cstring.h"
 
-// The file of the running program, also when another one has been installed over it since.
+// The file of the running program, even if another version has been installed over it since.
 constexpr const char* kOwnProgramFile = "/proc/self/exe";
 
-// The version in a program or library file, as "%d.%d.%d.%d" in the order of the note; of 32 or 64 bits, in
-// either byte order, for whatever machine, stripped or not. Empty where the file has none, is no such file,
-// is damaged ahead of the note, or cannot be read; an empty path is such a file. Never blocks, allocates no
-// more than the result.
+// Returns the version in a program or library file as "%d.%d.%d.%d", in the order of the note. The file may
+// be for any machine, with 32 or 64 bits and either byte order, and may be stripped. Returns empty text if
+// the path is empty, the file cannot be read, is not such a file or has no version, or is damaged before the
+// note. Never blocks, and allocates only the result.
 CString GetFileVersionText(const CString& path);
 
-// The same of an open file, from its start wherever its position is. The descriptor stays the caller's.
+// The same for an open file. Reads from the file's start, regardless of its position. The caller keeps the
+// descriptor.
 CString FileVersionTextOf(int file);

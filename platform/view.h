@@ -1,4 +1,4 @@
-// Views: a window on a document inside a frame, with painting and printing; and one that scrolls.
+// Views: a window on a document inside a frame, with painting and printing; and a view that scrolls.
 #pragma once
 
 #include "platform/dc.h"
@@ -9,7 +9,7 @@
 
 #include <vector>
 
-// What a print run knows. Pages count from 1.
+// The data of a print run. Pages count from 1.
 class CPrintInfo
 {
 public:
@@ -35,32 +35,38 @@ public:
     CView();
     ~CView() override;
 
-    // Makes the window as the pane of a frame and joins the document of the context.
+    // Makes the view's window inside a frame, and adds the view to the document of the context. Returns true.
     bool Create(CFrameWnd* frame, CCreateContext* context);
 
     CDocument* GetDocument() const { return m_document; }
-    bool OnCmdMsg(UINT command, CommandStep step, CCmdUI* ui) override; // itself, then its document
+    // Offers the command to the view, then to its document.
+    bool OnCmdMsg(UINT command, CommandStep step, CCmdUI* ui) override;
     bool HasCommandHandler(UINT command) override;
 
-    virtual void OnInitialUpdate();                                          // OnUpdate without hint
+    virtual void OnInitialUpdate();                                          // calls OnUpdate without a hint
     virtual void OnUpdate(CView* sender, LPARAM hint, CObject* hint_object); // invalidates the window
     virtual void OnDraw(CDC* dc) = 0;
+    // Called before OnDraw and OnPrint. Does nothing; a scroll view sets the viewport origin of `dc` unless
+    // dc prints.
     virtual void OnPrepareDC(CDC* dc, CPrintInfo* info = nullptr);
-    virtual void OnActivateView(bool activate, CView* activated, CView* deactivated); // takes the focus
+    // Called when the view is activated or no longer active. An activated view takes the focus.
+    virtual void OnActivateView(bool activate, CView* activated, CView* deactivated);
 
-    // What shows over the picture from the next copy to the screen on, instead of what was set before. The
-    // view's own pixels, a print and further drawing never contain it. No paint follows: only the pixels of
-    // the old and of the new shapes are copied again.
+    // Shows these shapes over the picture, instead of those set before, from the next copy to the screen on.
+    // The view's own pixels, prints and further drawing never contain the shapes. The view is not painted:
+    // only the pixels of the old and the new shapes are copied again.
     void SetOverlay(std::vector<OverlayShape> shapes);
 
+    // The steps of a print, in this order. If OnPreparePrinting returns false, nothing is printed. OnPrint is
+    // called once for each page.
     virtual bool OnPreparePrinting(CPrintInfo* info);
-    bool DoPreparePrinting(CPrintInfo* info); // the print dialog; false if the user cancelled
+    bool DoPreparePrinting(CPrintInfo* info); // shows the print dialog; false if the user cancelled
     virtual void OnBeginPrinting(CDC* dc, CPrintInfo* info);
-    virtual void OnPrint(CDC* dc, CPrintInfo* info); // OnDraw
+    virtual void OnPrint(CDC* dc, CPrintInfo* info); // calls OnDraw
     virtual void OnEndPrinting(CDC* dc, CPrintInfo* info);
 
-    void OnFilePrint();        // one run of the print loop; a run that fails says "Printing failed"
-    void OnFilePrintPreview(); // a window with the same drawing
+    void OnFilePrint();        // runs the print; if it fails, shows "Printing failed"
+    void OnFilePrintPreview(); // shows the same drawing in a window
 
 protected:
     static const MessageEntry entries[];
@@ -78,10 +84,11 @@ private:
     CDocument* m_document = nullptr;
 };
 
-enum MappingMode : int { MM_TEXT = 1 }; // one logical unit a device pixel
+enum MappingMode : int { MM_TEXT = 1 }; // one logical unit is one device pixel
 
-// The picture is larger than the window: a bar an axis that needs one, positions in device pixels.
-// A bar's range runs from 0 to what lies outside the client area, so its end is the last position there is.
+// A view whose picture may be larger than its window. It has a scroll bar for each axis that needs one.
+// Positions are in device pixels. The range of a bar is from 0 to the number of pixels that are outside the
+// client area, so its end is the last valid position.
 class CScrollView : public CView
 {
 public:
@@ -91,10 +98,12 @@ public:
     CScrollView();
     ~CScrollView() override;
 
+    // Sets the size of the picture, and the distances that a click beside the slider (page) and on an arrow
+    // (line) moves. The mapping mode is always MM_TEXT.
     void SetScrollSizes(int mapping_mode, CSize total, CSize page, CSize line);
     CSize GetTotalSize() const { return m_total; }
     CPoint GetScrollPosition() const;
-    void ScrollToPosition(CPoint position); // held to the range
+    void ScrollToPosition(CPoint position); // clamped to the range
 
     void OnPrepareDC(CDC* dc, CPrintInfo* info = nullptr) override;
 
@@ -106,7 +115,7 @@ protected:
     void OnSize(UINT type, int cx, int cy);
     void OnHScroll(int position);
     void OnVScroll(int position);
-    void OnMouseWheel(UINT flags, CPoint move); // the move in device pixels
+    void OnMouseWheel(UINT flags, CPoint move); // move: in device pixels
 
 private:
     void SetPicture(CSize total, CSize page, CSize line);

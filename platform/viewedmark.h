@@ -1,8 +1,8 @@
-// The viewed mark of page files, which every user of a directory sees: off for a new file, on once it has
-// been viewed, off again when it is rewritten. It stands for the archive attribute turned round, and on FAT
-// file systems it is that attribute. Elsewhere it is the extended attribute kViewedMarkName, which holds the
-// modification time and the size for which the file was viewed. What cannot be marked stays unmarked without
-// a word.
+// The viewed mark of page files. It is off for a new file, on after the file was viewed, and off again after
+// the file is rewritten. Every user of the directory sees the same mark. The mark is an inverted archive
+// attribute. On FAT file systems it is that attribute. Elsewhere it is the extended attribute
+// kViewedMarkName, which holds the modification time and the size for which the file was viewed. A file that
+// cannot be marked stays unmarked, without a message.
 #pragma once
 
 #include "platform/cstring.h"
@@ -10,20 +10,23 @@
 #include <cstdint>
 #include <vector>
 
-// "1", the modification time as seconds and nanoseconds, the size in bytes: "1 1700000000.123456789 3519092".
-// Any other value, and one for another time or size, is no mark.
+// The value is "1", the modification time as seconds and nanoseconds, and the size in bytes:
+//
+//     1 1700000000.123456789 3519092
+//
+// Any other value is no mark, and neither is the value of another time or size.
 constexpr const char* kViewedMarkName = "user.lumenta.viewed";
 
-// What tells one state of a file from the next. Take it before a page is opened: a page that is rewritten
-// while it is on the screen then stays new.
+// Distinguishes one state of a file from the next. Read it before a page is opened: if the page is rewritten
+// while it is shown, the file then stays new.
 struct FileStatus {
     enum class Kind : uint8_t { none, file, directory, other };
 
-    Kind kind = Kind::none;   // none: nothing there, or not to be looked at
-    uint32_t modified_ns = 0; // 0 to 999999999, behind modified_s
-    int64_t modified_s = 0;   // since 1970; the kernel's own clock ticks decide how fine it is
+    Kind kind = Kind::none;   // none: nothing exists, or the system refuses the status
+    uint32_t modified_ns = 0; // 0 to 999999999, added to modified_s
+    int64_t modified_s = 0;   // seconds since 1970; the kernel's clock ticks limit the resolution
     int64_t size_bytes = 0;
-    uint64_t device = 0; // of the file system, with inode the file's identity
+    uint64_t device = 0; // the file system; device and inode identify the file
     uint64_t inode = 0;
 
     bool IsFile() const { return kind == Kind::file; }
@@ -31,23 +34,24 @@ struct FileStatus {
     friend bool operator==(const FileStatus&, const FileStatus&) = default;
 };
 
-// Follows links, opens nothing and never blocks on a FIFO or device. The file need not be readable. Kind none
-// if nothing exists there or the system does not tell.
+// Returns the status of the file at a path, following links. Opens nothing, and never blocks on a FIFO or
+// device. The file need not be readable. The kind is `none` if nothing exists there or the system refuses the
+// status.
 FileStatus FileStatusOf(const CString& path);
 
-// Marks the file at path as viewed in the state of `status`. Does nothing where status is of no regular file,
-// or the file is in another state or another file by now; every failure (rights, a read-only medium, no room,
-// a file system without such attributes) leaves it unmarked. On FAT only the owner of the mount may mark,
-// elsewhere whoever may write the file.
+// Marks the file at path as viewed in the state `status`. Does nothing if status is not that of a regular
+// file, or if path now is another file or in another state. A failure leaves the file unmarked (no rights, a
+// read-only medium, no space, a file system without such attributes). On FAT only the owner of the mount may
+// mark a file, elsewhere every user who may write it.
 void MarkViewed(const CString& path, const FileStatus& status);
 
-// Reads marks. Keeps what it has learnt about file systems, so use one for a listing and drop it then: a
-// device number may mean another medium later. One system call a file; on FAT the file is opened.
+// Reads marks. It remembers the types of file systems, and later a device number may belong to another
+// medium: so use one object per listing. Reading a mark takes one system call; on FAT the file is opened.
 class ViewedMarks
 {
 public:
-    // `status` is the file's at this moment, links followed. False where the file is new, is no regular file,
-    // or the mark cannot be read.
+    // `status` is the current status of the file, links followed. Returns false if the file is new or no
+    // regular file, or if the mark cannot be read.
     bool IsViewed(const char* path, const FileStatus& status);
 
 private:
@@ -60,24 +64,24 @@ private:
     std::vector<Device> m_devices;
 };
 
-// The system calls behind the marks, as a test may replace them. 0 or more: done; below 0: errno with a
-// minus.
+// The system calls for the marks. A test may replace them. Each returns 0 or more after a success, and a
+// negative errno after a failure.
 class MarkCalls
 {
 public:
     virtual ~MarkCalls() = default;
-    // A descriptor for reading, of a regular file only (see OpenRegularFile).
+    // Returns a descriptor for reading; fails unless path is a regular file (see OpenRegularFile).
     virtual int Open(const char* path) = 0;
     virtual int Close(int file) = 0;
     virtual int Status(int file, FileStatus* status) = 0;
-    // The magic number of the file system.
+    // Returns the magic number of the file system.
     virtual int64_t FileSystemType(const char* path) = 0;
-    // FAT attributes: 1 read-only, 2 hidden, 4 system, 0x20 archive.
+    // Bits of the FAT attributes: 1 read-only, 2 hidden, 4 system, 0x20 archive.
     virtual int GetAttributes(int file, uint32_t* attributes) = 0;
     virtual int SetAttributes(int file, uint32_t attributes) = 0;
-    // The extended attribute kViewedMarkName. GetMark gives the bytes of the value; one larger than the room
-    // fails.
+    // The extended attribute kViewedMarkName. GetMark returns the number of bytes of the value, and fails if
+    // the value is larger than `room`.
     virtual int64_t GetMark(const char* path, char* value, size_t room) = 0;
     virtual int SetMark(int file, const char* value, size_t bytes) = 0;
 };
-void SetMarkCalls(MarkCalls* calls); // the caller's; null restores those of the system
+void SetMarkCalls(MarkCalls* calls); // borrowed; null restores those of the system

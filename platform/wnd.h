@@ -9,7 +9,7 @@
 
 class CFrameWnd;
 class CDC;
-class WindowPeer; // the toolkit's side of a window
+class WindowPeer; // the part of a window that uses Qt
 
 enum ScrollBar : int { SB_HORZ = 0, SB_VERT = 1 };
 enum ShowCommand : int {
@@ -20,7 +20,8 @@ enum ShowCommand : int {
     SW_SHOW = 5
 };
 
-// A window's place: the rectangle that its frame has when neither maximized nor minimized, and how it shows.
+// The placement of a window: its state, and the rectangle of its frame when it is neither maximised nor
+// minimised.
 struct WindowPlacement {
     int show_command = SW_SHOWNORMAL;
     CRect normal_position;
@@ -28,22 +29,24 @@ struct WindowPlacement {
 
 class CCreateContext;
 
-// What a top-level window is made from; PreCreateWindow may change it.
+// The data for creating a top-level window. PreCreateWindow may change it.
 struct CREATESTRUCT {
+    // The rectangle of the frame in device pixels. If it is empty, the frame is as large as the primary
+    // screen.
     int x = 0;
     int y = 0;
-    int cx = 0; // 0: the toolkit's default size
+    int cx = 0;
     int cy = 0;
     uint32_t style = 0;
     CString title;
-    bool menu = false; // with the application's menu and accelerators
+    bool menu = false; // has the application's menu and accelerators
     CCreateContext* context = nullptr;
 };
 
-// A window object lives until its window is destroyed: PostNcDestroy, the last call, deletes those that own
-// themselves (frames and views). While a message of any window is still being handled up the stack, the
-// object itself stays until that has come back, so a handler may destroy its own window. Every operation is
-// harmless once the window is gone.
+// A window object exists until its window is destroyed. PostNcDestroy is the last call to it, and deletes the
+// objects that own themselves (frames and views). While a message of any window is being handled, the
+// deletion is delayed until the outermost message has returned. So a handler may destroy its own window.
+// After the window is destroyed, every operation has no effect.
 class CWnd : public CCmdTarget
 {
 public:
@@ -55,27 +58,31 @@ public:
 
     bool IsWindow() const { return m_peer != nullptr; }
 
-    // Handled before it returns.
+    // The message is handled before the call returns. Returns the handler's result, or 0.
     LRESULT SendMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
-    // Handled after the input and the paints already waiting; dropped with the window.
+    // The message is handled after the input and the paints that are already waiting. It is dropped if the
+    // window is destroyed before. Returns false if there is no window.
     bool PostMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
 
-    // Posts WM_TIMER every so many milliseconds, until KillTimer or the end of the window. At most one of
-    // them waits, and none comes while a box is open. The same number again replaces the period.
+    // Posts WM_TIMER at this interval until KillTimer, or until the window is destroyed. At most one WM_TIMER
+    // of a timer waits, and none is posted while a box is open. A second call with the same number replaces
+    // the interval.
     void SetTimer(UINT id, UINT milliseconds);
     void KillTimer(UINT id);
 
+    // Destroys the window and its child windows. Returns false if there is none, or if it is being destroyed.
     virtual bool DestroyWindow();
 
     CRect GetClientRect() const;
     void Invalidate(bool erase = true);
     void InvalidateRect(const CRect& rect, bool erase = true);
-    void UpdateWindow(); // paints now what is invalid
+    void UpdateWindow(); // paints the invalid part at once
 
-    // Moves the client area's pixels and its invalid part; the uncovered strip becomes invalid.
+    // Moves the pixels of the client area and its invalid part. The uncovered strip becomes invalid.
     void ScrollWindow(int dx, int dy);
     void GetScrollRange(int bar, int* minimum, int* maximum) const;
-    int SetScrollPos(int bar, int position, bool redraw = true); // the old one
+    // Clamps the position to the range. Returns the old position.
+    int SetScrollPos(int bar, int position, bool redraw = true);
     int GetScrollPos(int bar) const;
 
     void SetCapture();
@@ -90,7 +97,7 @@ public:
     bool IsZoomed() const;
     bool IsWindowVisible() const;
     void BringWindowToTop();
-    void MoveWindow(const CRect& rect, bool repaint = true); // the frame's rectangle
+    void MoveWindow(const CRect& rect, bool repaint = true); // rect: of the frame, in device pixels
     WindowPlacement GetWindowPlacement() const;
     void DragAcceptFiles(bool accept);
 
@@ -99,7 +106,7 @@ public:
 
     WindowPeer* Peer() const { return m_peer.get(); }
 
-    // Deletes an object that owns itself, as soon as no message is being handled.
+    // Deletes an object that owns itself as soon as no message is being handled.
     static void DeleteLater(CObject* object);
 
 protected:
@@ -112,14 +119,14 @@ protected:
     virtual bool OnCommandMessage(UINT command);
     virtual void DestroyChildren();
     virtual void PostNcDestroy();
-    // The default handling of the message that is being handled.
+    // Calls the default handling for the current message.
     LRESULT Default();
 
     std::unique_ptr<WindowPeer> m_peer;
     CWnd* m_parent = nullptr;
 
 private:
-    friend class CDialog; // gives the windows of its controls to their objects
+    friend class CDialog; // sets m_peer of the objects of its controls
     void ReleasePeer();
 
     struct CurrentMessage {
@@ -131,13 +138,14 @@ private:
     bool m_destroying = false;
 };
 
-// Top bit set (the result is negative): the key was down when the message at hand was made.
+// Returns a negative number if the key was down when the current message was made, else 0. Only VK_CONTROL is
+// known.
 int16_t GetKeyState(UINT virtual_key);
 
 enum class CursorShape : uint8_t;
-// The pointer's shape over the window that handles the pointer's messages, until the next move that sets
-// none.
+// Sets the pointer's shape over the window that is handling a message of the pointer. The next message of the
+// pointer whose handler sets no shape restores the arrow.
 void SetCursor(CursorShape shape);
 
-// The application's main window, or null.
+// Returns the application's main window, or null.
 CWnd* AfxGetMainWnd();
