@@ -1,4 +1,4 @@
-// The application object but for what the toolkit does.
+// The part of the application object that does not use Qt.
 #include "platform/app.h"
 
 #include "platform/frame.h"
@@ -96,7 +96,7 @@ void CWinApp::LoadStdProfileSettings(int recent_files)
 
 void CWinApp::AddToRecentFileList(const CString& name)
 {
-    // The next run may start elsewhere.
+    // A relative path is made absolute, because the next run may have another working directory.
     std::error_code error;
     const std::string absolute = std::filesystem::absolute(name.c_str(), error).string();
     const CString path = error ? name : CString{absolute};

@@ -1,4 +1,5 @@
-// Texts, class records, message maps and resources: what needs neither toolkit nor system.
+// The parts of the layer that use neither Qt nor the system: texts, class records, message maps and
+// resources.
 #include "platform/cstring.h"
 #include "platform/messages.h"
 #include "platform/resources.h"
@@ -73,7 +74,7 @@ int CString::FindLastOf(std::string_view set) const
 
 static int CompareFolded(std::string_view text, std::string_view other)
 {
-    // Not strncasecmp: it depends on the user's locale, and in the Turkish one I and i differ.
+    // strncasecmp depends on the user's locale. In the Turkish locale, I and i differ.
     const auto fold = [](char c) {
         return static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c);
     };
@@ -118,7 +119,7 @@ CString& CString::operator+=(std::string_view text)
 
 namespace
 {
-// Bytes of the UTF-8 character that text begins with (RFC 3629), or 0 if it begins with none.
+// Returns the number of bytes of the UTF-8 character (RFC 3629) at the start of text, 0 if there is none.
 size_t Utf8CharacterBytes(std::string_view text)
 {
     const auto byte = [text](size_t i) {
@@ -130,7 +131,8 @@ size_t Utf8CharacterBytes(std::string_view text)
     if (lead < 0xc2 || lead > 0xf4)
         return 0;
     const size_t bytes = lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
-    // The second byte excludes longer codes than needed, surrogates and what lies beyond Unicode.
+    // The second byte excludes codes that are longer than needed, surrogates, and codes after the end of
+    // Unicode.
     const unsigned lowest = lead == 0xe0 ? 0xa0 : lead == 0xf0 ? 0x90 : 0x80;
     const unsigned highest = lead == 0xed ? 0x9f : lead == 0xf4 ? 0x8f : 0xbf;
     if (byte(1) < lowest || byte(1) > highest)
@@ -180,7 +182,7 @@ CString DisplayText(std::string_view text, size_t most_bytes)
 {
     std::string latin1;
     if (!IsUtf8(text)) {
-        latin1 = Utf8FromLatin1(text.substr(0, most_bytes)); // no character becomes shorter
+        latin1 = Utf8FromLatin1(text.substr(0, most_bytes)); // in UTF-8, no character becomes shorter
         text = latin1;
     }
     std::string shown;
@@ -203,7 +205,7 @@ CString DisplayBothEnds(std::string_view text, size_t head_bytes, size_t tail_by
         return whole;
     size_t tail = shown.size() - tail_bytes;
     while (tail < shown.size() && (static_cast<unsigned char>(shown[tail]) & 0xc0) == 0x80)
-        ++tail; // to the beginning of a character
+        ++tail; // to the start of a character
     return DisplayText(shown, head_bytes) + "..." + shown.substr(tail);
 }
 

@@ -1,4 +1,4 @@
-// Device contexts: clipping to bitmaps, colours and operations; the targets do the drawing.
+// Device contexts: clipping to bitmaps, colours and operations. The targets do the drawing.
 #include "platform/dc.h"
 
 #include "platform/raster.h"
@@ -14,7 +14,7 @@ DeviceTarget::~DeviceTarget() = default;
 
 namespace
 {
-// What a context holds before a palette is selected into it.
+// The palette of a context before another is selected into it.
 CPalette& StockPalette()
 {
     static CPalette stock{{kBlack, kWhite}};

@@ -1,4 +1,4 @@
-// Dialogs as far as they need no toolkit: what their buttons do, exchange, and listings.
+// The parts of dialogs that do not use Qt: buttons, exchange, and directory listings.
 #include "platform/dialog.h"
 
 #include "platform/app.h"
@@ -64,7 +64,7 @@ bool CDialog::OnWork()
 bool CDialog::OnCommandMessage(UINT command)
 {
     if (!IsWindow() || m_ended)
-        return false; // what the toolkit tells on the way out
+        return false; // Qt still sends notifications while the dialog ends
     if (const MessageEntry* entry = GetMessageMap().Find(MessageEntry::Kind::control, command)) {
         entry->invoke(*this, command, 0);
         return true;
@@ -138,7 +138,7 @@ void DDX_Control(CDataExchange* exchange, UINT id, CWnd& control)
 
 bool DlgDirList(CDialog& dialog, CString* target, UINT list, UINT path, UINT types)
 {
-    constexpr int kLongestLine = 4095; // as the system's paths
+    constexpr int kLongestLine = 4095; // bytes, like the longest path of the system
     if (target->GetLength() > kLongestLine)
         return false;
     const int behind_directory = target->ReverseFind('/') + 1;
@@ -171,6 +171,6 @@ bool DlgDirList(CDialog& dialog, CString* target, UINT list, UINT path, UINT typ
     *target = patterns;
     dialog.SetDlgItemText(path, is_root || behind_directory == 0
                                     ? directory
-                                    : directory.Left(directory.GetLength() - 1)); // without the closing "/"
+                                    : directory.Left(directory.GetLength() - 1)); // without the last "/"
     return true;
 }

@@ -44,7 +44,7 @@ void CDocument::DeleteContents() {}
 
 void CDocument::OnCloseDocument()
 {
-    // The last view's frame first: a further window is closed before the one that opened it.
+    // The last view's frame is closed first: a further window is closed before the window that opened it.
     while (!m_views.empty()) {
         CView* view = m_views.back();
         CFrameWnd* frame = view->GetParentFrame();
@@ -124,7 +124,7 @@ CDocument* CSingleDocTemplate::OpenDocumentFile(const CString* path)
         for (CView* view : m_document->GetViews())
             if (m_document->HasView(view))
                 view->OnInitialUpdate();
-    if (frame && !frame->IsWindowVisible()) // refused or not: there is no other way to go on
+    if (frame && !frame->IsWindowVisible()) // also if the document refused: else no window would be left
         frame->ActivateFrame(AfxGetApp() ? AfxGetApp()->m_nCmdShow : SW_SHOWNORMAL);
     return good ? m_document : nullptr;
 }

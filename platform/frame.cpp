@@ -1,4 +1,4 @@
-// Frames: making the view, the path of commands, titles, and the end of the document with its main window.
+// Frames: making the view, the path of commands, titles, and closing the document with its main window.
 #include "platform/frame.h"
 
 #include "platform/app.h"
@@ -64,7 +64,7 @@ bool CFrameWnd::CreateFromStruct(CREATESTRUCT& cs)
     MakePeer(cs);
     if (OnCreate(cs) == 0)
         return true;
-    DestroyWindow(); // and with it the frame, through PostNcDestroy
+    DestroyWindow(); // also deletes the frame, through PostNcDestroy
     return false;
 }
 
@@ -101,7 +101,7 @@ void CFrameWnd::DestroyChildren()
 
 void CFrameWnd::OnClose()
 {
-    // The main window takes its document along, and that every other window of it.
+    // Closing the main window closes its document, which closes all other windows of the document.
     CDocument* document = GetActiveDocument();
     if (document && AfxGetMainWnd() == this)
         document->OnCloseDocument();
@@ -200,7 +200,7 @@ CCmdUI CFrameWnd::QueryCommand(UINT command)
 
 bool CFrameWnd::OnCommandMessage(UINT command)
 {
-    // A disabled command does not run, whichever path it takes.
+    // A disabled command does not run, from the menu or from an accelerator.
     return QueryCommand(command).IsEnabled() && CWnd::OnCommandMessage(command);
 }
 

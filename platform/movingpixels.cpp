@@ -4,13 +4,14 @@
 #include <cstdlib>
 #include <cstring>
 
-// The rows lie one after the other in a memory that is larger than the picture. A move changes only where the
-// picture starts in it: the pixels that leave the picture on one side of a row are the ones that come into
-// view on the other side of the next row, and nobody needs them. If the memory ends, the picture goes back.
-// The system provides the spare memory only once it is written to.
+// The rows are one after another in a memory block that is larger than the picture. A move only changes the
+// start of the picture in this block. The pixels that leave the picture on one side of a row become the
+// uncovered pixels on the other side of the next row, and their values are undefined. If the picture would
+// leave the block, it is copied back into it. The system provides the spare memory only when it is written
+// to.
 namespace
 {
-constexpr ptrdiff_t kSpare = 4; // a part of the picture
+constexpr ptrdiff_t kSpare = 4; // the spare memory is a quarter of the picture
 } // namespace
 
 void MovingPixels::Free::operator()(uint32_t* pixels) const
@@ -47,7 +48,7 @@ void MovingPixels::Move(int dx, int dy)
         m_start = start;
         return;
     }
-    // Most of the spare memory lies in the direction of this move; the rest is for a way back.
+    // Most of the spare memory is kept for further moves in the same direction, a quarter for moves back.
     const ptrdiff_t target = start < 0 ? spare - spare / 4 : spare / 4;
     const ptrdiff_t first = std::max(start, m_start);
     const ptrdiff_t end = std::min(start, m_start) + count;

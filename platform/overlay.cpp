@@ -6,10 +6,11 @@
 
 namespace
 {
-// A line's boxes have at most these sides: on a slant, larger ones would cover much that the line does not.
+// Largest side of a box along a line. Larger boxes would cover many pixels that a slanting line does not.
 constexpr int kBoxSide = 16;
 
-// In 64 bits: shapes may lie anywhere, and the client area far from them.
+// Collects the visible rectangles. It computes in 64 bits, because shapes may be anywhere, far from the
+// client area.
 class Collector
 {
 public:
@@ -25,7 +26,7 @@ public:
     std::vector<OverlayPart> Take() { return std::move(m_parts); }
 
 private:
-    // A rectangle of the picture.
+    // Adds a rectangle of the picture, clipped to the client area.
     void AddRect(int64_t left, int64_t top, int64_t right, int64_t bottom, COLORREF color)
     {
         left = std::max<int64_t>(left - m_scrolled.x, 0);
@@ -58,8 +59,8 @@ private:
         }
     }
 
-    // One pixel a step along the longer axis, as a run of pixels for each place on the other axis. Only the
-    // steps inside the client area are made.
+    // Draws one pixel per step along the longer axis, as runs of pixels with the same place on the other
+    // axis. Only the steps inside the client area are computed, so the time depends on the client area alone.
     void AddLine(const OverlayShape& shape)
     {
         const bool across =
@@ -73,7 +74,7 @@ private:
         const auto length = static_cast<uint64_t>((across ? high.x : high.y) - start);
         const int64_t slant = (across ? high.y : high.x) - other;
         const auto rise = static_cast<uint64_t>(std::abs(slant));
-        // Both factors have 32 bits.
+        // Both factors have 32 bits, so their product fits 64 bits.
         const auto place = [&](uint64_t step) {
             const auto moved = static_cast<int64_t>(length == 0 ? 0 : (step * rise + length / 2) / length);
             return other + (slant < 0 ? -moved : moved);
@@ -83,7 +84,7 @@ private:
         const int64_t end = std::min(start + static_cast<int64_t>(length) + 1,
                                      scrolled + (across ? m_client.cx : m_client.cy)) -
                             start;
-        for (const int side : {1, 0}) { // black last: it stays whole at each bend
+        for (const int side : {1, 0}) { // black last, so that it is not interrupted where the line bends
             const COLORREF color = side == 1 ? kWhite : kBlack;
             for (int64_t step = first; step < end;) {
                 const int64_t run_place = place(static_cast<uint64_t>(step));
@@ -142,7 +143,7 @@ OverlayOnPixels::OverlayOnPixels(const PixelBuffer& buffer, std::vector<OverlayP
         }
 }
 
-// The last part first: parts may lie on one another.
+// Restores the last part first, because a part may cover an earlier one.
 OverlayOnPixels::~OverlayOnPixels()
 {
     auto at = m_covered.end();

@@ -15,7 +15,7 @@ std::string_view Trimmed(std::string_view text)
     return text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
 }
 
-// The byte of the two hexadecimal digits that text begins with; -1 if it does not.
+// Returns the byte of the two hexadecimal digits at the start of text, -1 if they are not there.
 int HexByte(std::string_view text)
 {
     int value = 0;
@@ -34,7 +34,8 @@ int HexByte(std::string_view text)
     return value;
 }
 
-// Bytes of the well-formed UTF-8 character that text begins with, 0 if there is none.
+// Returns the number of bytes of the valid UTF-8 character at the start of text, 0 if there is none. text is
+// not empty.
 size_t CharacterBytes(std::string_view text)
 {
     const auto byte = [&](size_t i) { return i < text.size() ? static_cast<uint8_t>(text[i]) : 0U; };
@@ -138,7 +139,7 @@ ProfileValues ParseProfile(std::string_view text)
 {
     ProfileValues values;
     std::string group = "General/";
-    constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf"; // of some editors
+    constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf"; // some editors write it
     if (text.starts_with(kByteOrderMark))
         text.remove_prefix(kByteOrderMark.size());
     while (!text.empty()) {

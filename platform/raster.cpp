@@ -1,6 +1,6 @@
-// The two blits into pixels in memory. The widening of 1 bit to 32 is the whole cost of a repaint from
-// decoded rows, so it has a vector form; the plain form beside it is as fast while the target stays in the
-// cache.
+// The two blits into pixels in memory. When decoded rows are painted again, almost all of the time is spent
+// on expanding 1 bit to 32. So it has a variant with vector instructions. The plain variant is as fast while
+// the target is in the cache.
 #include "platform/raster.h"
 
 #include <algorithm>
@@ -13,7 +13,8 @@
 
 namespace
 {
-// Pixels first_bit and on of source, at most to the end of its first byte. Gives how many were written.
+// Writes the pixels from first_bit on, at most to the end of the first byte. Returns the number of pixels
+// written.
 int ExpandHead(uint32_t* target, uint8_t source, int first_bit, int width, COLORREF zero, COLORREF one)
 {
     const int count = std::min(width, 8 - first_bit);
@@ -28,7 +29,8 @@ struct ByteTable {
     COLORREF one;
 };
 
-// Made anew only when the colours change, which on a screen is when a page of the other polarity is shown.
+// Returns the table for two colours. The table is built again only if the colours differ from the last call.
+// On a screen this happens when a page of the other polarity is shown.
 const ByteTable& TableFor(COLORREF zero, COLORREF one)
 {
     static ByteTable table{};
@@ -61,7 +63,7 @@ __attribute__((target("avx2"))) void ExpandRowAvx2(uint32_t* target, const uint8
     const auto widen = [&](uint8_t byte) __attribute__((target("avx2")))
     {
         const __m256i chosen = _mm256_and_si256(_mm256_set1_epi32(byte), bits);
-        const __m256i mask = _mm256_cmpeq_epi32(chosen, bits); // all ones where the pixel's bit is set
+        const __m256i mask = _mm256_cmpeq_epi32(chosen, bits); // all bits 1 if the pixel's bit is 1
         return _mm256_xor_si256(base, _mm256_and_si256(mask, difference));
     };
     for (; width >= 32; width -= 32, target += 32, source += 4) {
@@ -142,7 +144,7 @@ void BlitIndexed(const PixelBuffer& buffer, const CRect& clip, const CRect& dest
     const CRect cut = Cut(buffer, clip, dest);
     if (cut.IsEmpty())
         return;
-    // The middle of each target pixel picks its source pixel: one to one where the sizes are equal.
+    // The middle of each target pixel selects its source pixel. If the sizes are equal, this is one to one.
     const auto pick = [](int64_t at, int64_t dest_size, int64_t source_size) {
         return dest_size == source_size ? at : (2 * at + 1) * source_size / (2 * dest_size);
     };

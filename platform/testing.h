@@ -1,4 +1,4 @@
-// Replaceable places, for tests and benchmarks.
+// Parts of the layer that tests and benchmarks replace, and functions that act like a user.
 #pragma once
 
 #include "platform/app.h"
@@ -8,8 +8,8 @@
 
 #include <functional>
 
-// A toolkit without a display server (or with the one that the environment names), for the time of a test
-// program.
+// Qt's application object for a test program. Without the environment variable QT_QPA_PLATFORM it needs no
+// display server.
 class TestToolkit
 {
 public:
@@ -21,64 +21,73 @@ private:
     std::unique_ptr<Private> m_private;
 };
 
-// Runs InitInstance as the program does, shows the main window and pumps until it has been painted.
+// Runs InitInstance as the program does, and handles input, paints and messages until none is left.
 void StartApplication(CWinApp& app, const CString& command_line);
-// Closes the main window if it is still there and runs ExitInstance; its result.
+// Closes the main window if it still exists, runs ExitInstance and returns its result.
 int EndApplication(CWinApp& app);
 
-// Handles input, paints and posted messages until none is left or limit_ms have passed. True if none is left.
+// Handles input, paints and posted messages until none is left, or until limit_ms milliseconds have passed.
+// Returns true if none is left.
 bool PumpUntilIdle(int limit_ms = 60000);
-// The same until the condition holds. It is asked after each single key, paint or posted message. True if it
-// holds.
+// The same until the condition is true. It is checked after each single key, paint or posted message. Returns
+// its last result.
 bool PumpUntil(const std::function<bool()>& condition, int limit_ms = 60000);
 
-int TimerCount(); // timers of all windows that run
+int TimerCount(); // running timers of all windows
 
-// Calls function from the event loop, as something that the display has just sent.
+// Calls function from the event loop, like an event that the display has just sent.
 void CallFromLoop(std::function<void()> function);
 
-// Takes the place of message boxes; an empty function restores them.
+// Replaces message boxes. An empty function restores them.
 void SetMessageBoxHook(std::function<void(const CString&)> hook);
-// Takes the place of the print dialog: gives the file to print to, or an empty text for Cancel.
+// Replaces the print dialog. The hook returns the file to print to, or an empty text for Cancel.
 void SetPrintDialogHook(std::function<CString(CPrintInfo&)> hook);
-// Milliseconds by which work counts as long, see WorkInterrupted; an empty function restores the machine's.
+// Replaces the clock that measures how long work lasts, see WorkInterrupted. It returns milliseconds. An
+// empty function restores the machine's clock.
 void SetWorkClock(std::function<int64_t()> clock);
 bool IsWaitCursorShown();
-// What GetKeyState gives for the control key, until the next real key.
+// Sets the result of GetKeyState for the control key, until the next real key.
 void SetControlKeyState(bool down);
-// Where settings are kept instead of the user's; an empty path restores that.
+// Replaces the user's settings file. An empty path restores it.
 void SetSettingsFile(const CString& path);
 
-// Called from the loop of each dialog once the display shows it, to use it as a user would; an empty function
-// restores that. A dialog that is still open when it comes back is ended as cancelled: none can block.
+// The hook is called from the loop of each dialog after the dialog is shown, and uses the dialog as a user
+// would. A dialog that is still open after the hook is ended as cancelled, so that none can block. An empty
+// function removes the hook.
 void SetDialogHook(std::function<void(CDialog&)> hook);
-// Real keys at whichever control has them, as "Tab", "Shift+Down", "Ctrl+A", "Alt+T" or "Return".
+// Sends real keys to the control that has the focus, for example "Tab", "Shift+Down", "Ctrl+A" or "Return".
 void PressDialogKeys(CDialog& dialog, std::initializer_list<const char*> keys);
 void TypeText(CDialog& dialog, const char* text); // UTF-8
 void ClickControl(CDialog& dialog, UINT id);      // the middle of a button, the mark of a check box
-// An entry of a list box or of a combo box's open list.
+// Clicks an entry of a list box, or of the opened list of a combo box.
 void ClickEntry(CDialog& dialog, UINT id, int index, bool control = false, bool twice = false);
-CString ShownEntry(CDialog& dialog, UINT id, int index); // of a list box, as on the screen
-// The dialog from top to bottom: title, then one line a control, as
+// Returns an entry of a list box as it is shown on the screen.
+CString ShownEntry(CDialog& dialog, UINT id, int index);
+// Returns a description of the dialog from top to bottom: the title, then one line for each control, such as
 //     103 list "File list for" [keys] 2 of 17 selected
-// with what shows or, of a control that is named by a label, what an aid for the blind reads out.
+// A line contains the accessible name of the control, and its content. [keys] marks the control with the
+// focus.
 std::vector<CString> DescribeDialog(CDialog& dialog);
 
-// The same for the dialog that asks for a file. It lists a directory from the loop: wait for what is wanted.
+// The same for the dialog that asks for a file. This dialog reads directories from the loop: pump until the
+// expected entries are there.
 void SetFileDialogHook(std::function<void(CFileDialog&)> hook);
-std::vector<CString> ShownFiles(CFileDialog& dialog); // the entries, directories too, in their order
-bool ClickFile(CFileDialog& dialog, int index, bool twice = false); // an entry; false if it does not show
+// Returns the entries, including directories, in the order shown.
+std::vector<CString> ShownFiles(CFileDialog& dialog);
+// Clicks an entry. Returns false if it is not shown.
+bool ClickFile(CFileDialog& dialog, int index, bool twice = false);
 void TypeFileName(CFileDialog& dialog, const CString& name);
-// The next dialog does not find one of the parts of Qt's dialog that it looks for: the first, second and so
-// on.
+// The next file dialog fails to find one of the parts of Qt's dialog that it looks for. number counts these
+// parts from 1.
 void LoseFileDialogPart(int number);
 bool IsFileDialogPartLost();                           // false if the dialog looked for fewer parts
 void ChooseFilter(CFileDialog& dialog, int index);     // from 1
 void ClickFileButton(CFileDialog& dialog, int result); // IDOK or IDCANCEL
 std::vector<CString>
-DescribeFileDialog(CFileDialog& dialog); // title, then the filters, "> " before the chosen
+// Returns the title, then the filters, with "> " before the selected one.
+DescribeFileDialog(CFileDialog& dialog);
 
-// A copy of a window's client pixels, as they would be shown. rows of width words.
+// A copy of a window's client pixels as they would be shown: `height` rows of `width` pixels.
 struct GrabbedPixels {
     int width = 0;
     int height = 0;
@@ -89,29 +98,33 @@ struct GrabbedPixels {
     }
 };
 GrabbedPixels GrabWindow(CWnd& window);
-GrabbedPixels CopyBuffer(CWnd& window);    // the view's own pixels, without what shows over them
+GrabbedPixels CopyBuffer(CWnd& window);    // the view's own pixels, without the overlay
 COLORREF BackgroundOf(const CWnd& window); // the grey outside a view's picture
 
-// Real toolkit events at a window, in device pixels of its client area.
+// Send real Qt events to a window. Points are device pixels of its client area.
 enum class TestKey { left, right, up, down, pageUp, pageDown, home, end, escape };
 void PressKey(CWnd& window, TestKey key, bool control = false, int times = 1);
-void PressAccelerator(CWnd& frame, const char* keys); // as "Ctrl+Alt+N"; activates the frame
+void PressAccelerator(CWnd& frame, const char* keys); // for example "Ctrl+Alt+N"; activates the frame
 void MoveMouse(CWnd& window, CPoint point);
 void LeaveWithMouse(CWnd& window);
 void PressMouse(CWnd& window, CPoint point, bool right = false);
 void ReleaseMouse(CWnd& window, CPoint point, bool right = false);
 void DoubleClick(CWnd& window, CPoint point, bool right = false);
-void ClickXButton(CWnd& window, CPoint point, XButton button, int times = 1); // quickly after each other
-// In eighths of a degree, 120 a notch. pixels: what a driver adds for a display that scrolls by pixels.
+// Clicks `times` times without a pause.
+void ClickXButton(CWnd& window, CPoint point, XButton button, int times = 1);
+// Angles are in eighths of a degree, 120 per notch. `pixels` is the distance that a driver adds for devices
+// that scroll by pixels.
 void TurnWheel(CWnd& window, int angle_x, int angle_y, bool shift = false, CPoint pixels = {});
 void DropFiles(CWnd& window, const std::vector<CString>& paths);
-void CloseFrame(CWnd& frame);                // as by its title bar
-void ResizeFrame(CWnd& frame, CSize client); // of the frame's inside, menu and bars included
-void UncoverFrame(CWnd& frame);              // as another window does that covered it and goes away
-void ActivateByUser(CWnd& frame);            // as the window manager does
+void CloseFrame(CWnd& frame);                // like its title bar
+void ResizeFrame(CWnd& frame, CSize client); // client: the inside of the frame, with menu and bars
+void UncoverFrame(CWnd& frame);              // as if a window in front of it was removed
+void ActivateByUser(CWnd& frame);            // like the window manager
 
-// The menu of a frame as it shows: one line an entry, "View/&Next Page\tCtrl+Alt+N [disabled]".
+// Returns the menu of a frame as it is shown, one line per entry: "View/&Next Page\tCtrl+Alt+N [disabled]".
 std::vector<CString> DescribeMenu(CFrameWnd& frame);
 
 uint64_t PaintCount(const CWnd& window); // paints of a window since it was made
-uint64_t CopiedPixels(CWnd& window);     // device pixels of it copied to the screen so far, that are due too
+// Returns the number of device pixels of a window that were copied to the screen, including copies that are
+// due.
+uint64_t CopiedPixels(CWnd& window);

@@ -1,4 +1,4 @@
-// Views: joining a document, painting, and the scrolling of a picture that is larger than its window.
+// Views: joining a document, painting, and scrolling a picture that is larger than its window.
 #include "platform/view.h"
 
 #include "platform/app.h"
@@ -152,7 +152,7 @@ void CScrollView::OnVScroll(int position)
 
 void CScrollView::OnMouseWheel(UINT, CPoint move)
 {
-    // In 64 bits: a position near 2^31 plus a move.
+    // In 64 bits, because a position near 2^31 plus a move does not fit 32 bits.
     const auto moved = [](int from, int by) {
         return static_cast<int>(std::clamp<int64_t>(int64_t{from} + by, 0, INT32_MAX));
     };

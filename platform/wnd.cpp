@@ -1,4 +1,4 @@
-// Messages: sending, the road through the maps, and when objects that own themselves go.
+// Messages: sending, the path through the message maps, and the deletion of objects that own themselves.
 #include "platform/wnd.h"
 
 #include "platform/app.h"
@@ -16,8 +16,8 @@ namespace
 int g_dispatch_depth = 0;
 std::vector<CObject*> g_leaving;
 
-// While one lives, objects that own themselves are kept. A box opened by a handler runs its own loop inside
-// of it.
+// While such a scope exists, objects that own themselves are not deleted. Scopes are nested if a handler
+// opens a box, which runs its own loop.
 class DispatchScope
 {
 public:
