@@ -338,7 +338,7 @@ TEST_F(View, APaintFetchesAndDrawsOnlyTheRowsThatItNeeds)
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(image->reads, client.Height() + 3);
 
-    // Each step inverts the stored rows first. Pixels that it draws are inverted, pixels that it moves are not.
+    // Each step inverts the stored rows first. Drawn pixels are then inverted, moved pixels are not.
     const struct {
         UINT key;
         int times;

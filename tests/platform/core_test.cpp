@@ -1,4 +1,4 @@
-// Texts, rounding, message words, class records and message maps.
+// Texts, rounding, message parameters, class records and message maps.
 #include "platform/cstring.h"
 #include "platform/messages.h"
 
@@ -20,7 +20,7 @@ TEST(CString, CopiesShareUntilOneIsChanged)
     EXPECT_STREQ(a.c_str(), "page\xff.fax");
     EXPECT_STREQ(b.c_str(), "page\xff");
     a.Format("%s-%s", a.c_str(),
-             std::string(5000, 'x').c_str()); // from itself, longer than any block on a stack
+             std::string(5000, 'x').c_str()); // an argument is the text itself; longer than a stack buffer
     EXPECT_EQ(a.View(), "page\xff.fax-" + std::string(5000, 'x'));
     EXPECT_TRUE((CString{static_cast<const char*>(nullptr)}).IsEmpty());
 }
@@ -57,17 +57,17 @@ TEST(DisplayText, IsOneLineOfUtf8CutAtTheEndOfACharacter)
         {"\u00e4\u20ac\U0001f600", 8, "\u00e4\u20ac"},
         {"\u00e4\u20ac\U0001f600", 4, "\u00e4"},
         {"\u00e4\u20ac\U0001f600", 1, ""},
-        // Not UTF-8 as a whole, so Latin-1, even if the fault is after the cut.
+        // The whole text is not UTF-8, so it is read as Latin-1, even if the fault is after the cut.
         {"gr\xfc\xdf", 255, "gr\u00fc\u00df"},
         {"gr\xfc\xdf", 4, "gr\u00fc"},
         {"gr\xfc\xdf", 5, "gr\u00fc"},
         {"\u00e4\xff", 255, "\u00c3\u00a4\u00ff"},
         {"\u00e4 and more\xff", 4, "\u00c3\u00a4"},
         {"a\x80\x9f", 255, "a  "},
-        {"a\xc2", 255, "a\u00c2"},                             // ends in a character
-        {"\xc1\xbf", 255, "\u00c1\u00bf"},                     // longer than needed
-        {"\xe0\xa0", 255, "\u00e0\u00a0"},                     // of three bytes
-        {"\xed\xa0\xa1", 255, "\u00ed\u00a0\u00a1"},           // half of a pair
+        {"a\xc2", 255, "a\u00c2"},                             // ends inside a character
+        {"\xc1\xbf", 255, "\u00c1\u00bf"},                     // an overlong form
+        {"\xe0\xa0", 255, "\u00e0\u00a0"},                     // two of three bytes
+        {"\xed\xa0\xa1", 255, "\u00ed\u00a0\u00a1"},           // half of a surrogate pair
         {"\xf4\xa0\xa1\xa2", 255, "\u00f4\u00a0\u00a1\u00a2"}, // beyond Unicode
         {"\xf8\xa0\xa1\xa2", 255, "\u00f8\u00a0\u00a1\u00a2"},
         {"\xe2\xa0\xff", 255, "\u00e2\u00a0\u00ff"},
@@ -94,7 +94,7 @@ TEST(CString, CompareNoCaseFoldsAsciiOnlyInEveryLocale)
         {"", "a", -1}, {"\xc4", "\xe4", -1},        {"a\xff", "A", 1}, {"_", "A", -1}, {"[", "a", -1},
     };
     for (const char* locale : {"C", "tr_TR.UTF-8", "de_DE.ISO-8859-1"}) {
-        std::setlocale(LC_ALL, locale); // one that is not installed leaves the one before
+        std::setlocale(LC_ALL, locale); // if it is not installed, the locale before remains
         for (const auto& c : cases) {
             const int order = CString{c.a}.CompareNoCase(c.b);
             EXPECT_EQ((order > 0) - (order < 0), c.sign) << c.a << " and " << c.b << " in " << locale;
@@ -104,7 +104,7 @@ TEST(CString, CompareNoCaseFoldsAsciiOnlyInEveryLocale)
     EXPECT_NE(CString(std::string_view{"a\0b", 3}).CompareNoCase(std::string_view{"a\0c", 3}), 0);
 }
 
-TEST(MulDiv, RoundsHalvesAwayFromZeroAndRefusesWhatDoesNotFit)
+TEST(MulDiv, RoundsHalvesAwayFromZeroAndDetectsOverflow)
 {
     struct {
         int a, b, c, want;
@@ -205,7 +205,7 @@ TEST(RuntimeClass, DowncastFollowsTheRecords)
     EXPECT_TRUE(derived.IsKindOf(CObject::classRecord));
 }
 
-TEST(MessageMap, UnpacksByTheMessagesRuleAndFindsTheBases)
+TEST(MessageMap, UnpacksParametersPerMessageAndFindsBaseEntries)
 {
     struct {
         UINT message;
@@ -228,10 +228,10 @@ TEST(MessageMap, UnpacksByTheMessagesRuleAndFindsTheBases)
         EXPECT_EQ(target.log, c.want);
     }
     EXPECT_EQ(target.Map().Find(MessageEntry::Kind::message, 7),
-              nullptr); // a command's number is no message's
+              nullptr); // 7 is a command, not a message
 }
 
-TEST(MessageMap, TheDerivedEntryWinsAndCommandsAreNotUpdates)
+TEST(MessageMap, TheDerivedEntryWinsAndAnUpdateHandlerIsNoCommandHandler)
 {
     Derived derived;
     Base base;
@@ -243,7 +243,7 @@ TEST(MessageMap, TheDerivedEntryWinsAndCommandsAreNotUpdates)
     EXPECT_TRUE(derived.OnCmdMsg(7, CCmdTarget::CommandStep::update, &ui));
     EXPECT_FALSE(ui.IsEnabled());
     EXPECT_EQ(derived.log, "derived command");
-    EXPECT_FALSE(derived.OnCmdMsg(8, CCmdTarget::CommandStep::run, nullptr)); // has an update handler alone
+    EXPECT_FALSE(derived.OnCmdMsg(8, CCmdTarget::CommandStep::run, nullptr)); // has only an update handler
     EXPECT_FALSE(derived.HasCommandHandler(8));
 }
 } // namespace

@@ -1,4 +1,4 @@
-// Modal dialogs: keys and pointer, notifications, exchange, listings.
+// Modal dialogs: keys and pointer, notifications, data exchange, background work and listings.
 #include "platform/dialog.h"
 #include "tests/platform/test_classes.h"
 #include "tests/support/scratch.h"
@@ -74,11 +74,11 @@ class DialogTest : public WindowTest
 {
 protected:
     ~DialogTest() override { SetDialogHook({}); }
-    // What DoModal gives; script runs inside.
+    // Runs script while the dialog is open. Returns the result of DoModal.
     int Show(std::function<void()> script)
     {
         SetDialogHook([script = std::move(script)](CDialog&) {
-            g_recorder.Take(); // the frame has lost the focus
+            g_recorder.Take(); // drops the record that the frame has lost the focus
             script();
         });
         return dialog.DoModal();
@@ -88,7 +88,7 @@ protected:
     TestDialog dialog;
 };
 
-// The line of the control that has the keys.
+// Returns the number of the control that has the keyboard focus.
 std::string Keys(const Lines& lines)
 {
     for (const std::string& line : lines)
@@ -111,26 +111,26 @@ TEST_F(DialogTest, ShowsNamesValuesAndSortedEntries)
                   EXPECT_EQ(dialog.list.GetText(4), "");
               }),
               IDCANCEL);
-    EXPECT_EQ(dialog.list.GetCount(), 0) << "the controls are gone";
+    EXPECT_EQ(dialog.list.GetCount(), 0) << "the controls are destroyed";
     EXPECT_EQ(dialog.GetDlgItemText(kTestNumber), "");
 }
 
-TEST_F(DialogTest, IsUsedByKeysAlone)
+TEST_F(DialogTest, CanBeUsedByKeysOnly)
 {
     const struct {
         const char* name;
         std::initializer_list<const char*> keys;
-        const char* at; // control that has the keys then
+        const char* at; // control with the focus afterwards
         Lines chosen;
     } cases[] = {
         {"tab order", {"Tab"}, "203", {}},
-        {"and on", {"Tab", "Tab", "Tab"}, "205", {}},
-        {"and back", {"Tab", "Shift+Tab"}, "202", {}},
+        {"tab order to the end", {"Tab", "Tab", "Tab"}, "205", {}},
+        {"tab order backwards", {"Tab", "Shift+Tab"}, "202", {}},
         {"access letter of a label", {"Alt+C"}, "205", {}},
         {"back to the list", {"Alt+C", "Alt+N"}, "202", {}},
         {"type-ahead", {"B", "E", "T", "A", "2"}, "202", {"Beta2"}},
         {"a range", {"Shift+Down", "Shift+Down"}, "202", {"alpha", "beta", "Beta2"}},
-        {"apart", {"Space", "Ctrl+Down", "Ctrl+Down", "Ctrl+Space"}, "202", {"alpha", "Beta2"}},
+        {"separate entries", {"Space", "Ctrl+Down", "Ctrl+Down", "Ctrl+Space"}, "202", {"alpha", "Beta2"}},
         {"all", {"Ctrl+A"}, "202", {"alpha", "beta", "Beta2", "gamma"}},
         {"no help", {"F1", "Shift+F1"}, "202", {}},
     };
@@ -141,14 +141,14 @@ TEST_F(DialogTest, IsUsedByKeysAlone)
                       PressDialogKeys(dialog, c.keys);
                       EXPECT_EQ(Keys(dialog.Shown()), c.at);
                       chosen = dialog.Chosen();
-                      PressDialogKeys(dialog, {"Return"}); // wherever: the default button
+                      PressDialogKeys(dialog, {"Return"}); // the default button, wherever the focus is
                   }),
                   IDOK);
         EXPECT_EQ(chosen, c.chosen);
     }
     EXPECT_EQ(Show([&] { PressDialogKeys(dialog, {"Down", "Escape"}); }), IDCANCEL);
     EXPECT_EQ(Show([&] {
-                  PressDialogKeys(dialog, {"Alt+F"}); // the toolkit shows the mark pressed for a moment
+                  PressDialogKeys(dialog, {"Alt+F"}); // Qt shows the box pressed for a moment
                   EXPECT_TRUE(PumpUntil([] { return g_recorder.Count("flag") == 1; }));
                   PressDialogKeys(dialog, {"Return"});
               }),
@@ -156,12 +156,12 @@ TEST_F(DialogTest, IsUsedByKeysAlone)
     EXPECT_FALSE(dialog.flag);
 }
 
-TEST_F(DialogTest, ControlsTellWhatTheUserDoes)
+TEST_F(DialogTest, ControlsReportOnlyWhatTheUserDoes)
 {
     Show([&] {
         dialog.combo.SetCurSel(0);
         dialog.CheckDlgButton(kTestCheck, false);
-        EXPECT_EQ(g_recorder.Take(), Lines{}) << "not what the program does";
+        EXPECT_EQ(g_recorder.Take(), Lines{}) << "changes by the program are not reported";
         ClickControl(dialog, kTestCheck);
         ClickEntry(dialog, kTestCombo, 2);
         EXPECT_EQ(g_recorder.Take(), (Lines{"flag", "kind pear"}));
@@ -170,13 +170,13 @@ TEST_F(DialogTest, ControlsTellWhatTheUserDoes)
         ClickEntry(dialog, kTestList, 0, false, true);
         PressDialogKeys(dialog, {"Ctrl+Return"});
         EXPECT_EQ(g_recorder.Take(), (Lines{"pick", "pick"}));
-        EXPECT_EQ(dialog.SendMessage(WM_COMMAND, kTestPath), 0) << "nobody handles it";
+        EXPECT_EQ(dialog.SendMessage(WM_COMMAND, kTestPath), 0) << "no handler";
     });
     EXPECT_EQ(Show([&] { ClickControl(dialog, IDOK); }), IDOK);
     EXPECT_EQ(Show([&] { ClickControl(dialog, IDCANCEL); }), IDCANCEL);
 }
 
-TEST_F(DialogTest, TakesWholeNumbersInTheirRangeAlone)
+TEST_F(DialogTest, AcceptsOnlyWholeNumbersInTheirRange)
 {
     const struct {
         const char* typed;
@@ -200,7 +200,7 @@ TEST_F(DialogTest, TakesWholeNumbersInTheirRangeAlone)
         });
         EXPECT_EQ(result, c.want == 0 ? IDCANCEL : IDOK);
         EXPECT_EQ(dialog.count, c.want == 0 ? 3 : c.want);
-        EXPECT_EQ(dialog.flag, c.want == 0) << "no value behind the refused one is taken";
+        EXPECT_EQ(dialog.flag, c.want == 0) << "no field after the refused one is read";
         EXPECT_EQ(boxes.Take(), c.want == 0 ? Lines{"Enter an integer between 1 and 2147483647."} : Lines{});
     }
 }
@@ -224,12 +224,12 @@ TEST_F(DialogTest, NoPaintAndNoPostedMessageWhileItIsOpen)
 
 TEST_F(DialogTest, EndsInEveryWay)
 {
-    EXPECT_EQ(CDialog(kTestDialog + 1).DoModal(), -1) << "no such template";
+    EXPECT_EQ(CDialog(kTestDialog + 1).DoModal(), -1) << "this template does not exist";
     dialog.end_at_start = 7;
-    EXPECT_EQ(Show([] { ADD_FAILURE() << "it was ended before it showed"; }), 7);
+    EXPECT_EQ(Show([] { ADD_FAILURE() << "the hook ran, but the dialog ended before it was shown"; }), 7);
     dialog.end_at_start = 0;
     EXPECT_EQ(Show([&] {
-                  EXPECT_EQ(dialog.DoModal(), -1) << "open already";
+                  EXPECT_EQ(dialog.DoModal(), -1) << "it is already open";
                   dialog.EndDialog(9);
                   dialog.EndDialog(10);
                   EXPECT_EQ(dialog.SendMessage(WM_COMMAND, IDOK), 0);
@@ -237,7 +237,7 @@ TEST_F(DialogTest, EndsInEveryWay)
               9);
     EXPECT_EQ(Show([&] { dialog.SendMessage(WM_CLOSE); }), IDCANCEL);
     EXPECT_EQ(Show([&] { EXPECT_TRUE(dialog.DestroyWindow()); }), IDCANCEL);
-    EXPECT_EQ(Show([&] { app->m_pMainWnd->SendMessage(WM_CLOSE); }), IDCANCEL) << "its parent goes";
+    EXPECT_EQ(Show([&] { app->m_pMainWnd->SendMessage(WM_CLOSE); }), IDCANCEL) << "its parent is closed";
 }
 
 class ReportDialog : public CDialog
@@ -265,16 +265,16 @@ TEST_F(DialogTest, ReportsShowTextProgressAndBars)
         const std::string before = report.GetDlgItemText(kTestText).c_str();
         TypeText(report, "x");
         PressDialogKeys(report, {"Ctrl+A", "Delete"});
-        EXPECT_EQ(report.GetDlgItemText(kTestText), CString(before)) << "nobody changes it";
-        report.SetDlgItemRows(kTestProgress, {{"a", "b"}}); // of another kind
-        report.SetDlgItemBars(kTestDialog, {});             // none
+        EXPECT_EQ(report.GetDlgItemText(kTestText), CString(before)) << "the text is read-only";
+        report.SetDlgItemRows(kTestProgress, {{"a", "b"}}); // the control has another kind
+        report.SetDlgItemBars(kTestDialog, {});             // this control does not exist
         PressDialogKeys(report, {"Return"});
-        EXPECT_FALSE(report.IsWindowVisible()) << "the default button, from the text too";
+        EXPECT_FALSE(report.IsWindowVisible()) << "Return presses the default button even from the text";
     });
     EXPECT_EQ(report.DoModal(), IDCANCEL);
 }
 
-TEST_F(DialogTest, WorkGoesOnBetweenInputs)
+TEST_F(DialogTest, WorkRunsBetweenInputs)
 {
     ReportDialog report;
     int steps = 0;
@@ -285,12 +285,12 @@ TEST_F(DialogTest, WorkGoesOnBetweenInputs)
     };
     EXPECT_EQ(show([&] {
                   PumpRounds();
-                  EXPECT_EQ(steps, 0) << "not asked for";
+                  EXPECT_EQ(steps, 0) << "work was not started";
                   report.step = [&] { return ++steps < 5; };
                   report.StartWork();
                   EXPECT_TRUE(PumpUntil([&] { return steps == 5; }));
                   PumpRounds();
-                  EXPECT_EQ(steps, 5) << "it is done";
+                  EXPECT_EQ(steps, 5) << "the work is finished";
                   report.step = [&] { return ++steps > 0; };
                   report.StartWork();
                   EXPECT_TRUE(PumpUntil([&] { return steps == 50; }));
@@ -298,21 +298,21 @@ TEST_F(DialogTest, WorkGoesOnBetweenInputs)
                   const int then = steps;
                   PumpRounds();
                   EXPECT_EQ(steps, then);
-                  report.StartWork(); // Escape, while it goes on
+                  report.StartWork(); // Escape is pressed while the work runs
                   EXPECT_TRUE(PumpUntil([&] { return steps == 100; }));
                   PressDialogKeys(report, {"Escape"});
               }),
               IDCANCEL);
     const int then = steps;
     PumpRounds();
-    EXPECT_EQ(steps, then) << "it ends with the dialog";
+    EXPECT_EQ(steps, then) << "the work ends with the dialog";
     report.StartWork();
 
-    // What a step may do.
+    // A step may show a box, stop the work, end the dialog or close its parent.
     SetMessageBoxHook([&](const CString&) {
         const int before = steps;
         PumpRounds();
-        EXPECT_EQ(steps, before) << "no step within a step";
+        EXPECT_EQ(steps, before) << "no step runs inside a step";
     });
     EXPECT_EQ(show([&] {
                   report.step = [&] {
@@ -325,7 +325,7 @@ TEST_F(DialogTest, WorkGoesOnBetweenInputs)
                   report.StartWork();
                   EXPECT_TRUE(PumpUntil([&] { return steps == 3; }));
                   PumpRounds();
-                  EXPECT_EQ(steps, 3) << "stopped from within";
+                  EXPECT_EQ(steps, 3) << "a step stopped the work";
                   report.step = [&] {
                       ++steps;
                       report.EndDialog(9);
@@ -346,11 +346,11 @@ TEST_F(DialogTest, WorkGoesOnBetweenInputs)
                   EXPECT_TRUE(PumpUntil([&] { return steps > 0; }));
               }),
               IDCANCEL)
-        << "its parent goes";
+        << "its parent is closed";
     EXPECT_EQ(steps, 1);
 }
 
-TEST_F(DialogTest, NamesAreBytes)
+TEST_F(DialogTest, NamesKeepTheirBytes)
 {
     dialog.names = {"b\n\tc\x7f", "a\xff\xfe.fax", "\u202exaf.\u00e4", "<b>&x", std::string("z\0z", 3)};
     Show([&] {
@@ -393,9 +393,14 @@ TEST_F(DialogTest, ListsADirectory)
          true,
          {"[..]", "[nothing]", "[Sub]", "[sub2]"},
          "*.*"},
-        {"files alone", directory + "*.tif", 0, true, {"c.tif"}, "*.tif"},
+        {"only files", directory + "*.tif", 0, true, {"c.tif"}, "*.tif"},
         {"empty", directory + "nothing/*.*", kAll, true, {"[..]"}, "*.*"},
-        {"gone", directory + "gone/*.*", kAll, false, {"as before"}, directory + "gone/*.*"},
+        {"a directory that does not exist",
+         directory + "gone/*.*",
+         kAll,
+         false,
+         {"as before"},
+         directory + "gone/*.*"},
         {"too long",
          directory + std::string(4096, '/') + "*.*",
          kAll,
@@ -423,12 +428,12 @@ TEST_F(DialogTest, ListsADirectory)
         CString target = "/*.no such";
         EXPECT_TRUE(DlgDirList(dialog, &target, kTestList, kTestPath, kAll));
         EXPECT_EQ(dialog.GetDlgItemText(kTestPath), "/");
-        EXPECT_FALSE(dialog.list.GetText(0) == "[..]") << "nothing is above the root";
+        EXPECT_FALSE(dialog.list.GetText(0) == "[..]") << "the root has no directory above";
     });
 }
 
-// By a clock that goes on by ten milliseconds at each look, as for a directory far away.
-TEST_F(DialogTest, AListingThatTakesLongIsWaitedForOrEndedByEscape)
+// The clock advances by ten milliseconds at each call, as if the directory were slow.
+TEST_F(DialogTest, ASlowListingIsFinishedOrEndedByEscape)
 {
     constexpr int kFiles = 300;
     const ScratchDirectory scratch;
@@ -452,7 +457,7 @@ TEST_F(DialogTest, AListingThatTakesLongIsWaitedForOrEndedByEscape)
             const int listed = dialog.list.GetCount() - 1;
             EXPECT_EQ(listed == kFiles, !escape) << listed;
             EXPECT_GE(listed, 50);
-            EXPECT_TRUE(dialog.IsWindow()) << "what is there can be used";
+            EXPECT_TRUE(dialog.IsWindow()) << "the entries read so far can be used";
         });
 }
 } // namespace

@@ -1,4 +1,4 @@
-// Listings of a directory as the dialogs show them.
+// Listings of a directory for the dialogs.
 #include "platform/directory.h"
 #include "tests/support/child.h"
 #include "tests/support/fake_marks.h"
@@ -10,7 +10,7 @@
 
 namespace
 {
-TEST(MatchesPatterns, WholeNamesWithoutRegardToCase)
+TEST(MatchesPatterns, ComparesWholeNamesAndIgnoresCase)
 {
     struct {
         const char *name, *patterns;
@@ -22,7 +22,7 @@ TEST(MatchesPatterns, WholeNamesWithoutRegardToCase)
         {"page.fa", "*.fax", false},
         {"page.tiff", "*.tif", false},
         {"fax", "*.fax", false},
-        {"a.fax.fax", "*.fax", true}, // the star has to give back
+        {"a.fax.fax", "*.fax", true}, // the star must backtrack
         {"name", "*.*", true},
         {"name", "**a*e*", true},
         {"name", "", true},
@@ -32,16 +32,16 @@ TEST(MatchesPatterns, WholeNamesWithoutRegardToCase)
         {"p1.fax", "p?.fax", true},
         {"p12.fax", "p?.fax", false},
         {"p\xc3\xa4.fax", "p?.fax", true}, // one character of two bytes
-        {"p\xff.fax", "p?.fax", true},     // no UTF-8: one byte
-        {"p\xc3.fax", "p?.fax", true},     // cut
+        {"p\xff.fax", "p?.fax", true},     // this byte is no UTF-8 and counts as one character
+        {"p\xc3.fax", "p?.fax", true},     // an incomplete character counts as one
         {"p\xc3\xa4\xa4.fax", "p?.fax", false},
         {"\xc3\xa4", "*?", true},
-        {"[a]", "[a]", true}, // nothing but star and question mark is special
+        {"[a]", "[a]", true}, // only star and question mark are special
         {"a", "[a]", false},
     };
     for (const auto& c : cases)
         EXPECT_EQ(MatchesPatterns(c.name, c.patterns), c.matches) << c.name << " | " << c.patterns;
-    // Many stars against a name that fails at its end must not take for ever.
+    // Many stars and a mismatch at the end of the name must not take exponential time.
     std::string stars, name(4000, 'a');
     for (int i = 0; i < 1000; ++i)
         stars += "*a";
@@ -50,7 +50,7 @@ TEST(MatchesPatterns, WholeNamesWithoutRegardToCase)
     alarm(0);
 }
 
-// Names in order, a directory with a slash behind, what is viewed in angles.
+// Returns the names in order. A directory has a slash after its name, a viewed file angle brackets around it.
 std::string Shown(const DirectoryListing& listing)
 {
     std::vector<DirectoryEntry> entries = listing.entries;
@@ -65,7 +65,7 @@ std::string Shown(const DirectoryListing& listing)
     return text;
 }
 
-TEST(ListDirectory, FilesByPatternAndAllDirectories)
+TEST(ListDirectory, ListsMatchingFilesAndAllDirectories)
 {
     const ScratchDirectory elsewhere, scratch;
     for (const char* name : {"b.FAX", "a.fax", "A.fax", "_.fax", "ab.fax", "Ab.fax", "aB.fax", "AB.fax", "a",
@@ -84,7 +84,7 @@ TEST(ListDirectory, FilesByPatternAndAllDirectories)
     for (const auto& link : links)
         ASSERT_EQ(symlink(link.to.c_str(), scratch.File(link.name).c_str()), 0);
     ASSERT_EQ(mkfifo(scratch.File("fifo.fax").c_str(), 0666), 0);
-    chmod(scratch.File("b.FAX").c_str(), 0); // not to be read, and listed
+    chmod(scratch.File("b.FAX").c_str(), 0); // an unreadable file is listed
 
     const std::string fax =
         "_.fax A.fax a.fax AB.fax Ab.fax aB.fax ab.fax b.FAX dirlink/ link.fax other.fax/ Sub/ \xff\n.fax ";
@@ -139,14 +139,14 @@ TEST(ListDirectory, FilesByPatternAndAllDirectories)
     chmod(scratch.Path().c_str(), 0700);
 }
 
-TEST(ListDirectory, ReadsTheMarksOfTheFilesThatMatch)
+TEST(ListDirectory, ReadsTheMarksOfMatchingFilesOnly)
 {
     const ScratchDirectory scratch;
     for (const char* name : {"longer-name.fax", "viewed.fax", "a.fax", "no.tif"})
         scratch.Write(name, name);
     mkdir(scratch.File("sub").c_str(), 0755);
     const FileStatus viewed = FileStatusOf(scratch.File("viewed.fax"));
-    FakeMarks marks; // gives the same mark for each, and no other file has the size
+    FakeMarks marks; // the mark is the same for every file, but only viewed.fax has its size
     marks.mark = "1 " + std::to_string(viewed.modified_s) + "." +
                  std::to_string(1000000000 + viewed.modified_ns).substr(1) + " 10";
     EXPECT_EQ(Shown(ListDirectory(scratch.Path(), "*.fax", Marks::leave)),

@@ -1,4 +1,4 @@
-// The dialog that asks for a file: what it lists, what it tells, what it hands back.
+// The dialog that asks for a file: its list, its notifications and its results.
 #include "platform/filedialog.h"
 #include "tests/platform/test_classes.h"
 #include "tests/support/scratch.h"
@@ -75,7 +75,7 @@ protected:
     NotingDialog dialog{" Fax *.fax | *.fax | Low | *.low;*.none | All | *.* | Low | *.low ||"};
 };
 
-TEST_F(FileDialogTest, FiltersListAndGoBack)
+TEST_F(FileDialogTest, TheFilterSelectsFilesAndItsIndexIsReturned)
 {
     const struct {
         int index_in;
@@ -109,7 +109,7 @@ TEST_F(FileDialogTest, FiltersListAndGoBack)
     }
 }
 
-TEST_F(FileDialogTest, TellsSelectionAndGivesThePath)
+TEST_F(FileDialogTest, ReportsTheSelectionAndReturnsThePath)
 {
     EXPECT_EQ(Show([&] {
                   ASSERT_TRUE(WaitFor({"sub", "a.fax", "B.FAX"}));
@@ -136,8 +136,8 @@ TEST_F(FileDialogTest, TellsSelectionAndGivesThePath)
     EXPECT_EQ(dialog.GetEntryText(0), "");
 }
 
-// By its name alone, by a path, and by a click.
-TEST_F(FileDialogTest, OpensWhatIsChosen)
+// The user types a name, types a path, or clicks.
+TEST_F(FileDialogTest, ReturnsTheChosenFile)
 {
     const struct {
         const char* typed; // null: clicked
@@ -159,7 +159,7 @@ TEST_F(FileDialogTest, OpensWhatIsChosen)
             << c.wanted;
         EXPECT_EQ(dialog.m_strFileName.View(), Path(c.wanted));
     }
-    // A typed name counts more than an older selection. A device or a directory does not end the dialog.
+    // A typed name replaces an older selection. A device or a directory does not end the dialog.
     EXPECT_EQ(Show([&] {
                   ASSERT_TRUE(WaitFor({"sub", "a.fax", "B.FAX"}));
                   Click("a.fax");
@@ -174,7 +174,7 @@ TEST_F(FileDialogTest, OpensWhatIsChosen)
               }),
               IDOK);
     EXPECT_EQ(dialog.m_strFileName.View(), Path("c.low"));
-    // Names that Qt would read differently in a line of names.
+    // Qt would parse these names differently if they were typed.
     const Lines odd{"a\"b.fax", "b.fax",   "\"c\".fax", " lead.fax",
                     "~x.fax",   "[x].fax", "-.fax",     "two\nlines.fax"};
     fs::create_directory(scratch.File("odd"));
@@ -194,8 +194,8 @@ TEST_F(FileDialogTest, OpensWhatIsChosen)
         }
 }
 
-// Another version of Qt may have other parts. Without one of them the dialog opens and chooses all the same,
-// at worst without the label line.
+// Another version of Qt may lack a part of its dialog. The dialog must still open and return a file, at worst
+// without the label.
 TEST_F(FileDialogTest, OpensWithoutEachPartOfQtsDialog)
 {
     bool has_label = false;
@@ -223,12 +223,12 @@ TEST_F(FileDialogTest, OpensWithoutEachPartOfQtsDialog)
         EXPECT_EQ(dialog.m_nFilterIndex, 2);
     }
     LoseFileDialogPart(0);
-    EXPECT_TRUE(has_label) << "if nothing is missing";
+    EXPECT_TRUE(has_label) << "no part was missing in the last round";
     EXPECT_TRUE(was_without_label);
 }
 
-// They come in batches. Not a byte of them is read: the time of the last access stays.
-TEST_F(FileDialogTest, ListsManyFilesUnopened)
+// Qt lists the files in batches. No file is read: the time of the last access is unchanged.
+TEST_F(FileDialogTest, ListsManyFilesWithoutReadingThem)
 {
     constexpr size_t kFiles = 300;
     fs::create_directory(scratch.File("many"));
@@ -248,7 +248,7 @@ TEST_F(FileDialogTest, ListsManyFilesUnopened)
     EXPECT_EQ(status.st_atim.tv_sec, 1);
 }
 
-// Nothing is written where the toolkit keeps what its dialogs remember.
+// The dialog does not write to the file in which Qt keeps the state of its dialogs.
 TEST_F(FileDialogTest, LeavesNoSettings)
 {
     const char* home = std::getenv("XDG_CONFIG_HOME");

@@ -1,4 +1,4 @@
-// The pixels of shapes over a picture, against the plainest way to say where they are.
+// The pixels of shapes over a picture, compared with a simple reference.
 #include "platform/overlay.h"
 
 #include <algorithm>
@@ -11,7 +11,8 @@ namespace
 using enum OverlayShape::Kind;
 constexpr CSize kClient{60, 50};
 
-// What the shape makes of that pixel of the picture, 0 if it leaves it.
+// Returns the colour that the shape gives the pixel, 0 if the shape does not cover it, or 1 if any colour is
+// accepted.
 COLORREF WantedAt(const OverlayShape& shape, int64_t x, int64_t y)
 {
     if (shape.kind == frame) {
@@ -28,14 +29,15 @@ COLORREF WantedAt(const OverlayShape& shape, int64_t x, int64_t y)
     const int64_t slant = across ? dy : dx;
     if (length < 0 ? along > 0 || along < length : along < 0 || along > length)
         return 0;
-    // At most half a pixel from the line; either pixel if the line is in the middle between two.
+    // A pixel is black if it is at most half a pixel from the line. Next to it there is a white pixel. If the
+    // line is exactly between two pixels, either may be chosen.
     const long double from_line = length == 0
                                       ? static_cast<long double>(off)
                                       : static_cast<long double>(off) - static_cast<long double>(along) *
                                                                             static_cast<long double>(slant) /
                                                                             static_cast<long double>(length);
     if (std::abs(std::abs(from_line) - 0.5L) < 1e-9L)
-        return 1; // black or not
+        return 1; // any colour is accepted
     if (std::abs(from_line) < 0.5L)
         return kBlack;
     if (std::abs(std::abs(from_line - 1) - 0.5L) < 1e-9L)
@@ -43,7 +45,7 @@ COLORREF WantedAt(const OverlayShape& shape, int64_t x, int64_t y)
     return std::abs(from_line - 1) < 0.5L ? kWhite : 0;
 }
 
-TEST(Overlay, ShapesAreWhereTheyShouldBeAndGoWithoutATrace)
+TEST(Overlay, ShapesCoverTheRightPixelsAndLeaveNoTrace)
 {
     constexpr int kLeast = INT32_MIN;
     constexpr int kMost = INT32_MAX;
@@ -56,7 +58,7 @@ TEST(Overlay, ShapesAreWhereTheyShouldBeAndGoWithoutATrace)
         {{frame, {5, 7}, {8, 10}}, {0, 0}},
         {{frame, {5, 7}, {6, 8}}, {0, 0}},
         {{frame, {5, 7}, {7, 30}}, {0, 0}},
-        {{frame, {5, 7}, {5, 30}}, {0, 0}}, // nothing
+        {{frame, {5, 7}, {5, 30}}, {0, 0}}, // covers nothing
         {{frame, {20, 30}, {5, 7}}, {0, 0}},
         {{frame, {-3, -1}, {61, 50}}, {0, 0}},
         {{frame, {0, 0}, {kMost, kMost}}, {kMost - 60, kMost - 50}},
@@ -99,7 +101,7 @@ TEST(Overlay, ShapesAreWhereTheyShouldBeAndGoWithoutATrace)
     }
 }
 
-TEST(Overlay, ManyShapesOnOneAnotherAreCoveredTightlyAndGoWithoutATrace)
+TEST(Overlay, ManyShapesAreCoveredTightlyAndLeaveNoTrace)
 {
     std::mt19937 random{1};
     const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
@@ -118,11 +120,12 @@ TEST(Overlay, ManyShapesOnOneAnotherAreCoveredTightlyAndGoWithoutATrace)
                 ASSERT_GE(std::min(rect.left, rect.top), 0);
                 ASSERT_LE(rect.right, kClient.cx);
                 ASSERT_LE(rect.bottom, kClient.cy);
-                ASSERT_TRUE(std::min(rect.Width(), rect.Height()) <= 16) << "no box of a whole shape";
+                ASSERT_TRUE(std::min(rect.Width(), rect.Height()) <= 16)
+                    << "a rectangle must not enclose a whole shape";
                 for (int y = rect.top; y < rect.bottom; ++y)
                     for (int x = rect.left; x < rect.right; ++x)
                         if (uint32_t& pixel = pixels[static_cast<size_t>(y * kClient.cx + x)]; pixel > 7)
-                            pixel = 8; // covered
+                            pixel = 8; // mark as covered
             }
             EXPECT_EQ(std::count_if(pixels.begin(), pixels.end(), [](uint32_t pixel) { return pixel > 8; }),
                       0);
@@ -131,6 +134,6 @@ TEST(Overlay, ManyShapesOnOneAnotherAreCoveredTightlyAndGoWithoutATrace)
     }
     EXPECT_EQ(OverlayParts({}, {0, 0}, kClient), std::vector<OverlayPart>{});
     EXPECT_EQ(OverlayParts({{frame, {0, 0}, {9, 9}}}, {0, 0}, {0, 0}), std::vector<OverlayPart>{});
-    const OverlayOnPixels nothing({}, {{{0, 0, 5, 5}, kBlack}}); // a view without memory
+    const OverlayOnPixels nothing({}, {{{0, 0, 5, 5}, kBlack}}); // as for a view without memory
 }
 } // namespace

@@ -1,4 +1,4 @@
-// Memory figures, the open of page files, the temporary store.
+// The amount of free memory, the opening of page files, and the temporary store.
 #include "platform/file.h"
 #include "platform/memory.h"
 #include "platform/tempstore.h"
@@ -19,7 +19,7 @@
 
 namespace
 {
-TEST(MemoryStatus, FiguresOutOfTheKernelsText)
+TEST(MemoryStatus, ReadsTheKernelsText)
 {
     constexpr uint64_t kMost = UINT64_MAX / 1024 * 1024;
     struct {
@@ -28,7 +28,7 @@ TEST(MemoryStatus, FiguresOutOfTheKernelsText)
         MemoryStatus status;
     } const cases[] = {
         {"MemTotal: 9 kB\nMemAvailable:     100 kB\nSwapFree:   7 kB\n", {102400, 7168}, {102400, 7168}},
-        {"SwapFree: 7 kB\nMemAvailable: 100", {102400, 7168}, {102400, 7168}}, // no line end
+        {"SwapFree: 7 kB\nMemAvailable: 100", {102400, 7168}, {102400, 7168}}, // without a line end
         {"XMemAvailable: 5 kB\nMemAvailable: 1 kB\n", {1024, 0}, {1024, 0}},
         {"MemAvailable: 2097151 kB\nSwapFree: 2097152 kB\n",
          {0x7ffffc00, 0x80000000},
@@ -59,23 +59,23 @@ TEST(MemoryStatus, FiguresOutOfTheKernelsText)
     EXPECT_NE(GlobalMemoryStatus().available_physical, 3U);
 }
 
-TEST(MemoryStatus, ControlGroupsCount)
+TEST(MemoryStatus, ControlGroupsLimitIt)
 {
     using Files = std::vector<std::pair<const char*, const char*>>; // below sys/fs/cgroup
     struct {
         const char* name;
-        const char* groups; // of the process
+        const char* groups; // text of /proc/self/cgroup
         Files files;
-        uint64_t physical, page_file; // of 1000 KiB and 500 KiB
+        uint64_t physical, page_file; // 1000 KiB and 500 KiB without limits
     } const cases[] = {
         {"no groups", "", {}, 1024000, 512000},
         {"no limit", "0::/a\n", {{"a/memory.max", "max\n"}, {"a/memory.current", "5\n"}}, 1024000, 512000},
-        {"its own",
+        {"a limit of its own group",
          "0::/a/b\n",
          {{"a/b/memory.max", "9000\n"}, {"a/b/memory.current", "2000\n"}},
          7000,
          512000},
-        {"one above it",
+        {"a limit of a group above",
          "0::/a/b/c\n",
          {{"a/memory.max", "9000"},
           {"a/memory.current", "2000"},
@@ -83,12 +83,12 @@ TEST(MemoryStatus, ControlGroupsCount)
           {"a/b/c/memory.current", "10"}},
          7000,
          512000},
-        {"the root of a container",
+        {"a limit of the root of a container",
          "0::/\n",
          {{"memory.max", "9000"}, {"memory.current", "2000"}},
          7000,
          512000},
-        {"above the root of a container",
+        {"a path above the root of a container",
          "0::/../../x\n",
          {{"memory.max", "9000"},
           {"memory.current", "2000"},
@@ -105,7 +105,7 @@ TEST(MemoryStatus, ControlGroupsCount)
          501,
          512000},
         {"no swap", "0::/a\n", {{"a/memory.swap.max", "0"}, {"a/memory.swap.current", "0"}}, 1024000, 0},
-        {"first version",
+        {"cgroup version 1",
          "9:cpu,memory:/a\n4:pids:/p\n0::/b\n",
          {{"memory/memory.limit_in_bytes", "9223372036854771712"},
           {"memory/memory.usage_in_bytes", "77"},
@@ -116,7 +116,7 @@ TEST(MemoryStatus, ControlGroupsCount)
           {"memory/a/memory.memsw.usage_in_bytes", "2100"}},
          7030,
          400},
-        {"path of the host, seen from within",
+        {"inside a container, with the path on the host",
          "4:memory:/docker/7f\n",
          {{"memory/memory.limit_in_bytes", "9000"}, {"memory/memory.usage_in_bytes", "2000"}},
          7000,
@@ -150,13 +150,13 @@ TEST(MemoryStatus, ControlGroupsCount)
     std::filesystem::create_directories(root.File("proc/self"));
     root.Write("proc/meminfo", "MemAvailable: 1000 kB\n");
     std::string deep = "0::";
-    while (deep.size() < 20000) // cut by the reader
+    while (deep.size() < 20000) // longer than the reader reads
         deep += "/deep";
     root.Write("proc/self/cgroup", deep);
     EXPECT_EQ(ReadFreeMemory(root.Path()).physical, 1024000U);
 }
 
-TEST(MemoryStatus, TheAddressSpaceCounts)
+TEST(MemoryStatus, TheAddressSpaceLimitsIt)
 {
     const ScratchDirectory root;
     std::filesystem::create_directories(root.File("proc/self"));
@@ -175,7 +175,7 @@ TEST(MemoryStatus, TheAddressSpaceCounts)
                       std::to_string(room > 1'024'000'000 ? room - 1'024'000'000 : 0));
 }
 
-TEST(OpenRegularFile, OpensRegularFilesAndNothingElse)
+TEST(OpenRegularFile, OpensOnlyRegularFiles)
 {
     const ScratchDirectory scratch;
     const std::string& directory = scratch.Path();
@@ -205,7 +205,7 @@ TEST(OpenRegularFile, OpensRegularFilesAndNothingElse)
         {long_path + page.substr(directory.size()), false},
     };
     for (const auto& c : cases) {
-        alarm(20); // what blocks ends the test
+        alarm(20); // a call that blocks ends the program
         const int file = OpenRegularFile(c.path);
         alarm(0);
         EXPECT_EQ(file >= 0, c.opens) << c.path;
@@ -223,7 +223,7 @@ TEST(OpenRegularFile, OpensRegularFilesAndNothingElse)
               "refused");
 }
 
-// Where a descriptor's file lies or lay.
+// Returns the path of the open file. If it was deleted, the path ends with " (deleted)".
 std::string PlaceOf(int file)
 {
     char text[4096] = "";
@@ -231,7 +231,7 @@ std::string PlaceOf(int file)
     return {text, length > 0 ? static_cast<size_t>(length) : 0};
 }
 
-TEST(TempStore, LiesInTheFirstUsableDirectoryWithoutAName)
+TEST(TempStore, IsAFileWithoutANameInTheFirstUsableDirectory)
 {
     const ScratchDirectory scratch;
     const std::string& directory = scratch.Path();
@@ -263,11 +263,11 @@ TEST(TempStore, LiesInTheFirstUsableDirectoryWithoutAName)
         ASSERT_EQ(fstat(file, &status), 0);
         EXPECT_EQ(status.st_nlink, 0U);
         EXPECT_EQ(status.st_size, bytes);
-        EXPECT_GE(status.st_blocks * 512, bytes); // reserved, not a hole
+        EXPECT_GE(status.st_blocks * 512, bytes); // the blocks are allocated
         EXPECT_TRUE(fcntl(file, F_GETFD) & FD_CLOEXEC);
         uint8_t* view = MapTempFile(file, bytes);
         ASSERT_TRUE(view);
-        CloseTempFile(file); // the mapping stays
+        CloseTempFile(file); // the mapping stays valid
         view[0] = 1;
         view[bytes - 1] = 2;
         EXPECT_EQ(view[0] + view[bytes - 1], 3);
@@ -276,7 +276,7 @@ TEST(TempStore, LiesInTheFirstUsableDirectoryWithoutAName)
     unsetenv("TMPDIR");
 }
 
-TEST(TempStore, RefusesWhatCannotBeHeld)
+TEST(TempStore, RefusesSizesThatDoNotFit)
 {
     uint64_t most_free = 0;
     for (const char* place : {"/var/tmp", "/tmp"}) {
@@ -295,8 +295,8 @@ TEST(TempStore, RefusesWhatCannotBeHeld)
     EXPECT_EQ(CreateTempFile("SQZ", (1 << 20) + 1), kInvalidFile);
 }
 
-// A tmpfs may be larger than the memory that is left.
-TEST(TempStore, OnTmpfsItAlsoLeavesHalfOfTheMemory)
+// A tmpfs can be larger than the free memory.
+TEST(TempStore, OnTmpfsItTakesAtMostHalfOfTheMemory)
 {
     struct statfs status;
     if (statfs("/dev/shm", &status) != 0 || status.f_type != TMPFS_MAGIC || access("/dev/shm", W_OK) != 0)

@@ -1,4 +1,4 @@
-// A print is read back from the file: every bit as it was.
+// Printing to a file. The pictures are read back from the file and must equal the page.
 #include "platform/memory.h"
 #include "tests/platform/test_classes.h"
 #include "tests/support/scratch.h"
@@ -23,7 +23,7 @@ std::string OutputOf(const std::string& command)
     return output;
 }
 
-// A portable bit, grey or pixel map, as 8 bits of grey a pixel.
+// A portable bitmap, greymap or pixmap, converted to 8 bits of grey per pixel.
 struct Picture {
     int width = 0;
     int height = 0;
@@ -62,8 +62,8 @@ protected:
         SetMessageBoxHook([](const CString& text) { g_recorder.Add("box " + std::string{text.View()}); });
         Settle();
     }
-    // Prints, and returns the images in the file, from the top down. They are grey, of so many bits a pixel,
-    // and without loss.
+    // Prints and returns the images in the file, from the top down. Expects that they are grey, lossless and
+    // of this depth.
     std::vector<Picture> PrintAll(const std::string& bits_per_component)
     {
         view->OnFilePrint();
@@ -123,7 +123,7 @@ TEST_F(PrintingTest, BilevelPagesKeepTheirBits)
             EXPECT_EQ(box, info->m_rectDraw);
             EXPECT_EQ(box, (CRect{0, 0, dc->GetDeviceCaps(HORZRES), dc->GetDeviceCaps(VERTRES)}));
             EXPECT_GT(dc->GetDeviceCaps(HORZRES),
-                      6 * dc->GetDeviceCaps(LOGPIXELSX)); // a sheet at full resolution
+                      6 * dc->GetDeviceCaps(LOGPIXELSX)); // the sheet has its full resolution
             EXPECT_TRUE(dc->IsPrinting());
             EXPECT_FALSE(info->m_bPreview);
             CBitmap bitmap;
@@ -145,7 +145,7 @@ TEST_F(PrintingTest, BilevelPagesKeepTheirBits)
     }
 }
 
-TEST_F(PrintingTest, GreyPagesLoseNothing)
+TEST_F(PrintingTest, GreyPagesKeepEachLevel)
 {
     BitmapInfo info;
     info.width = 200;
@@ -177,8 +177,8 @@ TEST_F(PrintingTest, GreyPagesLoseNothing)
     }
 }
 
-// A picture that would take too much memory as one image.
-TEST_F(PrintingTest, BandsLoseNothingAndLeaveNoSeam)
+// The picture needs too much memory for one image, so it is printed in bands.
+TEST_F(PrintingTest, BandsKeepEachLineAndLeaveNoGap)
 {
     BitmapInfo info;
     info.width = 100;
@@ -197,11 +197,11 @@ TEST_F(PrintingTest, BandsLoseNothingAndLeaveNoSeam)
     SetMemoryStatusSource([] { return MemoryStatus{1 << 20, 0}; });
     const std::vector<Picture> bands = PrintAll("8");
     EXPECT_GT(bands.size(), 2U);
-    EXPECT_LT(bands.size(), 5U) << "they are as tall as memory allows";
-    int covered = 0; // lines from the top that all were there
+    EXPECT_LT(bands.size(), 5U) << "bands are as tall as memory allows";
+    int covered = 0; // lines found so far, from the top without a gap
     for (const Picture& band : bands) {
         ASSERT_EQ(band.width, 100);
-        const auto starts_at = [&](int line) { // and all of its lines are right
+        const auto starts_at = [&](int line) { // true if all lines of the band are right at this line
             return line >= 0 && line + band.height <= 2000 &&
                    std::equal(band.grey.begin(), band.grey.end(), bits.begin() + ptrdiff_t{line} * 100);
         };
@@ -213,7 +213,7 @@ TEST_F(PrintingTest, BandsLoseNothingAndLeaveNoSeam)
     }
     EXPECT_EQ(covered, 2000);
 
-    // Whatever grid a viewer draws it on, no paper shines through.
+    // The paper must not show between bands at any resolution of a viewer.
     std::fill(bits.begin(), bits.end(), uint8_t{100});
     EXPECT_EQ(PrintAll("8").size(), bands.size());
     SetMemoryStatusSource(nullptr);
@@ -223,7 +223,7 @@ TEST_F(PrintingTest, BandsLoseNothingAndLeaveNoSeam)
         OutputOf("convert '" + directory + "/sheet.png' -depth 8 '" + directory + "/sheet.pgm'");
         const Picture sheet = ReadPicture(directory + "/sheet.pgm");
         const auto width = static_cast<size_t>(sheet.width);
-        // A column through the middle of the picture: paper, grey without a break, paper.
+        // A column through the picture must be paper, then grey without a gap, then paper.
         const auto is_grey = [](uint8_t level) { return level >= 98 && level <= 102; };
         size_t column = 0;
         while (column < sheet.grey.size() &&
@@ -240,7 +240,7 @@ TEST_F(PrintingTest, BandsLoseNothingAndLeaveNoSeam)
     }
 }
 
-TEST_F(PrintingTest, AFailureIsToldOnceAndLeavesNoFile)
+TEST_F(PrintingTest, AFailureIsReportedOnceAndLeavesNoFile)
 {
     const TestPage page = TestPage::Random(4000, 4000);
     const auto draw = [&](CDC* dc, CPrintInfo* info) { page.Draw(dc, info->m_rectDraw); };
@@ -255,7 +255,7 @@ TEST_F(PrintingTest, AFailureIsToldOnceAndLeavesNoFile)
     const std::string good = pdf;
     const std::string fifo = scratch.File("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    alarm(60); // ends a test that waits for a reader
+    alarm(60); // a call that waits for a reader ends the program
     for (const std::string& path : {directory, directory + "/none/page.pdf", fifo}) {
         pdf = path;
         EXPECT_EQ(boxes(), 1) << path;
@@ -263,19 +263,19 @@ TEST_F(PrintingTest, AFailureIsToldOnceAndLeavesNoFile)
     alarm(0);
     EXPECT_TRUE(exists(directory) && exists(fifo));
     pdf = good;
-    EXPECT_EQ(boxes(), 0); // the next one is as good as ever
+    EXPECT_EQ(boxes(), 0); // the next print succeeds
     EXPECT_TRUE(exists(pdf));
-    // The disk is full in the midst of the file, which holds the last print, or is reached through a link.
+    // The disk becomes full while the file is written. The file exists from the last print, or it is a link.
     const std::string link = scratch.File("link.pdf");
     ASSERT_EQ(symlink("target.pdf", link.c_str()), 0);
     for (const std::string& path : {good, link}) {
         const FileSizeLimit limit{100000};
         pdf = path;
         EXPECT_EQ(boxes(), 1) << path;
-        EXPECT_FALSE(exists(path)) << path; // of a link: what it leads to
+        EXPECT_FALSE(exists(path)) << path; // for a link, its target
     }
     EXPECT_TRUE(std::filesystem::is_symlink(link));
-    // The drawing gives up.
+    // The drawing aborts the print.
     pdf = good;
     for (const bool told : {false, true}) {
         view->print = [&, told](CDC* dc, CPrintInfo* info) {
@@ -286,7 +286,7 @@ TEST_F(PrintingTest, AFailureIsToldOnceAndLeavesNoFile)
         EXPECT_FALSE(exists(pdf));
     }
     view->print = draw;
-    // Escape between two bands of a grey picture.
+    // The user presses Escape between two bands of a grey picture.
     BitmapInfo info;
     info.width = 100;
     info.height = -2000;
@@ -303,7 +303,7 @@ TEST_F(PrintingTest, AFailureIsToldOnceAndLeavesNoFile)
     SetMemoryStatusSource(nullptr);
     SetWorkClock({});
     view->print = [&](CDC* dc, CPrintInfo* print) { page.Draw(dc, print->m_rectDraw); };
-    // A device stays.
+    // A device is not deleted.
     pdf = scratch.File("null");
     if (mknod(pdf.c_str(), S_IFCHR | 0600, makedev(1, 3)) == 0) {
         EXPECT_EQ(boxes(), 0);
@@ -314,7 +314,7 @@ TEST_F(PrintingTest, AFailureIsToldOnceAndLeavesNoFile)
     EXPECT_TRUE(g_recorder.Take().empty());
 }
 
-TEST_F(PrintingTest, ThePreviewDrawsTheSameWayAndTouchesNothing)
+TEST_F(PrintingTest, ThePreviewUsesTheSameDrawingAndWritesNoFile)
 {
     const TestPage page = TestPage::Random(400, 400);
     view->print = [&](CDC* dc, CPrintInfo* info) {

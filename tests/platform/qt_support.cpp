@@ -74,7 +74,7 @@ std::string DifferenceFromRepaint()
         if (!device)
             continue;
         const QImage before = device->copy();
-        // Each inner widget by itself: what the window repaints is not passed on to those that have a change.
+        // Updates each inner widget too, because a repaint of the window alone does not repaint them all.
         for (QWidget* const inner : widget->findChildren<QWidget*>())
             inner->update();
         widget->repaint();

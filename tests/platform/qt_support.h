@@ -1,4 +1,4 @@
-// The little that tests need from the toolkit itself.
+// The few functions of the tests that need Qt.
 #pragma once
 
 #include "platform/types.h"
@@ -6,25 +6,26 @@
 #include <functional>
 #include <string>
 
-// Calls function from the loop of the next modal window, then closes that. What the window says is in *text.
+// Calls function from the event loop of the next modal window and then closes that window. If it is a message
+// box, its text is stored in *text.
 void InNextBox(std::function<void()> function, std::string* text = nullptr);
 
-// The title of the window that the open box or dialog belongs to.
+// Returns the title of the parent of the open box or dialog.
 std::string BoxParentTitle();
 
-// Runs the event loop a hundred rounds, whatever waits in it.
+// Runs a hundred rounds of the event loop.
 void PumpRounds();
 
 double ScreenRatio();
 
-// Empty if the windows hold what a repaint of all of each draws, bars and borders included; else where not.
+// Repaints all windows, with bars and borders. Returns the first pixel that changes, or an empty text.
 std::string DifferenceFromRepaint();
 
-CPoint BarValues(); // what the bars of the only frame say
+CPoint BarValues(); // values of the scroll bars of the only frame
 
-std::string TitleOnScreen(); // of the only frame, as the display has it
+std::string TitleOnScreen(); // title of the only frame, as the display knows it
 
-// Gives the desktop's palette these greys for as long as it lives.
+// While it lives, the palette of the desktop has these greys.
 class PaletteForTest
 {
 public:

@@ -1,4 +1,4 @@
-// The blits, pixel by pixel against the plainest way to say what they do.
+// The blits. Each pixel is compared with a simple reference.
 #include "platform/raster.h"
 
 #include "platform/movingpixels.h"
@@ -12,8 +12,8 @@ constexpr uint32_t kGuard = 0x12345678;
 
 using Expand = decltype(&ExpandBilevel);
 
-// Every row of the source is a block of its own size, so that the sanitizer sees a byte read behind the last
-// one, and guards stand before, behind and between the rows of the target.
+// The source is a block of exactly its size, so that the sanitizer detects a read after its end. Guard pixels
+// surround each row of the target.
 void CheckExpand(Expand expand, int first_bit, int width, int height, COLORREF zero, COLORREF one,
                  std::mt19937& random)
 {
@@ -36,7 +36,7 @@ void CheckExpand(Expand expand, int first_bit, int width, int height, COLORREF z
     ASSERT_EQ(target, want) << "first bit " << first_bit << ", width " << width;
 }
 
-TEST(ExpandBilevel, EveryFirstBitAndWidthInBothForms)
+TEST(ExpandBilevel, IsRightForEveryFirstBitAndWidthInBothVariants)
 {
     std::mt19937 random{1};
     std::vector<int> widths{255, 256, 257, 1279, 1281, 3839, 9001};
@@ -52,7 +52,7 @@ TEST(ExpandBilevel, EveryFirstBitAndWidthInBothForms)
                 }
 }
 
-// A buffer of 20 x 10 that is a part of a larger block, with guards all round.
+// A buffer of 20 x 10 pixels inside a larger block of guard pixels.
 struct Canvas {
     static constexpr int width = 20, height = 10, border = 4, pitch = width + 2 * border;
     std::vector<uint32_t> block = std::vector<uint32_t>(size_t{pitch} * (height + 2 * border), kGuard);
@@ -74,11 +74,10 @@ constexpr Blit kBlits[] = {
     {kAll, {-8, 0, 0, 5}, 0, 0},          {{-4, 9, 40, 40}, {-1, 9, 19, 10}, 17, 3},
 };
 
-TEST(BlitBilevel, IsCutToClipAndBuffer)
+TEST(BlitBilevel, IsClippedToClipAndBuffer)
 {
     std::mt19937 random{2};
-    std::vector<uint8_t> rows(9 *
-                              40); // 70 x 40, a byte more a row than needed would hide a read behind the end
+    std::vector<uint8_t> rows(9 * 40); // 70 x 40; longer rows would hide a read after their end
     for (uint8_t& byte : rows)
         byte = static_cast<uint8_t>(random());
     CBitmap bitmap;
@@ -99,7 +98,7 @@ TEST(BlitBilevel, IsCutToClipAndBuffer)
     }
 }
 
-TEST(BlitIndexed, TakesBottomUpRowsOneToOneAndStretched)
+TEST(BlitIndexed, DrawsBottomUpRowsOneToOneAndStretched)
 {
     BitmapInfo info;
     info.width = 64;
@@ -111,7 +110,7 @@ TEST(BlitIndexed, TakesBottomUpRowsOneToOneAndStretched)
     std::array<COLORREF, 256> colors;
     for (size_t i = 0; i < colors.size(); ++i)
         colors[i] = Grey(static_cast<unsigned>(255 - i));
-    const CSize sources[] = {{0, 0}, {1, 1}, {30, 20}, {7, 3}}; // the first: as large as the target
+    const CSize sources[] = {{0, 0}, {1, 1}, {30, 20}, {7, 3}}; // {0, 0}: as large as the target
     for (const CSize& size : sources)
         for (const Blit& c : kBlits) {
             const int source_width = size.cx ? size.cx : c.dest.Width();
@@ -123,7 +122,7 @@ TEST(BlitIndexed, TakesBottomUpRowsOneToOneAndStretched)
                  y < std::min({10, c.clip.bottom, c.dest.bottom}); ++y)
                 for (int x = std::max({0, c.clip.left, c.dest.left});
                      x < std::min({20, c.clip.right, c.dest.right}); ++x) {
-                    // The source pixel under the middle of the target pixel.
+                    // Takes the source pixel at the middle of the target pixel.
                     const int from_x = source.left + static_cast<int>((x - c.dest.left + 0.5) * source_width /
                                                                       c.dest.Width());
                     const int from_y = source.top + static_cast<int>((y - c.dest.top + 0.5) * source_height /
@@ -135,7 +134,7 @@ TEST(BlitIndexed, TakesBottomUpRowsOneToOneAndStretched)
         }
 }
 
-TEST(DeviceContext, CutsToTheBitmapAndRefusesWhatLiesOutside)
+TEST(DeviceContext, ClipsToTheBitmapAndRefusesRectanglesOutside)
 {
     const uint8_t rows[2] = {0xa5, 0x5a};
     CBitmap bitmap;
@@ -148,7 +147,7 @@ TEST(DeviceContext, CutsToTheBitmapAndRefusesWhatLiesOutside)
     memory.SelectObject(&bitmap);
     dc.SetViewportOrg(-100, -200);
     EXPECT_TRUE(
-        dc.BitBlt(103, 204, 99, 99, memory, 1, 1, NOTSRCCOPY)); // pixels 1 to 5 of row 1, 0x5a turned over
+        dc.BitBlt(103, 204, 99, 99, memory, 1, 1, NOTSRCCOPY)); // pixels 1 to 5 of row 1: 0x5a inverted
     const bool black[5] = {true, false, true, true, false};
     for (int i = 0; i < 5; ++i)
         want.At(3 + i, 4) = black[i] ? kBlack : kWhite;
@@ -168,13 +167,13 @@ TEST(DeviceContext, CutsToTheBitmapAndRefusesWhatLiesOutside)
     EXPECT_EQ(dc.SetDIBitsToDevice(100, 200, 4, 4, 0, 0, bits, info), 0);
     EXPECT_EQ(dc.SetDIBitsToDevice(100, 200, 4, 3, 1, 0, bits, info), 0);
 }
-TEST(MovingPixels, AnyWalkOfMovesKeepsWhatStaysInView)
+TEST(MovingPixels, ARandomWalkKeepsThePixelsThatStayInView)
 {
     std::mt19937 random{5};
     for (const CSize size : {CSize{1, 1}, CSize{1, 40}, CSize{40, 1}, CSize{37, 23}, CSize{64, 90}}) {
         SCOPED_TRACE(testing::Message() << size.cx << " x " << size.cy);
         MovingPixels picture{size.cx, size.cy};
-        // Pixels of an endless page, which the picture is a window on.
+        // The picture is a window on an endless page.
         CPoint origin;
         const auto pixel = [&](int x, int y) {
             return static_cast<uint32_t>((x + origin.x) * 7919 + (y + origin.y) * 104729);
@@ -189,7 +188,7 @@ TEST(MovingPixels, AnyWalkOfMovesKeepsWhatStaysInView)
         draw(whole);
         CSize direction;
         for (int step = 0; step < 2000; ++step) {
-            if (step % 50 == 0) // a long way one way, and then another
+            if (step % 50 == 0) // the direction changes after many steps
                 direction = {static_cast<int>(random() % 3) - 1, static_cast<int>(random() % 3) - 1};
             const bool is_single = step % 100 < 40;
             const auto length = [&](int side) {

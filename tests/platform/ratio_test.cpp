@@ -1,4 +1,4 @@
-// One page pixel is one pixel of the screen, at whatever ratio the environment asks for.
+// One page pixel is one pixel of the screen at every ratio. The environment sets the ratio.
 #include "tests/platform/qt_support.h"
 #include "tests/platform/test_classes.h"
 
@@ -10,7 +10,7 @@ class RatioTest : public WindowTest
 {
 };
 
-TEST_F(RatioTest, AChequeredPageShowsBitForBit)
+TEST_F(RatioTest, AChequeredPageIsShownBitForBit)
 {
     const char* wanted = std::getenv("QT_SCALE_FACTOR");
     ASSERT_EQ(ScreenRatio(), wanted ? std::strtod(wanted, nullptr) : 1.0);
@@ -40,8 +40,8 @@ TEST_F(RatioTest, AChequeredPageShowsBitForBit)
         }
 }
 
-// The view, and the bars, which repaint only a part of themselves.
-TEST_F(RatioTest, ScrolledWindowsHoldWhatAFullRepaintDraws)
+// Checks the view and the scroll bars, because the bars repaint only a part of themselves.
+TEST_F(RatioTest, AScrolledWindowEqualsAFullRepaint)
 {
     ResizeFrame(*frame, {401, 350});
     view->ShowPage(TestPage::Random(1501, 1203, 3));
@@ -61,7 +61,7 @@ TEST_F(RatioTest, ScrolledWindowsHoldWhatAFullRepaintDraws)
     }
 }
 
-// Whether the screen shows the parts over the view's own pixels, and these are the page's.
+// Expects that the view's own pixels are the page's, and that the screen shows the shapes over them.
 void ExpectOverlay(TestView* view, const std::vector<OverlayShape>& shapes)
 {
     ASSERT_TRUE(PumpUntilIdle());
@@ -83,7 +83,7 @@ void ExpectOverlay(TestView* view, const std::vector<OverlayShape>& shapes)
             ASSERT_EQ(shown.At(x, y), want.At(x, y)) << x << "," << y;
 }
 
-TEST_F(RatioTest, AnOverlayIsOnTheScreenAloneAndLeavesNoTrace)
+TEST_F(RatioTest, AnOverlayIsOnlyOnTheScreenAndLeavesNoTrace)
 {
     ResizeFrame(*frame, {401, 350});
     view->ShowPage(TestPage::Random(1501, 1203));
@@ -105,13 +105,13 @@ TEST_F(RatioTest, AnOverlayIsOnTheScreenAloneAndLeavesNoTrace)
         for (const auto& shapes : steps) {
             view->ScrollToPosition(position);
             show(shapes);
-            view->ScrollToPosition({position.x + 5, position.y + 3}); // it goes with the picture
+            view->ScrollToPosition({position.x + 5, position.y + 3}); // the overlay scrolls with the picture
             ExpectOverlay(view, shapes);
             if (HasFatalFailure())
                 return;
         }
 
-    // A step of a frame copies the edges that it leaves and takes, and causes no paint.
+    // A step of a frame copies only its old and new edges, and causes no paint.
     view->ScrollToPosition({0, 0});
     show(steps[0]);
     const uint64_t paints = PaintCount(*view);
@@ -121,7 +121,7 @@ TEST_F(RatioTest, AnOverlayIsOnTheScreenAloneAndLeavesNoTrace)
     const double ratio = ScreenRatio();
     const uint64_t copied = CopiedPixels(*view) - before;
     RecordProperty("copied", std::to_string(copied));
-    // Both edges are two pixels wide. In the units of Qt an edge may lie across one more unit.
+    // Both edges are two pixels wide. In the units of Qt an edge may cover one more unit.
     const uint64_t edges = 2 * (102 + 81);
     EXPECT_GE(copied, edges * 2);
     EXPECT_LE(copied, static_cast<uint64_t>(static_cast<double>(edges) * (3 + (ratio > 1 ? 3 * ratio : 0))));

@@ -1,5 +1,5 @@
-// The whole way through the program's own start and message loop, in a child: a process has one toolkit at
-// most.
+// The program's start and message loop. They run in a child process, because a process can have only one Qt
+// application.
 #include "platform/frame.h"
 #include "platform/run.h"
 #include "tests/support/child.h"
@@ -21,7 +21,7 @@ public:
     {
         auto* main = new Frame;
         m_pMainWnd = main;
-        auto* further = new Frame; // of no document: nobody closes it along
+        auto* further = new Frame; // belongs to no document, so nothing else closes it
         if (!main->LoadFrame(1, WS_OVERLAPPEDWINDOW, nullptr) || !further->Create("further", 0, {}, nullptr))
             return false;
         main->ShowWindow(SW_SHOW);
@@ -40,7 +40,7 @@ private:
     };
 };
 
-TEST(RunApplication, EndsWithItsMainWindowWhateverElseIsOpen)
+TEST(RunApplication, EndsWithItsMainWindowEvenIfOthersAreOpen)
 {
     EXPECT_EQ(InChild([] {
                   setenv("QT_QPA_PLATFORM", "offscreen", 1);

@@ -1,4 +1,4 @@
-// Scroll ranges, moved pixels, and what a paint finds and leaves when the window changes in its midst.
+// Scroll ranges, moved pixels, and paints during which the window scrolls or changes its size.
 #include "tests/platform/test_classes.h"
 
 namespace
@@ -19,7 +19,7 @@ protected:
         view->GetScrollRange(SB_VERT, &low, &end.y);
         return end;
     }
-    // The draw lines of the paints that are due.
+    // Pumps until idle and returns the records of drawing.
     std::vector<std::string> Draws()
     {
         std::vector<std::string> lines = Settle();
@@ -34,7 +34,7 @@ protected:
     }
 };
 
-TEST_F(ScrollTest, BarsComeWhereTheyAreNeededAndRangesEndWithThePicture)
+TEST_F(ScrollTest, BarsShowWhenNeededAndRangesEndWithThePicture)
 {
     view->ShowPage(TestPage{1, 1});
     const CSize full{view->GetClientRect().right, view->GetClientRect().bottom};
@@ -52,7 +52,7 @@ TEST_F(ScrollTest, BarsComeWhereTheyAreNeededAndRangesEndWithThePicture)
         {"too high, and then too wide", {both.cx + 1, full.cy + 1}, both},
         {"too wide, and then too high", {full.cx + 1, both.cy + 1}, both},
         {"larger than any screen", {2000000000, 2147483000}, both},
-        {"nothing", {0, 0}, full},
+        {"an empty picture", {0, 0}, full},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -69,7 +69,7 @@ TEST_F(ScrollTest, BarsComeWhereTheyAreNeededAndRangesEndWithThePicture)
     }
 }
 
-TEST_F(ScrollTest, ThePositionIsPulledAlong)
+TEST_F(ScrollTest, ThePositionIsClampedWhenSizesChange)
 {
     view->ShowPage(TestPage::Random(1500, 1200));
     Settle();
@@ -84,14 +84,14 @@ TEST_F(ScrollTest, ThePositionIsPulledAlong)
     EXPECT_EQ(view->GetScrollPosition(), End());
     EXPECT_EQ(End().x, 701 - view->GetClientRect().right);
     ExpectShown(view);
-    view->ShowPage(TestPage::Random(60, 50)); // bars gone, grey where the page was
+    view->ShowPage(TestPage::Random(60, 50)); // hides the bars and leaves grey in place of the old page
     EXPECT_EQ(view->GetScrollPosition(), (CPoint{0, 0}));
     ExpectShown(view);
 }
 
-// A view fits its picture to the window when it is told the size: ranges and positions are those of the new
-// size.
-TEST_F(ScrollTest, TheSizeMessageFindsTheNewRangesAndMaySetOthers)
+// A view fits its picture to the window in its WM_SIZE handler. Ranges and positions must be those of the new
+// size there.
+TEST_F(ScrollTest, TheSizeHandlerSeesTheNewRangesAndMaySetOthers)
 {
     view->ShowPage(TestPage::Random(1500, 1200));
     view->ScrollToPosition({1500, 1200});
@@ -124,7 +124,7 @@ TEST_F(ScrollTest, TheWheelMoves48PixelsANotchAndKeepsTheRest)
         int angle_x, angle_y, turns;
         bool shift;
         CPoint move;
-        CPoint pixels = {}; // count on Wayland alone
+        CPoint pixels = {}; // used only on Wayland
     } const cases[] = {
         {0, -120, 1, false, {0, 48}}, {0, 120, 2, false, {0, -96}},  {-120, 0, 1, false, {48, 0}},
         {0, -120, 1, true, {48, 0}},  {0, -15, 8, false, {0, 48}},   {0, -1, 120, false, {0, 48}},
@@ -138,7 +138,7 @@ TEST_F(ScrollTest, TheWheelMoves48PixelsANotchAndKeepsTheRest)
     }
 }
 
-TEST_F(ScrollTest, OnlyWhatIsUncoveredIsPainted)
+TEST_F(ScrollTest, OnlyTheUncoveredPartIsPainted)
 {
     view->ShowPage(TestPage::Random(1500, 1200));
     Settle();
@@ -164,7 +164,7 @@ TEST_F(ScrollTest, OnlyWhatIsUncoveredIsPainted)
         EXPECT_EQ(Draws(), std::vector<std::string>{Draw(c.kind, page_box)});
         ExpectShown(view);
     }
-    // What was invalid moves along.
+    // An invalid part moves with the pixels.
     view->ScrollToPosition({100, 200});
     Settle();
     view->InvalidateRect({10, 10, 20, 20});
@@ -172,7 +172,7 @@ TEST_F(ScrollTest, OnlyWhatIsUncoveredIsPainted)
     view->SetScrollPos(SB_VERT, 204);
     EXPECT_EQ(Draws(), std::vector<std::string>{Draw(COMPLEXREGION, {100, 210, 100 + w, 204 + h})});
     ExpectShown(view);
-    // Nothing moved, nothing invalid: no paint at all.
+    // If nothing moves and nothing is invalid, there is no paint.
     const uint64_t paints = PaintCount(*view);
     view->ScrollToPosition({100, 204});
     view->ScrollWindow(0, 0);
@@ -184,15 +184,15 @@ TEST_F(ScrollTest, OnlyWhatIsUncoveredIsPainted)
     EXPECT_EQ(PaintCount(*view), paints);
 }
 
-TEST_F(ScrollTest, APaintMayScrollAndResizeInItsMidst)
+TEST_F(ScrollTest, TheWindowMayScrollAndResizeDuringAPaint)
 {
     struct {
         const char* name;
-        std::vector<CSize> frames; // in turn
-        std::vector<CPoint> positions;
+        std::vector<CSize> frames;     // sizes set during the paint, in this order
+        std::vector<CPoint> positions; // then positions set
         CSize picture{2000, 2000};
     } const cases[] = {
-        // One axis alone: with both, the paint of the uncovered strips goes over everything again.
+        // These move one axis. If both axes move, the paint of the uncovered strips covers the whole window.
         {"right", {}, {{305, 400}}},
         {"left", {}, {{293, 400}}},
         {"down", {}, {{300, 409}}},
@@ -209,7 +209,7 @@ TEST_F(ScrollTest, APaintMayScrollAndResizeInItsMidst)
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         ResizeFrame(*frame, {401, 350});
-        view->ShowPage(TestPage{2000, 2000}); // black, so that what nobody paints shows
+        view->ShowPage(TestPage{2000, 2000}); // black, so that unpainted pixels show
         Settle();
         view->ScrollToPosition({300, 400});
         Settle();
@@ -232,7 +232,7 @@ TEST_F(ScrollTest, APaintMayScrollAndResizeInItsMidst)
     }
 }
 
-TEST_F(ScrollTest, WhatNobodyDrawsIsWhiteInsideThePictureAndGreyOutside)
+TEST_F(ScrollTest, UndrawnPixelsAreWhiteInsideThePictureAndGreyOutside)
 {
     view->ShowPage(TestPage{3000, 3000}); // black
     Settle();
@@ -243,7 +243,7 @@ TEST_F(ScrollTest, WhatNobodyDrawsIsWhiteInsideThePictureAndGreyOutside)
     view->page = TestPage{};
     view->Invalidate();
     ExpectShown(view);
-    // Pixels that a larger window adds are filled before any paint: a box holds the paints back.
+    // A larger window adds pixels. They are filled before the next paint, which a message box delays here.
     view->SetScrollSizes(MM_TEXT, {450, 3000}, {1, 1}, {1, 1});
     ResizeFrame(*frame, {300, 250});
     Settle();
@@ -267,7 +267,7 @@ TEST_F(ScrollTest, WhatNobodyDrawsIsWhiteInsideThePictureAndGreyOutside)
     view->Invalidate();
     Settle();
     view->page = TestPage{};
-    view->InvalidateRect({5, 6, 7, 9}); // and nothing beside the invalid part changes
+    view->InvalidateRect({5, 6, 7, 9}); // only the invalid part changes
     Settle();
     const GrabbedPixels shown = GrabWindow(*view);
     for (int y = 0; y < 12; ++y)
@@ -275,7 +275,7 @@ TEST_F(ScrollTest, WhatNobodyDrawsIsWhiteInsideThePictureAndGreyOutside)
             EXPECT_EQ(shown.At(x, y), x >= 5 && x < 7 && y >= 6 && y < 9 ? kWhite : kBlack) << x << "," << y;
 }
 
-TEST_F(ScrollTest, TheBackgroundFollowsThePaletteAndStandsOutFromThePage)
+TEST_F(ScrollTest, TheBackgroundFollowsThePaletteAndDiffersFromThePage)
 {
     const struct {
         unsigned mid, dark, midlight, light, want;
@@ -294,7 +294,7 @@ TEST_F(ScrollTest, TheBackgroundFollowsThePaletteAndStandsOutFromThePage)
     }
 }
 
-TEST_F(ScrollTest, AContextOutsideOfAPaintReachesTheScreen)
+TEST_F(ScrollTest, DrawingOutsideAPaintReachesTheScreen)
 {
     view->ShowPage(TestPage{3000, 3000});
     Settle();

@@ -1,4 +1,4 @@
-// What is kept from one run to the next.
+// The settings, which are kept from one run of the program to the next.
 #include "tests/platform/test_classes.h"
 #include "tests/support/scratch.h"
 
@@ -22,7 +22,7 @@ protected:
     TestApp app;
 };
 
-TEST_F(SettingsTest, NumbersAndTextsComeBackByteForByte)
+TEST_F(SettingsTest, NumbersAndTextsAreReadBackByteForByte)
 {
     for (const int value : {0, 1, -1, 2147483647, -2147483647 - 1}) {
         EXPECT_TRUE(app.WriteProfileInt("A Section", "Mark Viewed", value));
@@ -37,7 +37,7 @@ TEST_F(SettingsTest, NumbersAndTextsComeBackByteForByte)
     EXPECT_EQ(app.GetProfileInt("A Section", "mark", 7), 7);
 }
 
-TEST_F(SettingsTest, WhatIsNotOursIsTextOrNothing)
+TEST_F(SettingsTest, ForeignValuesAreTextOrTheDefault)
 {
     std::string deep = "deep=@Variant(";
     for (int i = 0; i < 50000; ++i)
@@ -61,14 +61,14 @@ TEST_F(SettingsTest, WhatIsNotOursIsTextOrNothing)
         {"quoted", "a\"bx"}, {"zero", "a"},    {"none", "default"}};
     for (const auto& [key, text] : texts)
         EXPECT_EQ(app.GetProfileString("S", key, "default"), text) << key;
-    EXPECT_TRUE(app.WriteProfileInt("S", "word", 5)); // the others stay
+    EXPECT_TRUE(app.WriteProfileInt("S", "word", 5)); // the other keys keep their values
     EXPECT_EQ(app.GetProfileInt("S", "word", 77), 5);
     EXPECT_EQ(app.GetProfileInt("T", "number", 77), 13);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-// As a user finds and edits it.
-TEST_F(SettingsTest, KeysAndTextsStandAsTheyHave)
+// A user can read and edit the file.
+TEST_F(SettingsTest, TheFormatOfTheFileIsFixed)
 {
     app.WriteProfileString("A Section", "Page Directory", "/p/\xc3\xa4;\xff/");
     app.WriteProfileInt("A Section", "Mark Viewed", 1);
@@ -77,7 +77,8 @@ TEST_F(SettingsTest, KeysAndTextsStandAsTheyHave)
               "[A%20Section]\nMark%20Viewed=1\nPage%20Directory=\"/p/\xc3\xa4;\\xff/\"\n\n[App]\nUnits=3\n");
 }
 
-// A lock of another machine, as other programs leave it, is neither waited for nor removed.
+// Another program on another machine may have left a lock file. It must not block the settings, and it must
+// not be removed.
 TEST_F(SettingsTest, OtherFilesAreLeftAlone)
 {
     const std::string lock = "1\nprogram\nanother.host\n\n\n";
@@ -101,9 +102,9 @@ TEST_F(SettingsTest, OtherFilesAreLeftAlone)
     EXPECT_EQ(ReadFile("target.ini"), "[S]\nk=2\n");
 }
 
-TEST_F(SettingsTest, WhatCannotBeWrittenIsLostWithoutAWord)
+TEST_F(SettingsTest, AFailedWriteIsSilent)
 {
-    SetSettingsFile(scratch.Write("file", "x") + "/settings.ini"); // not even root makes that directory
+    SetSettingsFile(scratch.Write("file", "x") + "/settings.ini"); // not even root can make this directory
     BoxTexts boxes;
     testing::internal::CaptureStderr();
     EXPECT_FALSE(app.WriteProfileInt("S", "k", 1));

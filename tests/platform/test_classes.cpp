@@ -222,7 +222,7 @@ void WindowTest::ExpectShown(TestView* view)
     const CRect client = view->GetClientRect();
     const CPoint position = view->GetScrollPosition();
     const GrabbedPixels shown = GrabWindow(*view);
-    // Where the ratio is no whole number the screen may lack the last pixel of a window.
+    // If the ratio is not a whole number, the screen may lack the last pixel of a window.
     ASSERT_GE(shown.width, client.right - 1);
     ASSERT_GE(shown.height, client.bottom - 1);
     const CSize total = view->GetTotalSize();

@@ -1,4 +1,4 @@
-// An application of the smallest kind: each of its classes notes what reaches it.
+// A minimal application. Each of its classes records the messages that reach it.
 #pragma once
 
 #include "platform/testing.h"
@@ -12,9 +12,10 @@
 
 constexpr UINT WM_TEST = WM_USER + 1;
 
-// Who of them has a handler: all; all but the view; frame and application; the application alone; nobody.
+// Commands. The classes with a handler are, in order: all; all except the view; frame and application; only
+// the application; none.
 constexpr UINT kForView = 101, kForDocument = 102, kForFrame = 103, kForApp = 104, kForNobody = 105;
-constexpr UINT kDisabled = 106; // a handler in the frame, but the document's update handler forbids it
+constexpr UINT kDisabled = 106; // the frame handles it, but the document's update handler disables it
 constexpr UINT kChecked = 107;  // checked by the view's update handler
 constexpr UINT kPaneOn = 108, kPaneOff = 109;
 constexpr UINT kTestDialog = 200, kTestPath = 201, kTestList = 202, kTestCombo = 203, kTestCheck = 204,
@@ -22,7 +23,7 @@ constexpr UINT kTestDialog = 200, kTestPath = 201, kTestList = 202, kTestCombo =
 constexpr UINT kTestReport = 210, kTestText = 211, kTestProgress = 212, kTestBars = 213;
 
 extern Recorder g_recorder;
-extern int g_alive; // documents, frames and views
+extern int g_alive; // number of documents, frames and views
 
 class TestDocument : public CDocument
 {
@@ -66,7 +67,7 @@ public:
     std::string name;
     TestPage page;
     std::map<UINT, std::function<void()>> on_message; // called before the message is handled
-    std::function<void(CDC*, const CRect&)> draw;     // instead of the page
+    std::function<void(CDC*, const CRect&)> draw;     // called instead of drawing the page
     std::function<void(CDC*, CPrintInfo*)> print;
 
 protected:
@@ -119,11 +120,11 @@ class WindowTest : public testing::Test
 {
 protected:
     void SetUp() override;
-    void TearDown() override; // wants every object gone
+    void TearDown() override; // expects that every object is deleted
     TestFrame* MakeFurtherFrame(const char* name);
-    // Whether the window shows the page at the scroll position and the background grey outside its picture.
+    // Expects the page at the scroll position on the screen, and the background grey outside it.
     static void ExpectShown(TestView* view);
-    std::vector<std::string> Settle();
+    std::vector<std::string> Settle(); // pumps until idle; returns the records since the last call
 
     std::unique_ptr<TestApp> app;
     TestFrame* frame = nullptr;

@@ -1,4 +1,4 @@
-// The version note: in files made here, of every make, whole and damaged, and in the built program.
+// The version note: in generated files of every kind, whole and damaged, and in the built program.
 #include "platform/file.h"
 #include "platform/versionnote.h"
 #include "tests/support/scratch.h"
@@ -13,9 +13,9 @@ struct Make {
     bool is_64, is_big, through_sections;
 };
 
-// Where fields stand in the headers of a class, in bytes from the start of their header.
+// Positions of the fields, in bytes from the start of their header, for 32-bit or 64-bit files.
 struct Fields {
-    size_t header_bytes, word; // a word is an offset or a size
+    size_t header_bytes, word; // word: bytes of an offset or a size
     size_t phoff, shoff, phentsize;
     size_t ph_bytes, p_offset, p_filesz, p_align;
     size_t sh_bytes, sh_offset, sh_size, sh_addralign; // sh_type is at 4
@@ -26,7 +26,7 @@ constexpr Fields kFields64 = {64, 8, 32, 40, 54, 56, 8, 32, 48, 64, 24, 32, 48};
 class ElfFile
 {
 public:
-    // Two entries in the table, the second for the notes; notes are at the end of the file.
+    // The table has two entries, the second for the notes. The notes are at the end of the file.
     ElfFile(const Make& make, uint64_t alignment) : m_make(make)
     {
         const Fields& f = make.is_64 ? kFields64 : kFields32;
@@ -49,7 +49,8 @@ public:
         m_alignment = alignment == 8 ? 8 : 4;
     }
 
-    // The content follows in numbers of 16 bits. *_bytes_told: what the note says, where that is not so.
+    // Appends a note. Its content is a list of 16-bit numbers. If a *_bytes_told is not 0, the note claims
+    // this wrong size.
     ElfFile& Note(std::string_view name, uint32_t type, const std::vector<uint16_t>& numbers,
                   uint32_t name_bytes_told = 0, uint32_t content_bytes_told = 0)
     {
@@ -72,7 +73,7 @@ public:
                        (m_bytes.size() - m_notes_at + m_alignment - 1) / m_alignment * m_alignment);
         return *this;
     }
-    // Closes the notes. What is put later stays.
+    // Writes the size of the notes. A later Put remains.
     const std::string& Bytes()
     {
         Put(m_size_at, m_bytes.size() - m_notes_at, m_make.is_64 ? 8 : 4);
@@ -100,7 +101,7 @@ std::string VersionOf(const std::string& bytes)
     return GetFileVersionText(scratch.Write("program", bytes)).c_str();
 }
 
-TEST(VersionNote, InFilesOfEveryMakeAndNotInTheirBeginnings)
+TEST(VersionNote, IsFoundInFilesOfEveryKindButNotInCutFiles)
 {
     for (int make_bits = 0; make_bits < 8; ++make_bits)
         for (const uint64_t alignment : {0, 4, 8, 16}) {
@@ -121,13 +122,13 @@ TEST(VersionNote, InFilesOfEveryMakeAndNotInTheirBeginnings)
         }
 }
 
-TEST(VersionNote, EmptyWhereHeadersOrSizesLie)
+TEST(VersionNote, IsEmptyIfHeadersOrSizesAreWrong)
 {
     const Make make{true, false, false};
     ElfFile whole{make, 4};
     whole.Note(kOwner, 1, {1, 2, 3, 4});
     ASSERT_EQ(VersionOf(whole.Bytes()), "1.2.3.4");
-    constexpr size_t kEntry = 64 + 56; // the second
+    constexpr size_t kEntry = 64 + 56; // the second entry of the table
     struct {
         const char* name;
         size_t at;
@@ -138,20 +139,20 @@ TEST(VersionNote, EmptyWhereHeadersOrSizesLie)
         {"class", 4, 3, 1, ""},
         {"order", 5, 0, 1, ""},
         {"table at 0", 32, 0, 8, ""},
-        {"table ends past all", 32, INT64_MAX - 55, 8, ""},
+        {"table ends past the largest offset", 32, INT64_MAX - 55, 8, ""},
         {"one entry", 56, 1, 2, ""},
-        {"more entries than there are", 56, 65535, 2, "1.2.3.4"},
-        {"sections at the end of all as well", 40, UINT64_MAX, 8, "1.2.3.4"},
+        {"more entries than in the file", 56, 65535, 2, "1.2.3.4"},
+        {"sections past the largest offset", 40, UINT64_MAX, 8, "1.2.3.4"},
         {"no notes", kEntry, 1, 4, ""},
         {"notes past the largest offset", kEntry + 8, INT64_MAX - 3, 8, ""},
         {"notes beyond the file", kEntry + 32, 1 << 30, 8, "1.2.3.4"},
-        {"size wraps", kEntry + 32, UINT64_MAX, 8, ""},
-        {"name longer than all", kEntry + 56, UINT32_MAX, 4, ""},
+        {"size overflows", kEntry + 32, UINT64_MAX, 8, ""},
+        {"name longer than the file", kEntry + 56, UINT32_MAX, 4, ""},
         {"name one too long", kEntry + 56, 9, 4, ""},
-        {"content longer than all", kEntry + 60, UINT32_MAX, 4, ""},
+        {"content longer than the file", kEntry + 60, UINT32_MAX, 4, ""},
         {"content one too long", kEntry + 60, 9, 4, ""},
         {"content one too short", kEntry + 60, 7, 4, ""},
-        {"name without its end", kEntry + 75, 'l', 1, ""},
+        {"name without its terminating zero", kEntry + 75, 'l', 1, ""},
     };
     for (const auto& c : cases) {
         ElfFile file = whole;
@@ -160,17 +161,17 @@ TEST(VersionNote, EmptyWhereHeadersOrSizesLie)
     }
 }
 
-TEST(VersionNote, EndsInAFileWithoutEnd)
+TEST(VersionNote, IsQuickInHugeAndEndlessFiles)
 {
     const ScratchDirectory scratch;
     ElfFile file{{true, false, false}, 4};
     std::string bytes = file.Bytes();
-    bytes[64 + 56 + 32 + 4] = 15; // notes of 60 GB, all of them empty
+    bytes[64 + 56 + 32 + 4] = 15; // 60 GB of empty notes
     const std::string path = scratch.Write("sparse", bytes);
     ASSERT_EQ(truncate(path.c_str(), off_t{1} << 36), 0);
     const ScratchDirectory other;
     ASSERT_EQ(mkfifo(other.File("fifo").c_str(), 0666), 0);
-    alarm(20); // what takes too long ends the test
+    alarm(20); // a call that takes too long ends the program
     for (const std::string& each : {path, other.File("fifo"), std::string{"/dev/zero"}, other.Path(),
                                     other.File("nothing"), std::string{}})
         EXPECT_EQ(GetFileVersionText(each), "") << each;
@@ -178,7 +179,7 @@ TEST(VersionNote, EndsInAFileWithoutEnd)
     EXPECT_EQ(GetFileVersionText(nullptr), "");
 }
 
-TEST(VersionNote, InTheBuiltProgramAlsoStripped)
+TEST(VersionNote, IsInTheBuiltProgramEvenIfStripped)
 {
     EXPECT_EQ(GetFileVersionText(LUMENTA_PROGRAM), LUMENTA_VERSION_WANTED);
     const ScratchDirectory scratch;
@@ -186,7 +187,7 @@ TEST(VersionNote, InTheBuiltProgramAlsoStripped)
     ASSERT_EQ(system(("'" STRIP_PROGRAM "' -o '" + stripped + "' '" LUMENTA_PROGRAM "'").c_str()), 0);
     const int headless = open(stripped.c_str(), O_RDWR | O_CLOEXEC);
     const char none[8] = {};
-    ASSERT_EQ(pwrite(headless, none, sizeof none, 40), 8); // no section headers either
+    ASSERT_EQ(pwrite(headless, none, sizeof none, 40), 8); // removes the section headers too
     close(headless);
     EXPECT_EQ(GetFileVersionText(stripped), LUMENTA_VERSION_WANTED);
     EXPECT_EQ(GetFileVersionText("/bin/sh"), ""); // a program with other notes

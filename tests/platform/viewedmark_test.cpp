@@ -1,4 +1,4 @@
-// The viewed mark: on a file system of the test's own, where every call can fail, and on real files.
+// The viewed mark: on a fake file system, in which every call can fail, and on real files.
 #include "platform/viewedmark.h"
 #include "tests/support/child.h"
 #include "tests/support/fake_marks.h"
@@ -26,7 +26,7 @@ FileStatus StatusOfPage()
     return status;
 }
 
-TEST(MarkViewed, TakesTheRoadOfTheFileSystemAndNoneWhereItCannot)
+TEST(MarkViewed, UsesTheVariantOfTheFileSystemOrNone)
 {
     const std::string mark = kMark;
     struct {
@@ -39,7 +39,7 @@ TEST(MarkViewed, TakesTheRoadOfTheFileSystemAndNoneWhereItCannot)
         {kExt4Type, 5, -EIO, 0, 0, "open type status close "},
         {kExt4Type, -EACCES, 0, 0, 0, "open "},
         {kFatType, 5, 0, 0, 0x21, "open type get status set:1 close "}, // the read-only bit stays
-        {kFatType, 5, 0, 0, 2, "open type get status close "},          // viewed already
+        {kFatType, 5, 0, 0, 2, "open type get status close "},          // already viewed
         {kFatType, 5, 0, -ENOTTY, 0x20, "open type get close "},
         {kExfatType, 5, 0, 0, 0x20, "open type get status set:0 close "},
     };
@@ -54,7 +54,7 @@ TEST(MarkViewed, TakesTheRoadOfTheFileSystemAndNoneWhereItCannot)
         MarkViewed("page", StatusOfPage());
         EXPECT_EQ(calls.trace, c.want);
     }
-    // Another file, or the file in another state.
+    // Another file, or the same file in another state, is not marked.
     for (void (*change)(FileStatus&) :
          {+[](FileStatus& s) { ++s.size_bytes; }, +[](FileStatus& s) { ++s.modified_s; },
           +[](FileStatus& s) { ++s.modified_ns; }, +[](FileStatus& s) { ++s.inode; }})
@@ -71,7 +71,7 @@ TEST(MarkViewed, TakesTheRoadOfTheFileSystemAndNoneWhereItCannot)
     EXPECT_EQ(calls.trace, "");
 }
 
-TEST(ViewedMarks, TakeOnlyTheWholeMarkForTheFilesPresentState)
+TEST(ViewedMarks, AcceptOnlyACompleteMarkForTheFilesCurrentState)
 {
     const std::string mark = kMark;
     struct {
@@ -119,7 +119,7 @@ TEST(ViewedMarks, TakeOnlyTheWholeMarkForTheFilesPresentState)
         EXPECT_EQ(ViewedMarks{}.IsViewed("page", StatusOfPage()), c.viewed) << c.attributes;
         EXPECT_EQ(calls.trace, c.trace);
     }
-    FakeMarks calls; // asked for its type once a file system, and nothing of a directory
+    FakeMarks calls; // the type is read once per file system, and nothing is read for a directory
     ViewedMarks reader;
     FileStatus status = StatusOfPage();
     for (const uint64_t device : {1, 2, 1, 2}) {
@@ -131,7 +131,7 @@ TEST(ViewedMarks, TakeOnlyTheWholeMarkForTheFilesPresentState)
     EXPECT_EQ(calls.trace, "type page type page page page ");
 }
 
-// In a directory whose file system has extended attributes of users; null if none is at hand.
+// Returns a directory whose file system has extended attributes of users, or null if none is found.
 std::unique_ptr<ScratchDirectory> MarkableDirectory()
 {
     const char* own = getenv("TEST_TMPDIR");
@@ -167,7 +167,7 @@ TEST(ViewedMarks, StayWithAFileUntilItIsRewritten)
     EXPECT_FALSE(IsViewed(page));
     MarkViewed(page, status);
     EXPECT_TRUE(IsViewed(page));
-    EXPECT_EQ(FileStatusOf(page), status); // marking itself changes neither time nor size
+    EXPECT_EQ(FileStatusOf(page), status); // marking changes neither time nor size
 
     const std::string link = scratch->File("link");
     ASSERT_EQ(symlink(page.c_str(), link.c_str()), 0);
@@ -178,19 +178,19 @@ TEST(ViewedMarks, StayWithAFileUntilItIsRewritten)
 
     scratch->Write("moved", "longer");
     EXPECT_FALSE(IsViewed(moved));
-    MarkViewed(moved, status); // of what was shown before
+    MarkViewed(moved, status); // status of the old content
     EXPECT_FALSE(IsViewed(moved));
     MarkViewed(moved, FileStatusOf(moved));
     EXPECT_TRUE(IsViewed(moved));
     timespec times[2] = {{0, UTIME_OMIT}, {1700000000, 123456789}};
-    ASSERT_EQ(utimensat(AT_FDCWD, moved.c_str(), times, 0), 0); // as a rewrite of the same size
+    ASSERT_EQ(utimensat(AT_FDCWD, moved.c_str(), times, 0), 0); // like a rewrite of the same size
     EXPECT_FALSE(IsViewed(moved));
     MarkViewed(moved, FileStatusOf(moved));
     char value[64] = "";
     EXPECT_GT(getxattr(moved.c_str(), "user.lumenta.viewed", value, sizeof value), 0);
     EXPECT_STREQ(value, "1 1700000000.123456789 6");
 
-    // Another user may see marks, and set them only where it may write.
+    // Another user may read marks, but may set them only on files that it may write.
     chmod(scratch->Path().c_str(), 0755);
     const std::string closed = scratch->Write("closed", ""), open_to_all = scratch->Write("open", "");
     chmod(closed.c_str(), 0644);
@@ -208,15 +208,15 @@ TEST(ViewedMarks, StayWithAFileUntilItIsRewritten)
     EXPECT_TRUE(IsViewed(open_to_all));
 }
 
-TEST(ViewedMarks, LetNothingBlock)
+TEST(ViewedMarks, NeverBlock)
 {
     const ScratchDirectory scratch;
     const std::string fifo = scratch.File("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), 0666), 0);
-    alarm(20); // what blocks ends the test
+    alarm(20); // a call that blocks ends the program
     FileStatus status = FileStatusOf(fifo);
     EXPECT_FALSE(status.IsFile());
-    status.kind = FileStatus::Kind::file; // as if it had been one a moment ago
+    status.kind = FileStatus::Kind::file; // as if it had been a file when its status was read
     MarkViewed(fifo, status);
     EXPECT_FALSE(ViewedMarks{}.IsViewed(fifo.c_str(), status));
     alarm(0);

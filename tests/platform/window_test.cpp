@@ -1,4 +1,4 @@
-// Messages, their order, boxes, and the ends of windows.
+// Windows: the order of their messages, message boxes, timers, and the destruction of windows.
 #include "platform/testing.h"
 #include "tests/platform/test_classes.h"
 
@@ -6,7 +6,7 @@ namespace
 {
 using Lines = std::vector<std::string>;
 
-// The lines that begin with one of the words.
+// Returns the lines that begin with one of the words.
 Lines Only(const Lines& lines, std::initializer_list<const char*> words)
 {
     Lines chosen;
@@ -17,12 +17,12 @@ Lines Only(const Lines& lines, std::initializer_list<const char*> words)
     return chosen;
 }
 
-TEST_F(WindowTest, TheSizeIsToldBeforeTheFirstPaint)
+TEST_F(WindowTest, TheSizeIsReportedBeforeTheFirstPaint)
 {
     const CRect client = view->GetClientRect();
     const Lines got = Only(g_recorder.Take(), {"size", "paint"});
     ASSERT_FALSE(got.empty());
-    EXPECT_EQ(got.front().substr(0, 5), "size "); // a second one where the frame's margins were told late
+    EXPECT_EQ(got.front().substr(0, 5), "size "); // late margins of the frame cause a second one
     EXPECT_GE(std::count(got.begin(), got.end(), "paint"), 1);
     EXPECT_EQ(Only(got, {"size"}).back(),
               "size " + std::to_string(client.right) + "," + std::to_string(client.bottom));
@@ -47,19 +47,19 @@ TEST_F(WindowTest, TheSizeIsToldBeforeTheFirstPaint)
     }
 }
 
-TEST_F(WindowTest, ThePlaceFollowsTheFrame)
+TEST_F(WindowTest, ThePlacementFollowsTheFrame)
 {
     frame->MoveWindow({30, 40, 530, 440});
     Settle();
     EXPECT_EQ(frame->GetWindowPlacement().normal_position, (CRect{30, 40, 530, 440}));
     const CRect client = view->GetClientRect();
-    ResizeFrame(*frame, {600, 500}); // as by the user
+    ResizeFrame(*frame, {600, 500}); // as if by the user
     const CRect place = frame->GetWindowPlacement().normal_position;
     EXPECT_EQ(place.Width() - 500, view->GetClientRect().right - client.right);
     EXPECT_EQ(place.Height() - 400, view->GetClientRect().bottom - client.bottom);
 }
 
-TEST_F(WindowTest, AFrameFillsTheScreenAndComesBackAsItWas)
+TEST_F(WindowTest, AFrameFillsTheScreenAndIsRestored)
 {
     const CRect place{30, 40, 530, 440};
     frame->MoveWindow(place);
@@ -79,7 +79,7 @@ TEST_F(WindowTest, AFrameFillsTheScreenAndComesBackAsItWas)
         const auto inside = [&] { return screen.GetDeviceCaps(VERTRES) - frame->GetClientRect().Height(); };
         Settle();
         PressAccelerator(*frame, "Escape");
-        EXPECT_EQ(g_recorder.Count("frame"), 0) << "a key of the full screen alone";
+        EXPECT_EQ(g_recorder.Count("frame"), 0) << "the accelerator applies only in full screen";
         frame->ShowFullScreen(true);
         EXPECT_TRUE(frame->IsFullScreen());
         expect_placement();
@@ -88,12 +88,12 @@ TEST_F(WindowTest, AFrameFillsTheScreenAndComesBackAsItWas)
         expect_placement();
         PressAccelerator(*frame, "Escape");
         PressAccelerator(*frame, "Ctrl+F");
-        EXPECT_EQ(g_recorder.Count("frame"), 2) << "the menu is away, its keys are not";
+        EXPECT_EQ(g_recorder.Count("frame"), 2) << "the menu is hidden, but its keys still apply";
         frame->ShowFullScreen(false);
         EXPECT_FALSE(frame->IsFullScreen());
         expect_placement();
         ASSERT_TRUE(PumpUntil([&] { return frame->IsZoomed() == maximized && inside() > bars; }));
-        frame->ShowFullScreen(true); // and at once back
+        frame->ShowFullScreen(true); // and back at once
         frame->ShowFullScreen(false);
         ASSERT_TRUE(PumpUntil([&] { return frame->IsZoomed() == maximized; }));
         expect_placement();
@@ -101,7 +101,7 @@ TEST_F(WindowTest, AFrameFillsTheScreenAndComesBackAsItWas)
     }
 }
 
-TEST_F(WindowTest, CommandsGoToTheFirstOfViewDocumentFrameAndApplication)
+TEST_F(WindowTest, CommandsReachTheFirstHandlerOfViewDocumentFrameAndApplication)
 {
     struct {
         UINT command;
@@ -137,7 +137,7 @@ TEST_F(WindowTest, CommandsGoToTheFirstOfViewDocumentFrameAndApplication)
     EXPECT_EQ(frame->status.GetPaneText(2), "");
 }
 
-TEST_F(WindowTest, KeysThatWaitAreMergedAndComeBeforePaintsBeforePosts)
+TEST_F(WindowTest, QueuedKeysAreMergedThenPaintsThenPostsAreHandled)
 {
     Settle();
     view->PostMessage(WM_TEST, 1);
@@ -149,13 +149,13 @@ TEST_F(WindowTest, KeysThatWaitAreMergedAndComeBeforePaintsBeforePosts)
     EXPECT_EQ(Only(Settle(), {"key", "char", "paint", "posted"}),
               (Lines{"key 40 x3", "key 40 x2 control", "key 27 x1", "char 27 x1", "key 40 x1", "paint",
                      "posted 1"}));
-    // Keys that came before the pointer's message are handled before it.
+    // Keys that arrived before a pointer message are handled before it.
     PressKey(*view, TestKey::pageUp);
     MoveMouse(*view, {1, 2});
     EXPECT_EQ(g_recorder.Take(), (Lines{"key 33 x1", "move 0 1,2"}));
 }
 
-TEST_F(WindowTest, ThePointerComesInClientPixels)
+TEST_F(WindowTest, ThePointerIsReportedInClientPixels)
 {
     Settle();
     MoveMouse(*view, {7, 9});
@@ -164,7 +164,7 @@ TEST_F(WindowTest, ThePointerComesInClientPixels)
     ReleaseMouse(*view, {5, 6});
     DoubleClick(*view, {11, 12}, true);
     ClickXButton(*view, {3, 4}, XBUTTON1);
-    ClickXButton(*view, {5, 4}, XBUTTON2, 2); // no double click
+    ClickXButton(*view, {5, 4}, XBUTTON2, 2); // not reported as a double click
     LeaveWithMouse(*view);
     EXPECT_EQ(g_recorder.Take(),
               (Lines{"move 0 7,9", "left down 1 0,0", "move 1 -30,3000", "left up 0 5,6",
@@ -180,7 +180,7 @@ TEST_F(WindowTest, DroppedNamesKeepTheirBytes)
     EXPECT_EQ(g_recorder.Take(), (Lines{"dropped /tmp/a b%41#?.fax", "dropped /tmp/\xff\xfe\xc3\xa4.tif"}));
 }
 
-TEST_F(WindowTest, OneMessageATurnOfTheLoop)
+TEST_F(WindowTest, TheLoopHandlesOneMessagePerTurn)
 {
     Settle();
     view->on_message[WM_TEST] = [] { CallFromLoop([] { g_recorder.Add("display"); }); };
@@ -197,7 +197,7 @@ TEST_F(WindowTest, PostedMessagesWaitForAtMostOnePaintOfEachWindow)
     TestView* further = MakeFurtherFrame("B")->View();
     Settle();
     for (TestView* each : {view, further}) {
-        each->draw = [each](CDC*, const CRect&) { each->Invalidate(); }; // never done
+        each->draw = [each](CDC*, const CRect&) { each->Invalidate(); }; // always invalid again
         each->Invalidate();
     }
     int left = 20;
@@ -216,7 +216,7 @@ TEST_F(WindowTest, PostedMessagesWaitForAtMostOnePaintOfEachWindow)
             paints[0] = paints[1] = 0;
         }
     }
-    // And the paints are not held up by posts either.
+    // Posted messages do not delay the paints either.
     view->on_message[WM_TEST] = [&] { view->PostMessage(WM_TEST); };
     view->PostMessage(WM_TEST);
     const uint64_t before = PaintCount(*further);
@@ -226,7 +226,7 @@ TEST_F(WindowTest, PostedMessagesWaitForAtMostOnePaintOfEachWindow)
     Settle();
 }
 
-TEST_F(WindowTest, ABoxInsideAPaintHoldsPaintsAndPostsBack)
+TEST_F(WindowTest, ABoxInsideAPaintDelaysPaintsAndPosts)
 {
     view->ShowPage(TestPage::Random(3000, 3000));
     TestView* further = MakeFurtherFrame("B")->View();
@@ -238,7 +238,8 @@ TEST_F(WindowTest, ABoxInsideAPaintHoldsPaintsAndPostsBack)
         frame->note = "damaged";
         InNextBox(
             [&] {
-                EXPECT_EQ(frame->status.GetPaneText(0), "damaged") << "a box holds nothing of that back";
+                EXPECT_EQ(frame->status.GetPaneText(0), "damaged")
+                    << "the status bar is updated while the box is open";
                 further->Invalidate();
                 view->Invalidate();
                 view->PostMessage(WM_TEST, 2);
@@ -267,7 +268,7 @@ TEST_F(WindowTest, ABoxInsideAPaintHoldsPaintsAndPostsBack)
     ExpectShown(view);
 }
 
-TEST_F(WindowTest, ATimerIsAPostedMessageThatNeverPilesUp)
+TEST_F(WindowTest, ATimerPostsAtMostOneMessageAtATime)
 {
     Settle();
     view->SetTimer(7, 60000);
@@ -298,11 +299,11 @@ TEST_F(WindowTest, ATimerIsAPostedMessageThatNeverPilesUp)
     ASSERT_TRUE(PumpUntil([] { return g_recorder.Count("destroy B") > 0; }));
     EXPECT_EQ(TimerCount(), 1);
     view->KillTimer(8);
-    view->KillTimer(9); // there is none
+    view->KillTimer(9); // no timer has this number
     EXPECT_EQ(TimerCount(), 0);
 }
 
-TEST_F(WindowTest, AFrameIsToldWhetherItIsActive)
+TEST_F(WindowTest, AFrameIsNotifiedOfItsActivation)
 {
     TestFrame* const further = MakeFurtherFrame("B");
     frame->records_activation = further->records_activation = true;
@@ -322,10 +323,10 @@ TEST_F(WindowTest, AFrameIsToldWhetherItIsActive)
     bool left = false;
     InNextBox([&] { left = PumpUntil([] { return g_recorder.Count("active B 0") > 0; }); });
     AfxMessageBox("text");
-    EXPECT_TRUE(left) << "a box of the program is active instead";
+    EXPECT_TRUE(left) << "the box is active instead of the frame";
 }
 
-TEST_F(WindowTest, ABoxBelongsToTheActiveWindowAndEndsWithIt)
+TEST_F(WindowTest, ABoxBelongsToTheActiveWindowAndClosesWithIt)
 {
     TestFrame* const further = MakeFurtherFrame("B");
     for (TestFrame* const active : {frame, further}) {
@@ -338,7 +339,7 @@ TEST_F(WindowTest, ABoxBelongsToTheActiveWindowAndEndsWithIt)
     }
     std::string parent;
     ActivateByUser(*frame);
-    further->ActivateFrame(-1); // by the program, and the box opens before the window is active
+    further->ActivateFrame(-1); // the program activates it; the box opens before it is active
     InNextBox([&] { parent = BoxParentTitle(); });
     AfxMessageBox("text");
     EXPECT_EQ(parent, "further window");
@@ -352,7 +353,7 @@ TEST_F(WindowTest, ABoxBelongsToTheActiveWindowAndEndsWithIt)
     EXPECT_EQ(parent, "main window");
 }
 
-TEST_F(WindowTest, AWindowMayEndInAnyOfItsHandlers)
+TEST_F(WindowTest, AWindowMayBeDestroyedInAnyOfItsHandlers)
 {
     struct {
         const char* where;
@@ -388,7 +389,7 @@ TEST_F(WindowTest, AWindowMayEndInAnyOfItsHandlers)
     };
     for (const auto& c : cases)
         for (const bool whole : {false, true})
-            for (const bool drawing : {false, true}) { // the end comes in the midst of drawing, or before it
+            for (const bool drawing : {false, true}) { // destroyed during the drawing, or before it
                 SCOPED_TRACE(c.where);
                 if (drawing && c.message != WM_PAINT)
                     continue;
@@ -430,7 +431,7 @@ TEST_F(WindowTest, AWindowMayEndInAnyOfItsHandlers)
             }
 }
 
-TEST_F(WindowTest, AWindowMayEndWhileItsPaintShowsABox)
+TEST_F(WindowTest, AWindowMayBeDestroyedWhileItsPaintShowsABox)
 {
     TestFrame* further = MakeFurtherFrame("B");
     TestView* v = further->View();
@@ -441,7 +442,7 @@ TEST_F(WindowTest, AWindowMayEndWhileItsPaintShowsABox)
             PumpRounds();
         });
         AfxMessageBox("text");
-        v->page.Draw(dc, box); // the objects stay until their message has been handled
+        v->page.Draw(dc, box); // the objects live until their message is handled
         g_recorder.Add("drawn");
     };
     v->Invalidate();
@@ -450,7 +451,7 @@ TEST_F(WindowTest, AWindowMayEndWhileItsPaintShowsABox)
     EXPECT_EQ(g_alive, 3);
 }
 
-TEST_F(WindowTest, TheMainWindowTakesTheOthersAndThenTheDocumentAlong)
+TEST_F(WindowTest, ClosingTheMainWindowClosesTheOthersAndTheDocument)
 {
     MakeFurtherFrame("B");
     MakeFurtherFrame("C");
@@ -461,7 +462,7 @@ TEST_F(WindowTest, TheMainWindowTakesTheOthersAndThenTheDocumentAlong)
                      "destroy view", "document deleted"}));
 }
 
-TEST_F(WindowTest, AFrameMayRefuseToBeMade)
+TEST_F(WindowTest, AFrameMayRefuseItsCreation)
 {
     class Refusing : public TestFrame
     {
@@ -473,7 +474,7 @@ TEST_F(WindowTest, AFrameMayRefuseToBeMade)
     };
     const int before = g_alive;
     CCreateContext context{&TestView::classRecord, frame->GetActiveDocument(), view};
-    EXPECT_FALSE((new Refusing)->Create("x", 0, {}, &context)); // and is gone with its view
+    EXPECT_FALSE((new Refusing)->Create("x", 0, {}, &context)); // deletes the frame and its view
     EXPECT_FALSE((new Failing)->Create("x", 0, {}, &context));
     EXPECT_EQ(g_alive, before);
     EXPECT_EQ(frame->GetActiveDocument()->GetViews().size(), 1U);
