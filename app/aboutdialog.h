@@ -1,4 +1,4 @@
-// Shows when the program was built, and its version from the program's own file.
+// The About dialog: shows the program's version and when it was built.
 #pragma once
 
 #include "platform/dialog.h"
@@ -11,7 +11,9 @@ public:
 
     CAboutDialog();
 
-    CString m_strProgram; // file that the version is read from; the running program's
+    // The program file whose version is shown; by default that of the running program. If it has no version,
+    // the dialog shows the version that its template contains.
+    CString m_strProgram;
 
 protected:
     bool OnInitDialog() override;

@@ -1,4 +1,4 @@
-// What the program was called with.
+// The command line: the requested action and the path of the page.
 #pragma once
 
 #include "platform/cstring.h"
@@ -8,21 +8,27 @@
 struct CommandLine {
     enum class Wish { run, help, version };
     Wish wish = Wish::run;
-    CString text; // the arguments as one text, one blank between two
+    CString text; // the whole command line, for RunApplication; empty for help and version
 };
 
-// arguments: those after the program's name. A first argument "--help" or "--version" is answered by main.
-// exists: whether something exists at a path. If the path of something that exists would open nothing (see
-// OpensNothing), the text is a variant of the path that opens it ("/./e...", "./-e...").
+// Reads the command line.
+//
+//   arguments  the arguments after the program's name
+//   exists     returns whether anything exists at a path
+//
+// If the first argument is "--help" or "--version", sets only `wish`. Otherwise text is all arguments,
+// with one blank between two of them. If OpensNothing is true for this path although it exists, text is a
+// variant of the path that opens it: "/./e..." or "./-e...".
 CommandLine ReadCommandLine(std::span<const char* const> arguments, bool (*exists)(const CString& path));
 
-// Whether anything exists at the path. It need not be readable: then its open reports that.
+// Returns whether anything exists at the path. It need not be readable.
 bool PathExists(const CString& path);
 
-// A command line that opens no page: an empty one, or one that begins with a dash or slash and the letter e.
+// Returns whether a command line opens no page. This is so if it is empty, or if it begins with a dash or
+// slash and the letter e or E.
 bool OpensNothing(const CString& command_line);
 
-// The text before the first tab or semicolon, which is all of a path that a page is opened by.
+// Returns the part of a path that is opened as a page: the text before the first tab or semicolon.
 CString PagePath(const CString& path);
 
-extern const char kHelpText[];
+extern const char kHelpText[]; // what --help prints

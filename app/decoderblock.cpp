@@ -13,18 +13,20 @@ void* AllocateOrNull(size_t bytes, const char*)
     return std::malloc(bytes);
 }
 
-// The decoder of a large JBIG stripe asks for errors between its rows, that of Squeeze within a long number.
+// The ferror slot of a block with a stream. Decoders also call it during long work: the JBIG decoder between
+// the rows of a large stripe, the Squeeze decoder within a long number.
 int FailIfInterrupted(FILE* file)
 {
     return CCmdTarget::WorkInterrupted() ? 1 : std::ferror(file);
 }
 
-// Slots of a block whose stream is a DecoderInput.
+// The fread slot of a block whose input is a DecoderInput: `stream` is a pointer to that object.
 size_t ReadInput(void* buffer, size_t size, size_t count, FILE* stream)
 {
     return reinterpret_cast<DecoderInput*>(stream)->Read(buffer, size * count) / size;
 }
 
+// The feof, ferror and fflush slots of such a block.
 int NoCondition(FILE*)
 {
     return 0;
@@ -39,13 +41,14 @@ callback_slot_value SlotValue(T* value)
 
 DecoderBlock::~DecoderBlock()
 {
-    dispose_callback_block(m_pBlock); // reports memory that a decoder did not free
+    dispose_callback_block(m_pBlock); // also reports memory that a decoder did not free
 }
 
 callback_block* DecoderBlock::Make()
 {
     if (!m_pBlock) {
-        m_pBlock = static_cast<callback_block*>(std::malloc(sizeof(callback_block))); // disposing frees it
+        // dispose_callback_block frees this memory.
+        m_pBlock = static_cast<callback_block*>(std::malloc(sizeof(callback_block)));
         if (!m_pBlock)
             return nullptr;
         fill_void_callback_block(m_pBlock);

@@ -1,24 +1,24 @@
-// What the decoders of the codec library run on in the application.
+// The callback block through which the decoders of kesterlib read their input and allocate memory.
 #pragma once
 
 #include <cstdio>
 #include <kesterlib/callback.h>
 
-// A decoder's input if it is not a stream.
+// A decoder's input that is not a FILE.
 class DecoderInput
 {
 public:
-    // Copies the next bytes into buffer and returns how many: at most size, and 0 at the end or after an
-    // error.
+    // Copies the next bytes into `buffer`, which has room for `size` bytes. Returns the number of bytes
+    // copied, or 0 at the end or after an error.
     virtual size_t Read(void* buffer, size_t size) = 0;
 
 protected:
     ~DecoderInput() = default;
 };
 
-// A callback block. If there is no memory for it or for a decoder, the decoder's open returns null; the
-// library's own blocks would end the program. Must outlive the decoder. If a decoder did not free its memory,
-// the destructor reports it on the standard error stream.
+// Owns a callback block for one decoder at a time, and must outlive the decoder. If memory is short, the
+// decoder's open function returns null; with the library's own blocks the program would end. If a decoder did
+// not free its memory, the destructor reports it on the standard error stream.
 class DecoderBlock
 {
 public:
@@ -27,13 +27,15 @@ public:
     DecoderBlock(const DecoderBlock&) = delete;
     DecoderBlock& operator=(const DecoderBlock&) = delete;
 
-    // The block, with a stream that stays the caller's; null without memory.
+    // Returns the block with `file` as its stream, or null if there is no memory for the block. The stream
+    // stays open and the caller's. If the user interrupts the work, the decoder sees an error of the stream.
     callback_block* Over(FILE* file);
-    // The same with an input that must outlive the decoder.
+    // Returns the block with another input, or null if there is no memory for the block. The input must
+    // outlive the decoder.
     callback_block* From(DecoderInput* input);
 
 private:
     callback_block* Make();
 
-    callback_block* m_pBlock = nullptr; // made when it is first asked for
+    callback_block* m_pBlock = nullptr; // allocated by the first call of Over or From
 };

@@ -1,5 +1,5 @@
-// What there is to tell about a page, as rows of a name and a value. Values come from files and may be any
-// bytes: each is one line of text here that can be shown, of 1000 bytes at most.
+// The description of a page, as rows of a name and a value. A value may come from a file and hold any bytes.
+// It is stored as one line of valid UTF-8, of at most 1000 bytes (see DisplayText).
 #pragma once
 
 #include "platform/cstring.h"
@@ -10,9 +10,9 @@
 class Description
 {
 public:
-    // Nothing is added for an empty value.
+    // Adds a row. An empty value adds none.
     void Add(const char* name, std::string_view value);
-    // As printf.
+    // Adds a row whose value is formatted as by printf. An empty value adds none.
     void Format(const char* name, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
     const std::vector<NamedText>& Rows() const { return m_rows; }

@@ -4,7 +4,8 @@
 
 namespace
 {
-// A length in the unit. A field that the user did not change keeps its exact pixel; its text is rounded.
+// Exchanges a number of pixels with a field that shows it as a length in the unit. The text is rounded, so if
+// the user did not change it, `pixels` is unchanged.
 void DDX_Length(CDataExchange* exchange, UINT id, int& pixels, int units, int dpi)
 {
     const CString before = FormatExact(pixels, units, dpi);

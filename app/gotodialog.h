@@ -1,4 +1,4 @@
-// Asks for a position on the page, in the unit of the read-outs.
+// The Go To dialog: asks for a position on the page, in the unit of the read-outs.
 #pragma once
 
 #include "app/units.h"
@@ -12,10 +12,12 @@ public:
 
     CGoToDialog();
 
-    int m_nUnits = kPixels; // of UnitsFor
-    int m_nXDpi = 0;
+    int m_nUnits = kPixels; // the unit, as returned by UnitsFor
+    int m_nXDpi = 0;        // dots per inch; not used if the unit is pixels
     int m_nYDpi = 0;
-    CPoint m_ptPlace; // in pixels: shown at the start; after IDOK what the user chose, neither below 0
+    // In: the position that is shown first, in page pixels. After IDOK: the position that the user chose; the
+    // dialog sets no coordinate below 0.
+    CPoint m_ptPlace;
 
 protected:
     bool OnInitDialog() override;

@@ -14,7 +14,8 @@ const HeaderImage::Kind Group4Image::kKind{FAXHEADER_GROUP4,
                                            "Group 4"};
 const RunImage::Codec Group4Image::kCodec{Unccitt4_Open_Callback, Unccitt4_Decode};
 
-// All rows are white after the end code.
+// Skips the rows after the end code, which are all white. With a stride of 0 the decoder delivers them
+// without writing anything.
 int32_t Group4Image::SkipRows(int32_t count, Skip)
 {
     if (!Decoder || !Decoder->eol_seen)

@@ -8,9 +8,9 @@
 
 namespace
 {
-constexpr uint32_t kEndCodeBits = 12;
+constexpr uint32_t kEndCodeBits = 12; // the end of line code: eleven bits of 0, then a 1
 
-// Bits that the decoder has taken from its input, modulo 2^32.
+// Returns the number of bits that the decoder has used so far, modulo 2^32.
 uint32_t BitsTaken(const UNCOMP& decoder)
 {
     const auto in_buffer = static_cast<uint32_t>(decoder.in_ptr - decoder.buf_start);
@@ -18,7 +18,7 @@ uint32_t BitsTaken(const UNCOMP& decoder)
            static_cast<uint32_t>(decoder.bitsloaded);
 }
 
-// Whether the next bits are an end code.
+// Returns whether the next bits are an end code.
 bool IsAtEndCode(const UNCOMP& decoder)
 {
     return decoder.bits_hi >> (16 - kEndCodeBits) == 1;
@@ -121,6 +121,7 @@ uint32_t Group4Strips::SkipWhiteRows(uint32_t row, uint32_t count)
     return rows;
 }
 
+// Decodes row m_next of the strip. m_next then grows by 1, even if the row fails.
 Group4Strips::Row Group4Strips::DecodeNext(uint8_t* buffer, int32_t row_bytes)
 {
     const auto row = static_cast<int32_t>(m_next++);
@@ -130,7 +131,7 @@ Group4Strips::Row Group4Strips::DecodeNext(uint8_t* buffer, int32_t row_bytes)
     return Uncomp_First_Suspicious_Row(m_decoder, UNCOMP_PAST_WIDTH) == row ? Row::Suspicious : Row::Good;
 }
 
-// False if what is decoded is not a row of the page.
+// Decodes a row. Returns false if it cannot be a row of the page.
 bool Group4Strips::DecodeSound(uint8_t* buffer, int32_t row_bytes)
 {
     const bool had_ended = m_decoder->eol_seen != 0;
@@ -140,6 +141,8 @@ bool Group4Strips::DecodeSound(uint8_t* buffer, int32_t row_bytes)
         return false;
     if (m_decoder->eol_seen == 0 || had_ended)
         return true;
-    // A true end of the strip is two end codes after a row. The rows after it are white.
+    // This call has met the first end code. A true end of the strip has at least one row before it and
+    // consists of two end codes, so this call has used no other bits and the second code follows. The rows
+    // after it are white.
     return m_next > 1 && BitsTaken(*m_decoder) - start == kEndCodeBits && IsAtEndCode(*m_decoder);
 }

@@ -1,4 +1,4 @@
-// The rows of Group 4 strips of a TIFF file: libtiff reports where a strip is, the codec library decodes it.
+// Reads the rows of a TIFF file with Group 4 strips. libtiff reports where a strip is, kesterlib decodes it.
 #pragma once
 
 #include "app/decoderblock.h"
@@ -8,11 +8,15 @@
 
 struct tiff; // libtiff's handle
 
-// The coded bytes of a strip, read in small pieces. The position of the file descriptor is unchanged.
+// Reads the coded bytes of a strip in small pieces. The position of the file descriptor is unchanged.
 class StripInput final : public DecoderInput
 {
 public:
-    // Without a place, an offset of 0, the input is empty.
+    // Starts at the first byte of a strip.
+    //
+    //   file            descriptor of the file; stays open and the caller's
+    //   offset, bytes   position and length of the strip in the file; an offset of 0 makes the input empty
+    //   last_bit_first  the first bit of the code is the lowest bit of its byte; Read then reverses each byte
     void Start(int file, uint64_t offset, uint64_t bytes, bool last_bit_first);
     size_t Read(void* buffer, size_t size) override;
 
@@ -22,16 +26,16 @@ private:
     static constexpr size_t kPieceBytes = 4096;
 
     int m_file = -1;
-    int64_t m_offset = 0; // of the next piece
-    uint64_t m_left = 0;  // bytes of the strip from there on
+    int64_t m_offset = 0; // position of the next piece in the file
+    uint64_t m_left = 0;  // bytes of the strip from m_offset on
     bool m_last_bit_first = false;
-    size_t m_taken = 0; // bytes of m_piece
-    size_t m_there = 0;
+    size_t m_taken = 0; // bytes of m_piece that Read has delivered
+    size_t m_there = 0; // bytes in m_piece
     uint8_t m_piece[kPieceBytes];
 };
 
-// Every strip is decoded by itself. After the first row of a strip that is not a row of the page, the other
-// rows of the strip fail as well.
+// Each strip is decoded independently of the others. After the first damaged row of a strip, all later rows
+// of this strip fail too.
 class Group4Strips
 {
 public:
@@ -40,18 +44,27 @@ public:
     Group4Strips(const Group4Strips&) = delete;
     Group4Strips& operator=(const Group4Strips&) = delete;
 
-    // Takes the strips of an open file of one sample of 1 bit, which must stay open until End. False if the
-    // codec library has no decoder for this width, or there is no memory for one.
+    // Starts with the first strip of a page.
+    //
+    //   file           an open file with one sample of 1 bit per pixel; must stay open until End
+    //   width, height  sides of the page in pixels
+    //
+    // Returns false if kesterlib has no decoder for this width or there is no memory for one.
     bool Start(tiff* file, int32_t width, int32_t height);
-    void End(); // harmless without Start
+    void End(); // frees the decoder; may be called at any time
 
+    // Suspicious: a run passed the right edge and was clipped. Failed: the row is damaged, comes after a
+    // damaged row of its strip, or is not on the page.
     enum class Row { Good, Suspicious, Failed };
-    // Reads row `row`, of the page or after it, into row_bytes bytes; the bytes after the row's own are
-    // unchanged. The next row of the strip costs one row. For any other row, the rows before it in its strip
-    // are decoded again.
+    // Reads a row into `buffer`, which has row_bytes bytes. Bytes after the row's own are unchanged. After
+    // Failed the contents of the buffer are undefined.
+    //
+    // Rows that are read in order are decoded once each. A jump forward within a strip decodes the rows in
+    // between. A jump back or to another strip decodes from the first row of the strip.
     Row ReadRow(uint8_t* buffer, int32_t row_bytes, uint32_t row);
-    // Passes over rows from `row` on that are white because the coded data of their strip has ended, at no
-    // cost. Returns how many: at most count, and 0 unless `row` is the one after the last that was read.
+    // Skips rows, from `row` on, that are white because the coded data of their strip has ended. This costs
+    // nothing. Returns the number of rows skipped: at most `count`, and 0 if `row` is not the row after the
+    // last one that was read or skipped.
     uint32_t SkipWhiteRows(uint32_t row, uint32_t count);
 
 private:
@@ -67,8 +80,8 @@ private:
 
     DecoderBlock m_block;
     StripInput m_input;
-    UNCOMP* m_decoder = nullptr; // of the strip
+    UNCOMP* m_decoder = nullptr; // decodes strip m_strip; owned
     uint32_t m_strip = 0;
-    uint32_t m_next = 0;    // row of the strip
-    bool m_damaged = false; // the rows from m_next on fail
+    uint32_t m_next = 0;    // the next row of the strip, from 0
+    bool m_damaged = false; // all rows of the strip from m_next on fail
 };

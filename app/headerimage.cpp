@@ -11,7 +11,7 @@
 
 namespace
 {
-constexpr uint32_t kLargestSide = 0x7ffffff7; // with room for rounding up
+constexpr uint32_t kLargestSide = 0x7ffffff7; // leaves room for rounding up
 constexpr int64_t kUsualDataOffset = FAXHEADER_BYTES;
 
 int32_t DotsPerInch(uint32_t resolution, uint32_t multiplier)
@@ -39,7 +39,7 @@ int HeaderImage::Fail(const char* words)
 
 int HeaderImage::Open(const CString& path)
 {
-    // The argument may be this object's own Path, which closing empties.
+    // `path` may be this object's own Path, which Close empties.
     const CString wanted = path; // NOLINT(performance-unnecessary-copy-initialization)
     Close();
     Path = wanted;
@@ -58,7 +58,7 @@ int HeaderImage::Open(const CString& path)
     return 1;
 }
 
-// Reads and judges the header; false if this is no page of this kind.
+// Reads the header and takes the fields from it. Returns false if the file is no page of this kind.
 bool HeaderImage::TakeHeader()
 {
     PageHeader header;
@@ -107,6 +107,7 @@ int HeaderImage::IsValid()
     return File && HasDecoder() && Width != 0 && Height != 0 && BitsPerPixel == 1 ? 1 : 0;
 }
 
+// Returns whether rows can be read into the buffer. If not, sets ErrorText.
 bool HeaderImage::CanRead(const uint8_t* buffer, int32_t row_bytes)
 {
     if (!IsValid())

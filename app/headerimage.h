@@ -1,4 +1,4 @@
-// What page files with a text header have in common: the header judged and taken over, the raster behind it.
+// The base of all page files with a text header: reads and checks the header, then reads the raster after it.
 #pragma once
 
 #include "app/image.h"
@@ -7,7 +7,8 @@
 #include <kesterlib/faxhdr.h>
 #include <memory>
 
-// A concrete class says by its Kind which pages are its own and how its failures are worded, and gives rows.
+// The Kind of a derived class says which files the class accepts and which texts it uses. The class supplies
+// the decoder of the raster.
 class HeaderImage : public Image
 {
 public:
@@ -17,7 +18,7 @@ public:
     int Open(const CString& path) override;
     int Close() override;
     int ReadRows(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
-    // What is behind the row in rowBytes becomes 0.
+    // If rowBytes is larger than the row, the rest of the buffer becomes 0.
     int ReadRow(uint8_t* buffer, int32_t rowBytes) override;
     int Rewind() override;
     int IsValid() override;
@@ -25,36 +26,39 @@ public:
 
 protected:
     struct Kind {
-        int32_t compression; // the value of the header's key
-        int32_t min_is_black;
-        const char* refused;
-        const char* invalid;
-        const char* read_error;
-        const char* name;
+        int32_t compression;    // value of the header's key Compression
+        int32_t min_is_black;   // see MinIsBlack
+        const char* refused;    // error text: the file is no page of this kind
+        const char* invalid;    // error text: no row can be read, see IsValid
+        const char* read_error; // error text: a row cannot be decoded
+        const char* name;       // name of the format, for Describe
     };
     explicit HeaderImage(const Kind& kind) : m_kind(kind) {}
-    ~HeaderImage() override; // a class that has a decoder ends it before
+    ~HeaderImage() override; // the derived class has already ended its decoder
 
-    // A decoder of the raster from the stream's position on; false where none could be made.
+    // Makes a decoder for the raster, which starts at the position of File. Returns false if that fails.
     virtual bool StartDecoder() = 0;
-    virtual void EndDecoder() = 0; // harmless without one
+    virtual void EndDecoder() = 0; // frees the decoder, if there is one
     virtual bool HasDecoder() const = 0;
-    // The next rows, stride bytes apart; as many as came.
+    // Decodes the next `count` rows into `buffer`, stride bytes apart. Returns the number of rows delivered:
+    // fewer than count if the data are damaged or at their end. CurrentRow is left to the caller.
     virtual int32_t DecodeRows(uint8_t* buffer, int32_t stride, int32_t count) = 0;
-    // Makes firstRow the next row; false where its place cannot be reached. Where the rows before it come to
-    // an end, there are no next rows. The buffer is scratch space for count rows.
+    // Makes firstRow the next row to decode. `buffer` is scratch space for `count` rows, stride bytes apart.
+    // Returns false if the position of the row cannot be reached. If the data end before that row, returns
+    // true, and DecodeRows then delivers no rows.
     virtual bool GoToRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) = 0;
-    // Whether the caller's memory for a row will do; a row that is larger is cut.
+    // Returns whether a buffer of row_bytes bytes per row is accepted. If a row is longer, only its first
+    // bytes are delivered.
     virtual bool HasRoom(int32_t row_bytes) const { return row_bytes >= 0; }
 
     FILE* File = nullptr;      // null while closed
-    int64_t DataOffset = 4096; // of the raster in the file
+    int64_t DataOffset = 4096; // position of the raster in the file
 
 private:
-    int Fail(const char* words);
+    int Fail(const char* words); // closes the file, sets ErrorText and returns 0
     bool TakeHeader();
     bool CanRead(const uint8_t* buffer, int32_t row_bytes);
 
     const Kind& m_kind;
-    std::unique_ptr<const FAXHeader> m_header; // null while closed
+    std::unique_ptr<const FAXHeader> m_header; // the header of the open file; null while closed
 };

@@ -25,7 +25,7 @@ void JBIGImage::EndDecoder()
 
 int32_t JBIGImage::DecodeRows(uint8_t* buffer, int32_t stride, int32_t count)
 {
-    if (!Decoder) // the file has changed since it was opened
+    if (!Decoder) // GoToRow could not start again, because the file has changed
         return 0;
     const int32_t rows = Jbig_Decode(Decoder, count, buffer, stride);
     const int64_t own_bytes = std::min<int64_t>(Decoder->row_bytes, stride);
@@ -43,8 +43,9 @@ bool JBIGImage::GoToRow(uint8_t*, int32_t, int32_t firstRow, int32_t)
     return true;
 }
 
-// The rest of the stripe at hand, or further stripes, in steps that do not take long. After an error the next
-// row fails, as it would without the step.
+// Skips the rest of the decoded stripe or, at its end, about 2^21 pixels, so that a call does not take long.
+// If the decoder finds an error, the next row fails as it would have failed without the skip. The decoder
+// does not know which rows are 0, so with zeroRows nothing is skipped.
 int32_t JBIGImage::SkipRows(int32_t count, Skip which)
 {
     if (!Decoder || which == Skip::zeroRows)

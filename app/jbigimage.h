@@ -1,5 +1,5 @@
-// Page files whose raster is a JBIG stream. The sides are those of the text header, whatever the stream's own
-// header says.
+// Page files whose raster is a JBIG stream. Width and height come from the text header, even if the header of
+// the stream differs.
 #pragma once
 
 #include "app/decoderblock.h"
@@ -28,6 +28,6 @@ protected:
 private:
     static const Kind kKind;
 
-    jbig_data* Decoder = nullptr; // of the pass since the last Rewind; null while closed
-    DecoderBlock m_block;         // what the decoder reads and allocates through
+    jbig_data* Decoder = nullptr; // started by the last Rewind; null while closed or if that failed
+    DecoderBlock m_block;         // input and memory of the decoder
 };

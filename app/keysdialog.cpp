@@ -8,7 +8,7 @@
 
 namespace
 {
-// README.md has a row for each of them; a test compares the two.
+// README.md has a row for each entry. A test compares the two lists.
 constexpr KeyAction kActions[] = {
     {"Left, Right", "one pixel sideways; with Ctrl one window"},
     {"Up, Down", "one pixel up or down; with Ctrl one window"},
@@ -24,7 +24,8 @@ constexpr KeyAction kActions[] = {
     {"files dropped on a window", "the first opens, the others join the list of pages; local files only"},
 };
 
-// The name of a menu entry, without access mark and keys.
+// Returns the name in the text of a menu entry: without the access key mark "&", and without the tab and the
+// keys after it.
 std::string EntryName(const char* text)
 {
     std::string name = text;

@@ -1,4 +1,4 @@
-// Shows what keys and mouse buttons do.
+// The Keys dialog: lists the keys and mouse actions.
 #pragma once
 
 #include "platform/dialog.h"
@@ -6,14 +6,14 @@
 #include <span>
 #include <vector>
 
-// Keys and mouse actions that are not in a menu.
+// A key or mouse action that has no menu entry.
 struct KeyAction {
     const char* keys;
     const char* action;
 };
 extern const std::span<const KeyAction> kKeyActions;
 
-// The keys of the menu entries, then kKeyActions.
+// Returns the rows of the dialog: the keys of the menu entries, then kKeyActions.
 std::vector<NamedText> ListKeys();
 
 class CKeysDialog : public CDialog

@@ -1,4 +1,5 @@
-// Asks how many lines of the reduced page to make between two updates of the screen.
+// The Lines per update dialog: asks how many lines of the reduced picture are made between two updates of the
+// screen.
 #pragma once
 
 #include "platform/dialog.h"
@@ -13,7 +14,8 @@ public:
 
     CLinesPerUpdateDialog();
 
-    int32_t m_nLines = 1; // shown at the start; after IDOK what the user chose, 1 to 0x7fffffff
+    // In: the number that is shown first. After IDOK: the number that the user chose, 1 to INT32_MAX.
+    int32_t m_nLines = 1;
 
 protected:
     void DoDataExchange(CDataExchange* exchange) override;
