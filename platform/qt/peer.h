@@ -1,4 +1,4 @@
-// The toolkit's side of the windows: a widget for each, and the peer through which a window reaches it.
+// The Qt side of the windows: a widget for each window, and the peer that connects the window to its widget.
 #pragma once
 
 #include "platform/frame.h"
@@ -20,7 +20,8 @@
 #include <QWidget>
 #include <vector>
 
-// A widget outlives its peer: it is deleted by the event loop, since its own handler may be running.
+// A widget outlives its peer: the event loop deletes it later, because a handler of the widget may be
+// running.
 class WindowPeer
 {
 public:
@@ -29,39 +30,44 @@ public:
     WindowPeer& operator=(const WindowPeer&) = delete;
     virtual ~WindowPeer();
     virtual QWidget* Widget() const = 0;
-    // The window's title, or what a control holds.
+    // The title of a window, or the text of a control.
     virtual QString Text() const;
     virtual void SetText(const QString& text);
 };
 
-// Logical units to device pixels, halves up, as the toolkit places its widgets.
+// Converts Qt's logical units to device pixels, rounded to nearest, halves up, as Qt does when it places
+// widgets.
 int ToDevicePixels(double logical, double ratio);
 
-bool IsWayland(); // else X11, or no screen at all
+bool IsWayland(); // false on X11, and without a screen
 
 class PaneWidget;
 
-// The parent of a new box or dialog: the modal dialog that is open, else the frame that is or was last
+// Returns the parent for a new box or dialog: the open modal dialog, else the frame that is or was last
 // active, else the main window, else null.
 QWidget* ParentForBox();
 
-// All screens together, in device pixels: no window needs more.
+// Returns the size of all screens together, in device pixels. No window needs to be larger.
 QSize AllScreens();
 
-// The client area of a view: a buffer of device pixels that paints fill and the toolkit's paint event copies.
+// The client area of a view: a buffer of device pixels. Paints draw into the buffer, and Qt's paint event
+// copies it.
 class ViewWidget : public QWidget
 {
 public:
     ViewWidget(CView* owner, PaneWidget* pane);
     ~ViewWidget() override;
 
+    // The view object or its window is being destroyed: no message is sent to it any more.
     void Detach();
     CView* Owner() const { return m_owner; }
-    // Within the top-level window, as the present geometry gives it, but no larger than all screens.
+    // Returns the place of the client area in the top-level window, in device pixels, for the current
+    // geometry. It is not larger than all screens.
     CRect DeviceRect() const;
 
     int ClientWidth() const { return m_client.width(); }
     int ClientHeight() const { return m_client.height(); }
+    // Return the buffer, in two forms. It is empty if memory is short.
     PixelBuffer Pixels();
     QImage& Buffer();
     // Fills pixels that no paint has drawn: white inside the picture, the background grey outside it.
@@ -71,26 +77,27 @@ public:
     void Invalidate(const CRect& rect);
     void Scroll(int dx, int dy);
     void Paint(uint64_t turn);
-    void Changed(const QRegion& region); // drawn into: goes to the screen with the next copy
+    void
+    Changed(const QRegion& region); // call after drawing: the next copy to the screen includes the region
     void ShowChanged();
     void SetOverlay(std::vector<OverlayShape> shapes);
-    // Asks for a paint message although every pixel is valid: a window that is uncovered gets one, and its
-    // pixels come from the buffer.
+    // Requests a paint message even if every pixel is valid. A window that was uncovered receives one,
+    // although its pixels come from the buffer.
     void WantPaint();
     bool NeedsPaint() const { return m_paintWanted || !m_invalid.isEmpty(); }
     uint64_t LastPaintTurn() const { return m_lastPaintTurn; }
     uint64_t PaintCount() const { return m_paints; }
     uint64_t CopiedPixels() const { return m_copied; }
 
-    // For the paint at hand: the invalid part, which is valid from here on; and how far the picture has been
-    // moved.
+    // For a paint: TakeInvalid returns the invalid part, which is valid from then on. Moved returns the sum
+    // of all moves of the picture, and MovedSince the moves after `start`.
     QRegion TakeInvalid();
     QPoint Moved() const { return m_moved; }
     QPoint MovedSince(QPoint start) const;
 
     void Wheel(const QWheelEvent* event);
 
-    bool FitBuffer(); // to the present geometry; true if that has changed
+    bool FitBuffer(); // to the current geometry; true if that has changed
     void SetShape(CursorShape shape);
 
 protected:
@@ -114,26 +121,28 @@ private:
     bool PointerMessage(UINT message, WPARAM flags, CPoint point);
 
     CView* m_owner;
-    PaneWidget* m_pane;   // the parent
-    QRgb m_background;    // outside the picture
-    QSize m_client{0, 0}; // device pixels, at
-    double m_ratio = 1;
-    MovingPixels m_pixels; // of that size once they are looked at
-    QImage m_buffer;       // an image of m_pixels
-    QSize m_kept{0, 0};    // part of m_buffer that is still valid
+    PaneWidget* m_pane;    // the parent
+    QRgb m_background;     // outside the picture
+    QSize m_client{0, 0};  // in device pixels, at m_ratio
+    double m_ratio = 1;    // device pixels per logical unit
+    MovingPixels m_pixels; // backing store of size m_client; allocated on first use
+    QImage m_buffer;       // an image of m_pixels' memory
+    QSize m_kept{0, 0};    // part of m_buffer that is still valid after a resize
     QRegion m_invalid;
     bool m_paintWanted = false;
-    QRegion m_changed;
+    QRegion m_changed; // drawn but not copied to the screen yet
     std::vector<OverlayShape> m_overlay;
-    QPoint m_moved;
-    QPoint m_wheelRest; // in 120ths of a device pixel
+    QPoint m_moved; // sum of all moves, modulo 2^32
+    // Part of the wheel's turns that is not a whole pixel yet, in 120ths of a device pixel.
+    QPoint m_wheelRest;
     uint64_t m_lastPaintTurn = 0;
     uint64_t m_paints = 0;
-    uint64_t m_copied = 0; // device pixels, by copies to the screen
-    bool m_shapeSet = false;
+    uint64_t m_copied = 0;   // device pixels copied to the screen
+    bool m_shapeSet = false; // by the handler of the current pointer message
 };
 
-// Its paint costs as much as that of a small picture. A new value repaints only where the slider was and is.
+// A scroll bar. Painting one costs as much as painting a small picture. So a new value repaints only the
+// slider's old and new place.
 class PaneBar : public QScrollBar
 {
 public:
@@ -143,10 +152,10 @@ protected:
     void sliderChange(SliderChange change) override;
 
 private:
-    QRect m_slider; // as it was painted last
+    QRect m_slider; // place at the last paint
 };
 
-// The inside of a frame: a view with the scroll bars that it needs.
+// The inside of a frame: a view, and the scroll bars that it needs.
 class PaneWidget : public QWidget
 {
 public:
@@ -158,7 +167,7 @@ public:
     int Range(int bar) const { return m_range[bar]; }
     int Position(int bar) const { return m_position[bar]; }
     void SetPosition(int bar, int position);
-    void ShowPositions(); // of the picture, in the bars
+    void ShowPositions(); // sets the bars to the picture's positions
     void Relayout();
 
 protected:
@@ -173,7 +182,7 @@ private:
     void BarMoved(int bar, int value);
 
     ViewWidget* m_view;
-    PaneBar* m_bars[2]; // show a new position together with the moved picture
+    PaneBar* m_bars[2]; // show a new position when the moved picture is shown
     CSize m_total;
     CSize m_page;
     CSize m_line{1, 1};
@@ -203,28 +212,25 @@ public:
 
     void Detach() { m_owner = nullptr; }
     CFrameWnd* Owner() const { return m_owner; }
-    void PlaceFrame(const CRect& rect); // the frame's rectangle in device pixels
+    void PlaceFrame(const CRect& rect); // rect: of the frame, in device pixels
     void PlaceClient(CPoint corner, CSize client);
     CRect NormalFrame() const { return m_normal; }
-    bool IsMaximizedOrWas() const // before it filled the screen
-    {
-        return m_fullScreen || m_restoring ? m_wasMaximized : isMaximized();
-    }
+    // Returns true if the frame is maximised, or was before it filled the screen.
+    bool IsMaximizedOrWas() const { return m_fullScreen || m_restoring ? m_wasMaximized : isMaximized(); }
     void ShowFullScreen(bool on);
     bool IsFullScreen() const { return m_fullScreen; }
-    // Another state is asked for: it replaces the one from before the full screen.
+    // Call this before another state is requested. The state from before the full screen is then not
+    // restored.
     void ForgetRestoring() { m_restoring = false; }
     CRect FrameToDevice() const;
-    bool IsPlacing() const
-    {
-        return m_placing && isVisible() && !isMinimized();
-    }                  // shown, and not matched yet
-    void MatchPlace(); // once the window manager has told its margins
-    // Active, or about to be: the boxes that open from now on belong to it.
+    // Returns true if the frame is shown but has not been matched to its place yet.
+    bool IsPlacing() const { return m_placing && isVisible() && !isMinimized(); }
+    void MatchPlace(); // called after the window manager has reported its margins
+    // Called when the frame is active or about to be. New boxes then belong to it.
     void Activated();
-    void ShownAgain(); // raised, restored or activated: a paint of its view
-    // On Wayland, a window as large as the screen. It would begin below the panel, and end outside the
-    // screen.
+    void ShownAgain(); // raised, restored or activated: its view receives a paint
+    // Returns true on Wayland if the window is as large as the screen. It would begin below the panel and end
+    // outside the screen.
     bool IsTooLarge() const;
     void ShowInsteadMaximized();
 
@@ -250,20 +256,20 @@ private:
     void SetFullScreen(bool on);
     void SetFullScreenState();
     void MatchFullScreen();
-    ViewWidget* View() const; // null if it has none
+    ViewWidget* View() const; // null if there is none
 
     CFrameWnd* m_owner;
     QTimer m_settle;
-    CSize m_wantedClient; // device pixels, until the shown size has been looked at
-    CRect m_wanted;       // not yet matched; empty: nothing to match
-    CRect m_normal;
+    CSize m_wantedClient; // in device pixels; reset after the shown size is checked
+    CRect m_wanted;       // rectangle of the frame that is not matched yet; empty: nothing to match
+    CRect m_normal;       // rectangle of the frame when neither maximised nor minimised
     std::vector<QShortcut*> m_fullScreenKeys;
-    bool m_fullScreen = false;   // as asked for, or as the window manager has decided
-    bool m_wasMaximized = false; // before that
-    bool m_restoring = false;    // out of the full screen; the state is not settled yet
-    int m_restates = 0;          // how often the state may be asked for again
-    bool m_active = false;       // as the frame was told last
-    bool m_placing = false;
+    bool m_fullScreen = false;   // as requested, or as the window manager has decided
+    bool m_wasMaximized = false; // before the full screen
+    bool m_restoring = false;    // leaving the full screen; the state is not final yet
+    int m_restates = 0;          // how often the state may be requested again
+    bool m_active = false;       // as last reported to the frame by WM_ACTIVATE
+    bool m_placing = false;      // shown, but not matched to its place yet
     bool m_placeAtExpose = false;
 };
 

@@ -10,8 +10,8 @@
 
 namespace
 {
-// Pixels of a running chain are copied to the screen this often; after input at once. A copy a step costs
-// more than an empty step itself.
+// Minimum time between two copies to the screen while work is waiting. A copy at each step would cost more
+// than an empty step. After input, pixels are copied at once.
 constexpr qint64 kShowEveryMs = 8;
 
 bool g_control_down = false;
@@ -142,7 +142,7 @@ void Queue::Forget(const ViewWidget* view)
 
 void Queue::EnterModal()
 {
-    ShowGathered(); // exposed windows are served from what the toolkit has
+    ShowGathered(); // Qt serves exposed windows from its own copy
     UpdateStatusPanes();
     ++m_modal;
 }
@@ -163,8 +163,8 @@ void Queue::Kick()
     if (m_armed || m_modal > 0 || !QCoreApplication::instance())
         return;
     m_armed = true;
-    // Below the priority of the toolkit's own update requests. What is posted in a round of the event loop is
-    // handled in the next one, after whatever the display has sent.
+    // The priority is below that of Qt's own update requests. An event that is posted during a round of the
+    // event loop is handled in the next round, after the events from the display.
     QCoreApplication::postEvent(this, new QEvent(QEvent::User), Qt::LowEventPriority - 1);
 }
 
@@ -186,7 +186,7 @@ void Queue::Turn()
     else if (!PaintOne())
         HandlePosted();
     const bool left = !m_keys.empty() || !m_dirty.empty() || !m_posted.empty();
-    // Input is answered by the paint that follows it, not by what was gathered before.
+    // The answer to input is the next paint, not what was drawn before.
     const bool answered = m_inputSinceShow && m_dirty.empty();
     if (!left || answered || !m_sinceShow.isValid() || m_sinceShow.elapsed() >= kShowEveryMs)
         ShowGathered();
@@ -203,7 +203,7 @@ void Queue::DispatchKey()
     m_inputSinceShow = true;
     SetControlState(key.control);
     const LPARAM words = PackPoint(static_cast<int>(key.count), 0);
-    // The first message may end the window, and with it the object.
+    // WM_KEYDOWN may destroy the window and delete the object. Forget then clears m_keyWindow.
     m_keyWindow = key.window;
     if (key.key != 0)
         key.window->SendMessage(WM_KEYDOWN, key.key, words);
@@ -219,10 +219,10 @@ void Queue::DispatchKeys()
 
 bool Queue::PaintOne()
 {
-    // A posted message waits for at most one paint of each window: windows painted since it came must wait in
-    // turn.
-    std::erase_if(m_dirty,
-                  [](const ViewWidget* view) { return !view->NeedsPaint(); }); // painted or cut off since
+    // Some windows were painted since they were added, or their invalid part is gone.
+    std::erase_if(m_dirty, [](const ViewWidget* view) { return !view->NeedsPaint(); });
+    // A posted message waits for at most one paint of each window. So a window that was painted after the
+    // message was posted must wait for the message.
     const uint64_t posted_turn = m_posted.empty() ? UINT64_MAX : m_posted.front().turn;
     for (size_t i = 0; i < m_dirty.size(); ++i) {
         ViewWidget* view = m_dirty[i];

@@ -1,5 +1,5 @@
-// The layer's own queue: pending keys, invalid windows, posted messages. One of them a turn of the event
-// loop, so that the toolkit's input and copies to the screen come in between.
+// The layer's own queue: pending keys, invalid windows, posted messages. Each turn of the event loop handles
+// one of them, so that Qt can handle input and copy pixels to the screen in between.
 #pragma once
 
 #include "platform/wnd.h"
@@ -18,21 +18,25 @@ public:
     static Queue& Get();
 
     void Post(CWnd* window, UINT message, WPARAM wParam, LPARAM lParam);
-    // Equal presses that wait are merged into one WM_KEYDOWN with their count. character 0: no WM_CHAR
-    // follows.
+    // A key press that equals the last waiting one increases its count. Each waiting press becomes one
+    // WM_KEYDOWN with its count, and a WM_CHAR unless character is 0.
     void AddKey(CWnd* window, UINT key, UINT character, bool control);
-    void DispatchKeys(); // what waits, before a mouse message that came later
+    void DispatchKeys(); // handles all waiting keys, before a mouse message that came later
     void SetTimer(CWnd* window, UINT id, UINT milliseconds);
-    void KillTimer(const CWnd* window, UINT id); // a message of it that waits is dropped
+    void KillTimer(const CWnd* window, UINT id); // also drops its waiting WM_TIMER
     size_t TimerCount() const { return m_timers.size(); }
+    // The window has an invalid part.
     void AddDirty(ViewWidget* view);
+    // Paints an invalid window at once, unless a modal window is open.
     void PaintNow(ViewWidget* view);
-    void AddShown(ViewWidget* view); // has pixels that the screen has not
+    void AddShown(ViewWidget* view); // has drawn pixels that are not on the screen yet
+    // Call this after input: the paint that follows is copied to the screen without delay.
     void InputHandled();
+    // Removes the window or widget from the queue.
     void Forget(const CWnd* window);
     void Forget(const ViewWidget* view);
 
-    // While a modal window is open neither paints nor posted messages are handled.
+    // While a modal window is open, neither paints nor posted messages are handled. Calls may be nested.
     void EnterModal();
     void LeaveModal();
     bool IsModal() const { return m_modal > 0; }
@@ -47,7 +51,7 @@ private:
     struct TimerRecord {
         CWnd* window;
         UINT id;
-        int number; // Qt's
+        int number; // number of Qt's timer
     };
     struct KeyRecord {
         CWnd* window;
@@ -61,14 +65,16 @@ private:
         UINT message;
         WPARAM wParam;
         LPARAM lParam;
-        uint64_t turn; // in which it was posted
+        uint64_t turn; // turn in which the message was posted
     };
 
+    // Posts the event for the next turn, unless it is already posted or a modal window is open.
     void Kick();
     void Turn();
     void DispatchKey();
     bool PaintOne();
     void HandlePosted();
+    // Tells Qt to copy the drawn pixels of all windows to the screen.
     void ShowGathered();
 
     bool m_armed = false;
@@ -77,7 +83,7 @@ private:
     bool m_inputSinceShow = false;
     QElapsedTimer m_sinceShow;
     std::deque<KeyRecord> m_keys;
-    const CWnd* m_keyWindow = nullptr; // that the key at hand goes to, until it is gone
+    const CWnd* m_keyWindow = nullptr; // window that receives the current key; null once it is destroyed
     std::vector<ViewWidget*> m_dirty;
     std::deque<PostedMessage> m_posted;
     std::vector<TimerRecord> m_timers;
@@ -93,5 +99,5 @@ public:
     ~ModalScope() { Queue::Get().LeaveModal(); }
 };
 
-// The control key as of the message at hand.
+// Sets the state of the control key for GetKeyState. It is that of the current message.
 void SetControlState(bool down);
