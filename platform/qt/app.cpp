@@ -13,22 +13,22 @@ std::function<void(const CString&)> g_message_box_hook;
 
 namespace
 {
-// A message box shows the longest path that can be opened, what is wrong with it, and no more: laying out
-// megabytes of text takes minutes.
+// Most bytes of a text in a message box: the longest path that can be opened, and what is wrong with it.
+// Laying out megabytes of text takes minutes.
 constexpr size_t kBoxHeadBytes = 4200;
 constexpr size_t kBoxTailBytes = 400;
 } // namespace
 
 void AfxMessageBox(const CString& text)
 {
-    if (LongWork::Get().IsClosing()) // nobody is there any more to read it
+    if (LongWork::Get().IsClosing()) // no user is there to read it
         return;
     if (g_message_box_hook) {
         g_message_box_hook(text);
         return;
     }
     const ModalScope modal;
-    const LongWork::Pause pause; // the user's time to read is no work
+    const LongWork::Pause pause; // the time for reading is not work
     QMessageBox box(ParentForBox());
     box.setIcon(QMessageBox::Warning);
     box.setTextFormat(Qt::PlainText);

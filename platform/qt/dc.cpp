@@ -1,5 +1,5 @@
-// Contexts over the screen. A paint draws into the window's buffer; nothing of it runs inside the toolkit's
-// paint event, so a box may open and the picture may be scrolled in its midst.
+// Device contexts for the screen. A paint draws into the window's buffer, outside of Qt's paint event. So a
+// paint may open a box or scroll the picture.
 #include "platform/dc.h"
 
 #include "platform/qt/peer.h"
@@ -44,8 +44,8 @@ QRect ToQRect(const CRect& rect)
     return {rect.left, rect.top, rect.Width(), rect.Height()};
 }
 
-// The client area of a view, from the clip region that a paint begins with. Coordinates are those of the
-// paint's beginning: what the picture is moved by in its midst is added.
+// The client area of a view, limited to the clip region at the start of a paint. Coordinates are those at the
+// start of the paint. If the picture is moved during the paint, the move is added.
 class WindowTarget final : public DeviceTarget
 {
 public:

@@ -1,4 +1,4 @@
-// A frame's widget: menu, accelerators, status bar, place on the screen.
+// The widget of a frame: menu, accelerators, status bar, place on the screen.
 #include "platform/qt/longwork.h"
 #include "platform/qt/peer.h"
 #include "platform/qt/queue.h"
@@ -26,24 +26,24 @@
 
 namespace
 {
-// A page may have any size, so the frame's least size must not hang on its inside.
-constexpr int kLeastWidth = 160; // logical units
+// The minimum size of a frame must not depend on its content, because a page may have any size.
+constexpr int kLeastWidth = 160; // in logical units
 constexpr int kLeastHeight = 120;
-constexpr int kSettleMs = 50;
+constexpr int kSettleMs = 50; // time without events after which place and state are matched
 
 constexpr size_t kPaneBytes = 255;
 
-QPointer<FrameWidget> g_active_frame; // or the last one, while another program is active
+QPointer<FrameWidget> g_active_frame; // the last active one while another program is active
 
 bool IsThisHost(const QString& host)
 {
     return host.isEmpty() || host == QLatin1String("localhost") || host == QSysInfo::machineHostName();
 }
 
-// Logical units that cover that many device pixels.
+// Returns the number of logical units that cover the device pixels.
 int CoveringUnits(int64_t device_pixels, double ratio)
 {
-    // A whole number of units that went through the ratio and its rounding must come back as itself.
+    // A whole number of units, multiplied by the ratio and rounded, must return to the same number.
     constexpr double kRounding = 0.5;
     return static_cast<int>(std::ceil((static_cast<double>(device_pixels) - kRounding) / ratio));
 }
@@ -53,7 +53,7 @@ int ToLogical(int device_pixels, double ratio)
     return static_cast<int>(std::floor(device_pixels / ratio + 0.5));
 }
 
-// Dropped local files. The bytes of a name that is no UTF-8 survive in the encoded form alone.
+// Returns the local files that were dropped. Only the encoded form keeps names that are not valid UTF-8.
 std::vector<CString> LocalFiles(const QMimeData* data)
 {
     std::vector<CString> paths;
@@ -96,7 +96,7 @@ QSize AllScreens()
         ratio = std::max(ratio, screen->devicePixelRatio());
     const QScreen* const screen = QGuiApplication::primaryScreen();
     const QSize logical = screen ? screen->virtualSize() : QSize();
-    if (logical.isEmpty()) // every screen is off for now
+    if (logical.isEmpty()) // all screens are off at the moment
         return {QWIDGETSIZE_MAX, QWIDGETSIZE_MAX};
     return {ToDevicePixels(logical.width(), ratio), ToDevicePixels(logical.height(), ratio)};
 }
@@ -152,7 +152,7 @@ void FrameWidget::MakeMenu()
     }
     for (const Accelerator& accelerator : resources.accelerators) {
         auto* shortcut = new QShortcut(QKeySequence(QString::fromLatin1(accelerator.keys)), this);
-        shortcut->setContext(Qt::ApplicationShortcut); // in the program's other windows too
+        shortcut->setContext(Qt::ApplicationShortcut); // also in the program's other windows
         if (accelerator.full_screen_only) {
             shortcut->setContext(Qt::WindowShortcut);
             shortcut->setEnabled(false);
@@ -176,8 +176,8 @@ void FrameWidget::PlaceFrame(const CRect& rect)
     const double ratio = devicePixelRatioF();
     const QScreen* const screen = QGuiApplication::primaryScreen();
     QRect wanted = screen ? screen->geometry() : QRect(0, 0, kLeastWidth, kLeastHeight);
-    // The settings may hold any numbers: a window is not larger than all screens together, and is on a screen
-    // with that size.
+    // The settings may contain any numbers. The window is never larger than all screens together, and is on a
+    // screen.
     const QSize most = screen ? screen->virtualSize() : wanted.size();
     const QRect bounded(QPoint(ToLogical(rect.left, ratio), ToLogical(rect.top, ratio)),
                         QSize(CoveringUnits(int64_t{rect.right} - rect.left, ratio),
@@ -189,11 +189,11 @@ void FrameWidget::PlaceFrame(const CRect& rect)
                 ToDevicePixels(wanted.left() + wanted.width(), ratio),
                 ToDevicePixels(wanted.top() + wanted.height(), ratio)};
     m_normal = m_wanted;
-    if (isVisible()) // and its margins are known
+    if (isVisible()) // then the margins are known
         m_wanted = {};
     const QSize margins = frameGeometry().size() - size();
     resize(wanted.size() - margins);
-    if (!IsWayland()) // where no program places its windows
+    if (!IsWayland()) // on Wayland a program cannot place its windows
         move(wanted.topLeft());
 }
 
@@ -203,7 +203,7 @@ bool FrameWidget::IsTooLarge() const
            height() >= screen()->geometry().height();
 }
 
-// The size that it gets if the user makes it smaller is three quarters of the screen.
+// If the user makes the window smaller, it gets three quarters of the screen.
 void FrameWidget::ShowInsteadMaximized()
 {
     m_wanted = {};
@@ -224,7 +224,7 @@ void FrameWidget::PlaceClient(CPoint corner, CSize client)
         move(ToLogical(corner.x, ratio), ToLogical(corner.y, ratio));
 }
 
-// Size hints may have taken a pixel off: then one logical pixel more is asked for, once.
+// Size hints may have made the client area a pixel too small. Then requests one more logical pixel, once.
 void FrameWidget::MatchClient()
 {
     if (m_wantedClient.cx == 0 && m_wantedClient.cy == 0)
@@ -254,7 +254,7 @@ void FrameWidget::MatchPlace()
     RecordPlace();
 }
 
-// Its margins are known; its size may still be put right by the window manager.
+// The margins are known now. The window manager may still correct the size.
 void FrameWidget::Shown()
 {
     MatchPlace();
@@ -262,8 +262,8 @@ void FrameWidget::Shown()
         m_settle.start();
 }
 
-// A window that was maximized from the start gets its margins when it is made smaller, by several events
-// whose order is the window manager's.
+// A window that is maximised from the start gets its margins when it is made smaller. This happens by several
+// events whose order depends on the window manager.
 void FrameWidget::MatchPlaceSoon()
 {
     if (isVisible() && !m_placing && !m_wanted.IsEmpty())
@@ -296,7 +296,8 @@ void FrameWidget::dropEvent(QDropEvent* event)
     if (paths.empty() || !m_owner)
         return;
     event->acceptProposedAction();
-    // Later: a page may show a box, and the program that the files come from waits for the end of this.
+    // The files are opened later. A page may show a box, and the program that the files come from waits for
+    // the end of this event.
     QCoreApplication::postEvent(this, new DroppedFilesEvent(paths));
 }
 
@@ -354,15 +355,15 @@ void FrameWidget::SetFullScreen(bool on)
 {
     m_fullScreen = on;
     if (!on)
-        m_wanted = m_normal; // as at the start, size and margins come by several events
+        m_wanted = m_normal; // as at the start, size and margins arrive by several events
     if (QWidget* const menu = menuWidget())
         menu->setVisible(!on);
     for (QShortcut* const key : m_fullScreenKeys)
         key->setEnabled(on);
 }
 
-// A window manager tells states on the way: a maximized window may be a normal one first, and what is asked
-// for meanwhile may be lost. So the states are looked at once no more of them come.
+// A window manager reports intermediate states: a maximised window may first be a normal one. A request may
+// be lost meanwhile. So MatchFullScreen checks the states after no more of them arrive.
 void FrameWidget::SetFullScreenState()
 {
     if (m_fullScreen)
@@ -383,7 +384,7 @@ void FrameWidget::MatchFullScreen()
     }
     m_restoring = false;
     m_restates = 0;
-    if (isFullScreen() != m_fullScreen) { // by the window manager
+    if (isFullScreen() != m_fullScreen) { // the window manager has changed it
         m_wasMaximized = isMaximized();
         SetFullScreen(isFullScreen());
     }
@@ -407,7 +408,8 @@ void FrameWidget::showEvent(QShowEvent* event)
     QMainWindow::showEvent(event);
     m_placing = true;
     windowHandle()->installEventFilter(this);
-    // The window manager tells its margins when it shows the window, by events that are handled before these.
+    // The window manager reports its margins when it shows the window, by events that are handled before this
+    // call.
     QTimer::singleShot(0, this, [this] {
         m_placeAtExpose = true;
         if (windowHandle() && windowHandle()->isExposed())
@@ -428,8 +430,8 @@ bool FrameWidget::eventFilter(QObject* object, QEvent* event)
     if (object == windowHandle()) {
         if (event->type() == QEvent::Expose && windowHandle()->isExposed())
             Exposed();
-        // Part of the window was uncovered. Qt copies it from its own store without a paint event of a
-        // widget.
+        // A part of the window was uncovered. Qt copies it from its own store, and no widget receives a paint
+        // event.
         if (event->type() == QEvent::Paint)
             if (ViewWidget* view = View(); view && static_cast<QPaintEvent*>(event)->region().intersects(
                                                        QRect(view->mapTo(this, QPoint(0, 0)), view->size())))
@@ -466,7 +468,8 @@ FramePeer::~FramePeer()
     if (!m_widget)
         return;
     m_widget->Detach();
-    // A box that is still open is on the stack: it must not be deleted with its parent. This ends it.
+    // A box that is still open is on the stack, so it must not be deleted with its parent. Removing the
+    // parent also ends the box.
     for (QDialog* const box : m_widget->findChildren<QDialog*>(QString(), Qt::FindDirectChildrenOnly))
         box->setParent(nullptr);
     m_widget->hide();
@@ -555,12 +558,12 @@ bool CStatusBar::SetIndicators(std::span<const UINT> ids)
         label->setTextInteractionFlags(Qt::NoTextInteraction);
         if (id == ID_SEPARATOR) {
             label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-            bar->addWidget(label, 1); // a menu entry's prompt covers it for as long as it is pointed at
+            bar->addWidget(label, 1); // while the user points at a menu entry, the entry's prompt covers it
         } else {
             label->setFrameStyle(QFrame::Panel | QFrame::Sunken);
             label->setMargin(2);
             label->setText(ToQString(AfxGetApp()->LoadString(id)));
-            // In both directions: a new text would else lay out and repaint the whole bar.
+            // In both directions. Else a new text would cause a new layout and paint of the whole bar.
             label->setFixedSize(label->sizeHint() + QSize(label->fontMetrics().averageCharWidth(), 0));
             bar->addPermanentWidget(label);
         }

@@ -23,10 +23,9 @@ namespace
 constexpr int64_t kCursorAfterMs = 100;
 constexpr int64_t kFirstLookMs = 1000;
 constexpr int64_t kLookEveryMs = 30;
-constexpr int kLongestLookMs = 10; // however much the display sends
+constexpr int kLongestLookMs = 10; // limit of a check, even if more events arrive
 
-// Changes of the pointer's shape are sent with Qt's next message to the display, which would be after the
-// work that they announce.
+// Qt would send the pointer's new shape with its next message to the display, after the work.
 void FlushDisplay()
 {
     if (QGuiApplication::platformName() != QLatin1String("xcb"))
@@ -35,7 +34,8 @@ void FlushDisplay()
         xcb_flush(display->connection());
 }
 
-// Before the first window shows there is no pointer to change, and loading its shapes would delay the start.
+// Before the first window is shown there is no pointer to change, and loading the shapes would delay the
+// start.
 bool IsAnyWindowExposed()
 {
     const QWindowList windows = QGuiApplication::allWindows();
@@ -56,8 +56,8 @@ bool IsMainWindow(const QObject* receiver)
     return widget && (receiver == widget->window() || receiver == widget->window()->windowHandle());
 }
 
-// The dialog that is open may have been opened by held input. As with input from the display, nothing reaches
-// the windows that it blocks.
+// An open dialog may have been opened by held input. As for input from the display, no event may reach the
+// windows that the dialog blocks.
 bool IsBlocked(const QObject* receiver)
 {
     const QWidget* const modal = QApplication::activeModalWidget();
@@ -75,7 +75,8 @@ LongWork& LongWork::Get()
     return work;
 }
 
-// The coarse clock: it is read once a row, and a row may take less than a reading of the fine one.
+// Uses the coarse clock. The clock is read for each row, and a row may take less time than reading the fine
+// clock.
 int64_t LongWork::Now()
 {
     if (s_clock)
@@ -134,8 +135,8 @@ void LongWork::HideCursor()
     QGuiApplication::restoreOverrideCursor();
 }
 
-// A very short box without a window: what the queue holds waits as it does for a box, and exposed windows are
-// copied from their buffers.
+// Works like a very short box without a window: the queue handles nothing, and exposed windows are copied
+// from their buffers.
 void LongWork::Look()
 {
     const ModalScope modal;
@@ -185,12 +186,12 @@ bool LongWork::eventFilter(QObject* receiver, QEvent* event)
 
 void LongWork::Hold(QObject* receiver, const QEvent* event)
 {
-    // Of a pointer that moves, the last place is enough.
+    // Only the last position of a moving pointer is needed.
     if (event->type() == QEvent::MouseMove && !m_held.empty() && m_held.back().receiver == receiver &&
         m_held.back().event->type() == QEvent::MouseMove)
         m_held.pop_back();
     HeldEvent held{receiver, std::unique_ptr<QEvent>(event->clone()), {}, {}, {}};
-    // A copy shares its places with all later events of the pointer.
+    // Qt shares the positions in a copied event with later events of the pointer.
     if (event->isSinglePointEvent()) {
         const auto* const pointer = static_cast<const QSinglePointEvent*>(event);
         held.local = pointer->position();
@@ -200,7 +201,8 @@ void LongWork::Hold(QObject* receiver, const QEvent* event)
     m_held.push_back(std::move(held));
 }
 
-// After the work, not within its message: one event a round of the loop, in the order in which they came.
+// Sends the events after the work, outside of its message: one event per round of the loop, in the order of
+// arrival.
 void LongWork::SendHeld()
 {
     if (m_held.empty() && !m_closing)
@@ -209,7 +211,7 @@ void LongWork::SendHeld()
         m_ready.push_back(std::move(held));
         QCoreApplication::postEvent(this, new QEvent(QEvent::User));
     }
-    QCoreApplication::postEvent(this, new QEvent(QEvent::User)); // that finds none
+    QCoreApplication::postEvent(this, new QEvent(QEvent::User)); // finds no event
 }
 
 bool LongWork::event(QEvent* event)
@@ -217,12 +219,13 @@ bool LongWork::event(QEvent* event)
     if (event->type() != QEvent::User)
         return QObject::event(event);
     if (m_ready.empty()) {
-        m_closing = m_closing && m_looking; // the window had its close event, and has taken it or not
+        // The window has received its close event, and has closed or refused to.
+        m_closing = m_closing && m_looking;
         return true;
     }
     HeldEvent held = std::move(m_ready.front());
     m_ready.pop_front();
-    if (m_looking) // in the next work already
+    if (m_looking) // the next work has begun
         m_held.push_back(std::move(held));
     else if (held.receiver && !IsBlocked(held.receiver))
         Send(held);

@@ -1,4 +1,4 @@
-// Work that takes long: the hourglass, and the looks for what the user wants meanwhile.
+// Work that takes long: the hourglass, and the checks for input meanwhile.
 #pragma once
 
 #include "platform/cstring.h"
@@ -14,9 +14,9 @@
 #include <utility>
 #include <vector>
 
-// While it looks, it filters the events of the whole program. Escape and the closing of a window interrupt
-// the work. These and all other input are held back as events and sent again once the work has ended, so that
-// no command, menu or dialog can start within it.
+// During a check it filters the events of the whole program. Escape and the closing of a window interrupt the
+// work. These and all other input events are held, and sent again after the work has ended. So no command,
+// menu or dialog can start within the work.
 class LongWork final : public QObject
 {
 public:
@@ -27,11 +27,11 @@ public:
     bool IsInterrupted();
 
     bool IsLooking() const { return m_looking; }
-    // The main window is about to be closed: from then on the work shows no box.
+    // Called when the main window is about to be closed. From then on the work shows no box.
     void InterruptForExit() { m_interrupted = m_closing = true; }
     bool IsClosing() const { return m_closing; }
 
-    // For the time of a box: the pointer has its usual shape, and the time does not count.
+    // Exists while a box is open. The pointer has its usual shape, and the time is not counted as work.
     class Pause
     {
     public:
@@ -41,7 +41,7 @@ public:
         ~Pause() { Get().m_begun = Now(); }
     };
 
-    // Milliseconds of a clock that never goes back; tests replace it.
+    // Returns milliseconds of a clock that never goes back. A test may replace it.
     static int64_t Now();
     static std::function<int64_t()> s_clock;
 
@@ -53,7 +53,7 @@ private:
     struct HeldEvent {
         QPointer<QObject> receiver;
         std::unique_ptr<QEvent> event;
-        QPointF local, scene, global; // of an event of the pointer
+        QPointF local, scene, global; // of a pointer event
     };
 
     void ShowCursor();
@@ -63,18 +63,18 @@ private:
     void SendHeld();
     static void Send(const HeldEvent& held);
 
-    int m_depth = 0;
-    int64_t m_begun = 0;
-    int64_t m_looked = 0;
-    bool m_shown = false;
-    bool m_looking = false;
+    int m_depth = 0;        // Begin calls without their End
+    int64_t m_begun = 0;    // in milliseconds
+    int64_t m_looked = 0;   // time of the last check, in milliseconds
+    bool m_shown = false;   // the hourglass
+    bool m_looking = false; // a check is running
     bool m_interrupted = false;
     bool m_closing = false;
     std::vector<HeldEvent> m_held;
-    std::deque<HeldEvent> m_ready; // of works that have ended
+    std::deque<HeldEvent> m_ready; // of work that has ended; to be sent next
 };
 
-// Files that were dropped, to be opened once the program that they come from has got its answer.
+// Dropped files, which are opened after the program that they come from has received its answer.
 class DroppedFilesEvent final : public QEvent
 {
 public:

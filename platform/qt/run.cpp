@@ -1,4 +1,4 @@
-// Start, end and message loop of the program.
+// The start, the message loop and the end of the program.
 #include "platform/run.h"
 #include "platform/qt/longwork.h"
 #include "platform/qt/peer.h"
@@ -26,7 +26,7 @@ namespace
 {
 bool g_loop_running = false;
 
-// ---- What Qt writes to the standard error stream ---------------------------------------------------------
+// ---- Qt's messages on the standard error stream ----------------------------------------------------------
 
 struct QtMessage {
     QtMsgType type;
@@ -34,10 +34,10 @@ struct QtMessage {
     QString text;
 };
 
-QtMessageHandler g_qt_handler = nullptr; // Qt's own
+QtMessageHandler g_qt_handler = nullptr; // Qt's own handler
 std::string g_program_name;
 std::atomic<bool> g_is_starting = false;
-std::mutex g_held_mutex; // plugins may have threads of their own
+std::mutex g_held_mutex; // plugins may have their own threads
 std::vector<QtMessage> g_held;
 
 [[noreturn]] void EndWithoutDisplay()
@@ -54,19 +54,19 @@ std::vector<QtMessage> g_held;
         line += ": " + reasons.join(QLatin1String("; ")).toStdString();
     line += '\n';
     fputs(line.c_str(), stderr);
-    _exit(EXIT_FAILURE); // the destructors are not made for half an application object
+    _exit(EXIT_FAILURE); // destructors would fail on an incomplete application object
 }
 
-// Windows are drawn into shared memory by choice (see RunApplication), and Qt warns about that.
+// Qt warns that windows are drawn into shared memory. RunApplication requests this.
 bool IsAboutBufferIntegration(const QMessageLogContext& context, const QString& text)
 {
     return context.category && qstrcmp(context.category, "qt.qpa.wayland") == 0 &&
            text.contains(QLatin1String("client buffer integration"));
 }
 
-// Qt ends the program by abort() if it finds no display, after several lines. While the application object is
-// created, its messages are held: they are either the reasons for the line that ends the program, or passed
-// on.
+// If Qt finds no display, it writes several lines and calls abort(). So its messages, except debug messages,
+// are held while the application object is created. They then become the reasons in the line that ends the
+// program, or are passed on.
 void HandleQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
     if (g_is_starting && type == QtFatalMsg)
@@ -89,7 +89,7 @@ void BeginStart(const char* program_name)
 
 void EndStart()
 {
-    if (!QGuiApplication::primaryScreen()) // a platform that found no screen
+    if (!QGuiApplication::primaryScreen()) // a platform without a screen
         EndWithoutDisplay();
     g_is_starting = false;
     const std::lock_guard lock(g_held_mutex);
@@ -102,7 +102,7 @@ void EndStart()
 
 // ---- Signals ---------------------------------------------------------------------------------------------
 
-constexpr int kCancelAgainMs = 20; // while one box or dialog after another ends
+constexpr int kCancelAgainMs = 20; // interval until the next box or dialog is cancelled
 
 struct EndSignal {
     int number;
@@ -120,21 +120,21 @@ void RestoreEndSignals()
 void OnEndSignal(int)
 {
     const int error = errno;
-    RestoreEndSignals(); // the next one ends the process
+    RestoreEndSignals(); // the next signal ends the process
     const uint64_t one = 1;
     [[maybe_unused]] const ssize_t written = write(g_end_event, &one, sizeof one);
     errno = error;
 }
 
-// Ends the program as a user would after a signal: cancels what is modal, the innermost first, and closes the
-// main window once nothing modal is on the stack any more.
+// Ends the program after a signal as a user would: cancels what is modal, the innermost first, and closes the
+// main window when no modal window is left.
 class SignalCloser : public QObject
 {
 public:
     SignalCloser() : m_event(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
     {
         if (m_event < 0)
-            return; // signals end the program at once, as before
+            return; // signals end the program at once, as without a handler
         m_again.setInterval(kCancelAgainMs);
         connect(&m_again, &QTimer::timeout, this, &SignalCloser::CloseNext);
         auto* notifier = new QSocketNotifier(m_event, QSocketNotifier::Read, this);
@@ -167,7 +167,7 @@ private:
     void CloseNext()
     {
         LongWork& work = LongWork::Get();
-        if (work.IsLooking()) { // its end comes first
+        if (work.IsLooking()) { // the work must end first
             work.InterruptForExit();
             return;
         }
@@ -192,7 +192,7 @@ private:
 };
 } // namespace
 
-// Not quit, which first asks every window that is still open, and those let only their owners close them.
+// QCoreApplication::quit would first ask every open window to close, but only their owners may close them.
 void CWinApp::QuitMessageLoop()
 {
     if (g_loop_running)
@@ -201,21 +201,22 @@ void CWinApp::QuitMessageLoop()
 
 void PrepareProcess()
 {
-    // Qt has set the user's locale: read-outs have a decimal point everywhere.
+    // Qt has set the user's locale. Displayed numbers have a decimal point everywhere.
     std::setlocale(LC_NUMERIC, "C");
-    // A temporary file beyond the limit of file sizes must fail, not end the program.
+    // A temporary file beyond the limit for file sizes must fail, and not end the program.
     std::signal(SIGXFSZ, SIG_IGN);
-    // The main window ends the loop, not the last box.
+    // The main window ends the loop. Closing the last box does not.
     QApplication::setQuitOnLastWindowClosed(false);
-    // Qt's own dialogs keep their last places and columns in a settings file for all programs, which is not
-    // ours to write: it goes where no file can be made. Our settings are in another format.
+    // Qt's own dialogs store their last places and columns in a settings file of all programs, which this
+    // program must not change. So that file is placed where none can be created. Our own settings do not use
+    // this format.
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("/dev/null"));
 }
 
 int RunApplication(CWinApp& app, const char* program_name, const CString& command_line)
 {
-    // On Wayland Qt loads a renderer of 60 MB for windows that are never drawn by one. Without it Qt draws no
-    // title bars; most desktops draw them.
+    // On Wayland Qt loads a renderer of 60 MB, which this program never uses. Without it Qt draws no title
+    // bars, but most desktops draw them.
     setenv("QT_WAYLAND_CLIENT_BUFFER_INTEGRATION", "none", 0);
     std::string name = program_name ? program_name : "";
     char* arguments[] = {name.data(), nullptr};

@@ -1,4 +1,4 @@
-// What the tests replace, and what a test program shares with the real one's start.
+// Variables that tests replace, and the part of the start that test programs share with the real program.
 #pragma once
 
 #include "platform/cstring.h"
@@ -10,11 +10,13 @@ class CFileDialog;
 class CPrintInfo;
 
 extern std::function<void(const CString&)> g_message_box_hook;
-extern std::function<CString(CPrintInfo&)> g_print_dialog_hook; // the file to print to, or empty for Cancel
-extern std::function<void(CDialog&)> g_dialog_hook;             // called from the loop of each dialog
+// Returns the file to print to, or an empty text for Cancel.
+extern std::function<CString(CPrintInfo&)> g_print_dialog_hook;
+extern std::function<void(CDialog&)> g_dialog_hook; // called from the loop of each dialog
 extern std::function<void(CFileDialog&)> g_file_dialog_hook;
-extern int g_missing_file_dialog_part; // counts down to the lookup of a part that finds nothing; 0: none
+extern int g_missing_file_dialog_part; // number of the next part that is not found, from 1; 0: none
+// Empty: the user's settings file.
 extern CString g_settings_file;
 
-// After the toolkit's application object is made: locale, signals, what ends the loop.
+// Called after the application object is created. Sets the locale, signals, and what ends the loop.
 void PrepareProcess();

@@ -1,5 +1,5 @@
-// A view's widget: the device-pixel buffer, the events that become messages, and the pane with its scroll
-// bars.
+// The widget of a view: its buffer of device pixels, the events that become messages, and the pane with the
+// scroll bars.
 #include "platform/qt/peer.h"
 #include "platform/qt/queue.h"
 
@@ -22,13 +22,13 @@
 
 namespace
 {
-constexpr int kWheelStep = 48;   // device pixels a notch
-constexpr int kWheelNotch = 120; // what the toolkit counts a notch as
+constexpr int kWheelStep = 48;   // device pixels per notch
+constexpr int kWheelNotch = 120; // Qt's count for one notch
 
-QPointer<ViewWidget> g_pointer_view; // whose pointer message is being handled
+QPointer<ViewWidget> g_pointer_view; // view that is handling a pointer message
 
-// A grey of the desktop's palette from which both white and black paper stand out. In a dark palette the
-// first two are nearly black.
+// Returns a grey of the desktop's palette that differs clearly from white and from black. In a dark palette
+// the first two roles are nearly black.
 QRgb BackgroundFrom(const QPalette& palette)
 {
     constexpr int kLeastContrast = 48;
@@ -44,7 +44,7 @@ QRgb BackgroundFrom(const QPalette& palette)
 
 WindowPeer::~WindowPeer() = default;
 
-// Moves add up over the pages of a whole night.
+// Adds modulo 2^32. In a long session the sum of all moves may exceed an int.
 static int Wrapped(int a, int b)
 {
     return static_cast<int>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
@@ -62,7 +62,7 @@ int ToDevicePixels(double logical, double ratio)
 
 namespace
 {
-// A view is a picture to those who cannot see; its name says of what.
+// Assistive technology sees a view as a picture. The view's accessible name says which.
 QAccessibleInterface* MakeAccessible(const QString&, QObject* object)
 {
     auto* const view = dynamic_cast<ViewWidget*>(object);
@@ -88,7 +88,7 @@ ViewWidget::ViewWidget(CView* owner, PaneWidget* pane)
     setAttribute(Qt::WA_OpaquePaintEvent);
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);
-    setAcceptDrops(false); // the frame takes them
+    setAcceptDrops(false); // the frame accepts drops
 }
 
 ViewWidget::~ViewWidget()
@@ -117,14 +117,14 @@ CRect ViewWidget::DeviceRect() const
 
 PixelBuffer ViewWidget::Pixels()
 {
-    // A copy of the image would share its pixels only while nobody writes: the widget is the only holder.
+    // bits() would copy the image if another QImage shared its pixels. No other does.
     QImage& buffer = Buffer();
     return {reinterpret_cast<uint32_t*>(buffer.bits()), buffer.bytesPerLine() / 4, buffer.width(),
             buffer.height()};
 }
 
-// Made anew only when it is looked at: at the start of the program the size changes several times before
-// that, and memory that is touched for the first time costs more than what is then drawn into it.
+// Creates the buffer again at the first use after its size has changed. At the start of the program the size
+// changes several times before that, and touching memory for the first time costs more than drawing into it.
 QImage& ViewWidget::Buffer()
 {
     if (m_buffer.size() == m_client && m_kept == m_client && m_buffer.devicePixelRatio() == m_ratio)
@@ -140,7 +140,7 @@ QImage& ViewWidget::Buffer()
     FillUndrawn(fresh, QRegion(fresh.rect()) - QRect(QPoint(0, 0), m_kept));
     m_buffer = std::move(fresh);
     m_pixels = std::move(pixels);
-    m_kept = m_buffer.size(); // nothing where memory was short
+    m_kept = m_buffer.size(); // empty if memory was short
     return m_buffer;
 }
 
@@ -303,7 +303,8 @@ void ViewWidget::SetOverlay(std::vector<OverlayShape> shapes)
         for (const CRect& rect : CoverOf(PartsOfOverlay()))
             region += QRect(rect.left, rect.top, rect.Width(), rect.Height());
     };
-    // Where the old ones were before the picture moved, the move has marked everything as changed.
+    // add_cover uses the current position of the picture. If the picture was moved since the old shapes were
+    // shown, the move has marked all moved pixels as changed.
     add_cover();
     m_overlay = std::move(shapes);
     add_cover();
@@ -313,7 +314,7 @@ void ViewWidget::SetOverlay(std::vector<OverlayShape> shapes)
 
 void ViewWidget::paintEvent(QPaintEvent* event)
 {
-    // The screen's ratio may have changed under a window that kept its logical size.
+    // The screen's ratio may have changed while the window kept its logical size.
     if (m_ratio != devicePixelRatioF() && m_owner)
         QMetaObject::invokeMethod(
             this,
@@ -327,7 +328,7 @@ void ViewWidget::paintEvent(QPaintEvent* event)
     const QSizeF drawn = QSizeF(buffer.size()) / m_ratio;
     if (width() > drawn.width() + 1 || height() > drawn.height() + 1) // larger than all screens
         painter.fillRect(rect(), QColor(m_background));
-    // In the buffer, so that a shape's pixel goes to the device pixel of the buffer's own.
+    // The shapes are drawn into the buffer, so that their pixels are exact device pixels.
     std::optional<OverlayOnPixels> overlay;
     if (!m_overlay.empty())
         overlay.emplace(Pixels(), PartsOfOverlay());
@@ -338,7 +339,7 @@ void ViewWidget::paintEvent(QPaintEvent* event)
 
 void ViewWidget::resizeEvent(QResizeEvent*)
 {
-    // The pane gives the size and fits the buffer once the bars are placed.
+    // The pane sets the size, and fits the buffer after it has placed the bars.
 }
 
 void ViewWidget::SetShape(CursorShape shape)
@@ -484,14 +485,14 @@ void ViewWidget::wheelEvent(QWheelEvent* event)
 void ViewWidget::Wheel(const QWheelEvent* event)
 {
     QPoint move; // in 120ths of a device pixel
-    // On X11 pixel deltas are made up by Qt and depend on the driver.
+    // On X11 Qt computes pixel deltas, and the result depends on the driver.
     if (IsWayland() && !event->pixelDelta().isNull())
         move = event->pixelDelta() * kWheelNotch;
     else
         move = event->angleDelta() * kWheelStep;
     if (event->modifiers() & Qt::ShiftModifier)
         move = move.transposed();
-    m_wheelRest -= move; // the wheel turned up or left moves towards lower positions
+    m_wheelRest -= move; // turning the wheel up or left moves to lower positions
     const QPoint whole(m_wheelRest.x() / kWheelNotch, m_wheelRest.y() / kWheelNotch);
     m_wheelRest -= whole * kWheelNotch;
     if (!whole.isNull())
@@ -532,7 +533,7 @@ PaneWidget::PaneWidget(CView* owner, QWidget* parent)
         m_bars[bar]->hide();
         m_bars[bar]->setSingleStep(1);
         m_bars[bar]->setFocusPolicy(Qt::NoFocus);
-        m_bars[bar]->installEventFilter(this); // a bar would turn the wheel's notch into three single steps
+        m_bars[bar]->installEventFilter(this); // a bar would turn a notch into three single steps
         connect(m_bars[bar], &QScrollBar::valueChanged, this,
                 [this, bar](int value) { BarMoved(bar, value); });
     }
@@ -541,7 +542,7 @@ PaneWidget::PaneWidget(CView* owner, QWidget* parent)
 bool PaneWidget::eventFilter(QObject* object, QEvent* event)
 {
     if (event->type() == QEvent::MouseButtonPress)
-        ShowPositions(); // the bar steps from the value that it has
+        ShowPositions(); // the bar steps from its own value
     if (event->type() != QEvent::Wheel)
         return QWidget::eventFilter(object, event);
     wheelEvent(static_cast<QWheelEvent*>(event));
@@ -565,7 +566,7 @@ void PaneWidget::BarMoved(int bar, int value)
 
 void PaneWidget::SetPicture(CSize total, CSize page, CSize line)
 {
-    // Told at every update; to lay out anew would draw the whole window again.
+    // This is called at every update. A new layout would draw the whole window again.
     if (m_total == total && m_page == page && m_line == line)
         return;
     m_total = total;
@@ -584,7 +585,7 @@ void PaneWidget::resizeEvent(QResizeEvent*)
     Relayout();
 }
 
-// Gives the view its place beside the wanted bars. True if the bars are what that place needs.
+// Places the view next to the requested bars. Returns true if the view's size then needs exactly these bars.
 bool PaneWidget::Place(bool horizontal, bool vertical)
 {
     const int bar_height = horizontal ? m_bars[SB_HORZ]->sizeHint().height() : 0;
@@ -596,17 +597,18 @@ bool PaneWidget::Place(bool horizontal, bool vertical)
 
 void PaneWidget::Relayout()
 {
-    if (m_inLayout) { // from WM_SIZE, below: the new range holds at once, the bars follow
+    // A handler of WM_SIZE, below, has called this: the new range is valid at once, the bars are placed later.
+    if (m_inLayout) {
         m_layoutAgain = true;
         UpdateBars();
         return;
     }
     m_inLayout = true;
     const QPointer<PaneWidget> self(this);
-    // A new size may bring a new picture size once; a third round has nothing left to change.
+    // A new size may change the size of the picture once. So a third round changes nothing.
     for (int round = 0; round < 3; ++round) {
         m_layoutAgain = false;
-        // Both bars where neither fewer nor one of them settles it.
+        // Both bars are needed if neither no bar nor a single bar is enough.
         const bool horizontal_only = !Place(false, false) && Place(true, false);
         bool horizontal = horizontal_only;
         bool vertical = false;
@@ -638,7 +640,7 @@ void PaneWidget::UpdateBars()
     const CPoint before{m_position[SB_HORZ], m_position[SB_VERT]};
     UpdateBar(SB_HORZ, m_view->ClientWidth());
     UpdateBar(SB_VERT, m_view->ClientHeight());
-    // A range that has become shorter pulls the picture along.
+    // If a range has become shorter, the picture moves with its position.
     m_view->Scroll(before.x - m_position[SB_HORZ], before.y - m_position[SB_VERT]);
 }
 

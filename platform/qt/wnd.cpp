@@ -1,4 +1,4 @@
-// The operations of windows that reach the toolkit.
+// The operations of windows that use Qt.
 #include "platform/wnd.h"
 
 #include "platform/app.h"
@@ -41,7 +41,7 @@ DialogWidget* DialogOf(const CWnd* window)
     return peer ? peer->Dialog() : nullptr;
 }
 
-// "[*]" in a title is Qt's sign for a modified document, and not shown. Doubled it is shown as it is.
+// In a title, "[*]" is Qt's placeholder for the sign of a modified document. Qt shows "[*][*]" as "[*]".
 QString WindowPeer::Text() const
 {
     return Widget() ? Widget()->windowTitle().replace(QLatin1String("[*][*]"), QLatin1String("[*]"))
@@ -147,8 +147,8 @@ int CWnd::SetScrollPos(int bar, int position, bool)
     return old;
 }
 
-// The toolkit sends a pressed pointer's messages to the widget that it was pressed in, wherever it goes:
-// there is nothing left to hold.
+// Qt sends the messages of a pressed pointer to the widget in which it was pressed, even outside of the
+// widget. So there is nothing to do.
 void CWnd::SetCapture() {}
 void CWnd::ReleaseCapture() {}
 
@@ -220,7 +220,8 @@ void CWnd::BringWindowToTop()
         widget->raise();
         widget->activateWindow();
     }
-    if (FrameWidget* frame = FrameOf(this)) // even if it is active already; a box may open before it is
+    // Even if the frame is active already. A box may open before the frame becomes active.
+    if (FrameWidget* frame = FrameOf(this))
         frame->Activated();
 }
 
