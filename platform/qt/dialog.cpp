@@ -1,4 +1,4 @@
-// Dialogs on the toolkit: items from a template, their controls, the modal loop.
+// Dialogs on Qt: items from a template, their controls, the modal loop.
 #include "platform/qt/dialogpeer.h"
 
 #include "platform/app.h"
@@ -30,12 +30,12 @@ std::function<void(CDialog&)> g_dialog_hook;
 
 namespace
 {
-constexpr int kListWidthChars = 52; // at first; the dialog can be resized
+constexpr int kListWidthChars = 52; // initial; the user can resize the dialog
 constexpr int kListHeightRows = 14;
 constexpr int kHookWaitMs = 2000;
 constexpr int kLabelChars = 4096; // more than any path has
 
-// Entries are as wide as the list, whatever their text: it is cut in the middle, and shown in a tool tip.
+// An entry is as wide as the list. A long text is cut in the middle, and its tool tip shows the whole text.
 class NameDelegate : public QStyledItemDelegate
 {
 public:
@@ -46,13 +46,13 @@ public:
     }
 };
 
-// A tool tip would take markup in a text for its own.
+// Returns the text as a tool tip without markup: Qt would interpret markup in it.
 QString ToolTipOf(const QString& text)
 {
     return text.toHtmlEscaped().prepend(QLatin1String("<span>"));
 }
 
-// One line, cut in the middle.
+// A label of one line, cut in the middle.
 class PathLabel : public QLabel
 {
 public:
@@ -78,7 +78,7 @@ bool IsInBrackets(std::string_view entry)
     return entry.starts_with('[') && entry.ends_with(']');
 }
 
-// By the names alone: the closing bracket does not come between "[a]" and "[a 2]".
+// Compares the names without the closing bracket, so that "[a]" is before "[a 2]".
 bool BracketsComeBefore(std::string_view entry, std::string_view other)
 {
     return ComesBefore(entry.substr(0, entry.size() - 1), other.substr(0, other.size() - 1));
@@ -164,11 +164,11 @@ NameList::NameList(QWidget* parent) : QListView(parent), m_model(new NameModel(t
     setItemDelegate(new NameDelegate(this));
     setSelectionMode(QAbstractItemView::ExtendedSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
-    setUniformItemSizes(true); // else each of them is measured
+    setUniformItemSizes(true); // else Qt measures each entry
     setTextElideMode(Qt::ElideMiddle);
     setTabKeyNavigation(false);
     connect(this, &QAbstractItemView::doubleClicked, this, [this] {
-        if (!m_is_left) // Qt reports double clicks of every button
+        if (!m_is_left) // Qt reports double clicks of all buttons
             return;
         m_is_handled = true;
         notify(LBN_DBLCLK);
@@ -181,8 +181,8 @@ void NameList::mousePressEvent(QMouseEvent* event)
     QListView::mousePressEvent(event);
 }
 
-// The button is still down after a double click. The list may have other entries by then: without this, the
-// smallest movement would select one of them.
+// After a double click the button is still down, and the list may already have other entries. Without this,
+// the smallest movement would select one of them.
 void NameList::mouseMoveEvent(QMouseEvent* event)
 {
     if (!m_is_handled || event->buttons() == Qt::NoButton)
@@ -205,12 +205,12 @@ void NameList::keyPressEvent(QKeyEvent* event)
 {
     const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     if (enter && (event->modifiers() & Qt::ControlModifier)) {
-        // As a click on the focused entry would, but several selected entries remain selected.
+        // Works like a click on the focused entry, but keeps a selection of several entries.
         if (selectionModel()->selectedIndexes().size() <= 1)
             selectionModel()->select(currentIndex(), QItemSelectionModel::ClearAndSelect);
         notify(LBN_DBLCLK);
     } else if (event->key() == Qt::Key_Space && (event->modifiers() & Qt::ControlModifier)) {
-        // The toolkit would go on to the next entry that begins with the key's empty text.
+        // Qt would search for the next entry that begins with the key's empty text.
         selectionModel()->select(currentIndex(), QItemSelectionModel::Toggle);
     } else {
         QListView::keyPressEvent(event);
@@ -227,7 +227,7 @@ DialogWidget::DialogWidget(CDialog* owner, const DialogTemplate& contents, QWidg
     page->addLayout(top, 1);
     auto* buttons = new QDialogButtonBox(this);
     QHBoxLayout* line = nullptr;
-    QLabel* label = nullptr; // that waits for the item it leads to
+    QLabel* label = nullptr; // label without its item yet
     bool grows = false;
     for (const DialogItem& item : contents.items) {
         if (item.kind == DialogItemKind::button || item.kind == DialogItemKind::defaultButton) {
@@ -352,8 +352,8 @@ void DialogWidget::StopWork()
     m_work.stop();
 }
 
-// Between two calls the loop handles what the display has sent. The timer rests meanwhile: a box within the
-// call has a loop of its own.
+// Calls OnWork once. Between two calls the loop handles events from the display. The timer is stopped during
+// the call, because a box within the call has its own loop.
 void DialogWidget::timerEvent(QTimerEvent* event)
 {
     if (event->timerId() != m_work.timerId()) {
@@ -388,7 +388,7 @@ DialogPeer::~DialogPeer()
 {
     if (!m_widget)
         return;
-    // At once: the dialog's loop has ended, so none of its handlers is running.
+    // Deleted at once: the dialog's loop has ended, so none of its handlers is running.
     m_widget->Detach();
     delete m_widget.data();
 }
@@ -530,7 +530,7 @@ void CListBox::SetContent(std::vector<CString> entries)
         return;
     list->Names().Set(std::move(entries));
     list->scrollToTop();
-    // Qt gives an entry the focus only when the list itself receives it.
+    // Qt sets the focused entry only when the list itself receives the focus.
     list->selectionModel()->setCurrentIndex(list->model()->index(0, 0), QItemSelectionModel::NoUpdate);
 }
 
@@ -548,7 +548,7 @@ CString CListBox::GetText(int index) const
                : CString{};
 }
 
-// By ranges: a hundred thousand indices one by one would be felt.
+// Uses ranges, because a hundred thousand single indices would take noticeable time.
 std::vector<int> CListBox::GetSelItems() const
 {
     std::vector<int> items;

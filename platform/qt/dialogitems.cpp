@@ -118,7 +118,7 @@ void BarChart::paintEvent(QPaintEvent*)
         const int left = area.left() + area.width() * i / count;
         const int right = area.left() + area.width() * (i + 1) / count;
         const double share = std::clamp(m_bars[static_cast<size_t>(i)].share, 0.0, 1.0);
-        // Whatever is not nothing shows.
+        // A share above 0 is at least one pixel high.
         const int height = static_cast<int>(std::ceil(share * area.height()));
         painter.fillRect(left, area.bottom() + 1 - height, std::max(right - left - 1, 1), height,
                          palette().highlight());

@@ -1,4 +1,4 @@
-// The controls of dialogs that only show something: text in rows and a bar chart.
+// The controls of dialogs that only show something: a text in rows and a bar chart.
 #pragma once
 
 #include "platform/dialog.h"
@@ -7,11 +7,11 @@
 #include <QWidget>
 #include <vector>
 
-// Names and values, in two columns. Long values are wrapped; all of it can be selected and copied.
+// Names and values in two columns. Long values are wrapped. The whole text can be selected and copied.
 class RowsText : public QPlainTextEdit
 {
 public:
-    // lines: its height, which it keeps; 0: it grows with the dialog.
+    // lines: the fixed height in lines; 0: the height grows with the dialog.
     RowsText(QWidget* parent, int lines);
 
     void SetRows(const std::vector<NamedText>& rows);
@@ -30,7 +30,7 @@ public:
 
     void SetBars(std::vector<ChartBar> bars);
     const std::vector<ChartBar>& Bars() const { return m_bars; }
-    int BarAt(int x) const; // -1: none
+    int BarAt(int x) const; // index of the bar at a horizontal position in the widget; -1: none
     QSize sizeHint() const override;
 
 protected:

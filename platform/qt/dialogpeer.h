@@ -1,4 +1,4 @@
-// The toolkit's side of dialogs and their controls.
+// The Qt side of dialogs and their controls.
 #pragma once
 
 #include "platform/dialog.h"
@@ -12,15 +12,15 @@
 #include <QListView>
 #include <functional>
 
-// A name as it may stand on the screen: the sign for what cannot be shown in place of control characters, and
-// of what would break the line or turn the reading direction.
+// Returns a name that can be shown in one line: the replacement character stands for control characters, and
+// for characters that would break the line or change the reading direction.
 QString Showable(QString text);
 
-// Calls a test's hook from the dialog's loop, as soon as the dialog is on the screen and has the focus. If
-// the dialog is still open after the hook, calls `end`.
+// Calls a test's hook from the dialog's loop, after the dialog is on the screen and has the focus. If the
+// dialog is still open after the hook, calls `end`.
 void RunHookWhenShown(QDialog* dialog, std::function<void()> hook, std::function<void()> end);
 
-// The names of a list box: bytes, converted when they are shown.
+// The names of a list box, as bytes. They are converted when they are shown.
 class NameModel : public QAbstractListModel
 {
 public:
@@ -53,7 +53,7 @@ protected:
 
 private:
     NameModel* m_model;
-    bool m_is_left = false;    // the last double click was by the left button
+    bool m_is_left = false;    // the last double click was made with the left button
     bool m_is_handled = false; // the last press was a double click, and its notification has been sent
 };
 
@@ -67,11 +67,12 @@ public:
     const DialogTemplate& Contents() const { return m_contents; }
     QWidget* Control(UINT id) const { return m_controls.value(id); } // null if there is none
     QWidget* FirstControl() const { return m_first; }
+    // Sends the notification to the dialog object.
     void Notify(UINT id, UINT code);
     void StartWork();
     void StopWork();
 
-    void reject() override; // Escape and the window's close button
+    void reject() override; // called for Escape and the window's close button
 
 protected:
     void timerEvent(QTimerEvent* event) override;
@@ -84,8 +85,8 @@ private:
     QHash<UINT, QWidget*> m_controls;
     QWidget* m_first = nullptr;
     QBasicTimer m_work;
-    bool m_is_working = false; // within a step
-    bool m_wants_work = false;
+    bool m_is_working = false; // OnWork is running
+    bool m_wants_work = false; // StartWork was called, and the work has not ended
 };
 
 class DialogPeer final : public WindowPeer
@@ -100,7 +101,7 @@ private:
     QPointer<DialogWidget> m_widget;
 };
 
-// The widget belongs to the dialog.
+// The peer of a control. The dialog owns the widget.
 class ControlPeer final : public WindowPeer
 {
 public:
@@ -113,4 +114,4 @@ private:
     QPointer<QWidget> m_widget;
 };
 
-DialogWidget* DialogOf(const CWnd* window); // null if it is none, or not open
+DialogWidget* DialogOf(const CWnd* window); // null if it is no open dialog

@@ -1,4 +1,4 @@
-// Qt's own file dialog, with a label under its lists and a notification of every selection.
+// Qt's own file dialog, with a label below its lists and a notification of every selection.
 #include "platform/qt/filedialogpeer.h"
 
 #include "platform/dialog.h"
@@ -20,11 +20,11 @@ const CRuntimeClass CFileDialog::classRecord{"CFileDialog", &CWnd::classRecord, 
 
 namespace
 {
-constexpr int kDialogWidthChars = 110; // at first; the dialog can be resized
+constexpr int kDialogWidthChars = 110; // initial; the user can resize the dialog
 constexpr int kPlacesWidthChars = 22;
-constexpr int kNameColumn = 0; // of Qt's detailed list
+constexpr int kNameColumn = 0; // in Qt's detailed list
 constexpr int kKindColumn = 2;
-constexpr int kRowBelowLists = 2; // of Qt's layout: the directory, the lists, then name and buttons
+constexpr int kRowBelowLists = 2; // in Qt's layout: the directory, the lists, then name and buttons
 
 class NameDelegate : public QStyledItemDelegate
 {
@@ -36,7 +36,7 @@ public:
     }
 };
 
-// "text (pattern)" for each pair, the form that Qt reads.
+// Returns "text (pattern)" for each pair, as Qt expects it.
 QStringList NameFilters(const CString& filter)
 {
     QStringList names;
@@ -46,14 +46,15 @@ QStringList NameFilters(const CString& filter)
         for (QString& pattern : patterns) {
             pattern = pattern.trimmed();
             if (pattern == QLatin1String("*.*"))
-                pattern = QStringLiteral("*"); // Qt would want a dot in the name
+                pattern = QStringLiteral("*"); // for Qt, "*.*" requires a dot in the name
         }
         names << QStringLiteral("%1 (%2)").arg(parts[i].trimmed(), patterns.join(QLatin1Char(' ')));
     }
     return names;
 }
 
-// The nearest existing directory: `path` or one above it. If there is none, the working directory.
+// Returns the nearest existing directory: `path` or one above it. If there is none, returns the working
+// directory.
 QString NearestDirectory(QString path)
 {
     while (!path.isEmpty() && !QDir(path).exists())
@@ -61,14 +62,14 @@ QString NearestDirectory(QString path)
     return path.isEmpty() ? QDir::currentPath() : path;
 }
 
-// The path without "." and "..", unless links make that another file.
+// Returns the path without "." and "..", unless links make it a different file.
 QString Cleaned(const QString& path)
 {
     const QString clean = QDir::cleanPath(path);
     return QFileInfo(clean).canonicalFilePath() == QFileInfo(path).canonicalFilePath() ? clean : path;
 }
 
-// What was found, unless a test wants this part to be missing.
+// Returns the part that was found, or none if a test requests that it is missing.
 template <class Part>
 Part Found(Part part)
 {
@@ -139,12 +140,12 @@ void FileDialogWidget::Extend()
     });
 }
 
-// Between the lists and the rows below them, which move down by one.
+// Inserts the label below the lists. The rows below it move down by one.
 void FileDialogWidget::PlaceLabel()
 {
     m_label = new QLabel(this);
     m_label->setTextFormat(Qt::PlainText);
-    m_label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed); // a long name does not widen the dialog
+    m_label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed); // a long name must not widen the dialog
     QGridLayout* const grid = m_parts.grid;
     const int columns = grid->columnCount();
     for (int i = grid->count() - 1; i >= 0; --i) {
@@ -161,7 +162,8 @@ void FileDialogWidget::PlaceLabel()
     grid->addWidget(m_label, kRowBelowLists, 0, 1, columns);
 }
 
-// Names get the width that sizes and dates do not need. The kind of a page file is no information.
+// Gives the names all the width that sizes and dates do not need. Hides the kind, which is the same for all
+// page files.
 void FileDialogWidget::PlaceColumns()
 {
     if (!m_parts.details)
@@ -183,7 +185,8 @@ QModelIndex FileDialogWidget::Entry(int row) const
     return IsExtended() && row >= 0 ? m_parts.model->index(row, 0, Directory()) : QModelIndex();
 }
 
-// The entry itself: Qt goes by the text of the name, and would read quotation marks in it as separators.
+// Returns the entry itself. Qt would use the text of the name field, and read quotation marks in a name as
+// separators.
 QModelIndex FileDialogWidget::Selected() const
 {
     if (!IsExtended())
@@ -199,7 +202,7 @@ QModelIndex FileDialogWidget::Selected() const
     return {};
 }
 
-// By number, because two filters may have the same text.
+// Selects by number, because two filters may have the same text.
 void FileDialogWidget::SelectFilter(int number)
 {
     if (number < 1 || number > nameFilters().size())
@@ -209,7 +212,7 @@ void FileDialogWidget::SelectFilter(int number)
         return;
     }
     m_parts.filters->setCurrentIndex(number - 1);
-    emit m_parts.filters->activated(number - 1); // as if the user had chosen it
+    emit m_parts.filters->activated(number - 1); // as if the user had selected it
 }
 
 int FileDialogWidget::SelectedFilter() const
@@ -223,7 +226,7 @@ int FileDialogWidget::SelectedFilter() const
     return found == filters.end() ? 0 : static_cast<int>(found - filters.begin()) + 1;
 }
 
-// A file whose name really has quotation marks or begins with "~/" comes first.
+// A file whose name really has quotation marks or begins with "~/" is tried first.
 QString FileDialogWidget::Named() const
 {
     const QString text = m_parts.name->text();
@@ -244,11 +247,11 @@ bool FileDialogWidget::AcceptWanted()
     const QString wanted = !m_is_typed && selected.isValid() ? Path(selected) : Named();
     const FileStatus status = FileStatusOf(FromQString(wanted));
     if (status.kind == FileStatus::Kind::none || status.IsDirectory()) {
-        if (m_is_typed) // else Qt would take the selected entry
+        if (m_is_typed) // else Qt would open the selected entry
             m_parts.views.first()->selectionModel()->clearSelection();
         return false;
     }
-    if (status.IsFile()) { // the dialog stays open for a device or another special file
+    if (status.IsFile()) { // for a device or another special file the dialog stays open
         m_chosen = Cleaned(wanted);
         done(Accepted);
     }

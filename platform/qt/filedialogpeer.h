@@ -1,4 +1,4 @@
-// The file dialog on Qt's side.
+// The Qt side of the file dialog.
 #pragma once
 
 #include "platform/filedialog.h"
@@ -15,14 +15,14 @@
 #include <QSplitter>
 #include <QTreeView>
 
-// Folder or file, by its status alone: the toolkit's own icons open every file of a directory to look at what
-// is in it. Asked from the thread that lists.
+// The icon of a folder or file, by its status alone. Qt's own icons open every file of a directory to read
+// its type. Qt calls this from the thread that reads directories.
 class StatusIcons : public QFileIconProvider
 {
 public:
     QIcon icon(IconType type) const override { return QFileIconProvider::icon(type); }
     QIcon icon(const QFileInfo& info) const override { return info.isDir() ? m_folder : m_file; }
-    // Never empty: the toolkit would leave the entry out.
+    // Must not be empty, or Qt would leave out the entry.
     QString type(const QFileInfo& info) const override
     {
         return info.isDir() ? QStringLiteral("Folder") : QStringLiteral("File");
@@ -33,8 +33,8 @@ private:
     const QIcon m_file = QFileIconProvider::icon(File);
 };
 
-// Parts of Qt's dialog to which Qt has no functions. They are found by name and class, which another version
-// of Qt may have changed: each may be null or empty.
+// Parts of Qt's dialog that no function of Qt returns. They are found by name and class. Another version of
+// Qt may have changed these, so each part may be null or empty.
 struct FileDialogParts {
     QFileSystemModel* model = nullptr; // of the entries
     QList<QAbstractItemView*> views;   // of the entries; they share their selection
@@ -42,7 +42,7 @@ struct FileDialogParts {
     QDialogButtonBox* buttons = nullptr;
     QGridLayout* grid = nullptr;
 
-    // Used if they are found.
+    // The dialog works without these.
     QComboBox* filters = nullptr;
     QTreeView* details = nullptr;
     QSplitter* splitter = nullptr;
@@ -53,12 +53,12 @@ class FileDialogWidget : public QFileDialog
 public:
     FileDialogWidget(CFileDialog* owner, const CString& filter, StatusIcons* icons, QWidget* parent);
 
-    // Whether the parts are there that the additions to Qt's dialog need: without one of them it is Qt's own
-    // dialog, with no label and no entries to ask for.
+    // Returns true if the parts for the additions to Qt's dialog were found. If one is missing, the dialog is
+    // Qt's own, without label and without access to entries.
     bool IsExtended() const;
     QLabel* Label() const { return m_label; } // null unless extended
-    QModelIndex Entry(int row) const;         // of the directory that is shown
-    QModelIndex Selected() const;             // an entry of the directory that is shown, or none
+    QModelIndex Entry(int row) const;         // of the shown directory
+    QModelIndex Selected() const;             // an entry of the shown directory, or none
     bool IsDirectory(const QModelIndex& entry) const { return m_parts.model->isDir(entry); }
     QString Path(const QModelIndex& entry) const { return m_parts.model->filePath(entry); }
 
@@ -75,13 +75,13 @@ private:
     void PlaceColumns();
     void SelectionChanged();
     QModelIndex Directory() const { return m_parts.model->index(m_parts.model->rootPath()); }
-    QString Named() const; // full path of the existing file or directory that the name field names, or empty
-    bool AcceptWanted();   // false if Qt has to decide
+    QString Named() const; // full path of the existing file or directory named in the name field, or empty
+    bool AcceptWanted();   // false if Qt must decide
 
     CFileDialog* m_owner;
     FileDialogParts m_parts;
     QLabel* m_label = nullptr;
-    bool m_is_typed = false; // the user has edited the name since the last choice in the list
+    bool m_is_typed = false; // the user has edited the name since the last selection in the list
     QString m_chosen;        // full path
 };
 
@@ -97,7 +97,7 @@ public:
     FileDialogWidget* Dialog() const { return m_widget; }
 
 private:
-    StatusIcons m_icons; // until the widget's thread has ended
+    StatusIcons m_icons; // destroyed after the widget, whose thread uses the icons
     QPointer<FileDialogWidget> m_widget;
 };
 

@@ -1,4 +1,4 @@
-// The print loop, setup and preview. A PDF goes the same way as paper.
+// The print loop, page setup and preview. A PDF file is produced in the same way as a print on paper.
 #include "platform/view.h"
 
 #include "platform/app.h"
@@ -29,14 +29,14 @@ std::function<CString(CPrintInfo&)> g_print_dialog_hook;
 
 namespace
 {
-// A picture goes out in bands if its image and Qt's copies of it would take more memory than this, or more
-// than may be taken at all. Each band is an image of its own in the file, and a viewer may round their common
-// edges: so there are as few as possible.
+// A picture is printed in bands if its image and Qt's copies of it would take more memory than these limits,
+// or than LargestBlock returns. Each band is an image of its own in the file, and a viewer may round their
+// common edges. So there are as few bands as possible.
 constexpr int64_t kBilevelBytes = int64_t{768} << 20;
-constexpr int64_t kBilevelCopies = 3; // the image, the packed rows, and these compressed
+constexpr int64_t kBilevelCopies = 3; // the image, its packed rows, and these compressed
 constexpr int64_t kGreyBytes = int64_t{44} << 20;
-constexpr int64_t kGreyPixelBytes = 7; // 4 in the image, a grey and an opacity of it, and the grey compressed
-constexpr int kOverlapPixels = 32; // of the printer: more than a pixel of a viewer that shows the sheet small
+constexpr int64_t kGreyPixelBytes = 7; // 4 in the image, a grey and an opacity made of it, compressed grey
+constexpr int kOverlapPixels = 32;     // of the printer; more than a viewer's pixel at a small scale
 
 constexpr int kWidestImage = INT32_MAX / 32; // Qt counts the bits of a row in an int
 
@@ -48,7 +48,7 @@ int64_t BandBytes(int64_t most)
 enum class Print {
     done,
     failed,
-    aborted, // failed, too, and the user knows
+    aborted, // failed, and the user has seen a message or interrupted the print
 };
 
 class PrinterTarget final : public DeviceTarget
@@ -57,7 +57,7 @@ public:
     PrinterTarget(QPrinter* printer, QPainter* painter, bool preview, Print* result)
         : m_printer(printer), m_painter(painter), m_preview(preview), m_result(*result)
     {
-        // Images of 8 bits would else become JPEG.
+        // Else images of 8 bits would become JPEG.
         m_painter->setRenderHint(QPainter::LosslessImageRendering);
     }
 
@@ -92,8 +92,8 @@ public:
             QImage image(dest.Width(), rows, QImage::Format_Mono);
             if (image.isNull())
                 return Fail();
-            // With any other colour table than black and white in this order the toolkit would widen the
-            // image to 32 bits and write a lossy picture. The bits are turned over instead.
+            // For any other colour table than black and white in this order, Qt would expand the image to 32
+            // bits and write a lossy picture. So the bits are inverted instead.
             image.setColorTable({0xff000000, 0xffffffff});
             for (int row = 0; row < rows; ++row)
                 CopyRow(image.scanLine(row), row_bytes, bitmap, source_x, source_y + y + row, dest.Width(),
@@ -109,21 +109,22 @@ public:
         const int lines = source.Height();
         if (source.Width() > kWidestImage)
             return Fail();
-        // Each band but the last reaches into the next one, which covers that part: a viewer that smooths the
-        // edges of an image would else let the paper shine through between them.
+        // Each band except the last overlaps the next band, which covers the overlap. Else paper would show
+        // between bands in a viewer that smooths the edges of an image.
         const int64_t most = BandBytes(kGreyBytes) / (kGreyPixelBytes * source.Width());
         const int64_t pixel = (lines - 1) / dest.Height() + 1;
         const int64_t overlap =
             std::max(pixel, std::min((int64_t{kOverlapPixels} * lines - 1) / dest.Height() + 1, most / 8));
         const int64_t bands = (lines - 1) / std::max(most - overlap, overlap) + 1;
         const int64_t band = (lines - 1) / bands + 1;
-        // Edges fall on whole printer pixels.
+        // Edges are at whole printer pixels.
         const auto edge = [&](int64_t line) {
             return dest.top + static_cast<int>((line * dest.Height() + lines / 2) / lines);
         };
         m_painter->setRenderHint(QPainter::SmoothPixmapTransform);
         for (int64_t top = 0; top < lines; top += band) {
-            if (CCmdTarget::WorkInterrupted()) // Qt takes long to compress a band; the print ends after this
+            // Qt takes long to compress a band. PrintPages then ends the print.
+            if (CCmdTarget::WorkInterrupted())
                 return false;
             const int64_t end = top + band < lines ? std::min<int64_t>(top + band + overlap, lines) : lines;
             const QRect place(dest.left, edge(top), dest.Width(), edge(end) - edge(top));
@@ -139,8 +140,9 @@ public:
     void AbortDoc(bool told) override { m_result = told ? Print::aborted : Print::failed; }
 
 private:
-    // The colours are greys. Qt would make 32 bits a pixel of them for a file, without a word if memory is
-    // short; a preview keeps what it is given, so that gets 8.
+    // The colours are greys. If an 8-bit image is printed to a file, Qt converts it to 32 bits per pixel, and
+    // reports nothing if memory is short. So such an image has 32 bits. A preview keeps the image, so that
+    // image has 8 bits.
     bool DrawBand(const QRect& place, const BitmapInfo& info, const uint8_t* bits, const CRect& source,
                   const COLORREF* colors)
     {
@@ -173,15 +175,15 @@ private:
     {
         const uint8_t* from = bitmap.Rows() + source_y * bitmap.RowBytes() + source_x / 8;
         const int shift = source_x % 8;
-        const int64_t source_bytes = (int64_t{shift} + width + 7) / 8; // that hold pixels of this row
+        const int64_t source_bytes = (int64_t{shift} + width + 7) / 8; // bytes that hold pixels of this row
         for (int64_t i = 0; i < row_bytes; ++i) {
             unsigned bits = static_cast<unsigned>(from[i]) << shift;
             if (shift > 0 && i + 1 < source_bytes)
                 bits |= from[i + 1] >> (8 - shift);
             to[i] = static_cast<uint8_t>(bits) ^ flip;
         }
-        to[row_bytes - 1] &=
-            static_cast<uint8_t>(0xff << (row_bytes * 8 - width)); // what lies behind the last pixel
+        // Clears the bits after the last pixel.
+        to[row_bytes - 1] &= static_cast<uint8_t>(0xff << (row_bytes * 8 - width));
     }
 
     QPrinter* m_printer;
@@ -190,19 +192,20 @@ private:
     Print& m_result;
 };
 
-// The printer of the program: what a setup has chosen holds for its further runs. It ends with the toolkit.
+// The program's printer. It keeps the choices of a setup or print dialog until the program ends, and is
+// destroyed before Qt's application object.
 QPrinter& Printer()
 {
     static std::unique_ptr<QPrinter> printer;
     if (!printer) {
         printer = std::make_unique<QPrinter>(QPrinter::HighResolution);
-        printer->setColorMode(QPrinter::GrayScale); // 8 bits a pixel stay 8 bits in a file
+        printer->setColorMode(QPrinter::GrayScale); // keeps 8 bits per pixel in a file
         qAddPostRoutine([] { printer.reset(); });
     }
     return *printer;
 }
 
-// False if the file that was printed to is cut short: Qt does not check whether its writes succeed.
+// Returns false if the printed file is incomplete. Qt does not check whether its writes succeed.
 bool IsComplete(const QPrinter& printer)
 {
     if (printer.outputFormat() != QPrinter::PdfFormat || !QFileInfo(printer.outputFileName()).isFile())
@@ -213,15 +216,15 @@ bool IsComplete(const QPrinter& printer)
            file.readAll().contains("%%EOF");
 }
 
-// The program would wait for a reader, and end with a reader that leaves.
+// A print to a pipe would wait for a reader, and a reader that closes the pipe would end the program.
 bool IsPipe(const QByteArray& path)
 {
     struct stat status;
     return stat(path.constData(), &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode));
 }
 
-// Removes what a print has left in its file, through links; a device stays. A file that cannot be removed
-// becomes empty.
+// Removes the file of a failed print, following links. A device is not removed. A file that cannot be removed
+// is truncated to no bytes.
 void RemoveFile(const QByteArray& path)
 {
     struct stat status;
@@ -233,12 +236,12 @@ void RemoveFile(const QByteArray& path)
     std::free(real_path);
 }
 
-// One run of the pages. A run that fails leaves no file.
+// Prints the pages once. A print that fails leaves no file.
 Print PrintPages(CView* view, CPrintInfo* info, QPrinter* printer)
 {
     const QByteArray path = QFile::encodeName(printer->outputFileName());
     QPainter painter;
-    if (IsPipe(path) || !painter.begin(printer)) // begin makes or truncates the file last of all
+    if (IsPipe(path) || !painter.begin(printer)) // begin creates or truncates the file at its end
         return Print::failed;
     Print result = Print::done;
     CCmdTarget::BeginWaitCursor();
@@ -266,11 +269,11 @@ Print PrintPages(CView* view, CPrintInfo* info, QPrinter* printer)
     return result;
 }
 
-// The name of a PDF file for a page's label. The dialog proposes the document's name without its last suffix,
-// and a label may well have a point in it.
+// Returns a PDF file name for a page's label. The suffix is necessary: the dialog proposes the document's
+// name without its last suffix, and a label may contain a dot.
 QString PdfName(const QString& label)
 {
-    constexpr qsizetype kMostBytes = 255; // of a file name
+    constexpr qsizetype kMostBytes = 255; // limit of the system for a file name
     const QString suffix = QStringLiteral(".pdf");
     QString name = label;
     for (QChar& letter : name)
@@ -301,7 +304,8 @@ bool CView::DoPreparePrinting(CPrintInfo* info)
         return true;
     }
     const ModalScope modal;
-    // Behind the dialog's back the printer keeps the file of the last print: only its directory is of use.
+    // The printer still has the file of the last print, unknown to the dialog. Only its directory is used
+    // again.
     if (const QString last = printer.outputFileName(); !last.isEmpty())
         printer.setOutputFileName(QFileInfo(last).dir().filePath(PdfName(label)));
     printer.setDocName(PdfName(label));
@@ -332,7 +336,8 @@ void CView::OnFilePrintPreview()
     bool print = false;
     {
         const ModalScope modal;
-        // A printer of its own: the preview records what is drawn, and a print must not replay that record.
+        // The preview has its own printer. The preview records what is drawn, and a print must not replay
+        // that record.
         QPrinter printer(QPrinter::HighResolution);
         printer.setPageLayout(Printer().pageLayout());
         QDialog window(ParentForBox());
@@ -370,8 +375,7 @@ void CView::OnFilePrintPreview()
 void CWinApp::OnFilePrintSetup()
 {
     const ModalScope modal;
-    // Without a printer the dialog serves paper and orientation all the same, but says that it would rather
-    // not.
+    // Without a printer Qt logs a warning here, although paper size and orientation can still be chosen.
     QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
     QPageSetupDialog dialog(&Printer(), ParentForBox());
     QLoggingCategory::setFilterRules(QString());

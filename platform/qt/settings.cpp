@@ -1,7 +1,7 @@
-// Settings: a small file that is read for each value and replaced as a whole for each change. Nothing here
-// waits: neither for another program that writes the file, nor for a reader of what is no file. Qt's own
-// settings would wait half a minute for a lock that another machine has left, and make objects of what a file
-// says.
+// Settings: a small file that is read for each value, and replaced as a whole for each change. Nothing here
+// waits, neither for another program that writes the file, nor for a FIFO or device with the file's name.
+// Qt's own settings would wait half a minute for a lock that another machine has left, and would create
+// objects from the file's text.
 #include "platform/app.h"
 #include "platform/file.h"
 #include "platform/profiletext.h"
@@ -19,7 +19,7 @@ CString g_settings_file;
 
 namespace
 {
-constexpr qint64 kMostBytes = 1 << 20; // a larger file is not ours
+constexpr qint64 kMostBytes = 1 << 20; // a larger file is not this program's
 
 QString SettingsPath(const CString& company)
 {
@@ -30,8 +30,8 @@ QString SettingsPath(const CString& company)
            QLatin1String(".ini");
 }
 
-// Values of the file; none if it does not exist. No result if something else has the file's name, or if the
-// file is too large or cannot be read: it must not be replaced then.
+// Returns the values of the file, none if it does not exist. Returns no result if the path is not a regular
+// file, or the file is too large or cannot be read. The file must then not be replaced.
 std::optional<ProfileValues> ReadSettings(const QString& path)
 {
     if (FileStatusOf(FromQString(path)).kind == FileStatus::Kind::none)
@@ -62,9 +62,9 @@ bool WriteValue(const CString& company, const char* section, const char* key, st
     if (!values)
         return false;
     std::string& stored = (*values)[std::string(section) + '/' + key];
+    // Most values that are written at the end of a run have not changed, and a replacement waits for the disk.
     if (!stored.empty() && stored == value)
-        return true; // the end of a run writes what mostly has not changed, and each replacement waits for
-                     // the disk
+        return true;
     stored = std::move(value);
     const std::string text = ComposeProfile(*values);
     QDir().mkpath(QFileInfo(path).path());

@@ -597,7 +597,7 @@ bool PaneWidget::Place(bool horizontal, bool vertical)
 
 void PaneWidget::Relayout()
 {
-    // A handler of WM_SIZE, below, has called this: the new range is valid at once, the bars are placed later.
+    // A handler of WM_SIZE, below, has called this: the new range is valid at once, the bars follow later.
     if (m_inLayout) {
         m_layoutAgain = true;
         UpdateBars();
