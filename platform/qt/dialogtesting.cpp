@@ -1,4 +1,4 @@
-// The hands of tests inside a dialog.
+// The functions of testing.h for dialogs.
 #include "platform/testing.h"
 
 #include "platform/qt/dialogitems.h"
@@ -18,7 +18,8 @@
 #include <QProgressBar>
 #include <QStyleOptionButton>
 
-// Of the toolkit: offers a key to access letters and shortcuts first, as it does with keys from the display.
+// An internal function of Qt. Offers a key to access letters and shortcuts first, as Qt does with keys from
+// the display.
 extern bool qt_sendShortcutOverrideEvent(QObject* object, ulong timestamp, int key,
                                          Qt::KeyboardModifiers modifiers, const QString& text, bool repeated,
                                          ushort count);
@@ -47,7 +48,7 @@ void PressKey(const QPointer<DialogWidget>& dialog, int key, Qt::KeyboardModifie
 
 void Click(const QPointer<QWidget>& widget, QPoint point, Qt::KeyboardModifiers modifiers, bool twice)
 {
-    // A hand moves the mouse a little during the second click.
+    // A user moves the mouse a little during the second click.
     constexpr QEvent::Type kClicks[] = {QEvent::MouseButtonPress, QEvent::MouseButtonRelease,
                                         QEvent::MouseButtonDblClick, QEvent::MouseMove,
                                         QEvent::MouseButtonRelease};
@@ -63,7 +64,8 @@ void Click(const QPointer<QWidget>& widget, QPoint point, Qt::KeyboardModifiers 
     }
 }
 
-// As an aid for the blind has it: the name, or of a combo box, whose name is its choice, the label's.
+// Returns the name that assistive technology reads out. For a combo box, Qt's accessible name is its current
+// entry, so this returns its label.
 QString Named(QWidget* widget)
 {
     const QAccessibleInterface* object = QAccessible::queryAccessibleInterface(widget);

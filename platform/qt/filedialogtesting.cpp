@@ -1,4 +1,4 @@
-// The hands of tests inside the dialog for files.
+// The functions of testing.h for the file dialog.
 #include "platform/testing.h"
 
 #include "platform/dialog.h"
@@ -27,7 +27,7 @@ bool IsFileDialogPartLost()
     return g_missing_file_dialog_part == 0;
 }
 
-// The list itself, not what the dialog has found of it.
+// Searches for the list itself, independent of the parts that the dialog has found.
 static QAbstractItemView* ViewOf(const CFileDialog& dialog)
 {
     const FileDialogWidget* widget = FileDialogOf(&dialog);
@@ -88,7 +88,7 @@ void ChooseFilter(CFileDialog& dialog, int index)
     if (const FileDialogWidget* widget = FileDialogOf(&dialog)) {
         auto* combo = widget->findChild<QComboBox*>(QStringLiteral("fileTypeCombo"));
         combo->setCurrentIndex(index - 1);
-        emit combo->activated(index - 1); // as by the user
+        emit combo->activated(index - 1); // as if the user had selected it
     }
 }
 

@@ -62,7 +62,7 @@ bool WriteValue(const CString& company, const char* section, const char* key, st
     if (!values)
         return false;
     std::string& stored = (*values)[std::string(section) + '/' + key];
-    // Most values that are written at the end of a run have not changed, and a replacement waits for the disk.
+    // Most values written at the end of a run have not changed, and each replacement waits for the disk.
     if (!stored.empty() && stored == value)
         return true;
     stored = std::move(value);

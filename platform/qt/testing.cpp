@@ -1,4 +1,4 @@
-// The hooks and the hands of tests.
+// The functions of testing.h, except those for dialogs.
 #include "platform/testing.h"
 
 #include "platform/qt/longwork.h"
@@ -23,7 +23,7 @@
 #include <cmath>
 #include <cstring>
 
-// Of Qt: offers a key to the shortcuts first, as it does with keys from the display.
+// An internal function of Qt. Offers a key to the shortcuts first, as Qt does with keys from the display.
 extern bool qt_sendShortcutOverrideEvent(QObject* object, ulong timestamp, int key,
                                          Qt::KeyboardModifiers modifiers, const QString& text, bool repeated,
                                          ushort count);
@@ -67,7 +67,8 @@ bool PumpUntil(const std::function<bool()>& condition, int limit_ms)
     while (!condition()) {
         if (timer.elapsed() > limit_ms)
             return false;
-        // Without a time limit: that would be many rounds, and the condition is met in the first one or not.
+        // Without a time limit, this handles one round of events. With a limit it would handle many rounds
+        // before the condition is checked again.
         QCoreApplication::processEvents();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
@@ -76,7 +77,7 @@ bool PumpUntil(const std::function<bool()>& condition, int limit_ms)
 
 bool PumpUntilIdle(int limit_ms)
 {
-    // Once round at least: what the display has sent may be what starts the work.
+    // At least one round, because events from the display may start the work.
     QCoreApplication::processEvents();
     const auto is_idle = [] {
         for (const QWidget* widget : QApplication::topLevelWidgets())
@@ -88,7 +89,7 @@ bool PumpUntilIdle(int limit_ms)
         [&] {
             if (!is_idle())
                 return false;
-            QCoreApplication::processEvents(); // the last message may have left something to do
+            QCoreApplication::processEvents(); // the last message may have posted another one
             return is_idle();
         },
         limit_ms);
@@ -136,7 +137,7 @@ GrabbedPixels GrabWindow(CWnd& window)
     ViewWidget* view = ViewOf(&window);
     if (!view || view->DeviceRect().IsEmpty())
         return grabbed;
-    // What the toolkit was told to copy to the screen and nothing more, then what stands there.
+    // Handles the copies to the screen that are due and nothing else, then reads the screen's pixels.
     QWidget* top = view->window();
     QCoreApplication::sendPostedEvents(top, QEvent::UpdateRequest);
     QBackingStore* store = top->backingStore();
@@ -198,7 +199,7 @@ int ToQtKey(TestKey key)
     return 0;
 }
 
-// The toolkit's points of a device pixel of the client area, at its middle, so that rounding finds it again.
+// Qt's coordinates of a device pixel of the client area. ToDevicePixels converts them back to the same pixel.
 struct MousePlace {
     QPointF local;
     QPointF scene;
@@ -295,7 +296,7 @@ void ReleaseMouse(CWnd& window, CPoint point, bool right)
 
 void DoubleClick(CWnd& window, CPoint point, bool right)
 {
-    const QPointer<ViewWidget> view(ViewOf(&window)); // any of the four may end the window
+    const QPointer<ViewWidget> view(ViewOf(&window)); // any of the four events may destroy the window
     Press(view, point, ButtonOf(right));
     Release(view, point, ButtonOf(right));
     Press(view, point, ButtonOf(right), QEvent::MouseButtonDblClick);
@@ -304,7 +305,7 @@ void DoubleClick(CWnd& window, CPoint point, bool right)
 
 void ClickXButton(CWnd& window, CPoint point, XButton button, int times)
 {
-    const QPointer<ViewWidget> view(ViewOf(&window)); // any of them may end the window
+    const QPointer<ViewWidget> view(ViewOf(&window)); // any of the events may destroy the window
     const Qt::MouseButton pressed = button == XBUTTON1 ? Qt::BackButton : Qt::ForwardButton;
     for (int i = 0; i < times; ++i) {
         Press(view, point, pressed, i % 2 ? QEvent::MouseButtonDblClick : QEvent::MouseButtonPress);
@@ -341,8 +342,8 @@ void DropFiles(CWnd& window, const std::vector<CString>& paths)
     if (!enter.isAccepted())
         return;
     QCoreApplication::sendEvent(frame, &drop);
-    QCoreApplication::sendPostedEvents(frame,
-                                       DroppedFilesEvent::kType); // a drop opens its files once it is over
+    // A drop opens its files after it has ended.
+    QCoreApplication::sendPostedEvents(frame, DroppedFilesEvent::kType);
 }
 
 void CloseFrame(CWnd& window)
