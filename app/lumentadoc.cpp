@@ -1,4 +1,4 @@
-// Opening and closing of pages, and the row store. Drawing is in pagedraw.cpp.
+// Opens and closes pages, and manages the row store. Drawing is in pagedraw.cpp, reduction in pagescale.cpp.
 #include "app/lumentadoc.h"
 
 #include "app/commandline.h"
@@ -20,9 +20,9 @@
 
 namespace
 {
-constexpr int32_t kZeroBytes = 1 << 20;          // cleared between two looks at the user
-constexpr int32_t kMostZeroBytes = 64 << 20;     // of rows before those that are asked for
-constexpr int32_t kStoreBlockBytes = 256 * 1024; // decoded before they are written to the temporary file
+constexpr int32_t kZeroBytes = 1 << 20;          // cleared between two calls of WorkInterrupted
+constexpr int32_t kMostZeroBytes = 64 << 20;     // stored rows of 0 before the requested rows
+constexpr int32_t kStoreBlockBytes = 256 * 1024; // decoded in memory, then written to the temporary file
 
 // The kinds of page file, in the order in which they are tried.
 using ImageFactory = std::unique_ptr<Image> (*)();
@@ -53,7 +53,7 @@ const MessageMap CLumentaDoc::messages{&CDocument::messages, entries};
 
 CLumentaDoc::CLumentaDoc()
 {
-    BuildGreyPalette(); // without one the document goes on
+    BuildGreyPalette(); // the document also works without a palette
     CWinApp* const app = AfxGetApp();
     m_nLinesPerUpdate = app ? app->GetProfileInt(kAppSettings, kLinesPerUpdate, 0) : 1;
     if (m_nLinesPerUpdate < 1) {
@@ -86,7 +86,7 @@ void CLumentaDoc::SetTitle(const CString&)
     CDocument::SetTitle(m_strPageTitle);
 }
 
-// The template hands over the path that was to be opened.
+// The template passes the whole path that it opened, including a tab or semicolon.
 void CLumentaDoc::SetPathName(const CString& path, bool add_to_recent)
 {
     CDocument::SetPathName(PagePath(path), add_to_recent);
@@ -129,7 +129,7 @@ bool CLumentaDoc::OnOpenDocument(const CString& path)
 
 bool CLumentaDoc::OpenPage(const CString& path)
 {
-    // The old page is gone from here on, whatever becomes of the new file.
+    // The old page is closed even if the new file does not open.
     DeleteContents();
     const CString file = PagePath(path);
     m_FileStatus = FileStatusOf(file);
@@ -162,8 +162,8 @@ bool CLumentaDoc::OpenPage(const CString& path)
         return false;
     }
 
-    // The path comes first: it sets the title, which takes the label only at the template's own call
-    // afterwards.
+    // SetPathName also sets the title to the label, which is still empty. The template calls it again after
+    // this function, and the title then becomes the label.
     SetPathName(file, true);
     SetModifiedFlag(false);
     m_strPageTitle = m_pImage->Name;
@@ -271,21 +271,23 @@ bool CLumentaDoc::ReleaseRowBuffer()
     return true;
 }
 
-// Reads the image's next row. False leaves zeros. A row that the user does not wait for has failed.
+// Reads the image's next row. On failure fills `slot` with 0 and returns false. If the user has interrupted
+// the work, the row fails too.
 bool CLumentaDoc::ReadImageRow(uint8_t* slot)
 {
     if (!WorkInterrupted() && m_pImage->ReadRow(slot, m_nRowBytes))
         return true;
-    if (WorkInterrupted()) // the row may have failed because of it
+    if (WorkInterrupted()) // also if the interruption came while the row was read
         m_pImage->ErrorText = "interrupted";
     memset(slot, 0, static_cast<size_t>(m_nRowBytes));
     return false;
 }
 
-// Reading is off from here on. False if the page was closed while the box was open.
+// Ends the reading of this page, and reports the row that could not be read. Returns false if the page was
+// closed while the message was open.
 bool CLumentaDoc::ReportRow(int32_t row)
 {
-    // Before the box, so that there is one box a page.
+    // Set before the message opens, so that each page shows only one.
     m_bReadError = true;
     m_nErrorRow = row;
     CString words;
@@ -295,10 +297,12 @@ bool CLumentaDoc::ReportRow(int32_t row)
     return page == m_nPageSerial;
 }
 
-// Reads the rows after the last one and before stop into the temporary file, a block at a time: decoded into
-// memory that stays in the cache, and written, which takes a sixth of what touching fresh pages of the
-// mapping takes. Ends with the first row that cannot be read or written, which becomes zeros; the rows before
-// it are kept. False if the page was closed while that was reported.
+// Reads the rows m_nLastRow + 1 to stop - 1 into the temporary file, a block at a time. A block is decoded
+// into memory that stays in the cache, and then written to the file. Writing takes a sixth of the time of
+// touching new pages of the mapping.
+//
+// Stops at the first row that cannot be read or written. This row becomes 0 and is reported; the rows before
+// it are kept. Returns false if the page was closed while the message was open.
 bool CLumentaDoc::FillMapping(int32_t stop)
 {
     const int32_t block_rows =
@@ -310,7 +314,7 @@ bool CLumentaDoc::FillMapping(int32_t stop)
         const int32_t first = m_nLastRow + 1;
         const int32_t wanted = std::min(block_rows, stop - first);
         int32_t rows = 0;
-        int32_t passed = 0; // after them; where nothing has been written, the file reads as zeros
+        int32_t passed = 0; // rows of 0 after them; the unwritten part of the file is 0
         while (good && rows < wanted) {
             passed = m_pImage->SkipRows(stop - first - rows, Image::Skip::zeroRows);
             if (passed > 0)
@@ -324,8 +328,8 @@ bool CLumentaDoc::FillMapping(int32_t stop)
         const size_t written = WriteTempFile(m_hTempFile, offset, block.get(), bytes);
         if (written < bytes) {
             m_pImage->ErrorText = strerror(errno);
-            // The row that was cut becomes zeros. Not through the mapping: a touch of a page that the file
-            // system fails to provide would end the program.
+            // The last row is incomplete: its written part becomes 0 again. The mapping cannot be used for
+            // this, because touching a page that the file system cannot provide would end the program.
             const size_t kept = written / row_bytes;
             const size_t cut = written % row_bytes;
             std::fill_n(block.get(), cut, uint8_t{0});
@@ -338,7 +342,8 @@ bool CLumentaDoc::FillMapping(int32_t stop)
     return good || ReportRow(m_nLastRow);
 }
 
-// The heap may be gigabytes: the windows are served meanwhile, but nothing is left that could be interrupted.
+// Sets rows of a heap store to 0. The store may have gigabytes, so WorkInterrupted keeps the windows
+// responsive. Its result is ignored, because the reading of the page has already ended.
 void CLumentaDoc::ZeroRows(int32_t first, int32_t stop)
 {
     const int32_t step = std::max(kZeroBytes / m_nRowBytes, 1);
@@ -349,7 +354,6 @@ void CLumentaDoc::ZeroRows(int32_t first, int32_t stop)
     }
 }
 
-// The rows in the temporary file no longer count as memory of this process until they are read again.
 void CLumentaDoc::ReleaseRowPages()
 {
     if (m_hTempFile != kInvalidFile)
@@ -367,12 +371,12 @@ bool CLumentaDoc::GetRows(int32_t first, int32_t count)
         return false;
     }
     const int32_t end = first + count;
-    int32_t next = m_nLastRow + 1;            // the row that the image gives next
-    int32_t store = next;                     // the first row to keep
+    int32_t next = m_nLastRow + 1;            // the next row of the image
+    int32_t store = next;                     // the first row to store
     int32_t stop = std::max(m_nLastRow, end); // the row before which reading ends
 
     if (first < m_nWindowFirst) {
-        // Backward: a new run from row 0, and a window that ends with the request.
+        // Backward: reads again from row 0. The new window ends with the requested rows.
         if (!m_bReadError)
             m_pImage->Rewind();
         store = std::max(end - m_nWindowRows, 0);
@@ -381,8 +385,8 @@ bool CLumentaDoc::GetRows(int32_t first, int32_t count)
         m_nWindowFirst = store;
         m_nLastRow = -1;
     } else if (end > int64_t{m_nWindowFirst} + m_nWindowRows) {
-        // Forward past the window: the new one has the request in its middle, and ends with the page at the
-        // latest.
+        // Forward past the window: the new window has the requested rows in its middle, but does not pass the
+        // end of the page.
         const int32_t new_first = std::min(first - (m_nWindowRows - count) / 2, m_nDepth - m_nWindowRows);
         const int32_t shift = new_first - m_nWindowFirst;
         const int32_t kept = m_nLastRow - new_first + 1;
@@ -393,7 +397,7 @@ bool CLumentaDoc::GetRows(int32_t first, int32_t count)
     }
     store = std::max(store, m_nWindowFirst);
 
-    // Pass over: the first slot to be kept is scratch space for the rows before it.
+    // Skips the rows before `store`. The slot of row `store` is scratch space for those that must be read.
     while (next < store && !m_bReadError) {
         if (const int32_t passed =
                 WorkInterrupted() ? 0 : m_pImage->SkipRows(store - next, Image::Skip::anyRows)) {
@@ -408,7 +412,8 @@ bool CLumentaDoc::GetRows(int32_t first, int32_t count)
         ++next;
     }
     if (next < store) {
-        // All rows are zero from here on. To clear gigabytes before those that are asked for would take long.
+        // All rows are 0 from here on. The window is moved closer to the requested rows, because clearing
+        // gigabytes of rows before them would take long.
         store = std::max(store, first - kMostZeroBytes / m_nRowBytes);
         m_nWindowFirst = store;
         m_nLastRow = store - 1;
@@ -427,8 +432,8 @@ bool CLumentaDoc::GetRows(int32_t first, int32_t count)
         ++store;
     }
     if (store < stop) {
-        // Nothing is read any more. In the temporary file the rows ahead have never been touched, and are
-        // zero.
+        // Reading has ended, so the other rows are 0. In the temporary file they already are 0, because they
+        // were never written.
         if (m_hTempFile == kInvalidFile)
             ZeroRows(store, stop);
         m_nLastRow = stop - 1;

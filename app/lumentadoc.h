@@ -1,4 +1,4 @@
-// The one document: at most one open page, its numbers, and the store of its decoded rows.
+// The document: at most one open page, its sizes, and the store of its decoded rows.
 #pragma once
 
 #include "app/image.h"
@@ -10,16 +10,17 @@
 
 #include <memory>
 
-constexpr const char* kLinesPerUpdate = "Lines Per Update"; // key of the settings' section kAppSettings
+constexpr const char* kLinesPerUpdate = "Lines Per Update"; // key in section kAppSettings of the settings
 
-// The row store is a contiguous run of decoded rows, filled as somebody asks for them. It holds the whole
-// page in a mapped temporary file or, where that cannot be had, as many rows as memory allows in a heap block
-// that slides over the page. Whatever fills it reads the image forward, so the image's CurrentRow and
-// m_nLastRow name the same row.
+// The row store is a contiguous range of decoded rows. It is filled when rows are requested. Usually it is a
+// mapped temporary file that has room for the whole page. If there is no such file, it is a heap block of as
+// many rows as memory allows, and these rows are a window that moves over the page. The image is read forward
+// only. Between two calls of GetRows:
 //
-// - Row r with m_nWindowFirst <= r <= m_nLastRow lies at RowAddress(r), until the next GetRows.
-// - m_nLastRow - m_nWindowFirst + 1 is never more than m_nWindowRows.
-// - m_hTempFile alone tells which kind of store m_pRows is.
+// - Row r with m_nWindowFirst <= r <= m_nLastRow is at RowAddress(r).
+// - m_nLastRow - m_nWindowFirst + 1 is never above m_nWindowRows.
+// - m_nLastRow equals the image's CurrentRow until m_bReadError is set.
+// - m_hTempFile alone tells the kind of store: it is kInvalidFile for a heap block.
 class CLumentaDoc : public CDocument
 {
 public:
@@ -29,79 +30,101 @@ public:
     CLumentaDoc();
     ~CLumentaDoc() override;
 
-    void SetTitle(const CString& title) override; // always the page's label, whatever the argument
-    void SetPathName(const CString& path, bool add_to_recent = true) override; // cut as for opening
-    void DeleteContents() override; // ends the current page; harmless without one
+    void SetTitle(const CString& title) override; // sets the page's label as the title; ignores its argument
+    void SetPathName(const CString& path, bool add_to_recent = true) override; // stores PagePath(path)
+    void DeleteContents() override; // closes the page, if there is one
     bool OnNewDocument() override;
-    bool OnOpenDocument(const CString& path) override; // the text before a tab or semicolon is the file
+    // Closes the page, then opens the file PagePath(path). On failure shows a message and returns false.
+    bool OnOpenDocument(const CString& path) override;
 
     bool HasPage() const;
     bool IsBilevelPage() const;
-    // What the message field says of the page: that there is none, from where on it may be wrong, from where
-    // on it is damaged, and what has become of its file; else an empty text.
+    // Returns what the message field says about the page: "No page"; or from which line on it may be wrong,
+    // from which line on it is damaged, and whether its file has changed or is gone. Empty if there is
+    // nothing to say.
     CString GetStatusText() const;
-    CPalette* GetPagePalette(bool scaled) const; // null if there is none
+    // Returns the palette of the page, or of its reduced picture if `scaled`. Null if there is none. The
+    // palette stays the document's.
+    CPalette* GetPagePalette(bool scaled) const;
 
-    // Compares the page's file with the one that was opened. One call of the system, which works on a network
-    // mount too; a file that has come back as it was counts as unchanged.
+    // Compares the page's file with its state before it was opened; GetStatusText reports the result. Costs
+    // one system call, and works on a network mount too. A file that is back in its old state counts as
+    // unchanged.
     void CheckFile();
-    const FileStatus& GetFileStatus() const { return m_FileStatus; } // from before the page was opened
+    // Returns the state of the page's file before it was opened.
+    const FileStatus& GetFileStatus() const { return m_FileStatus; }
 
-    // Draws what rect, in page pixels, shows of the page; a printer gets the whole page, fitted into rect.
+    // Draws the part of the page inside `rect`, in page pixels. On a printer, draws the whole page, and
+    // `rect` is the printable area: an 8-bit page is scaled to it, a bilevel page is reduced to it if it is
+    // larger. A failed print is aborted, and the user gets a message. On the screen, a failure may leave a
+    // part undrawn.
     void DrawPage(CDC* dc, const CRect& rect);
 
-    // The reduced picture of a bilevel page; the operations are in pagescale.cpp.
-    // Makes sure that m_pScaled has that factor, keeping the lines of one that has it already, and reduces a
-    // batch. False after a message: there is none then. It is gone, too, where the page was closed behind
-    // one.
+    // The reduced picture of a bilevel page. These functions are in pagescale.cpp.
+    //
+    // Ensures that m_pScaled is reduced by `scale`, and reduces a batch of lines. Existing lines of this
+    // scale are kept. On failure shows a message, deletes m_pScaled and returns false. Also returns false if
+    // the page was closed while a message was open.
     bool MakeScaledBitmap(int32_t scale);
-    void ScaleNextLines();  // reduces the next batch of m_nLinesPerUpdate lines and tells the views
-    bool IsScaling() const; // a further batch would make lines
-    // Drives a bitmap of this page until the lines before untilLine are done. False where it is not complete;
-    // after a message where a line was refused or the rows cannot be had; and where the page was closed
-    // behind a message. Throws std::bad_alloc where memory is short.
+    void ScaleNextLines();  // reduces the next batch of m_nLinesPerUpdate lines and notifies the views
+    bool IsScaling() const; // returns whether a further batch would make lines
+    // Reduces rows into a bitmap of this page until the lines before untilLine exist. Returns false
+    // - if `bitmap` is null, not complete or has no engine,
+    // - after a message, if a line was refused or the rows cannot be read,
+    // - if the user has interrupted the work,
+    // - if the page was closed while a message was open.
+    // Throws std::bad_alloc if memory is short.
     bool ScaleRows(CScaledDIBitmap* bitmap, int32_t untilLine);
-    // Paints m_pScaled at the top left, as much of it as rect is large. False where there is nothing to
-    // paint.
+    // Paints m_pScaled at the top left, cut to the size of `rect`. Returns false if nothing was painted.
     bool BlitScaled(CDC* dc, const CRect& rect);
 
     // The row store.
-    bool CreateRowMapping(int32_t rows);  // all rows, in a temporary file
-    bool ReleaseRowMapping();             // true if there was one
-    bool AllocateRowBuffer(int32_t rows); // as many rows as memory allows, on the heap
-    bool ReleaseRowBuffer();              // true if there was one
+    //
+    // Makes a store for `rows` rows in a temporary file. On failure returns false and leaves no store.
+    bool CreateRowMapping(int32_t rows);
+    bool ReleaseRowMapping(); // returns whether there was such a store
+    // Makes a store on the heap for `rows` rows, or for as many as memory allows. Returns false if that is
+    // none.
+    bool AllocateRowBuffer(int32_t rows);
+    bool ReleaseRowBuffer(); // returns whether there was such a store
     // Makes rows first to first + count - 1 available. Needs first >= 0, 1 <= count <= m_nWindowRows and
-    // first + count <= m_nDepth. A row that cannot be read is reported once for the page; it and all behind
-    // it are zero then, and the result is still true.
+    // first + count <= m_nDepth.
+    //
+    // The first row that cannot be read is reported in a message, once per page. An interruption by the user
+    // counts as such a row. This row and all later ones are 0, and the result is still true. Returns false if
+    // the page was closed while that message was open. Also returns false, after a message, if there is no
+    // page or no store. Throws std::bad_alloc if memory is short.
     bool GetRows(int32_t first, int32_t count);
-    // The store's rows count as memory of this process again only after they are read. Harmless on a heap
-    // store.
+    // Releases the memory of the stored rows. They stay in the temporary file, and return to memory when they
+    // are read. Does nothing with a heap store.
     void ReleaseRowPages();
-    uint64_t GetPageSerial() const { return m_nPageSerial; } // another one after a page was closed
+    uint64_t GetPageSerial() const { return m_nPageSerial; } // changes when a page is closed
+    // Returns the address of a stored row, valid until the next GetRows.
     uint8_t* RowAddress(int32_t row) const { return m_pRows + (int64_t{row} - m_nWindowFirst) * m_nRowBytes; }
 
-    bool m_bReadError = false; // a row of this page could not be read; none is read any more
-    int32_t m_nErrorRow = 0;   // that row, if m_bReadError is set
+    bool m_bReadError = false; // a row of this page could not be read; no more rows are read
+    int32_t m_nErrorRow = 0;   // number of that row; valid if m_bReadError is set
     CString m_strPageTitle;    // the page's label; empty without a page
 
-    std::unique_ptr<CScaledDIBitmap> m_pScaled; // null until the scaled window asks for it
-    std::unique_ptr<CPalette> m_hPalette;       // entry i is the grey 255 - i; null where memory was short
-    std::unique_ptr<BitmapInfo> m_pDibInfo;     // made at the first drawing of a page of 8 bits a pixel
+    std::unique_ptr<CScaledDIBitmap> m_pScaled; // the reduced picture; null until the overview requests it
+    std::unique_ptr<CPalette> m_hPalette;       // entry i is the grey 255 - i; null if memory was short
+    std::unique_ptr<BitmapInfo> m_pDibInfo;     // for an 8-bit page; made when it is first drawn
 
-    int32_t m_nWidth = 0;    // pixels in a row, 0 without a page
-    int32_t m_nDepth = 0;    // rows, 0 without a page
-    int32_t m_nRowBytes = 0; // bytes of a stored row; no gap between rows
+    int32_t m_nWidth = 0;    // pixels per row; 0 without a page
+    int32_t m_nDepth = 0;    // rows; 0 without a page
+    int32_t m_nRowBytes = 0; // bytes of a stored row; there is no gap between rows
 
-    int32_t m_nWindowRows = 0;   // rows that the store can hold
-    int32_t m_nWindowFirst = -1; // page row in its first slot
-    int32_t m_nLastRow = -1;     // last row that the image has delivered in this run
-    int m_hTempFile = kInvalidFile;
-    int64_t m_hTempMapping = 0; // bytes mapped of it
-    uint8_t* m_pRows = nullptr;
+    int32_t m_nWindowRows = 0;      // rows for which the store has room
+    int32_t m_nWindowFirst = -1;    // number of the row in the first slot
+    int32_t m_nLastRow = -1;        // number of the last stored or skipped row; -1 before the first
+    int m_hTempFile = kInvalidFile; // descriptor of the temporary file
+    int64_t m_hTempMapping = 0;     // mapped bytes of the temporary file
+    uint8_t* m_pRows = nullptr;     // the first slot; null without a store
 
-    std::unique_ptr<Image> m_pImage; // null, or the page's; a closed one after a file that no class accepted
+    // The image of the page. Without a page it is null, or closed if no class accepted the last file.
+    std::unique_ptr<Image> m_pImage;
 
-    int32_t m_nLinesPerUpdate = 1; // reduced lines made between two paints, at least 1
+    int32_t m_nLinesPerUpdate = 1; // lines of a batch of the reduction, at least 1
 
 protected:
     static const MessageMap messages;
@@ -114,9 +137,9 @@ private:
 
     enum class FileState : uint8_t { asOpened, changed, gone };
 
-    FileStatus m_FileStatus; // from before the page was opened
-    FileState m_FileState = FileState::asOpened;
-    uint64_t m_nPageSerial = 0; // grows with each page that is closed
+    FileStatus m_FileStatus;                     // of the page's file before it was opened
+    FileState m_FileState = FileState::asOpened; // found by the last CheckFile
+    uint64_t m_nPageSerial = 0;                  // number of calls of DeleteContents
 
     bool OpenPage(const CString& path);
     bool BuildGreyPalette();

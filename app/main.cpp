@@ -1,4 +1,4 @@
-// The program: answers --help and --version, else runs the application on the display.
+// The program. Answers --help and --version; otherwise runs the application.
 #include "app/commandline.h"
 #include "app/lumentaapp.h"
 #include "app/version.h"
@@ -8,8 +8,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-// No connection or page file gets the number of a standard stream that was closed by the caller. Using such a
-// stream still fails.
+// Opens /dev/null for each standard stream that the caller has closed. Otherwise a connection or a page file
+// could get the number of that stream. The access mode is the wrong one, so that using the stream still
+// fails.
 static void OpenStandardStreams()
 {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})

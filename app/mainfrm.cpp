@@ -23,7 +23,7 @@ constexpr int kPositionPane = 1;
 constexpr int kSizePane = 2;
 constexpr int kResolutionPane = 3;
 
-// In the unit; 0 if it needs a resolution that is not above 0.
+// Converts pixels to the unit. Returns 0 if the unit needs a resolution and dpi is not above 0.
 double Length(int units, int pixels, int dpi)
 {
     return dpi > 0 || UnitsFor(units, 1, 1) == kPixels ? PixelsToUnits(pixels, units, dpi) : 0;
@@ -84,7 +84,7 @@ std::optional<CRect> ParsePlacement(const CString& text)
             return std::nullopt;
         at = behind;
     }
-    // In 64 bits: the sides may be any numbers.
+    // In 64 bits, because the four numbers may have any value.
     const int64_t width = int64_t{rect.right} - rect.left;
     const int64_t height = int64_t{rect.bottom} - rect.top;
     if (width < 1 || width > INT32_MAX || height < 1 || height > INT32_MAX)
@@ -129,7 +129,7 @@ bool CMainFrame::PreCreateWindow(CREATESTRUCT& cs)
         return false;
     const std::optional<CRect> place =
         ParsePlacement(AfxGetApp()->GetProfileString(kWindowSettings, kMainFrame));
-    if (place) { // one that shows on no screen is corrected by the framework
+    if (place) { // the frame corrects a place that is visible on no screen
         cs.x = place->left;
         cs.y = place->top;
         cs.cx = place->Width();
@@ -223,7 +223,7 @@ LRESULT CMainFrame::OnPageSize(WPARAM width, LPARAM depth)
     m_nPageWidth = static_cast<int>(width);
     m_nPageDepth = static_cast<int>(depth);
     ShowSize();
-    WatchFile(width > 0); // the document tells zeros once it has no page
+    WatchFile(width > 0); // the document sends 0 when it has no page
     return 0;
 }
 
@@ -256,11 +256,11 @@ void CMainFrame::OnGoTo()
     dialog.m_nXDpi = m_nXDpi;
     dialog.m_nYDpi = m_nYDpi;
     dialog.m_ptPlace = view->GetCenter();
-    if (dialog.DoModal() == IDOK && view->IsWindow()) // it may have been closed with the program
+    if (dialog.DoModal() == IDOK && view->IsWindow()) // the program may have been ended meanwhile
         view->CenterOn(dialog.m_ptPlace);
 }
 
-// The status bar stays: an operator reads the place and measures there.
+// The status bar stays visible, because it shows positions and measured distances.
 void CMainFrame::OnFullScreen()
 {
     ShowFullScreen(!IsFullScreen());
@@ -277,7 +277,7 @@ void CMainFrame::SetUnits(int units)
     AfxGetApp()->WriteProfileInt(kAppSettings, kUnits, units);
     ShowPosition();
     ShowSize();
-    UpdateStatusPanes(); // the pointer's place too
+    UpdateStatusPanes(); // also shows the pointer's position in the new unit
 }
 
 void CMainFrame::OnUpdatePane(CCmdUI& ui)

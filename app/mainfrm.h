@@ -1,4 +1,5 @@
-// The main window: it keeps its place between runs and reads out the page's position, size and resolution.
+// The main window. It keeps its place between runs. Its status bar shows the page's position, size and
+// resolution.
 #pragma once
 
 #include "app/pageframe.h"
@@ -7,18 +8,19 @@
 #include <initializer_list>
 #include <optional>
 
-// Texts of the read-outs. A value that needs a resolution which is not above 0 is 0.
+// Return the texts of the status bar. Positions and sizes are passed in pixels and shown in the unit. A value
+// is 0 if its unit needs a resolution and the resolution is not above 0.
 CString FormatPosition(int units, int left, int top, int x_dpi, int y_dpi);
 CString FormatSize(int units, int width, int depth, int x_dpi, int y_dpi);
 CString FormatPointer(int units, CPoint point, int x_dpi, int y_dpi);
-CString FormatDistance(int units, CSize distance, int x_dpi, int y_dpi); // both ways and straight
+CString FormatDistance(int units, CSize distance, int x_dpi, int y_dpi); // across, down and straight
 CString FormatResolution(int x_dpi, int y_dpi);
 
-// The rectangle of a text "left top right bottom". None where that is not four numbers or the rectangle is
-// empty.
+// Reads a rectangle from a text "left top right bottom". Returns nothing if the text does not begin with four
+// numbers, or if a side of the rectangle is below 1 or above INT32_MAX.
 std::optional<CRect> ParsePlacement(const CString& text);
 
-// Section and key that the application reads as well.
+// A section and a key of the settings, which CLumentaApp reads too.
 constexpr const char* kWindowSettings = "window";
 constexpr const char* kMaximizeMainFrame = "Maximize MainFrame";
 
@@ -30,18 +32,19 @@ public:
 
     CMainFrame();
 
-    CString GetMessageText() const override; // the notes about the page; without any, the idle message
+    // Returns the notes about the page, or the idle message if there are none.
+    CString GetMessageText() const override;
 
     void ShowPosition();
     void ShowSize();
 
-    int m_nUnits;
-    int m_nPageLeft = 0; // scroll position of the page view in pixels
-    int m_nPageTop = 0;
-    int m_nPageWidth = 0; // pixels
-    int m_nPageDepth = 0;
-    int m_nXDpi = 0; // dots per inch
-    int m_nYDpi = 0;
+    int m_nUnits;         // the unit of the read-outs, as stored in the settings
+    int m_nPageLeft = 0;  // horizontal scroll position of the page view in pixels
+    int m_nPageTop = 0;   // vertical scroll position of the page view in pixels
+    int m_nPageWidth = 0; // pixels; 0 without a page
+    int m_nPageDepth = 0; // pixels; 0 without a page
+    int m_nXDpi = 0;      // dots per inch across the page
+    int m_nYDpi = 0;      // dots per inch down the page
     CStatusBar m_wndStatusBar;
 
 protected:
@@ -70,12 +73,13 @@ protected:
     {
         ui.SetCheck(m_nUnits == Units);
     }
-    void OnFullScreen(); // and back
+    void OnFullScreen(); // switches the full screen on or off
     void OnUpdateFullScreen(CCmdUI& ui);
-    void OnUpdatePane(CCmdUI& ui); // always enabled, so that the pane is not blanked
+    void OnUpdatePane(CCmdUI& ui); // enables the pane, because a disabled pane is blank
 
 private:
     static const MessageEntry entries[];
-    CString GetPointerText() const; // where the pointer is on the page, or the distance that it measures
+    // Returns the measured distance, else the pointer's position on the page. Empty if there is neither.
+    CString GetPointerText() const;
     void SetUnits(int units);
 };

@@ -1,9 +1,9 @@
-// Notes about the page that share the message field.
+// Joins notes about the page, which share the message field.
 #pragma once
 
 #include "platform/cstring.h"
 
 #include <initializer_list>
 
-// The notes that are not empty, in their order, with ", " between two.
+// Returns the notes that are not empty, in order, with ", " between two of them.
 CString JoinNotes(std::initializer_list<CString> notes);

@@ -10,16 +10,17 @@
 namespace
 {
 constexpr const char* kEveryFile = "*.*";
-constexpr int kLongestDirectory = 4095; // as the system's paths
+constexpr int kLongestDirectory = 4095; // bytes, the system's limit for a path
 
-// Closes a directory by a separator unless it is empty.
+// Adds the separator at the end of a directory if it is missing. An empty text stays empty.
 void CloseDirectory(CString* directory)
 {
     if (!directory->IsEmpty() && !directory->View().ends_with('/'))
         *directory += "/";
 }
 
-// The directory above, open at its end. The root is its own, and so is a name without a separator.
+// Returns the directory above, without a separator at its end unless it is the root. The directory above the
+// root is the root. A name without a separator is returned as it is.
 CString DirectoryAbove(const CString& directory)
 {
     const CString name =
@@ -52,7 +53,7 @@ void COpenMultipleDialog::DoDataExchange(CDataExchange* exchange)
 bool COpenMultipleDialog::OnInitDialog()
 {
     CDialog::OnInitDialog();
-    std::error_code none; // then the text is empty
+    std::error_code none; // on failure the text is empty
     m_strStartDirectory = std::filesystem::current_path(none).string();
     if (m_strDirectory.IsEmpty() || m_strDirectory.GetLength() > kLongestDirectory)
         m_strDirectory = m_strStartDirectory;
@@ -61,8 +62,8 @@ bool COpenMultipleDialog::OnInitDialog()
         m_strFilter = kEveryFile;
         SelectFilter();
     }
-    // The directory of the last time may be gone, or what the settings say never was one: an empty list would
-    // leave no way out.
+    // The directory in the settings may be gone, or may never have been one. With an empty list the user
+    // could not go to another directory.
     if (!RefillNearest()) {
         m_strDirectory = m_strStartDirectory;
         CloseDirectory(&m_strDirectory);
@@ -151,7 +152,7 @@ void COpenMultipleDialog::OnListDoubleClick()
         return;
     }
     const std::string_view name = entry.substr(1, entry.size() - 2);
-    // A drive, as "-c-". If there is no such drive, it is a directory with that name.
+    // A name such as "-c-" means a drive. If there is no such drive, the entry is a directory of that name.
     if (name.size() == 3 && name[0] == '-' && name[2] == '-' &&
         ShowDirectory(CString(name.substr(1, 1)) + ":"))
         return;
@@ -168,7 +169,7 @@ bool COpenMultipleDialog::ShowDirectory(const CString& directory)
     return false;
 }
 
-// No directory of the process's to restore, here and on Cancel: the listings do not change it.
+// The working directory need not be restored, here or on Cancel, because the listings do not change it.
 void COpenMultipleDialog::OnOK()
 {
     m_Files.clear();

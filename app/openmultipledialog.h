@@ -1,13 +1,13 @@
-// Chooses several page files of one directory, to be viewed one after the other.
+// The Open Multiple dialog: chooses page files of one directory, which are then viewed one after the other.
 #pragma once
 
 #include "platform/dialog.h"
 
 #include <vector>
 
-// The caller sets directory, filter and mark flag, and takes them back with the names after IDOK. The list
-// holds files, sub-directories and the way up alike; the brackets tell what an entry is, so a file whose own
-// name begins with a bracket cannot be chosen.
+// The caller sets m_strDirectory, m_strFilter and m_bMarkViewed. After IDOK they hold what the user chose,
+// and m_Files holds the chosen files. In the list, directories are in brackets, and "[..]" is the directory
+// above. A file whose name begins with "[" cannot be chosen, because the brackets are the only difference.
 class COpenMultipleDialog : public CDialog
 {
 public:
@@ -16,22 +16,24 @@ public:
 
     COpenMultipleDialog();
 
-    // Fills the list from directory, filter and flags. False, and nothing changed, where that cannot be done.
+    // Fills the list by m_strDirectory, m_strFilter and m_bShowViewed. Returns false, and leaves the list
+    // unchanged, if the directory cannot be listed.
     bool RefillList();
-    // The same; where a directory cannot be listed, the nearest one above it. False: none can.
+    // The same. If the directory cannot be listed, changes m_strDirectory to the nearest one above it that
+    // can. Returns false if there is none.
     bool RefillNearest();
-    bool SelectFilter(); // shows the filter in the combo box; false if that has no such entry
-    void TakeFilter();   // from the combo box
+    bool SelectFilter(); // selects m_strFilter in the combo box; returns false if it has no such entry
+    void TakeFilter();   // sets m_strFilter from the combo box
 
     CListBox m_wndList;
     CComboBox m_wndType;
-    bool m_bShowViewed = false;   // list also what has been viewed
-    bool m_bMarkViewed = true;    // mark what is viewed from now on
-    CString m_szListSpec;         // directory and pattern; the pattern alone once it has been listed
-    CString m_strDirectory;       // closed by a separator; empty at the start: the process's own
-    CString m_strFilter;          // as "*.fax"
-    std::vector<CString> m_Files; // names without directory, in the list's order
-    CString m_strStartDirectory;  // the process's when the dialog opened; it stays that all the time
+    bool m_bShowViewed = false;   // also list files that are marked as viewed
+    bool m_bMarkViewed = true;    // mark pages as viewed when they are opened
+    CString m_szListSpec;         // directory and pattern; only the pattern after a listing
+    CString m_strDirectory;       // ends with a separator. In: empty means the working directory
+    CString m_strFilter;          // a pattern such as "*.fax"
+    std::vector<CString> m_Files; // names without directory, in the order of the list
+    CString m_strStartDirectory;  // working directory of the process; the dialog does not change it
 
 protected:
     static const MessageMap messages;
@@ -47,5 +49,6 @@ protected:
 
 private:
     static const MessageEntry entries[];
-    bool ShowDirectory(const CString& directory); // false, and nothing has changed, if it cannot be listed
+    // Lists a directory. Returns false, and changes nothing, if it cannot be listed.
+    bool ShowDirectory(const CString& directory);
 };

@@ -1,6 +1,6 @@
-// Rows to pixels. A screen gets what its clip shows, one page pixel to one device pixel: a bilevel page
-// straight from the store, its bits in place; a grey one through a block turned bottom-up. A printer gets the
-// whole page.
+// Draws and prints the page. On the screen, draws only the clip area, one page pixel to one device pixel. A
+// bilevel page is drawn directly from the row store. An 8-bit page is first copied into a block whose
+// bottom line comes first. A printer receives the whole page.
 #include "app/pagedraw.h"
 
 #include "app/lumentadoc.h"
@@ -26,7 +26,7 @@ PaletteInUse::~PaletteInUse()
 
 namespace
 {
-constexpr int32_t kReducedBytes = 8 << 20; // rows that a print reduces before it releases their memory
+constexpr int32_t kReducedBytes = 8 << 20; // of rows that a print reduces before it releases their memory
 } // namespace
 
 int ChooseReduction(int size, int room)
@@ -45,7 +45,7 @@ CSize FitInto(CSize page, CSize room)
 {
     if (page.cx < 1 || page.cy < 1 || room.cx < 1 || room.cy < 1)
         return {};
-    const int height = MulDiv(page.cy, room.cx, page.cx); // -1 where it does not fit a number
+    const int height = MulDiv(page.cy, room.cx, page.cx); // -1 if it does not fit an int
     if (height >= 0 && height <= room.cy)
         return {room.cx, height};
     return {MulDiv(page.cx, room.cy, page.cy), room.cy};
@@ -76,11 +76,12 @@ void CLumentaDoc::DrawPage(CDC* dc, const CRect& rect)
             PrintReduced(dc, rect);
         }
     } catch (const std::bad_alloc&) {
-        dc->AbortDoc(false); // a screen shows as much as has been drawn
+        dc->AbortDoc(false); // a screen keeps what has been drawn so far
     }
 }
 
-// GetRows for a drawing, which needs all of its rows in the store at once.
+// Makes rows available for a drawing, which needs all of them in the store at once. On failure shows a
+// message, aborts a print and returns false.
 bool CLumentaDoc::FetchRows(CDC* dc, int32_t first, int32_t count)
 {
     if (m_nWindowRows < count)
@@ -97,8 +98,8 @@ void CLumentaDoc::DrawBilevel(CDC* dc, const CRect& rect)
     const PageSpan lines = ClipToPage(rect.top, rect.Height(), m_nDepth);
     if (columns.count <= 0 || lines.count <= 0)
         return;
-    // From the byte that holds the first pixel; what that adds on the left, the device's clipping hides. The
-    // rows are used in place, and nothing behind a row's last pixel is drawn.
+    // Starts at the byte that holds the first pixel. The clipping of the device hides the additional pixels
+    // on the left. The bitmap uses the rows of the store. Nothing after a row's last pixel is drawn.
     const int left_byte = columns.first / 8;
     const int left = left_byte * 8;
     const int width = static_cast<int>(
@@ -112,7 +113,7 @@ void CLumentaDoc::DrawBilevel(CDC* dc, const CRect& rect)
     if (!memory.CreateCompatibleDC(dc))
         return;
     CBitmap* const old = memory.SelectObject(&bitmap);
-    // A 1 bit is the background's white; where it means black, the copy is inverted.
+    // BitBlt draws 1 bits in white. If a 1 bit of the page means black, the bits are inverted.
     dc->BitBlt(left, lines.first, width, lines.count, memory, 0, 0,
                m_pImage->MinIsBlack ? SRCCOPY : NOTSRCCOPY);
     memory.SelectObject(old);
@@ -129,9 +130,10 @@ void CLumentaDoc::DrawGrey(CDC* dc, const CRect& rect)
         return;
     const int stride = RoundUpTo4(columns.count);
     const int copied = std::min(stride, m_nRowBytes - columns.first);
-    // The colour table has 0 as white; a page whose lowest value is black is turned round on its way.
+    // In the colour table 0 is white. If the lowest value of the page is black, its bytes are inverted while
+    // they are copied.
     const uint8_t flip = m_pImage->MinIsBlack ? 0xff : 0;
-    // As large as the window at most, so there is no need to ask how much memory is left.
+    // The block is at most as large as the window, so the free memory need not be checked.
     std::vector<uint8_t> block(static_cast<size_t>(stride) * static_cast<size_t>(lines.count));
     uint8_t* line = block.data() + block.size();
     for (int row = lines.first; row < lines.first + lines.count; ++row) {
@@ -151,13 +153,13 @@ void CLumentaDoc::PrintGrey(CDC* dc, const CRect& rect)
     MakeDibInfo();
     const int stride = RoundUpTo4(m_nWidth);
     const CSize target = FitInto({stride, m_nDepth}, {rect.Width(), rect.Height()});
-    // The stride's padding counts in the proportions; what is drawn ends with the page.
+    // The proportions include the padding of the stride, but only the page itself is drawn.
     const int target_width = MulDiv(target.cx, m_nWidth, stride);
     if (target_width <= 0 || target.cy <= 0)
         return;
     if (!FetchRows(dc, 0, m_nDepth))
         return;
-    // The stored rows themselves are the bitmap, the top line first.
+    // The stored rows are the bitmap. A negative height means that the top line comes first.
     SetDibSize(m_nRowBytes, m_nDepth);
     m_pDibInfo->height = -m_nDepth;
     const PaletteInUse palette{dc, m_hPalette.get()};
@@ -166,8 +168,9 @@ void CLumentaDoc::PrintGrey(CDC* dc, const CRect& rect)
                       m_pImage->MinIsBlack ? NOTSRCCOPY : SRCCOPY);
 }
 
-// A bilevel page larger than the paper goes out as grey, in proportion. The picture has some half of the
-// paper's pixels a side: what that loses, its greys keep.
+// Prints a bilevel page that is larger than the printable area: reduces it to grey, then fits it into the
+// area. The grey picture has about half as many pixels on a side as the area. Its grey values preserve the
+// lost detail.
 void CLumentaDoc::PrintReduced(CDC* dc, const CRect& rect)
 {
     const int room_x = std::max(rect.Width() / 2, 1);
@@ -181,7 +184,7 @@ void CLumentaDoc::PrintReduced(CDC* dc, const CRect& rect)
     }
     const uint64_t page = m_nPageSerial;
     const int32_t lines = std::max(kReducedBytes / std::max(m_nRowBytes, 1) / factor, 1);
-    // Lines that could not be made stay blank.
+    // If lines cannot be made, they stay blank.
     for (int32_t until = 0; until < bitmap.m_nHeight;) {
         until += std::min(lines, bitmap.m_nHeight - until);
         if (!ScaleRows(&bitmap, until))
@@ -201,7 +204,7 @@ void CLumentaDoc::PrintReduced(CDC* dc, const CRect& rect)
                       bitmap.m_pBits.get(), *bitmap.m_pInfo, SRCCOPY);
 }
 
-// The header for drawings of 8 bits a pixel; made once a page.
+// Makes m_pDibInfo, once per page.
 void CLumentaDoc::MakeDibInfo()
 {
     if (m_pDibInfo)

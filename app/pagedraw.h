@@ -1,4 +1,4 @@
-// What the drawings of a page share.
+// Functions and constants that the drawings of a page share.
 #pragma once
 
 #include "platform/types.h"
@@ -6,31 +6,34 @@
 class CDC;
 class CPalette;
 
-// The factor by which a page of size pixels is reduced before it is printed into room pixels (not 0): 2, 4,
-// or a multiple of 8.
+// Returns the factor by which a side of `size` pixels is reduced before it is printed into `room` pixels: 2,
+// 4 or a multiple of 8. `room` must not be 0.
 int ChooseReduction(int size, int room);
 
-// The largest factor that the scale engine supports. Larger factors are clamped to it: the scaled window then
-// scrolls, and printing makes the picture smaller itself.
+// The largest factor of the scale engine. Larger factors are clamped to it. The overview is then larger than
+// its window and scrolls. A print reduces the picture further when it is drawn.
 constexpr int kMaxReduction = 248;
 
-// The largest size in the proportions of page that fits into room. 0 in both where there is none.
+// Returns the largest size that has the proportions of `page` and fits into `room`. A side may be rounded to
+// 0. Returns an empty size if a side of `page` or `room` is below 1.
 CSize FitInto(CSize page, CSize room);
 
-// Bytes of a line of an 8-bit bitmap. A page's sides leave room for it.
+// Returns the bytes of a line of an 8-bit bitmap: the width, rounded up to a multiple of 4. The limit for the
+// sides of a page leaves room for this.
 constexpr int RoundUpTo4(int width)
 {
     return (width + 3) & ~3;
 }
 
-// Columns or lines of a page that a clip shows.
+// The columns or lines of a page that are inside a clip area.
 struct PageSpan {
     int first = 0;
-    int count = 0; // not above 0: nothing
+    int count = 0; // 0 or less: none
 };
 PageSpan ClipToPage(int clip_first, int clip_count, int page_count);
 
-// Selects a palette, if there is one, for the time of a drawing.
+// Selects and realizes a palette, and selects the old one again in the destructor. Does nothing if `palette`
+// is null.
 class PaletteInUse
 {
 public:

@@ -5,15 +5,16 @@ namespace
 constexpr std::string_view kBlanks = " \t\n\v\f\r";
 constexpr std::string_view kBlanksAndBar = " \t\n\v\f\r|";
 
-// What is left of text from the first byte of the set on; empty if there is none.
+// Returns `text` from its first byte that is in `set`, or an empty text if there is none.
 std::string_view From(std::string_view text, std::string_view set)
 {
     const size_t at = text.find_first_of(set);
     return at == std::string_view::npos ? std::string_view{} : text.substr(at);
 }
 
-// Gives each pair's number and pattern to `wanted` until that says true. A pair without a pattern has its
-// number, and the next one begins at the bar where the pattern would be.
+// Calls wanted(number, pattern) for each "text|pattern|" pair until it returns true. If a second bar follows
+// the bar after a text at once, this pair is counted but not passed on. The second bar then ends the empty
+// text of the next pair.
 template <class Wanted>
 void WalkFilters(std::string_view left, Wanted wanted)
 {

@@ -1,14 +1,15 @@
-// The choice of page files in the Open dialog: its filters, and the pattern of one of them.
+// The file filters of the Open dialog.
 #pragma once
 
 #include "platform/cstring.h"
 
-// Pairs of text and pattern between bars, closed by a doubled one.
+// Pairs of a text and a pattern, separated by bars and ended by a double bar.
 inline constexpr const char* kPageFilters =
     "Fax *.fax | *.fax | f *.f | *.f | Low Res *.low | *.low | TIFF *.tif | *.tif | All files *.* | *.* ||";
 
-// The pattern of the pair of that number, from 1, without the blanks round it; it ends at a blank too. "*.*"
-// where there is no such pair.
+// Returns the pattern of pair number `index`, counted from 1. Blanks before a pattern are dropped; the next
+// blank or bar ends it. Returns "*.*" if there is no such pair.
 CString GetFilterPattern(const CString& filter, int index);
-// The number of the first pair with that pattern, whatever the case of ASCII letters; 0 where there is none.
+// Returns the number of the first pair with this pattern, or 0 if there is none. Ignores the case of ASCII
+// letters.
 int FindFilter(const CString& filter, const CString& pattern);

@@ -5,7 +5,7 @@
 namespace
 {
 constexpr UINT kFileTimer = 1;
-constexpr UINT kFileCheckMs = 1000; // a change is to show within two seconds
+constexpr UINT kFileCheckMs = 1000; // a change must be shown within two seconds
 } // namespace
 
 const CRuntimeClass CPageFrame::classRecord{"CPageFrame", &CFrameWnd::classRecord, nullptr};
@@ -46,7 +46,7 @@ void CPageFrame::StartOrStop()
         KillTimer(kFileTimer);
 }
 
-// The message field asks the document for its text once nothing else is left to do.
+// The message field shows the result as soon as the program is idle.
 void CPageFrame::CheckFile()
 {
     if (auto* const document = DynamicDowncast<CLumentaDoc>(GetActiveDocument()))

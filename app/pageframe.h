@@ -1,4 +1,5 @@
-// What the frames of a page have in common: while one of them is active, it watches the page's file.
+// The base of the main window and of the overview's frame: while the frame is active, it watches the page's
+// file.
 #pragma once
 
 #include "platform/frame.h"
@@ -15,8 +16,9 @@ protected:
     static const MessageMap messages;
     const MessageMap& GetMessageMap() const override { return messages; }
 
-    // The document looks at the file when the frame becomes active, and then every second. Without a page, or
-    // while another program is active, nothing runs: an idle machine stays asleep.
+    // Starts or stops watching. The document then checks the file when the frame becomes active, and every
+    // second while it is active. Without a page or in an inactive frame no timer runs, so that an idle
+    // machine can sleep.
     void WatchFile(bool has_page);
 
     LRESULT OnActivate(WPARAM active, LPARAM lParam);
