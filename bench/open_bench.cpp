@@ -1,5 +1,6 @@
-// Opening: the same cost for a page of 100 rows and one of 100 000 in every format, and no row decoded. If
-// each row of a TIFF file is a strip of its own, the places of all strips are read, too. --rounds=N (21)
+// Times the opening of a page. In every format it must cost the same for 100 rows and for 100 000 rows, and
+// it decodes no row. If each row of a TIFF file is a strip, libtiff also reads the offsets of all strips.
+// --rounds=N (21)
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "app/sqzimage.h"
@@ -17,7 +18,7 @@
 
 namespace
 {
-// Bytes that this process has read with system calls so far.
+// Returns the bytes that this process has read with system calls so far.
 int64_t BytesRead()
 {
     std::ifstream io("/proc/self/io");
@@ -31,17 +32,17 @@ template <class Open>
 int64_t BytesReadBy(Open open)
 {
     const int64_t start = BytesRead();
-    const int64_t look = BytesRead() - start; // what looking itself reads
+    const int64_t look = BytesRead() - start; // bytes read by BytesRead itself
     open();
     return BytesRead() - start - 2 * look;
 }
 
 constexpr int kOpensARound = 20;
 
-// us of an open of the page, and checks of one.
+// Times opens of a page.
 struct Opener {
-    std::function<double()> time;
-    int64_t bytes_read = 0;
+    std::function<double()> time; // returns the us of one open, and checks each
+    int64_t bytes_read = 0;       // by one open
 };
 
 template <class Close, class Open>
@@ -49,7 +50,7 @@ Opener MakeOpener(const std::string& path, Close close, Open open)
 {
     Opener opener;
     opener.bytes_read = BytesReadBy([&] { Require(open(), path + " does not open"); });
-    // The end of the page before does not count: the row store has to be taken off the disk.
+    // Closing the page before is not timed, because it removes the row store from the disk.
     opener.time = [=] {
         double sum = 0;
         for (int i = 0; i < kOpensARound; ++i) {
@@ -73,7 +74,7 @@ Opener OpenerOfImage(const std::string& path)
         [image, path] { return image->Open(path) != 0 && image->CurrentRow == -1; });
 }
 
-// The row store of the page included.
+// Opens the page through the document, which also makes its row store.
 Opener OpenerOfDocument(const std::string& path)
 {
     const auto document = std::make_shared<CLumentaDoc>();
@@ -86,7 +87,7 @@ struct Form {
     const char* name;
     const char* extension;
     Opener (*image)(const std::string& path);
-    bool has_strips = false; // one for each row: libtiff reads the places of all
+    bool has_strips = false; // one for each row; libtiff reads the offsets of all
 };
 constexpr Form kForms[] = {
     {"one-strip", ".tif", OpenerOfImage<TIFFImage>},
@@ -94,7 +95,7 @@ constexpr Form kForms[] = {
     {"squeeze", ".fax", OpenerOfImage<SqzImage>},
     {"plain", ".fax", OpenerOfImage<SqzNoneImage>},
 };
-constexpr double kGoalUs = 1000; // for the places of 100 000 strips
+constexpr double kGoalUs = 1000; // for the offsets of 100 000 strips
 constexpr double kImageGoalUs = 100, kDocumentGoalUs = 500;
 constexpr double kGrowth = 1.2;
 } // namespace
@@ -104,7 +105,7 @@ int main(int argc, char** argv)
     Harness bench(argc, argv, 21);
     bench.SetWhere("memory, cached");
     TestToolkit toolkit(argc, argv);
-    SetSettingsFile("/dev/null"); // the user's own decide nothing here
+    SetSettingsFile("/dev/null"); // ignores the user's settings
     CLumentaApp app;
 
     for (const Form& form : kForms)
@@ -122,7 +123,7 @@ int main(int argc, char** argv)
             bench.Report(name + ", 100 000 rows", times[1], "us", form.has_strips ? Goal{} : goal);
             bench.Report(name + ", 100 000 rows, bytes read", static_cast<double>(openers[1].bytes_read),
                          "B");
-            // Both are ours: in the ratio the planted slowdown counts once.
+            // Both times are ours, so the planted slowdown counts once in the ratio.
             if (form.has_strips)
                 bench.Report(name + ", 100 000 rows - 1.2 x 100 rows",
                              Median(times[1]) - kGrowth * Median(times[0]), "us", AtMost(kGoalUs));

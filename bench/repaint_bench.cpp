@@ -1,6 +1,6 @@
-// A full repaint of the view from decoded rows to the display's answer, beside Qt's own ways in the same
-// window: a ready image of 32 bits a pixel, and an image of 1 bit that Qt widens, while it draws or, which is
-// faster, before. And steps of scrolling. Needs a display. --rounds=N (41)
+// Times a full repaint of the view, from the decoded rows to the display's answer, and steps of scrolling.
+// Both are compared with three images that Qt draws in the same window: one of 32 bits per pixel, one of 1
+// bit, and one of 1 bit that is converted first, which is faster. Needs a display. --rounds=N (41)
 #include "app/lumentaapp.h"
 #include "app/lumentavw.h"
 #include "bench/harness.h"
@@ -17,7 +17,7 @@
 namespace
 {
 constexpr int kLargeWidth = 3840;
-constexpr double kOfReady = 1.35, kOfMono = 0.55, kOfConverted = 1; // of the times of Qt's ways
+constexpr double kOfReady = 1.35, kOfMono = 0.55, kOfConverted = 1; // limits, relative to the times of Qt
 // A scroll step and a repaint both copy the whole view, first to Qt's backing store and then to the display.
 // This copy is most of a repaint. So a step is compared with the copy alone too, which is the ready image.
 constexpr double kScrollOfRepaint = 1;
@@ -57,7 +57,7 @@ private:
     const bool m_convert;
 };
 
-// Until the display has done what it was sent.
+// Waits until the display has handled all requests.
 void Sync()
 {
     xcb_connection_t* const connection =
@@ -78,7 +78,7 @@ class Scene
 public:
     Scene(CFrameWnd* frame, CLumentaView* view, CSize client) : m_view(view), m_widget(ViewOf(view))
     {
-        // The frame as large as it takes.
+        // Resizes the frame until the view has the wanted size.
         CSize size = client;
         for (int attempt = 0; attempt < 4; ++attempt) {
             ResizeFrame(*frame, size);
@@ -128,7 +128,7 @@ private:
     PaintCounter m_counter;
 };
 
-// Shown over the view, in the same window and backing store.
+// Times a repaint of peer, which is shown over the view in the same window and backing store.
 double RepaintOver(ViewWidget* view, ImageWidget* peer)
 {
     peer->setGeometry(QRect(view->mapTo(view->window(), QPoint(0, 0)), view->size()));
@@ -158,7 +158,7 @@ void Measure(Harness& bench, CFrameWnd* frame, CLumentaView* view, CSize size)
     Require(client.Width() == size.cx && client.Height() == size.cy, "the display is too small");
     const std::string at = ", " + std::to_string(size.cx) + " x " + std::to_string(size.cy);
 
-    // The peers show what the view shows.
+    // The peers draw the same picture as the view.
     ViewWidget* const widget = ViewOf(view);
     const QImage picture = widget->Buffer().copy();
     const QImage bits = picture.convertToFormat(QImage::Format_Mono);
@@ -176,7 +176,7 @@ void Measure(Harness& bench, CFrameWnd* frame, CLumentaView* view, CSize size)
     };
     for (const Step& step : kSteps)
         contenders.push_back({true, [&scene, &step, direction = -1]() mutable {
-                                  direction = -direction; // there and back in turn
+                                  direction = -direction; // alternately there and back
                                   return scene.ScrollBy({direction * step.size.cx, direction * step.size.cy});
                               }});
     const auto times = bench.InTurn(contenders);
@@ -186,7 +186,7 @@ void Measure(Harness& bench, CFrameWnd* frame, CLumentaView* view, CSize size)
     bench.Report("image of 1 bit drawn by Qt" + at, times[2], "ms");
     bench.Report("image of 1 bit converted, then drawn by Qt" + at, times[3], "ms");
     bench.Report("full repaint / ready image" + at, Ratios(ours, times[1]), "x", AtMost(kOfReady));
-    // At small sizes the way to the display and back outweighs the picture.
+    // At small sizes the request to the display takes longer than the drawing.
     const bool large = client.Width() >= kLargeWidth;
     bench.Report("full repaint / image of 1 bit" + at, Ratios(ours, times[2]), "x",
                  large ? AtMost(kOfMono) : Goal{});
@@ -196,7 +196,7 @@ void Measure(Harness& bench, CFrameWnd* frame, CLumentaView* view, CSize size)
         const std::vector<double>& scroll = times[4 + i];
         const std::string name = std::string{"scroll by "} + kSteps[i].name;
         bench.Report(name + at, scroll, "ms");
-        // Both are ours: the planted slowdown counts once.
+        // Both times are ours, so the planted slowdown counts once.
         bench.Report(std::string{name}.append(" / full repaint").append(at), bench.Ours(Ratios(scroll, ours)),
                      "x", AtMost(kScrollOfRepaint));
         bench.Report(std::string{name}.append(" / ready image").append(at), Ratios(scroll, times[1]), "x",

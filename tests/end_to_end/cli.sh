@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# What the program is called with: what needs no display, which arguments open which page, and files that cannot be
-# opened, of which a box tells and after which the program is of use.
+# The command line: options that need no display, displays that do not answer, arguments that open a page, and
+# files that cannot be opened. For these a message box opens, and the program works after it.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
@@ -8,7 +8,7 @@ mkdir "$scratch/work"
 cd "$scratch/work"
 ulimit -c unlimited
 
-# without_display ARGUMENT...: sets status; what was written is in out and err.
+# without_display ARGUMENT...: runs the program; sets status, and writes its output to the files out and err.
 without_display()
 {
   status=0
@@ -22,12 +22,12 @@ equal "first line of --help" "Usage: lumenta [FILE]" "$(head -n 1 "$scratch/out"
 equal "--help on the standard error stream" "" "$(<"$scratch/err")"
 without_display --version
 equal "status of --version" 0 "$status"
-want "--version tells no version" grep -qE '^lumenta [0-9]+\.[0-9]+\.[0-9]+$' "$scratch/out"
+want "--version prints no version" grep -qE '^lumenta [0-9]+\.[0-9]+\.[0-9]+$' "$scratch/out"
 equal "--version on the standard error stream" "" "$(<"$scratch/err")"
 
-# --- Displays that are none -----------------------------------------------------------------------------------
+# --- Displays that do not answer ------------------------------------------------------------------------------
 
-# ends_in_one_line NAME=VALUE...: without any display but these.
+# ends_in_one_line NAME=VALUE...: with only these displays, the program must fail with one line that says why.
 ends_in_one_line()
 {
   local status=0
@@ -40,7 +40,7 @@ ends_in_one_line()
   equal "files left behind" "" "$(ls -A)"
 }
 
-stale=$XDG_RUNTIME_DIR/stale # a socket that nobody listens at
+stale=$XDG_RUNTIME_DIR/stale # a socket on which no program listens
 perl -MSocket -e 'socket(S, AF_UNIX, SOCK_STREAM, 0) && bind(S, pack_sockaddr_un($ARGV[0])) || die' "$stale"
 good=$DISPLAY
 ends_in_one_line DISPLAY=
@@ -54,21 +54,21 @@ reason=refused ends_in_one_line DISPLAY="$good" WAYLAND_DISPLAY=stale QT_QPA_PLA
 reason=nonsense ends_in_one_line DISPLAY="$good" QT_QPA_PLATFORM=nonsense
 ends_in_one_line QT_QPA_PLATFORM=linuxfb:fb=/nonexistent
 
-# Without the plugin for Wayland, as on a machine that lacks its package.
+# A copy of the program that finds no plugin for Wayland, as on a machine without its package.
 mkdir -p "$scratch/bare/plugins/platforms"
 cp "$lumenta" "$scratch/bare/lumenta"
 printf '[Paths]\nPlugins=%s\n' "$scratch/bare/plugins" >"$scratch/bare/qt.conf"
 program=$scratch/bare/lumenta reason="wayland.*xcb" ends_in_one_line DISPLAY="$good" WAYLAND_DISPLAY=stale
 program=$scratch/bare/lumenta reason=wayland ends_in_one_line DISPLAY="$good" QT_QPA_PLATFORM=wayland
 
-# --- Which arguments open which page --------------------------------------------------------------------------
+# --- Arguments that open a page -------------------------------------------------------------------------------
 
 small_page() # FILE NAME
 {
   "$makepage" --draw blank --width 300 --height 200 --name "$2" "$1"
 }
 
-# opens TITLE ARGUMENT...: the program shows that title and no box: a box would keep the menu from ending it.
+# opens TITLE ARGUMENT...: the program must show that title and no message box. A box would block the menu.
 opens()
 {
   start_program "${@:2}"
@@ -89,10 +89,10 @@ opens "LUMENTA" -e
 opens "LUMENTA" -embedding "two parts.tif"
 opens "LUMENTA" /embedding
 
-# If one of two displays answers, the program opens there. Qt's messages about the other one are passed on.
+# If one of two displays answers, the program opens there. It passes on Qt's messages about the other one.
 tolerated=" " WAYLAND_DISPLAY=stale opens "Two parts - LUMENTA" "two parts.tif"
 
-# No connection and no file becomes a standard stream that the caller has closed.
+# If the caller has closed a standard stream, no file or connection may take its number.
 : >"$scratch/program.err"
 "$lumenta" "two parts.tif" <&- >&- 2>&- &
 program_pid=$!
@@ -106,16 +106,16 @@ status=0
 "$lumenta" --version >&- 2>/dev/null || status=$?
 equal "status of --version without a stream to write to" 1 "$status"
 
-# The only directories that begin with /e belong to the system: only who may make one can try.
+# The only directories that begin with /e belong to the system. This part needs the right to make one.
 if below_e=$(mktemp -d /elumentaXXXXXX 2>/dev/null); then
   trap 'rm -rf "$below_e"; clean_up' EXIT
   small_page "$below_e/page.tif" "Below"
   opens "Below - LUMENTA" "$below_e/page.tif"
 fi
 
-# --- What cannot be opened ------------------------------------------------------------------------------------
+# --- Files that cannot be opened ------------------------------------------------------------------------------
 
-# marked_text: what the box says. Its text is marked by three clicks into the middle of its line.
+# marked_text: prints the text of the message box. Three clicks into the middle of its line select the text.
 marked_text()
 {
   local width height
@@ -128,13 +128,13 @@ says() { [[ $(marked_text) == "$1" ]]; }
 
 mkfifo pipe
 head -c 200 unnamed.tif >cut.tif
-tolerated=TIFF # its library reports there as well
+tolerated=TIFF # libtiff writes to the standard error stream too
 while read -r file words; do
   start_program "$file"
   dialog_named LUMENTA
   await "the box does not say \"$file: $words\"" says "$file: $words"
   xdotool key Return
-  await "the box stays" window_gone "$dialog"
+  await "the box does not close" window_gone "$dialog"
   window_named LUMENTA
   quit_program
 done <<EOT
@@ -143,9 +143,9 @@ pipe Open failed
 cut.tif Open failed
 EOT
 
-# A page that was cut off, in each compression: one box reports the first bad row, and the rows above it are shown. Of
-# Group 3 the row above that may be damaged as well.
-tolerated=Decode # libtiff reports on the standard error stream as well
+# A page that was cut off, in each compression. One box reports the first bad row, and the rows above it are
+# shown. With Group 3 the row above the bad one may be damaged too.
+tolerated=Decode # libtiff writes to the standard error stream too
 reports_line() { [[ $(marked_text) =~ ^"error at line "([0-9]+)": TIFF read error"$ ]] && line=${BASH_REMATCH[1]}; }
 rows_shown() { "$grab" view "$window" whole.tif | grep -qE " ($line|$((line - 1)))\$"; }
 for compression in none group3 group4 packbits lzw deflate; do
@@ -157,8 +157,8 @@ for compression in none group3 group4 packbits lzw deflate; do
   want "$compression: line $line" test "$line" -gt 500 -a "$line" -lt 650
   xdotool key Return
   window_named "Torn - LUMENTA"
-  await "$compression: not the rows above line $line" rows_shown
-  xdotool key ctrl+End ctrl+Home # and no second box
-  await "$compression: not the rows above line $line" rows_shown
+  await "$compression: the rows above line $line are wrong" rows_shown
+  xdotool key ctrl+End ctrl+Home # this must open no second box
+  await "$compression: the rows above line $line are wrong" rows_shown
   quit_program
 done

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# What an operator's hands expect: a page whose file changes is reported and read again, the full screen and the way
-# back, the overview closed and the program ended by keys.
+# Work by keys: a changed page file is reported, and F5 reads it again. F11 fills the screen and restores the
+# window. Keys close the overview and end the program.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
@@ -8,7 +8,7 @@ full_screen() { xprop -id "$window" _NET_WM_STATE | grep -q FULLSCREEN; }
 no_full_screen() { ! full_screen; }
 overview_open() { visible 'Plate 7  .1/8.'; }
 
-# quit_by_key: the program ends well and has stored its settings.
+# quit_by_key: ends the program. Its exit status must be 0 and its standard error stream empty.
 quit_by_key()
 {
   local status=0
@@ -32,44 +32,44 @@ xdotool mousemove 1200 900 key --delay 1 Right Right Right Next
 x=3 y=$((view_height - 1))
 await_page "$x" "$y" "the way to the place"
 
-# Rewritten, replaced, removed. Nothing but the message field changes until F5.
+# The file is rewritten, replaced and removed. Until F5 only the message field changes.
 quiet=$(status_bar)
 cat "$scratch/2.tif" >"$page"
 await "a rewritten page is not reported" other_status_bar "$quiet"
 changed=$(status_bar)
 xdotool key F5
 await_page "$x" "$y" "F5"
-await "the report stays" same_status_bar "$quiet"
+await "the report does not disappear" same_status_bar "$quiet"
 mv "$scratch/3.tif" "$page"
 await "a replaced page is not reported" same_status_bar "$changed"
 xdotool key F5
 await_page "$x" "$y" "F5 after a replacement"
 mv "$page" "$scratch/aside.tif"
-await "a page that is gone is not reported" other_status_bar "$quiet"
-want "it reads the same as a changed one" other_status_bar "$changed"
+await "a removed page is not reported" other_status_bar "$quiet"
+want "a removed page is reported like a changed one" other_status_bar "$changed"
 mv "$scratch/aside.tif" "$page"
-await "a page that is back is still reported" same_status_bar "$quiet"
+await "a page moved back is still reported" same_status_bar "$quiet"
 
-# The full screen has no menu; the keys work as before. Both ways back show the same part of the page.
+# The full screen has no menu, but the keys work as before. Both keys back keep the visible part.
 normal=("$view_x" "$view_y" "$view_width" "$view_height")
 for way_back in F11 Escape; do
   xdotool key F11
   await "F11 does not fill the screen" full_screen
-  await "not the whole screen" frame_is "0 0 1280 960"
+  await "the window does not fill the screen" frame_is "0 0 1280 960"
   xdotool key --delay 1 ctrl+Home Home
   find_view "$page"
-  equal "the menu stays" 0 "$view_y"
+  equal "height of the menu in full screen" 0 "$view_y"
   xdotool key --delay 1 Down ctrl+Right
   await_page $((view_width - 1)) 1 "keys in the full screen"
   x=$((view_width - 1)) y=1
   xdotool key "$way_back"
-  await "$way_back does not lead back" no_full_screen
-  await "the place does not come back" frame_is "$place"
+  await "$way_back does not end the full screen" no_full_screen
+  await "the place is not restored" frame_is "$place"
   read -r view_x view_y view_width view_height <<<"${normal[*]}"
   await_page "$x" "$y" "the way back"
 done
 
-# The overview is closed from itself and from the main window.
+# Ctrl+W closes the overview, both from the overview and from the main window.
 for from in itself main; do
   xdotool key ctrl+alt+s
   await "no overview" overview_open
@@ -80,29 +80,29 @@ for from in itself main; do
   await "the page's window is not active" visible "Plate 7 - LUMENTA"
 done
 
-# The end out of the full screen stores the window as it was before.
+# If the program ends in full screen, it stores the window as it was before.
 xdotool key F11
 await "F11 does not fill the screen" full_screen
 quit_by_key
-want "place not stored" setting "MainFrame=$place"
-want "state not stored" setting "Maximize%20MainFrame=0"
+want "the place is not stored" setting "MainFrame=$place"
+want "the state is not stored" setting "Maximize%20MainFrame=0"
 
 open_page "$page" "Plate 7"
-await "the place does not come back" frame_is "$place"
+await "the place is not restored" frame_is "$place"
 toggle_maximized
-await "not maximized" maximized
+await "the window is not maximized" maximized
 xdotool key F11
 await "F11 does not fill the screen" full_screen
 xdotool key Escape
-await "Escape does not lead back" no_full_screen
-await "not maximized any more" maximized
+await "Escape does not end the full screen" no_full_screen
+await "the window is no longer maximized" maximized
 xdotool key F11
 await "F11 does not fill the screen" full_screen
 quit_by_key
-want "place not stored" setting "MainFrame=$place"
-want "state not stored" setting "Maximize%20MainFrame=1"
+want "the place is not stored" setting "MainFrame=$place"
+want "the state is not stored" setting "Maximize%20MainFrame=1"
 open_page "$page" "Plate 7"
-await "not maximized again" maximized
+await "the window is not maximized again" maximized
 toggle_maximized
-await "the normal place does not come back" frame_is "$place"
+await "the normal place is not restored" frame_is "$place"
 quit_by_key

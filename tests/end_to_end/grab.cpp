@@ -1,13 +1,13 @@
-// grab: what the end-to-end tests see of the display. It compares the screen, or a picture out of a PDF file,
-// with a page file pixel by pixel, and reads the text that a user has marked. Exit status: 0 as wanted, 1 not
-// (a line on the standard error stream says where), 2 bad usage or nothing to look at.
+// grab: reads the display for the end-to-end tests. It compares each pixel of the screen, or of a picture
+// from a PDF file, with a page file, and it prints the selected text. Exit status: 0 if equal; 1 if not (a
+// line on the standard error stream says where); 2 after bad usage or if an input cannot be read.
 //
-//   grab view WINDOW PAGE                               prints the rectangle of the window that shows the page
-//                                                       from its top left corner: "left top width height"
-//   grab same WINDOW PAGE X Y LEFT TOP WIDTH HEIGHT     whether that rectangle of the window shows the page
+//   grab view WINDOW PAGE                               prints the rectangle that shows the page, from
+//                                                       its top left corner on: "left top width height"
+//   grab same WINDOW PAGE X Y LEFT TOP WIDTH HEIGHT     compares that rectangle of the window with the page
 //                                                       from pixel X, Y on
-//   grab pbm PICTURE PAGE                               whether a raw portable bitmap is the page
-//   grab marked                                         the text that is marked in some window
+//   grab pbm PICTURE PAGE                               compares a raw portable bitmap with the page
+//   grab marked                                         prints the text that is selected in any window
 
 #include <algorithm>
 #include <charconv>
@@ -41,7 +41,7 @@ Reply<T> owned(T* reply)
     return {reply, &std::free};
 }
 
-// One grey a pixel, 0 is black.
+// One grey value per pixel; 0 is black.
 struct Raster {
     int width = 0, height = 0;
     std::vector<uint8_t> pixels;
@@ -63,8 +63,8 @@ bool bit_at(const uint8_t* bytes, int x)
     return (bytes[x / 8] >> (7 - x % 8) & 1) != 0;
 }
 
-// A page of 1 or 8 bits a pixel, as its tags say it looks. Rows outside first to first + count stay black:
-// unpacking a whole page takes longer than all else here.
+// Reads a page of 1 or 8 bits per pixel. Rows outside first to first + count - 1 remain black, because
+// unpacking a whole page would take longer than all other work here.
 Raster read_page(const char* path, int first = 0, int count = INT_MAX)
 {
     const std::unique_ptr<TIFF, decltype(&TIFFClose)> file{TIFFOpen(path, "r"), &TIFFClose};
@@ -73,14 +73,14 @@ Raster read_page(const char* path, int first = 0, int count = INT_MAX)
     if (!file || TIFFGetField(file.get(), TIFFTAG_IMAGEWIDTH, &width) == 0 ||
         TIFFGetField(file.get(), TIFFTAG_IMAGELENGTH, &height) == 0 ||
         TIFFGetField(file.get(), TIFFTAG_PHOTOMETRIC, &photometric) == 0)
-        throw std::runtime_error(std::string(path) + " is no page");
+        throw std::runtime_error(std::string(path) + " is no usable TIFF file");
     TIFFGetFieldDefaulted(file.get(), TIFFTAG_BITSPERSAMPLE, &bits);
     const uint8_t flip = photometric == PHOTOMETRIC_MINISWHITE ? 0xff : 0;
     Raster page = make_raster(static_cast<int>(width), static_cast<int>(height));
     std::vector<uint8_t> line(static_cast<size_t>(TIFFScanlineSize(file.get())));
     for (int y = 0; y < page.height; ++y) {
         if (TIFFReadScanline(file.get(), line.data(), static_cast<uint32_t>(y), 0) != 1)
-            throw std::runtime_error(std::string(path) + " breaks off");
+            throw std::runtime_error(std::string(path) + " ends too early");
         if (y < first)
             continue;
         if (y - first >= count)
@@ -106,7 +106,7 @@ Raster read_bitmap(const char* path)
     std::vector<char> line((static_cast<size_t>(width) + 7) / 8);
     for (int y = 0; y < height; ++y) {
         if (!file.read(line.data(), static_cast<std::streamsize>(line.size())))
-            throw std::runtime_error(std::string(path) + " breaks off");
+            throw std::runtime_error(std::string(path) + " ends too early");
         for (int x = 0; x < width; ++x)
             picture.row(y)[x] = bit_at(reinterpret_cast<const uint8_t*>(line.data()), x) ? 0 : 0xff;
     }
@@ -128,7 +128,7 @@ private:
     std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection_;
 };
 
-// What the screen shows where the window is, other windows above it included.
+// Returns the part of the screen at the place of the window, with any other windows above it.
 std::vector<uint32_t> read_screen(const Display& display, xcb_window_t window, int* width, int* height)
 {
     xcb_connection_t* const x = display.get();
@@ -137,17 +137,17 @@ std::vector<uint32_t> read_screen(const Display& display, xcb_window_t window, i
     const auto place =
         owned(xcb_translate_coordinates_reply(x, xcb_translate_coordinates(x, window, root, 0, 0), nullptr));
     if (!size || !place)
-        throw std::runtime_error("no such window");
+        throw std::runtime_error("the window does not exist");
     const auto image =
         owned(xcb_get_image_reply(x,
                                   xcb_get_image(x, XCB_IMAGE_FORMAT_Z_PIXMAP, root, place->dst_x,
                                                 place->dst_y, size->width, size->height, ~0U),
                                   nullptr));
     if (!image || image->depth != 24)
-        throw std::runtime_error("the window is not wholly on a screen of 24 bits");
+        throw std::runtime_error("the window is not completely on a screen of 24 bits");
     std::vector<uint32_t> pixels(size_t{size->width} * size->height);
     if (static_cast<size_t>(xcb_get_image_data_length(image.get())) < pixels.size() * sizeof(uint32_t))
-        throw std::runtime_error("the screen has no 32 bits a pixel");
+        throw std::runtime_error("the screen does not use 32 bits per pixel");
     std::memcpy(pixels.data(), xcb_get_image_data(image.get()), pixels.size() * sizeof(uint32_t));
     for (uint32_t& pixel : pixels)
         pixel &= 0xffffff;
@@ -170,7 +170,7 @@ struct Screen {
     }
 };
 
-// How many pixels from the first on are those of the page.
+// Returns the number of equal pixels from the first on.
 int same_pixels(const uint32_t* screen, const uint8_t* page, int count)
 {
     int x = 0;
@@ -179,7 +179,7 @@ int same_pixels(const uint32_t* screen, const uint8_t* page, int count)
     return x;
 }
 
-// Meant for a page of noise: so many pixels agree nowhere else, and not in what stands beside the view.
+// Needs a page of noise. kSure x kSure equal pixels then occur only in the view.
 int find_view(const Screen& screen, const Raster& page)
 {
     constexpr int kSure = 64;
@@ -200,7 +200,7 @@ int find_view(const Screen& screen, const Raster& page)
             return kSame;
         }
     }
-    std::fputs("the page's corner is nowhere in the window\n", stderr);
+    std::fputs("the window does not show the top left corner of the page\n", stderr);
     return kDifferent;
 }
 
@@ -211,7 +211,7 @@ int compare_screen(const Screen& screen, const Raster& page, const std::vector<i
     if (page_x < 0 || page_y < 0 || left < 0 || top < 0 || width < 1 || height < 1 ||
         page_x > page.width - width || page_y > page.height - height || left > screen.width - width ||
         top > screen.height - height)
-        throw std::runtime_error("the rectangle leaves the page or the window");
+        throw std::runtime_error("the rectangle is not inside the page and the window");
     for (int y = 0; y < height; ++y) {
         const int x = same_pixels(screen.row(top + y) + left, page.row(page_y + y) + page_x, width);
         if (x < width) {
@@ -241,14 +241,14 @@ int compare_picture(const Raster& picture, const Raster& page)
     return kDifferent;
 }
 
-// The primary selection. Its owner answers when it gets round to it.
+// Prints the primary selection. Its owner may answer late.
 int print_marked(const Display& display)
 {
     constexpr auto kPatience = std::chrono::seconds(2);
     xcb_connection_t* const x = display.get();
     const auto name = owned(xcb_intern_atom_reply(x, xcb_intern_atom(x, 0, 11, "UTF8_STRING"), nullptr));
     if (!name)
-        throw std::runtime_error("the display has ended");
+        throw std::runtime_error("the connection to the display is closed");
     const xcb_window_t window = xcb_generate_id(x);
     xcb_create_window(x, 0, window, display.screen().root, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
                       XCB_COPY_FROM_PARENT, 0, nullptr);
@@ -275,7 +275,7 @@ int print_marked(const Display& display)
                     static_cast<const char*>(xcb_get_property_value(text.get())));
         return kSame;
     }
-    std::fputs("nothing is marked\n", stderr);
+    std::fputs("no text is selected\n", stderr);
     return kDifferent;
 }
 
@@ -284,7 +284,7 @@ int number_in(std::string_view text)
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc() || end != text.data() + text.size())
-        throw std::runtime_error("no number: " + std::string(text));
+        throw std::runtime_error("not a number: " + std::string(text));
     return value;
 }
 

@@ -1,17 +1,17 @@
 #!/usr/bin/env bash
-# What a run leaves behind: its settings and nothing else, neither in the user's directories nor, however it ends,
-# a temporary file.
+# The files that a run leaves: only the settings. There is no other file in the user's directories and no
+# temporary file, however the run ends.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
-# All that is there, but what others keep there: the font library its cache, the display its log.
+# Prints all files, except those of others: the cache of the font library and the log of the display.
 everything()
 {
   find "$HOME" "$XDG_CONFIG_HOME" "$XDG_RUNTIME_DIR" "$TMPDIR" -mindepth 1 -not -path '*/.cache' \
     -not -path '*/.cache/fontconfig*' | sort
 }
 temporary_files() { find "$TMPDIR" /var/tmp /tmp -maxdepth 1 -name 'SQZ*' 2>/dev/null | sort; }
-# Of other programs that run meanwhile a file may be seen in the moment before its name goes.
+# A temporary file of another program may be seen for a moment, before its name is removed.
 no_temporary_files() { [[ -z $(comm -13 <(echo "$before") <(temporary_files)) ]]; }
 has_temporary_file() { grep -qE " $1/SQZ[^/]* \(deleted\)\$" "/proc/$program_pid/maps"; }
 
@@ -21,7 +21,7 @@ noise_page "$scratch/home.tif" 3001 4003
 cp "$scratch/home.tif" "$scratch/before.tif"
 equal "files before the first run" "" "$(everything)"
 
-# A run that touches what there is: moving about, another unit, the dialogs of printing.
+# This run uses many functions: it moves the page, changes the unit and opens the print dialog.
 open_page "$scratch/home.tif" "Plate 7"
 find_view "$scratch/home.tif"
 want "the rows are not in a temporary file" has_temporary_file "$TMPDIR"
@@ -33,10 +33,10 @@ dialog_named Print
 xdotool key Escape
 window_named "Plate 7 - LUMENTA"
 quit_program
-equal "files behind the first run" "$ours" "$(everything)"
+equal "files after the first run" "$ours" "$(everything)"
 want "the page has changed" cmp "$scratch/home.tif" "$scratch/before.tif"
 
-# Ended in the middle of its work, it leaves no more.
+# A killed program leaves no more files.
 open_page "$scratch/home.tif" "Plate 7"
 find_view "$scratch/home.tif"
 want "the rows are not in a temporary file" has_temporary_file "$TMPDIR"
@@ -44,10 +44,10 @@ kill -KILL "$program_pid"
 await "SIGKILL does not end the program" process_gone "$program_pid"
 equal "files after SIGKILL" "$ours" "$(everything)"
 
-# Asked to end by a signal, it closes what is open and stores its settings.
+# A signal that asks the program to end closes all open windows, and the settings are stored.
 while read -r signal file keys dialog_title; do
   rm "$settings_file"
-  # The shell has its background processes ignore SIGINT.
+  # The shell makes its background processes ignore SIGINT.
   env --default-signal=INT "$lumenta" "$scratch/$file" >"$scratch/program.out" 2>"$scratch/program.err" &
   program_pid=$!
   at_exit_kill+=("$program_pid")
@@ -59,8 +59,8 @@ while read -r signal file keys dialog_title; do
   status=0
   wait "$program_pid" || status=$?
   equal "status after SIG$signal ($file, $keys)" 0 "$status"
-  want "SIG$signal loses the window's place ($file, $keys)" grep -q '^MainFrame=' "$settings_file"
-  want "SIG$signal loses settings ($file, $keys)" setting "Mark%20Viewed=0"
+  want "SIG$signal does not store the window's place ($file, $keys)" grep -q '^MainFrame=' "$settings_file"
+  want "SIG$signal does not store the settings ($file, $keys)" setting "Mark%20Viewed=0"
   equal "files after SIG$signal ($file, $keys)" "$ours" "$(everything)"
 done <<EOT
 TERM home.tif -
@@ -72,20 +72,20 @@ HUP home.tif ctrl+p Print
 TERM none.tif - LUMENTA
 EOT
 
-# A signal that the caller ignores stays ignored, as after nohup.
+# A signal that the caller ignores remains ignored, as with nohup.
 env --ignore-signal=HUP "$lumenta" "$scratch/home.tif" >"$scratch/program.out" 2>"$scratch/program.err" &
 program_pid=$!
 at_exit_kill+=("$program_pid")
 window_named "Plate 7 - LUMENTA"
-want "SIGHUP is not ignored any more" grep -q '^SigIgn:.*[13579bdf]$' "/proc/$program_pid/status"
+want "SIGHUP is no longer ignored" grep -q '^SigIgn:.*[13579bdf]$' "/proc/$program_pid/status"
 quit_program
-await "a temporary file stays" no_temporary_files
+await "a temporary file is left" no_temporary_files
 
-# Without its directory for temporary files the rows go elsewhere, and the page shows all the same.
+# If the directory for temporary files does not exist, the rows are in another one, and the page is shown.
 rmdir "$TMPDIR"
 open_page "$scratch/home.tif" "Plate 7"
 find_view "$scratch/home.tif"
 want "the rows are not in another temporary file" has_temporary_file "/(var/)?tmp"
 quit_program
 mkdir "$TMPDIR"
-await "a temporary file stays" no_temporary_files
+await "a temporary file is left" no_temporary_files

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Every kind of page file as a user opens it: the same picture, pixel for pixel, and the title that its header gives;
-# and what no kind is.
+# Opens every kind of page file. The picture must be the same in each pixel, and the title must be that of the
+# header. The last file is of no kind.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
@@ -15,12 +15,12 @@ for kind in squeeze plain group4 jbig; do
   quit_program
 done
 
-# The samples of the tree, each with the title that its line in samples/README.md leads to.
+# Opens the samples of the tree. Each must have the title of its line in samples/README.md.
 samples=$(dirname "${BASH_SOURCE[0]}")/../../samples
 while read -r sample width height title; do
   "$makepage" --draw sample --width "$width" --height "$height" --dpi 75 --compression none "$scratch/sample.tif"
   open_page "$samples/sample-$sample.fax" "$title Ink and Paper"
-  await "sample $sample does not show" "$grab" view "$window" "$scratch/sample.tif"
+  await "sample $sample is not shown" "$grab" view "$window" "$scratch/sample.tif"
   quit_program
 done <<END
 squeeze 620 877 1.B
@@ -29,12 +29,12 @@ group4 620 877 1.M
 jbig 620 877 2.4
 END
 
-# A header alone is no page; the words are those of the kind that was tried last.
+# A header without a raster is no page. The message is that of the kind tried last.
 head -c 4095 "$scratch/page" >"$scratch/short"
-tolerated="bad magic number" # libtiff says so too
+tolerated="bad magic number" # libtiff writes this
 start_program "$scratch/short"
 dialog_named LUMENTA
 xdotool key Return
-await "the box stays open" window_gone "$dialog"
+await "the box does not close" window_gone "$dialog"
 window_named LUMENTA
 quit_program

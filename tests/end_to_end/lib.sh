@@ -1,15 +1,15 @@
 # shellcheck shell=bash
-# What the end-to-end tests share; to be sourced, with the paths of lumenta, makepage and grab as the test's
-# arguments. Starts a private display with a window manager, and gives the user's hands and eyes: starting and
-# ending the program, keys, the place of its window, what the window shows. The first thing that is not as wanted
-# ends the test and leaves a picture of the screen in the working directory.
+# Shared functions of the end-to-end tests. Each test sources this file; its arguments are the paths of
+# lumenta, makepage and grab. The file starts a private display with a window manager. Its functions start and
+# end the program, press keys, and check the place and the content of the window. The first failure ends the
+# test and saves a picture of the screen in the working directory.
 
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
 (($# == 3)) || die "usage: ${0##*/} LUMENTA MAKEPAGE GRAB"
 lumenta=$1
 makepage=$2
 grab=$3
-patience=60 # seconds that anything may take, also on a machine that is busy with other work
+patience=60 # limit of each wait in seconds, long enough for a busy machine
 
 unset XDG_RUNTIME_DIR XDG_CACHE_HOME XDG_DATA_HOME XDG_STATE_HOME
 private_environment
@@ -29,17 +29,17 @@ fail()
   exit 1
 }
 
-# await WHAT COMMAND...: waits until the command succeeds.
+# await WHAT COMMAND...: waits until the command succeeds. WHAT describes the failure.
 await()
 {
   wait_for "$patience" "${@:2}" >"$scratch/await.out" 2>&1 ||
     fail "$1 (${*:2}): $(tail -n 3 "$scratch/await.out")"
 }
 
-# want WHAT COMMAND...: the command succeeds now.
+# want WHAT COMMAND...: the command must succeed at once. WHAT describes the failure.
 want() { "${@:2}" || fail "$1 (${*:2})"; }
 
-# equal WHAT WANTED GOT
+# equal WHAT WANTED GOT: the two texts must be equal.
 equal() { [[ $2 == "$3" ]] || fail "$1: wanted \"$2\", got \"$3\""; }
 
 # --- The program ----------------------------------------------------------------------------------------------
@@ -59,7 +59,7 @@ open_page()
   window_named "$2 - LUMENTA"
 }
 
-# visible TITLE [TYPE]: prints the window of that title and type (NORMAL or DIALOG), once it has the keyboard.
+# visible TITLE [TYPE]: prints the number of the active window if it has that title and type (NORMAL or DIALOG).
 visible()
 {
   local id
@@ -73,14 +73,14 @@ visible()
   return 1
 }
 
-# window_named TITLE: waits for the main window under that title; sets window.
+# window_named TITLE: waits until a main window with that title is active; sets window.
 window_named()
 {
   await "no active window \"$1\"" visible "$1"
   window=$(visible "$1")
 }
 
-# dialog_named TITLE: the same for a box or dialog; sets dialog.
+# dialog_named TITLE: the same for a message box or dialog; sets dialog.
 dialog_named()
 {
   await "no active dialog \"$1\"" visible "$1" DIALOG
@@ -88,12 +88,12 @@ dialog_named()
   dialog=$(visible "$1" DIALOG)
 }
 
-# choose KEY...: takes a command by the keys of the menus, as in "choose alt+v m", and waits until no menu is open: it
-# would swallow the next key.
+# choose KEY...: chooses a command by the keys of the menus, as in "choose alt+v m". Then it waits until no
+# menu is open, because an open menu would take the next key.
 choose()
 {
   xdotool key "$@"
-  await "a menu stays open" menus_closed
+  await "a menu is still open" menus_closed
 }
 menus_closed()
 {
@@ -105,8 +105,8 @@ menus_closed()
 
 window_gone() { ! xwininfo -id "$1" >/dev/null 2>&1 || ! xwininfo -id "$1" | grep -q IsViewable; }
 
-# quit_program: by the menu; the program has ended well and had nothing to complain about on its standard error
-# stream, but in lines with the words of $tolerated.
+# quit_program: ends the program by its menu. Its exit status must be 0, and its standard error stream must be
+# empty, except for lines that contain $tolerated.
 tolerated=
 quit_program()
 {
@@ -123,7 +123,7 @@ setting() { [[ -f $settings_file ]] && grep -qxF -e "$1" "$settings_file"; }
 
 # --- The window -----------------------------------------------------------------------------------------------
 
-# Prints the window's rectangle with its frame: left top right bottom.
+# Prints the rectangle of the window, including its frame: left top right bottom.
 frame_of_window()
 {
   local extents left right top bottom x y width height
@@ -141,7 +141,7 @@ frame_is() { [[ $(frame_of_window) == "$1" ]]; }
 maximized() { xprop -id "$window" _NET_WM_STATE | grep -q MAXIMIZED_VERT; }
 normal() { ! maximized; }
 
-# The middle of the title bar, double-clicked: the window becomes as large as the screen, or what it was before.
+# Double-clicks the middle of the title bar. This maximizes the window, or restores it.
 toggle_maximized()
 {
   local left top right bottom
@@ -149,8 +149,8 @@ toggle_maximized()
   xdotool mousemove $(((left + right) / 2)) $((top + 8)) click --repeat 2 --delay 30 1
 }
 
-# The text of the status bar cannot be read here; its picture is another one with each text. $bar_width
-# tells how much of it to take; the message field is the first pane.
+# The text of the status bar cannot be read here, but its picture differs with each text. $bar_width is the
+# width of the picture. The message field is the first pane.
 bar_width=400
 status_bar() { import -window "$window" -crop "${bar_width}x20+0+$((view_y + view_height + bar_room))" rgb:- | cksum; }
 other_status_bar() { [[ $(status_bar) != "$1" ]]; }
@@ -158,32 +158,33 @@ same_status_bar() { [[ $(status_bar) == "$1" ]]; }
 
 # --- The page -------------------------------------------------------------------------------------------------
 
-# noise_page FILE WIDTH HEIGHT [OPTION...]: a page that looks the same nowhere; its name is "Plate 7".
+# noise_page FILE WIDTH HEIGHT [OPTION...]: writes a page "Plate 7" of noise. No two places look the same.
 noise_page()
 {
   "$makepage" --draw noise --width "$2" --height "$3" --name "Plate 7" --compression none "${@:4}" "$1"
 }
 
-# find_view PAGE: waits until the window shows the page from its corner on; sets page, view_x, view_y (in the
-# window), view_width and view_height. There is no more beside it than a scroll bar, menu and status bar.
+# find_view PAGE: waits until the window shows the page from its top left corner on. Sets page, view_x, view_y
+# (in the window), view_width and view_height. The rest of the window may only hold scroll bars, menu bar and
+# status bar.
 find_view()
 {
   local width height
   page=$1
-  await "the page does not show" "$grab" view "$window" "$page"
+  await "the page is not shown" "$grab" view "$window" "$page"
   read -r view_x view_y view_width view_height < <("$grab" view "$window" "$page")
   read -r width height < <(size_of "$window")
   want "view too narrow: $view_width of $width" test "$view_x" -eq 0 -a "$view_width" -ge $((width - bar_room))
   want "view too low: $view_height of $height" test "$view_height" -ge $((height - 4 * bar_room))
 }
-bar_room=24 # pixels that a scroll bar, a menu bar or a status bar may take
+bar_room=24 # largest height or width of a scroll bar, menu bar or status bar in pixels
 
 shows() { "$grab" same "$window" "$page" "$1" "$2" "$view_x" "$view_y" "$view_width" "$view_height"; }
 
-# await_page X Y WHAT: waits until the view shows the page from that pixel on, every pixel of it.
+# await_page X Y WHAT: waits until the whole view shows the page from pixel X, Y on. WHAT names the action.
 await_page() { await "$3 does not lead to $1, $2" shows "$1" "$2"; }
 
-# drag DX DY: takes the page at the middle of the view and moves it; leaves the button down.
+# drag DX DY: presses the button in the middle of the view, moves the pointer and keeps the button down.
 drag()
 {
   local x y

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# The whole page in a second window beside the page: its size, its growth, and a click in it that moves the page.
+# The overview, a second window with the whole page: its size, its growth, and clicks that move the page.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
-# Two looks at the window a moment apart are equal, and its lowest lines are no longer white.
+# True if two successive pictures of the window are equal and its lowest lines are no longer white.
 whole()
 {
   import -window "$overview" "$scratch/one.png"
@@ -14,8 +14,8 @@ whole()
 
 overview_named() { overview=$(visible 'Plate 7  .1/8.'); }
 
-# frame_at LEFT TOP RIGHT BOTTOM: the overview shows a black edge with a white one inside, around these pixels of the
-# picture, right and bottom excluded.
+# frame_at LEFT TOP RIGHT BOTTOM: true if the overview shows a black frame with a white one inside, around
+# these pixels of the picture. Right and bottom are excluded.
 frame_at()
 {
   local width=$(($3 - $1)) height=$(($4 - $2)) part color crops
@@ -31,14 +31,14 @@ frame_at()
   done
 }
 
-# await_frame X Y WHAT: the frame is around what a page view at that position shows.
+# await_frame X Y WHAT: waits until the frame surrounds the part that the page view shows at position X, Y.
 await_frame()
 {
   await "$3: no frame" frame_at $(($1 / 8)) $(($2 / 8)) $((($1 + view_width + 7) / 8 > 375 ? 375 : ($1 + view_width + 7) / 8)) \
     $((($2 + view_height + 7) / 8 > 500 ? 500 : ($2 + view_height + 7) / 8))
 }
 
-# Holds the right button on the page's right half and moves it 100 to the right.
+# Presses the right button in the middle of the view and moves the pointer 100 pixels to the right.
 drag_line()
 {
   read -r main_left main_top < <(xwininfo -id "$window" |
@@ -66,14 +66,14 @@ for scale in 1 1.5 2; do
   xdotool key ctrl+alt+s
   await "no scaled window" overview_named
   overview=$(visible 'Plate 7  .1/8.')
-  await "the picture does not grow to its end" whole
+  await "the picture does not become complete" whole
   read -r width height < <(size_of "$overview")
-  want "as large as the picture: $width x $height" \
+  want "the window has another size than the picture: $width x $height" \
     test "$width" -ge 375 -a "$width" -le 378 -a "$height" -ge 500 -a "$height" -le 503
 
   read -r left top < <(xwininfo -id "$overview" |
     awk '/Absolute upper-left/ { printf "%s ", $NF } END { print "" }')
-  want "the window stands in the corner: $left, $top" test "$left" -le 10 -a "$top" -le 40
+  want "the window is not in the corner: $left, $top" test "$left" -le 10 -a "$top" -le 40
   xdotool mousemove $((left + 200)) $((top + 300)) mousedown 1
   await_page $((200 * 8 - view_width / 2)) $((300 * 8 - view_height / 2)) "a click in the picture"
   await_frame $((200 * 8 - view_width / 2)) $((300 * 8 - view_height / 2)) "a click in the picture"
@@ -83,20 +83,20 @@ for scale in 1 1.5 2; do
   xdotool mouseup 1 mousemove $((left + 370)) $((top + 495)) click 1
   await_page $((3001 - view_width)) $((4003 - view_height)) "a click in its last corner"
 
-  # A line on the page from the press to the pointer, gone with the release.
+  # The right button draws a line from the press to the pointer. The release removes it.
   xdotool windowactivate --sync "$window"
   drag_line
   await "no line" line_shows
   xdotool mouseup 3
   await_page $((3001 - view_width)) $((4003 - view_height)) "measuring"
 
-  # The same window again, also from where it was put away to.
+  # Scaled Page shows the same window again, even if it was minimized.
   xdotool windowminimize "$overview"
   await "the page's window is not active" visible "Plate 7 - LUMENTA"
   xdotool windowactivate --sync "$window" key ctrl+alt+s
-  await "the window does not come back" overview_named
+  await "the window is not shown again" overview_named
   xdotool key alt+F4
-  await "the window stays" window_gone "$overview"
+  await "the window does not close" window_gone "$overview"
   xdotool windowactivate --sync "$window"
   quit_program
 done

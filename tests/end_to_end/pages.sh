@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
-# A night at the press: twenty pages of all kinds, chosen by keys and gone through one at a time; which of them are
-# still new, also after a rewrite, for a page that cannot be marked, and in the next run. Then four separations at one
-# place, forward and back. Then settings as no run leaves them, and a file with a name that no path holds.
+# Many pages. Twenty pages of all kinds are chosen by keys and shown one after the other. The dialog must list
+# those not viewed yet: after a rewrite, for a page that cannot be marked, and in the next run. Then four
+# separations are compared at one place, forward and back. Bad settings follow, and a file with a tab and a
+# semicolon in its name.
 set -euo pipefail
-# Marks are extended attributes of users, which a tmpfs has since Linux 6.6 only.
+# Marks are extended attributes of users. A tmpfs has them only since Linux 6.6.
 [[ $(stat -f -c %T "${TMPDIR:-/tmp}") != tmpfs ]] || export TMPDIR=$PWD
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
-# No rights bind root, which starts the program as another user therefore; give FILE... makes files that user's.
+# File permissions do not limit root, so root starts the program as another user. give FILE... gives files to
+# that user.
 limited=yes
 give() { :; }
 if ((EUID == 0)); then
@@ -23,12 +25,12 @@ EOT
     give() { chown -R 65534:65534 "$@"; }
   else
     limited=
-    echo "Skipped: what may not be written. This is root, and no other user can start the program in $scratch."
+    echo "Skipped: files that may not be written. This is root, and no other user can start the program in $scratch."
   fi
 fi
 give "$HOME" "$TMPDIR" "$XDG_RUNTIME_DIR"
 
-# A new configuration directory, with what is on the input as the settings file.
+# Makes a new configuration directory. The standard input becomes the settings file.
 new_settings()
 {
   rm -rf "$XDG_CONFIG_HOME"
@@ -37,7 +39,7 @@ new_settings()
   give "$XDG_CONFIG_HOME"
 }
 
-# make_page NUMBER SEED: writes the page of that number, of the kind that comes next, and its picture.
+# make_page NUMBER SEED: writes the page with that number and its picture. The number selects its format.
 pages=$scratch/pages
 declare -A title_of=() file_of=()
 make_page()
@@ -64,15 +66,15 @@ open_multiple()
   dialog_named "Open Multiple"
 }
 
-# take KEY...: presses keys in the dialog, then OK.
+# take KEY...: presses these keys in the dialog and then Return.
 take()
 {
   xdotool key --delay 5 "$@" Return
-  await "the dialog stays" window_gone "$dialog"
+  await "the dialog does not close" window_gone "$dialog"
 }
 
-# walk_through NUMBER...: these pages follow each other, the first by itself, the third by the mouse, the others by
-# keys, and behind the last there is no more. row is the row of the page at the top of the view.
+# walk_through NUMBER...: shows these pages in turn: the first opens by itself, the third by the mouse, the
+# others by keys. No page follows the last. row is the page row at the top of the view.
 walk_through()
 {
   local step=0 number
@@ -89,10 +91,10 @@ walk_through()
   done
   window_named ".*LUMENTA"
   xdotool key ctrl+alt+n Down
-  await_page 0 $((++row)) "a step down behind the last page"
+  await_page 0 $((++row)) "a step down after the last page"
 }
 
-# all_listed NUMBER...: the dialog lists these pages and no more: all of them are taken.
+# all_listed NUMBER...: the dialog must list exactly these pages. All are selected and shown.
 all_listed()
 {
   open_multiple
@@ -111,9 +113,9 @@ cd "$pages"
 start_program
 cd "$OLDPWD"
 window_named LUMENTA
-choose alt+f Up Up Up Return # up from the first command, beyond the last; without a page Print is passed over
+choose alt+f Up Up Up Return # up from the first command to the last ones; Print is skipped without a page
 dialog_named "Open Multiple"
-# The mark box; another type, and all again; an entry by its name, and others with Shift and Control.
+# Sets the mark box; selects another type, then all; selects one entry by name, others with Shift and Control.
 xdotool key --delay 5 Tab Tab Tab space alt+t f Home alt+f p a g e minus 1 2
 take shift+Down ctrl+Home ctrl+Down ctrl+Down ctrl+Down ctrl+Down ctrl+space \
   ctrl+End ctrl+space ctrl+Up ctrl+Up ctrl+Up ctrl+Up ctrl+space
@@ -123,7 +125,7 @@ all_listed
 make_page 12 112
 all_listed 12
 
-# Of somebody else, or protected at least.
+# A page that the user may not write. If possible, it belongs to another user.
 make_page 7 107
 unmarked=()
 if [[ $limited ]]; then
@@ -134,14 +136,14 @@ fi
 all_listed 7
 all_listed "${unmarked[@]}"
 open_multiple
-take Tab Tab space alt+f ctrl+a # those viewed too
+take Tab Tab space alt+f ctrl+a # lists the viewed pages too
 walk_through {1..20}
 quit_program
-want "directory not stored" setting "Page%20Directory=$pages/"
-want "type not stored" setting "Page%20Filter=*.*"
-want "marking not stored" setting "Mark%20Viewed=1"
+want "the directory is not stored" setting "Page%20Directory=$pages/"
+want "the type is not stored" setting "Page%20Filter=*.*"
+want "the mark box is not stored" setting "Mark%20Viewed=1"
 
-# All of that holds in the next run.
+# The next run knows the same marks.
 make_page 3 103
 mkdir "$pages/odd"
 "$makepage" --draw blank --width 803 --height 601 "$pages/odd/"$'tab\tsemi;colon.fax'
@@ -150,22 +152,23 @@ window_named LUMENTA
 all_listed 3 "${unmarked[@]}"
 all_listed "${unmarked[@]}"
 
-# One page by its name; the directory and the type of file are those of the other dialog.
-tolerated=inotify_add_watch # the toolkit cannot watch the scratch directory for the other user, and says so
+# Opens one page by its name. The directory and the type of file are those of Open Multiple.
+tolerated=inotify_add_watch # Qt writes this, because the other user cannot watch the scratch directory
 xdotool key ctrl+o
 dialog_named Open
 xdotool type --delay 5 "${file_of[5]##*/}"
 xdotool key Return
-await "the dialog stays" window_gone "$dialog"
+await "the dialog does not close" window_gone "$dialog"
 window_named "${title_of[5]} - LUMENTA"
 
-# A path ends at its first tab or semicolon. The page below is reported; then there is another one at that path.
+# A path ends at its first tab or semicolon. There is no page at the short path, and a box reports that. Then
+# a page is written to it.
 open_multiple
 xdotool key --delay 5 bracketleft o ctrl+Return
 take ctrl+a
 dialog_named LUMENTA
 xdotool key Return
-await "the box stays" window_gone "$dialog"
+await "the box does not close" window_gone "$dialog"
 window_named ".*LUMENTA"
 "$makepage" --draw noise --width 803 --height 601 --name "Cut off" "$pages/odd/tab"
 open_multiple
@@ -175,8 +178,9 @@ quit_program
 
 # --- Separations ----------------------------------------------------------------------------------------------
 
-# shows_separation NUMBER X Y WHAT: the page of that number is open and shows that place, every pixel of it, and the
-# message field says which page of how many it is. The first time its picture is new; later it is the same again.
+# shows_separation NUMBER X Y WHAT: the page with that number must be open and each pixel must show it from X,
+# Y on. The message field has the number of the page in the list. Its picture must be new the first time, and
+# the same later.
 declare -A field_of=()
 shows_separation()
 {
@@ -216,12 +220,12 @@ Page%20Directory=$separations/
 Page%20Filter=*.tif
 EOT
 
-# The pointer is where it leaves no read-out in the message field.
+# Outside the window the pointer causes no read-out in the message field.
 xdotool mousemove 1200 900
 start_program "$separations/1.tif"
 window_named "Layer 1 - LUMENTA"
 find_view "$scratch/layer-1.tif"
-# The message field is up to date as soon as the position beside it is.
+# The message field is up to date if the position beside it is.
 bar_width=900
 before=$(status_bar)
 xdotool key Right
@@ -237,7 +241,7 @@ await_page "$x" "$y" "the way to the place"
 xdotool key ctrl+alt+n
 shows_separation 2 0 0 "Next Page without Keep Place"
 choose alt+v k
-await "Keep Place not stored" setting "Keep%20Place=1"
+await "Keep Place is not stored" setting "Keep%20Place=1"
 xdotool key --delay 1 Right Right Right Next
 await_page "$x" "$y" "the way to the place"
 xdotool key ctrl+alt+n
@@ -255,29 +259,29 @@ shows_separation 1 $((++x)) "$y" "Previous Page before the first"
 xdotool mousemove --window "$window" 200 200 click 9 click 9 mousemove 1200 900
 shows_separation 3 "$x" "$y" "the forward button twice"
 
-# The fifth page is gone meanwhile: it leaves the list, which is one page shorter then.
+# The fifth page is removed. It leaves the list, which then has one page less.
 rm "$separations/5.tif"
 xdotool key ctrl+alt+n
-shows_separation 4 "$x" "$y" "Next Page before a page that is gone"
+shows_separation 4 "$x" "$y" "Next Page before a removed page"
 xdotool key ctrl+alt+n
 dialog_named LUMENTA
 xdotool key Return
-await "the box stays" window_gone "$dialog"
+await "the box does not close" window_gone "$dialog"
 window_named ".*LUMENTA"
 xdotool key ctrl+alt+p
 field_of=([5]=${field_of[4]})
-shows_separation 4 "$x" "$y" "Previous Page after a page that is gone"
+shows_separation 4 "$x" "$y" "Previous Page after a removed page"
 
-# Without a list no number shows, and Previous Page does nothing.
+# Without a list, no number is shown and Previous Page does nothing.
 choose alt+v c
-await "the number stays after Clear List" same_status_bar "$quiet"
+await "the number is still shown after Clear List" same_status_bar "$quiet"
 xdotool key ctrl+alt+p Right
 await_page $((++x)) "$y" "Previous Page without a list"
 quit_program
 
 # --- Settings -------------------------------------------------------------------------------------------------
 
-# good_run WHAT: the program starts with an empty window, without a box, and ends well.
+# good_run WHAT: the program must start with an empty window and without a message box, and end with status 0.
 good_run()
 {
   echo "settings: $1"
@@ -301,17 +305,17 @@ Maximize%20MainFrame=@Invalid()
 File1=@ByteArray(\0\xff)
 File2=@Point(1 2)
 EOT
-good_run "of other kinds"
+good_run "values of wrong types"
 "$makepage" --draw noise --width 1024 --height 512 --kind plain "$scratch/noise"
 tail -c 65536 "$scratch/noise" | new_settings
-good_run "rubbish"
+good_run "random bytes"
 new_settings </dev/null
 rm "$settings_file"
 mkdir "$settings_file"
-good_run "a directory"
+good_run "a directory in place of the file"
 rmdir "$settings_file"
 mkfifo "$settings_file"
-good_run "a pipe"
+good_run "a pipe in place of the file"
 if [[ $limited ]]; then
   for rights in 444 000; do
     new_settings <<<"[App]"
@@ -329,5 +333,5 @@ start_program
 window_named LUMENTA
 rm -r "$XDG_CONFIG_HOME"
 quit_program
-XDG_CONFIG_HOME=/dev/null/x good_run "nowhere"
+XDG_CONFIG_HOME=/dev/null/x good_run "a directory that cannot be made"
 equal "files in other places" "" "$(find "$HOME" -type f -not -path '*/.cache/*')"

@@ -1,27 +1,27 @@
 #!/usr/bin/env bash
-# A page printed into a PDF file by the print dialog: one image of one bit a pixel, without loss.
+# The print dialog prints a page into a PDF file as one lossless image with one bit per pixel.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 pdf_complete() { pdfinfo "$1"; }
 
-# dialog_answered KEY: the first one may go to the list of names that the field proposes, if that has opened by then.
+# dialog_answered KEY: presses the key until the dialog closes. A list of proposed names may take the first key.
 dialog_answered() { window_gone "$dialog" || { xdotool key "$1" && false; }; }
 
-# print_to_pdf: the page that shows, by the dialog, into the file $pdf; then the program ends.
+# print_to_pdf: prints the open page by the dialog into the file $pdf and then ends the program.
 print_to_pdf()
 {
   xdotool key ctrl+p
   dialog_named Print
   xdotool key alt+f ctrl+a
   xdotool type --delay 1 "$pdf"
-  await "the print dialog stays" dialog_answered Return
+  await "the print dialog does not close" dialog_answered Return
   await "no PDF file" pdf_complete "$pdf"
   window_named "Plate 7 - LUMENTA"
   quit_program
 }
 
-# The images in $pdf, a line each: page num type width height color comp bpc enc
+# Prints a line for each image in $pdf: page num type width height color comp bpc enc
 images() { pdfimages -list "$pdf" | awk 'NR > 2 { print $1, $2, $3, $4, $5, $6, $7, $8, $9 }'; }
 
 for photometric in miniswhite minisblack; do
@@ -29,13 +29,13 @@ for photometric in miniswhite minisblack; do
   pdf=$scratch/$photometric.pdf
   open_page "$scratch/$photometric.tif" "Plate 7"
 
-  # Nothing is printed if the user thinks better of it.
+  # Cancel prints nothing.
   xdotool key ctrl+p
   dialog_named Print
   xdotool key alt+f ctrl+a type "$pdf"
-  await "the print dialog stays" dialog_answered Escape
+  await "the print dialog does not close" dialog_answered Escape
   window_named "Plate 7 - LUMENTA"
-  want "printed all the same" test ! -e "$pdf"
+  want "Escape has printed the page" test ! -e "$pdf"
 
   print_to_pdf
   equal "files printed" "$pdf" "$(find "$scratch" -name '*.pdf' -newer "$scratch/$photometric.tif")"
@@ -44,10 +44,10 @@ for photometric in miniswhite minisblack; do
   equal "title" "Plate 7" "$(pdfinfo "$pdf" | sed -n 's/^Title: *//p')"
   equal "images" "1 0 image 9001 4000 gray 1 1 image" "$(images)"
   pdfimages "$pdf" "$scratch/$photometric"
-  want "the image is not the page" "$grab" pbm "$scratch/$photometric-000.pbm" "$scratch/$photometric.tif"
+  want "the image differs from the page" "$grab" pbm "$scratch/$photometric-000.pbm" "$scratch/$photometric.tif"
 done
 
-# One larger than the paper is printed smaller, in smooth grey and without loss: of 2 x 2 pixels each, five greys.
+# A page larger than the paper is reduced to grey without loss. A cell of 2 x 2 pixels has five greys.
 noise_page "$scratch/large.tif" 9600 2600 --dpi 1200
 pdf=$scratch/large.pdf
 open_page "$scratch/large.tif" "Plate 7"
@@ -56,12 +56,12 @@ equal "images" "1 0 image 4800 1300 gray 1 8 image" "$(images)"
 pdfimages -png "$pdf" "$scratch/large"
 equal "greys" 5 "$(identify -format %k "$scratch/large-000.png")"
 
-# The dialog proposes a file with the page's label as its name, which has points in it, but no slash.
+# The dialog proposes the page's label as the file name. Its points are kept, its slash is replaced.
 "$makepage" --draw text --width 800 --height 600 --kind group4 --job "A/B v1.x" --page 7 "$scratch/label.fax"
 open_page "$scratch/label.fax" "7.B A/B v1.x"
 xdotool key ctrl+p
 dialog_named Print
-await "the print dialog stays" dialog_answered Return
+await "the print dialog does not close" dialog_answered Return
 pdf="$HOME/7.B A_B v1.x.pdf"
 await "no PDF file of that name" pdf_complete "$pdf"
 window_named "7.B A/B v1.x - LUMENTA"

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# One page pixel is one pixel of the screen at every scale of the desktop, for each kind of page, wherever the view
-# stands and whatever the size of the window.
+# One page pixel is one pixel of the screen at every scale of the desktop, for each kind of page, at each
+# position and in each size of the window.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
-# walk WHAT: from the page's corner by odd numbers of pixels, both ways, to the far corner.
+# walk WHAT: moves from the top left corner of the page by odd numbers of pixels on both axes, then to the
+# bottom right corner.
 walk()
 {
   local x y

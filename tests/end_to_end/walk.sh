@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# A walk over a page by keys and pointer, each step compared with the page; then unit, place and state of the
-# window, which hold from one run to the next.
+# Moves over a page by keys and pointer, and compares each step with the page. Then it checks that the unit,
+# the place and the state of the window are kept for the next run.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
@@ -10,10 +10,10 @@ open_page "$scratch/walk.tif" "Plate 7"
 equal "a first window fills the screen" "0 0 1280 960" "$(frame_of_window)"
 find_view "$scratch/walk.tif"
 
-right=$((width - view_width)) bottom=$((height - view_height)) # the positions farthest to the right and down
-page_x=$((view_width - 1)) page_y=$((view_height - 1))         # a window's steps
+right=$((width - view_width)) bottom=$((height - view_height)) # the largest positions
+page_x=$((view_width - 1)) page_y=$((view_height - 1))         # the steps of the page keys
 
-# Keys, and the place on the page that they lead to. The first of a line is often one that must do nothing.
+# Each line has the position on the page that its keys lead to. The first key of a line often must do nothing.
 while read -r x y keys; do
   # shellcheck disable=SC2086
   xdotool key --delay 1 $keys
@@ -39,7 +39,7 @@ $((right - 1)) $((bottom - 1)) Left Up
 1 0 ctrl+Home Right
 EOT
 
-# The page follows the pointer while the button is down, and stops at its edges.
+# While the button is down, the page follows the pointer and stops at its edges.
 xdotool key --delay 1 Home Right ctrl+Home
 await_page 1 0 "the way back"
 drag -101 -53
@@ -58,7 +58,7 @@ await_page 48 129 "the wheel with Shift"
 xdotool click 4
 await_page 48 81 "the wheel upwards"
 
-# The wheel does the same over the scroll bars and in the corner between them.
+# The wheel has the same effect over the scroll bars and in the corner between them.
 bar_x=$((view_width + bar_room / 3)) bar_y=$((view_y + view_height + bar_room / 3))
 xdotool mousemove --window "$window" "$bar_x" $((view_y + view_height / 2)) click 5
 await_page 48 129 "the wheel over the vertical bar"
@@ -69,11 +69,11 @@ await_page 96 81 "the wheel with Shift in the corner"
 xdotool keydown shift click 4 keyup shift
 await_page 48 81 "the way back"
 
-# A click below the slider of the scroll bar.
+# A click below the slider of the scroll bar moves by a page.
 xdotool mousemove --window "$window" "$bar_x" $((view_y + view_height - 40)) click 1
 await_page 48 $((81 + page_y)) "the scroll bar"
 
-# The unit is in the settings as soon as it is chosen, and in the status bar.
+# A chosen unit is stored at once, and the status bar uses it.
 bar_width=$((view_width + 1))
 xdotool mousemove --window "$window" $((view_width / 2)) $((view_height / 2)) key --delay 1 ctrl+Home Home
 await_page 0 0 "the way back"
@@ -81,13 +81,13 @@ declare -A picture_of=()
 for unit in "o 3" "m 1" "p 2" "i 0"; do
   before=$(status_bar)
   xdotool key alt+v "${unit% *}"
-  await "unit not stored" setting "Units=${unit#* }"
-  await "unit not shown" other_status_bar "$before"
+  await "the unit is not stored" setting "Units=${unit#* }"
+  await "the unit is not shown" other_status_bar "$before"
   picture_of[$(status_bar)]=$unit
 done
 equal "status bars of four units" 4 "${#picture_of[@]}"
 
-# Another place. What is stored is the window with the frame that the window manager puts round it.
+# Moves the window. The stored place includes the frame of the window manager.
 xdotool windowsize "$window" 901 613 windowmove "$window" 77 91
 extents=$(xprop -id "$window" _NET_FRAME_EXTENTS)
 IFS=', ' read -r left right top bottom <<<"${extents#*= }"
@@ -97,35 +97,35 @@ find_view "$page"
 await_page 0 0 "a smaller window"
 inches=$(status_bar)
 quit_program
-want "place not stored" setting "MainFrame=$place"
-want "state not stored" setting "Maximize%20MainFrame=0"
+want "the place is not stored" setting "MainFrame=$place"
+want "the state is not stored" setting "Maximize%20MainFrame=0"
 
 open_page "$page" "Plate 7"
-await "the place does not come back" frame_is "$place"
-want "maximized by itself" normal
+await "the place is not restored" frame_is "$place"
+want "the window is maximized without a request" normal
 find_view "$page"
-await "the unit does not come back" same_status_bar "$inches"
+await "the unit is not restored" same_status_bar "$inches"
 
-# Maximized and back, within a run and from one to the next. The normal place stays what it was.
+# Maximizes and restores the window, in one run and across runs. The normal place is unchanged.
 toggle_maximized
-await "not maximized" maximized
+await "the window is not maximized" maximized
 find_view "$page"
 quit_program
-want "place lost by maximizing" setting "MainFrame=$place"
-want "state not stored" setting "Maximize%20MainFrame=1"
+want "maximizing has changed the stored place" setting "MainFrame=$place"
+want "the state is not stored" setting "Maximize%20MainFrame=1"
 
 open_page "$page" "Plate 7"
-await "not maximized again" maximized
+await "the window is not maximized again" maximized
 find_view "$page"
-want "maximized view too small" test "$view_width" -ge $((1280 - bar_room))
+want "the maximized view is too small" test "$view_width" -ge $((1280 - bar_room))
 toggle_maximized
-await "still maximized" normal
-await "the normal place does not come back" frame_is "$place"
+await "the window is still maximized" normal
+await "the normal place is not restored" frame_is "$place"
 find_view "$page"
 xdotool windowmove "$window" 137 61
 place="$((137 - left)) $((61 - top)) $((137 + 901 + right)) $((61 + 613 + bottom))"
 await "the window does not move" frame_is "$place"
 quit_program
-want "place not stored" setting "MainFrame=$place"
-want "state not stored" setting "Maximize%20MainFrame=0"
-want "unit lost" setting "Units=0"
+want "the place is not stored" setting "MainFrame=$place"
+want "the state is not stored" setting "Maximize%20MainFrame=0"
+want "the unit is not stored at the end" setting "Units=0"

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# The program on Wayland: a compositor whose screen is a window on the private display, so that it has a real
-# keyboard and pointer. One page pixel is one pixel of that screen at the scales 1 and 2.
+# The program on Wayland. The screen of the compositor is a window on the private display, which gives it a
+# keyboard and a pointer. One page pixel is one pixel of that screen at the scales 1 and 2.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
-# start_compositor SCALE: its screen has 1000 x 800 pixels; sets window, to that screen, and compositor_pid.
+# start_compositor SCALE: starts a compositor with a screen of 1000 x 800 pixels. Sets window, to that screen,
+# and compositor_pid.
 start_compositor()
 {
   weston --backend=x11-backend.so --use-pixman --width=$((1000 / $1)) --height=$((800 / $1)) --scale="$1" \
@@ -21,13 +22,14 @@ compositor_ready()
   xdotool windowactivate "$window"
   [[ $(xdotool getactivewindow) == "$window" && $(panel_colours) -gt 20 ]]
 }
-panel_colours() { import -silent -window "$window" -crop 1000x32+0+0 -format %k info:-; } # its clock has many
+# The clock in the panel has many colours. They show that the compositor is ready.
+panel_colours() { import -silent -window "$window" -crop 1000x32+0+0 -format %k info:-; }
 
-# The pointer is part of the picture: it goes to the status bar. The compositor counts by how far it moves, and not
-# always from where it is, but stops it at the edges.
+# Moves the pointer to the status bar, because it is part of the picture. The compositor uses relative moves,
+# not always from the true position, but the pointer stops at the edges.
 park_pointer() { xdotool mousemove --window "$window" 5 5 mousemove --window "$window" 995 795; }
 
-# The view is as wide as the screen but for a scroll bar, and below it are a scroll bar and the status bar.
+# True if only a scroll bar is beside the view, and only a scroll bar and the status bar are below it.
 fills_screen()
 {
   local below
@@ -63,7 +65,7 @@ for scale in 1 2; do
   xdotool key Home ctrl+Home
   await_page 0 0 "the way back at $scale"
   want "a renderer is loaded" test -z "$(grep -E 'wayland-egl|LLVM' "/proc/$program_pid/maps")"
-  # The compositor opens no menu whose key has been released by the time that the program asks for it.
+  # The compositor opens a menu only if its key is still down when the program requests it.
   xdotool keydown alt keydown f
   await "no menu opens at $scale" covers_page 0 0
   xdotool keyup f keyup alt
