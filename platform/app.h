@@ -44,12 +44,12 @@ public:
     // Each returns default_value if the value does not exist or cannot be read.
     int GetProfileInt(const char* section, const char* key, int default_value) const;
     CString GetProfileString(const char* section, const char* key, const CString& default_value = {}) const;
-    // Each returns false if the value could not be stored. The user is not told.
+    // Each returns false if the value could not be stored. No message is shown.
     bool WriteProfileInt(const char* section, const char* key, int value);
     bool WriteProfileString(const char* section, const char* key, const CString& value);
 
     // The list of recent files, the newest first. LoadStdProfileSettings reads up to recent_files of them,
-    // and the list never becomes longer. AddToRecentFileList moves a name to the front.
+    // and the list never becomes longer. AddToRecentFileList puts a file at the front, with its full path.
     void LoadStdProfileSettings(int recent_files);
     void AddToRecentFileList(const CString& name);
     const std::vector<CString>& GetRecentFiles() const { return m_recent; }
@@ -59,7 +59,7 @@ public:
     void OnAppExit();       // closes the main window
     void LeaveMainWindow(); // called after the main window is destroyed: ends the message loop
 
-    CWnd* m_pMainWnd = nullptr;
+    CWnd* m_pMainWnd = nullptr;     // null before it is made and after it is destroyed
     CString m_lpCmdLine;            // the command line after the program's name
     int m_nCmdShow = SW_SHOWNORMAL; // how the main window is shown first
 

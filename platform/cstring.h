@@ -17,24 +17,25 @@ public:
     bool IsEmpty() const { return View().empty(); }
     void Empty() { m_text.reset(); }
     int GetLength() const { return static_cast<int>(View().size()); } // bytes
+    // index: 0 to GetLength() - 1, not checked.
     char operator[](int index) const { return View()[static_cast<size_t>(index)]; }
 
     const char* c_str() const { return m_text ? m_text->c_str() : ""; }
     std::string_view View() const { return m_text ? std::string_view{*m_text} : std::string_view{}; }
 
-    // The first or last `count` bytes, or the bytes from offset `first` on. Numbers out of range are clamped.
+    // Return the first or last `count` bytes, or the bytes from `first` on. Numbers out of range are clamped.
     CString Left(int count) const;
     CString Right(int count) const;
     CString Mid(int first) const;
-    int Find(char wanted) const;                // index, or -1
-    int ReverseFind(char wanted) const;         // index of the last one, or -1
+    int Find(char wanted) const;                // index of the first such byte, or -1
+    int ReverseFind(char wanted) const;         // index of the last such byte, or -1
     int FindOneOf(std::string_view set) const;  // index of the first byte that is in the set, or -1
     int FindLastOf(std::string_view set) const; // index of the last byte that is in the set, or -1
     // Compares without regard to the case of ASCII letters. Returns a negative number, 0 or a positive
     // number.
     int CompareNoCase(std::string_view other) const;
 
-    // Replaces the text by what printf would write.
+    // Replaces the text by the output of printf for these arguments.
     void Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
     CString& operator+=(std::string_view text);
@@ -58,7 +59,8 @@ struct NamedText {
     CString value;
 };
 
-// The order of names in lists: by name, ignoring the case of ASCII letters; if equal, by bytes.
+// Returns true if `name` is before `other` in lists. Names are sorted without regard to the case of ASCII
+// letters, and equal ones by bytes.
 bool ComesBefore(std::string_view name, std::string_view other);
 
 // Returns any text as one line of valid UTF-8 for the screen. Control characters and line ends become blanks.

@@ -132,22 +132,24 @@ public:
     bool CreateOnPixels(PixelBuffer* pixels);
 
     bool IsPrinting() const;
-    // Returns 0 for an unknown index, and without a target.
+    // index is a DeviceCap: the size of the device in pixels, or its pixels per inch. Returns 0 if the device
+    // does not know it, and without a target.
     int GetDeviceCaps(int index) const;
     void SetViewportOrg(int x, int y) { m_origin = {x, y}; }
     // Sets *box to the clip box, in logical coordinates. Returns ERRORREGION and an empty box without a
     // target.
     RegionKind GetClipBox(CRect* box) const;
 
-    // Each Select and Set call returns the previous value. Selected objects are borrowed. A device context
-    // always has a palette.
+    // Each Select and Set call returns the previous value. Selected objects are borrowed. The palette and the
+    // stretch mode do not change what is drawn.
     CBitmap* SelectObject(CBitmap* bitmap);                      // null: no bitmap
     CPalette* SelectPalette(CPalette* palette, bool background); // null without a target
     UINT RealizePalette(); // returns the number of changed colours, which is 0 on true-colour devices
     int SetStretchBltMode(int mode);
 
     // Draws a part of the bitmap that is selected into the memory context `source`, without scaling and
-    // clipped to the edges of the bitmap. Returns false if nothing can be drawn.
+    // clipped to the right and bottom edge of the bitmap. NOTSRCCOPY inverts the colours. Returns false if
+    // nothing can be drawn.
     bool BitBlt(int x, int y, int width, int height, const CDC& source, int source_x, int source_y,
                 UINT operation);
 

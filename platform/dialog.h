@@ -29,7 +29,7 @@ class CDataExchange
 public:
     CDataExchange(CDialog* dialog, bool save) : m_pDlgWnd(dialog), m_bSaveAndValidate(save) {}
 
-    // Shows the message, then moves the focus to the control. The dialog stays open.
+    // Makes the exchange fail: shows the message and moves the focus to the control. The dialog stays open.
     void Fail(UINT id, const CString& message);
     bool HasFailed() const { return m_failed; }
 
@@ -55,7 +55,8 @@ public:
     // that EndDialog received. Returns -1 if there is no such template or no application to show it, or if
     // the dialog is open already.
     int DoModal();
-    void EndDialog(int result);    // while the dialog is open, also from OnInitDialog
+    // DoModal will return `result`. No effect unless the dialog is open. OnInitDialog may call it.
+    void EndDialog(int result);
     bool DestroyWindow() override; // ends the dialog as cancelled; false if it is not open
 
     // Copies the values to the controls, or with `save` the controls to the values. Returns false if the
@@ -84,8 +85,9 @@ protected:
     // Called before the dialog is shown. Returns true to focus the first control, false if it has set the
     // focus itself.
     virtual bool OnInitDialog();
-    virtual void OnOK();
-    virtual void OnCancel();
+    virtual void OnOK();     // copies the controls to the values; if they are valid, ends with IDOK
+    virtual void OnCancel(); // ends with IDCANCEL
+    // Called by UpdateData: calls a DDX function for each value.
     virtual void DoDataExchange(CDataExchange* exchange);
     virtual bool OnWork(); // a step of the work; returns false after the last step
 
@@ -125,7 +127,7 @@ public:
     void SetCurSel(int index);
 };
 
-// Each exchanges one control with one value, and does nothing after a failure.
+// Each DDX function exchanges one control with one value, and does nothing after a failure.
 void DDX_Check(CDataExchange* exchange, UINT id, bool& value);
 void DDX_Text(CDataExchange* exchange, UINT id, CString& value);
 // Exchanges an integer. If the field does not hold an integer from minimum to maximum, shows a message with

@@ -42,7 +42,7 @@ public:
         modeNoTruncate = 0x2000, // with modeCreate: keeps the content of an existing file
     };
 
-    CFile(const CString& path, UINT flags); // the position is 0
+    CFile(const CString& path, UINT flags); // opens the file at position 0
     CFile(const CFile&) = delete;
     CFile& operator=(const CFile&) = delete;
     ~CFile(); // closes the file and ignores a failure
@@ -52,14 +52,14 @@ public:
     void Write(const void* buffer, uint32_t bytes);
     void Close();
 
-    // Bytes from the position to the end of the file; -1 if the file has no known size.
+    // Returns the number of bytes from the position to the end of the file; -1 if the file has no known size.
     int64_t BytesLeft() const;
 
 private:
     int m_file = -1; // -1 after Close
 };
 
-// ---- Transfers over handles ------------------------------------------------------------------------------
+// ---- Transfers with handles ------------------------------------------------------------------------------
 
 using HANDLE = int; // a file descriptor
 
@@ -69,9 +69,9 @@ constexpr int32_t kIoPending = 997; // last error of a transfer that is not comp
 // transfer is complete.
 struct OVERLAPPED {
     char* buffer = nullptr; // the part that is still to be transferred
-    uint32_t bytes = 0;
-    uint32_t done = 0;
-    bool writes = false;
+    uint32_t bytes = 0;     // size of that part
+    uint32_t done = 0;      // bytes transferred so far
+    bool writes = false;    // begun by WriteFile
 };
 
 // The functions below. A test may replace them.
@@ -100,5 +100,5 @@ bool WriteFile(HANDLE handle, const void* buffer, uint32_t bytes, uint32_t* done
 // with kIoPending if it is not complete.
 bool GetOverlappedResult(HANDLE handle, OVERLAPPED* overlapped, uint32_t* done, bool wait);
 int32_t GetLastError(); // of the last failed transfer: errno, or kIoPending
-// Bytes from the position to the end of a regular file; -1 if this is not known.
+// Returns the number of bytes from the position to the end of a regular file; -1 if this is not known.
 int64_t BytesLeft(HANDLE handle);

@@ -107,10 +107,10 @@ public:
     CStatusBar();
     ~CStatusBar() override;
 
-    // Makes the bar in a frame. Returns false if `parent` has no window.
+    // Makes the bar in a frame. style and id have no effect. Returns false if `parent` has no window.
     bool Create(CFrameWnd* parent, uint32_t style = WS_CHILD | WS_VISIBLE | CBRS_BOTTOM, UINT id = 59393);
-    // Makes one pane for each number. Pane 0 is the message pane, which takes the free width. The others are
-    // as wide as their string resource. Returns false if the bar has no window.
+    // Makes one pane for each number. ID_SEPARATOR is the message pane, which takes the free width. The
+    // others are as wide as their string resource. Returns false if the bar has no window.
     bool SetIndicators(std::span<const UINT> ids);
     bool SetPaneText(int index, const CString& text); // shown at once; false if there is no such pane
     CString GetPaneText(int index) const;

@@ -1,4 +1,4 @@
-// How much memory this process may still take.
+// The memory that this process can still allocate.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,8 @@ struct FreeMemory {
     uint64_t page_file = 0; // swap space
 };
 
-// root is put before /proc and /sys, for tests. A file that is missing or has no number is ignored. Without
-// /proc/meminfo both figures are 0.
+// Reads the figures from the kernel's files. Tests set `root`, a directory that is put before /proc and /sys.
+// A file that is missing or has no number is ignored. Without /proc/meminfo both figures are 0.
 FreeMemory ReadFreeMemory(std::string_view root = {});
 
 // The same as two figures whose sum fits 32 bits unsigned.

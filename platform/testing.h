@@ -83,9 +83,8 @@ void LoseFileDialogPart(int number);
 bool IsFileDialogPartLost();                           // false if the dialog looked for fewer parts
 void ChooseFilter(CFileDialog& dialog, int index);     // from 1
 void ClickFileButton(CFileDialog& dialog, int result); // IDOK or IDCANCEL
-std::vector<CString>
 // Returns the title, then the filters, with "> " before the selected one.
-DescribeFileDialog(CFileDialog& dialog);
+std::vector<CString> DescribeFileDialog(CFileDialog& dialog);
 
 // A copy of a window's client pixels as they would be shown: `height` rows of `width` pixels.
 struct GrabbedPixels {
@@ -116,10 +115,10 @@ void ClickXButton(CWnd& window, CPoint point, XButton button, int times = 1);
 // that scroll by pixels.
 void TurnWheel(CWnd& window, int angle_x, int angle_y, bool shift = false, CPoint pixels = {});
 void DropFiles(CWnd& window, const std::vector<CString>& paths);
-void CloseFrame(CWnd& frame);                // like its title bar
+void CloseFrame(CWnd& frame);                // like the button in its title bar
 void ResizeFrame(CWnd& frame, CSize client); // client: the inside of the frame, with menu and bars
 void UncoverFrame(CWnd& frame);              // as if a window in front of it was removed
-void ActivateByUser(CWnd& frame);            // like the window manager
+void ActivateByUser(CWnd& frame);            // and waits until it is active
 
 // Returns the menu of a frame as it is shown, one line per entry: "View/&Next Page\tCtrl+Alt+N [disabled]".
 std::vector<CString> DescribeMenu(CFrameWnd& frame);

@@ -68,11 +68,13 @@ public:
     // of a timer waits, and none is posted while a box is open. A second call with the same number replaces
     // the interval.
     void SetTimer(UINT id, UINT milliseconds);
-    void KillTimer(UINT id);
+    void KillTimer(UINT id); // also drops a WM_TIMER that waits
 
     // Destroys the window and its child windows. Returns false if there is none, or if it is being destroyed.
     virtual bool DestroyWindow();
 
+    // Client coordinates are device pixels from (0, 0). `erase` has no effect: a paint fills the pixels that
+    // it does not draw.
     CRect GetClientRect() const;
     void Invalidate(bool erase = true);
     void InvalidateRect(const CRect& rect, bool erase = true);
@@ -85,23 +87,25 @@ public:
     int SetScrollPos(int bar, int position, bool redraw = true);
     int GetScrollPos(int bar) const;
 
+    // No effect: the messages of a pressed pointer always reach the window in which it was pressed.
     void SetCapture();
     static void ReleaseCapture();
 
+    // The text is the title of a frame, or the text of a control.
     void SetWindowText(const CString& text);
     CString GetWindowText() const;
     void SetAccessibleName(const CString& name);
 
-    bool ShowWindow(int command);
-    bool IsIconic() const;
-    bool IsZoomed() const;
+    bool ShowWindow(int command); // command: a ShowCommand; returns true if the window was visible before
+    bool IsIconic() const;        // minimised
+    bool IsZoomed() const;        // maximised
     bool IsWindowVisible() const;
     void BringWindowToTop();
     void MoveWindow(const CRect& rect, bool repaint = true); // rect: of the frame, in device pixels
     WindowPlacement GetWindowPlacement() const;
-    void DragAcceptFiles(bool accept);
+    void DragAcceptFiles(bool accept); // dropped files arrive as WM_DROPFILES
 
-    CFrameWnd* GetParentFrame() const;
+    CFrameWnd* GetParentFrame() const; // the nearest frame that contains the window, or null
     CWnd* GetParent() const;
 
     WindowPeer* Peer() const { return m_peer.get(); }
@@ -113,11 +117,12 @@ protected:
     static const MessageMap messages;
     const MessageMap& GetMessageMap() const override { return messages; }
 
-    virtual bool PreCreateWindow(CREATESTRUCT& cs);
+    virtual bool PreCreateWindow(CREATESTRUCT& cs); // returns false to refuse
+    // Calls the handler in the message map, else DefWindowProc.
     virtual LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam);
     virtual LRESULT DefWindowProc(UINT message, WPARAM wParam, LPARAM lParam);
-    virtual bool OnCommandMessage(UINT command);
-    virtual void DestroyChildren();
+    virtual bool OnCommandMessage(UINT command); // runs a command; returns true if a handler took it
+    virtual void DestroyChildren();              // called after WM_DESTROY
     virtual void PostNcDestroy();
     // Calls the default handling for the current message.
     LRESULT Default();

@@ -151,7 +151,7 @@ void LongWork::Look()
 bool LongWork::eventFilter(QObject* receiver, QEvent* event)
 {
     switch (static_cast<int>(event->type())) {
-    case QEvent::ShortcutOverride: // asks who wants a key before it becomes a shortcut
+    case QEvent::ShortcutOverride: // asks the receiver whether the key is for it and not a shortcut
         event->setAccepted(IsEscape(event));
         return event->isAccepted();
     case QEvent::KeyPress: m_interrupted = m_interrupted || IsEscape(event); break;

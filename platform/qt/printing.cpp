@@ -283,7 +283,7 @@ QString PdfName(const QString& label)
     name = name.trimmed();
     while (name.toUtf8().size() > kMostBytes - suffix.size())
         name.chop(name.back().isLowSurrogate() ? 2 : 1);
-    if (name.startsWith(u'.')) // would be hidden
+    if (name.startsWith(u'.')) // else the file would be hidden
         name.front() = u'_';
     return (name.isEmpty() ? QStringLiteral("print") : name) + suffix;
 }

@@ -103,7 +103,7 @@ void Queue::AddDirty(ViewWidget* view)
 void Queue::PaintNow(ViewWidget* view)
 {
     if (m_modal > 0)
-        return; // stays invalid
+        return; // the window stays invalid until then
     std::erase(m_dirty, view);
     view->Paint(m_turn);
 }

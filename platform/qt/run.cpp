@@ -234,7 +234,7 @@ int RunApplication(CWinApp& app, const char* program_name, const CString& comman
         QApplication::exec();
         g_loop_running = false;
     }
-    if (CWnd* main = app.m_pMainWnd) // the loop was ended from outside
+    if (CWnd* main = app.m_pMainWnd) // the loop has ended without closing it
         main->SendMessage(WM_CLOSE);
     return app.ExitInstance();
 }
