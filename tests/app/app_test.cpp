@@ -398,7 +398,7 @@ TEST_F(App, OpenShowsAndMarksAPageAndRemembersItsDirectory)
     EXPECT_EQ(marks.Marked(), (Texts{pages[0].c_str(), pages[1].c_str(), pages[2].c_str()}));
 }
 
-TEST_F(App, PrintsOnePageThroughTheViewsOwnDrawing)
+TEST_F(App, PrintsOnePageWithTheDrawingOfTheView)
 {
     StartWithPage(600, 500);
     view->ScrollToPosition({70, 60});

@@ -13,7 +13,7 @@ struct ReadOutCase {
     const char* distance;
 };
 
-TEST(ReadOut, IsInTheUnitOfEachResolution)
+TEST(ReadOut, ConvertsByTheUnitAndTheResolution)
 {
     const ReadOutCase cases[] = {
         {kInches, "left=1.50 top=0.30", "width=7.50 depth=18.50", "x=1.50 y=0.30", "dx=-0.25 dy=0.60 d=0.65"},
@@ -45,7 +45,7 @@ TEST(ReadOut, IsInTheUnitOfEachResolution)
     EXPECT_EQ(FormatResolution(1200, 600), "Res  X=1200 Y=600");
 }
 
-TEST(Notes, AreJoinedWithoutTheEmptyOnes)
+TEST(Notes, AreJoinedWithoutEmptyNotes)
 {
     EXPECT_EQ(JoinNotes({}), "");
     EXPECT_EQ(JoinNotes({"", ""}), "");
@@ -53,7 +53,7 @@ TEST(Notes, AreJoinedWithoutTheEmptyOnes)
     EXPECT_EQ(JoinNotes({"damaged from line 7", "", "x=1 y=2"}), "damaged from line 7, x=1 y=2");
 }
 
-TEST(Placement, IsFourNumbersOfARectangle)
+TEST(Placement, IsReadFromFourNumbers)
 {
     const std::optional<CRect> none;
     const struct {

@@ -27,7 +27,7 @@ namespace
 size_t g_largest_array = SIZE_MAX; // in bytes; the allocation of a larger array fails
 size_t g_array_seen = 0;           // the largest array requested so far
 
-std::string g_appears;        // after stat has not found this file, it exists, as if made by another program
+std::string g_appears;        // stat makes this file after it has not found it, as another program could do
 bool g_takes_nothing = false; // every write returns 0
 } // namespace
 
@@ -247,7 +247,7 @@ TEST(PageHeader, WritesByEveryRoute)
         EXPECT_EQ(header.WriteToPath(path, pad), 0);
         EXPECT_EQ(content(), want + std::string(9999 - want.size(), 'x'));
         unlink(path.c_str());
-        g_appears = path; // between the two opens
+        g_appears = path; // the file appears between the two opens
         EXPECT_EQ(header.WriteToPath(path, pad), 0);
         g_appears.clear();
         EXPECT_EQ(content(), want + std::string(9999 - want.size(), 'x'));

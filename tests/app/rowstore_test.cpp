@@ -54,7 +54,7 @@ struct WindowCase {
     std::vector<Request> before;
     Request request;
     int32_t window_first, last_row;
-    int64_t reads, rewinds; // of the request alone
+    int64_t reads, rewinds; // of the request only
 };
 
 TEST(RowWindow, SlidesOverThePage)

@@ -1,5 +1,4 @@
-// The reduced picture. Its values are compared with a count of every pixel. Also tests its batches and every
-// early end.
+// The reduced picture: its values, which are compared with a count of every pixel, its batches, and failures.
 #include "app/lumentadoc.h"
 #include "app/scaleddib.h"
 #include "platform/testing.h"
@@ -97,7 +96,7 @@ TEST(ScaledBitmap, AddRowsSkipsRowsThatItHasSeen)
     std::vector<uint8_t> rows(64 * 8, 0xff);
     EXPECT_EQ(bitmap.AddRows(rows.data(), 1, 40, 8), 0) << "row 0 is missing";
     EXPECT_EQ(bitmap.AddRows(rows.data(), 0, 17, 8), 2);
-    EXPECT_EQ(bitmap.AddRows(rows.data(), 0, 17, 8), 0) << "all seen";
+    EXPECT_EQ(bitmap.AddRows(rows.data(), 0, 17, 8), 0) << "all rows were seen before";
     EXPECT_EQ(bitmap.AddRows(rows.data(), 10, 14, 8), 1) << "rows 17 to 23 are new";
     EXPECT_EQ(bitmap.m_nLastSource, 23);
     bitmap.FinishScaling();
@@ -130,7 +129,7 @@ TEST(ScaledBitmap, ARefusedLineEndsTheReduction)
     bitmap.m_nHeight = 5; // the engine makes more lines than the picture has
     bitmap.m_nRowsDone = -9;
     const std::vector<uint8_t> rows(size_t{64} * 28);
-    EXPECT_EQ(bitmap.AddRows(rows.data(), 8, 64, 28), 4) << "lines 1 to 4";
+    EXPECT_EQ(bitmap.AddRows(rows.data(), 8, 64, 28), 4) << "only lines 1 to 4 are accepted";
     EXPECT_EQ(boxes.Take(), Texts{"Scaling failed"});
     document.ScaleNextLines();
     EXPECT_EQ(boxes.Take(), Texts{"Scaling failed"});
@@ -138,7 +137,7 @@ TEST(ScaledBitmap, ARefusedLineEndsTheReduction)
     EXPECT_EQ(bitmap.m_pEngine, nullptr);
     CObject other;
     const uint8_t line[8]{};
-    EXPECT_EQ(row_sink(0, 8, line, &other), 0) << "no picture";
+    EXPECT_EQ(row_sink(0, 8, line, &other), 0) << "the object is no picture";
     EXPECT_EQ(row_sink(0, 8, line, nullptr), 0);
 }
 

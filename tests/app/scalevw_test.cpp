@@ -219,7 +219,7 @@ TEST_F(ScaledWindow, GrowsInBatchesAndStopsOnEscape)
     EXPECT_FALSE(scaled->m_bStop) << "the paint has cleared it";
     EXPECT_EQ(PictureDiffers(*scaled, Lines()), "");
 
-    // Other paints while a batch is pending start no second chain of batches. Escape would not stop that.
+    // Other paints while a batch is pending start no second chain of batches, which Escape would not stop.
     const int stopped = Lines();
     for (int i = 0; i < 3; ++i) {
         scaled->Invalidate();
@@ -328,7 +328,7 @@ TEST_F(ScaledWindow, EachBatchPaintsOnceAndNeverThePageView)
 
 TEST_F(ScaledWindow, AClickMovesThePageViewWhileTheButtonIsDown)
 {
-    StartWithPage(3200, 2400); // 1/8
+    StartWithPage(3200, 2400); // shown at 1/8
     CScaleView* const scaled = Open();
     ASSERT_TRUE(PumpUntilIdle());
     const CRect client = view->GetClientRect();
@@ -361,7 +361,7 @@ TEST_F(ScaledWindow, AClickMovesThePageViewWhileTheButtonIsDown)
 
 TEST_F(ScaledWindow, TheFrameFollowsThePageViewAndCopiesOnlyItsEdges)
 {
-    StartWithPage(3200, 2400); // 1/8
+    StartWithPage(3200, 2400); // shown at 1/8
     CScaleView* const scaled = Open();
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(PictureDiffers(*scaled), "");
@@ -429,7 +429,7 @@ TEST_F(ScaledWindow, TheFrameFollowsThePageViewAndCopiesOnlyItsEdges)
 
 TEST_F(ScaledWindow, ADragInAFullyVisiblePictureMovesThePage)
 {
-    StartWithPage(3200, 2400); // 1/8
+    StartWithPage(3200, 2400); // shown at 1/8
     CScaleView* const scaled = Open();
     ASSERT_TRUE(PumpUntilIdle());
     const CRect client = view->GetClientRect();
@@ -471,7 +471,7 @@ TEST_F(ScaledWindow, ClosesWithItsPageAndWithTheProgram)
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(PictureDiffers(*scaled), "");
     app->OpenDocumentFile(scratch.File("nowhere.tif"));
-    EXPECT_EQ(view->m_pScaleFrame, nullptr) << "no page, no window";
+    EXPECT_EQ(view->m_pScaleFrame, nullptr) << "without a page there is no window";
     EXPECT_EQ(boxes.Take(), Texts{scratch.File("nowhere.tif") + ": Open failed"});
     EXPECT_TRUE(MenuHas("&View/&Scaled Page\tCtrl+Alt+S [disabled]"));
     app->OpenDocumentFile(second);

@@ -1,4 +1,4 @@
-// The few functions of the tests that need Qt.
+// Functions for tests that need Qt itself. Only qt_support.cpp includes it.
 #pragma once
 
 #include "platform/types.h"
