@@ -124,7 +124,7 @@ CDocument* CSingleDocTemplate::OpenDocumentFile(const CString* path)
         for (CView* view : m_document->GetViews())
             if (m_document->HasView(view))
                 view->OnInitialUpdate();
-    if (frame && !frame->IsWindowVisible()) // also if the document refused: else no window would be left
+    if (frame && !frame->IsWindowVisible()) // even if the document refused: there is no other window
         frame->ActivateFrame(AfxGetApp() ? AfxGetApp()->m_nCmdShow : SW_SHOWNORMAL);
     return good ? m_document : nullptr;
 }

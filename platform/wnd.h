@@ -110,7 +110,7 @@ public:
 
     WindowPeer* Peer() const { return m_peer.get(); }
 
-    // Deletes an object that owns itself as soon as no message is being handled.
+    // Deletes an object that owns itself: at once, or after the messages that are being handled.
     static void DeleteLater(CObject* object);
 
 protected:

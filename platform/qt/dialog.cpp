@@ -164,7 +164,7 @@ NameList::NameList(QWidget* parent) : QListView(parent), m_model(new NameModel(t
     setItemDelegate(new NameDelegate(this));
     setSelectionMode(QAbstractItemView::ExtendedSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
-    setUniformItemSizes(true); // else Qt measures each entry
+    setUniformItemSizes(true); // otherwise Qt measures each entry
     setTextElideMode(Qt::ElideMiddle);
     setTabKeyNavigation(false);
     connect(this, &QAbstractItemView::doubleClicked, this, [this] {

@@ -43,7 +43,7 @@ bool IsThisHost(const QString& host)
 // Returns the number of logical units that cover the device pixels.
 int CoveringUnits(int64_t device_pixels, double ratio)
 {
-    // A whole number of units, multiplied by the ratio and rounded, must return to the same number.
+    // A whole number of units, multiplied by the ratio and rounded, must convert back to itself.
     constexpr double kRounding = 0.5;
     return static_cast<int>(std::ceil((static_cast<double>(device_pixels) - kRounding) / ratio));
 }
@@ -563,7 +563,7 @@ bool CStatusBar::SetIndicators(std::span<const UINT> ids)
             label->setFrameStyle(QFrame::Panel | QFrame::Sunken);
             label->setMargin(2);
             label->setText(ToQString(AfxGetApp()->LoadString(id)));
-            // In both directions. Else a new text would cause a new layout and paint of the whole bar.
+            // In both directions. Otherwise a new text would cause a new layout and paint of the whole bar.
             label->setFixedSize(label->sizeHint() + QSize(label->fontMetrics().averageCharWidth(), 0));
             bar->addPermanentWidget(label);
         }

@@ -259,18 +259,18 @@ private:
     ViewWidget* View() const; // null if there is none
 
     CFrameWnd* m_owner;
-    QTimer m_settle;
+    QTimer m_settle;      // matches place and state after the last of several events
     CSize m_wantedClient; // in device pixels; reset after the shown size is checked
     CRect m_wanted;       // rectangle of the frame that is not matched yet; empty: nothing to match
     CRect m_normal;       // rectangle of the frame when neither maximised nor minimised
     std::vector<QShortcut*> m_fullScreenKeys;
-    bool m_fullScreen = false;   // as requested, or as the window manager has decided
-    bool m_wasMaximized = false; // before the full screen
-    bool m_restoring = false;    // leaving the full screen; the state is not final yet
-    int m_restates = 0;          // how often the state may be requested again
-    bool m_active = false;       // as last reported to the frame by WM_ACTIVATE
-    bool m_placing = false;      // shown, but not matched to its place yet
-    bool m_placeAtExpose = false;
+    bool m_fullScreen = false;    // as requested, or as the window manager has decided
+    bool m_wasMaximized = false;  // before the full screen
+    bool m_restoring = false;     // leaving the full screen; the state is not final yet
+    int m_restates = 0;           // how often the state may be requested again
+    bool m_active = false;        // as last reported to the frame by WM_ACTIVATE
+    bool m_placing = false;       // shown, but not matched to its place yet
+    bool m_placeAtExpose = false; // the next expose event matches the place
 };
 
 class FramePeer final : public WindowPeer

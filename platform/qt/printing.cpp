@@ -57,7 +57,7 @@ public:
     PrinterTarget(QPrinter* printer, QPainter* painter, bool preview, Print* result)
         : m_printer(printer), m_painter(painter), m_preview(preview), m_result(*result)
     {
-        // Else images of 8 bits would become JPEG.
+        // Otherwise images of 8 bits would become JPEG.
         m_painter->setRenderHint(QPainter::LosslessImageRendering);
     }
 
@@ -109,8 +109,8 @@ public:
         const int lines = source.Height();
         if (source.Width() > kWidestImage)
             return Fail();
-        // Each band except the last overlaps the next band, which covers the overlap. Else paper would show
-        // between bands in a viewer that smooths the edges of an image.
+        // Each band except the last overlaps the next band, which covers the overlap. Otherwise paper would
+        // show between bands in a viewer that smooths the edges of an image.
         const int64_t most = BandBytes(kGreyBytes) / (kGreyPixelBytes * source.Width());
         const int64_t pixel = (lines - 1) / dest.Height() + 1;
         const int64_t overlap =
@@ -283,7 +283,7 @@ QString PdfName(const QString& label)
     name = name.trimmed();
     while (name.toUtf8().size() > kMostBytes - suffix.size())
         name.chop(name.back().isLowSurrogate() ? 2 : 1);
-    if (name.startsWith(u'.')) // else the file would be hidden
+    if (name.startsWith(u'.')) // otherwise the file would be hidden
         name.front() = u'_';
     return (name.isEmpty() ? QStringLiteral("print") : name) + suffix;
 }

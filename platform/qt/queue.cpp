@@ -142,7 +142,7 @@ void Queue::Forget(const ViewWidget* view)
 
 void Queue::EnterModal()
 {
-    ShowGathered(); // Qt serves exposed windows from its own copy
+    ShowGathered(); // meanwhile Qt shows exposed windows from its own copy
     UpdateStatusPanes();
     ++m_modal;
 }

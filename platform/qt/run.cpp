@@ -57,7 +57,7 @@ std::vector<QtMessage> g_held;
     _exit(EXIT_FAILURE); // destructors would fail on an incomplete application object
 }
 
-// Qt warns that windows are drawn into shared memory. RunApplication requests this.
+// Returns true for Qt's warning that windows are drawn into shared memory. RunApplication has chosen this.
 bool IsAboutBufferIntegration(const QMessageLogContext& context, const QString& text)
 {
     return context.category && qstrcmp(context.category, "qt.qpa.wayland") == 0 &&
@@ -201,7 +201,7 @@ void CWinApp::QuitMessageLoop()
 
 void PrepareProcess()
 {
-    // Qt has set the user's locale. Displayed numbers have a decimal point everywhere.
+    // Qt has set the user's locale, but displayed numbers have a decimal point everywhere.
     std::setlocale(LC_NUMERIC, "C");
     // A temporary file beyond the limit for file sizes must fail, and not end the program.
     std::signal(SIGXFSZ, SIG_IGN);

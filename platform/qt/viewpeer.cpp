@@ -62,7 +62,7 @@ int ToDevicePixels(double logical, double ratio)
 
 namespace
 {
-// Assistive technology sees a view as a picture. The view's accessible name says which.
+// For assistive technology a view is a picture. The view's accessible name says what it shows.
 QAccessibleInterface* MakeAccessible(const QString&, QObject* object)
 {
     auto* const view = dynamic_cast<ViewWidget*>(object);
