@@ -1,5 +1,5 @@
-// The header's routes between text, files and record. The reading and the writing of text in a file each
-// stand once, with the transfer as an argument.
+// Converts the header between record and text, and reads and writes the text in files. All kinds of file
+// share ReadText and WriteText, whose arguments transfer the bytes.
 #include "app/pageheader.h"
 
 #include <algorithm>
@@ -9,13 +9,13 @@
 
 namespace
 {
-constexpr size_t kWorkSlack = 256; // behind HeaderSize in the buffer that a text is composed in
+constexpr size_t kWorkSlack = 256; // bytes after HeaderSize in the buffer for a text that is written
 
-// A HeaderSize is the file's own claim. The buffer for it is as large as the claim or as what the file still
-// has, whichever is less: the bytes that a larger one would hold besides are none of the file's, and end no
-// line. Where the claim itself is beyond all sense, this is where the text ends.
+// HeaderSize comes from the file and may be any number. At most this many bytes of a header are read. The
+// buffer for them is never larger than the rest of the file.
 constexpr uint32_t kLargestHeader = uint32_t{64} << 20;
 
+// Copies a text into a field, cut so that a 0 ends it. The rest of the field becomes 0. Null counts as empty.
 template <size_t N>
 void SetField(char (&field)[N], const char* text)
 {
@@ -30,7 +30,7 @@ CString FieldText(const char (&field)[N])
     return std::string_view{field, strnlen(field, N)};
 }
 
-// The file as it is, or a new one where there is none.
+// Opens an existing file, or creates it.
 CFile OpenForHeader(const CString& path)
 {
     try {
@@ -39,7 +39,7 @@ CFile OpenForHeader(const CString& path)
         if (failure.m_cause != CFileException::fileNotFound)
             throw;
     }
-    // Kept, even so: another program may have made it since.
+    // Not truncated, because another program may have created the file meanwhile.
     return CFile{path, CFile::modeCreate | CFile::modeNoTruncate | CFile::modeWrite | CFile::shareDenyNone};
 }
 } // namespace
@@ -71,7 +71,7 @@ int32_t PageHeader::ParseBuffer(const char* buffer, uint32_t size)
 {
     ErrorText.Empty();
     ErrorCode = 0;
-    HeaderSize = 0; // the routes fetch more only for a size that this text has
+    HeaderSize = 0; // so that ReadText reads more only if this text has a HeaderSize
     const char* message = nullptr;
     if (extractFaxHeader(buffer, size, this, &message) <= 0) {
         ErrorCode = kInvalidText;
@@ -94,7 +94,8 @@ int32_t PageHeader::FailWriting(int32_t code)
     return ErrorCode;
 }
 
-// read(buffer, bytes, &count) gives whether it could, and has set the error where it could not.
+// read(buffer, bytes, &count) returns whether it succeeded; if not, it has set the error. bytes_left()
+// returns the number of bytes from the position to the end, or -1 if it is unknown.
 template <class Read, class Left>
 int32_t PageHeader::ReadText(Read read, Left bytes_left)
 {
@@ -129,7 +130,7 @@ int32_t PageHeader::ReadFromHandle(HANDLE handle, OVERLAPPED* overlapped)
             },
             [&] { return BytesLeft(handle); });
     } catch (const std::bad_alloc&) {
-        return ErrorCode; // as it stood
+        return ErrorCode; // the error of the first bytes, which are no complete header
     }
 }
 
@@ -170,7 +171,8 @@ int32_t PageHeader::ReadFromPath(const CString& path)
     return ErrorCode;
 }
 
-// The bytes that are header, above 0; else the error is set.
+// Writes the text. Returns the number of bytes of the header, above 0. On failure sets the error and returns
+// 0 or less.
 int32_t PageHeader::Compose(char* buffer, uint32_t buffer_bytes, bool pad)
 {
     ErrorText.Empty();
@@ -190,7 +192,7 @@ int32_t PageHeader::WriteToBuffer(char* buffer, uint32_t buffer_bytes, bool pad)
     return ErrorCode;
 }
 
-// write(buffer, bytes) sets the error where it could not.
+// write(buffer, bytes) sets the error if it fails.
 template <class Write>
 int32_t PageHeader::WriteText(bool pad, Write write)
 {
@@ -282,7 +284,7 @@ CString PageHeader::GetMux() const
     return FieldText(Mux);
 }
 
-// A record may claim any number of them.
+// NumDestinations may be any number, because it may come from a file.
 int32_t PageHeader::DestinationsInUse() const
 {
     return std::clamp<int32_t>(NumDestinations, 0, FAXHEADER_DESTINATIONS);
@@ -335,7 +337,7 @@ int PageHeader::GetDestinationList(char* buffer, uint32_t buffer_bytes) const
     int32_t entry = 0;
     for (; entry < DestinationsInUse(); ++entry) {
         const size_t length = strlen(Destination[entry]);
-        if (length + written + 2 >= buffer_bytes) // its terminator, and the one that closes the list
+        if (length + written + 2 >= buffer_bytes) // 2: the bytes that end the entry and the list
             break;
         memcpy(buffer + written, Destination[entry], length + 1);
         written += length + 1;

@@ -1,4 +1,4 @@
-// A page file's header: the record with defaults, its text in memory and in files, and its text fields.
+// The header of a page file: reads and writes its text in memory and in files, and accesses its text fields.
 #pragma once
 
 #include "platform/cstring.h"
@@ -6,43 +6,50 @@
 
 #include <kesterlib/faxhdr.h>
 
-// Operations that read or write give ErrorCode, 0 for success, and leave the words of a failure in ErrorText.
-// None throws, and none shows anything to the user. The header stands at the start of a page file: the forms
-// with a path go there, those with an open file or handle work at its position.
+// The functions that read or write return ErrorCode, which is 0 after a success. A failure sets ErrorText to
+// a message. None of them shows anything to the user. Those that access a file do not throw.
+//
+// The header is at the start of a page file. The functions with a path work there. Those with an open file or
+// handle work at its current position.
 class PageHeader : public FAXHeader
 {
 public:
-    static constexpr int32_t kInvalidText = 0x20000057; // no header, or one that cannot be written
-    static constexpr int32_t kTooLarge = 0x2000007a;    // the text does not fit in HeaderSize
-    static constexpr int32_t kOutOfMemory = 8;          // ErrorText stays as it was
-    // Any other code is that of the system, of a file operation.
+    static constexpr int32_t kInvalidText = 0x20000057; // no header, or the buffer is below HeaderSize
+    static constexpr int32_t kTooLarge = 0x2000007a;    // the text to write is longer than HeaderSize
+    static constexpr int32_t kOutOfMemory = 8;          // memory is short; ErrorText is not set
+    // Any other code is the errno of a file operation.
 
     CString ErrorText;
     int32_t ErrorCode = 0;
 
     PageHeader(); // as after Reset
-    // Each text field is closed by its last byte, as the setters close it.
+    // Copies a record. Sets the last byte of each text field to 0, as the setters do.
     explicit PageHeader(const FAXHeader& header);
-    void Reset(); // version 3, HeaderSize 4096, all else 0 or empty
+    void Reset(); // sets version 3 and HeaderSize 4096; everything else is 0 or empty
 
-    // HeaderSize becomes 0 where the text does not get as far as that.
+    // Reads the header from a text of `size` bytes. If the text ends before its HeaderSize, HeaderSize
+    // becomes 0.
     int32_t ParseBuffer(const char* buffer, uint32_t size);
-    // At first 4096 bytes; only a header that says that it is longer and is not complete within them has the
-    // rest fetched too. A file that ends early is no failure by itself. `overlapped` may be null; a pending
-    // transfer is waited for.
+    // These functions first read 4096 bytes. If they hold no complete header, but a HeaderSize above 4096,
+    // the rest of the header is read too. A file that ends early is no error in itself.
+    //
+    // `overlapped` is needed for a handle that does not block, and may be null for others. The function waits
+    // for a pending transfer. If there is no memory for the rest, ReadFromHandle returns the error of the
+    // first 4096 bytes instead of kOutOfMemory.
     int32_t ReadFromHandle(HANDLE handle, OVERLAPPED* overlapped);
     int32_t ReadFromFile(CFile& file);
     int32_t ReadFromPath(const CString& path);
 
-    // With pad blanks fill the text up to HeaderSize; without, only the text is written.
+    // Writes the text. If `pad` is true, blanks follow up to HeaderSize. buffer_bytes must be at least
+    // HeaderSize.
     int32_t WriteToBuffer(char* buffer, uint32_t buffer_bytes, bool pad);
-    // A HeaderSize of 0 writes nothing, and that is a success.
+    // Write the text as WriteToBuffer does. If HeaderSize is 0, they write nothing and return 0.
     int32_t WriteToHandle(HANDLE handle, OVERLAPPED* overlapped, bool pad);
     int32_t WriteToFile(CFile& file, bool pad);
-    // Makes the file where there is none; one that is there keeps what lies behind the header.
+    // The same. Creates the file if it does not exist. An existing file keeps its contents after the header.
     int32_t WriteToPath(const CString& path, bool pad);
 
-    // Setters cut a text to its field.
+    // A setter cuts the text to the given number of bytes. Null counts as an empty text.
     void SetJobName(const char* text); // 31 bytes
     CString GetJobName() const;
     void SetCreator(const char* text); // 15 bytes
@@ -50,19 +57,21 @@ public:
     void SetMux(const char* text); // 32 bytes
     CString GetMux() const;
 
-    // 15 bytes each. Entries run from 0 to 63; one that cannot be set gives 0, else the result is 1.
-    int SetDestination(int32_t entry, const char* text); // raises NumDestinations so that it counts the entry
-    int AddDestination(const char* text);                // behind the last one
-    const char* GetDestination(int32_t entry) const;     // in the record; empty for one that is not in use
+    // A destination is a text of up to 15 bytes. Entries are numbered from 0 to 63. The two functions that
+    // set one return 1, or 0 if there is no such entry.
+    int SetDestination(int32_t entry, const char* text); // NumDestinations becomes at least entry + 1
+    int AddDestination(const char* text);                // sets the entry after the last one in use
+    const char* GetDestination(int32_t entry) const;     // in the record; empty if the entry is not in use
     CString GetDestinationText(int32_t entry) const;
     void ClearDestinations();
-    // A list is a row of zero-terminated texts, closed by an empty one. Null counts as empty; texts after the
-    // 64th are dropped. Always 1.
+    // Replaces the destinations by those of a list: zero-terminated texts, one after the other, ended by an
+    // empty one. Null counts as an empty list. Texts after the 64th are dropped. Always returns 1.
     int SetDestinationList(const char* list);
-    // 0 where an entry does not fit; the list is then closed before it.
+    // Writes the destinations as such a list into a buffer of buffer_bytes bytes. Returns 1, or 0 if an entry
+    // does not fit; the list then ends before it.
     int GetDestinationList(char* buffer, uint32_t buffer_bytes) const;
 
-    CString SeparationName() const; // "black", "cyan", ..., "spot 0" for layer 4
+    CString SeparationName() const; // name of the layer: "black", "cyan", ...; "spot 0" for layer 4
 
 private:
     int32_t DestinationsInUse() const;
@@ -75,6 +84,6 @@ private:
     int32_t WriteText(bool pad, Write write);
 };
 
-// A page's label: "12.C News" for page 12 of job News in the process colour of layer 1, "12.5 News" for
+// Returns a page's label: "12.C News" for page 12 of job News and layer 1, which is cyan; "12.5 News" for
 // layer 5.
 CString FormatPageLabel(const char* job_name, int32_t page_number, int32_t layer);

@@ -6,7 +6,8 @@ const CRuntimeClass CPageOpenDialog::classRecord{"CPageOpenDialog", &CFileDialog
 
 CPageOpenDialog::CPageOpenDialog(const CString& filter) : CFileDialog(filter) {}
 
-// Only a page file has a label; whatever else is selected, or cannot be read, empties the line.
+// Shows the label of the selected page file. If anything else is selected or the file cannot be read, the
+// line is empty.
 void CPageOpenDialog::OnLBSelChangedNotify(UINT list, int index, UINT code)
 {
     if (list == kFileDialogDirectories && GetCurSel(kFileDialogFiles) < 0)

@@ -1,4 +1,4 @@
-// Asks for a page to open, and shows which page the selected file is.
+// The Open dialog: asks for a page file, and shows the page label of the selected file.
 #pragma once
 
 #include "platform/filedialog.h"

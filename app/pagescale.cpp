@@ -1,5 +1,5 @@
-// The reduction of the page, in batches of lines: each batch tells the views, whose paint asks for the next
-// one. So the picture grows between input and paints, without a thread or a timer.
+// Reduces the page in batches of lines. Each batch notifies the views, and their paint requests the next one.
+// The picture grows between input and paints, without a thread or a timer.
 #include "app/linesperupdatedialog.h"
 #include "app/lumentadoc.h"
 #include "app/pagedraw.h"
@@ -12,7 +12,7 @@
 
 namespace
 {
-constexpr int32_t kStepBytes = 1 << 20; // of rows reduced between two looks at the user
+constexpr int32_t kStepBytes = 1 << 20; // of rows that are reduced between two calls of WorkInterrupted
 } // namespace
 
 bool CLumentaDoc::MakeScaledBitmap(int32_t scale)
@@ -25,9 +25,9 @@ bool CLumentaDoc::MakeScaledBitmap(int32_t scale)
                                                           m_pImage ? m_pImage->MinIsBlack : 0);
         if (m_pScaled->IsComplete()) {
             ScaleNextLines();
-            return m_pScaled != nullptr; // the page may have been closed behind a box
+            return m_pScaled != nullptr; // null if the page was closed while a message was open
         }
-    } catch (const std::bad_alloc&) { // none, or one without its pixels
+    } catch (const std::bad_alloc&) { // handled below, as a bitmap that is not complete
     }
     m_pScaled.reset();
     AfxMessageBox("Unable to create scaled bitmap");
@@ -52,9 +52,9 @@ void CLumentaDoc::ScaleNextLines()
     const bool interrupted = WorkInterrupted();
     EndWaitCursor();
     if (page != m_nPageSerial)
-        return;                     // closed while a box was open
-    if (!scaled && !interrupted) {  // Escape ends the batch alone
-        m_pScaled->FinishScaling(); // else each paint would try again, and say so
+        return;                     // the page was closed while a message was open
+    if (!scaled && !interrupted) {  // an interruption ends only this batch
+        m_pScaled->FinishScaling(); // otherwise each paint would try again and show the message again
         AfxMessageBox("Scaling failed");
         if (page != m_nPageSerial)
             return;
@@ -78,7 +78,7 @@ bool CLumentaDoc::ScaleRows(CScaledDIBitmap* bitmap, int32_t untilLine)
         const int32_t count = std::min(bitmap->m_nScale * untilLine - next, m_nWindowRows);
         if (count < 1)
             return false;
-        // Either may show a box, and the page may be closed meanwhile.
+        // GetRows and AddRows may show a message, and the page may be closed while it is open.
         if (!GetRows(next, count) || page != m_nPageSerial)
             return false;
         const int32_t step = std::max(kStepBytes / m_nRowBytes, 1);
@@ -97,8 +97,8 @@ bool CLumentaDoc::BlitScaled(CDC* dc, const CRect& rect)
 {
     if (!m_pScaled || !m_pScaled->IsComplete())
         return false;
-    // The bits themselves are what the device takes: only what it shows of them is looked at, so a paint of
-    // new lines costs what these lines do.
+    // The device reads the bitmap's own bits, and only those that it shows. A paint of new lines costs no
+    // more than these lines.
     const int width = std::min(rect.Width(), m_pScaled->m_nWidth);
     const int height = std::min(rect.Height(), m_pScaled->m_nHeight);
     const PaletteInUse palette{dc, m_pScaled->m_hPalette.get()};

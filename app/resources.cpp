@@ -73,12 +73,12 @@ constexpr StringResource kStrings[] = {
     {AFX_IDS_APP_TITLE, "LUMENTA"},
     {AFX_IDS_IDLEMESSAGE, "Ready"},
 
-    // Their lengths set the widths of the panes.
+    // The length of each text sets the width of its status pane.
     {kPositionIndicator, "left=123456 top=123456"},
     {kSizeIndicator, "width=123456 depth=123456"},
     {kResolutionIndicator, "Res  X=1234 Y=1234"},
 
-    // Prompts.
+    // Prompts: the message field shows them while the entry is highlighted in the menu.
     {ID_FILE_OPEN, "Open a page file"},
     {ID_FILE_PRINT, "Print the page"},
     {ID_FILE_PRINT_SETUP, "Choose printer, paper and orientation"},
@@ -174,7 +174,7 @@ constexpr DialogTemplate kDialogs[] = {
     {kKeysDialog, "Keys", kKeysItems},
 };
 
-// A sheet with lines of text and a screened picture.
+// The icon, in XPM form: a sheet with lines of text and a halftone picture.
 constexpr const char* kIcon[] = {
     "32 32 4 1", "  c None", ". c #303030", "+ c #ffffff", "o c #b8b8b8",
     // clang-format off

@@ -18,7 +18,7 @@ void RunImage::EndDecoder()
     Decoder = nullptr;
 }
 
-// The next rows, which may be suspicious.
+// Decodes the next rows, and notes suspicious ones.
 int32_t RunImage::Decode(uint8_t* buffer, int32_t stride, int32_t count)
 {
     const int32_t rows = m_codec.decode(Decoder, count, buffer, stride);
@@ -36,7 +36,7 @@ int32_t RunImage::DecodeRows(uint8_t* buffer, int32_t stride, int32_t count)
     return rows;
 }
 
-// By decoding the rows in between, count at a time.
+// Decodes the rows in between, `count` at a time.
 bool RunImage::GoToRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count)
 {
     if (firstRow < CurrentRow + 1)
@@ -46,7 +46,7 @@ bool RunImage::GoToRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_
         const int32_t passed = Decode(buffer, stride, batch);
         CurrentRow += passed;
         if (passed < batch)
-            break; // the decoder gives no more
+            break; // the decoder delivers no more rows
     }
     return true;
 }

@@ -13,7 +13,7 @@ public:
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
 protected:
-    // The decoder's calls; their contracts are the library's.
+    // The functions of the decoder, as documented in kesterlib.
     struct Codec {
         UNCOMP* (*open)(callback_block* cb, int32_t width, int32_t row_bytes, const uint8_t* first_ref_row);
         int32_t (*decode)(UNCOMP* frame, int32_t rows, uint8_t* buffer, int32_t stride);
@@ -27,11 +27,11 @@ protected:
     int32_t DecodeRows(uint8_t* buffer, int32_t stride, int32_t count) override;
     bool GoToRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
 
-    UNCOMP* Decoder = nullptr; // of the pass since the last Rewind; null while closed
+    UNCOMP* Decoder = nullptr; // started by the last Rewind; null while closed or if that failed
 
 private:
     int32_t Decode(uint8_t* buffer, int32_t stride, int32_t count);
 
     const Codec& m_codec;
-    DecoderBlock m_block; // what the decoder reads and allocates through
+    DecoderBlock m_block; // input and memory of the decoder
 };

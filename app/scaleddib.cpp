@@ -10,7 +10,7 @@
 
 namespace
 {
-constexpr int32_t kPixelsPerInch = 72; // nominal: the picture is for the eye alone
+constexpr int32_t kPixelsPerInch = 72; // nominal, because the picture is only displayed
 } // namespace
 
 const CRuntimeClass CScaledDIBitmap::classRecord{"CScaledDIBitmap", &CObject::classRecord, nullptr};
@@ -55,7 +55,8 @@ bool CScaledDIBitmap::Make(int32_t width, int32_t height, int32_t polarity)
     m_pInfo->x_pixels_per_metre = MulDiv(kPixelsPerInch, 3937, 100);
     m_pInfo->y_pixels_per_metre = m_pInfo->x_pixels_per_metre;
 
-    // A line's value rises with the share of 1 bits, whatever these mean: the ramp alone knows.
+    // A pixel's value grows with the share of 1 bits. Only the ramp decides whether 1 bits are black or
+    // white.
     std::vector<COLORREF> ramp(m_pInfo->colors.size());
     for (unsigned i = 0; i < ramp.size(); ++i) {
         const auto grey = static_cast<uint8_t>(polarity ? i : 255 - i);
@@ -85,7 +86,7 @@ int32_t CScaledDIBitmap::AddRows(const uint8_t* rows, int32_t firstRow, int32_t 
         if (!scale_one_row(m_pEngine, rows + row * stride, row_sink)) {
             FinishScaling();
             const int32_t finished = m_nRowsDone - before;
-            AfxMessageBox("Scaling failed"); // the page may be closed meanwhile, and this with it
+            AfxMessageBox("Scaling failed"); // this object may be deleted while the message is open
             return finished;
         }
         ++m_nLastSource;

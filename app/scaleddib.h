@@ -1,4 +1,4 @@
-// The reduced picture of a bilevel page: 8 bits of grey a pixel, filled line by line from the page's rows.
+// The reduced picture of a bilevel page: 8 bits of grey per pixel, made line by line from the page's rows.
 #pragma once
 
 #include "platform/dc.h"
@@ -12,53 +12,60 @@ struct FreeDeleter {
     void operator()(void* memory) const { std::free(memory); }
 };
 
-// Either complete (pixels, header and palette are there) or empty, where memory was short.
+// Is either complete, with pixels, header and palette, or empty because memory was short.
 class CScaledDIBitmap : public CObject
 {
 public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
-    // Of a page of width x height pixels, each line and pixel standing for scale of its rows and pixels; what
-    // does not fill a whole cell at the right and at the bottom is left out. polarity is the image's
-    // MinIsBlack. Says so where the pixels would take more than half of what memory is free.
+    //   width, height  sides of the page in pixels
+    //   scale          side of a cell in page pixels; each cell becomes one pixel
+    //   polarity       the image's MinIsBlack
+    //
+    // Incomplete cells at the right and bottom edge are dropped. If the pixels would take more than half of
+    // the free memory, shows a message and leaves the bitmap empty.
     CScaledDIBitmap(int32_t width, int32_t height, int32_t scale, int32_t polarity);
     ~CScaledDIBitmap() override;
 
     bool IsComplete() const { return m_pBits && m_hPalette && m_pInfo; }
     bool HasAllLines() const { return m_nRowsDone + 1 == m_nHeight; }
-    // True while a further batch can make lines: the engine is there, and not all lines are.
+    // Returns whether a further batch can make lines: the engine exists, and some lines do not exist yet.
     bool IsGrowing() const { return IsComplete() && m_pEngine && !HasAllLines(); }
 
-    // Gives the engine the page rows that it has not seen yet, out of count rows from page row firstRow on,
-    // stride bytes apart, packed. The lines finished by them, none where rows are missing in between; -1
-    // where the bitmap is not complete or its engine is gone. A refused line ends the engine, and a message
-    // says so: the page may be closed behind it, and this object with it.
+    // Passes `count` packed page rows to the engine, from page row firstRow on, stride bytes apart. Rows that
+    // the engine has already received are skipped.
+    //
+    // Returns the number of lines that were finished; 0 if rows are missing before firstRow; -1 if the bitmap
+    // is not complete or has no engine. If a line is refused, ends the engine and shows a message. While the
+    // message is open, the page may be closed and this object deleted.
     int32_t AddRows(const uint8_t* rows, int32_t firstRow, int32_t count, ptrdiff_t stride);
-    void FinishScaling();                                                              // no further lines
-    CPalette* GetPalette() const { return IsComplete() ? m_hPalette.get() : nullptr; } // still the bitmap's
+    void FinishScaling(); // frees the engine; no more lines are made
+    // Returns the palette, which stays the bitmap's; null if the bitmap is not complete.
+    CPalette* GetPalette() const { return IsComplete() ? m_hPalette.get() : nullptr; }
 
-    std::unique_ptr<CPalette> m_hPalette; // the grey ramp of the polarity
-    std::unique_ptr<BitmapInfo> m_pInfo;  // the same ramp; its width is m_nStride
-    int32_t m_nScale;
-    int32_t m_nWidth;  // pixels in a line
-    int32_t m_nHeight; // lines
-    int32_t m_nStride; // bytes from line to line
-    uint32_t m_nSize;  // bytes of the pixels
-    // The bottom line first; 0 until made. Lines that nobody has made yet take no memory.
+    std::unique_ptr<CPalette> m_hPalette; // the grey ramp, in the order that the polarity requires
+    std::unique_ptr<BitmapInfo> m_pInfo;  // header with the same ramp; its width is m_nStride
+    int32_t m_nScale;                     // side of a cell in page pixels
+    int32_t m_nWidth;                     // pixels per line
+    int32_t m_nHeight;                    // lines
+    int32_t m_nStride;                    // bytes from one line to the next
+    uint32_t m_nSize;                     // bytes of the pixels
+    // The bottom line comes first. A line is 0 until it is made, and takes no memory until then.
     std::unique_ptr<uint8_t[], FreeDeleter> m_pBits;
-    int32_t m_nRowsDone = -1;          // the last line delivered
-    int32_t m_nLastSource = -1;        // the last page row that the engine was given
+    int32_t m_nRowsDone = -1;          // the last line made; -1 before the first
+    int32_t m_nLastSource = -1;        // the last page row passed to the engine; -1 before the first
     scale_engine* m_pEngine = nullptr; // owned; null once reduction has ended
 
 private:
     bool Make(int32_t width, int32_t height, int32_t polarity);
 };
 
-// Takes a finished line for the CScaledDIBitmap that is user_data. 0 if that is none or has no such line.
+// Receives a finished line from the engine. user_data is the bitmap, as a CObject*. Returns 1, or 0 if
+// user_data is no CScaledDIBitmap or the bitmap has no such line.
 int32_t row_sink(int32_t out_row, int32_t out_width, const uint8_t* grey_row, void* user_data);
 
-// Goes with kHintReducedLines: the batch of lines just made.
+// The object that is passed with kHintReducedLines: the batch of lines just made.
 class ScaleUpdateHint : public CObject
 {
 public:
@@ -67,6 +74,6 @@ public:
 
     ScaleUpdateHint(int32_t first, int32_t last) : m_nFirstLine(first), m_nLastLine(last) {}
 
-    int32_t m_nFirstLine;
-    int32_t m_nLastLine; // the line after the batch
+    int32_t m_nFirstLine; // the first line of the batch
+    int32_t m_nLastLine;  // the line after the batch
 };

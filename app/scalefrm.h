@@ -1,10 +1,11 @@
-// The scaled window's frame: a further top-level window, with neither menu nor bars.
+// The frame of the overview: a second top-level window, without menu and status bar.
 #pragma once
 
 #include "app/pageframe.h"
 
-// The factor at which a page fits into half the screen's width and into its height, so that both windows can
-// stand side by side: a multiple of 8. On a screen that is too small for that, the largest there is.
+// Returns the factor by which the page is reduced for the overview. It is a multiple of 8. The reduced page
+// fits into half the width and the full height of the screen, so that both windows fit side by side. If no
+// factor up to kMaxReduction is large enough, returns kMaxReduction.
 int32_t ChooseScale(CSize page, CSize screen);
 
 class CScaleFrame : public CPageFrame
@@ -13,11 +14,12 @@ public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
-    CScaleFrame() { WatchFile(true); } // it closes with its page
+    CScaleFrame() { WatchFile(true); } // it closes with its page, so it always has one
 
-    int32_t m_nClientWidth = 0; // wanted for the client area
-    int32_t m_nClientHeight = 0;
-    CScaleFrame** m_ppBackPointer = nullptr; // the owner's pointer to this frame, which is cleared at its end
+    int32_t m_nClientWidth = 0;  // requested width of the client area in pixels
+    int32_t m_nClientHeight = 0; // requested height
+    // The owner's pointer to this frame. It becomes null when the frame is destroyed.
+    CScaleFrame** m_ppBackPointer = nullptr;
 
 protected:
     void PostNcDestroy() override;

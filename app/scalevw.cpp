@@ -13,6 +13,7 @@ struct Span {
     int end = 0;
 };
 
+// One direction of FrameInOverview.
 Span FrameSpan(int position, int client, int page, int scale)
 {
     constexpr int64_t kLeast = 3; // black, white, black
@@ -62,7 +63,7 @@ void CScaleView::OnUpdate(CView* sender, LPARAM hint, CObject* hint_object)
     SetupScrollSizes(client.Width(), client.Height(), m_nScale);
     const auto* const lines = DynamicDowncast<ScaleUpdateHint>(hint_object);
     if (hint == kHintReducedLines && lines) {
-        // The place of the lines in the picture, then their place in the window.
+        // First the place of the lines in the picture, then their place in the window.
         bool paint_follows = false;
         for (const int scrolled : {0, GetScrollPosition().y}) {
             const CRect band{0, lines->m_nFirstLine - scrolled, client.Width(),
@@ -88,11 +89,11 @@ void CScaleView::OnDraw(CDC* dc)
 
 void CScaleView::AskForNextLines()
 {
-    // At most one request waits. Other paints may come before it is handled, and each would otherwise start a
-    // chain of its own. Escape then stops the chain after that request.
+    // At most one request is in the queue. Otherwise each paint before it is handled would start a chain of
+    // its own. m_bStop stays set meanwhile, so that Escape ends the chain after that request.
     if (m_bNextPosted)
         return;
-    // Once all lines exist, no further batch can change the picture.
+    // If all lines exist, a further batch changes nothing.
     const CLumentaDoc* const document = GetPageDocument();
     if (!m_bStop && document && document->IsScaling())
         m_bNextPosted = PostMessage(WM_SCALE_NEXT);
@@ -110,11 +111,11 @@ void CScaleView::OnLButtonDown(UINT flags, CPoint point)
 {
     CLumenta::OnLButtonDown(flags, point);
     MovePage();
-    Invalidate(); // a click continues a reduction that Escape has stopped
+    Invalidate(); // the paint continues a reduction that Escape has stopped
 }
 
-// A picture that shows whole stays where it is, and the page follows the pointer. A larger one is moved, as
-// in the page view.
+// If the window shows the whole picture, dragging moves the page in the page view. Otherwise it moves the
+// picture, as in the page view.
 void CScaleView::OnMouseMove(UINT flags, CPoint point)
 {
     const CRect client = GetClientRect();

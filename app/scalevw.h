@@ -1,12 +1,18 @@
-// The whole page at a glance: the reduced picture, which its own paints make grow, and in which a click moves
-// the page view.
+// The view of the overview: shows the reduced picture of the whole page. Its paints request the next lines of
+// the picture. A click in it moves the page view.
 #pragma once
 
 #include "app/scrollvw.h"
 
-// The frame in a picture of the page divided by scale, around what a window of client pixels shows of the
-// page from position on: rounded outwards, at least 3 x 3 pixels, and inside the picture if that is large
-// enough. Empty if nothing of the page shows.
+// Returns the frame around the part of the reduced picture that the page view shows.
+//
+//   position  scroll position of the page view, in page pixels
+//   client    size of its client area
+//   page      size of the page
+//   scale     factor by which the picture is reduced
+//
+// The frame is rounded outwards and has at least 3 x 3 pixels. It is inside the picture if the picture is
+// that large. Empty if the page view shows no part of the page.
 CRect FrameInOverview(CPoint position, CSize client, CSize page, int scale);
 
 class CScaleView : public CLumenta
@@ -17,16 +23,16 @@ public:
 
     void OnInitialUpdate() override;
     void OnActivateView(bool activate, CView* activated, CView* deactivated) override;
-    // Continues the reduction. With the hint about new lines it only has them painted or, if none of them is
-    // inside the window, asks for the next ones.
+    // Continues the reduction. If the hint is kHintReducedLines, invalidates the new lines. If none of them
+    // is in the window, there will be no paint, so it requests the next batch itself.
     void OnUpdate(CView* sender, LPARAM hint, CObject* hint_object) override;
     void OnDraw(CDC* dc) override;
     CPoint GetPickedPoint() const override;
-    // What the page view shows: a window of client pixels from position on.
+    // Draws the frame of FrameInOverview over the picture.
     void ShowPlace(CPoint position, CSize client);
 
-    bool m_bStop = false; // the next paint asks for no further batch
-    int32_t m_nScale = 32;
+    bool m_bStop = false;  // Escape was pressed: the next paint requests no batch
+    int32_t m_nScale = 32; // factor by which the picture is reduced
 
 protected:
     static const MessageMap messages;
@@ -41,8 +47,8 @@ protected:
 private:
     static const MessageEntry entries[];
 
-    void MovePage();        // the page view centres on the picked point
-    void AskForNextLines(); // unless Escape was pressed; that counts once
+    void MovePage();        // centres the page view on the picked point
+    void AskForNextLines(); // requests the next batch, unless m_bStop is set; clears m_bStop
 
-    bool m_bNextPosted = false; // a request for the next batch waits
+    bool m_bNextPosted = false; // a request for the next batch is in the queue
 };

@@ -108,7 +108,7 @@ void CLumenta::OnKeyDown(UINT key, UINT repeat, UINT)
     Default();
 }
 
-// By the bar's own figures, not by this view's: the range is the framework's to know.
+// Reads range and position from the scroll bar, because CScrollView sets them.
 void CLumenta::MoveBy(ScrollBar axis, Direction direction, Amount amount, int step, UINT repeat)
 {
     int minimum = 0;
@@ -120,7 +120,7 @@ void CLumenta::MoveBy(ScrollBar axis, Direction direction, Amount amount, int st
         return;
     const int to_end = forward ? maximum - position : position - minimum;
     const int distance = amount == Amount::toEnd ? to_end : KeyDistance(to_end, step, repeat);
-    const int shift = forward ? -distance : distance; // of the picture
+    const int shift = forward ? -distance : distance; // movement of the picture
     if (axis == SB_HORZ)
         ScrollWindow(shift, 0);
     else

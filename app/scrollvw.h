@@ -1,16 +1,18 @@
-// What the views of a page share: the scrollable size, movement by keys, and dragging the picture with the
-// mouse.
+// The base of the page view and the overview: the scrollable size, scrolling by keys, and dragging the
+// picture with the mouse.
 #pragma once
 
 #include "platform/view.h"
 
-// A page step leaves one pixel of the old view on the screen: client - 1, at least 1, at most total.
+// Returns a page step: client - 1, so that one pixel of the old view stays in the window; but at least 1 and
+// at most `total`.
 int PageStep(int client, int total);
-// wanted held to the scroll range of a picture of total pixels in a window of client pixels.
+// Returns `wanted`, clamped to the scroll range of a picture of `total` pixels in a window of `client`
+// pixels.
 int HoldToRange(int64_t wanted, int total, int client);
-// How far a key moves: repeat steps, at most the distance to the range's end on that side.
+// Returns how far a key press moves: `repeat` steps, but at most distance_to_end.
 int KeyDistance(int distance_to_end, int step, UINT repeat);
-// value held to the range of a 32-bit number.
+// Returns `value`, clamped to the range of an int.
 int HoldToInt(int64_t value);
 
 class CLumentaDoc;
@@ -27,35 +29,36 @@ public:
     void OnUpdate(CView* sender, LPARAM hint, CObject* hint_object) override;
     void OnDraw(CDC* dc) override;
 
-    // The point that the user picked, in page pixels.
+    // Returns the point that the user clicked last, in page pixels.
     virtual CPoint GetPickedPoint() const { return m_ptAnchor; }
-    // For a client area of cx by cy pixels; the picture is the page divided by divisor, which is not 0.
+    // Sets the scroll sizes for a client area of cx x cy pixels. The picture has the size of the page divided
+    // by `divisor`, which must not be 0.
     virtual void SetupScrollSizes(int cx, int cy, int divisor);
 
 protected:
     static const MessageMap messages;
     const MessageMap& GetMessageMap() const override { return messages; }
 
-    // The palette of the page, or of its reduced picture, for a view that has become active: in the
-    // foreground where focus is this view.
+    // Realizes the palette of the page, or of its reduced picture if `scaled`, for a view that has become
+    // active: in the foreground if `focus` is this view, otherwise in the background.
     void RealizeViewPalette(const CWnd* focus, bool scaled);
 
-    // Each ends with the window's default handling, also where it has done nothing.
+    // Each handler ends with the window's default handling, even if it has done nothing.
     void OnKeyDown(UINT key, UINT repeat, UINT flags);
     void OnLButtonDown(UINT flags, CPoint point);
     void OnLButtonUp(UINT flags, CPoint point);
     void OnMouseMove(UINT flags, CPoint point);
     void OnXButtonDown(UINT flags, CPoint point); // previous or next page
 
-    CSize m_sizeTotal; // the picture
-    CSize m_sizePage;  // page steps
-    CSize m_sizeLine;  // line steps
-    bool m_bDragging = false;
-    CPoint m_ptAnchor; // the point of the picture under the pointer when the button went down
+    CSize m_sizeTotal;        // size of the picture in pixels
+    CSize m_sizePage;         // page steps in pixels
+    CSize m_sizeLine;         // line steps in pixels
+    bool m_bDragging = false; // the left button is down
+    CPoint m_ptAnchor; // the point of the picture that was under the pointer when the button was pressed
 
 private:
     static const MessageEntry entries[];
-    enum class Direction { back, forward }; // towards lower positions, towards higher ones
-    enum class Amount { steps, toEnd };
+    enum class Direction { back, forward }; // to lower positions, to higher positions
+    enum class Amount { steps, toEnd };     // `repeat` steps of `step` pixels, to the end of the range
     void MoveBy(ScrollBar axis, Direction direction, Amount amount, int step, UINT repeat);
 };

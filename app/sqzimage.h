@@ -12,7 +12,8 @@ public:
     SqzImage() : RunImage(kKind, kCodec) {}
 
 protected:
-    bool HasRoom(int32_t row_bytes) const override { return row_bytes >= BytesPerRow; } // raw rows come whole
+    // The decoder always copies a raw row whole.
+    bool HasRoom(int32_t row_bytes) const override { return row_bytes >= BytesPerRow; }
 
 private:
     static const Kind kKind;

@@ -1,4 +1,4 @@
-// Page files whose raster is not compressed: rows as packed bytes, one behind the other.
+// Page files whose raster is not compressed: packed rows, one after the other.
 #pragma once
 
 #include "app/headerimage.h"
@@ -11,9 +11,9 @@ public:
 
     SqzNoneImage() : HeaderImage(kKind) {}
 
-    // rowBytes and stride are the size of a row in the file as well, so other values than BytesPerRow read
-    // other rows. ReadRows goes straight to its place, and leaves in CurrentRow the number of rows read so
-    // far.
+    // rowBytes and stride are also the size of a row in the file, so values other than BytesPerRow read other
+    // bytes. ReadRows seeks to its first row. It only adds the number of rows read to CurrentRow, which
+    // therefore is not the number of the last row after a jump.
 
 protected:
     bool StartDecoder() override { return true; }

@@ -1,5 +1,5 @@
-// Opens a TIFF file without mapping it, because a mapped file that shrinks ends the program. A file that was
-// cut off keeps its good rows: no strip is longer than the file.
+// A TIFF file is opened without mapping, because a mapped file that shrinks would end the program. A file
+// that was cut off keeps its good rows, because no strip may end after the file (see ClampByteCounts).
 #include "app/tifimage.h"
 
 #include "app/description.h"
@@ -22,12 +22,12 @@ constexpr const char* kReadError = "TIFF read error";
 
 constexpr const char* kOpenMode = "rbm"; // m: no mapping
 
-// Of a single allocation of libtiff. Its buffer for a coded strip is outside the limit, and grows as bytes
-// arrive.
+// libtiff's limit for a single allocation. Its buffer for a coded strip is exempt, but grows only as bytes
+// are read.
 constexpr tmsize_t kAllocationLimit = tmsize_t{64} << 20;
 
-constexpr int64_t kLargestSide = 0x7ffffff7;     // with room for rounding up
-constexpr int64_t kLargestScanline = 0x7ffffff8; // BytesPerRow rounds up to a multiple of 4
+constexpr int64_t kLargestSide = 0x7ffffff7;     // leaves room for rounding up
+constexpr int64_t kLargestScanline = 0x7ffffff8; // BytesPerRow is this, rounded up to a multiple of 4
 constexpr double kInchesPerCentimetre = 0.39370078740157477;
 
 void IgnoreWarning(const char*, const char*, va_list) {}
@@ -69,20 +69,22 @@ CString CompressionName(uint16_t compression)
     return number;
 }
 
+// Notes damage if the message comes from a fax decoder of libtiff.
 void NoteDamage(TIFFImage::Messages& messages, const char* module)
 {
     if (module && strncmp(module, "Fax", 3) == 0)
         messages.damage = true;
 }
 
-// Handlers of one open file. A result of 1 keeps the message from libtiff's own handler.
+// libtiff calls these handlers for the messages of one open file. After a result of 1 it does not call its
+// own handler.
 int OnWarning(TIFF*, void* messages, const char* module, const char*, va_list)
 {
     NoteDamage(*static_cast<TIFFImage::Messages*>(messages), module);
     return 1;
 }
 
-// One fault may cause thousands of messages.
+// Only the first error is printed, because one fault may cause thousands of messages.
 int OnError(TIFF*, void* user, const char* module, const char*, va_list)
 {
     auto& messages = *static_cast<TIFFImage::Messages*>(user);
@@ -90,7 +92,8 @@ int OnError(TIFF*, void* user, const char* module, const char*, va_list)
     return std::exchange(messages.printed, true) ? 1 : 0;
 }
 
-// The handle owns the descriptor. Null if this is no TIFF file; the descriptor is closed then.
+// Opens a TIFF file. Returns the handle, which owns the descriptor. On failure closes the descriptor and
+// returns null.
 TIFF* OpenTiff(int file, const CString& path, TIFFImage::Messages* messages)
 {
     const std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)> options{TIFFOpenOptionsAlloc(),
@@ -107,12 +110,13 @@ TIFF* OpenTiff(int file, const CString& path, TIFFImage::Messages* messages)
     return handle;
 }
 
-// Lowers the byte count of each strip to what the file has after the strip's offset: libtiff then decodes a
-// strip that was cut off up to its end, instead of refusing it. A strip without a place, an offset of 0, gets
-// no byte: libtiff would read the file's header as rows.
+// Reduces the byte count of each strip to the number of bytes that the file has after the strip's offset.
+// libtiff then decodes a strip that was cut off up to the cut, instead of refusing it. If the offset is 0,
+// the strip is missing, and its byte count becomes 0. Without this, libtiff would decode the file's header as
+// rows.
 void ClampByteCounts(TIFF* tiff, uint64_t file_bytes)
 {
-    // Both are libtiff's own arrays, with an entry for each strip.
+    // Both are libtiff's own arrays, with one entry per strip.
     const uint64_t* offsets = nullptr;
     uint64_t* counts = nullptr;
     if (TIFFGetField(tiff, TIFFTAG_STRIPOFFSETS, &offsets) != 1 || !offsets ||
@@ -147,7 +151,7 @@ int TIFFImage::Fail(const char* text)
 
 int TIFFImage::Open(const CString& path)
 {
-    // The argument may be this object's own Path, which closing empties.
+    // `path` may be this object's own Path, which Close empties.
     const CString wanted = path; // NOLINT(performance-unnecessary-copy-initialization)
     Close();
     Path = wanted;
@@ -164,7 +168,7 @@ int TIFFImage::Open(const CString& path)
     return Rewind();
 }
 
-// Decides who decodes the strips. False if the file's size cannot be read.
+// Decides whether kesterlib or libtiff decodes the strips. Returns false if the file's size cannot be read.
 bool TIFFImage::PrepareStrips()
 {
     m_bStrips = m_bGroup4 && BitsPerPixel == 1 && m_strips.Start(Tiff, Width, Height);
@@ -178,7 +182,7 @@ bool TIFFImage::PrepareStrips()
     return true;
 }
 
-// Takes the page's numbers from the open file. False if this class does not read such a page.
+// Takes the fields of the page from the tags. Returns false if this class does not support such a page.
 bool TIFFImage::ReadTags()
 {
     uint16_t bits = 0;
@@ -284,8 +288,8 @@ int TIFFImage::ReadRow(uint8_t* buffer, int32_t rowBytes)
     return 1;
 }
 
-// Damage in a Group 4 strip makes a failed row: nothing after it is right. The other fax codes find the next
-// line again.
+// Reads a row with libtiff. After damage in a Group 4 strip all rows are wrong, so the row fails. The other
+// fax codes find the next line again, so the row is only suspicious.
 bool TIFFImage::ReadLibtiffRow(uint8_t* buffer, uint32_t row)
 {
     memset(buffer, 0, static_cast<size_t>(ScanlineSize)); // a strip that ends early leaves bytes unwritten
@@ -299,7 +303,7 @@ bool TIFFImage::ReadLibtiffRow(uint8_t* buffer, uint32_t row)
 
 int TIFFImage::Rewind()
 {
-    CurrentRow = -1; // rows are read by their number
+    CurrentRow = -1; // each row is read by its number, so nothing else has to change
     return 1;
 }
 
@@ -318,7 +322,7 @@ int TIFFImage::IsValid()
     return Tiff && Width >= 1 && Height >= 1 && (BitsPerPixel == 1 || BitsPerPixel == 8) ? 1 : 0;
 }
 
-// libtiff keeps the tags of an open file in memory.
+// Does not read the file, because libtiff keeps its tags in memory.
 void TIFFImage::Describe(Description* description) const
 {
     if (!Tiff)
@@ -373,7 +377,7 @@ CString LabelFromPath(const CString& path)
 int32_t WholeDpi(float resolution, bool per_centimetre)
 {
     const double dpi = per_centimetre ? resolution / kInchesPerCentimetre : double{resolution};
-    if (!(dpi > 0)) // also if it is not a number
+    if (!(dpi > 0)) // also if dpi is not a number
         return 0;
     return dpi >= INT32_MAX ? INT32_MAX : static_cast<int32_t>(dpi);
 }

@@ -1,5 +1,5 @@
-// Plain page bitmaps in TIFF form: one sample of 1 or 8 bits per pixel. libtiff reads the directory and the
-// rows; the rows of Group 4 strips come from the codec library.
+// Page bitmaps in TIFF files, with one sample of 1 or 8 bits per pixel. libtiff reads the directory and the
+// rows. The rows of Group 4 strips are decoded by kesterlib.
 #pragma once
 
 #include "app/group4strips.h"
@@ -11,26 +11,28 @@ public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
-    // From here on libtiff's warnings go nowhere. Of its errors with a file, the first goes to the standard
-    // error stream.
+    // Switches off libtiff's warnings for the whole program. Of its errors with this object's file, only the
+    // first is printed to the standard error stream.
     TIFFImage();
     ~TIFFImage() override;
 
     int Open(const CString& path) override;
     int Close() override;
-    // Works through ReadRow, with BytesPerRow bytes per row.
+    // Calls ReadRow with BytesPerRow for each row, so every row start needs that many writable bytes after
+    // it.
     int ReadRows(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
-    // Bytes after the scanline become 0. CurrentRow moves on even if the row cannot be read.
+    // If rowBytes is larger than the scanline, the rest of the buffer becomes 0. CurrentRow also counts a row
+    // that cannot be decoded.
     int ReadRow(uint8_t* buffer, int32_t rowBytes) override;
     int Rewind() override;
     int32_t SkipRows(int32_t count, Skip which) override;
     int IsValid() override;
     void Describe(Description* description) const override;
 
-    // What libtiff has said about the open file.
+    // What libtiff has reported about the open file.
     struct Messages {
-        bool printed = false; // an error
-        bool damage = false;  // in rows of a fax code
+        bool printed = false; // an error was printed
+        bool damage = false;  // a fax decoder has reported damage
     };
 
 private:
@@ -40,17 +42,18 @@ private:
     bool ReadLibtiffRow(uint8_t* buffer, uint32_t row);
 
     tiff* Tiff = nullptr;     // null while closed
-    int32_t ScanlineSize = 0; // bytes of a row as libtiff counts them
+    int32_t ScanlineSize = 0; // bytes of a row, as libtiff returns it
 
-    bool m_bGroup4 = false; // rows are Group 4 codes
-    bool m_bStrips = false; // rows come from m_strips
+    bool m_bGroup4 = false; // the compression is Group 4
+    bool m_bStrips = false; // m_strips decodes the rows; otherwise libtiff does
     Group4Strips m_strips;
     Messages m_messages;
 };
 
-// The label of a page without a name of its own: the file's name without directory and without ".tif" or
-// ".low".
+// Returns the label of a page whose file has no document name: the name of the file, without the directory
+// and without ".tif" or ".low" at its end.
 CString LabelFromPath(const CString& path);
 
-// Whole dots per inch of a resolution tag: cut toward 0, clamped to 0 to 0x7fffffff, 0 if it is not a number.
+// Returns the whole dots per inch of a resolution tag, rounded toward 0 and clamped to 0 to INT32_MAX; 0 if
+// the tag is not a number.
 int32_t WholeDpi(float resolution, bool per_centimetre);

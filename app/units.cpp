@@ -7,6 +7,7 @@
 
 namespace
 {
+// Returns 0 for pixels, which have no fixed size.
 double UnitsPerInch(int units)
 {
     switch (units) {
@@ -17,6 +18,7 @@ double UnitsPerInch(int units)
     }
 }
 
+// Returns the number of digits after the decimal point in the read-outs.
 int DigitsOf(int units)
 {
     return units == kInches ? 2 : units == kMillimeters ? 1 : 0;
@@ -48,7 +50,7 @@ int32_t UnitsToPixels(double value, int units, int dpi)
 {
     const double per_inch = UnitsPerInch(units);
     const double pixels = per_inch > 0 && dpi > 0 ? value / per_inch * dpi : value;
-    if (!(pixels > 0)) // also if it is not a number
+    if (!(pixels > 0)) // also if pixels is not a number
         return 0;
     return pixels >= INT32_MAX ? INT32_MAX : static_cast<int32_t>(std::lround(pixels));
 }

@@ -3,15 +3,17 @@
 
 #include "platform/types.h"
 
-// All are sent, and so handled before the sender goes on.
+// These messages are sent, so they are handled before the sender continues. Each comment names the sender,
+// the receiver and the two parameters.
 constexpr UINT WM_PAGE_POSITION = 0x405;   // page view to main frame: left and top scroll position in pixels
 constexpr UINT WM_PAGE_RESOLUTION = 0x406; // document to main frame: horizontal and vertical dots per inch
 constexpr UINT WM_PAGE_SIZE = 0x407;       // document to main frame: width and depth in pixels
-constexpr UINT WM_PAGE_CENTER = 0x408; // 0 and the view that knows the picked point; the frame passes it on
+// Overview to main frame, which passes it to the page view: 0 and the CLumenta that has the picked point.
+constexpr UINT WM_PAGE_CENTER = 0x408;
 constexpr UINT WM_PAGE_CLOSED = 0x40a; // document to its views: 0 and the document
 
-// Posted, so that input and paints have their turn.
-constexpr UINT WM_SCALE_NEXT = 0x7e8; // scaled view to itself: the next batch of lines
+// This message is posted, so that waiting input and paints are handled before it.
+constexpr UINT WM_SCALE_NEXT = 0x7e8; // overview to itself: reduce the next batch of lines
 
 constexpr UINT kScaledPageCommand = 32769;
 constexpr UINT kInchesCommand = 32771;
@@ -43,5 +45,5 @@ constexpr UINT kSizeIndicator = 59138;
 constexpr UINT kDragCursor = 103;
 constexpr UINT kFrameResource = 2; // menu, accelerators, icon and the template's string
 
-constexpr LPARAM kHintPage = 0;         // another page, or none
-constexpr LPARAM kHintReducedLines = 1; // the reduced picture has grown; the page itself is as it was
+constexpr LPARAM kHintPage = 0;         // another page is open, or none
+constexpr LPARAM kHintReducedLines = 1; // the reduced picture has new lines; the page is unchanged

@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <iterator>
 
-const char kLumentaVersion[] = LUMENTA_VERSION; // from the build, as LUMENTA_VERSION_NUMBERS
+const char kLumentaVersion[] = LUMENTA_VERSION; // set by the build, as is LUMENTA_VERSION_NUMBERS
 
-// The version once more, as the note that GetFileVersionText reads. In assembly, because the alignment is
-// part of a note's form, and compilers and sanitizers add to that of a variable.
+// The same version as a note, which GetFileVersionText reads. The note is written in assembly because its
+// alignment is fixed. Compilers and sanitizers may increase the alignment of a variable.
 #define LUMENTA_TEXT_OF(...) #__VA_ARGS__
 #define LUMENTA_TEXT(...) LUMENTA_TEXT_OF(__VA_ARGS__)
 __asm__(".pushsection .note.lumenta.version, \"a\", %note\n"

@@ -1,5 +1,5 @@
-// The program's version, as "1.2.3", and when it was built, as "11:02:57  Jul 20 2001".
+// The program's version and the time of its build.
 #pragma once
 
-extern const char kLumentaVersion[];
-extern const char kBuildStamp[];
+extern const char kLumentaVersion[]; // such as "1.2.3"
+extern const char kBuildStamp[];     // such as "11:02:57  Jul 20 2001"
