@@ -128,8 +128,8 @@ TEST(DrawPage, ScreenPixelsEqualThePagesPixels)
                         const bool in_clip =
                             x >= clip.left && x < clip.right && y >= clip.top && y < clip.bottom;
                         const COLORREF got = buffer.Row(y)[x];
-                        // A bilevel row is drawn from a whole byte on. It may cover pixels before the clip, which
-                        // must be right too.
+                        // A bilevel row is drawn from a whole byte on. It may cover pixels before the
+                        // clip, which must be right too.
                         const bool drawn = on_page && (in_clip || got != kNotDrawn);
                         ASSERT_EQ(got, drawn ? PageColor(kind, x, y) : kNotDrawn) << x << "," << y;
                     }
