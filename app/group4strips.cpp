@@ -141,8 +141,7 @@ bool Group4Strips::DecodeSound(uint8_t* buffer, int32_t row_bytes)
         return false;
     if (m_decoder->eol_seen == 0 || had_ended)
         return true;
-    // This call has met the first end code. A true end of the strip has at least one row before it and
-    // consists of two end codes, so this call has used no other bits and the second code follows. The rows
-    // after it are white.
+    // This call has met the first end code. At a true end of the strip there is at least one row before this
+    // code, the code begins directly after that row, and a second end code follows. All later rows are white.
     return m_next > 1 && BitsTaken(*m_decoder) - start == kEndCodeBits && IsAtEndCode(*m_decoder);
 }

@@ -51,7 +51,7 @@ protected:
     // bytes are delivered.
     virtual bool HasRoom(int32_t row_bytes) const { return row_bytes >= 0; }
 
-    FILE* File = nullptr;      // null while closed
+    FILE* File = nullptr;      // the open file; null while closed
     int64_t DataOffset = 4096; // position of the raster in the file
 
 private:

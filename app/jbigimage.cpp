@@ -25,7 +25,7 @@ void JBIGImage::EndDecoder()
 
 int32_t JBIGImage::DecodeRows(uint8_t* buffer, int32_t stride, int32_t count)
 {
-    if (!Decoder) // GoToRow could not start again, because the file has changed
+    if (!Decoder) // GoToRow could not restart the decoder, because the file has changed
         return 0;
     const int32_t rows = Jbig_Decode(Decoder, count, buffer, stride);
     const int64_t own_bytes = std::min<int64_t>(Decoder->row_bytes, stride);

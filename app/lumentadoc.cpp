@@ -20,8 +20,9 @@
 
 namespace
 {
+// Sizes in bytes of rows.
 constexpr int32_t kZeroBytes = 1 << 20;          // cleared between two calls of WorkInterrupted
-constexpr int32_t kMostZeroBytes = 64 << 20;     // stored rows of 0 before the requested rows
+constexpr int32_t kMostZeroBytes = 64 << 20;     // rows of 0 that are stored before the requested rows
 constexpr int32_t kStoreBlockBytes = 256 * 1024; // decoded in memory, then written to the temporary file
 
 // The kinds of page file, in the order in which they are tried.

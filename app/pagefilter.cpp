@@ -12,9 +12,9 @@ std::string_view From(std::string_view text, std::string_view set)
     return at == std::string_view::npos ? std::string_view{} : text.substr(at);
 }
 
-// Calls wanted(number, pattern) for each "text|pattern|" pair until it returns true. If a second bar follows
-// the bar after a text at once, this pair is counted but not passed on. The second bar then ends the empty
-// text of the next pair.
+// Calls wanted(number, pattern) for each "text|pattern|" pair until it returns true. If the bar after a text
+// is followed directly by a second bar, the pair is counted but not passed on. The second bar then ends the
+// empty text of the next pair.
 template <class Wanted>
 void WalkFilters(std::string_view left, Wanted wanted)
 {

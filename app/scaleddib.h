@@ -51,7 +51,8 @@ public:
     int32_t m_nHeight;                    // lines
     int32_t m_nStride;                    // bytes from one line to the next
     uint32_t m_nSize;                     // bytes of the pixels
-    // The bottom line comes first. A line is 0 until it is made, and takes no memory until then.
+    // The bottom line comes first. The bytes of a line are 0 until it is made; until then they take no
+    // memory.
     std::unique_ptr<uint8_t[], FreeDeleter> m_pBits;
     int32_t m_nRowsDone = -1;          // the last line made; -1 before the first
     int32_t m_nLastSource = -1;        // the last page row passed to the engine; -1 before the first

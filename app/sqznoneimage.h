@@ -11,9 +11,9 @@ public:
 
     SqzNoneImage() : HeaderImage(kKind) {}
 
-    // rowBytes and stride are also the size of a row in the file, so values other than BytesPerRow read other
-    // bytes. ReadRows seeks to its first row. It only adds the number of rows read to CurrentRow, which
-    // therefore is not the number of the last row after a jump.
+    // For ReadRow and ReadRows, rowBytes and stride are also the size of a row in the file, so values other
+    // than BytesPerRow read other bytes. ReadRows seeks to its first row. It only adds the number of rows
+    // read to CurrentRow, which therefore is not the number of the last row after a jump.
 
 protected:
     bool StartDecoder() override { return true; }
