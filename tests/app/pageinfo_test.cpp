@@ -5,6 +5,7 @@
 #include "tests/app/window_fixture.h"
 #include "tools/pagefile.h"
 
+#include <chrono>
 #include <filesystem>
 #include <map>
 #include <random>
@@ -418,14 +419,21 @@ TEST_F(PageInformation, CheckOfADamagedPageNamesTheRowOfTheBox)
 TEST_F(PageInformation, CheckEndsWithTheDialogAndWithThePage)
 {
     for (const char* const key : {"Escape", "Return"}) {
-        FakeImage* const image = PutFake(20000, 100000, -1);
+        constexpr int32_t kRows = 50;
+        FakeImage* const image = PutFake(8 * 64 * 1024, kRows, -1);
+        // Each row is as large as a chunk of the check and takes longer than one of its steps.
+        image->on_read = [](int32_t) {
+            const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(10);
+            while (std::chrono::steady_clock::now() < end) {
+            }
+        };
         Show([&](CDialog& dialog) {
             PressDialogKeys(dialog, {"Alt+C"});
             EXPECT_TRUE(PumpUntil([&] { return image->reads > 0; }));
             PressDialogKeys(dialog, {key});
         });
         const int64_t reads = image->reads;
-        EXPECT_LT(reads, 100000) << "the check was still running";
+        EXPECT_LT(reads, kRows) << "the check was still running";
         ASSERT_TRUE(PumpUntilIdle());
         EXPECT_EQ(image->reads, reads) << key;
         EXPECT_FALSE(document->m_bReadError) << "an ended check marks no damage";
