@@ -1,6 +1,7 @@
 // The text of the page header: its writer and its reader, in memory and on streams. Both use the same table
 // of keys, so that they always agree.
 #include "faxhdr_lines.h"
+#include "read_up_to.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -493,20 +494,6 @@ const char* read_header(Lines* lines, FAXHeader* header)
     return nullptr;
 }
 
-// Reads until all bytes have arrived or a read returns none, because a client's slot may return pieces. A
-// read that returns more than requested is treated as the end of input.
-size_t read_whole(callback_block* callbacks, char* buffer, size_t bytes)
-{
-    size_t arrived = 0;
-    while (arrived < bytes) {
-        const size_t got = callback_fread(callbacks, 1, bytes - arrived, buffer + arrived);
-        if (got < 1 || got > bytes - arrived)
-            break;
-        arrived += got;
-    }
-    return arrived;
-}
-
 // Returns null if there is no memory and the exit slot in use returned.
 callback_block* make_block_on(FILE* stream)
 {
@@ -561,7 +548,7 @@ FAXHeader* read_FAXHeader_from_callback(callback_block* callbacks, FAXHeader* he
 {
     char buffer[FAXHEADER_BYTES] = {};
     errno = 0; // the end of a stream does not set errno
-    if (read_whole(callbacks, buffer, sizeof buffer) < sizeof buffer) {
+    if (read_up_to(callbacks, buffer, sizeof buffer) < sizeof buffer) {
         callback_perror(callbacks, "not enough data, reading fax header");
         return nullptr;
     }

@@ -3,6 +3,8 @@
 // counts as having moved none.
 #include "kesterlib/files.h"
 
+#include "read_up_to.h"
+
 #include <string.h>
 
 namespace
@@ -32,18 +34,11 @@ struct Block {
 template <typename File>
 size_t read_bytes(const File& file, void* buffer, size_t bytes)
 {
-    auto* next = static_cast<uint8_t*>(buffer);
-    for (size_t missing = bytes; missing > 0;) {
-        const size_t got = file.read(next, missing);
-        if (got == 0 || got > missing) {
-            if (!file.at_end())
-                file.report("reading file");
-            return bytes - missing;
-        }
-        next += got;
-        missing -= got;
-    }
-    return bytes;
+    const size_t arrived = kesterlib::read_up_to(
+        buffer, bytes, [&file](void* to, size_t count) { return file.read(to, count); });
+    if (arrived < bytes && !file.at_end())
+        file.report("reading file");
+    return arrived;
 }
 
 template <typename File>

@@ -1,5 +1,6 @@
 // The frame of the run decoders: its memory, its input with filler, and the painter of lists.
 #include "frame.h"
+#include "read_up_to.h"
 
 #include <cstring>
 
@@ -234,19 +235,10 @@ const uint8_t* uncomp_refill(UNCOMP* frame)
     auto* const whole = reinterpret_cast<Frame*>(frame);
     const auto used = static_cast<uint32_t>(frame->in_ptr - frame->buf_start);
     frame->bytes_before = static_cast<int32_t>(static_cast<uint32_t>(frame->bytes_before) + used);
-    size_t arrived = 0;
-    while (arrived < UNCOMP_IN_BUFFER) {
-        const size_t wanted = UNCOMP_IN_BUFFER - arrived;
-        const size_t got = callback_fread(frame->cb, 1, wanted, frame->in_buffer + arrived);
-        // A slot that returns more than requested is treated as the end of input.
-        if (got < 1 || got > wanted) {
-            if (callback_ferror(frame->cb)) {
-                frame->error_text = kReadError;
-                callback_perror(frame->cb, kReadError);
-            }
-            break;
-        }
-        arrived += got;
+    const size_t arrived = read_up_to(frame->cb, frame->in_buffer, UNCOMP_IN_BUFFER);
+    if (arrived < UNCOMP_IN_BUFFER && callback_ferror(frame->cb)) {
+        frame->error_text = kReadError;
+        callback_perror(frame->cb, kReadError);
     }
     if (whole->filler) {
         constexpr int32_t kEnough = 1 << 20; // bytes; larger counts have the same meaning
