@@ -9,6 +9,7 @@
 #include "bench/harness.h"
 #include "kesterlib/unccitt.h"
 #include "kesterlib/unsqz.h"
+#include "libtiff.h"
 #include "pages.h"
 #include "sqzencode.h"
 #include "unccitt_codes.h"
@@ -20,97 +21,48 @@
 #include <cstring>
 #include <string>
 #include <string_view>
-#include <tiffio.h>
 #include <vector>
 
 namespace
 {
 using Bytes = std::vector<uint8_t>;
+using pages::MemoryTiff;
 
 // ---- The peer: a TIFF in memory with one Group 4 strip ----
 
-struct MemoryFile {
-    Bytes bytes;
-    size_t position = 0;
-};
-MemoryFile& FileOf(thandle_t handle)
+MemoryTiff EncodeGroup4(const pages::Bitmap& page)
 {
-    return *static_cast<MemoryFile*>(handle);
-}
-tmsize_t ReadMemory(thandle_t handle, void* to, tmsize_t count)
-{
-    MemoryFile& file = FileOf(handle);
-    const size_t there = std::min(static_cast<size_t>(count), file.bytes.size() - file.position);
-    std::memcpy(to, file.bytes.data() + file.position, there);
-    file.position += there;
-    return static_cast<tmsize_t>(there);
-}
-tmsize_t WriteMemory(thandle_t handle, void* from, tmsize_t count)
-{
-    MemoryFile& file = FileOf(handle);
-    const size_t end = file.position + static_cast<size_t>(count);
-    file.bytes.resize(std::max(file.bytes.size(), end));
-    std::memcpy(file.bytes.data() + file.position, from, static_cast<size_t>(count));
-    file.position = end;
-    return count;
-}
-toff_t SeekMemory(thandle_t handle, toff_t offset, int whence)
-{
-    MemoryFile& file = FileOf(handle);
-    const size_t from = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? file.position : file.bytes.size();
-    file.position = from + static_cast<size_t>(offset);
-    return file.position;
-}
-int CloseMemory(thandle_t)
-{
-    return 0;
-}
-toff_t SizeOfMemory(thandle_t handle)
-{
-    return FileOf(handle).bytes.size();
-}
-TIFF* OpenMemory(MemoryFile* file, const char* mode)
-{
-    file->position = 0;
-    return TIFFClientOpen("page", mode, file, ReadMemory, WriteMemory, SeekMemory, CloseMemory, SizeOfMemory,
-                          nullptr, nullptr);
-}
-
-MemoryFile EncodeGroup4(const pages::Bitmap& page)
-{
-    MemoryFile file;
-    TIFF* const tiff = OpenMemory(&file, "w");
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, page.width);
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, page.height);
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 1);
-    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
-    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, page.height);
-    TIFFWriteEncodedStrip(tiff, 0, const_cast<uint8_t*>(page.rows.data()),
+    MemoryTiff file;
+    pages::Tiff tiff = file.open("w");
+    TIFFSetField(tiff.get(), TIFFTAG_IMAGEWIDTH, page.width);
+    TIFFSetField(tiff.get(), TIFFTAG_IMAGELENGTH, page.height);
+    TIFFSetField(tiff.get(), TIFFTAG_BITSPERSAMPLE, 1);
+    TIFFSetField(tiff.get(), TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
+    TIFFSetField(tiff.get(), TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+    TIFFSetField(tiff.get(), TIFFTAG_ROWSPERSTRIP, page.height);
+    TIFFWriteEncodedStrip(tiff.get(), 0, const_cast<uint8_t*>(page.rows.data()),
                           static_cast<tmsize_t>(page.rows.size()));
-    TIFFClose(tiff);
+    tiff.reset(); // writes what is still buffered
     return file;
 }
 
-double TimeLibtiff(MemoryFile* file, Bytes* rows)
+double TimeLibtiff(MemoryTiff* file, Bytes* rows)
 {
-    TIFF* const tiff = OpenMemory(file, "rm");
+    const pages::Tiff tiff = file->open("rm");
     const auto size = static_cast<tmsize_t>(rows->size());
     const double start = NowMs();
-    const tmsize_t got = TIFFReadEncodedStrip(tiff, 0, rows->data(), size);
+    const tmsize_t got = TIFFReadEncodedStrip(tiff.get(), 0, rows->data(), size);
     const double end = NowMs();
-    TIFFClose(tiff);
     Require(got == size, "libtiff: rows are missing");
     return end - start;
 }
 
 // Returns the coded bytes of the strip.
-Bytes RawStrip(MemoryFile* file)
+Bytes RawStrip(MemoryTiff* file)
 {
-    TIFF* const tiff = OpenMemory(file, "rm");
-    Bytes strip(static_cast<size_t>(TIFFRawStripSize(tiff, 0)));
-    TIFFReadRawStrip(tiff, 0, strip.data(), static_cast<tmsize_t>(strip.size()));
-    TIFFClose(tiff);
+    const pages::Tiff tiff = file->open("rm");
+    Bytes strip(static_cast<size_t>(TIFFRawStripSize(tiff.get(), 0)));
+    TIFFReadRawStrip(tiff.get(), 0, strip.data(), static_cast<tmsize_t>(strip.size()));
     return strip;
 }
 
@@ -194,7 +146,7 @@ double TimeCopy(const pages::Bitmap& page, Bytes* rows)
 
 // All write into the same buffer, so that the conditions are equal.
 void Measure(Harness& bench, const Codec& codec, const PageKind& kind, const pages::Bitmap& page,
-             const Bytes& stream, MemoryFile* tiff, bool plain)
+             const Bytes& stream, MemoryTiff* tiff, bool plain)
 {
     const std::string name = std::string{codec.name} + (plain ? ", plain, " : ", ") + kind.name;
     const PageGoal& goal = codec.goals[&kind - kPages];
@@ -228,7 +180,7 @@ int main(int argc, char** argv)
         if (!only.empty() && only != kind.name)
             continue;
         const pages::Bitmap page = pages::draw_page({kind.draw, kind.width, kind.height, kDpi, kDpi, 1});
-        MemoryFile tiff = EncodeGroup4(page);
+        MemoryTiff tiff = EncodeGroup4(page);
         for (const Codec& codec : kCodecs) {
             const bool is_squeeze = &codec == kCodecs;
             if (!once.empty() && once != (is_squeeze ? "squeeze" : "group4"))

@@ -5,6 +5,8 @@
 
 #include "font.h"
 
+#include "squareroot.h"
+
 #include <algorithm>
 #include <array>
 #include <cassert>
@@ -195,15 +197,6 @@ struct Point {
 int64_t floor_div(int64_t a, int64_t b)
 {
     return a / b - (a % b != 0 && (a < 0) != (b < 0) ? 1 : 0);
-}
-
-int64_t square_root(uint64_t value)
-{
-    uint64_t root = 0;
-    for (uint64_t bit = uint64_t{1} << 31; bit != 0; bit >>= 1)
-        if ((root + bit) * (root + bit) <= value)
-            root += bit;
-    return static_cast<int64_t>(root);
 }
 
 // Halves a direction until the products of its squares with squared pen widths fit in 64 bits.

@@ -3,6 +3,8 @@
 
 #include "jbigencode.h"
 
+#include "qm_states.h"
+
 #include <algorithm>
 #include <cassert>
 #include <iterator>
@@ -16,59 +18,20 @@ namespace
 constexpr uint8_t kEscape = 0xff;
 constexpr uint8_t kStuffed = 0x00, kNormalEnd = 0x02, kResetEnd = 0x03; // after it: STUFF, SDNORM, SDRST
 
-struct Estimate {
-    uint16_t less_probable;                           // the less probable pixel's part of the interval
-    uint8_t after_less_probable, after_more_probable; // next state after such a pixel
-    uint8_t swaps; // 1: after a less probable pixel that colour becomes the more probable one
-};
-// ITU-T T.82, table 24.
-constexpr Estimate kEstimates[] = {
-    {0x5a1d, 1, 1, 1},     {0x2586, 14, 2, 0},    {0x1114, 16, 3, 0},    {0x080b, 18, 4, 0},
-    {0x03d8, 20, 5, 0},    {0x01da, 23, 6, 0},    {0x00e5, 25, 7, 0},    {0x006f, 28, 8, 0},
-    {0x0036, 30, 9, 0},    {0x001a, 33, 10, 0},   {0x000d, 35, 11, 0},   {0x0006, 9, 12, 0},
-    {0x0003, 10, 13, 0},   {0x0001, 12, 13, 0},   {0x5a7f, 15, 15, 1},   {0x3f25, 36, 16, 0},
-    {0x2cf2, 38, 17, 0},   {0x207c, 39, 18, 0},   {0x17b9, 40, 19, 0},   {0x1182, 42, 20, 0},
-    {0x0cef, 43, 21, 0},   {0x09a1, 45, 22, 0},   {0x072f, 46, 23, 0},   {0x055c, 48, 24, 0},
-    {0x0406, 49, 25, 0},   {0x0303, 51, 26, 0},   {0x0240, 52, 27, 0},   {0x01b1, 54, 28, 0},
-    {0x0144, 56, 29, 0},   {0x00f5, 57, 30, 0},   {0x00b7, 59, 31, 0},   {0x008a, 60, 32, 0},
-    {0x0068, 62, 33, 0},   {0x004e, 63, 34, 0},   {0x003b, 32, 35, 0},   {0x002c, 33, 9, 0},
-    {0x5ae1, 37, 37, 1},   {0x484c, 64, 38, 0},   {0x3a0d, 65, 39, 0},   {0x2ef1, 67, 40, 0},
-    {0x261f, 68, 41, 0},   {0x1f33, 69, 42, 0},   {0x19a8, 70, 43, 0},   {0x1518, 72, 44, 0},
-    {0x1177, 73, 45, 0},   {0x0e74, 74, 46, 0},   {0x0bfb, 75, 47, 0},   {0x09f8, 77, 48, 0},
-    {0x0861, 78, 49, 0},   {0x0706, 79, 50, 0},   {0x05cd, 48, 51, 0},   {0x04de, 50, 52, 0},
-    {0x040f, 50, 53, 0},   {0x0363, 51, 54, 0},   {0x02d4, 52, 55, 0},   {0x025c, 53, 56, 0},
-    {0x01f8, 54, 57, 0},   {0x01a4, 55, 58, 0},   {0x0160, 56, 59, 0},   {0x0125, 57, 60, 0},
-    {0x00f6, 58, 61, 0},   {0x00cb, 59, 62, 0},   {0x00ab, 61, 63, 0},   {0x008f, 61, 32, 0},
-    {0x5b12, 65, 65, 1},   {0x4d04, 80, 66, 0},   {0x412c, 81, 67, 0},   {0x37d8, 82, 68, 0},
-    {0x2fe8, 83, 69, 0},   {0x293c, 84, 70, 0},   {0x2379, 86, 71, 0},   {0x1edf, 87, 72, 0},
-    {0x1aa9, 87, 73, 0},   {0x174e, 72, 74, 0},   {0x1424, 72, 75, 0},   {0x119c, 74, 76, 0},
-    {0x0f6b, 74, 77, 0},   {0x0d51, 75, 78, 0},   {0x0bb6, 77, 79, 0},   {0x0a40, 77, 48, 0},
-    {0x5832, 80, 81, 1},   {0x4d1c, 88, 82, 0},   {0x438e, 89, 83, 0},   {0x3bdd, 90, 84, 0},
-    {0x34ee, 91, 85, 0},   {0x2eae, 92, 86, 0},   {0x299a, 93, 87, 0},   {0x2516, 86, 71, 0},
-    {0x5570, 88, 89, 1},   {0x4ca9, 95, 90, 0},   {0x44d9, 96, 91, 0},   {0x3e22, 97, 92, 0},
-    {0x3824, 99, 93, 0},   {0x32b4, 99, 94, 0},   {0x2e17, 93, 86, 0},   {0x56a8, 95, 96, 1},
-    {0x4f46, 101, 97, 0},  {0x47e5, 102, 98, 0},  {0x41cf, 103, 99, 0},  {0x3c3d, 104, 100, 0},
-    {0x375e, 99, 93, 0},   {0x5231, 105, 102, 0}, {0x4c0f, 106, 103, 0}, {0x4639, 107, 104, 0},
-    {0x415e, 103, 99, 0},  {0x5627, 105, 106, 1}, {0x50e7, 108, 107, 0}, {0x4b85, 109, 103, 0},
-    {0x5597, 110, 109, 0}, {0x504f, 111, 107, 0}, {0x5a10, 110, 111, 1}, {0x5522, 112, 109, 0},
-    {0x59eb, 112, 111, 1},
-};
-
-// The same table, indexed by a context's byte: 2 * state + the more probable pixel.
+// The states of the estimator, indexed by a context's byte: 2 * state + the more probable pixel.
 struct State {
     uint16_t less_probable;
     uint8_t after_less_probable, after_more_probable;
 };
-constexpr std::size_t kStates = 2 * std::size(kEstimates);
+constexpr std::size_t kStates = std::size_t{2} * kesterlib::kQmStates;
 constexpr std::array<State, kStates> make_states()
 {
     std::array<State, kStates> states{};
     for (std::size_t at = 0; at < kStates; ++at) {
-        const Estimate& from = kEstimates[at / 2];
+        const kesterlib::QmState& from = kesterlib::kQmTable[at / 2];
         const int pixel = at % 2;
-        states[at] = {from.less_probable,
-                      static_cast<uint8_t>(from.after_less_probable << 1 | (pixel ^ from.swaps)),
-                      static_cast<uint8_t>(from.after_more_probable << 1 | pixel)};
+        states[at] = {from.qe, static_cast<uint8_t>(from.after_lps << 1 | (pixel ^ from.exchange)),
+                      static_cast<uint8_t>(from.after_mps << 1 | pixel)};
     }
     return states;
 }

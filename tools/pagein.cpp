@@ -3,13 +3,12 @@
 
 #include "pagein.h"
 
-#include <tiffio.h>
+#include "libtiff.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cmath>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -125,24 +124,6 @@ std::string read_pbm(FILE* file, bool packed, Bitmap& page)
 
 // ---- TIFF ---------------------------------------------------------------------------------------------
 
-struct TiffCloser {
-    void operator()(TIFF* file) const { TIFFClose(file); }
-    void operator()(TIFFOpenOptions* how) const { TIFFOpenOptionsFree(how); }
-};
-
-// Keeps only the first message: the next ones are its consequences.
-int keep_message(TIFF* /*file*/, void* user, const char* /*module*/, const char* format, va_list arguments)
-{
-    auto& kept = *static_cast<std::string*>(user);
-    if (kept.empty()) {
-        std::array<char, 400> text{};
-        std::vsnprintf(text.data(), text.size(), format, arguments);
-        kept = text.data();
-        std::replace(kept.begin(), kept.end(), '\n', ' ');
-    }
-    return 1;
-}
-
 int dots_an_inch(float resolution, uint16_t unit)
 {
     const double dots = unit == RESUNIT_CENTIMETER ? resolution * 2.54 : resolution;
@@ -154,11 +135,9 @@ int dots_an_inch(float resolution, uint16_t unit)
 std::string read_tiff(const std::string& path, PageIn& in)
 {
     std::string error, warning;
-    const std::unique_ptr<TIFFOpenOptions, TiffCloser> how(TIFFOpenOptionsAlloc());
-    TIFFOpenOptionsSetErrorHandlerExtR(how.get(), keep_message, &error);
-    TIFFOpenOptionsSetWarningHandlerExtR(how.get(), keep_message, &warning);
+    const TiffOpenOptions how = tiff_open_options(&error, &warning);
     TIFFOpenOptionsSetMaxSingleMemAlloc(how.get(), kMaxPageBytes);
-    const std::unique_ptr<TIFF, TiffCloser> file(TIFFOpenExt(path.c_str(), "rm", how.get())); // m: not mapped
+    const Tiff file(TIFFOpenExt(path.c_str(), "rm", how.get())); // m: not mapped
     if (file == nullptr)
         return error.empty() ? "cannot be opened" : error;
 

@@ -5,6 +5,7 @@
 
 #include "font.h"
 #include "picture.h"
+#include "squareroot.h"
 
 #include <algorithm>
 #include <array>
@@ -473,27 +474,18 @@ Box inside(const Box& box, int x, int y)
     return {box.left + x, box.top + y, box.right - x, box.bottom - y};
 }
 
-int64_t square_root(int64_t value)
-{
-    int64_t root = 0;
-    for (int64_t bit = int64_t{1} << 31; bit != 0; bit >>= 1)
-        if ((root + bit) * (root + bit) <= value)
-            root += bit;
-    return root;
-}
-
 void circle(Surface& surface, int middle_x, int middle_y, int radius, int thick)
 {
     const int64_t outer = int64_t{radius} * radius, inner = int64_t{radius - thick} * (radius - thick);
     for (int y = -radius + 1; y < radius; ++y) {
-        const auto out = static_cast<int>(square_root(outer - int64_t{y} * y));
+        const auto out = static_cast<int>(square_root(static_cast<uint64_t>(outer - int64_t{y} * y)));
         const int64_t hole_square = inner - int64_t{y} * y;
         const int row = middle_y + y;
         if (hole_square <= 0) {
             surface.fill({middle_x - out, row, middle_x + out, row + 1});
             continue;
         }
-        const auto hole = static_cast<int>(square_root(hole_square));
+        const auto hole = static_cast<int>(square_root(static_cast<uint64_t>(hole_square)));
         surface.fill({middle_x - out, row, middle_x - hole, row + 1});
         surface.fill({middle_x + hole, row, middle_x + out, row + 1});
     }

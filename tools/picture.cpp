@@ -4,6 +4,8 @@
 
 #include "picture.h"
 
+#include "squareroot.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
@@ -220,13 +222,8 @@ const uint8_t* Enlarger::row(int y)
 Screen::Screen(int cell)
 {
     // From one dot to the next x and y both change by cell / sqrt(2). So one pixel along x + y or x - y is a
-    // phase of 2^32 / (cell * sqrt(2)). The loop computes this root bit by bit.
-    const uint64_t wanted = (uint64_t{1} << 63) / (static_cast<uint64_t>(cell) * static_cast<uint64_t>(cell));
-    uint64_t root = 0;
-    for (uint64_t bit = uint64_t{1} << 31; bit != 0; bit >>= 1)
-        if ((root + bit) * (root + bit) <= wanted)
-            root += bit;
-    step_ = static_cast<uint32_t>(root);
+    // phase of 2^32 / (cell * sqrt(2)).
+    step_ = square_root((uint64_t{1} << 63) / (static_cast<uint64_t>(cell) * static_cast<uint64_t>(cell)));
 
     // The heights of a dot are the sum of two waves. A threshold is the rank of a height, so that the tones
     // are spread evenly.

@@ -4,15 +4,10 @@
 #include "tiffout.h"
 
 #include "begunfile.h"
-
-#include <tiffio.h>
+#include "libtiff.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdarg>
-#include <cstdio>
-#include <exception>
-#include <memory>
+#include <vector>
 
 namespace pages
 {
@@ -35,18 +30,6 @@ uint16_t tag_value(Compression compression)
     case Compression::None: break;
     }
     return COMPRESSION_NONE;
-}
-
-// Keeps only the first message: the next ones are its consequences.
-int keep_error(TIFF* /*file*/, void* user, const char* /*module*/, const char* format, va_list arguments)
-{
-    auto& kept = *static_cast<std::string*>(user);
-    if (kept.empty()) {
-        std::array<char, 400> text{};
-        std::vsnprintf(text.data(), text.size(), format, arguments);
-        kept = text.data();
-    }
-    return 1;
 }
 
 struct Rows {
@@ -105,18 +88,6 @@ bool write_rows(TIFF* file, const Rows& page)
     return true;
 }
 
-using OpenOptions = std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)>;
-
-// Returns options with which libtiff stores its first error message in `error`. Warnings are ignored.
-OpenOptions options_with(std::string& error)
-{
-    OpenOptions how(TIFFOpenOptionsAlloc(), &TIFFOpenOptionsFree);
-    TIFFOpenOptionsSetErrorHandlerExtR(how.get(), keep_error, &error);
-    TIFFOpenOptionsSetWarningHandlerExtR(
-        how.get(), [](TIFF*, void*, const char*, const char*, va_list) { return 1; }, nullptr);
-    return how;
-}
-
 std::string write_rows_to(const std::string& path, const Rows& page, const TiffOptions& options)
 {
     if (page.bits != 1 &&
@@ -126,59 +97,18 @@ std::string write_rows_to(const std::string& path, const Rows& page, const TiffO
         return "this libtiff was built without that compression";
 
     std::string error;
-    const OpenOptions how = options_with(error);
-    TIFF* const file = TIFFOpenExt(path.c_str(), "wl", how.get());
+    const TiffOpenOptions how = tiff_open_options(&error);
+    Tiff file(TIFFOpenExt(path.c_str(), "wl", how.get()));
     if (file == nullptr)
         return error.empty() ? "cannot be opened" : error;
-    const bool good = set_tags(file, page, options) && write_rows(file, page) &&
-                      (options.directory_first ? TIFFFlush(file) : TIFFWriteDirectory(file)) == 1;
-    TIFFClose(file);
+    const bool good = set_tags(file.get(), page, options) && write_rows(file.get(), page) &&
+                      (options.directory_first ? TIFFFlush(file.get()) : TIFFWriteDirectory(file.get())) == 1;
+    file.reset(); // writes what is still buffered
     if (good && error.empty())
         return {};
     remove_begun_file(path);
     return error.empty() ? "cannot be written" : error;
 }
-
-// A file in memory, with the functions that libtiff calls.
-struct MemoryFile {
-    std::vector<uint8_t> bytes;
-    std::size_t at = 0;
-
-    static MemoryFile& of(thandle_t handle) { return *static_cast<MemoryFile*>(handle); }
-    static tmsize_t read(thandle_t handle, void* to, tmsize_t count)
-    {
-        MemoryFile& file = of(handle);
-        const std::size_t left = file.bytes.size() - std::min(file.at, file.bytes.size());
-        const std::size_t taken = std::min(static_cast<std::size_t>(count), left);
-        if (taken == 0)
-            return 0;
-        std::copy_n(file.bytes.begin() + static_cast<std::ptrdiff_t>(file.at), taken,
-                    static_cast<uint8_t*>(to));
-        file.at += taken;
-        return static_cast<tmsize_t>(taken);
-    }
-    static tmsize_t write(thandle_t handle, void* from, tmsize_t count)
-    {
-        MemoryFile& file = of(handle);
-        const std::size_t end = file.at + static_cast<std::size_t>(count);
-        try {
-            file.bytes.resize(std::max(file.bytes.size(), end));
-        } catch (const std::exception&) { // must not pass through libtiff
-            return -1;
-        }
-        std::copy_n(static_cast<const uint8_t*>(from), count,
-                    file.bytes.begin() + static_cast<std::ptrdiff_t>(file.at));
-        file.at = end;
-        return count;
-    }
-    static toff_t seek(thandle_t handle, toff_t to, int from)
-    {
-        MemoryFile& file = of(handle);
-        file.at = to + (from == SEEK_CUR ? file.at : from == SEEK_END ? file.bytes.size() : 0);
-        return file.at;
-    }
-    static toff_t size(thandle_t handle) { return of(handle).bytes.size(); }
-};
 
 } // namespace
 
@@ -206,19 +136,18 @@ std::string write_tiff(const std::string& path, const GreyMap& page, const TiffO
 std::string encode_group4(const Bitmap& page, std::vector<uint8_t>& stream)
 {
     std::string error;
-    MemoryFile memory;
-    const OpenOptions how = options_with(error);
-    TIFF* const file = TIFFClientOpenExt(
-        "page", "wl", &memory, MemoryFile::read, MemoryFile::write, MemoryFile::seek,
-        [](thandle_t) { return 0; }, MemoryFile::size, nullptr, nullptr, how.get());
+    MemoryTiff memory;
+    const TiffOpenOptions how = tiff_open_options(&error);
+    Tiff file = memory.open("wl", how.get());
     if (file == nullptr)
         return error.empty() ? "cannot be coded" : error;
     TiffOptions options;
     options.compression = Compression::Group4;
     const Rows rows{page.width, page.height, 1, page.row_bytes, page.rows.data(), false};
-    const bool good = set_tags(file, rows, options) && write_rows(file, rows) && TIFFFlushData(file) == 1;
-    const uint64_t first = TIFFGetStrileOffset(file, 0), bytes = TIFFGetStrileByteCount(file, 0);
-    TIFFClose(file);
+    const bool good =
+        set_tags(file.get(), rows, options) && write_rows(file.get(), rows) && TIFFFlushData(file.get()) == 1;
+    const uint64_t first = TIFFGetStrileOffset(file.get(), 0), bytes = TIFFGetStrileByteCount(file.get(), 0);
+    file.reset(); // writes what is still buffered
     if (!good || !error.empty())
         return error.empty() ? "cannot be coded" : error;
     const auto from = memory.bytes.begin() + static_cast<std::ptrdiff_t>(first);

@@ -1,6 +1,6 @@
 #include "tests/support/jbig_reference.h"
 
-#include "qdecoder_table.h"
+#include "qm_states.h"
 
 #include <algorithm>
 #include <cstring>
