@@ -11,6 +11,7 @@
 #include "kesterlib/jbig.h"
 #include "pages.h"
 #include "qdecoder.h"
+#include "tests/support/jbigkit.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -18,34 +19,12 @@
 #include <string_view>
 #include <vector>
 
-extern "C" {
-#include <jbig.h>
-}
-
 namespace
 {
 using Bytes = std::vector<uint8_t>;
 
 constexpr unsigned long kStripeRows = 128;
 bool plain = false;
-
-Bytes Encode(pages::Bitmap page)
-{
-    Bytes stream;
-    uint8_t* plane = page.rows.data();
-    jbg_enc_state state;
-    jbg_enc_init(
-        &state, static_cast<unsigned long>(page.width), static_cast<unsigned long>(page.height), 1, &plane,
-        [](unsigned char* start, size_t length, void* to) {
-            static_cast<Bytes*>(to)->insert(static_cast<Bytes*>(to)->end(), start, start + length);
-        },
-        &stream);
-    jbg_enc_layers(&state, 0);
-    jbg_enc_options(&state, 0, 0, kStripeRows, 0, 0);
-    jbg_enc_out(&state);
-    jbg_enc_free(&state);
-    return stream;
-}
 } // namespace
 
 // extern "C", so that callgrind finds the names.
@@ -110,7 +89,7 @@ constexpr int kDpi = 1000;
 void Measure(Harness& bench, const PageKind& kind, const pages::Bitmap& page)
 {
     const std::string name = std::string{"JBIG"} + (plain ? ", plain, " : ", ") + kind.name;
-    Bytes stream = Encode(page);
+    Bytes stream = test_support::EncodeWithJbigkit(page.rows, page.width, page.height, kStripeRows);
     Bytes rows;
     TimePeer(&stream, &rows);
     Require(rows == page.rows, name + ": jbigkit's rows differ from the page");
@@ -145,7 +124,7 @@ int main(int argc, char** argv)
             Measure(bench, kind, page);
             continue;
         }
-        Bytes stream = Encode(page);
+        Bytes stream = test_support::EncodeWithJbigkit(page.rows, page.width, page.height, kStripeRows);
         Bytes rows(page.rows.size());
         if (once == "ours")
             TimeOurs(stream, page, &rows);

@@ -6,6 +6,7 @@
 #include "pages.h"
 #include "qdecoder.h"
 #include "tests/support/jbig_reference.h"
+#include "tests/support/jbigkit.h"
 #include "tests/support/seek_block.h"
 
 #include <gtest/gtest.h>
@@ -17,10 +18,6 @@
 #include <random>
 #include <string>
 #include <vector>
-
-extern "C" {
-#include <jbig.h>
-}
 
 namespace
 {
@@ -205,23 +202,9 @@ Bitmap Inverted(Bitmap page)
     return page;
 }
 
-// Encodes with the public library. A 1 stays 1.
-Bytes EncodePublic(Bitmap page, unsigned long stripe_rows)
+Bytes EncodePublic(const Bitmap& page, unsigned long stripe_rows)
 {
-    Bytes stream;
-    uint8_t* plane = page.rows.data();
-    jbg_enc_state state;
-    jbg_enc_init(
-        &state, static_cast<unsigned long>(page.width), static_cast<unsigned long>(page.height), 1, &plane,
-        [](unsigned char* start, size_t length, void* to) {
-            static_cast<Bytes*>(to)->insert(static_cast<Bytes*>(to)->end(), start, start + length);
-        },
-        &stream);
-    jbg_enc_layers(&state, 0);
-    jbg_enc_options(&state, 0, 0, stripe_rows, 0, 0);
-    jbg_enc_out(&state);
-    jbg_enc_free(&state);
-    return stream;
+    return test_support::EncodeWithJbigkit(page.rows, page.width, page.height, stripe_rows);
 }
 
 Bytes EncodeOwn(const Bitmap& page, uint32_t stripe_rows, pages::StripeEnd end)

@@ -2,6 +2,7 @@
 // encoder does not follow it, jbigkit's decoder returns the page.
 
 #include "jbigencode.h"
+#include "tests/support/jbigkit.h"
 #include "tests/support/random_page.h"
 
 #include <gtest/gtest.h>
@@ -9,10 +10,6 @@
 #include <algorithm>
 #include <random>
 #include <vector>
-
-extern "C" {
-#include <jbig.h>
-}
 
 namespace
 {
@@ -37,33 +34,9 @@ Bytes coded_rows(Bitmap page, JbigOne one)
 
 Bytes by_jbigkit(const Bitmap& page, const JbigOptions& options)
 {
-    Bytes rows = coded_rows(page, options.one), stream;
-    unsigned char* plane = rows.data();
-    const auto append = [](unsigned char* bytes, std::size_t count, void* to) {
-        static_cast<Bytes*>(to)->insert(static_cast<Bytes*>(to)->end(), bytes, bytes + count);
-    };
-    jbg_enc_state state;
-    jbg_enc_init(&state, static_cast<unsigned long>(page.width), static_cast<unsigned long>(page.height), 1,
-                 &plane, append, &stream);
-    jbg_enc_layers(&state, 0);
-    const int reset = options.stripe_end == StripeEnd::ResetContexts ? JBG_SDRST : 0;
-    jbg_enc_options(&state, 0, reset, options.stripe_rows, 0, 0);
-    jbg_enc_out(&state);
-    jbg_enc_free(&state);
-    return stream;
-}
-
-// Returns the rows that jbigkit decodes, or none if it refuses the stream.
-Bytes read_by_jbigkit(Bytes stream)
-{
-    jbg_dec_state state;
-    jbg_dec_init(&state);
-    std::size_t taken = 0;
-    Bytes rows;
-    if (jbg_dec_in(&state, stream.data(), stream.size(), &taken) == JBG_EOK && taken == stream.size())
-        rows.assign(jbg_dec_getimage(&state, 0), jbg_dec_getimage(&state, 0) + jbg_dec_getsize(&state));
-    jbg_dec_free(&state);
-    return rows;
+    return test_support::EncodeWithJbigkit(coded_rows(page, options.one), page.width, page.height,
+                                           options.stripe_rows,
+                                           options.stripe_end == StripeEnd::ResetContexts);
 }
 
 void expect_the_same(const Bitmap& page, const JbigOptions& options)
@@ -119,8 +92,10 @@ TEST(JbigEncoder, CodesSingleLinesAsStripes)
     for (int i = 0; i < 140; ++i) {
         const Bitmap page = test_support::RandomPage(random, 1 + i % 70, 24);
         for (const JbigOne one : {JbigOne::White, JbigOne::Black})
-            ASSERT_EQ(read_by_jbigkit(pages::encode_jbig(page, {1, StripeEnd::KeepContexts, one})),
-                      coded_rows(page, one))
+            ASSERT_EQ(
+                test_support::DecodeWithJbigkit(pages::encode_jbig(page, {1, StripeEnd::KeepContexts, one}))
+                    .rows,
+                coded_rows(page, one))
                 << "page " << i;
     }
 }
