@@ -1,6 +1,8 @@
 // The input is the text of a page header. The reader in memory gets exactly these bytes. The reader over a
 // callback block gets them as the start of a stream. All values must stay within their fields, and both
 // readers must agree.
+#include "promise.h"
+
 #include <kesterlib/callback.h>
 #include <kesterlib/faxhdr.h>
 
@@ -13,12 +15,6 @@
 
 namespace
 {
-void Promise(bool kept)
-{
-    if (!kept)
-        std::abort();
-}
-
 struct Input {
     const uint8_t* at;
     size_t left;

@@ -1,10 +1,11 @@
 // The input is a record as it is in memory. Missing bytes are 0. The record is written as text and read back.
 // All fields that the text contains must be equal. A second round trip must not change the record.
+#include "promise.h"
+
 #include <kesterlib/faxhdr.h>
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -13,12 +14,6 @@
 
 namespace
 {
-void Promise(bool kept)
-{
-    if (!kept)
-        std::abort();
-}
-
 // Returns the bytes of the record without the padding at its end.
 std::string_view BytesOf(const FAXHeader& header)
 {

@@ -3,12 +3,12 @@
 // loops and the slow decoder of the tests must agree in every byte, every message and every read.
 #include "kesterlib/jbig.h"
 
+#include "promise.h"
 #include "qdecoder.h"
 #include "tests/support/jbig_reference.h"
 #include "tests/support/seek_block.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -46,8 +46,7 @@ Decoded Decode(kesterlib::JbigRowLoop* loop, const JbigInput& input, const uint8
             const int32_t ask = std::min(per_call, rows - done);
             Bytes out(static_cast<size_t>(ask * pitch)); // exact size: shows a byte too far
             const int32_t got = Jbig_Decode(dat, ask, out.data(), static_cast<int32_t>(pitch));
-            if (got < 0 || got > ask || (got < ask) != (Jbig_Error_String(dat) != nullptr))
-                std::abort();
+            Promise(got >= 0 && got <= ask && (got < ask) == (Jbig_Error_String(dat) != nullptr));
             for (std::ptrdiff_t row = 0; row < got; ++row)
                 decoded.rows.insert(decoded.rows.end(), out.begin() + row * pitch,
                                     out.begin() + row * pitch + row_bytes);
@@ -62,8 +61,7 @@ Decoded Decode(kesterlib::JbigRowLoop* loop, const JbigInput& input, const uint8
     block.Dispose();
     decoded.messages = block.messages; // including those about memory leaks
     decoded.reads = block.reads;
-    if (block.exits != 0) // a broken invariant
-        std::abort();
+    Promise(block.exits == 0); // no broken invariant
     return decoded;
 }
 
@@ -114,8 +112,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         input.most_in_all = how[2] % 8 == 0 ? SIZE_MAX : size_t{20} + how[3];
     }
     const Decoded wanted = any_sides ? Decode(kesterlib::jbig_rows_plain, input, how) : Foretell(input, how);
-    if (!(Decode(kesterlib::jbig_rows_plain, input, how) == wanted) ||
-        !(Decode(kesterlib::jbig_row_loop(), input, how) == wanted))
-        std::abort();
+    Promise(Decode(kesterlib::jbig_rows_plain, input, how) == wanted);
+    Promise(Decode(kesterlib::jbig_row_loop(), input, how) == wanted);
     return 0;
 }

@@ -1,9 +1,9 @@
 // The input is a settings file. Its values are read, written as text and read again. All values whose name
 // has a group and a key must be unchanged.
 #include "platform/profiletext.h"
+#include "promise.h"
 
 #include <cstdint>
-#include <cstdlib>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
@@ -12,7 +12,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     for (const auto& [name, value] : values)
         if (name.find('/', 1) != std::string::npos)
             kept[name] = value;
-    if (ParseProfile(ComposeProfile(values)) != kept)
-        std::abort();
+    Promise(ParseProfile(ComposeProfile(values)) == kept);
     return 0;
 }

@@ -6,11 +6,11 @@
 #include "kesterlib/uncompress.h"
 
 #include "frame.h"
+#include "promise.h"
 #include "tests/support/chunk_block.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <span>
 #include <string>
 #include <vector>
@@ -51,8 +51,8 @@ inline Decoded Decode(const Codec& codec, RowLoop* loop, std::span<const uint8_t
                                  static_cast<size_t>(stride)); // exact size: shows a byte too far
         const int32_t got = loop(reinterpret_cast<kesterlib::Frame*>(frame), ask, out.data(), stride);
         const bool text = Uncomp_Error_String(frame) != nullptr;
-        if (got < 0 || got > ask || (got == ask && text) || (got < ask && codec.always_text && !text))
-            std::abort();
+        Promise(got >= 0 && got <= ask);
+        Promise(got == ask ? !text : text || !codec.always_text);
         decoded.rows.insert(decoded.rows.end(), out.begin(), out.begin() + int64_t{got} * stride);
         if (got < ask)
             break;
@@ -64,8 +64,7 @@ inline Decoded Decode(const Codec& codec, RowLoop* loop, std::span<const uint8_t
         decoded.error = Uncomp_Error_String(frame);
     Uncomp_Free(frame);
     block.Dispose();
-    if (!block.messages.empty() || block.exits != 0) // a memory leak, or a broken invariant
-        std::abort();
+    Promise(block.messages.empty() && block.exits == 0); // no memory leak, and no broken invariant
     return decoded;
 }
 
@@ -78,7 +77,6 @@ inline void Run(const Codec& codec, RowLoop* plain, RowLoop* fastest, const uint
     const uint8_t* const how = data + size - kHow;
     const int32_t per_call = 1 + how[2] % 8;
     const Decoded wanted = Decode(codec, plain, exact, how, per_call);
-    if (!(Decode(codec, fastest, exact, how, per_call % 8 + 1) == wanted))
-        std::abort();
+    Promise(Decode(codec, fastest, exact, how, per_call % 8 + 1) == wanted);
 }
 } // namespace run_fuzz

@@ -3,22 +3,16 @@
 // the loops must return the same greys as a count pixel by pixel.
 #include "kesterlib/scale.h"
 
+#include "promise.h"
 #include "scale_loops.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <vector>
 
 namespace
 {
 using Bytes = std::vector<uint8_t>;
-
-void Require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 struct Page {
     int32_t width, height;
@@ -49,7 +43,7 @@ struct Reduced {
 int32_t Keep(int32_t out_row, int32_t out_width, const uint8_t* grey_row, void* user_data)
 {
     auto* const reduced = static_cast<Reduced*>(user_data);
-    Require(out_row == reduced->rows++);
+    Promise(out_row == reduced->rows++);
     reduced->greys.insert(reduced->greys.end(), grey_row, grey_row + out_width);
     return 1;
 }
@@ -62,13 +56,13 @@ void Check(const Page& page, int32_t scale, bool invert, const scale_loops* loop
     scale_engine* const engine = make_scale_engine(scale, page.width, page.height, invert ? 1 : 0, &reduced);
     engine->loops = loops;
     for (const Bytes& row : page.rows)
-        Require(scale_one_row(engine, row.data(), Keep) == (valid ? 1 : 0));
+        Promise(scale_one_row(engine, row.data(), Keep) == (valid ? 1 : 0));
     Bytes blank(static_cast<size_t>(engine->row_bytes), 0xFF);
     const bool owed = page.height > 0 && !valid;
-    Require(finish_scaling(engine, page.width > 0 ? blank.data() : nullptr, Keep) ==
+    Promise(finish_scaling(engine, page.width > 0 ? blank.data() : nullptr, Keep) ==
             (owed && page.width > 0 ? 0 : 1));
     if (page.width > 0)
-        Require(reduced.greys == (valid ? Judge(page, scale, invert) : Bytes{}));
+        Promise(reduced.greys == (valid ? Judge(page, scale, invert) : Bytes{}));
 }
 } // namespace
 

@@ -3,9 +3,9 @@
 // must return the same rows. Rewind and a second run must also return them, except with the fax codes of
 // libtiff: on damaged data its decoder uses runs from what it decoded before.
 #include "app/tifimage.h"
+#include "promise.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 #include <sys/mman.h>
 #include <tiffio.h>
@@ -30,12 +30,6 @@ bool IsFaxOfLibtiff(const CString& path, const TIFFImage& page)
     return compression == COMPRESSION_CCITTRLE || compression == COMPRESSION_CCITTRLEW ||
            compression == COMPRESSION_CCITTFAX3 ||
            (compression == COMPRESSION_CCITTFAX4 && (page.BitsPerPixel != 1 || page.Width > kWidestDecoder));
-}
-
-void Promise(bool kept)
-{
-    if (!kept)
-        std::abort();
 }
 
 // Reads rows in order until all are read or one fails. Returns how many were read.

@@ -5,11 +5,11 @@
 // - of a strip that is cut off, only rows of the page,
 // - of a damaged strip, at least the rows that are complete before the damage.
 #include "app/tifimage.h"
+#include "promise.h"
 #include "tests/support/hostile_tiff.h"
 #include "tiffout.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <sys/mman.h>
@@ -19,12 +19,6 @@
 
 namespace
 {
-void Promise(bool kept)
-{
-    if (!kept)
-        std::abort();
-}
-
 // A TIFF file in memory whose page is this strip.
 struct TiffFile {
     int file = memfd_create("page", MFD_CLOEXEC);

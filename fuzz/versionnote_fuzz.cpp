@@ -1,9 +1,9 @@
 // The input is a program file. The result must be empty, or a version that the input contains after the
 // owner's name. The position of the file descriptor must be unchanged.
 #include "platform/versionnote.h"
+#include "promise.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <sys/mman.h>
@@ -11,12 +11,6 @@
 
 namespace
 {
-void Promise(bool kept)
-{
-    if (!kept)
-        std::abort();
-}
-
 std::string TextAt(std::string_view bytes, bool is_big)
 {
     unsigned numbers[4];
