@@ -51,18 +51,13 @@ inline int32_t take_ones(UNCOMP* base, int32_t wanted)
     return ones;
 }
 
-// Repeats the row above: its list stays in place. `above` is that row in the caller's memory, or null.
-inline void same_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t nbytes, int32_t row_length)
+// Repeats the row above: its list stays in place.
+inline void same_row(Frame* frame, uint8_t* row, int32_t nbytes, int32_t row_length)
 {
     UNCOMP& base = frame->base;
     const int32_t transitions = frame->ref_transitions;
-    if (!above || transitions == 0) {
-        paint_list(frame, row, base.ref_list, base.ref_end, transitions,
-                   list_order(base.ref_list, transitions), nbytes);
-    } else if (nbytes > 0) {
-        memcpy(row, above, static_cast<size_t>(nbytes));
-        uncomp_clip_row(row, nbytes, base.width);
-    }
+    paint_list(frame, row, base.ref_list, base.ref_end, transitions, list_order(base.ref_list, transitions),
+               nbytes);
     // The row ended with a code for the row length, so its list has one copy more than other lists.
     if (frame->ref_count != 1 + transitions + 5 || base.ref_list[2 + transitions] != row_length) {
         base.ref_list[1 + transitions] = row_length;

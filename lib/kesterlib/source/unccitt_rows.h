@@ -196,7 +196,7 @@ inline Fast fast_codes(Frame* frame, Group4Row* row)
 
 // Decodes a row into cur_list and paints it. `above` is the packed row above in the caller's memory, or
 // null.
-inline Group4Step coded_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t nbytes)
+inline Group4Step coded_row(Frame* frame, uint8_t* row, int32_t nbytes)
 {
     UNCOMP& base = frame->base;
     const int32_t width = base.width;
@@ -206,7 +206,7 @@ inline Group4Step coded_row(Frame* frame, uint8_t* row, const uint8_t* above, in
     if (frame->ref_rises && base.ref_list[frame->ref_transitions + 1] == width) {
         const int32_t same = take_ones(&base, frame->ref_transitions + 1);
         if (same > frame->ref_transitions) {
-            same_row(frame, row, above, nbytes, width);
+            same_row(frame, row, nbytes, width);
             return Group4Step::RowDone;
         }
         if (same > 0) {
@@ -262,11 +262,10 @@ int32_t KESTERLIB_UNCCITT4_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int
         return rows;
     }
     int32_t done = 0;
-    const uint8_t* above = nullptr;
     for (; done < rows && !frame->finished; ++done) {
         uint8_t* const row = buffer + int64_t{done} * stride;
         if (!base.eol_seen) {
-            const Group4Step step = coded_row(frame, row, above, nbytes);
+            const Group4Step step = coded_row(frame, row, nbytes);
             if (step == Group4Step::Failed) {
                 frame->finished = true;
                 break;
@@ -278,7 +277,6 @@ int32_t KESTERLIB_UNCCITT4_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int
         if (base.eol_seen && nbytes > 0)
             memset(row, 0, static_cast<size_t>(nbytes));
         uncomp_count_row(&base);
-        above = row;
     }
     return done;
 }

@@ -209,7 +209,7 @@ inline void end_row(UNCOMP* base)
 
 // Decodes and paints a row whose first bit, 0, is already taken. `above` is the packed row above in the
 // caller's memory, or null. Returns false if the row is damaged.
-inline bool coded_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t nbytes)
+inline bool coded_row(Frame* frame, uint8_t* row, int32_t nbytes)
 {
     UNCOMP& base = frame->base;
     const int32_t row_length = base.row_bytes * 8;
@@ -219,7 +219,7 @@ inline bool coded_row(Frame* frame, uint8_t* row, const uint8_t* above, int32_t 
     const int32_t same = take_ones(&base, frame->ref_transitions + 1);
     if (same > frame->ref_transitions) {
         end_row(&base);
-        same_row(frame, row, above, nbytes, row_length);
+        same_row(frame, row, nbytes, row_length);
         return true;
     }
     if (same > 0) {
@@ -268,7 +268,6 @@ int32_t KESTERLIB_UNSQZ_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int32_
     const int32_t row_bytes_used = base.width / 8 + (base.width % 8 != 0);
     const int32_t nbytes = row_bytes_used < stride ? row_bytes_used : stride;
     int32_t done = 0;
-    const uint8_t* above = nullptr;
     for (; done < rows && !frame->finished; ++done) {
         uint8_t* const row = buffer + int64_t{done} * stride;
         const auto start = static_cast<uint8_t>(base.bits_hi >> 8);
@@ -287,7 +286,7 @@ int32_t KESTERLIB_UNSQZ_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int32_
             base.bits_lo = static_cast<uint16_t>(window);
             base.bitsloaded -= 1;
             uncomp_load_bits(&base);
-            if (!coded_row(frame, row, above, nbytes)) {
+            if (!coded_row(frame, row, nbytes)) {
                 frame->finished = true;
                 break;
             }
@@ -295,7 +294,6 @@ int32_t KESTERLIB_UNSQZ_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int32_
         if (frame->filler)
             uncomp_note_filler(frame);
         uncomp_count_row(&base);
-        above = row;
     }
     uncomp_keep_raw_row(frame);
     return done;
