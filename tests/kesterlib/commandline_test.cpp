@@ -37,8 +37,9 @@ const option_record kOptions[] = {
     {"-four", nullptr, 4, Handle<T, T, T, T>()},
     {"-n", "never reached", 1, Handle<T>()},
     {"-h", "never reached", 0, Handle<>()},
-    {"-five", nullptr, 5, nullptr},
-    {"-less", nullptr, -1, nullptr},
+    {"-five", nullptr, 5, Handle<>()},
+    {"-less", nullptr, -1, Handle<>()},
+    {"-none", nullptr, 0, nullptr},
     {nullptr, nullptr, 0, nullptr},
 };
 
@@ -46,7 +47,7 @@ constexpr const char* kHelp =
     "\nRecognised options are:\n\n\t Pages:\n-n: turns over\n-one: arg1"
     "\n-two: arg1 arg2 takes a pair\n-three: arg1 arg2 arg3\n-four: arg1 arg2 arg3 arg4"
     "\n-n: arg1 never reached\n-h: never reached"
-    "\n-five: arg1 arg2 arg3 arg4 arg5\n-less:\n";
+    "\n-five: arg1 arg2 arg3 arg4 arg5\n-less:\n-none:\n";
 
 TEST(CommandLine, HandlersAreCalledInOrder)
 {
@@ -88,7 +89,7 @@ TEST(CommandLine, HandlersAreCalledInOrder)
 
 TEST(CommandLineDeathTest, AnInvalidTableEndsTheProcess)
 {
-    for (const char* word : {"-five", "-less"}) {
+    for (const char* word : {"-five", "-less", "-none"}) {
         char* words[] = {const_cast<char*>(word)};
         EXPECT_EXIT(parse_command_line(1, words, kOptions), testing::ExitedWithCode(1),
                     std::string("^\nInternal Error, at option ") + word + "$");

@@ -8,6 +8,7 @@
 #include "tests/support/jbig_reference.h"
 #include "tests/support/jbigkit.h"
 #include "tests/support/seek_block.h"
+#include "tests/support/short_malloc.h"
 
 #include <gtest/gtest.h>
 
@@ -359,6 +360,24 @@ TEST(Jbig, AgreesWithTheReferenceOnRandomBytes)
         if (HasFailure())
             return;
     }
+}
+
+TEST(Jbig, AnUnknownReadErrorNeedsNoMemory)
+{
+    const Bitmap page(8, 300);
+    JbigInput input{EncodeOwn(page, 300, pages::StripeEnd::KeepContexts)};
+    input.most_in_all = 20;
+    input.error = 100'000;
+    SeekBlock block(input);
+    jbig_data* const dat = Jbig_Open_Input_Callback(block);
+    ASSERT_NE(dat, nullptr);
+    block.allocations_left = 0;
+    g_mallocs_left = 0;
+    uint8_t row = 0;
+    EXPECT_EQ(Jbig_Decode(dat, 1, &row, 1), 0);
+    g_mallocs_left = -1;
+    EXPECT_STREQ(Jbig_Error_String(dat), "Unknown error code, #100000");
+    Jbig_Close_Input(dat);
 }
 
 TEST(Jbig, ReportsEveryFaultOfAHeader)

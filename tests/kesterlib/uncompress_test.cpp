@@ -1,4 +1,6 @@
 // Lists of transitions: made from rows, and painted into rows.
+#include "kesterlib/unccitt.h"
+
 #include "frame.h"
 
 #include "tests/support/chunk_block.h"
@@ -53,6 +55,24 @@ TEST(Getruns, AgreesWithASearchPixelByPixel)
               std::string::npos)
         << block.messages;
     EXPECT_EQ(List(list.begin() + 10, list.end()), List(10, -7));
+}
+
+TEST(Frame, CountsTheBytesBeforeItsBufferForEveryInput)
+{
+    const Bytes stream(1300, 0xFF); // each bit is a row of 0
+    constexpr int kRows = 8 * 1100;
+    std::vector<uint8_t> rows(kRows);
+    for (const size_t most_a_read : {size_t{0}, size_t{7}, SIZE_MAX}) { // 0: in memory
+        ChunkBlock block;
+        block.SetInput(stream, most_a_read);
+        UNCOMP* const frame = most_a_read == 0
+                                  ? Unccitt4_Open_MMapped(stream.data(), stream.size(), 8, 1, nullptr)
+                                  : Unccitt4_Open_Callback(block, 8, 1, nullptr);
+        EXPECT_EQ(Unccitt4_Decode(frame, kRows, rows.data(), 1), kRows);
+        EXPECT_EQ((frame->bytes_before + (frame->in_ptr - frame->buf_start)) * 8 - frame->bitsloaded, kRows)
+            << most_a_read;
+        Uncomp_Free(frame);
+    }
 }
 
 TEST(PaintRow, PaintsRunsAndNothingElse)

@@ -143,7 +143,7 @@ void parse_command_line(int argc, char* const* argv, const option_record* option
             continue;
         }
         const int32_t wanted = option->argument_count;
-        if (wanted < 0 || wanted > kMostArguments) {
+        if (wanted < 0 || wanted > kMostArguments || option->handler == nullptr) {
             fprintf(stderr, "\nInternal Error, at option %s", word);
             exit(1);
         }

@@ -1,4 +1,4 @@
-// Shared by the sources of the callback block.
+// Functions on callback blocks and errors that only the library uses.
 #pragma once
 
 #include "kesterlib/callback.h"
@@ -6,3 +6,10 @@
 // Call this before calling a slot. A default slot receives no block, so it reports through the block that
 // was named here last.
 void set_current_callback_block(callback_block* block);
+
+namespace kesterlib
+{
+// Returns the text of a system error code: a constant text, or for an unknown code a text in `buffer`.
+constexpr size_t kErrorTextBytes = 200;
+const char* system_error_text(int code, char (&buffer)[kErrorTextBytes]);
+} // namespace kesterlib

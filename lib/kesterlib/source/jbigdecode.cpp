@@ -49,7 +49,7 @@ int32_t held_to_int32(int64_t value)
     return value > INT32_MAX ? INT32_MAX : value < 0 ? 0 : static_cast<int32_t>(value);
 }
 
-jbig_data* jbig_make_data(callback_block* block, uint32_t width, uint32_t height)
+jbig_data* jbig_make_data(callback_block* block)
 {
     auto* const decoder =
         static_cast<Decoder*>(callback_allocate(block, sizeof(Decoder), "jbig data object"));
@@ -58,8 +58,6 @@ jbig_data* jbig_make_data(callback_block* block, uint32_t width, uint32_t height
     memset(decoder, 0, sizeof *decoder);
     decoder->row_loop = jbig_row_loop();
     decoder->base.block = block;
-    decoder->base.width = width;
-    decoder->base.height = height;
     return &decoder->base;
 }
 
@@ -234,7 +232,7 @@ jbig_data* Jbig_Open_Input_Callback(callback_block* block)
 {
     if (!block)
         return nullptr;
-    jbig_data* const dat = kesterlib::jbig_make_data(block, 0, 0);
+    jbig_data* const dat = kesterlib::jbig_make_data(block);
     if (!dat)
         return nullptr;
     dat->input_buffer = static_cast<uint8_t*>(callback_allocate(block, JBIG_INPUT_BUFFER, "i/o buffer"));
@@ -272,7 +270,7 @@ jbig_data* Jbig_Open_Input_MMapped(const uint8_t* data, size_t length)
         length = 0;
     }
     callback_block* const block = mapped_block();
-    jbig_data* const dat = block ? jbig_make_data(block, 0, 0) : nullptr;
+    jbig_data* const dat = block ? jbig_make_data(block) : nullptr;
     if (!dat) {
         dispose_callback_block(block);
         return nullptr;

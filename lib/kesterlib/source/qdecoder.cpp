@@ -40,7 +40,8 @@ void jbig_refill(jbig_data* dat)
     dat->io_buffer_end = dat->input_buffer + got;
     dat->bytes_left -= static_cast<int32_t>(got);
     if (got < wanted)
-        jbig_error(dat, system_error_string(errno), __LINE__, kSource);
+        jbig_error(dat, system_error_text(errno, reinterpret_cast<Decoder*>(dat)->unknown_error), __LINE__,
+                   kSource);
     if (got == 0)
         jbig_error(dat, "Ran out of JBIG data", __LINE__, kSource);
 }

@@ -4,6 +4,8 @@
 
 #include "kesterlib/jbig.h"
 
+#include "io-callback.h"
+
 #include <cstdint>
 
 namespace kesterlib
@@ -38,6 +40,8 @@ struct Decoder {
     uint8_t contexts_before[JBIG_ADAPTOR_BYTES];
     bool began_after_data; // the data were over before the stripe in the buffer began
     bool repeats;          // every further stripe equals the one in the buffer
+
+    char unknown_error[kErrorTextBytes]; // text of a system error that the system has no text for
 };
 
 // ---- jbigdecode.cpp

@@ -1,5 +1,5 @@
 // Reports: the single path of fatal errors, and the texts of system errors.
-#include "kesterlib/callback.h"
+#include "io-callback.h"
 
 #include <errno.h>
 #include <stdlib.h>
@@ -16,8 +16,6 @@ struct Assertion {
 
 int assertion_guard = 0;        // above 0 while a report is running
 Assertion saved_assertion = {}; // the failure that is being reported
-
-constexpr size_t kErrorTextBytes = 200; // bytes of a formatted error text
 
 const char* text_or_null(const char* text)
 {
@@ -38,25 +36,25 @@ const char* text_or_null(const char* text)
     exit(1);
 }
 
-// Returns the system's constant text of a code; null for a code without one.
-const char* known_error_text(int code)
+// Copies a text into memory from allocate(bytes). Returns null if that returns null.
+template <typename Allocate>
+const char* copy_text(const char* text, const Allocate& allocate)
 {
-    return strerrordesc_np(code);
+    const size_t bytes = strlen(text) + 1;
+    void* const memory = allocate(bytes);
+    return memory == nullptr ? nullptr : static_cast<const char*>(memcpy(memory, text, bytes));
 }
 
-// Writes the text of a code without one. Returns its bytes, with the terminator.
-size_t format_unknown_error(char (&text)[kErrorTextBytes], int code)
-{
-    return static_cast<size_t>(printf_to_buffer(text, sizeof text, "Unknown error code, #%d", code)) + 1;
-}
-
-const char* copy_text(void* memory, const char* text, size_t text_bytes)
-{
-    if (memory != nullptr)
-        memcpy(memory, text, text_bytes);
-    return static_cast<const char*>(memory);
-}
+constexpr const char* kTextMemory = "Error String";
 } // namespace
+
+const char* kesterlib::system_error_text(int code, char (&buffer)[kErrorTextBytes])
+{
+    if (const char* known = strerrordesc_np(code))
+        return known;
+    printf_to_buffer(buffer, sizeof buffer, "Unknown error code, #%d", code);
+    return buffer;
+}
 
 void callback_assertion_failed(callback_block* block, const char* expression, const char* text,
                                const char* file, int line)
@@ -81,20 +79,20 @@ void callback_perror(callback_block* block, const char* text)
 
 const char* callback_system_error_string(callback_block* block, int code)
 {
-    if (const char* known = known_error_text(code))
-        return known;
-    char text[kErrorTextBytes];
-    const size_t text_bytes = format_unknown_error(text, code);
-    return copy_text(callback_allocate(block, text_bytes, "Error String"), text, text_bytes);
+    char buffer[kesterlib::kErrorTextBytes];
+    const char* const text = kesterlib::system_error_text(code, buffer);
+    return text != buffer ? text : copy_text(text, [block](size_t bytes) {
+        return callback_allocate(block, bytes, kTextMemory);
+    });
 }
 
 const char* system_error_string(int code)
 {
-    if (const char* known = known_error_text(code))
-        return known;
-    char text[kErrorTextBytes];
-    const size_t text_bytes = format_unknown_error(text, code);
-    return copy_text(safe_malloc(text_bytes, "Error String", nullptr), text, text_bytes);
+    char buffer[kesterlib::kErrorTextBytes];
+    const char* const text = kesterlib::system_error_text(code, buffer);
+    return text != buffer
+               ? text
+               : copy_text(text, [](size_t bytes) { return safe_malloc(bytes, kTextMemory, nullptr); });
 }
 
 int printf_to_buffer(char* buffer, size_t size, const char* format, ...)

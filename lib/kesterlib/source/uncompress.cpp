@@ -75,9 +75,10 @@ Frame* uncomp_make(callback_block* cb, int32_t width, int32_t row_bytes)
     base.cb = cb;
     base.width = width;
     base.row_bytes = row_bytes;
-    base.buf_start = base.in_buffer;
-    base.in_ptr = base.in_buffer + UNCOMP_IN_BUFFER;
-    base.in_end = base.in_ptr;
+    // The buffer is empty, and the first refill adds nothing to bytes_before.
+    base.buf_start = base.in_buffer + UNCOMP_IN_BUFFER;
+    base.in_ptr = base.buf_start;
+    base.in_end = base.buf_start;
     base.list_block = lists;
     base.cur_list = lists;
     base.cur_end = lists + list_entries;

@@ -28,8 +28,8 @@ typedef struct option_record {
  *
  * A handler receives the elements after its word, even if they look like options. "-h" prints the help. A
  * word that is not in the table, or with too few elements after it, is reported on stderr; the walk then
- * continues with the next element. If an option's argument_count is not 0 to 4, the process exits with code
- * 1. */
+ * continues with the next element. If an option's argument_count is not 0 to 4, or its handler is null, the
+ * process exits with code 1. */
 KESTERLIB_API void parse_command_line(int argc, char* const* argv, const option_record* options);
 
 /* Prints the table to standard output. */

@@ -53,7 +53,7 @@ typedef struct jbig_data {
     uint32_t error_count;
     int32_t error_line;     /* line in the decoder's source that reported the first error */
     const char* error_file; /* name of that source, a constant text */
-    const char* error_text; /* message of the first error, a constant text */
+    const char* error_text; /* message of the first error; lives as long as the decoder */
 
     int32_t reset_pending; /* 1: a marker requested a reset of the contexts at the next stripe */
     int32_t marker_seen;   /* 1: a marker has ended the data of this stripe */
@@ -116,7 +116,7 @@ KESTERLIB_API int32_t Jbig_Decode(jbig_data* dat, int32_t lines, uint8_t* buffer
  * the end of the data, as soon as a stripe equals the one before, any number of rows costs nothing. */
 KESTERLIB_API int32_t Jbig_Decode_Discard(jbig_data* dat, int32_t lines);
 
-/* Returns the message of the first error, a constant text; null if there was none. */
+/* Returns the message of the first error; null if there was none. It is valid until the decoder is closed. */
 KESTERLIB_API const char* Jbig_Error_String(const jbig_data* dat);
 
 KESTERLIB_END

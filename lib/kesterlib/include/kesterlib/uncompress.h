@@ -36,7 +36,7 @@ typedef struct UNCOMP {
     int32_t rows_done;   /* rows delivered since the open, INT32_MAX at most */
     int32_t* list_block; /* memory of both lists */
 
-    int32_t bytes_before;     /* grows by the bytes of the buffer at each refill */
+    int32_t bytes_before;     /* bytes of the input before buf_start, modulo 2^32 */
     const uint8_t* buf_start; /* first of the bytes in use: in_buffer, or the input in memory */
     uint8_t in_buffer[UNCOMP_IN_BUFFER];
     const uint8_t* in_ptr; /* next byte */
