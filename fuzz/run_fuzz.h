@@ -5,8 +5,8 @@
 
 #include "kesterlib/uncompress.h"
 
-#include "frame.h"
 #include "promise.h"
+#include "run_frame.h"
 #include "tests/support/chunk_block.h"
 
 #include <algorithm>

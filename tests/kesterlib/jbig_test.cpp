@@ -29,21 +29,21 @@ using test_support::JbigReference;
 using test_support::SeekBlock;
 
 enum class From { Memory, Block, Stream };
-struct Road {
+struct Variant {
     const char* name;
     From from;
     bool plain; // use the row loop for every machine
     int per_call, more_pitch;
 };
-constexpr Road kRoads[] = {
+constexpr Variant kVariants[] = {
     {"mapped", From::Memory, false, 1 << 20, 0}, {"mapped, plain", From::Memory, true, 3, 1},
     {"block", From::Block, false, 1, 2},         {"block, plain", From::Block, true, 1 << 20, 0},
     {"stream", From::Stream, false, 5, 9},
 };
 
-JbigInput On(const Road& road, JbigInput input)
+JbigInput On(const Variant& variant, JbigInput input)
 {
-    input.mapped = road.from == From::Memory;
+    input.mapped = variant.from == From::Memory;
     if (input.mapped) {
         input.bytes.erase(input.bytes.begin(),
                           input.bytes.begin() + static_cast<std::ptrdiff_t>(input.start));
@@ -58,11 +58,11 @@ bool Discards(int call)
     return call % 3 == 2;
 }
 
-JbigReference Foretell(const Road& road, const JbigInput& input, int rows, Bytes* want)
+JbigReference Foretell(const Variant& variant, const JbigInput& input, int rows, Bytes* want)
 {
     JbigReference reference(input);
     for (int done = 0, call = 0; reference.is_open && done < rows; ++call) {
-        const int ask = std::min(road.per_call, rows - done);
+        const int ask = std::min(variant.per_call, rows - done);
         const int got = reference.Decode(ask, Discards(call) ? nullptr : want);
         done += got;
         if (got < ask)
@@ -90,18 +90,18 @@ void ExpectSameState(const jbig_data* dat, const JbigReference& want)
 }
 
 // Decodes in one variant, each call into memory of exactly its size, and compares with the reference.
-void ExpectAsReference(const Road& road, const JbigInput& input, int rows)
+void ExpectAsReference(const Variant& variant, const JbigInput& input, int rows)
 {
     Bytes want_rows;
-    const JbigReference want = Foretell(road, input, rows, &want_rows);
+    const JbigReference want = Foretell(variant, input, rows, &want_rows);
     SeekBlock block(input);
     const std::unique_ptr<FILE, int (*)(FILE*)> file(std::tmpfile(), fclose);
     Bytes exact = input.bytes; // so that a read after the end is detected
     exact.shrink_to_fit();
     jbig_data* dat = nullptr;
-    if (road.from == From::Memory) {
+    if (variant.from == From::Memory) {
         dat = Jbig_Open_Input_MMapped(exact.data(), exact.size());
-    } else if (road.from == From::Block) {
+    } else if (variant.from == From::Block) {
         dat = Jbig_Open_Input_Callback(block);
     } else {
         ASSERT_TRUE(exact.empty() || fwrite(exact.data(), exact.size(), 1, file.get()) == 1);
@@ -111,13 +111,13 @@ void ExpectAsReference(const Road& road, const JbigInput& input, int rows)
     ASSERT_EQ(dat != nullptr, want.is_open) << block.messages;
     if (dat) {
         SeekBlock::Silence(dat->block);
-        if (road.plain)
+        if (variant.plain)
             reinterpret_cast<kesterlib::Decoder*>(dat)->row_loop = kesterlib::jbig_rows_plain;
         const size_t row_bytes = (want.width + size_t{7}) / 8;
-        const size_t pitch = row_bytes + static_cast<size_t>(road.more_pitch);
+        const size_t pitch = row_bytes + static_cast<size_t>(variant.more_pitch);
         Bytes got_rows;
         for (int done = 0, call = 0; done < rows; ++call) {
-            const int ask = std::min(road.per_call, rows - done);
+            const int ask = std::min(variant.per_call, rows - done);
             Bytes buffer(static_cast<size_t>(ask) * pitch, 0xA5);
             const int got = Discards(call)
                                 ? Jbig_Decode_Discard(dat, ask)
@@ -144,7 +144,7 @@ void ExpectAsReference(const Road& road, const JbigInput& input, int rows)
     block.Dispose();
     EXPECT_EQ(block.messages, want.messages); // with those about memory that was not released
     EXPECT_EQ(block.exits, 0);
-    if (road.from == From::Block) {
+    if (variant.from == From::Block) {
         EXPECT_EQ(block.reads, want.reads);
     }
 }
@@ -152,11 +152,11 @@ void ExpectAsReference(const Road& road, const JbigInput& input, int rows)
 void ExpectAsReference(const JbigInput& input, int rows)
 {
     const bool breaks_off = input.most_a_read != SIZE_MAX || input.most_in_all != SIZE_MAX;
-    for (const Road& road : kRoads) {
-        if (breaks_off && road.from != From::Block)
+    for (const Variant& variant : kVariants) {
+        if (breaks_off && variant.from != From::Block)
             continue;
-        SCOPED_TRACE(road.name);
-        ExpectAsReference(road, On(road, input), rows);
+        SCOPED_TRACE(variant.name);
+        ExpectAsReference(variant, On(variant, input), rows);
     }
 }
 

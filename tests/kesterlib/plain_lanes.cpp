@@ -7,4 +7,4 @@ namespace kesterlib
 {
 UnsqzRowLoop unsqz_rows_words;
 }
-#include "unsqz_rows.h"
+#include "unsqz_rows_tmpl.h"

@@ -7,4 +7,4 @@ namespace kesterlib
 {
 Unccitt4RowLoop unccitt4_rows_words;
 }
-#include "unccitt_rows.h"
+#include "unccitt_rows_tmpl.h"

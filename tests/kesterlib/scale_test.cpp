@@ -24,12 +24,12 @@ std::vector<int> ValidScales()
     return scales;
 }
 
-std::vector<const scale_loops*> Roads()
+std::vector<const scale_loops*> Variants()
 {
-    std::vector<const scale_loops*> roads{&kesterlib::scale_loops_plain};
-    if (kesterlib::fastest_scale_loops() != roads[0])
-        roads.push_back(kesterlib::fastest_scale_loops());
-    return roads;
+    std::vector<const scale_loops*> variants{&kesterlib::scale_loops_plain};
+    if (kesterlib::fastest_scale_loops() != variants[0])
+        variants.push_back(kesterlib::fastest_scale_loops());
+    return variants;
 }
 
 // Each row has memory of exactly its own size, so that a read after it is detected.
@@ -89,11 +89,11 @@ std::vector<Bytes> Judge(const Page& page, int scale, bool invert)
     return reduced;
 }
 
-std::vector<Bytes> Reduce(const Page& page, int scale, int invert, const scale_loops* road)
+std::vector<Bytes> Reduce(const Page& page, int scale, int invert, const scale_loops* variant)
 {
     Reduced reduced;
     scale_engine* const engine = make_scale_engine(scale, page.width, page.Height(), invert, &reduced);
-    engine->loops = road;
+    engine->loops = variant;
     EXPECT_EQ(engine->row_bytes, page.RowBytes());
     for (const auto& row : page.rows)
         EXPECT_EQ(scale_one_row(engine, row.get(), Keep), 1);
@@ -112,10 +112,10 @@ TEST(Scale, CountsEveryCellInEveryVariant)
                 seed = width == 2043 ? 0 : seed + 1; // also full cells
                 const Page page{width, scale + scale / 2 + 1, seed};
                 const std::vector<Bytes> wanted = Judge(page, scale, invert != 0);
-                for (const scale_loops* road : Roads())
-                    ASSERT_EQ(Reduce(page, scale, invert, road), wanted)
+                for (const scale_loops* variant : Variants())
+                    ASSERT_EQ(Reduce(page, scale, invert, variant), wanted)
                         << "scale " << scale << ", width " << width << ", invert " << invert
-                        << (road == &kesterlib::scale_loops_plain ? ", plain" : "");
+                        << (variant == &kesterlib::scale_loops_plain ? ", plain" : "");
             }
 }
 
@@ -343,7 +343,7 @@ TEST(Scale, OnesOfZonesAreThoseOfTheirPixels)
 TEST(Scale, EveryVariantCountsTheOnesOfEachByteColumn)
 {
     std::mt19937 random{5};
-    for (const scale_loops* variant : Roads())
+    for (const scale_loops* variant : Variants())
         for (const size_t bytes : {1, 7, 8, 31, 32, 33, 63, 64, 65, 200, 700})
             for (const int height : {1, 2, kesterlib::kMostCounted}) {
                 const size_t size = bytes * static_cast<size_t>(height);

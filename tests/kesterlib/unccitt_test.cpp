@@ -190,13 +190,13 @@ private:
 
 // ---- Ours ----------------------------------------------------------------------------------------------
 
-struct Road {
+struct Variant {
     const char* name;
     size_t chunk; // bytes per read; 0: input in memory
     kesterlib::Unccitt4RowLoop* loop;
     int per_call; // rows per call
 };
-std::vector<Road> Roads()
+std::vector<Variant> Variants()
 {
     return {{"mapped, plain", 0, kesterlib::unccitt4_rows_plain, 1 << 20},
             {"512 bytes per read, words", 512, kesterlib::unccitt4_rows_words, 3},
@@ -208,20 +208,20 @@ std::vector<Road> Roads()
 void ExpectAsReference(const Bytes& stream, int width, int rows, const Reference& want)
 {
     const auto row_bytes = (width + 7) / 8;
-    for (const Road& road : Roads()) {
-        SCOPED_TRACE(road.name);
+    for (const Variant& variant : Variants()) {
+        SCOPED_TRACE(variant.name);
         ChunkBlock block;
-        block.SetInput(stream, road.chunk);
+        block.SetInput(stream, variant.chunk);
         const Bytes exact(stream.begin(), stream.end()); // so that a read after the end is detected
         UNCOMP* const frame =
-            road.chunk == 0 ? Unccitt4_Open_MMapped(exact.data(), exact.size(), width, row_bytes, nullptr)
-                            : Unccitt4_Open_Callback(block, width, row_bytes, nullptr);
+            variant.chunk == 0 ? Unccitt4_Open_MMapped(exact.data(), exact.size(), width, row_bytes, nullptr)
+                               : Unccitt4_Open_Callback(block, width, row_bytes, nullptr);
         size_t delivered = 0;
         while (delivered < static_cast<size_t>(rows)) {
-            const int ask = std::min(road.per_call, rows - static_cast<int>(delivered));
+            const int ask = std::min(variant.per_call, rows - static_cast<int>(delivered));
             Bytes buffer(static_cast<size_t>(ask * row_bytes), 0xA5);
             const int got =
-                road.loop(reinterpret_cast<kesterlib::Frame*>(frame), ask, buffer.data(), row_bytes);
+                variant.loop(reinterpret_cast<kesterlib::Frame*>(frame), ask, buffer.data(), row_bytes);
             for (int i = 0; i < got; ++i, ++delivered) {
                 ASSERT_LT(delivered, want.rows.size()) << "more rows than expected";
                 ASSERT_TRUE(std::equal(want.rows[delivered].begin(), want.rows[delivered].end(),

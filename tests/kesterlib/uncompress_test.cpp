@@ -1,7 +1,7 @@
 // Lists of transitions: made from rows, and painted into rows.
 #include "kesterlib/unccitt.h"
 
-#include "frame.h"
+#include "run_frame.h"
 
 #include "tests/support/chunk_block.h"
 

@@ -33,7 +33,7 @@ extern UnsqzRowLoop unsqz_rows_words; // plain_lanes.cpp
 }
 namespace
 {
-struct Road {
+struct Variant {
     std::string name;
     size_t chunk; // bytes per read; 0: a stream; 1 << 20: input in memory
     kesterlib::UnsqzRowLoop* loop;
@@ -41,21 +41,21 @@ struct Road {
     int more_stride;
 };
 
-std::vector<Road> Roads()
+std::vector<Variant> Variants()
 {
     constexpr size_t kMapped = 1 << 20;
-    std::vector<Road> roads = {
+    std::vector<Variant> variants = {
         {"mapped, plain", kMapped, kesterlib::unsqz_rows_plain, 1 << 20, 0},
         {"11 bytes per read, words", 11, kesterlib::unsqz_rows_words, 3, 0},
         {"512 bytes per read, plain", 512, kesterlib::unsqz_rows_plain, 3, 5},
     };
     if (kesterlib::unsqz_row_loop() != kesterlib::unsqz_rows_plain) {
-        roads.push_back({"mapped, wide", kMapped, kesterlib::unsqz_row_loop(), 1 << 20, 0});
-        roads.push_back({"mapped, wide, row by row", kMapped, kesterlib::unsqz_row_loop(), 1, 1});
-        roads.push_back({"7 bytes per read, wide", 7, kesterlib::unsqz_row_loop(), 2, 0});
-        roads.push_back({"stream, wide", 0, kesterlib::unsqz_row_loop(), 1 << 20, 0});
+        variants.push_back({"mapped, wide", kMapped, kesterlib::unsqz_row_loop(), 1 << 20, 0});
+        variants.push_back({"mapped, wide, row by row", kMapped, kesterlib::unsqz_row_loop(), 1, 1});
+        variants.push_back({"7 bytes per read, wide", 7, kesterlib::unsqz_row_loop(), 2, 0});
+        variants.push_back({"stream, wide", 0, kesterlib::unsqz_row_loop(), 1 << 20, 0});
     }
-    return roads;
+    return variants;
 }
 
 struct Page {
@@ -64,20 +64,21 @@ struct Page {
 };
 
 // Decodes in one variant, each call into memory of exactly its size, and compares with the reference.
-void ExpectAsReference(const Road& road, const Bytes& stream, const Page& page, const SqzReference& want)
+void ExpectAsReference(const Variant& variant, const Bytes& stream, const Page& page,
+                       const SqzReference& want)
 {
     ChunkBlock block;
-    block.SetInput(stream, road.chunk);
+    block.SetInput(stream, variant.chunk);
     FILE* file = nullptr;
     const Bytes exact(stream.begin(), stream.end()); // so that a read after the end is detected
     UNCOMP* frame = nullptr;
-    if (road.chunk == 0) {
+    if (variant.chunk == 0) {
         file = std::tmpfile();
         for (const uint8_t byte : stream)
             fputc(byte, file);
         rewind(file);
         frame = Unsqz_Open(file, page.width, page.row_bytes, page.above);
-    } else if (road.chunk == size_t{1} << 20) {
+    } else if (variant.chunk == size_t{1} << 20) {
         frame = Unsqz_Open_MMapped(exact.data(), exact.size(), page.width, page.row_bytes, page.above);
     } else {
         frame = Unsqz_Open_Callback(block, page.width, page.row_bytes, page.above);
@@ -85,12 +86,12 @@ void ExpectAsReference(const Road& road, const Bytes& stream, const Page& page, 
     ASSERT_NE(frame, nullptr);
 
     const auto used = static_cast<size_t>((page.width + 7) / 8);
-    const int stride = page.row_bytes + road.more_stride;
+    const int stride = page.row_bytes + variant.more_stride;
     size_t delivered = 0;
     while (delivered < static_cast<size_t>(page.rows)) {
-        const int ask = std::min(road.per_call, page.rows - static_cast<int>(delivered));
+        const int ask = std::min(variant.per_call, page.rows - static_cast<int>(delivered));
         Bytes buffer(static_cast<size_t>(ask) * static_cast<size_t>(stride), 0xA5);
-        const int got = road.loop(reinterpret_cast<kesterlib::Frame*>(frame), ask, buffer.data(), stride);
+        const int got = variant.loop(reinterpret_cast<kesterlib::Frame*>(frame), ask, buffer.data(), stride);
         ASSERT_GE(got, 0);
         for (int i = 0; i < got; ++i, ++delivered) {
             ASSERT_LT(delivered, want.rows.size()) << "more rows than expected";
@@ -100,7 +101,7 @@ void ExpectAsReference(const Road& road, const Bytes& stream, const Page& page, 
                 ASSERT_EQ(row[pad], 0xA5) << "row " << delivered << " wrote after its end";
         }
         if (got < ask) {
-            EXPECT_EQ(road.loop(reinterpret_cast<kesterlib::Frame*>(frame), 1, buffer.data(), stride), 0)
+            EXPECT_EQ(variant.loop(reinterpret_cast<kesterlib::Frame*>(frame), 1, buffer.data(), stride), 0)
                 << "a row after the end";
             break;
         }
@@ -121,9 +122,9 @@ void ExpectAsReference(const Road& road, const Bytes& stream, const Page& page, 
 int ExpectAsReference(const Bytes& stream, const Page& page)
 {
     const SqzReference want = DecodeSqueeze(stream, page.width, page.row_bytes, page.rows, page.above);
-    for (const Road& road : Roads()) {
-        SCOPED_TRACE(road.name);
-        ExpectAsReference(road, stream, page, want);
+    for (const Variant& variant : Variants()) {
+        SCOPED_TRACE(variant.name);
+        ExpectAsReference(variant, stream, page, want);
         if (testing::Test::HasFatalFailure())
             break;
     }

@@ -1,7 +1,7 @@
 // Lists of prefix codes, and the tables that find a code by the leading bits of a stream.
 #pragma once
 
-#include "frame.h"
+#include "run_frame.h"
 
 #include <cstdint>
 

@@ -2,7 +2,7 @@
 // from the one before it. So a word XORed with itself, shifted by one pixel, has a 1 bit at each
 // transition.
 #include "bits.h"
-#include "frame.h"
+#include "run_frame.h"
 
 #include <cstring>
 

@@ -1,5 +1,5 @@
 // The callback block: its two initial states, its slots, the calls through the slots, and the default
-// block. Memory and reports are in memory.cpp and report.cpp.
+// block. Memory and reports are in tracking.cpp and report.cpp.
 #include "io-callback.h"
 
 #include <stdlib.h>

@@ -2,8 +2,8 @@
 #include "kesterlib/files.h"
 #include "kesterlib/jbig.h"
 
-#include "frame.h"
 #include "qdecoder.h"
+#include "run_frame.h"
 
 #include <cstring>
 

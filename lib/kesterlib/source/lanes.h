@@ -2,7 +2,7 @@
 // SSE2, or plain words.
 #pragma once
 
-#include "frame.h"
+#include "run_frame.h"
 
 #include <cstdint>
 #include <cstring>

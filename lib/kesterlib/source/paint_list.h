@@ -3,8 +3,8 @@
 #pragma once
 
 #include "bits.h"
-#include "frame.h"
 #include "lanes.h"
+#include "run_frame.h"
 
 #include <cstdint>
 #include <cstring>

@@ -1,5 +1,5 @@
 // The arithmetic decoder of JBIG: its input, and the start and end of a stripe. The decisions are in
-// qdecoder_rows.h.
+// qdecoder_rows_tmpl.h.
 //
 // A simple decoder reads a byte when it shifts the code register and has no bit left. This one reads ahead
 // within the buffer for speed, stuffed bytes included, but never past its end, a marker or an error. It

@@ -2,10 +2,10 @@
 // place as above is a single 1 bit.
 #pragma once
 
+#include "bit_window.h"
 #include "codetable.h"
-#include "frame.h"
 #include "paint_list.h"
-#include "window.h"
+#include "run_frame.h"
 
 #include <cstdint>
 #include <cstring>

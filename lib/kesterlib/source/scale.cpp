@@ -1,5 +1,5 @@
 // The scale engine: its tables, its bands, and the way from the first row to the last. The counting is in
-// scale_rows.h.
+// scale_rows_tmpl.h.
 #include "kesterlib/scale.h"
 
 #include "kesterlib/callback.h"

@@ -1,3 +1,3 @@
 // The row loops of the scale engine for every machine.
 #define KESTERLIB_SCALE_LOOPS scale_loops_plain
-#include "scale_rows.h"
+#include "scale_rows_tmpl.h"

@@ -2,5 +2,5 @@
 // them.
 #if defined(__AVX2__)
 #define KESTERLIB_UNCCITT4_ROWS unccitt4_rows_avx2
-#include "unccitt_rows.h"
+#include "unccitt_rows_tmpl.h"
 #endif

@@ -1,7 +1,7 @@
 // The Group 4 codes, the tables made from them, and what the row loops share.
 #pragma once
 
-#include "frame.h"
+#include "run_frame.h"
 
 namespace kesterlib
 {

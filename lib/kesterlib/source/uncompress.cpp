@@ -1,6 +1,6 @@
 // The frame of the run decoders: its memory, its input with filler, and the painter of lists.
-#include "frame.h"
 #include "read_up_to.h"
+#include "run_frame.h"
 
 #include <cstring>
 

@@ -1,5 +1,5 @@
 // The Squeeze decoder: its code tables, its open functions, and the decoding of single codes from the
-// frame's window. The loops of unsqz_rows.h decode most rows. They call the functions here if a code is not
+// frame's window. The loops of unsqz_rows_tmpl.h decode most rows. They call the functions here if a code is not
 // entirely in the input buffer.
 #include "kesterlib/unsqz.h"
 

@@ -2,5 +2,5 @@
 // them.
 #if defined(__AVX2__)
 #define KESTERLIB_UNSQZ_ROWS unsqz_rows_avx2
-#include "unsqz_rows.h"
+#include "unsqz_rows_tmpl.h"
 #endif

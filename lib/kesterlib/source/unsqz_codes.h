@@ -2,7 +2,7 @@
 // rows.
 #pragma once
 
-#include "frame.h"
+#include "run_frame.h"
 
 namespace kesterlib
 {

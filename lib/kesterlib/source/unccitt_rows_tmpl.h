@@ -1,7 +1,7 @@
 // The row loop of the Group 4 decoder. Included once for each instruction set, which defines
 // KESTERLIB_UNCCITT4_ROWS.
 //
-// As in the Squeeze decoder (unsqz_rows.h), a probe of a 64-bit window yields up to eight vertical codes,
+// As in the Squeeze decoder (unsqz_rows_tmpl.h), a probe of a 64-bit window yields up to eight vertical codes,
 // which move a vector of entries of the list above. Here each code must refer to the entry after that of
 // the code before. This is so if the moved entry is not below the entry before the one that it moves, and
 // is below the entry after it. The loop checks this for all eight at a time.
@@ -9,13 +9,13 @@
 // If a code is not entirely in the input buffer, or an entry is near the end of a list,
 // unccitt4_single_code decodes a single code from the frame's own window. Both variants have the same
 // result at every code.
+#include "bit_window.h"
 #include "bits.h"
-#include "frame.h"
 #include "lanes.h"
 #include "paint_list.h"
+#include "run_frame.h"
 #include "same_row.h"
 #include "unccitt_codes.h"
-#include "window.h"
 
 #include <cstdint>
 #include <cstring>

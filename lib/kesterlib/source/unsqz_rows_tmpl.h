@@ -6,13 +6,13 @@
 //
 // If a code is not entirely in the input buffer, or an entry is near the end of a list, unsqz_single_code
 // decodes a single code from the frame's own window. Both variants have the same result at every code.
+#include "bit_window.h"
 #include "bits.h"
-#include "frame.h"
 #include "lanes.h"
 #include "paint_list.h"
+#include "run_frame.h"
 #include "same_row.h"
 #include "unsqz_codes.h"
-#include "window.h"
 
 #include <cstdint>
 #include <cstring>

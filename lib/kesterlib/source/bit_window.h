@@ -3,7 +3,7 @@
 #pragma once
 
 #include "bits.h"
-#include "frame.h"
+#include "run_frame.h"
 
 #include <cstddef>
 #include <cstdint>
