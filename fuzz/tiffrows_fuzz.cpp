@@ -20,11 +20,11 @@
 namespace
 {
 // A TIFF file in memory whose page is this strip.
-struct TiffFile {
+struct StripFile {
     int file = memfd_create("page", MFD_CLOEXEC);
     std::string path = "/proc/self/fd/" + std::to_string(file);
 
-    TiffFile(const pages::Bitmap& page, const std::string& strip, uint16_t fill_order)
+    StripFile(const pages::Bitmap& page, const std::string& strip, uint16_t fill_order)
     {
         HostileTiff tiff(static_cast<uint32_t>(page.width), static_cast<uint32_t>(page.height), UINT32_MAX,
                          {strip});
@@ -33,9 +33,9 @@ struct TiffFile {
         const std::string bytes = tiff.Bytes();
         Promise(write(file, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()));
     }
-    TiffFile(const TiffFile&) = delete;
-    TiffFile& operator=(const TiffFile&) = delete;
-    ~TiffFile() { close(file); }
+    StripFile(const StripFile&) = delete;
+    StripFile& operator=(const StripFile&) = delete;
+    ~StripFile() { close(file); }
 };
 
 std::string Code(const pages::Bitmap& page, uint16_t fill_order)
@@ -48,7 +48,7 @@ std::string Code(const pages::Bitmap& page, uint16_t fill_order)
 }
 
 // Returns how many rows of the file TIFFImage delivers. The first `sound` rows must be those of `page`.
-int CountRows(const TiffFile& file, const pages::Bitmap& page, int sound)
+int CountRows(const StripFile& file, const pages::Bitmap& page, int sound)
 {
     TIFFImage image;
     Promise(image.Open(file.path) == 1);
@@ -60,7 +60,7 @@ int CountRows(const TiffFile& file, const pages::Bitmap& page, int sound)
     return rows;
 }
 
-void CompareWithLibtiff(const TiffFile& file, const pages::Bitmap& page)
+void CompareWithLibtiff(const StripFile& file, const pages::Bitmap& page)
 {
     TIFF* const tiff = TIFFOpen(file.path.c_str(), "rbm");
     std::vector<uint8_t> row(page.row_bytes);
@@ -89,7 +89,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         page.row(y)[page.row_bytes - 1] &= static_cast<uint8_t>(0xff << (7 - (width - 1) % 8));
 
     std::string strip = Code(page, fill_order);
-    const TiffFile whole(page, strip, fill_order);
+    const StripFile whole(page, strip, fill_order);
     CompareWithLibtiff(whole, page);
     Promise(CountRows(whole, page, page.height) == page.height);
     const size_t place = strip.size() * how[2] / 256;

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # house.sh [DIRECTORY]: checks the rules that need no compiler, in this source tree or in that of DIRECTORY: which
-# folder may include which, trailing blanks, file sizes, and references that a reader of the tree cannot follow.
+# folder may include which, names of files, trailing blanks, file sizes, and references that a reader of the tree cannot
+# follow.
 # Prints one line per finding, FILE:LINE: TEXT, and ends with status 1 if there is any.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -93,6 +94,18 @@ of_rooms '^(app|lib|platform)/' | list_includes | while read -r file line includ
   esac
   [[ -z $wrong ]] || printf '%s:%s: %s: %s\n' "$file" "$line" "$wrong" "$name" >>"$found"
 done
+
+# --- Names of files -----------------------------------------------------------------------------------------
+
+# A name says which file is meant, without its folder. These files still share theirs.
+shared_names='app.cpp|commandline.cpp|commandline.h|dc.cpp|dialog.cpp|resources.h|wnd.cpp'
+awk -F/ '{ if ($NF in first) print $0 ":0: has the name of " first[$NF]; else first[$NF] = $0 }' "$scratch/sources" |
+  { grep -vE "(^|/)($shared_names):0:" || true; } >>"$found"
+
+# A header without an include guard is included to be compiled again with other macros. Its name says so.
+of_rooms '\.h$' | tr '\n' '\0' | { xargs -0 -r grep -LE '^#(pragma once|ifndef [A-Z0-9_]+_H)$' -- || true; } |
+  { grep -vE '_tmpl\.h$' || true; } | sed 's/$/:0: has no include guard and no _tmpl in its name/' >>"$found"
+of_rooms '_tmpl\.h$' | complain "has an include guard and _tmpl in its name" '^#(pragma once|ifndef [A-Z0-9_]+_H)$'
 
 # --- Blanks, sizes, references ------------------------------------------------------------------------------
 

@@ -18,13 +18,14 @@ fail()
 
 mkdir -p "$top"/tree/{app,docs,scripts,platform/qt,platform/posix,lib/kesterlib/{include/kesterlib,source},fuzz/corpus/x}
 cd "$top/tree"
-printf '#include "platform/wnd.h"\n#include <kesterlib/unsqz.h>\n#include <tiffio.h>\n' >app/page.h
+printf '#pragma once\n#include "platform/wnd.h"\n#include <kesterlib/unsqz.h>\n#include <tiffio.h>\n' >app/page.h
 printf '#include "page.h"\n#include <vector>\n' >app/page.cpp
-printf '#include <cstdint>\nclass Widget;\n' >platform/wnd.h
+printf '#pragma once\n#include <cstdint>\nclass Widget;\n' >platform/wnd.h
 printf '#include "platform/wnd.h"\n#include "qt_window.h"\n#include <QWidget>\n' >platform/qt/wnd.cpp
-printf '#include <QObject>\nclass QWidget;\n' >platform/qt/qt_window.h
+printf '#pragma once\n#include <QObject>\nclass QWidget;\n' >platform/qt/qt_window.h
 printf '#include "../wnd.h"\n#include <sys/mman.h>\n' >platform/posix/map.cpp
-printf '#include <stdint.h>\n' >lib/kesterlib/include/kesterlib/unsqz.h
+printf '#ifndef KESTERLIB_UNSQZ_H\n#include <stdint.h>\n#endif\n' >lib/kesterlib/include/kesterlib/unsqz.h
+printf '#include <cstdint>\n' >lib/kesterlib/source/rows_tmpl.h
 printf '#include "kesterlib/unsqz.h"\n#include <algorithm>\n#include <immintrin.h>\n' >lib/kesterlib/source/unsqz.cpp
 printf 'Read the s%s.\n' pec >DEVELOPERS.md
 printf 'raw \n' >fuzz/corpus/x/blanks
@@ -64,6 +65,15 @@ offence lib/kesterlib/source/unsqz.cpp "lib includes more than the standard libr
 offence app/page.cpp "app includes a private header of platform: platform/qt/qt_window.h" '#include "platform/qt/qt_window.h"'
 fine platform/posix/map.cpp '#include <map>\n#include "platform/wnd.h"'
 
+for name in page.cpp map.cpp; do
+  touch "lib/kesterlib/source/$name"
+done
+echo "lib/kesterlib/source/page.cpp:0: has the name of app/page.cpp" >>"$top/wanted"
+echo "platform/posix/map.cpp:0: has the name of lib/kesterlib/source/map.cpp" >>"$top/wanted"
+touch platform/rows.h
+echo "platform/rows.h:0: has no include guard and no _tmpl in its name" >>"$top/wanted"
+offence lib/kesterlib/source/rows_tmpl.h "has an include guard and _tmpl in its name" '#pragma once'
+
 offence app/page.cpp "blanks at the end of the line" 'int x; '
 offence scripts/x.sh "blanks at the end of the line" 'true\t'
 offence docs/notes.md "blanks at the end of the line" 'a line of another system\r'
@@ -93,9 +103,9 @@ difference=$(diff <(sort "$top/wanted") <(sort "$top/got")) || fail "expected (<
 rm -rf "$top/tree" && mkdir -p "$top/tree/app" "$top/tree/made" && cd "$top/tree"
 git init -q .
 printf '/made/\n' >.gitignore
-printf '#include <QString>\n' | tee made/page.h >app/page.h
+printf '#pragma once\n#include <QString>\n' | tee made/page.h >app/page.h
 got=$("$house" . 2>&1) && fail "passed a file that git does not track yet" "$got"
-[[ $got == "app/page.h:1: $outside" ]] || fail "expected a finding in app/page.h only" "$got"
+[[ $got == "app/page.h:2: $outside" ]] || fail "expected a finding in app/page.h only" "$got"
 
 ((failures == 0)) || exit 1
 echo "house_test passed"
