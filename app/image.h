@@ -57,6 +57,7 @@ protected:
     // Sets the fields to the values that they have while closed. The resolutions, MinIsBlack and ErrorText
     // are unchanged.
     void ClearFields();
-    // Notes that a row was delivered and may be wrong. Ignores a row below 0.
+    // Notes that a row was delivered and may be wrong. Only the first such row is kept. Ignores a row below
+    // 0.
     void SuspectRow(int32_t row);
 };

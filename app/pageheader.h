@@ -27,8 +27,8 @@ public:
     explicit PageHeader(const FAXHeader& header);
     void Reset(); // sets version 3 and HeaderSize 4096; everything else is 0 or empty
 
-    // Reads the header from a text of `size` bytes. If the text ends before its HeaderSize, HeaderSize
-    // becomes 0.
+    // Reads the header from a text of `size` bytes. If this fails before the HeaderSize is read, HeaderSize
+    // is 0.
     int32_t ParseBuffer(const char* buffer, uint32_t size);
     // These functions first read 4096 bytes. If they hold no complete header, but a HeaderSize above 4096,
     // the rest of the header is read too. A file that ends early is no error in itself.
