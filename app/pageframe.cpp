@@ -46,7 +46,7 @@ void CPageFrame::StartOrStop()
         KillTimer(kFileTimer);
 }
 
-// The message field shows the result as soon as the program is idle.
+// The message field shows the result with the next copy to the screen.
 void CPageFrame::CheckFile()
 {
     if (auto* const document = DynamicDowncast<CLumentaDoc>(GetActiveDocument()))

@@ -143,7 +143,6 @@ void Queue::Forget(const ViewWidget* view)
 void Queue::EnterModal()
 {
     ShowGathered(); // meanwhile Qt shows exposed windows from its own copy
-    UpdateStatusPanes();
     ++m_modal;
 }
 
@@ -192,8 +191,6 @@ void Queue::Turn()
         ShowGathered();
     if (left)
         Kick();
-    else
-        UpdateStatusPanes();
 }
 
 void Queue::DispatchKey()
@@ -251,5 +248,6 @@ void Queue::ShowGathered()
     m_shown.clear();
     if (m_dirty.empty())
         m_inputSinceShow = false;
+    UpdateStatusPanes(); // a chain of paints and messages may last, so this does not wait for its end
     m_sinceShow.start();
 }

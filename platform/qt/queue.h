@@ -74,7 +74,7 @@ private:
     void DispatchKey();
     bool PaintOne();
     void HandlePosted();
-    // Tells Qt to copy the drawn pixels of all windows to the screen.
+    // Tells Qt to copy the drawn pixels of all windows to the screen, and updates the status panes.
     void ShowGathered();
 
     bool m_armed = false;

@@ -221,6 +221,9 @@ TEST_F(WindowTest, PostedMessagesWaitForAtMostOnePaintOfEachWindow)
     view->PostMessage(WM_TEST);
     const uint64_t before = PaintCount(*further);
     EXPECT_TRUE(PumpUntil([&] { return PaintCount(*further) > before + 5; }));
+    // The status panes are updated although the paints and posted messages never end.
+    frame->note = "new note";
+    EXPECT_TRUE(PumpUntil([&] { return frame->status.GetPaneText(0) == "new note"; }));
     view->draw = further->draw = nullptr;
     view->on_message.clear();
     Settle();
