@@ -57,7 +57,7 @@ bool IsMainWindow(const QObject* receiver)
 }
 
 // An open dialog may have been opened by held input. As for input from the display, no event may reach the
-// windows that the dialog blocks.
+// windows that the dialog blocks, except that the pointer has left them.
 bool IsBlocked(const QObject* receiver)
 {
     const QWidget* const modal = QApplication::activeModalWidget();
@@ -167,6 +167,7 @@ bool LongWork::eventFilter(QObject* receiver, QEvent* event)
     case QEvent::MouseButtonRelease:
     case QEvent::MouseButtonDblClick:
     case QEvent::MouseMove:
+    case QEvent::Leave: // keeps its place after the moves that came before it
     case QEvent::Wheel:
     case QEvent::TouchBegin:
     case QEvent::TouchUpdate:
@@ -227,7 +228,7 @@ bool LongWork::event(QEvent* event)
     m_ready.pop_front();
     if (m_looking) // the next work has begun
         m_held.push_back(std::move(held));
-    else if (held.receiver && !IsBlocked(held.receiver))
+    else if (held.receiver && (held.event->type() == QEvent::Leave || !IsBlocked(held.receiver)))
         Send(held);
     return true;
 }

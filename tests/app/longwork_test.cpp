@@ -158,6 +158,8 @@ TEST_F(LongWorkTest, OtherInputWaitsForTheEndOfTheWork)
         ReleaseMouse(*view, {50, 60});
         TurnWheel(*view, 0, 120);
         PressAccelerator(*frame, "Ctrl+Alt+S");
+        MoveMouse(*view, {50, 65});
+        LeaveWithMouse(*view);
     });
     // The work itself handles no paint and no posted message.
     When(180, [this] {
@@ -175,6 +177,7 @@ TEST_F(LongWorkTest, OtherInputWaitsForTheEndOfTheWork)
     // Three keys, a drag of ten pixels and a wheel notch of 48, in this order.
     EXPECT_EQ(view->GetScrollPosition().y, kRows - view->GetClientRect().Height() - 3 - 10 - 48);
     EXPECT_NE(view->m_pScaleFrame, nullptr);
+    EXPECT_FALSE(view->GetPointedPixel()) << "the pointer has left after the moves";
 
     StartWithSlowPage();
     const std::string other = WritePage("other.tif", 640, 500);
@@ -192,14 +195,17 @@ TEST_F(LongWorkTest, ADialogOpenedByHeldInputBlocksTheRestOfIt)
     int opened = 0;
     SetFileDialogHook([&](CFileDialog&) { ++opened; });
     When(150, [this] {
+        MoveMouse(*view, {50, 50});
         PressAccelerator(*frame, "Ctrl+O");
         PressAccelerator(*frame, "Ctrl+O");
+        LeaveWithMouse(*view);
     });
     Jump();
     EXPECT_TRUE(PumpUntil([&] { return opened > 0; }));
     EXPECT_TRUE(PumpUntilIdle());
     SetFileDialogHook({});
     EXPECT_EQ(opened, 1);
+    EXPECT_FALSE(view->GetPointedPixel()) << "it does not block that the pointer has left";
 }
 
 TEST_F(LongWorkTest, ClosingTheMainWindowEndsTheProgramWithoutABox)
