@@ -142,7 +142,8 @@ private:
 };
 
 // A scroll bar. Painting one costs as much as painting a small picture. So a new value repaints only the
-// slider's old and new place.
+// slider's old and new place, unless the slider reaches or leaves an end of its range: a style may then draw
+// the arrow there differently.
 class PaneBar : public QScrollBar
 {
 public:
@@ -150,9 +151,16 @@ public:
 
 protected:
     void sliderChange(SliderChange change) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
-    QRect m_slider; // place at the last paint
+    struct Look {
+        QRect slider; // with the edge or shadow that a style may draw around it
+        bool at_minimum = false, at_maximum = false;
+    };
+    Look CurrentLook() const;
+
+    Look m_painted;
 };
 
 // The inside of a frame: a view, and the scroll bars that it needs.

@@ -506,22 +506,33 @@ void ViewWidget::focusInEvent(QFocusEvent* event)
         frame->SetActiveView(m_owner);
 }
 
-void PaneBar::sliderChange(SliderChange change)
+PaneBar::Look PaneBar::CurrentLook() const
 {
+    constexpr int kAround = 4;
     QStyleOptionSlider option;
     initStyleOption(&option);
-    // A style may draw the slider's edge or shadow around it.
-    constexpr int kAround = 4;
-    const QRect slider = style()
-                             ->subControlRect(QStyle::CC_ScrollBar, &option, QStyle::SC_ScrollBarSlider, this)
-                             .adjusted(-kAround, -kAround, kAround, kAround);
-    const QRect before = std::exchange(m_slider, slider);
-    if (change == SliderValueChange && value() != minimum() && value() != maximum() && !before.isEmpty()) {
-        if (before != slider)
-            update(before | slider);
-    } else {
+    const QRect slider =
+        style()->subControlRect(QStyle::CC_ScrollBar, &option, QStyle::SC_ScrollBarSlider, this);
+    return {slider.adjusted(-kAround, -kAround, kAround, kAround), value() == minimum(),
+            value() == maximum()};
+}
+
+void PaneBar::sliderChange(SliderChange change)
+{
+    const Look look = CurrentLook();
+    if (change != SliderValueChange || m_painted.slider.isEmpty() ||
+        look.at_minimum != m_painted.at_minimum || look.at_maximum != m_painted.at_maximum)
         QScrollBar::sliderChange(change);
-    }
+    else if (look.slider != m_painted.slider)
+        update(look.slider | m_painted.slider);
+}
+
+// A new style, font or size moves the slider without a change of its value. It causes a full paint, and only
+// what is painted can leave a trace.
+void PaneBar::paintEvent(QPaintEvent* event)
+{
+    QScrollBar::paintEvent(event);
+    m_painted = CurrentLook();
 }
 
 PaneWidget::PaneWidget(CView* owner, QWidget* parent)

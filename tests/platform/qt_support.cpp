@@ -4,9 +4,12 @@
 #include <QBackingStore>
 #include <QImage>
 #include <QMessageBox>
+#include <QPainter>
 #include <QPalette>
+#include <QProxyStyle>
 #include <QScreen>
 #include <QScrollBar>
+#include <QStyleOption>
 #include <QTimer>
 #include <QWindow>
 
@@ -58,6 +61,60 @@ PaletteForTest::~PaletteForTest()
     QApplication::setPalette(QPalette());
 }
 
+namespace
+{
+class BarStyle : public QProxyStyle
+{
+public:
+    QRect subControlRect(ComplexControl control, const QStyleOptionComplex* option, SubControl part,
+                         const QWidget* widget) const override
+    {
+        const auto* const bar = qstyleoption_cast<const QStyleOptionSlider*>(option);
+        if (control != CC_ScrollBar || part != SC_ScrollBarSlider || !bar)
+            return QProxyStyle::subControlRect(control, option, part, widget);
+        const bool flat = bar->orientation == Qt::Horizontal;
+        const int length = (flat ? bar->rect.width() : bar->rect.height()) - 2 * kButton;
+        const int slider = length / 4;
+        const int at = kButton + sliderPositionFromValue(bar->minimum, bar->maximum, bar->sliderPosition,
+                                                         length - slider, true);
+        return flat ? QRect(at, 0, slider, bar->rect.height()) : QRect(0, at, bar->rect.width(), slider);
+    }
+
+    void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option, QPainter* painter,
+                            const QWidget* widget) const override
+    {
+        const auto* const bar = qstyleoption_cast<const QStyleOptionSlider*>(option);
+        if (control != CC_ScrollBar || !bar) {
+            QProxyStyle::drawComplexControl(control, option, painter, widget);
+            return;
+        }
+        const bool at_minimum = bar->sliderPosition == bar->minimum;
+        const bool at_maximum = bar->sliderPosition == bar->maximum;
+        QRect first = bar->rect;
+        first.setSize({kButton, kButton});
+        QRect last = first;
+        last.moveBottomRight(bar->rect.bottomRight());
+        painter->fillRect(bar->rect, Qt::lightGray);
+        painter->fillRect(first, at_minimum ? Qt::red : Qt::blue);
+        painter->fillRect(last, at_maximum ? Qt::red : Qt::blue);
+        painter->fillRect(subControlRect(control, option, SC_ScrollBarSlider, widget), Qt::black);
+    }
+
+private:
+    static constexpr int kButton = 20;
+};
+} // namespace
+
+BarStyleForTest::BarStyleForTest() : m_before(QApplication::style()->name().toStdString())
+{
+    QApplication::setStyle(new BarStyle); // Qt deletes it
+}
+
+BarStyleForTest::~BarStyleForTest()
+{
+    QApplication::setStyle(QString::fromStdString(m_before));
+}
+
 std::string TitleOnScreen()
 {
     for (const QWindow* window : QGuiApplication::topLevelWindows())
@@ -66,26 +123,37 @@ std::string TitleOnScreen()
     return {};
 }
 
+// Returns a copy of a window's pixels on the screen, or a null image if it is not shown. At most ratios Qt
+// makes a new paint device for each paint.
+static QImage ShownBy(const QWidget* window)
+{
+    QBackingStore* const store = window->isVisible() ? window->backingStore() : nullptr;
+    const auto* const device = store ? dynamic_cast<const QImage*>(store->paintDevice()) : nullptr;
+    return device ? device->copy() : QImage();
+}
+
 std::string DifferenceFromRepaint()
 {
+    int compared = 0;
     for (QWidget* const widget : QApplication::topLevelWidgets()) {
-        QBackingStore* const store = widget->isVisible() ? widget->backingStore() : nullptr;
-        const auto* const device = store ? dynamic_cast<QImage*>(store->paintDevice()) : nullptr;
-        if (!device)
+        const QImage before = ShownBy(widget);
+        if (before.isNull())
             continue;
-        const QImage before = device->copy();
         // Updates each inner widget too, because a repaint of the window alone does not repaint them all.
         for (QWidget* const inner : widget->findChildren<QWidget*>())
             inner->update();
         widget->repaint();
-        const QImage after = store->paintDevice() == device ? device->copy() : QImage();
+        const QImage after = ShownBy(widget);
+        if (before.size() != after.size())
+            return "the size of a window has changed";
+        ++compared;
         for (int y = 0; y < after.height(); ++y)
             for (int x = 0; x < after.width(); ++x)
-                if (before.size() != after.size() || before.pixel(x, y) != after.pixel(x, y))
+                if (before.pixel(x, y) != after.pixel(x, y))
                     return std::to_string(x) + "," + std::to_string(y) + " of " +
                            std::to_string(after.width()) + " x " + std::to_string(after.height());
     }
-    return {};
+    return compared > 0 ? "" : "nothing compared";
 }
 
 CPoint BarValues()

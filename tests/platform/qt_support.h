@@ -18,8 +18,23 @@ void PumpRounds();
 
 double ScreenRatio();
 
-// Repaints all windows, with bars and borders. Returns the first pixel that changes, or an empty text.
+// Repaints all windows, with bars and borders. Returns the first pixel that changes, or an empty text if none
+// does. If there is no window to compare, it returns "nothing compared".
 std::string DifferenceFromRepaint();
+
+// While it lives, the style of the desktop draws scroll bars with the minimum at the right or bottom end. Their
+// buttons show whether the slider is at an end.
+class BarStyleForTest
+{
+public:
+    BarStyleForTest();
+    ~BarStyleForTest();
+    BarStyleForTest(const BarStyleForTest&) = delete;
+    BarStyleForTest& operator=(const BarStyleForTest&) = delete;
+
+private:
+    const std::string m_before; // name of the style to restore
+};
 
 CPoint BarValues(); // values of the scroll bars of the only frame
 
