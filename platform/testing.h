@@ -124,6 +124,6 @@ void ActivateByUser(CWnd& frame);            // and waits until it is active
 std::vector<CString> DescribeMenu(CFrameWnd& frame);
 
 uint64_t PaintCount(const CWnd& window); // paints of a window since it was made
-// Returns the number of device pixels of a window that were copied to the screen, including copies that are
-// due.
+// Returns the number of device pixels of a window that were copied to the screen since the first call for it,
+// including copies that are due.
 uint64_t CopiedPixels(CWnd& window);

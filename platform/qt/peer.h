@@ -87,7 +87,6 @@ public:
     bool NeedsPaint() const { return m_paintWanted || !m_invalid.isEmpty(); }
     uint64_t LastPaintTurn() const { return m_lastPaintTurn; }
     uint64_t PaintCount() const { return m_paints; }
-    uint64_t CopiedPixels() const { return m_copied; }
 
     // For a paint: TakeInvalid returns the invalid part, which is valid from then on. Moved returns the sum
     // of all moves of the picture, and MovedSince the moves after `start`.
@@ -137,7 +136,6 @@ private:
     QPoint m_wheelRest;
     uint64_t m_lastPaintTurn = 0;
     uint64_t m_paints = 0;
-    uint64_t m_copied = 0;   // device pixels copied to the screen
     bool m_shapeSet = false; // by the handler of the current pointer message
 };
 

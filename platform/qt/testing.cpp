@@ -406,11 +406,40 @@ uint64_t PaintCount(const CWnd& window)
     return view ? view->PaintCount() : 0;
 }
 
+namespace
+{
+// Counts the device pixels that the view it belongs to copies to the screen.
+class CopyCounter : public QObject
+{
+public:
+    explicit CopyCounter(ViewWidget* view) : QObject(view), m_view(view) { view->installEventFilter(this); }
+    double Pixels() const { return m_pixels; }
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        const double ratio = m_view->devicePixelRatioF();
+        if (event->type() == QEvent::Paint)
+            for (const QRect& rect : static_cast<QPaintEvent*>(event)->region())
+                m_pixels += rect.width() * ratio * rect.height() * ratio;
+        return false;
+    }
+
+private:
+    ViewWidget* const m_view;
+    double m_pixels = 0;
+};
+} // namespace
+
 uint64_t CopiedPixels(CWnd& window)
 {
-    const ViewWidget* view = ViewOf(&window);
+    ViewWidget* view = ViewOf(&window);
     if (!view)
         return 0;
     QCoreApplication::sendPostedEvents(view->window(), QEvent::UpdateRequest);
-    return view->CopiedPixels();
+    for (const QObject* child : view->children())
+        if (const auto* counter = dynamic_cast<const CopyCounter*>(child))
+            return static_cast<uint64_t>(counter->Pixels());
+    new CopyCounter(view); // the view deletes it
+    return 0;
 }

@@ -312,7 +312,7 @@ void ViewWidget::SetOverlay(std::vector<OverlayShape> shapes)
         Changed(region);
 }
 
-void ViewWidget::paintEvent(QPaintEvent* event)
+void ViewWidget::paintEvent(QPaintEvent*)
 {
     // The screen's ratio may have changed while the window kept its logical size.
     if (m_ratio != devicePixelRatioF() && m_owner)
@@ -333,8 +333,6 @@ void ViewWidget::paintEvent(QPaintEvent* event)
     if (!m_overlay.empty())
         overlay.emplace(Pixels(), PartsOfOverlay());
     painter.drawImage(QPointF(0, 0), buffer);
-    for (const QRect& rect : event->region())
-        m_copied += static_cast<uint64_t>(rect.width() * m_ratio * rect.height() * m_ratio);
 }
 
 void ViewWidget::resizeEvent(QResizeEvent*)
