@@ -51,7 +51,7 @@ void CLumentaView::OnInitialUpdate()
     CLumenta::OnInitialUpdate();
     if (!m_sizeReloaded && !(m_bKeepPlace && GetTotalSize() == m_sizeClosed))
         return;
-    // The whole window is invalid: nothing of the old page has to move along.
+    // Sets the position without moving pixels, because the whole window is invalid.
     SetScrollPos(SB_VERT, m_ptClosed.y);
     SetScrollPos(SB_HORZ, m_ptClosed.x);
 }
@@ -66,14 +66,14 @@ void CLumentaView::OnUpdate(CView* sender, LPARAM hint, CObject* hint_object)
     const CLumentaDoc* const document = GetPageDocument();
     if (m_sizeReloaded && m_pScaleFrame &&
         !(document->IsBilevelPage() && CSize{document->m_nWidth, document->m_nDepth} == *m_sizeReloaded))
-        m_pScaleFrame->DestroyWindow(); // before the document's call reaches its view
+        m_pScaleFrame->DestroyWindow(); // before the document updates its view
 }
 
 void CLumentaView::OnSize(UINT type, int cx, int cy)
 {
     CScrollView::OnSize(type, cx, cy);
     SetupScrollSizes(cx, cy, 1);
-    // A window that becomes smaller is not painted.
+    // If the window becomes smaller, no paint updates the frame in the overview.
     if (CScaleView* const scaled = GetScaledView())
         scaled->ShowPlace(GetScrollPosition(), {cx, cy});
 }
@@ -111,7 +111,7 @@ void CLumentaView::OnKeyDown(UINT key, UINT repeat, UINT flags)
 void CLumentaView::OnMouseMove(UINT flags, CPoint point)
 {
     m_ptPointer = point;
-    if (!(flags & MK_RBUTTON)) // released while another window had the pointer
+    if (!(flags & MK_RBUTTON)) // it was released over another window
         m_ptMeasured.reset();
     CLumenta::OnMouseMove(flags, point);
     ShowMeasure();
@@ -157,7 +157,7 @@ std::optional<CPoint> CLumentaView::GetPointedPixel() const
     return CPoint{static_cast<int>(x), static_cast<int>(y)};
 }
 
-// The pointer may be beside the page, or outside the window: then the nearest pixel of the page counts.
+// If the pointer is not over the page, its nearest pixel counts.
 std::optional<CPoint> CLumentaView::GetMeasuredEnd() const
 {
     const CLumentaDoc* const document = GetPageDocument();
@@ -212,7 +212,7 @@ void CLumentaView::CenterOn(CPoint point)
                       HoldToRange(int64_t{point.y} - client.Height() / 2, total.cy, client.Height())});
 }
 
-// The point that the user picked in the reduced picture becomes the middle of this view.
+// Centres the view on the point that the user picked in the overview.
 LRESULT CLumentaView::OnPageCenter(WPARAM, LPARAM scaled_view)
 {
     if (const CLumenta* const picker = UnpackPointer<CLumenta>(scaled_view))
@@ -220,12 +220,12 @@ LRESULT CLumentaView::OnPageCenter(WPARAM, LPARAM scaled_view)
     return 0;
 }
 
-// The scaled window goes with the page, unless that is read again. -1: there is none, so the document asks
-// its next view.
+// Closes the overview together with the page, unless the page is being reloaded. Returns -1 if there is no
+// overview, so that the document asks its next view.
 LRESULT CLumentaView::OnPageClosed(WPARAM, LPARAM)
 {
-    // The next update takes the range away, and the position with it. Without a page the place of the last
-    // one stays, so that a file that fails to open does not lose it.
+    // The next update sets the scroll range and the position to 0, so they are stored here. Without a page,
+    // the values of the last page are kept, so that a file that fails to open does not change them.
     if (GetTotalSize() != CSize{}) {
         m_sizeClosed = GetTotalSize();
         m_ptClosed = GetScrollPosition();
@@ -269,7 +269,8 @@ void CLumentaView::OnUpdateReload(CCmdUI& ui)
     ui.Enable(document && !document->GetPathName().IsEmpty());
 }
 
-// Also after a failure, for the page that the title still names: its file may be there again.
+// Also works after a page has failed to open, for the page that the title still shows. Its file may exist
+// again.
 void CLumentaView::OnReload()
 {
     const CLumentaDoc* const document = GetPageDocument();
@@ -284,7 +285,7 @@ void CLumentaView::OnReload()
     m_sizeReloaded = {document->m_nWidth, document->m_nDepth};
     const bool opened = AfxGetApp()->OpenDocumentFile(path) != nullptr;
     m_sizeReloaded.reset();
-    if (!opened || !IsWindow()) // a box may have been open, and the user may have closed the window
+    if (!opened || !IsWindow()) // the user may have closed the window while a message was open
         return;
     if (CScaleView* const scaled = GetScaledView()) {
         scaled->ScrollToPosition(scaled_position);
@@ -345,7 +346,7 @@ void CLumentaView::OnScaledPage()
     context.m_pNewViewClass = &CScaleView::classRecord;
     context.m_pCurrentDoc = document;
     context.m_pLastView = this;
-    // A frame that could not be made has taken itself away.
+    // If Create fails, it has deleted the frame.
     if (!frame->Create(ScaledTitle(scale), WS_OVERLAPPEDWINDOW, {}, &context))
         return;
     frame->DragAcceptFiles(true);
@@ -362,7 +363,7 @@ void CLumentaView::OnScaledPage()
         document->UpdateFrameCounts();
         document->UpdateAllViews(this, kHintPage);
     }
-    if (m_pScaleFrame) { // a box may have been open, and the user may have closed the window
+    if (m_pScaleFrame) { // the user may have closed the overview while a message was open
         m_pScaleFrame->OnUpdateFrameTitle(true);
         TellPlace();
     }

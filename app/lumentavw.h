@@ -1,4 +1,4 @@
-// The page at full size in the main window, on the screen and on paper.
+// The page view: shows the page at full size in the main window, and prints it.
 #pragma once
 
 #include "app/scrollvw.h"
@@ -24,16 +24,19 @@ public:
     void OnEndPrinting(CDC* dc, CPrintInfo* info) override;
     void OnInitialUpdate() override;
 
-    CPoint GetCenter() const; // the page's point in the middle of the part that shows
-    // Brings a point of the page to the middle of the window, as far as the page reaches.
+    CPoint GetCenter() const; // the page pixel in the middle of the visible part of the page
+    // Scrolls so that a page pixel comes to the middle of the window, as far as the scroll range allows.
     void CenterOn(CPoint point);
 
-    // For the read-outs: the page's pixel under the pointer, if there is one; and how far the pointer is from
-    // the pixel where the right button was pressed, while it is held.
+    // Returns the page pixel under the pointer, or nothing if the pointer is not over the page.
     std::optional<CPoint> GetPointedPixel() const;
+    // Returns the distance in pixels from the point where the right button was pressed to the pointer, while
+    // the button is held. Returns nothing if the user does not measure.
     std::optional<CSize> GetMeasuredDistance() const;
 
-    CScaleFrame* m_pScaleFrame = nullptr; // the open scaled window's; it clears this at its end
+    // The frame of the open overview, or null. The frame owns itself, and sets this to null when it is
+    // destroyed.
+    CScaleFrame* m_pScaleFrame = nullptr;
 
 protected:
     static const MessageMap messages;
@@ -60,22 +63,26 @@ protected:
 
 private:
     static const MessageEntry entries[];
-    CScaleView* GetScaledView() const; // null if no scaled window is open
-    CString ScaledTitle(int32_t scale) const;
+    CScaleView* GetScaledView() const;        // null if no overview is open
+    CString ScaledTitle(int32_t scale) const; // title of the overview
 
-    bool m_bKeepPlace;  // a page of the same size opens where the one before it stood
-    CSize m_sizeClosed; // of the page that was closed last, and its scroll position then
-    CPoint m_ptClosed;
+    bool m_bKeepPlace;  // a page of the same size opens at the place of the last one
+    CSize m_sizeClosed; // size of the page that was closed last
+    CPoint m_ptClosed;  // its scroll position when it was closed
 
-    void TellPlace();   // to the main window and to the scaled window
-    void ShowMeasure(); // the line, if there is something to measure
+    void TellPlace();   // sends the scroll position to the main window and the overview
+    void ShowMeasure(); // draws the measuring line, or removes it if the user does not measure
     void EndMeasuring();
+    // Returns the page pixel at the end of the measuring line, or nothing if the user does not measure.
     std::optional<CPoint> GetMeasuredEnd() const;
 
-    std::optional<CPoint> m_ptPointer;  // in the window, as of its last message; none after it has left
-    std::optional<CPoint> m_ptMeasured; // where on the page the right button was pressed, while it is held
+    // The pointer's position in the client area, from its last message. Empty after the pointer has left the
+    // window.
+    std::optional<CPoint> m_ptPointer;
+    // The page pixel where the right button was pressed, while it is held.
+    std::optional<CPoint> m_ptMeasured;
 
-    // While the page is read again: its size before. The scaled window then stays open, unless the page has
-    // another size or kind now.
+    // The size of the page before it is reloaded, set during the reload. The overview then stays open, unless
+    // the new page has another size or is not bilevel.
     std::optional<CSize> m_sizeReloaded;
 };
