@@ -9,8 +9,8 @@ constexpr const char* kOwnProgramFile = "/proc/self/exe";
 
 // Returns the version in a program or library file as "%d.%d.%d.%d", in the order of the note. The file may
 // be for any machine, with 32 or 64 bits and either byte order, and may be stripped. Returns empty text if
-// the path is empty, the file cannot be read, is not such a file or has no version, or is damaged before the
-// note. Never blocks, and allocates only the result.
+// the path is empty, the file cannot be read, is not such a file, has no version or is damaged. Reads at most
+// 1 MB of notes. Never blocks.
 CString GetFileVersionText(const CString& path);
 
 // The same for an open file. Reads from the file's start, regardless of its position. The caller keeps the

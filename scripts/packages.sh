@@ -11,10 +11,10 @@ packages_of()
   for group in "$@"; do
     case $group in
     run) # needed to run the program; qt6-wayland is recommended on a Wayland desktop
-      echo libqt6widgets6 libqt6printsupport6 libtiff6 hicolor-icon-theme fonts-dejavu-core
+      echo libqt6widgets6 libqt6printsupport6 libtiff6 libelf1 hicolor-icon-theme fonts-dejavu-core
       ;;
     build) # needed to compile it
-      echo g++ cmake ninja-build pkg-config qt6-base-dev libtiff-dev libxcb1-dev
+      echo g++ cmake ninja-build pkg-config qt6-base-dev libtiff-dev libelf-dev libxcb1-dev
       ;;
     display) # a private display, a window manager, and tools that inspect and control windows
       echo xvfb xauth openbox xdotool x11-utils imagemagick

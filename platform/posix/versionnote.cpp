@@ -1,185 +1,119 @@
-// Finds a version note: through the program headers, which stripping leaves, else through the section
-// headers, which object and debug files have. Each entry is read by itself, at its place, into a record of
-// fixed size.
+// Finds a version note with libelf: through the program headers, which stripping keeps, else through the section
+// headers, which object and debug files have. libelf reads the file by pread and maps nothing, because a mapped
+// file that becomes shorter ends the program.
 #include "platform/versionnote.h"
 #include "platform/file.h"
 
-#include <bit>
-#include <cerrno>
+#include <algorithm>
 #include <cstring>
-#include <elf.h>
-#include <limits>
-#include <optional>
+#include <gelf.h>
+#include <libelf.h>
+#include <memory>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace
 {
-constexpr char kOwner[] = "Vestrel"; // in the note with its NUL
+constexpr char kOwner[] = "Vestrel"; // in the note with its terminating zero
 constexpr uint32_t kType = 1;
 constexpr size_t kNumbers = 4;
 
-// Reads that one file may cost, so that no table or note of a damaged one keeps the program busy: some
-// hundred headers and notes are usual, and this many take about a millisecond.
-constexpr int kMostReads = 4096;
+// Bytes of notes that are read from one file, so that a damaged file needs little memory and time. A program has
+// some hundred.
+constexpr uint64_t kMostNoteBytes = 1 << 20;
 
-constexpr unsigned char kOwnOrder = std::endian::native == std::endian::little ? ELFDATA2LSB : ELFDATA2MSB;
-
-// Where headers stand and what they look like, of either class.
-struct Table {
-    uint64_t offset;
-    uint32_t entry_bytes;
-    uint32_t entries;
+struct ElfCloser {
+    void operator()(Elf* elf) const { elf_end(elf); }
 };
 
-// A stretch of notes in the file.
-struct Notes {
-    uint64_t offset;
-    uint64_t bytes;
-    uint64_t alignment;
-};
+// If there are too many sections for their field in the header, the number is elsewhere in the file, and can be as
+// large as the file allows. libelf allocates a record for each.
+template <typename Header>
+bool HasExtendedSections(int file)
+{
+    Header header;
+    return pread(file, &header, sizeof header, 0) == static_cast<ssize_t>(sizeof header) &&
+           header.e_shnum == 0 && header.e_shoff != 0;
+}
 
 class NoteFinder
 {
 public:
-    explicit NoteFinder(int file) : m_file(file) {}
+    NoteFinder(Elf* elf, uint64_t file_bytes) : m_elf(elf), m_file_bytes(file_bytes) {}
 
     CString Find()
     {
-        unsigned char ident[EI_NIDENT];
-        if (!ReadAt(0, ident, sizeof ident) || memcmp(ident, ELFMAG, SELFMAG) != 0)
-            return {};
-        if (ident[EI_DATA] != ELFDATA2LSB && ident[EI_DATA] != ELFDATA2MSB)
-            return {};
-        m_is_foreign = ident[EI_DATA] != kOwnOrder;
-        switch (ident[EI_CLASS]) {
-        case ELFCLASS32: return FindIn<Elf32_Ehdr, Elf32_Phdr, Elf32_Shdr>();
-        case ELFCLASS64: return FindIn<Elf64_Ehdr, Elf64_Phdr, Elf64_Shdr>();
-        default: return {};
-        }
-    }
-
-private:
-    template <class FileHeader, class ProgramHeader, class SectionHeader>
-    CString FindIn()
-    {
-        FileHeader header;
-        if (!ReadAt(0, &header, sizeof header))
-            return {};
-        // Counts that do not fit their fields stand elsewhere; a program with so many headers has no version
-        // here.
-        CString text = FindThrough<ProgramHeader>(
-            {Own(header.e_phoff), Own(header.e_phentsize), Own(header.e_phnum)},
-            [this](const ProgramHeader& entry) -> std::optional<Notes> {
-                if (Own(entry.p_type) != PT_NOTE)
-                    return {};
-                return Notes{Own(entry.p_offset), Own(entry.p_filesz), Own(entry.p_align)};
-            });
-        if (!text.IsEmpty())
-            return text;
-        return FindThrough<SectionHeader>(
-            {Own(header.e_shoff), Own(header.e_shentsize), Own(header.e_shnum)},
-            [this](const SectionHeader& entry) -> std::optional<Notes> {
-                if (Own(entry.sh_type) != SHT_NOTE)
-                    return {};
-                return Notes{Own(entry.sh_offset), Own(entry.sh_size), Own(entry.sh_addralign)};
-            });
-    }
-
-    template <class Entry, class NotesOf>
-    CString FindThrough(const Table& table, NotesOf notes_of)
-    {
-        uint64_t offset = table.offset;
-        Entry entry;
-        for (uint32_t i = 0; i < table.entries && ReadAt(offset, &entry, sizeof entry); ++i) {
-            if (const std::optional<Notes> notes = notes_of(entry)) {
-                CString text = FindAmong(*notes);
-                if (!text.IsEmpty())
-                    return text;
-            }
-            offset += table.entry_bytes; // no overflow: what was read lies within a file
-        }
-        return {};
-    }
-
-    // A note is a header, then name and content, each padded to the alignment; that is 8 where the stretch
-    // says so and else 4, in files of either class.
-    CString FindAmong(const Notes& notes)
-    {
-        if (notes.bytes > std::numeric_limits<uint64_t>::max() - notes.offset)
-            return {};
-        const uint64_t end = notes.offset + notes.bytes;
-        const uint64_t alignment = notes.alignment == 8 ? 8 : 4;
-        const auto padded = [alignment](uint64_t bytes) {
-            return (bytes + alignment - 1) & ~(alignment - 1);
-        };
-        uint64_t at = notes.offset;
-        Elf64_Nhdr note; // the same in both classes
-        while (end - at >= sizeof note && ReadAt(at, &note, sizeof note)) {
-            // All of 32 bits, so no sum of theirs wraps.
-            const uint64_t name_bytes = Own(note.n_namesz), content_bytes = Own(note.n_descsz);
-            const uint64_t content = padded(sizeof note + name_bytes);
-            if (content + content_bytes > end - at)
-                return {};
-            if (Own(note.n_type) == kType && name_bytes == sizeof kOwner) {
-                CString text = TextOf(at + sizeof note, at + content, content_bytes);
-                if (!text.IsEmpty())
-                    return text;
-            }
-            const uint64_t whole = padded(content + content_bytes);
-            if (whole > end - at) // the last one may do without its padding
-                return {};
-            at += whole;
-        }
-        return {};
-    }
-
-    CString TextOf(uint64_t name_at, uint64_t content_at, uint64_t content_bytes)
-    {
-        char name[sizeof kOwner];
-        uint16_t numbers[kNumbers];
         CString text;
-        if (content_bytes >= sizeof numbers && ReadAt(name_at, name, sizeof name) &&
-            memcmp(name, kOwner, sizeof name) == 0 && ReadAt(content_at, numbers, sizeof numbers))
-            text.Format("%d.%d.%d.%d", Own(numbers[0]), Own(numbers[1]), Own(numbers[2]), Own(numbers[3]));
+        size_t entries = 0;
+        GElf_Phdr segment;
+        if (elf_getphdrnum(m_elf, &entries) == 0)
+            for (size_t i = 0; i < entries && text.IsEmpty(); ++i)
+                if (gelf_getphdr(m_elf, static_cast<int>(i), &segment) && segment.p_type == PT_NOTE)
+                    text = FindAmong(segment.p_offset, segment.p_filesz, segment.p_align);
+        GElf_Shdr header;
+        for (Elf_Scn* section = nullptr;
+             text.IsEmpty() && (section = elf_nextscn(m_elf, section)) != nullptr;)
+            if (gelf_getshdr(section, &header) && header.sh_type == SHT_NOTE)
+                text = FindAmong(header.sh_offset, header.sh_size, header.sh_addralign);
         return text;
     }
 
-    // True if all bytes are there and the file's reads are not used up.
-    bool ReadAt(uint64_t offset, void* buffer, size_t bytes)
+private:
+    // Searches the notes at this place, as far as the file has them.
+    CString FindAmong(uint64_t offset, uint64_t bytes, uint64_t alignment)
     {
-        if (m_reads_left == 0 || offset > static_cast<uint64_t>(std::numeric_limits<off_t>::max()) - bytes)
-            return false;
-        --m_reads_left;
-        ssize_t got;
-        do
-            got = pread(m_file, buffer, bytes, static_cast<off_t>(offset));
-        while (got < 0 && errno == EINTR);
-        return got == static_cast<ssize_t>(bytes);
+        CString text;
+        if (offset >= m_file_bytes)
+            return text;
+        bytes = std::min({bytes, m_file_bytes - offset, m_note_bytes_left});
+        m_note_bytes_left -= bytes;
+        Elf_Data* const notes = elf_getdata_rawchunk(m_elf, static_cast<int64_t>(offset), bytes,
+                                                     alignment == 8 ? ELF_T_NHDR8 : ELF_T_NHDR);
+        size_t next = 0, name = 0, content = 0;
+        GElf_Nhdr note;
+        while (notes && text.IsEmpty() && (next = gelf_getnote(notes, next, &note, &name, &content)) > 0) {
+            const auto* const first = static_cast<const unsigned char*>(notes->d_buf);
+            if (note.n_type == kType && note.n_namesz == sizeof kOwner &&
+                note.n_descsz >= kNumbers * sizeof(uint16_t) &&
+                memcmp(first + name, kOwner, sizeof kOwner) == 0)
+                text = TextOf(first + content);
+        }
+        return text;
     }
 
-    // A number of the file in this machine's byte order.
-    template <class Number>
-    Number Own(Number number) const
+    // The content of a note is in the byte order of the file.
+    CString TextOf(const unsigned char* content) const
     {
-        if (!m_is_foreign)
-            return number;
-        if constexpr (sizeof number == 2)
-            return __builtin_bswap16(number);
-        else if constexpr (sizeof number == 4)
-            return __builtin_bswap32(number);
-        else
-            return __builtin_bswap64(number);
+        const bool is_big = elf_getident(m_elf, nullptr)[EI_DATA] == ELFDATA2MSB;
+        const auto number = [content, is_big](size_t at) {
+            return is_big ? content[2 * at] << 8 | content[2 * at + 1]
+                          : content[2 * at + 1] << 8 | content[2 * at];
+        };
+        CString text;
+        text.Format("%d.%d.%d.%d", number(0), number(1), number(2), number(3));
+        return text;
     }
 
-    int m_file;
-    int m_reads_left = kMostReads;
-    bool m_is_foreign = false;
+    Elf* m_elf;
+    uint64_t m_file_bytes;
+    uint64_t m_note_bytes_left = kMostNoteBytes;
 };
 } // namespace
 
 CString FileVersionTextOf(int file)
 {
-    return NoteFinder{file}.Find();
+    struct stat status;
+    if (elf_version(EV_CURRENT) == EV_NONE || fstat(file, &status) != 0)
+        return {};
+    unsigned char ident[EI_NIDENT];
+    if (pread(file, ident, sizeof ident, 0) != static_cast<ssize_t>(sizeof ident) ||
+        (ident[EI_CLASS] == ELFCLASS32 ? HasExtendedSections<Elf32_Ehdr>(file)
+                                       : HasExtendedSections<Elf64_Ehdr>(file)))
+        return {};
+    const std::unique_ptr<Elf, ElfCloser> elf{elf_begin(file, ELF_C_READ, nullptr)};
+    if (!elf || elf_kind(elf.get()) != ELF_K_ELF)
+        return {};
+    return NoteFinder{elf.get(), static_cast<uint64_t>(status.st_size)}.Find();
 }
 
 CString GetFileVersionText(const CString& path)
