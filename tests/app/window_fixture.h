@@ -7,11 +7,11 @@
 #include "app/lumentavw.h"
 #include "app/mainfrm.h"
 #include "app/usermsg.h"
+#include "pages.h"
 #include "platform/testing.h"
 #include "tests/support/fake_image.h"
 #include "tests/support/scratch.h"
-#include "tools/pages.h"
-#include "tools/tiffout.h"
+#include "tiffout.h"
 
 #include <gtest/gtest.h>
 

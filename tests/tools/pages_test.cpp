@@ -1,6 +1,7 @@
 // The pages that other tests and the benchmarks use. They are the same each time, each kind has the expected
 // amount of ink, and TIFF files return them bit for bit.
 
+#include "pagein.h"
 #include "pages.h"
 #include "tiffout.h"
 
@@ -26,31 +27,17 @@ int64_t black_pixels(const pages::Bitmap& page)
     return black;
 }
 
-// 64-bit FNV-1a
-uint64_t checksum(const std::vector<uint8_t>& bytes)
-{
-    uint64_t sum = 0xcbf29ce484222325U;
-    for (const uint8_t byte : bytes)
-        sum = (sum ^ byte) * 0x100000001b3U;
-    return sum;
-}
-
 struct KindCase {
     Draw draw;
-    double least, most;                   // limits of the black share of a page of 850 x 1100 px at 100 dpi
-    uint64_t bit_checksum, grey_checksum; // 64-bit FNV-1a over all rows
+    double least, most; // limits of the black share of a page of 850 x 1100 px at 100 dpi
 };
 constexpr KindCase kKinds[] = {
-    {Draw::Text, 0.04, 0.20, 0x8007f3aa995fee7fU, 0xdeff10556491e006U},
-    {Draw::Halftone, 0.25, 0.75, 0xbdafb862feec2745U, 0x6c5151c48d848c6bU},
-    {Draw::Mixed, 0.08, 0.35, 0xaeb70fe92010f3aaU, 0x8626a114cf224ee5U},
-    {Draw::Blank, 0.00005, 0.005, 0xae3c26f275d0cc2dU, 0x0d188ad7a95a5e5fU},
-    {Draw::Line, 0.02, 0.25, 0x76f44e44ba6fb4abU, 0x67898cd2fb168094U},
-    {Draw::Noise, 0.49, 0.51, 0x9162aa778f036fcdU, 0xa2534a95ce50c74cU},
-    {Draw::Sample, 0.08, 0.40, 0x6ecee0d771f1369fU, 0xd55b36a26dbe05e3U},
+    {Draw::Text, 0.04, 0.20},      {Draw::Halftone, 0.25, 0.75}, {Draw::Mixed, 0.08, 0.35},
+    {Draw::Blank, 0.00005, 0.005}, {Draw::Line, 0.02, 0.25},     {Draw::Noise, 0.49, 0.51},
+    {Draw::Sample, 0.08, 0.40},
 };
 
-TEST(Pages, EveryKindHasItsInkAndIsTheSameOnEveryMachine)
+TEST(Pages, EveryKindHasItsInkAndIsTheSameEachTime)
 {
     ASSERT_EQ(std::size(kKinds), pages::draw_names().size());
     for (const KindCase& c : kKinds) {
@@ -58,8 +45,8 @@ TEST(Pages, EveryKindHasItsInkAndIsTheSameOnEveryMachine)
         const pages::PageOptions options{c.draw, 850, 1100, 100, 100, 1};
         const pages::Bitmap page = pages::draw_page(options);
         const pages::GreyMap grey = pages::draw_grey_page(options);
-        EXPECT_EQ(checksum(page.rows), c.bit_checksum);
-        EXPECT_EQ(checksum(grey.rows), c.grey_checksum);
+        EXPECT_TRUE(pages::draw_page(options).rows == page.rows);
+        EXPECT_TRUE(pages::draw_grey_page(options).rows == grey.rows);
         const double part = static_cast<double>(black_pixels(page)) / (850.0 * 1100.0);
         EXPECT_GE(part, c.least);
         EXPECT_LE(part, c.most);
@@ -73,6 +60,17 @@ TEST(Pages, EveryKindHasItsInkAndIsTheSameOnEveryMachine)
         EXPECT_EQ(pages::draw_page(other).rows == page.rows,
                   c.draw == Draw::Halftone || c.draw == Draw::Sample);
     }
+}
+
+// The sample was drawn and coded before, on another machine. It has text, a picture, circles and a border.
+TEST(Pages, TheSampleIsTheSameOnEveryMachine)
+{
+    pages::PageIn in;
+    ASSERT_EQ(pages::read_page(LUMENTA_SAMPLES "/sample.tif", in), "");
+    const pages::Bitmap page = pages::draw_page({Draw::Sample, 2480, 3508, 300, 300, 1});
+    EXPECT_EQ(in.page.width, page.width);
+    EXPECT_EQ(in.page.height, page.height);
+    EXPECT_TRUE(in.page.rows == page.rows);
 }
 
 // Sides too small for a byte, a margin or a letter, and resolutions that do not suit the page's size.
