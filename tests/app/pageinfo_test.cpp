@@ -2,8 +2,8 @@
 #include "app/dialogids.h"
 #include "app/pagecheck.h"
 #include "app/pageinfodialog.h"
+#include "pagefile.h"
 #include "tests/app/window_fixture.h"
-#include "tools/pagefile.h"
 
 #include <chrono>
 #include <filesystem>
