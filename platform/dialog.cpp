@@ -61,6 +61,11 @@ bool CDialog::OnWork()
     return false;
 }
 
+bool CDialog::RunWorkStep()
+{
+    return !m_ended && OnWork() && !m_ended;
+}
+
 bool CDialog::OnCommandMessage(UINT command)
 {
     if (!IsWindow() || m_ended)

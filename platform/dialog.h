@@ -80,6 +80,9 @@ public:
     // milliseconds. If a call opens a box, the next call comes after the box has closed.
     void StartWork();
     void StopWork();
+    // A step of the work, for the dialog's loop: calls OnWork, unless the dialog has ended. Returns true if a
+    // step is to follow.
+    bool RunWorkStep();
 
 protected:
     // Called before the dialog is shown. Returns true to focus the first control, false if it has set the
@@ -95,7 +98,6 @@ protected:
     LRESULT DefWindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
 
 private:
-    friend class DialogWidget;
     const UINT m_template;
     int m_result = IDCANCEL;
     bool m_ended = false;

@@ -45,12 +45,10 @@ public:
     int GetCurSel(UINT list) const;        // -1: nothing in this list is selected
     CString GetEntryText(int index) const; // full path; empty if there is no such entry
 
-protected:
     // Called after a selection: `index` is the selected entry of `list`, or -1 if none is selected. Also
     // called with kFileDialogDirectories and -1 after the dialog shows another directory.
     virtual void OnLBSelChangedNotify(UINT list, int index, UINT code);
 
 private:
-    friend class FileDialogWidget;
     const CString m_filter;
 };

@@ -361,16 +361,16 @@ void DialogWidget::timerEvent(QTimerEvent* event)
         return;
     }
     m_work.stop();
-    if (!m_owner || m_owner->m_ended)
+    if (!m_owner)
         return;
     const QPointer<DialogWidget> self = this;
     m_is_working = true;
-    const bool more = m_owner->OnWork();
+    const bool more = m_owner->RunWorkStep();
     if (!self)
         return;
     m_is_working = false;
-    m_wants_work = m_wants_work && more;
-    if (m_wants_work && m_owner && !m_owner->m_ended)
+    m_wants_work = m_wants_work && more && m_owner;
+    if (m_wants_work)
         m_work.start(0, this);
 }
 
