@@ -1,5 +1,8 @@
 #include "qt_support.h"
 
+#include "platform/qt/queue.h"
+
+#include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QBackingStore>
 #include <QImage>
@@ -40,6 +43,16 @@ void PumpRounds()
 {
     for (int i = 0; i < 100; ++i)
         QCoreApplication::processEvents();
+}
+
+void SendTimerEvents(int times)
+{
+    Queue& queue = Queue::Get();
+    for (int i = 0; i < times; ++i)
+        for (const auto& timer : QAbstractEventDispatcher::instance()->registeredTimers(&queue)) {
+            QTimerEvent event(timer.timerId);
+            QCoreApplication::sendEvent(&queue, &event);
+        }
 }
 
 PaletteForTest::PaletteForTest(unsigned mid, unsigned dark, unsigned midlight, unsigned light)

@@ -16,6 +16,9 @@ std::string BoxParentTitle();
 // Runs a hundred rounds of the event loop.
 void PumpRounds();
 
+// Sends the event of each running timer of the windows several times. Nothing else is handled meanwhile.
+void SendTimerEvents(int times);
+
 double ScreenRatio();
 
 // Repaints all windows, with bars and borders. Returns the first pixel that changes, or an empty text if none
