@@ -14,13 +14,15 @@ constexpr KeyAction kActions[] = {
     {"Up, Down", "one pixel up or down; with Ctrl one window"},
     {"Page Up, Page Down", "one window up or down"},
     {"Home, End", "to the left or right edge; with Ctrl to the top or bottom"},
-    {"Escape", "ends the full screen, measuring, long work, and the growth of the overview"},
+    {"Escape",
+     "ends measuring, long work and the growth of the overview; in the main window also the full screen"},
     {"left button, drag", "the page follows the pointer"},
     {"right button, drag", "draws a line; the message field shows its length"},
     {"right button, double click", "next page of the list"},
     {"back and forward buttons", "previous and next page of the list"},
     {"wheel", "48 screen pixels per notch; with Shift sideways"},
     {"left button in the overview", "brings that place to the middle of the window"},
+    {"left button, drag in a whole overview", "keeps moving the page"},
     {"files dropped on a window", "the first opens, the others join the list of pages; local files only"},
 };
 

@@ -43,6 +43,7 @@ const CRuntimeClass CScaleView::classRecord{"CScaleView", &CLumenta::classRecord
 const MessageEntry CScaleView::entries[] = {
     On<WM_SIZE, &CScaleView::OnSize>(),
     On<WM_LBUTTONDOWN, &CScaleView::OnLButtonDown>(),
+    On<WM_LBUTTONDBLCLK, &CScaleView::OnLButtonDown>(), // every quick press moves the page
     On<WM_MOUSEMOVE, &CScaleView::OnMouseMove>(),
     On<WM_CHAR, &CScaleView::OnChar>(),
     On<WM_SCALE_NEXT, &CScaleView::OnScaleNext>(),
@@ -115,11 +116,13 @@ void CScaleView::OnLButtonDown(UINT flags, CPoint point)
 }
 
 // If the window shows the whole picture, dragging moves the page in the page view. Otherwise it moves the
-// picture, as in the page view.
+// picture, as in the page view. The release of the button may have gone to a message box, so the page follows
+// only while the button is down.
 void CScaleView::OnMouseMove(UINT flags, CPoint point)
 {
     const CRect client = GetClientRect();
-    if (m_bDragging && m_sizeTotal.cx <= client.Width() && m_sizeTotal.cy <= client.Height()) {
+    if (m_bDragging && (flags & MK_LBUTTON) && m_sizeTotal.cx <= client.Width() &&
+        m_sizeTotal.cy <= client.Height()) {
         m_ptAnchor = point;
         MovePage();
     }
