@@ -13,6 +13,7 @@
 #include "app/usermsg.h"
 #include "platform/log.h"
 
+#include <algorithm>
 #include <kesterlib/callback.h>
 
 namespace
@@ -68,7 +69,7 @@ int CLumentaApp::ExitInstance()
     WriteProfileString(kDefaultSettings, kPageDirectory, m_strPageDirectory);
     WriteProfileString(kDefaultSettings, kPageFilter, m_strPageFilter);
     WriteProfileInt(kDefaultSettings, kMarkViewed, m_bMarkViewed ? 1 : 0);
-    m_PageList.clear();
+    OnClearList();
     return CWinApp::ExitInstance();
 }
 
@@ -82,6 +83,7 @@ void CLumentaApp::OnDroppedFiles(const std::vector<CString>& paths)
 
 void CLumentaApp::OnNextPage()
 {
+    m_nSeenPages = std::min(m_nSeenPages, m_PageList.size());
     if (m_PageList.empty())
         return;
     // Off the list whether it opens or not.
@@ -99,8 +101,8 @@ void CLumentaApp::OnPreviousPage()
     // While another page is open, or none because one failed to open, the user goes back to the page of the
     // list that was shown last.
     if (IsListPageOpen()) {
+        m_nSeenPages = std::min(m_nSeenPages, m_PageList.size()) + 1;
         m_PageList.push_front(m_ShownPages.back());
-        ++m_nSeenPages;
         m_ShownPages.pop_back();
     }
     if (m_ShownPages.empty())

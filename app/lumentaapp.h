@@ -50,5 +50,7 @@ private:
     void MarkAsViewed(const CString& path, const FileStatus& before) const; // if the user wishes so
 
     std::vector<CString> m_ShownPages; // pages of the list, in the order in which Next Page showed them
-    size_t m_nSeenPages = 0;           // pages at the front of m_PageList that the user has gone back from
+    // Pages at the front of m_PageList that the user has gone back from. May be larger after m_PageList was
+    // changed from outside: then it counts as the size of m_PageList.
+    size_t m_nSeenPages = 0;
 };

@@ -222,7 +222,7 @@ private:
 
 TEST_F(App, NextAndPreviousMoveThroughTheList)
 {
-    enum Step { next, previous, openOther, removeSecond, clear, add };
+    enum Step { next, previous, openOther, removeSecond, clear, add, takeAll, leave };
     struct Case {
         Step step;
         const char* title;
@@ -257,6 +257,21 @@ TEST_F(App, NextAndPreviousMoveThroughTheList)
         {previous, "first - LUMENTA", "Ready", "", nullptr},
         {add, "first - LUMENTA", "Ready", "next clear", nullptr},
         {next, "third - LUMENTA", "page 1 of 1", "clear", nullptr},
+        // A new entry counts as new, even if entries that were seen before it are gone.
+        {add, "third - LUMENTA", "page 1 of 2", "next clear", nullptr},
+        {next, "third - LUMENTA", "page 2 of 2", "previous clear", nullptr},
+        {add, "third - LUMENTA", "page 2 of 3", "next previous clear", nullptr},
+        {next, "third - LUMENTA", "page 3 of 3", "previous clear", nullptr},
+        {previous, "third - LUMENTA", "page 2 of 3", "next previous clear", nullptr},
+        {takeAll, "third - LUMENTA", "page 2 of 2", "previous clear", nullptr},
+        {previous, "third - LUMENTA", "page 1 of 2", "next clear", nullptr},
+        {next, "third - LUMENTA", "page 2 of 2", "previous clear", nullptr},
+        {add, "third - LUMENTA", "page 2 of 3", "next previous clear", nullptr},
+        {next, "third - LUMENTA", "page 3 of 3", "previous clear", nullptr},
+        {previous, "third - LUMENTA", "page 2 of 3", "next previous clear", nullptr},
+        {leave, "third - LUMENTA", "Ready", "", nullptr},
+        {add, "third - LUMENTA", "Ready", "next clear", nullptr},
+        {next, "third - LUMENTA", "page 1 of 1", "clear", nullptr},
     };
     const KeptMarks marks;
     const std::vector<CString> pages = ThreePages();
@@ -275,12 +290,12 @@ TEST_F(App, NextAndPreviousMoveThroughTheList)
         case previous: PressAccelerator(*frame, "Ctrl+Alt+P"); break;
         case openOther: app->OpenDocumentFile(other); break;
         case add: app->m_PageList.push_back(pages[2]); break;
+        case takeAll: app->m_PageList.clear(); break;
+        case leave: app->ExitInstance(); break;
         case removeSecond: std::filesystem::remove(pages[1].c_str()); break;
-        case clear:
-            frame->SendMessage(WM_COMMAND, kClearListCommand);
-            view->Invalidate(); // a real menu command also updates the message field
-            break;
+        case clear: frame->SendMessage(WM_COMMAND, kClearListCommand); break;
         }
+        view->Invalidate(); // a real menu command also updates the message field
         ASSERT_TRUE(PumpUntilIdle());
         EXPECT_EQ(boxes.Take(), c.fails ? Texts{scratch.File(c.fails) + ": Open failed"} : Texts{});
         EXPECT_EQ(Title(), c.title);
@@ -289,7 +304,8 @@ TEST_F(App, NextAndPreviousMoveThroughTheList)
                       state(kClearListCommand, "clear"),
                   *c.enabled ? std::string{" "} + c.enabled : "");
     }
-    EXPECT_EQ(marks.set, (Texts{"first.tif", "second.tif", "first.tif", "third.tif", "third.tif"}))
+    EXPECT_EQ(marks.set, (Texts{"first.tif", "second.tif", "first.tif", "third.tif", "third.tif", "third.tif",
+                                "third.tif", "third.tif", "third.tif"}))
         << "each entry is marked once, when it is first shown";
 }
 
