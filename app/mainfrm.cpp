@@ -52,13 +52,16 @@ CString FormatSize(int units, int width, int depth, int x_dpi, int y_dpi)
 
 CString FormatPointer(int units, CPoint point, int x_dpi, int y_dpi)
 {
-    return FormatPair(units, "x=", Length(units, point.x, x_dpi), " y=", Length(units, point.y, y_dpi));
+    units = UnitsFor(units, x_dpi, y_dpi);
+    return FormatPair(units, "x=", PixelsToUnits(point.x, units, x_dpi),
+                      " y=", PixelsToUnits(point.y, units, y_dpi));
 }
 
 CString FormatDistance(int units, CSize distance, int x_dpi, int y_dpi)
 {
-    const double x = Length(units, distance.cx, x_dpi);
-    const double y = Length(units, distance.cy, y_dpi);
+    units = UnitsFor(units, x_dpi, y_dpi);
+    const double x = PixelsToUnits(distance.cx, units, x_dpi);
+    const double y = PixelsToUnits(distance.cy, units, y_dpi);
     return FormatPair(units, "dx=", x, " dy=", y) + " d=" + FormatNumber(units, std::hypot(x, y));
 }
 
@@ -172,9 +175,13 @@ CString CMainFrame::GetMessageText() const
 {
     const auto* const document = DynamicDowncast<CLumentaDoc>(GetActiveDocument());
     const auto* const app = DynamicDowncast<CLumentaApp>(AfxGetApp());
-    const CString text = document && app
-                             ? JoinNotes({document->GetStatusText(), app->GetListNote(), GetPointerText()})
-                             : CString{};
+    CString text;
+    if (document && app) {
+        const auto* const view = DynamicDowncast<CLumentaView>(GetActiveView());
+        const bool measures = view && view->GetMeasuredDistance(); // the distance needs the room
+        text = JoinNotes(
+            {document->GetStatusText(), measures ? CString{} : app->GetListNote(), GetPointerText()});
+    }
     return text.IsEmpty() ? CPageFrame::GetMessageText() : text;
 }
 

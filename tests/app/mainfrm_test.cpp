@@ -31,11 +31,12 @@ TEST(ReadOut, ConvertsByTheUnitAndTheResolution)
         EXPECT_EQ(FormatDistance(c.units, {-300, 360}, 1200, 600), c.distance)
             << "d is the distance on paper";
     }
-    EXPECT_EQ(FormatPointer(kInches, {INT32_MAX, 0}, 1, 0), "x=2147483647.00 y=0.00");
-    EXPECT_EQ(FormatDistance(kMillimeters, {300, 400}, 300, 0), "dx=25.4 dy=0.0 d=25.4");
+    EXPECT_EQ(FormatPointer(kInches, {INT32_MAX, 0}, 1, 1), "x=2147483647.00 y=0.00");
+    EXPECT_EQ(FormatPointer(kInches, {300, 400}, 300, 0), "x=300 y=400") << "in pixels";
+    EXPECT_EQ(FormatDistance(kMillimeters, {300, 400}, 300, 0), "dx=300 dy=400 d=500");
     EXPECT_EQ(FormatDistance(kMillimeters, {-1, -2}, 1200, 1200), "dx=0.0 dy=0.0 d=0.0")
         << "no minus sign at zero";
-    EXPECT_EQ(FormatDistance(kPoints, {-3, 4}, 0, -1), "dx=0 dy=0 d=0");
+    EXPECT_EQ(FormatDistance(kPoints, {-3, 4}, 0, -1), "dx=-3 dy=4 d=5");
     EXPECT_EQ(FormatDistance(kPixels, {-INT32_MAX, INT32_MAX}, 0, 0),
               "dx=-2147483647 dy=2147483647 d=3037000499");
     EXPECT_EQ(FormatSize(kInches, 9000, 600, 0, 600), "width=0.00 depth=1.00");
