@@ -5,18 +5,33 @@
 
 namespace
 {
-constexpr size_t kMostBytes = 1000;
+constexpr size_t kMostBytes = 2000;
+constexpr size_t kLongestCharacter = 4; // bytes in UTF-8
+
+// Returns the longest start of a text that has at most kMostBytes bytes and ends with a whole character.
+std::string_view StartOf(std::string_view text)
+{
+    size_t end = kMostBytes;
+    while (end > kMostBytes - kLongestCharacter && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80)
+        --end;
+    return text.substr(0, end);
+}
 } // namespace
 
+// Cuts the value before it is converted: a file may hold a text of many megabytes.
 void Description::Add(const char* name, std::string_view value)
 {
-    if (CString shown = DisplayText(value, kMostBytes); !shown.IsEmpty())
+    const bool is_cut = value.size() > kMostBytes;
+    CString shown = DisplayText(is_cut ? StartOf(value) : value, std::string_view::npos);
+    if (is_cut)
+        shown += "...";
+    if (!shown.IsEmpty())
         m_rows.push_back({name, std::move(shown)});
 }
 
 void Description::Format(const char* name, const char* format, ...)
 {
-    char text[kMostBytes + 1];
+    char text[kMostBytes + 2]; // one byte more than Add keeps, and the zero
     va_list arguments;
     va_start(arguments, format);
     vsnprintf(text, sizeof text, format, arguments);

@@ -181,9 +181,12 @@ void HeaderImage::Describe(Description* description) const
     std::string destinations;
     for (int32_t i = 0; i < FAXHEADER_DESTINATIONS; ++i)
         if (const char* const name = header.GetDestination(i); *name != '\0')
-            destinations += (destinations.empty() ? "" : ", ") + std::string{name};
+            // Each on its own: one that is no UTF-8 must not change how the others are read.
+            destinations += (destinations.empty() ? "" : ", ") +
+                            std::string{DisplayText(name, FAXHEADER_DESTINATION * 2).View()};
     rows.Add("Destinations", destinations.empty() ? "none" : destinations);
     if (header.FaxHeaderVersion >= 3)
         rows.Add("Mux", header.Mux);
     rows.Format("Header", "version %d, %u bytes", header.FaxHeaderVersion, header.HeaderSize);
+    rows.Format("Stored size", "%u", header.Size);
 }
