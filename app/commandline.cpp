@@ -38,7 +38,7 @@ CommandLine ReadCommandLine(std::span<const char* const> arguments, bool (*exist
 
 bool PathExists(const CString& path)
 {
-    return FileStatusOf(path).kind != FileStatus::Kind::none;
+    return FileStatusOf(path).Exists();
 }
 
 bool OpensNothing(const CString& command_line)

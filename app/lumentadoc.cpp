@@ -193,9 +193,10 @@ CString CLumentaDoc::GetStatusText() const
     CString damaged;
     if (m_bReadError)
         damaged.Format("damaged from line %d", m_nErrorRow);
-    const char* const file = m_FileState == FileState::changed ? "file has changed, F5 reads it again"
-                             : m_FileState == FileState::gone  ? "file is gone"
-                                                               : "";
+    const char* const file = m_FileState == FileState::changed      ? "file has changed, F5 reads it again"
+                             : m_FileState == FileState::gone       ? "file is gone"
+                             : m_FileState == FileState::unreadable ? "file cannot be read"
+                                                                    : "";
     return JoinNotes({suspicious, damaged, file});
 }
 
@@ -204,9 +205,10 @@ void CLumentaDoc::CheckFile()
     if (!HasPage())
         return;
     const FileStatus now = FileStatusOf(GetPathName());
-    m_FileState = !now.IsFile()         ? FileState::gone
-                  : now == m_FileStatus ? FileState::asOpened
-                                        : FileState::changed;
+    m_FileState = now.kind == FileStatus::Kind::unknown ? FileState::unreadable
+                  : !now.IsFile()                       ? FileState::gone
+                  : now == m_FileStatus                 ? FileState::asOpened
+                                                        : FileState::changed;
 }
 
 CPalette* CLumentaDoc::GetPagePalette(bool scaled) const

@@ -135,7 +135,7 @@ protected:
 private:
     static const MessageEntry entries[];
 
-    enum class FileState : uint8_t { asOpened, changed, gone };
+    enum class FileState : uint8_t { asOpened, changed, gone, unreadable };
 
     FileStatus m_FileStatus;                     // of the page's file before it was opened
     FileState m_FileState = FileState::asOpened; // found by the last CheckFile

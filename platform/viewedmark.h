@@ -20,23 +20,24 @@ constexpr const char* kViewedMarkName = "user.lumenta.viewed";
 // Distinguishes one state of a file from the next. Read it before a page is opened: if the page is rewritten
 // while it is shown, the file then stays new.
 struct FileStatus {
-    enum class Kind : uint8_t { none, file, directory, other };
+    enum class Kind : uint8_t { none, unknown, file, directory, other };
 
-    Kind kind = Kind::none;   // none: nothing exists, or the system refuses the status
+    Kind kind = Kind::none;   // none: nothing exists; unknown: the system refuses the status
     uint32_t modified_ns = 0; // 0 to 999999999, added to modified_s
     int64_t modified_s = 0;   // seconds since 1970; the kernel's clock ticks limit the resolution
     int64_t size_bytes = 0;
     uint64_t device = 0; // the file system; device and inode identify the file
     uint64_t inode = 0;
 
+    bool Exists() const { return kind != Kind::none && kind != Kind::unknown; }
     bool IsFile() const { return kind == Kind::file; }
     bool IsDirectory() const { return kind == Kind::directory; }
     friend bool operator==(const FileStatus&, const FileStatus&) = default;
 };
 
 // Returns the status of the file at a path, following links. Opens nothing, and never blocks on a FIFO or
-// device. The file need not be readable. The kind is `none` if nothing exists there or the system refuses the
-// status.
+// device. The file need not be readable. The kind is `none` if nothing exists there, and `unknown` if the
+// system cannot tell: no right to search a directory, an error of the disk or of a network mount.
 FileStatus FileStatusOf(const CString& path);
 
 // Marks the file at path as viewed in the state `status`. Does nothing if status is not that of a regular

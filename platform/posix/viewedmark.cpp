@@ -128,7 +128,12 @@ FileStatus FileStatusFrom(const struct stat& system)
 FileStatus FileStatusOf(const CString& path)
 {
     struct stat system;
-    return stat(path.c_str(), &system) == 0 ? FileStatusFrom(system) : FileStatus{};
+    if (stat(path.c_str(), &system) == 0)
+        return FileStatusFrom(system);
+    FileStatus status;
+    if (errno != ENOENT && errno != ENOTDIR)
+        status.kind = FileStatus::Kind::unknown;
+    return status;
 }
 
 void MarkViewed(const CString& path, const FileStatus& status)

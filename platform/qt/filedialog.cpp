@@ -246,7 +246,7 @@ bool FileDialogWidget::AcceptWanted()
     const QModelIndex selected = Selected();
     const QString wanted = !m_is_typed && selected.isValid() ? Path(selected) : Named();
     const FileStatus status = FileStatusOf(FromQString(wanted));
-    if (status.kind == FileStatus::Kind::none || status.IsDirectory()) {
+    if (!status.Exists() || status.IsDirectory()) {
         if (m_is_typed) // otherwise Qt would open the selected entry
             m_parts.views.first()->selectionModel()->clearSelection();
         return false;

@@ -13,6 +13,7 @@ class ChangingPage : public WindowTest
 protected:
     static constexpr const char* kChanged = "file has changed, F5 reads it again";
     static constexpr const char* kGone = "file is gone";
+    static constexpr const char* kUnreadable = "file cannot be read";
 
     void StartActive()
     {
@@ -45,6 +46,12 @@ TEST_F(ChangingPage, ReportsEveryChangeOfItsFile)
     } cases[] = {
         {"moved away", [&] { std::filesystem::rename(page_file, aside); }, kGone},
         {"a directory instead", [&] { std::filesystem::create_directory(page_file); }, kGone},
+        {"a link to itself instead",
+         [&] {
+             std::filesystem::remove(page_file);
+             std::filesystem::create_symlink(page_file, page_file);
+         },
+         kUnreadable},
         {"moved back",
          [&] {
              std::filesystem::remove(page_file);

@@ -222,5 +222,9 @@ TEST(ViewedMarks, NeverBlock)
     alarm(0);
     EXPECT_TRUE(FileStatusOf(scratch.Path()).IsDirectory());
     EXPECT_EQ(FileStatusOf(scratch.File("nothing")), FileStatus{});
+    EXPECT_EQ(FileStatusOf(scratch.File("fifo/below")), FileStatus{});
+    ASSERT_EQ(symlink("loop", scratch.File("loop").c_str()), 0);
+    EXPECT_EQ(FileStatusOf(scratch.File("loop")).kind, FileStatus::Kind::unknown);
+    EXPECT_FALSE(FileStatusOf(scratch.File("loop")).Exists());
 }
 } // namespace
