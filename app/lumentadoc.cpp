@@ -293,10 +293,9 @@ bool CLumentaDoc::ReportRow(int32_t row)
     // Set before the message opens, so that each page shows only one.
     m_bReadError = true;
     m_nErrorRow = row;
-    CString words;
-    words.Format("error at line %d: %s", row, m_pImage->ErrorText.c_str());
+    m_strErrorMessage.Format("error at line %d: %s", row, m_pImage->ErrorText.c_str());
     const uint64_t page = m_nPageSerial;
-    AfxMessageBox(words);
+    AfxMessageBox(m_strErrorMessage);
     return page == m_nPageSerial;
 }
 

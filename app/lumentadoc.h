@@ -108,6 +108,7 @@ public:
 
     std::unique_ptr<CScaledDIBitmap> m_pScaled; // the reduced picture; null until the overview requests it
     std::unique_ptr<CPalette> m_hPalette;       // entry i is the grey 255 - i; null if memory was short
+    CString m_strErrorMessage; // the message about that row; valid if m_bReadError is set
     std::unique_ptr<BitmapInfo> m_pDibInfo;     // for an 8-bit page; made when it is first drawn
 
     int32_t m_nWidth = 0;    // pixels per row; 0 without a page

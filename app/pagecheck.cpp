@@ -15,7 +15,7 @@ constexpr std::chrono::milliseconds kStepTime{4};
 constexpr int32_t kBlack8 = 255;
 
 // A damaged page reads as zeros once the heap store has moved on: to go back would lose the good rows.
-bool CanCount(const CLumentaDoc& document)
+bool CanCountInk(const CLumentaDoc& document)
 {
     const int32_t bits = document.m_pImage->BitsPerPixel;
     const bool moved_on = document.m_hTempFile == kInvalidFile && document.m_nWindowFirst > 0;
@@ -67,7 +67,7 @@ double InkCount::ZonePerCent(int zone) const
 }
 
 PageCheck::PageCheck(CLumentaDoc* document)
-    : m_document(document), m_page(document->GetPageSerial()), m_can_count(CanCount(*document)),
+    : m_document(document), m_page(document->GetPageSerial()), m_can_count(CanCountInk(*document)),
       m_ink(document->m_nWidth, document->m_pImage->BitsPerPixel, document->m_pImage->MinIsBlack)
 {
 }
@@ -77,14 +77,14 @@ PageCheck::Result PageCheck::Step()
     const auto end = std::chrono::steady_clock::now() + kStepTime;
     const int32_t chunk = std::max(kChunkBytes / std::max(m_document->m_nRowBytes, 1), 1);
     do {
-        if (m_page != m_document->GetPageSerial() || !m_document->HasPage())
+        if (!IsPageOpen())
             return Result::pageClosed;
-        if (!m_can_count || m_next >= GoodRows())
+        if (IsComplete())
             return Result::done;
-        const int32_t count = std::min({chunk, m_document->m_nWindowRows, GoodRows() - m_next});
+        const int32_t count = std::min({chunk, m_document->m_nWindowRows, KnownRows() - m_next});
         if (!m_document->GetRows(m_next, count) || m_page != m_document->GetPageSerial())
             return Result::pageClosed;
-        const int32_t good = std::min(count, GoodRows() - m_next);
+        const int32_t good = std::min(count, KnownRows() - m_next);
         if (good > 0)
             m_ink.Add(m_document->RowAddress(m_next), m_document->m_nRowBytes, good);
         m_next += count;
@@ -97,17 +97,22 @@ PageCheck::Result PageCheck::Step()
     return Result::goesOn;
 }
 
+bool PageCheck::IsPageOpen() const
+{
+    return m_page == m_document->GetPageSerial() && m_document->HasPage();
+}
+
 int PageCheck::Progress() const
 {
-    return static_cast<int>(int64_t{100} * std::min(m_next, GoodRows()) / std::max(GoodRows(), 1));
+    return static_cast<int>(int64_t{100} * std::min(m_next, KnownRows()) / std::max(KnownRows(), 1));
 }
 
 int32_t PageCheck::GoodRows() const
 {
-    return m_document->m_bReadError ? m_document->m_nErrorRow : m_document->m_nDepth;
+    return IsComplete() ? KnownRows() : m_next;
 }
 
-bool PageCheck::HasBadRow() const
+int32_t PageCheck::KnownRows() const
 {
-    return m_document->m_bReadError;
+    return m_document->m_bReadError ? m_document->m_nErrorRow : m_document->m_nDepth;
 }

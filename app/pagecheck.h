@@ -52,13 +52,18 @@ public:
     // std::bad_alloc if memory is short.
     Result Step();
 
-    int Progress() const;     // per cent of the page
-    int32_t GoodRows() const; // all, or those before the first bad one
-    bool HasBadRow() const;   // then it is row GoodRows()
-    bool HasInk() const { return m_can_count && m_ink.Rows() > 0; }
+    bool IsPageOpen() const; // false after the page was closed: then only Step may be called
+    int Progress() const;    // per cent of the page
+    bool IsComplete() const { return !m_can_count || m_next >= KnownRows(); }
+    int32_t GoodRows() const; // rows found to be good so far
+    // Returns false if no ink can be counted: the page is damaged, and the row store no longer has its good
+    // rows.
+    bool CanCount() const { return m_can_count; }
     const InkCount& Ink() const { return m_ink; } // of the good rows
 
 private:
+    int32_t KnownRows() const; // all rows, or those before the first bad one if that is known
+
     CLumentaDoc* m_document;
     uint64_t m_page;
     bool m_can_count;

@@ -44,15 +44,25 @@ Description DescribePage(const CLumentaDoc& document, int units)
     return rows;
 }
 
-Description DescribeCheck(const PageCheck& check, int32_t rows)
+Description DescribeCheck(const CLumentaDoc& document, const PageCheck& check)
 {
+    const int32_t rows = document.m_nDepth;
     Description text;
+    if (!check.IsComplete())
+        text.Format("Checked", "%d of %d rows", check.GoodRows(), rows);
     text.Format("Good rows", "%d of %d", check.GoodRows(), rows);
-    if (check.HasBadRow())
-        text.Format("First bad row", "%d", check.GoodRows());
-    if (!check.HasInk())
+    if (document.m_bReadError) {
+        text.Format("First bad row", "%d", document.m_nErrorRow);
+        text.Add("Message", document.m_strErrorMessage);
+    }
+    if (document.m_pImage->SuspiciousRow >= 0)
+        text.Format("Suspicious from row", "%d", document.m_pImage->SuspiciousRow);
+    if (!check.CanCount())
+        text.Add("Ink coverage", "not counted");
+    if (check.Ink().Rows() == 0)
         return text;
-    text.Format("Ink coverage", "%.2f %%", check.Ink().PagePerCent());
+    text.Format(check.Ink().Rows() < rows ? "Ink coverage of the good rows" : "Ink coverage", "%.2f %%",
+                check.Ink().PagePerCent());
     for (int first = 0; first < kInkZones; first += kZonesInARow) {
         CString name;
         name.Format("Zones %d to %d (%%)", first + 1, first + kZonesInARow);
@@ -87,6 +97,7 @@ void CPageInformationDialog::OnCheck()
     m_progress_shown = {};
     SetDlgItemRows(kCheckText, {});
     SetDlgItemBars(kCheckBars, {});
+    SetDlgItemText(IDCANCEL, "Cancel");
     StartWork();
 }
 
@@ -96,7 +107,7 @@ bool CPageInformationDialog::OnWork()
     try {
         result = m_check->Step();
     } catch (const std::bad_alloc&) {
-        m_check.reset();
+        EndCheck();
         AfxMessageBox("Insufficient memory to check page");
         return false;
     }
@@ -107,7 +118,7 @@ bool CPageInformationDialog::OnWork()
     const auto now = std::chrono::steady_clock::now();
     if (result == PageCheck::Result::done) {
         ShowCheck();
-        m_check.reset();
+        EndCheck();
     } else if (now - m_progress_shown >= kProgressTime) {
         SetDlgItemProgress(kCheckProgress, m_check->Progress());
         m_progress_shown = now;
@@ -115,11 +126,28 @@ bool CPageInformationDialog::OnWork()
     return result == PageCheck::Result::goesOn;
 }
 
+void CPageInformationDialog::OnCancel()
+{
+    if (!m_check || !m_check->IsPageOpen()) {
+        CDialog::OnCancel();
+        return;
+    }
+    StopWork();
+    ShowCheck();
+    EndCheck();
+}
+
+void CPageInformationDialog::EndCheck()
+{
+    m_check.reset();
+    SetDlgItemText(IDCANCEL, "Close");
+}
+
 void CPageInformationDialog::ShowCheck()
 {
-    SetDlgItemProgress(kCheckProgress, 100);
-    SetDlgItemRows(kCheckText, DescribeCheck(*m_check, m_document->m_nDepth).Rows());
-    if (!m_check->HasInk())
+    SetDlgItemProgress(kCheckProgress, m_check->IsComplete() ? 100 : m_check->Progress());
+    SetDlgItemRows(kCheckText, DescribeCheck(*m_document, *m_check).Rows());
+    if (m_check->Ink().Rows() == 0)
         return;
     std::vector<ChartBar> bars(kInkZones);
     for (int zone = 0; zone < kInkZones; ++zone) {

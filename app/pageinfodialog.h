@@ -13,8 +13,10 @@ class CLumentaDoc;
 // Of a document with a page, in a unit of UnitsFor.
 Description DescribePage(const CLumentaDoc& document, int units);
 
-// What a check has found: good rows, the first bad row, and the ink of the page and its zones.
-Description DescribeCheck(const PageCheck& check, int32_t rows);
+// Returns what a check of this document's page has found: good rows, the first bad row and its message, the
+// first suspicious row, and the ink of the page and its zones. Of a check that was stopped, returns what it
+// found until then.
+Description DescribeCheck(const CLumentaDoc& document, const PageCheck& check);
 
 class CPageInformationDialog : public CDialog
 {
@@ -26,7 +28,8 @@ public:
 
 protected:
     bool OnInitDialog() override;
-    bool OnWork() override; // a step of the check
+    bool OnWork() override;   // a step of the check
+    void OnCancel() override; // stops the check; without a check closes the dialog
 
     static const MessageMap messages;
     const MessageMap& GetMessageMap() const override { return messages; }
@@ -37,6 +40,7 @@ private:
     static const MessageEntry entries[];
 
     void ShowCheck();
+    void EndCheck();
 
     CLumentaDoc* m_document;
     int m_nUnits;

@@ -385,19 +385,22 @@ TEST_F(PageInformation, CheckOfADamagedPageNamesTheRowOfTheBox)
     const struct {
         const char* name;
         int32_t heap_rows, fail_at;
-        int32_t painted; // a row fetched before the check, -1: none
-        int32_t counted; // rows in the coverage
-    } cases[] = {{"good", 0, -1, -1, 5000},
-                 {"good, on a heap window that moves", 100, -1, 3000, 5000},
-                 {"in the temporary file", 0, 4321, -1, 4321},
-                 {"known before", 0, 4321, 4900, 4321},
-                 {"the first row", 0, 0, -1, 0},
-                 {"on a heap window that moves", 100, 4321, -1, 4321},
-                 {"known before, on a heap window that has not moved", 100, 50, 99, 50},
-                 {"known before, and the heap window has lost the good rows", 100, 4321, 4900, 0}};
+        int32_t painted;            // a row fetched before the check, -1: none
+        int32_t counted;            // rows in the coverage
+        const char* uncounted = ""; // the row about ink if none is counted
+    } cases[] = {
+        {"good", 0, -1, -1, 5000},
+        {"good, on a heap window that moves", 100, -1, 3000, 5000},
+        {"in the temporary file", 0, 4321, -1, 4321},
+        {"known before", 0, 4321, 4900, 4321},
+        {"the first row", 0, 0, -1, 0},
+        {"on a heap window that moves", 100, 4321, -1, 4321},
+        {"known before, on a heap window that has not moved", 100, 50, 99, 50},
+        {"known before, and the heap window has lost the good rows", 100, 4321, 4900, 0, "not counted"}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         FakeImage* const image = PutFake(777, 5000, c.fail_at, c.heap_rows);
+        image->SuspiciousRow = 40;
         if (c.painted >= 0) {
             ASSERT_TRUE(document->GetRows(c.painted, 1));
         }
@@ -414,7 +417,11 @@ TEST_F(PageInformation, CheckOfADamagedPageNamesTheRowOfTheBox)
             EXPECT_EQ(rows["Good rows"], row + " of 5000");
         }
         EXPECT_EQ(rows["First bad row"], c.fail_at < 0 ? "" : row);
-        EXPECT_EQ(rows["Ink coverage"], c.counted == 0 ? "" : FakeCoverage(777, c.counted));
+        EXPECT_EQ(rows["Message"], c.fail_at < 0 ? "" : "error at line " + row + ": decoder lost");
+        EXPECT_EQ(rows["Ink coverage"], c.counted == 5000 ? FakeCoverage(777, 5000) : c.uncounted);
+        EXPECT_EQ(rows["Ink coverage of the good rows"],
+                  c.counted > 0 && c.counted < 5000 ? FakeCoverage(777, c.counted) : "");
+        EXPECT_EQ(rows["Suspicious from row"], "40");
         if (c.fail_at >= 0 && c.painted >= 0) {
             EXPECT_EQ(image->reads, reads) << "nothing is read after the damage";
             EXPECT_EQ(document->m_nWindowFirst, window);
@@ -430,28 +437,73 @@ TEST_F(PageInformation, CheckOfADamagedPageNamesTheRowOfTheBox)
     }
 }
 
-TEST_F(PageInformation, CheckEndsWithTheDialogAndWithThePage)
+TEST_F(PageInformation, CheckCanBeStoppedAndEndsWithThePage)
 {
-    for (const char* const key : {"Escape", "Return"}) {
-        constexpr int32_t kRows = 50;
-        FakeImage* const image = PutFake(8 * 64 * 1024, kRows, -1);
+    constexpr int32_t kWidth = 8 * 64 * 1024;
+    constexpr int32_t kRows = 50;
+    const auto put = [&] {
+        FakeImage* const image = PutFake(kWidth, kRows, -1);
         // Each row is as large as a chunk of the check and takes longer than one of its steps.
         image->on_read = [](int32_t) {
             const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(10);
             while (std::chrono::steady_clock::now() < end) {
             }
         };
+        return image;
+    };
+    const struct {
+        const char* name;
+        std::function<void(CDialog&)> stop;
+    } cases[] = {
+        {"Escape", [](CDialog& dialog) { PressDialogKeys(dialog, {"Escape"}); }},
+        {"Return", [](CDialog& dialog) { PressDialogKeys(dialog, {"Return"}); }},
+        {"the button", [](CDialog& dialog) { ClickControl(dialog, IDCANCEL); }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        FakeImage* const image = put();
+        bool is_open = true;
         Show([&](CDialog& dialog) {
+            EXPECT_EQ(dialog.GetDlgItemText(IDCANCEL), "Close");
             PressDialogKeys(dialog, {"Alt+C"});
             EXPECT_TRUE(PumpUntil([&] { return image->reads > 0; }));
-            PressDialogKeys(dialog, {key});
+            EXPECT_EQ(dialog.GetDlgItemText(IDCANCEL), "Cancel");
+            c.stop(dialog);
+            ASSERT_TRUE(dialog.IsWindowVisible());
+            EXPECT_EQ(dialog.GetDlgItemText(IDCANCEL), "Close");
+            const int64_t reads = image->reads;
+            EXPECT_LT(reads, kRows) << "the check was still running";
+            std::map<std::string, std::string> rows = RowsOf(dialog, kCheckText);
+            const std::string part = std::to_string(reads) + " of " + std::to_string(kRows);
+            EXPECT_EQ(rows["Checked"], part + " rows");
+            EXPECT_EQ(rows["Good rows"], part);
+            EXPECT_EQ(rows["Ink coverage of the good rows"],
+                      FakeCoverage(kWidth, static_cast<int32_t>(reads)));
+            EXPECT_EQ(rows.size(), 7U);
+            int rounds = 0;
+            PumpUntil([&] { return ++rounds > 20; });
+            EXPECT_EQ(image->reads, reads) << "no step follows";
+
+            // The next check starts again, but decodes no row twice.
+            PressDialogKeys(dialog, {"Alt+C"});
+            EXPECT_TRUE(PumpUntil([&] { return image->reads > reads; }));
+            PressDialogKeys(dialog, {"Escape", "Escape"});
+            is_open = dialog.IsWindowVisible();
         });
-        const int64_t reads = image->reads;
-        EXPECT_LT(reads, kRows) << "the check was still running";
-        ASSERT_TRUE(PumpUntilIdle());
-        EXPECT_EQ(image->reads, reads) << key;
-        EXPECT_FALSE(document->m_bReadError) << "an ended check marks no damage";
+        EXPECT_FALSE(is_open) << "without a check, Escape closes the dialog";
+        EXPECT_EQ(image->reads, document->m_nLastRow + 1);
+        EXPECT_FALSE(document->m_bReadError) << "a stopped check marks no damage";
     }
+
+    // Neither does a page that was closed meanwhile keep the dialog open.
+    FakeImage* const image = put();
+    Show([&](CDialog& dialog) {
+        PressDialogKeys(dialog, {"Alt+C"});
+        EXPECT_TRUE(PumpUntil([&] { return image->reads > 0; }));
+        document->DeleteContents();
+        dialog.SendMessage(WM_COMMAND, IDCANCEL);
+        EXPECT_FALSE(dialog.IsWindowVisible());
+    });
 
     // The page is closed while the box about its damage is open.
     PutFake(777, 5000, 3000);
