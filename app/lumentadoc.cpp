@@ -37,6 +37,29 @@ constexpr ImageFactory kImageClasses[] = {
     MakeImage<SqzNoneImage>, MakeImage<TIFFImage>,
 };
 
+// Opens a page file with the first kind that accepts it. If there is none, the result is the last one that
+// was tried: it is closed, and its ErrorText says why.
+std::unique_ptr<Image> OpenImage(const CString& file)
+{
+    std::unique_ptr<Image> image;
+    for (const ImageFactory make : kImageClasses) {
+        image = make();
+        if (image->Open(file) != 0)
+            break;
+    }
+    return image;
+}
+
+bool IsOpen(const Image& image)
+{
+    return !image.Path.IsEmpty();
+}
+
+void ReportOpenFailure(const CString& file, const Image& image)
+{
+    AfxMessageBox(file + ": " + image.ErrorText);
+}
+
 void TellMainWindow(UINT message, int first, int second)
 {
     if (CWnd* const window = AfxGetMainWnd())
@@ -128,6 +151,17 @@ bool CLumentaDoc::OnOpenDocument(const CString& path)
     return opened;
 }
 
+bool CLumentaDoc::CanOpen(const CString& path)
+{
+    BeginWaitCursor(Hourglass::atOnce); // as in OnOpenDocument
+    const CString file = PagePath(path);
+    const std::unique_ptr<Image> image = OpenImage(file);
+    if (!IsOpen(*image))
+        ReportOpenFailure(file, *image);
+    EndWaitCursor();
+    return IsOpen(*image);
+}
+
 bool CLumentaDoc::OpenPage(const CString& path)
 {
     // The old page is closed even if the new file does not open.
@@ -136,15 +170,9 @@ bool CLumentaDoc::OpenPage(const CString& path)
     m_FileStatus = FileStatusOf(file);
     m_FileState = FileState::asOpened;
 
-    bool accepted = false;
-    for (const ImageFactory make : kImageClasses) {
-        m_pImage = make();
-        accepted = m_pImage->Open(file) != 0;
-        if (accepted)
-            break;
-    }
-    if (!accepted) {
-        AfxMessageBox(file + ": " + m_pImage->ErrorText);
+    m_pImage = OpenImage(file);
+    if (!IsOpen(*m_pImage)) {
+        ReportOpenFailure(file, *m_pImage);
         return false;
     }
 

@@ -47,6 +47,10 @@ public:
     // palette stays the document's.
     CPalette* GetPagePalette(bool scaled) const;
 
+    // Returns whether the file PagePath(path) can be opened as a page now. If not, shows the message that
+    // OnOpenDocument would show. The open page is unchanged.
+    static bool CanOpen(const CString& path);
+
     // Compares the page's file with its state before it was opened; GetStatusText reports the result. Costs
     // one system call, and works on a network mount too. A file that is back in its old state counts as
     // unchanged.
@@ -104,11 +108,11 @@ public:
 
     bool m_bReadError = false; // a row of this page could not be read; no more rows are read
     int32_t m_nErrorRow = 0;   // number of that row; valid if m_bReadError is set
+    CString m_strErrorMessage; // the message about that row; valid if m_bReadError is set
     CString m_strPageTitle;    // the page's label; empty without a page
 
     std::unique_ptr<CScaledDIBitmap> m_pScaled; // the reduced picture; null until the overview requests it
     std::unique_ptr<CPalette> m_hPalette;       // entry i is the grey 255 - i; null if memory was short
-    CString m_strErrorMessage; // the message about that row; valid if m_bReadError is set
     std::unique_ptr<BitmapInfo> m_pDibInfo;     // for an 8-bit page; made when it is first drawn
 
     int32_t m_nWidth = 0;    // pixels per row; 0 without a page

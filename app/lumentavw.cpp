@@ -270,13 +270,16 @@ void CLumentaView::OnUpdateReload(CCmdUI& ui)
 }
 
 // Also works after a page has failed to open, for the page that the title still shows. Its file may exist
-// again.
+// again. Opening a file closes the page first. So this first tests whether the file can be opened: if not, the
+// page stays open.
 void CLumentaView::OnReload()
 {
     const CLumentaDoc* const document = GetPageDocument();
     if (!document || document->GetPathName().IsEmpty())
         return;
     const CString path = document->GetPathName();
+    if (!CLumentaDoc::CanOpen(path) || !IsWindow())
+        return;
     const auto* const frame = DynamicDowncast<CPageFrame>(GetParentFrame());
     const bool was_active = frame && frame->IsActive();
     const CScaleView* const scaled_before = GetScaledView();

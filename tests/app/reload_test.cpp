@@ -136,12 +136,38 @@ TEST_F(ChangingPage, IsReadAgainAtTheSamePlace)
     EXPECT_EQ(view->GetScrollPosition(), (CPoint{Range().x, place.y})) << "clamped to the page";
     EXPECT_EQ(ScreenDiffersFromPage(), "");
 
-    std::filesystem::remove(Page());
-    PressAccelerator(*frame, "F5");
+    // If the file is gone, everything stays as it is. So it does if the file is not complete yet.
+    frame->SendMessage(WM_COMMAND, kScaledPageCommand);
     ASSERT_TRUE(PumpUntilIdle());
-    EXPECT_EQ(boxes.Take(), Texts{Page() + ": Open failed"});
+    const CScaleFrame* const overview = view->m_pScaleFrame;
+    ASSERT_NE(overview, nullptr);
+    const CScaledDIBitmap* const picture = document->m_pScaled.get();
+    const CPoint kept = view->GetScrollPosition();
+    const int32_t rows = document->m_nLastRow;
+    for (const char* const content : {"", "II*"}) {
+        std::filesystem::remove(Page());
+        if (*content)
+            scratch.Write("page.tif", content);
+        EXPECT_EQ(NoteAtActivation(), *content ? kChanged : kGone);
+        PressAccelerator(*frame, "F5");
+        ASSERT_TRUE(PumpUntilIdle());
+        EXPECT_EQ(boxes.Take(), (Texts{Page() + ": Open failed"}));
+        EXPECT_EQ(Pane(0), *content ? kChanged : kGone);
+        EXPECT_EQ(Title(), "page - LUMENTA");
+        EXPECT_EQ(view->m_pScaleFrame, overview);
+        EXPECT_EQ(document->m_pScaled.get(), picture);
+        EXPECT_EQ(view->GetScrollPosition(), kept);
+        EXPECT_EQ(document->m_nLastRow, rows);
+        EXPECT_EQ(ScreenDiffersFromPage(), "");
+    }
+
+    // Without a page, F5 opens the one that the title still names.
+    EXPECT_EQ(app->OpenDocumentFile(scratch.File("page.tif")), nullptr);
+    EXPECT_EQ(boxes.Take().size(), 1U);
+    ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(Pane(0), "No page");
-    EXPECT_EQ(Title(), "page - LUMENTA");
+    PressAccelerator(*frame, "F5");
+    EXPECT_EQ(boxes.Take(), (Texts{Page() + ": Open failed"}));
     WritePage("page.tif", 600, 500, 300, 300, 3);
     PressAccelerator(*frame, "F5");
     ASSERT_TRUE(PumpUntilIdle());

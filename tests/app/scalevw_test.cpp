@@ -189,7 +189,7 @@ TEST_F(ScaledWindow, StaysOpenWhileItsPageIsReadAgain)
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(PictureDiffers(*scaled), "");
 
-    // A page of another size has a new picture. Without a page there is none.
+    // A page of another size has a new picture.
     WritePage("page.tif", 1603, 3507);
     PressAccelerator(*view->m_pScaleFrame, "F5");
     CScaleView* const other = Scaled();
@@ -197,10 +197,7 @@ TEST_F(ScaledWindow, StaysOpenWhileItsPageIsReadAgain)
     ASSERT_TRUE(PumpUntilIdle());
     EXPECT_EQ(PictureDiffers(*other), "");
     EXPECT_EQ(view->m_pScaleFrame->GetWindowText(), "page  (1/8)");
-    std::filesystem::remove(scratch.File("page.tif"));
-    PressAccelerator(*view->m_pScaleFrame, "F5");
-    EXPECT_EQ(view->m_pScaleFrame, nullptr);
-    EXPECT_EQ(boxes.Take(), Texts{scratch.File("page.tif") + ": Open failed"});
+    EXPECT_EQ(boxes.Take(), Texts{});
 }
 
 TEST_F(ScaledWindow, GrowsInBatchesAndStopsOnEscape)
@@ -339,12 +336,12 @@ TEST_F(ScaledWindow, AClickMovesThePageViewWhileTheButtonIsDown)
         const CPoint want{std::clamp(spot.x * 8 - client.Width() / 2, 0, end.x),
                           std::clamp(spot.y * 8 - client.Height() / 2, 0, end.y)};
         EXPECT_EQ(view->GetScrollPosition(), want);
+        EXPECT_EQ(Pane(1), "left=" + std::to_string(want.x) + " top=" + std::to_string(want.y));
+        EXPECT_EQ(ScreenDiffersFromPage(), "");
+        ReleaseMouse(*scaled, spot);
         view->ScrollToPosition({want.x / 2 + 300, want.y / 2 + 300});
         scaled->SendMessage(WM_LBUTTONDBLCLK, MK_LBUTTON, PackPoint(spot.x, spot.y));
         EXPECT_EQ(view->GetScrollPosition(), want) << "a quick second press";
-        ReleaseMouse(*scaled, spot);
-        EXPECT_EQ(Pane(1), "left=" + std::to_string(want.x) + " top=" + std::to_string(want.y));
-        EXPECT_EQ(ScreenDiffersFromPage(), "");
         ReleaseMouse(*scaled, spot);
     }
     // If the window shows only a part of the picture, the scroll position is added to the place of a click.
@@ -449,12 +446,12 @@ TEST_F(ScaledWindow, ADragInAFullyVisiblePictureMovesThePage)
                                                      std::clamp(spot.y * 8 - client.Height() / 2, 0, end.y)}))
             << spot.x << "," << spot.y;
         EXPECT_EQ(scaled->GetScrollPosition(), CPoint{});
-    scaled->SendMessage(WM_MOUSEMOVE, 0, PackPoint(30, 20)); // released over a message box
-    EXPECT_EQ(view->GetScrollPosition(), left_at);
-    ReleaseMouse(*scaled, {200, 150});
         EXPECT_EQ(PictureDiffers(*scaled), "");
     }
     const CPoint left_at = view->GetScrollPosition();
+    scaled->SendMessage(WM_MOUSEMOVE, 0, PackPoint(30, 20)); // released over a message box
+    EXPECT_EQ(view->GetScrollPosition(), left_at);
+    ReleaseMouse(*scaled, {200, 150});
     MoveMouse(*scaled, {30, 20});
     EXPECT_EQ(view->GetScrollPosition(), left_at);
 }
