@@ -18,7 +18,7 @@ std::string_view StartOf(std::string_view text)
 }
 } // namespace
 
-// Cuts the value before it is converted: a file may hold a text of many megabytes.
+// Cuts the value before it is converted, because a file may hold a text of many megabytes.
 void Description::Add(const char* name, std::string_view value)
 {
     const bool is_cut = value.size() > kMostBytes;

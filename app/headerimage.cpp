@@ -181,7 +181,8 @@ void HeaderImage::Describe(Description* description) const
     std::string destinations;
     for (int32_t i = 0; i < FAXHEADER_DESTINATIONS; ++i)
         if (const char* const name = header.GetDestination(i); *name != '\0')
-            // Each on its own: one that is no UTF-8 must not change how the others are read.
+            // Converted one by one, so that a name that is not UTF-8 does not change how the others are
+            // shown.
             destinations += (destinations.empty() ? "" : ", ") +
                             std::string{DisplayText(name, FAXHEADER_DESTINATION * 2).View()};
     rows.Add("Destinations", destinations.empty() ? "none" : destinations);

@@ -42,8 +42,7 @@ const MessageMap CLumentaApp::messages{&CWinApp::messages, entries};
 
 CLumentaApp::CLumentaApp() : CWinApp(kLumentaResources) {}
 
-// The toolkit draws its own controls, and the file type is registered by installation: neither has a step
-// here.
+// Qt draws the controls, and the installation registers the file type. Neither needs a step here.
 bool CLumentaApp::InitInstance()
 {
     set_debug_message_sink(OutputDebugStringA);
@@ -86,7 +85,7 @@ void CLumentaApp::OnNextPage()
     m_nSeenPages = std::min(m_nSeenPages, m_PageList.size());
     if (m_PageList.empty())
         return;
-    // Off the list whether it opens or not.
+    // The page leaves the list even if it does not open.
     const CString path = m_PageList.front();
     m_PageList.pop_front();
     const bool is_new = m_nSeenPages == 0;
@@ -98,8 +97,8 @@ void CLumentaApp::OnNextPage()
 
 void CLumentaApp::OnPreviousPage()
 {
-    // While another page is open, or none because one failed to open, the user goes back to the page of the
-    // list that was shown last.
+    // If the open page is not in the list, or the last open failed, the page of the list that was shown last
+    // opens again.
     if (IsListPageOpen()) {
         m_nSeenPages = std::min(m_nSeenPages, m_PageList.size()) + 1;
         m_PageList.push_front(m_ShownPages.back());
@@ -135,10 +134,11 @@ CString CLumentaApp::GetListNote() const
     return note;
 }
 
-// Marks the file in the state before it was opened: a page that is rewritten meanwhile stays new.
+// Marks the file for its state before it was opened, so that a page that is rewritten meanwhile counts as
+// new.
 bool CLumentaApp::OpenAndMark(const CString& path)
 {
-    const CString file = PagePath(path); // the one that the document shows
+    const CString file = PagePath(path); // the file that the document opens
     const FileStatus before = FileStatusOf(file);
     if (!OpenDocumentFile(path))
         return false;
@@ -158,7 +158,7 @@ void CLumentaApp::OnFileOpen()
     dialog.m_strInitialDir = m_strPageDirectory;
     dialog.m_nFilterIndex = FindFilter(kPageFilters, m_strPageFilter);
     const int result = dialog.DoModal();
-    // However it ended: after Cancel no directory is remembered.
+    // This is also done after Cancel, and the directory is then empty.
     const CString& path = dialog.m_strFileName;
     m_strPageDirectory = path.Left(path.ReverseFind('/') + 1);
     m_strPageFilter = GetFilterPattern(kPageFilters, dialog.m_nFilterIndex);

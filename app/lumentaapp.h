@@ -1,4 +1,4 @@
-// The application: start and stop, its settings, and the list of pages that the user goes through.
+// The application: its start and end, its settings, and the list of pages that the user goes through.
 #pragma once
 
 #include "platform/app.h"
@@ -17,27 +17,29 @@ public:
 
     bool InitInstance() override;
     int ExitInstance() override;
-    // Opens the first page; the others join the list.
+    // Opens the first file. The others are added at the end of m_PageList.
     void OnDroppedFiles(const std::vector<CString>& paths) override;
 
-    void OnFileOpen();     // shows the chosen page; the next one of the list stays
-    void OnOpenMultiple(); // joins the chosen pages to the list, and shows the next one
+    void OnFileOpen();     // asks for a page and opens it; the list is unchanged
+    void OnOpenMultiple(); // asks for pages, adds them to the list, and opens the next page of the list
     void OnAppAbout();
-    void OnKeys(); // what keys and mouse buttons do
-    void OnNextPage();
-    void OnPreviousPage(); // the page of the list that was shown before this one
-    void OnClearList();
+    void OnKeys();
+    void OnNextPage(); // opens the next page of the list
+    // Opens the page of the list that was shown before the open one. If the open page is not in the list,
+    // opens the page of the list that was shown last.
+    void OnPreviousPage();
+    void OnClearList(); // removes all pages from the list, shown or not
     void OnUpdateNextPage(CCmdUI& ui);
     void OnUpdatePreviousPage(CCmdUI& ui);
     void OnUpdateClearList(CCmdUI& ui);
 
-    // "page 4 of 24" while a page of the list is open, else an empty text.
+    // Returns a note such as "page 4 of 24" if a page of the list is open, else an empty text.
     CString GetListNote() const;
 
-    std::deque<CString> m_PageList; // full paths of pages still to be shown, the next at the front
-    CString m_strPageDirectory;     // where the open commands start; closed by a separator unless empty
-    CString m_strPageFilter;        // file pattern last chosen
-    bool m_bMarkViewed = false;     // pages opened through the dialogs are marked as viewed
+    std::deque<CString> m_PageList; // full paths of the pages still to be shown; the next is at the front
+    CString m_strPageDirectory;     // where the open commands start; ends with a separator or is empty
+    CString m_strPageFilter;        // file pattern that was chosen last
+    bool m_bMarkViewed = false;     // pages opened by the dialogs or Next Page are marked as viewed
 
 protected:
     static const MessageMap messages;
@@ -45,12 +47,15 @@ protected:
 
 private:
     static const MessageEntry entries[];
-    bool IsListPageOpen() const; // the last of m_ShownPages is the open page
-    bool OpenAndMark(const CString& path);
-    void MarkAsViewed(const CString& path, const FileStatus& before) const; // if the user wishes so
+    bool IsListPageOpen() const;           // whether the last of m_ShownPages is the open page
+    bool OpenAndMark(const CString& path); // returns whether the page was opened
+    // Marks a file if m_bMarkViewed is set. `before` is its state before it was opened.
+    void MarkAsViewed(const CString& path, const FileStatus& before) const;
 
-    std::vector<CString> m_ShownPages; // pages of the list, in the order in which Next Page showed them
-    // Pages at the front of m_PageList that the user has gone back from. May be larger after m_PageList was
-    // changed from outside: then it counts as the size of m_PageList.
+    // The pages of the list up to the one shown last, in the order in which they were shown.
+    std::vector<CString> m_ShownPages;
+    // The number of pages at the front of m_PageList that Previous Page has put back there. They are not
+    // marked again. If other code has changed m_PageList, this may be above its size, and then counts as its
+    // size.
     size_t m_nSeenPages = 0;
 };

@@ -37,8 +37,8 @@ constexpr ImageFactory kImageClasses[] = {
     MakeImage<SqzNoneImage>, MakeImage<TIFFImage>,
 };
 
-// Opens a page file with the first kind that accepts it. If there is none, the result is the last one that
-// was tried: it is closed, and its ErrorText says why.
+// Opens a page file with the first kind that accepts it. If there is none, returns the image that was tried
+// last. It is closed, and its ErrorText says why.
 std::unique_ptr<Image> OpenImage(const CString& file)
 {
     std::unique_ptr<Image> image;

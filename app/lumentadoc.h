@@ -40,8 +40,8 @@ public:
     bool HasPage() const;
     bool IsBilevelPage() const;
     // Returns what the message field says about the page: "No page"; or from which line on it may be wrong,
-    // from which line on it is damaged, and whether its file has changed or is gone. Empty if there is
-    // nothing to say.
+    // from which line on it is damaged, and whether its file has changed, is gone or cannot be read.
+    // Empty if there is nothing to say.
     CString GetStatusText() const;
     // Returns the palette of the page, or of its reduced picture if `scaled`. Null if there is none. The
     // palette stays the document's.

@@ -66,7 +66,7 @@ void CLumentaView::OnUpdate(CView* sender, LPARAM hint, CObject* hint_object)
     const CLumentaDoc* const document = GetPageDocument();
     if (m_sizeReloaded && m_pScaleFrame &&
         !(document->IsBilevelPage() && CSize{document->m_nWidth, document->m_nDepth} == *m_sizeReloaded))
-        m_pScaleFrame->DestroyWindow(); // before the document updates its view
+        m_pScaleFrame->DestroyWindow(); // before the document updates the view in it
 }
 
 void CLumentaView::OnSize(UINT type, int cx, int cy)
@@ -270,8 +270,10 @@ void CLumentaView::OnUpdateReload(CCmdUI& ui)
 }
 
 // Also works after a page has failed to open, for the page that the title still shows. Its file may exist
-// again. Opening a file closes the page first. So this first tests whether the file can be opened: if not, the
-// page stays open.
+// again.
+//
+// OpenDocumentFile closes the page first. CanOpen is called before it, so that the page stays open if its
+// file can no longer be opened.
 void CLumentaView::OnReload()
 {
     const CLumentaDoc* const document = GetPageDocument();

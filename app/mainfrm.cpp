@@ -178,7 +178,7 @@ CString CMainFrame::GetMessageText() const
     CString text;
     if (document && app) {
         const auto* const view = DynamicDowncast<CLumentaView>(GetActiveView());
-        const bool measures = view && view->GetMeasuredDistance(); // the distance needs the room
+        const bool measures = view && view->GetMeasuredDistance(); // the distance needs the space of the note
         text = JoinNotes(
             {document->GetStatusText(), measures ? CString{} : app->GetListNote(), GetPointerText()});
     }

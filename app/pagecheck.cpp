@@ -14,7 +14,8 @@ constexpr int64_t kReleaseBytes = 8 << 20; // of rows, after which their memory 
 constexpr std::chrono::milliseconds kStepTime{4};
 constexpr int32_t kBlack8 = 255;
 
-// A damaged page reads as zeros once the heap store has moved on: to go back would lose the good rows.
+// Returns whether the rows to count are available. After a bad row the document reads no rows again. If a
+// heap store has moved down the page, the rows above its window are then lost.
 bool CanCountInk(const CLumentaDoc& document)
 {
     const int32_t bits = document.m_pImage->BitsPerPixel;

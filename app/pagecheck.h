@@ -1,4 +1,4 @@
-// The check of a page: its rows are decoded into the row store, and their ink is counted.
+// The check of a page: decodes its rows into the row store and counts their ink.
 #pragma once
 
 #include <array>
@@ -6,68 +6,75 @@
 
 class CLumentaDoc;
 
-constexpr int kInkZones = 32; // upright strips of equal width across the page
+constexpr int kInkZones = 32; // vertical strips of equal width, side by side across the page
 
-// The first pixel of a zone, 0 to kInkZones: zone z ends before the first pixel of zone z + 1.
+// Returns the first pixel of a zone. A zone ends before the first pixel of the next one. For zone kInkZones,
+// returns the width.
 constexpr int32_t ZoneStart(int32_t width, int zone)
 {
     return static_cast<int32_t>(int64_t{width} * zone / kInkZones);
 }
 
-// 0 to 100; 0 if the whole is 0.
+// Returns `part` in per cent of `whole`; 0 if whole is 0.
 double PerCent(int64_t part, int64_t whole);
 
-// The ink of rows of a page. A black pixel counts 1 if a pixel has 1 bit; with 8 bits it counts 255, and a
-// grey one by its darkness.
+// Counts the ink in rows of a page. At 1 bit per pixel, a black pixel counts 1. At 8 bits, a pixel counts by
+// its darkness, from 0 for white to 255 for black.
 class InkCount
 {
 public:
-    // min_is_black: 0 if the lowest sample is white, as of Image.
+    // The arguments are fields of the Image: Width, BitsPerPixel (1 or 8) and MinIsBlack.
     InkCount(int32_t width, int32_t bits_per_pixel, int32_t min_is_black);
 
+    // Adds `count` rows, stride bytes apart, in the format of Image.
     void Add(const uint8_t* rows, int32_t stride, int32_t count);
 
     int32_t Rows() const { return m_rows; }
+    // Return the ink of the added rows in per cent, for the whole width and for one zone. 100 means that all
+    // pixels are black. The result is 0 if there are no pixels.
     double PagePerCent() const;
-    double ZonePerCent(int zone) const; // 0 for a zone without pixels
+    double ZonePerCent(int zone) const;
 
 private:
-    double Share(int64_t sum, int32_t columns) const; // per cent; `sum` is of the samples of these columns
+    // Returns the ink of some columns in per cent. `sum` is the sum of their samples.
+    double Share(int64_t sum, int32_t columns) const;
 
     int32_t m_bits;
     int32_t m_min_is_black;
     int32_t m_rows = 0;
     std::array<int32_t, kInkZones + 1> m_starts{}; // the first pixel of each zone, and the width
-    std::array<int64_t, kInkZones> m_sums{};       // of the samples of each zone
+    std::array<int64_t, kInkZones> m_sums{};       // the sum of the samples of each zone
 };
 
-// Goes once over the page of a document, in steps.
+// Checks the page of a document once, in steps.
 class PageCheck
 {
 public:
-    explicit PageCheck(CLumentaDoc* document); // with a page
+    explicit PageCheck(CLumentaDoc* document); // must have a page, and outlive this object
 
     enum class Result : uint8_t { goesOn, done, pageClosed };
-    // Some rows, for a few milliseconds. A damaged row is reported in a box, as in a paint. Throws
+    // Checks rows for a few milliseconds. Returns goesOn if rows are left, done after the last one, and
+    // pageClosed if the page was closed. A damaged row is reported in a message, as in a paint. Throws
     // std::bad_alloc if memory is short.
     Result Step();
 
-    bool IsPageOpen() const; // false after the page was closed: then only Step may be called
-    int Progress() const;    // per cent of the page
+    bool IsPageOpen() const; // if false, only Step may be called
+    int Progress() const;    // per cent of the rows that can be checked
+    // Returns whether there are no more rows to check.
     bool IsComplete() const { return !m_can_count || m_next >= KnownRows(); }
-    int32_t GoodRows() const; // rows found to be good so far
-    // Returns false if no ink can be counted: the page is damaged, and the row store no longer has its good
-    // rows.
+    int32_t GoodRows() const; // number of rows that were found to be good so far
+    // Returns whether ink can be counted. It cannot if the page is damaged and the row store no longer has
+    // its good rows.
     bool CanCount() const { return m_can_count; }
     const InkCount& Ink() const { return m_ink; } // of the good rows
 
 private:
-    int32_t KnownRows() const; // all rows, or those before the first bad one if that is known
+    int32_t KnownRows() const; // all rows; or those before the first bad row, if it is known
 
     CLumentaDoc* m_document;
-    uint64_t m_page;
+    uint64_t m_page; // serial of the page, see GetPageSerial
     bool m_can_count;
-    int32_t m_next = 0; // the first row not yet counted
-    int64_t m_unreleased = 0;
+    int32_t m_next = 0;       // the first row that is not counted yet
+    int64_t m_unreleased = 0; // bytes of rows counted since the last ReleaseRowPages
     InkCount m_ink;
 };

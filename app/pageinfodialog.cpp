@@ -10,8 +10,8 @@
 
 namespace
 {
-constexpr size_t kPathEndBytes = 480; // of a longer path, its beginning and its end
-constexpr int kZonesInARow = 8;
+constexpr size_t kPathEndBytes = 480;                   // bytes that are shown at each end of a longer path
+constexpr int kZonesInARow = 8;                         // zones per row of the result
 constexpr std::chrono::milliseconds kProgressTime{100}; // between two updates of the progress bar
 } // namespace
 
@@ -112,7 +112,7 @@ bool CPageInformationDialog::OnWork()
         return false;
     }
     if (result == PageCheck::Result::pageClosed) {
-        EndDialog(IDCANCEL); // what it shows is gone
+        EndDialog(IDCANCEL); // the page that it shows was closed
         return false;
     }
     const auto now = std::chrono::steady_clock::now();

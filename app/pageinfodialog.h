@@ -1,4 +1,4 @@
-// Shows what is known about the open page.
+// The Page Information dialog: shows what is known about the open page, and can check the page.
 #pragma once
 
 #include "app/description.h"
@@ -10,11 +10,11 @@
 
 class CLumentaDoc;
 
-// Of a document with a page, in a unit of UnitsFor.
+// Returns what is known about the page. The document must have one. `units` is a result of UnitsFor.
 Description DescribePage(const CLumentaDoc& document, int units);
 
 // Returns what a check of this document's page has found: good rows, the first bad row and its message, the
-// first suspicious row, and the ink of the page and its zones. Of a check that was stopped, returns what it
+// first suspicious row, and the ink of the page and its zones. If the check was stopped, returns what it had
 // found until then.
 Description DescribeCheck(const CLumentaDoc& document, const PageCheck& check);
 
@@ -24,12 +24,13 @@ public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
+    // The arguments are as for DescribePage.
     CPageInformationDialog(CLumentaDoc* document, int units);
 
 protected:
     bool OnInitDialog() override;
     bool OnWork() override;   // a step of the check
-    void OnCancel() override; // stops the check; without a check closes the dialog
+    void OnCancel() override; // stops the check, or closes the dialog if there is no check
 
     static const MessageMap messages;
     const MessageMap& GetMessageMap() const override { return messages; }
@@ -39,11 +40,11 @@ protected:
 private:
     static const MessageEntry entries[];
 
-    void ShowCheck();
-    void EndCheck();
+    void ShowCheck(); // shows the result of m_check
+    void EndCheck();  // deletes m_check
 
     CLumentaDoc* m_document;
     int m_nUnits;
-    std::optional<PageCheck> m_check; // while it goes on
-    std::chrono::steady_clock::time_point m_progress_shown;
+    std::optional<PageCheck> m_check;                       // the running check; empty if there is none
+    std::chrono::steady_clock::time_point m_progress_shown; // last update of the progress bar
 };

@@ -116,8 +116,8 @@ void CScaleView::OnLButtonDown(UINT flags, CPoint point)
 }
 
 // If the window shows the whole picture, dragging moves the page in the page view. Otherwise it moves the
-// picture, as in the page view. The release of the button may have gone to a message box, so the page follows
-// only while the button is down.
+// picture, as in the page view. If a message was open when the button was released, this view has
+// received no WM_LBUTTONUP, so the flags must also say that the button is down.
 void CScaleView::OnMouseMove(UINT flags, CPoint point)
 {
     const CRect client = GetClientRect();
