@@ -39,9 +39,9 @@ public:
 
     bool HasPage() const;
     bool IsBilevelPage() const;
-    // Returns what the message field says about the page: "No page"; or from which line on it may be wrong,
-    // from which line on it is damaged, and whether its file has changed, is gone or cannot be read.
-    // Empty if there is nothing to say.
+    // Returns the document's notes for the message field. Without a page this is "No page". Otherwise the
+    // notes are: the first line that may be wrong, the first damaged line, and whether the file has changed,
+    // is gone or cannot be read. The text is empty if there are none.
     CString GetStatusText() const;
     // Returns the palette of the page, or of its reduced picture if `scaled`. Null if there is none. The
     // palette stays the document's.

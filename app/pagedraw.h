@@ -18,8 +18,8 @@ constexpr int kMaxReduction = 248;
 // 0. Returns an empty size if a side of `page` or `room` is below 1.
 CSize FitInto(CSize page, CSize room);
 
-// Returns the bytes of a line of an 8-bit bitmap: the width, rounded up to a multiple of 4. The limit for the
-// sides of a page leaves room for this.
+// Returns the bytes of a line of an 8-bit bitmap: the width, rounded up to a multiple of 4. The sides of a
+// page are limited so that this does not overflow.
 constexpr int RoundUpTo4(int width)
 {
     return (width + 3) & ~3;
@@ -30,6 +30,8 @@ struct PageSpan {
     int first = 0;
     int count = 0; // 0 or less: none
 };
+
+// Returns the part of a clip area that is inside the page, in one direction. The page begins at 0.
 PageSpan ClipToPage(int clip_first, int clip_count, int page_count);
 
 // Selects and realizes a palette, and selects the old one again in the destructor. Does nothing if `palette`
