@@ -4,6 +4,7 @@
 #include "platform/frame.h"
 #include "platform/movingpixels.h"
 #include "platform/overlay.h"
+#include "platform/qt/screenmove.h"
 #include "platform/raster.h"
 #include "platform/view.h"
 #include "platform/wnd.h"
@@ -116,6 +117,8 @@ private:
     void FillUndrawn(QImage& image, const QRegion& region) const;
     QImage ImageOf(const MovingPixels& pixels) const;
     std::vector<OverlayPart> PartsOfOverlay() const;
+    void UpdateAll();
+    void MoveScreen();
     void SendMouse(UINT message, QMouseEvent* event);
     bool PointerMessage(UINT message, WPARAM flags, CPoint point);
 
@@ -130,6 +133,9 @@ private:
     QRegion m_invalid;
     bool m_paintWanted = false;
     QRegion m_changed; // drawn but not copied to the screen yet
+    QPoint m_shift;    // by which the pixels on the screen must still be moved
+    QRegion m_updates; // requested from Qt since the last paint event
+    ScreenMove m_screen;
     std::vector<OverlayShape> m_overlay;
     QPoint m_moved; // sum of all moves, modulo 2^32
     // Part of the wheel's turns that is not a whole pixel yet, in 120ths of a device pixel.

@@ -81,7 +81,8 @@ CString FromQString(const QString& text)
 }
 
 ViewWidget::ViewWidget(CView* owner, PaneWidget* pane)
-    : QWidget(pane), m_owner(owner), m_pane(pane), m_background(BackgroundFrom(palette()))
+    : QWidget(pane), m_owner(owner), m_pane(pane), m_background(BackgroundFrom(palette())),
+      m_screen(this, [this] { UpdateAll(); })
 {
     static std::once_flag once;
     std::call_once(once, [] { QAccessible::installFactory(MakeAccessible); });
@@ -201,9 +202,10 @@ bool ViewWidget::FitBuffer()
     const QRegion whole(QRect(QPoint(0, 0), size));
     m_invalid = (m_invalid & valid) + (whole - valid);
     m_changed &= whole;
+    m_shift = {};
     if (!m_invalid.isEmpty())
         Queue::Get().AddDirty(this);
-    update();
+    UpdateAll();
     return true;
 }
 
@@ -229,6 +231,7 @@ void ViewWidget::Scroll(int dx, int dy)
     const QRect whole(0, 0, width, height);
     if (dx <= -width || dx >= width || dy <= -height || dy >= height) {
         m_invalid = whole;
+        m_shift = {};
     } else {
         m_invalid.translate(dx, dy);
         const QRect moved = whole & whole.translated(dx, dy);
@@ -239,7 +242,13 @@ void ViewWidget::Scroll(int dx, int dy)
             FillUndrawn(m_buffer, uncovered);
         }
         m_invalid = (m_invalid & whole) + uncovered;
-        Changed(moved);
+        m_changed = m_changed.translated(dx, dy) & whole;
+        if (m_overlay.empty()) {
+            m_shift += QPoint(dx, dy);
+            Queue::Get().AddShown(this);
+        } else {
+            Changed(moved); // the overlay does not move with the picture
+        }
     }
     Queue::Get().AddDirty(this);
 }
@@ -272,9 +281,31 @@ void ViewWidget::Changed(const QRegion& region)
     Queue::Get().AddShown(this);
 }
 
+void ViewWidget::UpdateAll()
+{
+    m_updates = QRect(QPoint(0, 0), m_client);
+    update();
+}
+
+// Moves what the screen shows, or marks it as changed.
+void ViewWidget::MoveScreen()
+{
+    const QPoint by = std::exchange(m_shift, QPoint());
+    if (by.isNull())
+        return;
+    const QRect whole(QPoint(0, 0), m_client);
+    const CRect place = DeviceRect();
+    // The display has moved pixels that Qt has not sent yet as they were.
+    const QRegion wrong =
+        m_screen.Move(whole.translated(place.left, place.top), by) ? m_updates : QRegion(whole);
+    m_changed += wrong.translated(by) & whole;
+}
+
 void ViewWidget::ShowChanged()
 {
     m_pane->ShowPositions();
+    MoveScreen();
+    m_updates += m_changed;
     const double ratio = devicePixelRatioF();
     const QPoint origin = mapTo(window(), QPoint(0, 0));
     const int left = ToDevicePixels(origin.x(), ratio);
@@ -323,6 +354,8 @@ void ViewWidget::paintEvent(QPaintEvent*)
                     static_cast<PaneWidget*>(pane)->Relayout();
             },
             Qt::QueuedConnection);
+    MoveScreen(); // later it would move what is painted now
+    m_updates = {};
     QPainter painter(this);
     const QImage& buffer = Buffer();
     const QSizeF drawn = QSizeF(buffer.size()) / m_ratio;

@@ -8,6 +8,8 @@
 //                                                       from pixel X, Y on
 //   grab pbm PICTURE PAGE                               compares a raw portable bitmap with the page
 //   grab marked                                         prints the text that is selected in any window
+//   grab cover X Y WIDTH HEIGHT                         covers that rectangle of the screen by a window,
+//                                                       prints its number, and runs until it is killed
 
 #include <algorithm>
 #include <charconv>
@@ -24,6 +26,7 @@
 #include <string>
 #include <string_view>
 #include <tiffio.h>
+#include <unistd.h>
 #include <vector>
 #include <xcb/xcb.h>
 
@@ -279,6 +282,24 @@ int print_marked(const Display& display)
     return kDifferent;
 }
 
+[[noreturn]] void cover_screen(const Display& display, const std::vector<int>& place)
+{
+    xcb_connection_t* const x = display.get();
+    const xcb_window_t window = xcb_generate_id(x);
+    const uint32_t values[] = {display.screen().white_pixel, 1}; // the window manager leaves it alone
+    xcb_create_window(x, XCB_COPY_FROM_PARENT, window, display.screen().root, static_cast<int16_t>(place[0]),
+                      static_cast<int16_t>(place[1]), static_cast<uint16_t>(place[2]),
+                      static_cast<uint16_t>(place[3]), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                      XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
+    xcb_map_window(x, window);
+    // The answer to a request says that the window is there.
+    owned(xcb_get_input_focus_reply(x, xcb_get_input_focus(x), nullptr));
+    std::printf("%u\n", window);
+    std::fflush(stdout);
+    while (true)
+        pause();
+}
+
 int number_in(std::string_view text)
 {
     int value = 0;
@@ -304,7 +325,10 @@ int run(const std::vector<const char*>& arguments)
         const Raster page = read_page(arguments[2], first, screen.height);
         return numbers.empty() ? find_view(screen, page) : compare_screen(screen, page, numbers);
     }
-    throw std::runtime_error("usage: grab view|same|pbm|marked ...");
+    if (wish == "cover" && arguments.size() == 5)
+        cover_screen(Display(), {number_in(arguments[1]), number_in(arguments[2]), number_in(arguments[3]),
+                                 number_in(arguments[4])});
+    throw std::runtime_error("usage: grab view|same|pbm|marked|cover ...");
 }
 
 } // namespace

@@ -69,6 +69,35 @@ await_page 96 81 "the wheel with Shift in the corner"
 xdotool keydown shift click 4 keyup shift
 await_page 48 81 "the way back"
 
+# cover X Y WIDTH HEIGHT: covers that part of the screen with another window; sets cover and cover_pid.
+cover()
+{
+  : >"$scratch/cover"
+  "$grab" cover "$@" >"$scratch/cover" &
+  cover_pid=$!
+  at_exit_kill+=("$cover_pid")
+  await "the view is not covered" test -s "$scratch/cover"
+  cover=$(cat "$scratch/cover")
+}
+
+# The display loses pixels of the view that another window covers: they must be sent again when the window is
+# gone, and the view must not move them.
+cover 300 400 350 250
+end_process "$cover_pid"
+await_page 48 81 "a window that covered the view for a while"
+cover 300 400 350 250
+xdotool mousemove --window "$window" 100 $((view_y + view_height / 2)) click 5 click 5
+above=(0 "$view_y" "$view_width" 300)
+await "scrolling below another window" "$grab" same "$window" "$page" 48 $((81 + 96)) "${above[@]}"
+for place in "320 230" "700 500" "320 420" "-100 600" "900 800"; do
+  # shellcheck disable=SC2086
+  xdotool click 5 windowmove "$cover" $place click 5 keydown shift click 5 keyup shift
+done
+end_process "$cover_pid"
+await_page $((48 + 5 * 48)) $((81 + 12 * 48)) "scrolling while another window moves"
+xdotool keydown shift click --repeat 5 4 keyup shift click --repeat 12 4
+await_page 48 81 "the way back"
+
 # A click below the slider of the scroll bar moves by a page.
 xdotool mousemove --window "$window" "$bar_x" $((view_y + view_height - 40)) click 1
 await_page 48 $((81 + page_y)) "the scroll bar"

@@ -1,0 +1,110 @@
+#include "platform/qt/screenmove.h"
+
+#include <QAbstractNativeEventFilter>
+#include <QApplication>
+#include <QGuiApplication>
+#include <QWidget>
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <vector>
+#include <xcb/xcb.h>
+
+namespace
+{
+// A window that is partly covered loses pixels with each move. So the next moves are done by a repaint.
+constexpr int kPauseAfterMissing = 50;
+
+std::vector<ScreenMove*> g_moves; // of all views
+
+xcb_connection_t* Connection()
+{
+    if (QGuiApplication::platformName() != QLatin1String("xcb"))
+        return nullptr;
+    auto* const display = qApp->nativeInterface<QNativeInterface::QX11Application>();
+    return display ? display->connection() : nullptr;
+}
+} // namespace
+
+// Sees the display's events before Qt does, so that a repaint that is requested here is part of Qt's own
+// answer.
+class ExposureFilter : public QAbstractNativeEventFilter
+{
+public:
+    bool nativeEventFilter(const QByteArray& kind, void* message, qintptr*) override
+    {
+        if (kind != "xcb_generic_event_t")
+            return false;
+        const auto* const event = static_cast<const xcb_generic_event_t*>(message);
+        const int type = event->response_type & 0x7F; // the top bit says that a client sent it
+        if (type == XCB_EXPOSE)
+            Tell(reinterpret_cast<const xcb_expose_event_t*>(event)->window, false);
+        else if (type == XCB_GRAPHICS_EXPOSURE)
+            Tell(reinterpret_cast<const xcb_graphics_exposure_event_t*>(event)->drawable, true);
+        return false;
+    }
+
+private:
+    static void Tell(xcb_window_t window, bool missing)
+    {
+        for (ScreenMove* const move : g_moves)
+            if (move->m_widget->window()->internalWinId() == window)
+                move->Exposed(missing);
+    }
+};
+
+ScreenMove::ScreenMove(const QWidget* widget, std::function<void()> exposed)
+    : m_widget(widget), m_exposed(std::move(exposed))
+{
+    static ExposureFilter filter;
+    if (g_moves.empty())
+        QCoreApplication::instance()->installNativeEventFilter(&filter);
+    g_moves.push_back(this);
+}
+
+ScreenMove::~ScreenMove()
+{
+    g_moves.erase(std::find(g_moves.begin(), g_moves.end(), this));
+    if (m_context != 0)
+        if (xcb_connection_t* const connection = Connection())
+            xcb_free_gc(connection, m_context);
+}
+
+void ScreenMove::Exposed(bool missing)
+{
+    if (missing)
+        m_pause = kPauseAfterMissing;
+    m_exposed();
+}
+
+bool ScreenMove::Move(const QRect& area, QPoint by)
+{
+    xcb_connection_t* const connection = Connection();
+    const double ratio = m_widget->devicePixelRatioF();
+    const auto window = static_cast<xcb_window_t>(m_widget->window()->internalWinId());
+    // At other scale factors Qt may copy pixels at the edge of an update from its backing store.
+    if (!connection || window == 0 || ratio != std::floor(ratio))
+        return false;
+    if (m_pause > 0) {
+        --m_pause;
+        return false;
+    }
+    const QRect target = area & area.translated(by);
+    if (target.isEmpty())
+        return true;
+    if (m_window != window) {
+        if (m_context != 0)
+            xcb_free_gc(connection, m_context);
+        m_window = window;
+        m_context = xcb_generate_id(connection);
+        const uint32_t wants_exposures = 1;
+        xcb_create_gc(connection, m_context, window, XCB_GC_GRAPHICS_EXPOSURES, &wants_exposures);
+    }
+    const QRect source = target.translated(-by);
+    // The protocol has 16 bits for places and sizes, which are those of windows too.
+    xcb_copy_area(connection, window, window, m_context, static_cast<int16_t>(source.x()),
+                  static_cast<int16_t>(source.y()), static_cast<int16_t>(target.x()),
+                  static_cast<int16_t>(target.y()), static_cast<uint16_t>(target.width()),
+                  static_cast<uint16_t>(target.height()));
+    return true;
+}
