@@ -12,16 +12,14 @@
 #include <QPainter>
 #include <cstdio>
 #include <cstdlib>
+#include <numeric>
 #include <xcb/xcb.h>
 
 namespace
 {
 constexpr int kLargeWidth = 3840;
 constexpr double kOfReady = 1.35, kOfMono = 0.55, kOfConverted = 1; // limits, relative to the times of Qt
-// A scroll step and a repaint both copy the whole view, first to Qt's backing store and then to the display.
-// This copy is most of a repaint. So a step is compared with the copy alone too, which is the ready image.
-constexpr double kScrollOfRepaint = 1;
-constexpr double kScrollOfReady = 1.15, kSmallScrollOfReady = 1.3;
+constexpr double kScrollOfRepaint = 0.6;
 
 class PaintCounter : public QObject
 {
@@ -151,9 +149,31 @@ struct Step {
 constexpr Step kSteps[] = {
     {"1 line", {0, 1}}, {"16 lines", {0, 16}}, {"100 lines", {0, 100}}, {"64 pixels sideways", {64, 0}}};
 
+double Mean(const std::vector<double>& values)
+{
+    return std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
+}
+
+// Decodes the rows that the steps of all rounds will show, and goes to their beginning.
+void PrepareSteps(const Harness& bench, CLumentaView* view)
+{
+    CSize sum;
+    for (const Step& step : kSteps) {
+        sum.cx += step.size.cx * (bench.Rounds() + 1); // and the round that is not counted
+        sum.cy += step.size.cy * (bench.Rounds() + 1);
+    }
+    view->ScrollToPosition({sum.cx, sum.cy});
+    Settle();
+    const CPoint end = view->GetScrollPosition();
+    Require(end.x == sum.cx && end.y == sum.cy, "the page is too small for so many rounds");
+    view->ScrollToPosition({0, 0});
+    Settle();
+}
+
 void Measure(Harness& bench, CFrameWnd* frame, CLumentaView* view, CSize size)
 {
     Scene scene(frame, view, size);
+    PrepareSteps(bench, view);
     const CRect client = view->GetClientRect();
     Require(client.Width() == size.cx && client.Height() == size.cy, "the display is too small");
     const std::string at = ", " + std::to_string(size.cx) + " x " + std::to_string(size.cy);
@@ -174,11 +194,9 @@ void Measure(Harness& bench, CFrameWnd* frame, CLumentaView* view, CSize size)
         {false, [&] { return RepaintOver(widget, &mono); }},
         {false, [&] { return RepaintOver(widget, &converted); }},
     };
+    // All steps go the same way, as an operator's do. So they pay for the moves that have to copy the buffer.
     for (const Step& step : kSteps)
-        contenders.push_back({true, [&scene, &step, direction = -1]() mutable {
-                                  direction = -direction; // alternately there and back
-                                  return scene.ScrollBy({direction * step.size.cx, direction * step.size.cy});
-                              }});
+        contenders.push_back({true, [&] { return scene.ScrollBy(step.size); }});
     const auto times = bench.InTurn(contenders);
     const std::vector<double>& ours = times[0];
     bench.Report("full repaint" + at, ours, "ms");
@@ -187,9 +205,8 @@ void Measure(Harness& bench, CFrameWnd* frame, CLumentaView* view, CSize size)
     bench.Report("image of 1 bit converted, then drawn by Qt" + at, times[3], "ms");
     bench.Report("full repaint / ready image" + at, Ratios(ours, times[1]), "x", AtMost(kOfReady));
     // At small sizes the request to the display takes longer than the drawing.
-    const bool large = client.Width() >= kLargeWidth;
     bench.Report("full repaint / image of 1 bit" + at, Ratios(ours, times[2]), "x",
-                 large ? AtMost(kOfMono) : Goal{});
+                 client.Width() >= kLargeWidth ? AtMost(kOfMono) : Goal{});
     bench.Report("full repaint / image of 1 bit converted" + at, Ratios(ours, times[3]), "x",
                  AtMost(kOfConverted));
     for (size_t i = 0; i < std::size(kSteps); ++i) {
@@ -199,8 +216,8 @@ void Measure(Harness& bench, CFrameWnd* frame, CLumentaView* view, CSize size)
         // Both times are ours, so the planted slowdown counts once.
         bench.Report(std::string{name}.append(" / full repaint").append(at), bench.Ours(Ratios(scroll, ours)),
                      "x", AtMost(kScrollOfRepaint));
-        bench.Report(std::string{name}.append(" / ready image").append(at), Ratios(scroll, times[1]), "x",
-                     AtMost(large ? kScrollOfReady : kSmallScrollOfReady));
+        bench.Report(std::string{name}.append(", mean / full repaint, mean").append(at),
+                     bench.Ours(Mean(scroll) / Mean(ours)), "x", AtMost(kScrollOfRepaint));
     }
 }
 } // namespace

@@ -13,6 +13,7 @@
 #include "platform/testing.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <unistd.h>
 
 namespace
@@ -78,7 +79,7 @@ int main(int argc, char** argv)
     const int window_lines = view->GetClientRect().Height();
 
     std::printf("a window of %d lines\n%-44s %10s %10s\n", window_lines, "", "requested", "decoded");
-    bool exact = true;
+    int64_t wrong = 0; // lines
     const auto step = [&](const char* what, int64_t lines, int64_t rows, auto act) {
         const int64_t lines_before = view->lines;
         const int64_t rows_before = image.RowsRead();
@@ -86,10 +87,10 @@ int main(int argc, char** argv)
         PumpUntilIdle();
         const int64_t asked = view->lines - lines_before;
         const int64_t read = image.RowsRead() - rows_before;
-        const bool good = asked == lines && read == rows;
-        exact = exact && good;
+        const int64_t excess = std::abs(asked - lines) + std::abs(read - rows);
+        wrong += excess;
         std::printf("%-44s %10lld %10lld%s\n", what, static_cast<long long>(asked),
-                    static_cast<long long>(read), good ? "" : "  WRONG COUNT");
+                    static_cast<long long>(read), excess == 0 ? "" : "  WRONG COUNT");
     };
     const auto move_by = [&](int dx, int dy) {
         const CPoint at = view->GetScrollPosition();
@@ -108,7 +109,7 @@ int main(int argc, char** argv)
     step("5000 lines down", window_lines, 5000, [&] { move_by(0, 5000); });
     step("5000 lines up", window_lines, 0, [&] { move_by(0, -5000); });
     EndApplication(app);
-    Require(exact, "a step requested or decoded other lines than those that became visible");
-    bench.Report("scrolling, lines requested or decoded that did not become visible", 0, "lines", AtMost(0));
+    bench.Report("scrolling, lines requested or decoded beside those that became visible",
+                 static_cast<double>(wrong), "lines", AtMost(0));
     return bench.Finish();
 }
