@@ -115,15 +115,6 @@ fi
 
 # --- Files that cannot be opened ------------------------------------------------------------------------------
 
-# marked_text: prints the text of the message box. Three clicks into the middle of its line select the text.
-marked_text()
-{
-  local width height
-  read -r width height < <(size_of "$dialog")
-  xdotool mousemove --window "$dialog" $((width * 6 / 10)) 18 click --repeat 3 --delay 20 1
-  "$grab" marked
-}
-
 says() { [[ $(marked_text) == "$1" ]]; }
 
 mkfifo pipe
@@ -146,7 +137,6 @@ EOT
 # A page that was cut off, in each compression. One box reports the first bad row, and the rows above it are
 # shown. With Group 3 the row above the bad one may be damaged too.
 tolerated=Decode # libtiff writes to the standard error stream too
-reports_line() { [[ $(marked_text) =~ ^"error at line "([0-9]+)": TIFF read error"$ ]] && line=${BASH_REMATCH[1]}; }
 rows_shown() { "$grab" view "$window" whole.tif | grep -qE " ($line|$((line - 1)))\$"; }
 for compression in none group3 group4 packbits lzw deflate; do
   "$makepage" --draw noise --width 1501 --height 1203 --compression $compression --directory-first --name Torn whole.tif
