@@ -184,7 +184,7 @@ void HeaderImage::Describe(Description* description) const
             // Converted one by one, so that a name that is not UTF-8 does not change how the others are
             // shown.
             destinations += (destinations.empty() ? "" : ", ") +
-                            std::string{DisplayText(name, FAXHEADER_DESTINATION * 2).View()};
+                            std::string{DisplayText(name, std::string_view::npos).View()};
     rows.Add("Destinations", destinations.empty() ? "none" : destinations);
     if (header.FaxHeaderVersion >= 3)
         rows.Add("Mux", header.Mux);
