@@ -98,7 +98,8 @@ extern "C" __attribute__((noinline)) void ReduceOnce(scale_engine* engine, const
                                                      int32_t height)
 {
     for (int32_t y = 0; y < height; ++y)
-        scale_one_row(engine, rows + int64_t{y} * engine->row_bytes, KeepRow);
+        Require(scale_one_row(engine, rows + int64_t{y} * engine->row_bytes, KeepRow) == 1,
+                "a row is missing");
 }
 
 namespace

@@ -130,7 +130,7 @@ TEST(Callback, UnixBlockWorksOnItsStream)
     setvbuf(block->file, nullptr, _IONBF, 0);
     EXPECT_EQ(callback_fputc(block, 1), -1);
     EXPECT_NE(callback_ferror(block), 0);
-    callback_fclose(block);
+    EXPECT_EQ(callback_fclose(block), 0);
     set_stdout_callback(block);
     EXPECT_EQ(block->file, stdout);
     set_stdin_callback(block);
@@ -173,7 +173,7 @@ TEST(Callback, DefaultBlockIsMadeOnceAndReplacedWithAWarning)
     set_default_callback_block(block);
     EXPECT_EQ(block.TakeMessages(), "");
     EXPECT_EQ(callback_ftell(block), long(strlen("Leaking existing default callback")));
-    callback_fclose(block);
+    EXPECT_EQ(callback_fclose(block), 0);
     dispose_callback_block(made);
 
     set_default_callback_block(nullptr);
@@ -289,11 +289,11 @@ TEST(CallbackMemory, FailedAllocation)
               "Beginning of leak report\n3 allocations, 1 deallocations\nend of leak report\n");
     callback_deallocate(block, kept, "kept");
 
-    EXPECT_EXIT(safe_malloc(kTooMuch, "rows", nullptr), ExitedWithCode(1),
+    EXPECT_EXIT((void)safe_malloc(kTooMuch, "rows", nullptr), ExitedWithCode(1),
                 "\nMalloc for [0-9]+ bytes failed, rows\n");
     static jmp_buf recover;
     if (setjmp(recover) == 0) { // NOLINT: safe_malloc needs a setjmp
-        safe_malloc(kTooMuch, "rows", &recover);
+        (void)safe_malloc(kTooMuch, "rows", &recover);
         FAIL() << "returned without memory";
     }
     free(safe_malloc(100, "rows", &recover));
@@ -305,7 +305,7 @@ TEST(CallbackDeathTest, FatalReportsEndTheProcess)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe"); // so that the child starts without an earlier report
     EXPECT_EXIT(
-        callback_fread(make_callback_block(), 1, 1, nullptr), ExitedWithCode(1),
+        (void)callback_fread(make_callback_block(), 1, 1, nullptr), ExitedWithCode(1),
         "^Assertion 0 failed;\nCALLBACK_FREAD used, but not installed\nAt line [0-9]+ in file io-callback$");
     EXPECT_EXIT(
         callback_assertion_failed(nullptr, "x", "why", "file", 12), ExitedWithCode(1),

@@ -563,7 +563,7 @@ TEST(FaxHeaderStreams, ReadFromABlock)
             EXPECT_EQ(FateOf(block, "FaxHeader"), own_record ? "none" : c.fate);
             if (got && !own_record)
                 callback_deallocate(block, got, "FaxHeader");
-            callback_fclose(block);
+            EXPECT_EQ(callback_fclose(block), 0);
         }
     const RecordedBlock block;
     block->fread = [](void*, size_t, size_t count, FILE*) { return count + 1; }; // more than requested
@@ -598,7 +598,7 @@ TEST(FaxHeaderStreams, WriteToABlock)
         FAXHeader header = kSample;
         header.HeaderSize = c.header_size;
         EXPECT_EQ(print_FAXHeader_to_callback(&header, block, '*'), c.want);
-        callback_fclose(block);
+        EXPECT_EQ(callback_fclose(block), 0);
         EXPECT_EQ(RecordedBlock::TakeMessages(), c.messages);
         EXPECT_EQ(FateOf(block, "header buffer"), "given back");
         if (c.want == 4096) {

@@ -49,7 +49,7 @@ struct OnBlock {
     static constexpr auto read_long = callback_read_long;
 
     explicit OnBlock(FILE* stream) : file(stream) { block->file = stream; }
-    ~OnBlock() { callback_fclose(block); }
+    ~OnBlock() { EXPECT_EQ(callback_fclose(block), 0); }
     static std::string TakeReports() { return RecordedBlock::TakeMessages(); }
     static std::string Report(const char* text, int error)
     {
@@ -184,7 +184,7 @@ TEST(FilesOnBlock, RepeatUntilAllBytesAreMoved)
     EXPECT_EQ(callback_write_nbytes(block, bytes, 10), 0u);
     EXPECT_EQ(block.TakeMessages(),
               OnBlock::Report("reading file", EIO) + OnBlock::Report("writing file", EIO));
-    callback_fclose(block);
+    EXPECT_EQ(callback_fclose(block), 0);
 }
 
 TEST(EndianSwap, WholeWordsOnly)

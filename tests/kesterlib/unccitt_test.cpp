@@ -331,7 +331,7 @@ TEST(Unccitt, DecodesBelowAGivenRowAndReportsAReadError)
     Uncomp_Free(frame);
     EXPECT_EQ(Unccitt4_Open_Callback(block, 9, 1, nullptr), nullptr);
     EXPECT_EQ(Unccitt4_Open_Callback(block, 8, INT32_MAX, nullptr), nullptr);
-    EXPECT_EXIT(Unccitt4_Open(nullptr, 8, 1, nullptr), testing::ExitedWithCode(1),
+    EXPECT_EXIT((void)Unccitt4_Open(nullptr, 8, 1, nullptr), testing::ExitedWithCode(1),
                 "Assertion f!=NULL failed;\na FILE must be supplied");
 }
 

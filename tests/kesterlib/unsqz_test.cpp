@@ -376,7 +376,7 @@ TEST(Unsqz, OpensOnlyWithEnoughMemory)
     UNCOMP* const widest = Unsqz_Open_MMapped(stream.data(), stream.size(), 8, kMostRowBytes, nullptr);
     ASSERT_NE(widest, nullptr);
     Uncomp_Free(widest);
-    EXPECT_EXIT(Unsqz_Open(nullptr, 8, 1, nullptr), testing::ExitedWithCode(1),
+    EXPECT_EXIT((void)Unsqz_Open(nullptr, 8, 1, nullptr), testing::ExitedWithCode(1),
                 "Assertion f failed;\na FILE must be supplied");
 }
 

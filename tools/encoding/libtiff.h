@@ -31,7 +31,7 @@ struct MemoryTiff {
 
     // Opens the bytes as a file, with a mode of TIFFOpen. `options` may be null. Returns null after an error.
     // The object must stay in place while the file is open.
-    Tiff open(const char* mode, TIFFOpenOptions* options = nullptr);
+    [[nodiscard]] Tiff open(const char* mode, TIFFOpenOptions* options = nullptr);
 };
 
 } // namespace pages

@@ -50,6 +50,7 @@ constexpr uint32_t kMaxHeaderBytes = 1U << 24; // a larger value is a typing err
 
 // Returns an empty text if the file is written, else one line that says what failed. If a write fails, the
 // begun file is deleted if it is a regular file.
-std::string write_page_file(const std::string& path, const Bitmap& page, const PageFileOptions& options);
+[[nodiscard]] std::string write_page_file(const std::string& path, const Bitmap& page,
+                                          const PageFileOptions& options);
 
 } // namespace pages

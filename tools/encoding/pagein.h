@@ -18,6 +18,6 @@ struct PageIn {
 // Returns an empty text if the page is read, else one line that says what is wrong. The file may contain
 // anything. Each side of the page must be within kMaxSide, and its rows within kMaxPageBytes. If the file has
 // several pages, the first one is read.
-std::string read_page(const std::string& path, PageIn& in);
+[[nodiscard]] std::string read_page(const std::string& path, PageIn& in);
 
 } // namespace pages

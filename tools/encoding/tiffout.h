@@ -34,11 +34,12 @@ struct TiffOptions {
 
 // Returns an empty text if the file is written, else one line that says what failed. If a write fails, the
 // begun file is deleted if it is a regular file.
-std::string write_tiff(const std::string& path, const Bitmap& page, const TiffOptions& options);
-std::string write_tiff(const std::string& path, const GreyMap& page, const TiffOptions& options);
+[[nodiscard]] std::string write_tiff(const std::string& path, const Bitmap& page, const TiffOptions& options);
+[[nodiscard]] std::string write_tiff(const std::string& path, const GreyMap& page,
+                                     const TiffOptions& options);
 
 // Appends the page as an ITU-T T.6 stream. The first bit of the code is the top bit of a byte, and the end of
 // block (EOFB) follows the last row. Returns an empty text, or one line that says what failed.
-std::string encode_group4(const Bitmap& page, std::vector<uint8_t>& stream);
+[[nodiscard]] std::string encode_group4(const Bitmap& page, std::vector<uint8_t>& stream);
 
 } // namespace pages

@@ -49,7 +49,7 @@ struct Tokens {
     char token[kTokenBytes];
 
     // Ends the current token, if there is one. Returns false if memory is short.
-    bool close_token()
+    [[nodiscard]] bool close_token()
     {
         if (bytes > 0 && count < kMostTokens) {
             auto* copy = static_cast<char*>(malloc(bytes + 1)); // with the terminator
@@ -64,7 +64,7 @@ struct Tokens {
     }
 
     // Moves the tokens to the caller. Returns false if memory is short.
-    bool give(int* argc_out, char*** argv_out)
+    [[nodiscard]] bool give(int* argc_out, char*** argv_out)
     {
         if (count == 0)
             return true;
@@ -98,7 +98,7 @@ bool is_separator(int character)
 // Reads a line. `next` returns a character, or EOF at the end of the input. Returns false if the input
 // ended before the line or memory is short.
 template <typename Source>
-bool split_line(Source&& next, Tokens* tokens)
+[[nodiscard]] bool split_line(Source&& next, Tokens* tokens)
 {
     for (int64_t depth = 0;;) { // 64 bits: no line is long enough to overflow it
         const int character = next();

@@ -11,7 +11,7 @@ namespace kesterlib
 // Calls read(to, count) until `bytes` bytes are in the buffer or a call returns 0. A call that returns more
 // than `count` is treated as the end of input. Returns the number of bytes in the buffer.
 template <typename Read>
-size_t read_up_to(void* buffer, size_t bytes, const Read& read)
+[[nodiscard]] size_t read_up_to(void* buffer, size_t bytes, const Read& read)
 {
     auto* const to = static_cast<uint8_t*>(buffer);
     size_t arrived = 0;
@@ -26,7 +26,7 @@ size_t read_up_to(void* buffer, size_t bytes, const Read& read)
 }
 
 // The same for the stream of a block.
-inline size_t read_up_to(callback_block* block, void* buffer, size_t bytes)
+[[nodiscard]] inline size_t read_up_to(callback_block* block, void* buffer, size_t bytes)
 {
     return read_up_to(buffer, bytes,
                       [block](void* to, size_t count) { return callback_fread(block, 1, count, to); });

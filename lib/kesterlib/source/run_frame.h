@@ -69,14 +69,15 @@ void uncomp_note_filler(Frame* frame);
 //
 // Returns null if width or row_bytes is below 0, width is above 8 * row_bytes, the lists would be too
 // large, or there is no block or no memory.
-Frame* uncomp_open(callback_block* cb, bool owns_cb, const uint8_t* base, size_t size, int32_t width,
-                   int32_t row_bytes, const uint8_t* first_ref_row, int64_t row_length);
+[[nodiscard]] Frame* uncomp_open(callback_block* cb, bool owns_cb, const uint8_t* base, size_t size,
+                                 int32_t width, int32_t row_bytes, const uint8_t* first_ref_row,
+                                 int64_t row_length);
 // Makes the block of a frame that reads a stream. A null `file` makes a fatal report, which names
 // `expression` and `source`. Returns null if there is no memory.
-callback_block* stream_block(FILE* file, const char* expression, const char* source);
+[[nodiscard]] callback_block* stream_block(FILE* file, const char* expression, const char* source);
 // Makes the block of a frame that reads from memory: the block has no input of its own. Returns null if
 // there is no memory.
-callback_block* mapped_block();
+[[nodiscard]] callback_block* mapped_block();
 
 // Sets the row above the first row: packed, or null for a row of 0.
 void uncomp_set_reference(Frame* frame, const uint8_t* first_ref_row, int32_t row_length);
@@ -101,8 +102,8 @@ void uncomp_paint_row(callback_block* cb, uint8_t* row, const int32_t* trans, co
 // number of entries with the copies. Returns 0 if the list does not end with at least four entries at or
 // after the row length.
 enum class Overshoot { Dropped, Kept };
-int32_t uncomp_close_list(int32_t* list, const int32_t* end, int32_t count, int32_t row_length,
-                          Overshoot overshoot, int32_t* transitions);
+[[nodiscard]] int32_t uncomp_close_list(int32_t* list, const int32_t* end, int32_t count, int32_t row_length,
+                                        Overshoot overshoot, int32_t* transitions);
 
 // Makes the list of a packed row; see getruns.cpp. Returns the number of entries before the three
 // sentinels, with the head.

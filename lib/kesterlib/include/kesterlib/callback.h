@@ -92,10 +92,10 @@ typedef uintptr_t callback_slot_value;
 
 /* Returns a block that can report (to stderr), allocate and exit. Each data operation is a fatal report
  * until its slot is set. */
-KESTERLIB_API callback_block* make_callback_block(void);
+KESTERLIB_NODISCARD KESTERLIB_API callback_block* make_callback_block(void);
 
 /* Returns a block whose data slots are the C library's stream functions. Its stream is null. */
-KESTERLIB_API callback_block* make_unix_callback_block(void);
+KESTERLIB_NODISCARD KESTERLIB_API callback_block* make_unix_callback_block(void);
 
 /* Sets every field of the block as in make_callback_block, and so clears the tracking fields. */
 KESTERLIB_API void fill_void_callback_block(callback_block* block);
@@ -129,7 +129,7 @@ KESTERLIB_API int callback_n_entries(void);
 
 /* Returns the default block, for code that was given none. If there is none, makes one with
  * make_unix_callback_block. */
-KESTERLIB_API callback_block* dfcb(void);
+KESTERLIB_NODISCARD KESTERLIB_API callback_block* dfcb(void);
 
 /* Returns the default block, or null if there is none. */
 KESTERLIB_API callback_block* get_default_callback_block(void);
@@ -149,23 +149,26 @@ KESTERLIB_API void dispose_default_callback_block(void);
  * used last: the default slots make their reports through that block. */
 
 /* Stores the opened stream, or null, as the block's data stream. */
-KESTERLIB_API FILE* callback_fopen(callback_block* block, const char* name, const char* mode);
+KESTERLIB_NODISCARD KESTERLIB_API FILE* callback_fopen(callback_block* block, const char* name,
+                                                       const char* mode);
 
 /* Sets the data stream to null, then closes it. Without a stream, calls nothing and returns 0. */
-KESTERLIB_API int callback_fclose(callback_block* block);
+KESTERLIB_NODISCARD KESTERLIB_API int callback_fclose(callback_block* block);
 
-KESTERLIB_API size_t callback_fread(callback_block* block, size_t size, size_t count, void* buffer);
+KESTERLIB_NODISCARD KESTERLIB_API size_t callback_fread(callback_block* block, size_t size, size_t count,
+                                                        void* buffer);
 
 /* Reads a byte through the fread slot. Returns 0 to 255, or -1 if no byte was read. */
-KESTERLIB_API int callback_fgetc(callback_block* block);
+KESTERLIB_NODISCARD KESTERLIB_API int callback_fgetc(callback_block* block);
 
-KESTERLIB_API size_t callback_fwrite(callback_block* block, size_t size, size_t count, const void* buffer);
+KESTERLIB_NODISCARD KESTERLIB_API size_t callback_fwrite(callback_block* block, size_t size, size_t count,
+                                                         const void* buffer);
 
 /* Writes a byte through the fwrite slot. Returns 1, or -1 if the byte was not written. */
-KESTERLIB_API int callback_fputc(callback_block* block, int byte);
+KESTERLIB_NODISCARD KESTERLIB_API int callback_fputc(callback_block* block, int byte);
 
-KESTERLIB_API int callback_fseek(callback_block* block, long offset, int whence);
-KESTERLIB_API long callback_ftell(callback_block* block);
+KESTERLIB_NODISCARD KESTERLIB_API int callback_fseek(callback_block* block, long offset, int whence);
+KESTERLIB_NODISCARD KESTERLIB_API long callback_ftell(callback_block* block);
 KESTERLIB_API int callback_feof(callback_block* block);
 KESTERLIB_API int callback_fflush(callback_block* block);
 KESTERLIB_API int callback_message_fflush(callback_block* block);
@@ -187,7 +190,8 @@ KESTERLIB_API void set_debug_message_sink(void (*sink)(const char* text));
  *
  * Returns the slot's result. If memory is short, the default slot makes a fatal report; it returns null if
  * the exit slot returns. A client's slot may return null without a report. */
-KESTERLIB_API void* callback_allocate(callback_block* block, size_t size, const char* description);
+KESTERLIB_NODISCARD KESTERLIB_API void* callback_allocate(callback_block* block, size_t size,
+                                                          const char* description);
 
 /* Releases memory. Null is ignored. With tracking on, memory that the block does not track is reported and
  * then released; a second release of the same memory is reported and not carried out. Cost with tracking: a
@@ -210,7 +214,7 @@ KESTERLIB_API void debug_memory_cleanup(callback_block* block);
 /* Allocates `size` bytes with malloc, outside any block. The caller frees them with free. Never returns
  * null: without memory, prints a line with `description` to stderr, then jumps to `recover` or, if that is
  * null, exits with code 1. */
-KESTERLIB_API void* safe_malloc(size_t size, const char* description, jmp_buf* recover);
+KESTERLIB_NODISCARD KESTERLIB_API void* safe_malloc(size_t size, const char* description, jmp_buf* recover);
 
 /* ---- Reports ----------------------------------------------------------------------------------------- */
 
@@ -233,8 +237,8 @@ KESTERLIB_API void callback_perror(callback_block* block, const char* text);
 /* Return the text of a system error code. For an unknown code they return "Unknown error code, #%d" in new
  * memory, which the library never frees. The first function allocates it from the block, and returns null
  * if the block returns null. The second uses safe_malloc. */
-KESTERLIB_API const char* callback_system_error_string(callback_block* block, int code);
-KESTERLIB_API const char* system_error_string(int code);
+KESTERLIB_NODISCARD KESTERLIB_API const char* callback_system_error_string(callback_block* block, int code);
+KESTERLIB_NODISCARD KESTERLIB_API const char* system_error_string(int code);
 
 /* Formats into `buffer`, which has `size` bytes. A longer text is cut.
  *

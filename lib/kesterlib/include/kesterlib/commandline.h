@@ -39,7 +39,7 @@ KESTERLIB_API void print_help(const option_record* options);
  *
  * Returns the line with a newline at its end; the caller frees it with free. At the end of the file it
  * returns an empty line. Returns null if memory is short; the bytes read so far are then lost. */
-KESTERLIB_API char* read_command_line_from_stream(FILE* stream);
+KESTERLIB_NODISCARD KESTERLIB_API char* read_command_line_from_stream(FILE* stream);
 
 /* Split the next line of a stream, or the first line of a text, into tokens.
  *
@@ -53,8 +53,9 @@ KESTERLIB_API char* read_command_line_from_stream(FILE* stream);
  * Return 1 for a line. A line without tokens sets the count to 0 and the vector to null. Return 0, with a
  * count of 0 and a null vector, if the input ended before the line did or memory is short; the line is then
  * lost. */
-KESTERLIB_API int parse_line_from_stream(FILE* stream, int* argc_out, char*** argv_out);
-KESTERLIB_API int parse_line_from_buffer(const char* text, int* argc_out, char*** argv_out);
+KESTERLIB_NODISCARD KESTERLIB_API int parse_line_from_stream(FILE* stream, int* argc_out, char*** argv_out);
+KESTERLIB_NODISCARD KESTERLIB_API int parse_line_from_buffer(const char* text, int* argc_out,
+                                                             char*** argv_out);
 
 /* Frees a vector and its strings. A null string or vector is ignored: a caller that keeps a string sets its
  * element to null. */

@@ -1,4 +1,4 @@
-/* Macros that all headers of kesterlib use: the mark of an exported function, and C linkage in C++. */
+/* Macros that all headers of kesterlib use: marks of functions, and C linkage in C++. */
 #ifndef KESTERLIB_EXPORT_H
 #define KESTERLIB_EXPORT_H
 
@@ -10,6 +10,15 @@
 #else
 #define KESTERLIB_API
 #define KESTERLIB_PRINTF(text, first)
+#endif
+
+/* The compiler warns if a call ignores the result, which says whether the call has failed. */
+#if defined(__cplusplus)
+#define KESTERLIB_NODISCARD [[nodiscard]]
+#elif defined(__GNUC__)
+#define KESTERLIB_NODISCARD __attribute__((warn_unused_result))
+#else
+#define KESTERLIB_NODISCARD
 #endif
 
 #ifdef __cplusplus

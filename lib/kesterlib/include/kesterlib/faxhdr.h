@@ -99,8 +99,9 @@ typedef struct FAXHeader {
  * The values are not checked. A text field without a terminator is written to its end. At most
  * FAXHEADER_DESTINATIONS destinations are written, and counted in the text. The longest text of a version 3
  * record is below 2700 bytes, so FAXHEADER_BYTES are always enough. */
-KESTERLIB_API int32_t createFaxHeader(char* buffer, uint32_t bufferSize, const FAXHeader* header, int32_t pad,
-                                      const char** message);
+KESTERLIB_NODISCARD KESTERLIB_API int32_t createFaxHeader(char* buffer, uint32_t bufferSize,
+                                                          const FAXHeader* header, int32_t pad,
+                                                          const char** message);
 
 /* Reads the text of a header. Each key must be on its own line, in the writer's order. Lines of a later
  * version are skipped, but only after the last key of version 3.
@@ -120,8 +121,8 @@ KESTERLIB_API int32_t createFaxHeader(char* buffer, uint32_t bufferSize, const F
  * includes the line after the text. After a failure, returns 0 or the number of bytes read as a negative
  * number; the record then has the values that were read before, and CreateTime is not normalised. Allocates
  * nothing. */
-KESTERLIB_API int32_t extractFaxHeader(const char* buffer, uint32_t size, FAXHeader* header,
-                                       const char** message);
+KESTERLIB_NODISCARD KESTERLIB_API int32_t extractFaxHeader(const char* buffer, uint32_t size,
+                                                           FAXHeader* header, const char** message);
 
 /* ---- Streams ----------------------------------------------------------------------------------------- */
 
@@ -134,10 +135,11 @@ KESTERLIB_API int32_t extractFaxHeader(const char* buffer, uint32_t size, FAXHea
  *
  * Returns the record. Returns null if the stream has fewer bytes or the bytes are no header; a message of
  * the block then says which. Also returns null if the block returns no memory. */
-KESTERLIB_API FAXHeader* read_FAXHeader_from_callback(callback_block* callbacks, FAXHeader* header);
+KESTERLIB_NODISCARD KESTERLIB_API FAXHeader* read_FAXHeader_from_callback(callback_block* callbacks,
+                                                                          FAXHeader* header);
 
 /* The same from a stream, which stays open. The record comes from the memory of the default block, dfcb(). */
-KESTERLIB_API FAXHeader* read_FAXHeader_from_file(FILE* stream);
+KESTERLIB_NODISCARD KESTERLIB_API FAXHeader* read_FAXHeader_from_file(FILE* stream);
 
 /* Writes HeaderSize bytes to the block's stream: the text, a zero byte if there is room, then bytes of
  * `fill`. Needs the fwrite slot.
@@ -145,11 +147,12 @@ KESTERLIB_API FAXHeader* read_FAXHeader_from_file(FILE* stream);
  * Returns HeaderSize. Returns 0 if header is null, the text is longer than HeaderSize, or the write fails;
  * a message of the block then says which. Also returns 0 if the block returns no memory. Allocates
  * HeaderSize bytes during the call. */
-KESTERLIB_API uint32_t print_FAXHeader_to_callback(const FAXHeader* header, callback_block* callbacks,
-                                                   char fill);
+KESTERLIB_NODISCARD KESTERLIB_API uint32_t print_FAXHeader_to_callback(const FAXHeader* header,
+                                                                       callback_block* callbacks, char fill);
 
 /* The same to a stream, which stays open. */
-KESTERLIB_API uint32_t print_FAXHeader_to_file(const FAXHeader* header, FILE* stream, char fill);
+KESTERLIB_NODISCARD KESTERLIB_API uint32_t print_FAXHeader_to_file(const FAXHeader* header, FILE* stream,
+                                                                   char fill);
 
 KESTERLIB_END
 

@@ -21,10 +21,11 @@ KESTERLIB_BEGIN
  * Returns the number of bytes moved. Fewer than n are reported as "reading file" or "writing file", except
  * if a read reached the end of the file. */
 
-KESTERLIB_API size_t file_read(FILE* stream, void* buffer, size_t n);
-KESTERLIB_API size_t file_write(FILE* stream, const void* buffer, size_t n);
-KESTERLIB_API size_t callback_read_nbytes(callback_block* block, void* buffer, size_t n);
-KESTERLIB_API size_t callback_write_nbytes(callback_block* block, const void* buffer, size_t n);
+KESTERLIB_NODISCARD KESTERLIB_API size_t file_read(FILE* stream, void* buffer, size_t n);
+KESTERLIB_NODISCARD KESTERLIB_API size_t file_write(FILE* stream, const void* buffer, size_t n);
+KESTERLIB_NODISCARD KESTERLIB_API size_t callback_read_nbytes(callback_block* block, void* buffer, size_t n);
+KESTERLIB_NODISCARD KESTERLIB_API size_t callback_write_nbytes(callback_block* block, const void* buffer,
+                                                               size_t n);
 
 /* ---- Numbers of 8, 16 and 32 bits -------------------------------------------------------------------- */
 
@@ -33,19 +34,19 @@ KESTERLIB_API size_t callback_write_nbytes(callback_block* block, const void* bu
  * failure here. A failed read leaves *out unchanged. A failed write may have written the first bytes of the
  * number. */
 
-KESTERLIB_API int file_write_byte(FILE* stream, uint8_t value);
-KESTERLIB_API int file_write_short(FILE* stream, uint16_t value);
-KESTERLIB_API int file_write_long(FILE* stream, uint32_t value);
-KESTERLIB_API int file_read_byte(FILE* stream, uint8_t* out);
-KESTERLIB_API int file_read_short(FILE* stream, uint16_t* out);
-KESTERLIB_API int file_read_long(FILE* stream, uint32_t* out);
+KESTERLIB_NODISCARD KESTERLIB_API int file_write_byte(FILE* stream, uint8_t value);
+KESTERLIB_NODISCARD KESTERLIB_API int file_write_short(FILE* stream, uint16_t value);
+KESTERLIB_NODISCARD KESTERLIB_API int file_write_long(FILE* stream, uint32_t value);
+KESTERLIB_NODISCARD KESTERLIB_API int file_read_byte(FILE* stream, uint8_t* out);
+KESTERLIB_NODISCARD KESTERLIB_API int file_read_short(FILE* stream, uint16_t* out);
+KESTERLIB_NODISCARD KESTERLIB_API int file_read_long(FILE* stream, uint32_t* out);
 
-KESTERLIB_API int callback_write_byte(callback_block* block, uint8_t value);
-KESTERLIB_API int callback_write_short(callback_block* block, uint16_t value);
-KESTERLIB_API int callback_write_long(callback_block* block, uint32_t value);
-KESTERLIB_API int callback_read_byte(callback_block* block, uint8_t* out);
-KESTERLIB_API int callback_read_short(callback_block* block, uint16_t* out);
-KESTERLIB_API int callback_read_long(callback_block* block, uint32_t* out);
+KESTERLIB_NODISCARD KESTERLIB_API int callback_write_byte(callback_block* block, uint8_t value);
+KESTERLIB_NODISCARD KESTERLIB_API int callback_write_short(callback_block* block, uint16_t value);
+KESTERLIB_NODISCARD KESTERLIB_API int callback_write_long(callback_block* block, uint32_t value);
+KESTERLIB_NODISCARD KESTERLIB_API int callback_read_byte(callback_block* block, uint8_t* out);
+KESTERLIB_NODISCARD KESTERLIB_API int callback_read_short(callback_block* block, uint16_t* out);
+KESTERLIB_NODISCARD KESTERLIB_API int callback_read_long(callback_block* block, uint32_t* out);
 
 /* ---- Byte order -------------------------------------------------------------------------------------- */
 

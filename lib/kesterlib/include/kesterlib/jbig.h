@@ -84,9 +84,9 @@ typedef struct jbig_data {
  *
  * Decodes no row. Reads only the header and the last two bytes. From a stream, only the first 2^31 - 1
  * bytes of an entity are read; bits of 0 follow them. */
-KESTERLIB_API jbig_data* Jbig_Open_Input(FILE* stream);
-KESTERLIB_API jbig_data* Jbig_Open_Input_Callback(callback_block* block);
-KESTERLIB_API jbig_data* Jbig_Open_Input_MMapped(const uint8_t* data, size_t length);
+KESTERLIB_NODISCARD KESTERLIB_API jbig_data* Jbig_Open_Input(FILE* stream);
+KESTERLIB_NODISCARD KESTERLIB_API jbig_data* Jbig_Open_Input_Callback(callback_block* block);
+KESTERLIB_NODISCARD KESTERLIB_API jbig_data* Jbig_Open_Input_MMapped(const uint8_t* data, size_t length);
 
 /* Frees the decoder, and the block if the open function made it. The stream stays open. Null is ignored.
  * Always returns 1. */
@@ -110,11 +110,12 @@ KESTERLIB_API int32_t Jbig_Close_Input(jbig_data* dat);
  * Allocates nothing. A call decodes whole stripes; the rest of a stripe stays for the next call. A large
  * stripe may take seconds. If the block has a stream, its ferror slot is called after about every 2^21
  * pixels. A result other than 0 ends the stripe as an error does, but no message is printed. */
-KESTERLIB_API int32_t Jbig_Decode(jbig_data* dat, int32_t lines, uint8_t* buffer, int32_t pitch);
+KESTERLIB_NODISCARD KESTERLIB_API int32_t Jbig_Decode(jbig_data* dat, int32_t lines, uint8_t* buffer,
+                                                      int32_t pitch);
 
 /* Skips the next rows. Returns the same count as Jbig_Decode, and costs the same without the copy. After
  * the end of the data, as soon as a stripe equals the one before, any number of rows costs nothing. */
-KESTERLIB_API int32_t Jbig_Decode_Discard(jbig_data* dat, int32_t lines);
+KESTERLIB_NODISCARD KESTERLIB_API int32_t Jbig_Decode_Discard(jbig_data* dat, int32_t lines);
 
 /* Returns the message of the first error; null if there was none. It is valid until the decoder is closed. */
 KESTERLIB_API const char* Jbig_Error_String(const jbig_data* dat);

@@ -83,8 +83,8 @@ KESTERLIB_API const uint8_t* init_countones(int32_t invert);
  *
  * Never returns null: without memory, prints a line to stderr and exits with code 1. finish_scaling frees
  * the engine. Allocates the record, out_width bytes and shorts, and a byte for each byte of a source row. */
-KESTERLIB_API scale_engine* make_scale_engine(int32_t scale, int32_t width, int32_t height, int32_t invert,
-                                              void* user_data);
+KESTERLIB_NODISCARD KESTERLIB_API scale_engine*
+make_scale_engine(int32_t scale, int32_t width, int32_t height, int32_t invert, void* user_data);
 
 /* Adds the next source row, in order from the top.
  *
@@ -96,7 +96,8 @@ KESTERLIB_API scale_engine* make_scale_engine(int32_t scale, int32_t width, int3
  *
  * Returns the sink's result if the row completes a band, else 1; 0 if the scale is not valid. After a 0
  * from the sink the engine continues with the next band. Allocates nothing. */
-KESTERLIB_API int32_t scale_one_row(scale_engine* engine, const uint8_t* row, scale_row_sink* sink);
+KESTERLIB_NODISCARD KESTERLIB_API int32_t scale_one_row(scale_engine* engine, const uint8_t* row,
+                                                        scale_row_sink* sink);
 
 /* Completes the page and frees the engine.
  *
@@ -118,9 +119,9 @@ KESTERLIB_API int32_t finish_scaling(scale_engine* engine, uint8_t* blank_row, s
  *
  * Returns 1 after the whole page. Returns 0 if fetch returned null, and at once if the sink returned 0.
  * Also returns 0 if the scale is not valid and height is above 0. */
-KESTERLIB_API int32_t view_reduced(int32_t scale, int32_t width, int32_t height, int32_t invert,
-                                   void* user_data, uint8_t* row_buffer, scale_row_fetch* fetch,
-                                   scale_row_sink* sink);
+KESTERLIB_NODISCARD KESTERLIB_API int32_t view_reduced(int32_t scale, int32_t width, int32_t height,
+                                                       int32_t invert, void* user_data, uint8_t* row_buffer,
+                                                       scale_row_fetch* fetch, scale_row_sink* sink);
 
 /* Counts the 1 bits in adjacent upright zones of a 1-bit page.
  *

@@ -27,12 +27,13 @@ KESTERLIB_BEGIN
  *
  * The functions for `file` and `cb` read the first 512 bytes. If that read fails, they return a frame
  * nevertheless; Uncomp_Error_String then returns a message. */
-KESTERLIB_API UNCOMP* Unccitt4_Open(FILE* file, int32_t width, int32_t row_bytes,
-                                    const uint8_t* first_ref_row);
-KESTERLIB_API UNCOMP* Unccitt4_Open_Callback(callback_block* cb, int32_t width, int32_t row_bytes,
-                                             const uint8_t* first_ref_row);
-KESTERLIB_API UNCOMP* Unccitt4_Open_MMapped(const uint8_t* base, size_t size, int32_t width,
-                                            int32_t row_bytes, const uint8_t* first_ref_row);
+KESTERLIB_NODISCARD KESTERLIB_API UNCOMP* Unccitt4_Open(FILE* file, int32_t width, int32_t row_bytes,
+                                                        const uint8_t* first_ref_row);
+KESTERLIB_NODISCARD KESTERLIB_API UNCOMP*
+Unccitt4_Open_Callback(callback_block* cb, int32_t width, int32_t row_bytes, const uint8_t* first_ref_row);
+KESTERLIB_NODISCARD KESTERLIB_API UNCOMP* Unccitt4_Open_MMapped(const uint8_t* base, size_t size,
+                                                                int32_t width, int32_t row_bytes,
+                                                                const uint8_t* first_ref_row);
 
 /* Decodes the next rows, in order from the top.
  *
@@ -52,7 +53,8 @@ KESTERLIB_API UNCOMP* Unccitt4_Open_MMapped(const uint8_t* base, size_t size, in
  * returns null if the bits were no code or led to the left of the row.
  *
  * Allocates nothing. Input that is not in memory is read 512 bytes at a time. */
-KESTERLIB_API int32_t Unccitt4_Decode(UNCOMP* frame, int32_t rows, uint8_t* buffer, int32_t stride);
+KESTERLIB_NODISCARD KESTERLIB_API int32_t Unccitt4_Decode(UNCOMP* frame, int32_t rows, uint8_t* buffer,
+                                                          int32_t stride);
 
 KESTERLIB_END
 
