@@ -112,9 +112,8 @@ int main(int argc, char** argv)
         pages::TiffOptions options;
         options.compression = pages::Compression::Group4;
         options.rows_per_strip = kind.rows_per_strip;
-        const std::string error = const pages::Bitmap page =
-            pages::draw_page({kind.draw, kWidth, kHeight, kDpi, kDpi, 1});
-        Require(pages::write_tiff(path, page, options).empty(), "cannot write " + path);
+        const std::string error =
+            pages::write_tiff(path, pages::draw_page({kind.draw, kWidth, kHeight, kDpi, kDpi, 1}), options);
         Require(error.empty(), error);
         Compare(path);
         const auto times = bench.InTurn(
