@@ -143,7 +143,7 @@ constexpr DialogItem kInformationItems[] = {
     {.kind = DialogItemKind::text, .id = kPageText},
     {.kind = DialogItemKind::progress, .id = kCheckProgress, .text = "Progress of the check"},
     {.kind = DialogItemKind::label, .text = "&Result of the check:"},
-    {.kind = DialogItemKind::text, .id = kCheckText, .lines = 9},
+    {.kind = DialogItemKind::text, .id = kCheckText, .lines = 10},
     {.kind = DialogItemKind::bars, .id = kCheckBars, .text = "Ink coverage across the page"},
     {.kind = DialogItemKind::button, .id = kCheckButton, .text = "&Check"},
     {.kind = DialogItemKind::defaultButton, .id = IDCANCEL, .text = "Close"},

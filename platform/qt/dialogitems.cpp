@@ -11,7 +11,7 @@
 
 namespace
 {
-constexpr int kWidthChars = 64;
+constexpr int kWidthChars = 76;
 constexpr int kMostWidthChars = 100; // wider rows are wrapped
 constexpr int kUsualLines = 16;
 constexpr int kChartLines = 5;
