@@ -267,8 +267,9 @@ int main(int argc, char** argv)
                  "MB", AtMost(10));
     bench.Report("start, large page - bare window, peak memory", Differences(big.peaks_mb, bare.peaks_mb),
                  "MB", AtMost(10));
+    // The rows in the window, 2500 bytes each instead of 125, take 2.1 MB more.
     bench.Report("start, large page - small page, peak memory",
-                 Differences(bench.Ours(big.peaks_mb), small.peaks_mb), "MB", AtMost(1.5));
+                 Differences(bench.Ours(big.peaks_mb), small.peaks_mb), "MB", AtMost(2.3));
     if (bench.Has("peers")) {
         MeasurePeer(bench, screen, "this program", big.command, true);
         for (const char* const peer : {"feh", "geeqie"}) {
