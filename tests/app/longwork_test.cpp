@@ -205,7 +205,7 @@ TEST_F(LongWorkTest, ADialogOpenedByHeldInputBlocksTheRestOfIt)
     EXPECT_TRUE(PumpUntilIdle());
     SetFileDialogHook({});
     EXPECT_EQ(opened, 1);
-    EXPECT_FALSE(view->GetPointedPixel()) << "it does not block that the pointer has left";
+    EXPECT_FALSE(view->GetPointedPixel()) << "the dialog does not block the event that the pointer has left";
 }
 
 TEST_F(LongWorkTest, ClosingTheMainWindowEndsTheProgramWithoutABox)

@@ -250,7 +250,8 @@ TEST_F(PageInformation, HostileTextStaysWithinItsRow)
     EXPECT_TRUE(rows["Destinations"].starts_with("\u00e4, \u00f6, w, w")) << rows["Destinations"];
 
     pages::TiffOptions options;
-    // A long text is cut at the end of a character. What follows has no effect: it is not even valid UTF-8.
+    // A long text is cut at the end of a character. The bytes after the cut have no effect, even if they are
+    // not UTF-8.
     const struct {
         std::string text, want;
     } texts[] = {
@@ -495,7 +496,7 @@ TEST_F(PageInformation, CheckCanBeStoppedAndEndsWithThePage)
         EXPECT_FALSE(document->m_bReadError) << "a stopped check marks no damage";
     }
 
-    // Neither does a page that was closed meanwhile keep the dialog open.
+    // If the page is closed during the check, Cancel closes the dialog.
     FakeImage* const image = put();
     Show([&](CDialog& dialog) {
         PressDialogKeys(dialog, {"Alt+C"});

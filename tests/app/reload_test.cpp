@@ -136,7 +136,7 @@ TEST_F(ChangingPage, IsReadAgainAtTheSamePlace)
     EXPECT_EQ(view->GetScrollPosition(), (CPoint{Range().x, place.y})) << "clamped to the page";
     EXPECT_EQ(ScreenDiffersFromPage(), "");
 
-    // If the file is gone, everything stays as it is. So it does if the file is not complete yet.
+    // If the file is missing or incomplete, F5 changes nothing.
     frame->SendMessage(WM_COMMAND, kScaledPageCommand);
     ASSERT_TRUE(PumpUntilIdle());
     const CScaleFrame* const overview = view->m_pScaleFrame;

@@ -449,7 +449,7 @@ TEST_F(ScaledWindow, ADragInAFullyVisiblePictureMovesThePage)
         EXPECT_EQ(PictureDiffers(*scaled), "");
     }
     const CPoint left_at = view->GetScrollPosition();
-    scaled->SendMessage(WM_MOUSEMOVE, 0, PackPoint(30, 20)); // released over a message box
+    scaled->SendMessage(WM_MOUSEMOVE, 0, PackPoint(30, 20)); // the button was released over a message box
     EXPECT_EQ(view->GetScrollPosition(), left_at);
     ReleaseMouse(*scaled, {200, 150});
     MoveMouse(*scaled, {30, 20});

@@ -287,7 +287,7 @@ TEST_F(View, TheRightButtonMeasuresAndLeavesNoTrace)
     ReleaseMouse(*view, {10, 10}, true);
     PressMouse(*view, {10, 10}, true);
     MoveMouse(*view, {13, 14});
-    EXPECT_EQ(message(), "dx=3 dy=4 d=5") << "the page's number leaves its room to the distance";
+    EXPECT_EQ(message(), "dx=3 dy=4 d=5") << "the distance replaces the number of the page";
     ReleaseMouse(*view, {13, 14}, true);
     EXPECT_EQ(message(), "page 1 of 1, x=13 y=14");
 }

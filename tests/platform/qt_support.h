@@ -25,8 +25,8 @@ double ScreenRatio();
 // does. If there is no window to compare, it returns "nothing compared".
 std::string DifferenceFromRepaint();
 
-// While it lives, the style of the desktop draws scroll bars with the minimum at the right or bottom end. Their
-// buttons show whether the slider is at an end.
+// While it lives, the desktop style draws scroll bars with their minimum at the right or bottom end. The
+// buttons of the bars show whether the slider is at an end.
 class BarStyleForTest
 {
 public:
