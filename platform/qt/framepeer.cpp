@@ -72,6 +72,14 @@ bool IsWayland()
     return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
 }
 
+xcb_connection_t* XConnection()
+{
+    if (QGuiApplication::platformName() != QLatin1String("xcb"))
+        return nullptr;
+    auto* const display = qApp->nativeInterface<QNativeInterface::QX11Application>();
+    return display ? display->connection() : nullptr;
+}
+
 bool IsOnAScreen(const QRect& rect)
 {
     const QList<QScreen*> screens = QGuiApplication::screens();
@@ -430,12 +438,15 @@ bool FrameWidget::eventFilter(QObject* object, QEvent* event)
     if (object == windowHandle()) {
         if (event->type() == QEvent::Expose && windowHandle()->isExposed())
             Exposed();
-        // A part of the window was uncovered. Qt copies it from its own store, and no widget receives a paint
-        // event.
-        if (event->type() == QEvent::Paint)
-            if (ViewWidget* view = View(); view && static_cast<QPaintEvent*>(event)->region().intersects(
-                                                       QRect(view->mapTo(this, QPoint(0, 0)), view->size())))
-                view->WantPaint();
+        ViewWidget* const view = View();
+        // Qt sends pixels of the window from its own store, without a paint event for each widget.
+        if (view && (event->type() == QEvent::Expose || event->type() == QEvent::Paint))
+            view->StoreIsUsed();
+        // A part of the window was uncovered.
+        if (view && event->type() == QEvent::Paint &&
+            static_cast<QPaintEvent*>(event)->region().intersects(
+                QRect(view->mapTo(this, QPoint(0, 0)), view->size())))
+            view->WantPaint();
     }
     return QMainWindow::eventFilter(object, event);
 }

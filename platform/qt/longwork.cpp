@@ -28,10 +28,8 @@ constexpr int kLongestLookMs = 10; // limit of a check, even if more events arri
 // Qt would send the pointer's new shape with its next message to the display, after the work.
 void FlushDisplay()
 {
-    if (QGuiApplication::platformName() != QLatin1String("xcb"))
-        return;
-    if (auto* display = qApp->nativeInterface<QNativeInterface::QX11Application>())
-        xcb_flush(display->connection());
+    if (xcb_connection_t* const connection = XConnection())
+        xcb_flush(connection);
 }
 
 // Before the first window is shown there is no pointer to change, and loading the shapes would delay the

@@ -21,6 +21,8 @@
 #include <QWidget>
 #include <vector>
 
+struct xcb_connection_t;
+
 // A widget outlives its peer: the event loop deletes it later, because a handler of the widget may be
 // running.
 class WindowPeer
@@ -40,7 +42,8 @@ public:
 // widgets.
 int ToDevicePixels(double logical, double ratio);
 
-bool IsWayland(); // false on X11, and without a screen
+bool IsWayland();                // false on X11, and without a screen
+xcb_connection_t* XConnection(); // Qt's connection to the display; null on platforms other than X11
 
 class PaneWidget;
 
@@ -82,6 +85,9 @@ public:
     Changed(const QRegion& region); // call after drawing: the next copy to the screen includes the region
     void ShowChanged();
     void SetOverlay(std::vector<OverlayShape> shapes);
+    // Call before Qt sends pixels of its own store to the display. If the store lacks pixels that the display
+    // has moved, the whole view is sent instead.
+    void StoreIsUsed();
     // Requests a paint message even if every pixel is valid. A window that was uncovered receives one,
     // although its pixels come from the buffer.
     void WantPaint();
@@ -132,9 +138,10 @@ private:
     QSize m_kept{0, 0};    // part of m_buffer that is still valid after a resize
     QRegion m_invalid;
     bool m_paintWanted = false;
-    QRegion m_changed; // drawn but not copied to the screen yet
-    QPoint m_shift;    // by which the pixels on the screen must still be moved
-    QRegion m_updates; // requested from Qt since the last paint event
+    QRegion m_changed;         // drawn but not copied to the screen yet
+    QPoint m_shift;            // by which the pixels on the screen must still be moved
+    QRegion m_updates;         // requested from Qt since the last paint event
+    bool m_storeIsOld = false; // Qt's backing store lacks pixels that the display has moved
     ScreenMove m_screen;
     std::vector<OverlayShape> m_overlay;
     QPoint m_moved; // sum of all moves, modulo 2^32

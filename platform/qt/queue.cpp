@@ -142,7 +142,7 @@ void Queue::Forget(const ViewWidget* view)
 
 void Queue::EnterModal()
 {
-    ShowGathered(); // meanwhile Qt shows exposed windows from its own copy
+    ShowGathered(); // meanwhile exposed windows show what is in the buffers now
     ++m_modal;
 }
 

@@ -1,12 +1,13 @@
 #include "platform/qt/screenmove.h"
 
+#include "platform/qt/peer.h"
+
 #include <QAbstractNativeEventFilter>
 #include <QApplication>
-#include <QGuiApplication>
 #include <QWidget>
+#include <QWindow>
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <vector>
 #include <xcb/xcb.h>
 
@@ -16,18 +17,8 @@ namespace
 constexpr int kPauseAfterMissing = 50;
 
 std::vector<ScreenMove*> g_moves; // of all views
-
-xcb_connection_t* Connection()
-{
-    if (QGuiApplication::platformName() != QLatin1String("xcb"))
-        return nullptr;
-    auto* const display = qApp->nativeInterface<QNativeInterface::QX11Application>();
-    return display ? display->connection() : nullptr;
-}
 } // namespace
 
-// Sees the display's events before Qt does, so that a repaint that is requested here is part of Qt's own
-// answer.
 class ExposureFilter : public QAbstractNativeEventFilter
 {
 public:
@@ -35,30 +26,20 @@ public:
     {
         if (kind != "xcb_generic_event_t")
             return false;
-        const auto* const event = static_cast<const xcb_generic_event_t*>(message);
-        const int type = event->response_type & 0x7F; // the top bit says that a client sent it
-        if (type == XCB_EXPOSE)
-            Tell(reinterpret_cast<const xcb_expose_event_t*>(event)->window, false);
-        else if (type == XCB_GRAPHICS_EXPOSURE)
-            Tell(reinterpret_cast<const xcb_graphics_exposure_event_t*>(event)->drawable, true);
+        const auto* const event = static_cast<const xcb_graphics_exposure_event_t*>(message);
+        if ((event->response_type & 0x7F) == XCB_GRAPHICS_EXPOSURE) // the top bit says that a client sent it
+            for (ScreenMove* const move : g_moves)
+                if (move->m_window == event->drawable)
+                    move->Missing();
         return false;
-    }
-
-private:
-    static void Tell(xcb_window_t window, bool missing)
-    {
-        for (ScreenMove* const move : g_moves)
-            if (move->m_widget->window()->internalWinId() == window)
-                move->Exposed(missing);
     }
 };
 
-ScreenMove::ScreenMove(const QWidget* widget, std::function<void()> exposed)
-    : m_widget(widget), m_exposed(std::move(exposed))
+ScreenMove::ScreenMove(const QWidget* widget, std::function<void()> missing)
+    : m_widget(widget), m_missing(std::move(missing))
 {
     static ExposureFilter filter;
-    if (g_moves.empty())
-        QCoreApplication::instance()->installNativeEventFilter(&filter);
+    QCoreApplication::instance()->installNativeEventFilter(&filter); // has an effect once
     g_moves.push_back(this);
 }
 
@@ -66,24 +47,26 @@ ScreenMove::~ScreenMove()
 {
     g_moves.erase(std::find(g_moves.begin(), g_moves.end(), this));
     if (m_context != 0)
-        if (xcb_connection_t* const connection = Connection())
+        if (xcb_connection_t* const connection = XConnection())
             xcb_free_gc(connection, m_context);
 }
 
-void ScreenMove::Exposed(bool missing)
+void ScreenMove::Missing()
 {
-    if (missing)
-        m_pause = kPauseAfterMissing;
-    m_exposed();
+    m_pause = kPauseAfterMissing;
+    m_missing();
 }
 
 bool ScreenMove::Move(const QRect& area, QPoint by)
 {
-    xcb_connection_t* const connection = Connection();
-    const double ratio = m_widget->devicePixelRatioF();
+    xcb_connection_t* const connection = XConnection();
+    const QWindow* const handle = m_widget->window()->windowHandle();
+    if (!connection || !handle || handle->surfaceType() != QSurface::RasterSurface)
+        return false;
     const auto window = static_cast<xcb_window_t>(m_widget->window()->internalWinId());
+    const double ratio = handle->devicePixelRatio();
     // At other scale factors Qt may copy pixels at the edge of an update from its backing store.
-    if (!connection || window == 0 || ratio != std::floor(ratio))
+    if (window == 0 || ratio != std::floor(ratio))
         return false;
     if (m_pause > 0) {
         --m_pause;

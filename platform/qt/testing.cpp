@@ -137,7 +137,8 @@ GrabbedPixels GrabWindow(CWnd& window)
     ViewWidget* view = ViewOf(&window);
     if (!view || view->DeviceRect().IsEmpty())
         return grabbed;
-    // Handles the copies to the screen that are due and nothing else, then reads the screen's pixels.
+    // Handles the copies to the screen that are due and nothing else, then reads Qt's backing store. After a
+    // scroll step on X11 the store lacks the pixels that the display has moved.
     QWidget* top = view->window();
     QCoreApplication::sendPostedEvents(top, QEvent::UpdateRequest);
     QBackingStore* store = top->backingStore();

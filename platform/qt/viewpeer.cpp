@@ -287,17 +287,24 @@ void ViewWidget::UpdateAll()
     update();
 }
 
+void ViewWidget::StoreIsUsed()
+{
+    if (m_storeIsOld)
+        UpdateAll();
+}
+
 // Moves what the screen shows, or marks it as changed.
 void ViewWidget::MoveScreen()
 {
     const QPoint by = std::exchange(m_shift, QPoint());
-    if (by.isNull())
-        return;
     const QRect whole(QPoint(0, 0), m_client);
+    if (by.isNull() || (QRegion(whole) - m_updates).isEmpty()) // Qt will send all pixels anyway
+        return;
     const CRect place = DeviceRect();
+    const bool moved = m_screen.Move(whole.translated(place.left, place.top), by);
+    m_storeIsOld |= moved;
     // The display has moved pixels that Qt has not sent yet as they were.
-    const QRegion wrong =
-        m_screen.Move(whole.translated(place.left, place.top), by) ? m_updates : QRegion(whole);
+    const QRegion wrong = moved ? m_updates : QRegion(whole);
     m_changed += wrong.translated(by) & whole;
 }
 
@@ -343,7 +350,7 @@ void ViewWidget::SetOverlay(std::vector<OverlayShape> shapes)
         Changed(region);
 }
 
-void ViewWidget::paintEvent(QPaintEvent*)
+void ViewWidget::paintEvent(QPaintEvent* event)
 {
     // The screen's ratio may have changed while the window kept its logical size.
     if (m_ratio != devicePixelRatioF() && m_owner)
@@ -356,6 +363,8 @@ void ViewWidget::paintEvent(QPaintEvent*)
             Qt::QueuedConnection);
     MoveScreen(); // later it would move what is painted now
     m_updates = {};
+    if ((QRegion(rect()) - event->region()).isEmpty())
+        m_storeIsOld = false;
     QPainter painter(this);
     const QImage& buffer = Buffer();
     const QSizeF drawn = QSizeF(buffer.size()) / m_ratio;

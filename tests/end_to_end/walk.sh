@@ -85,6 +85,10 @@ cover()
 cover 300 400 350 250
 end_process "$cover_pid"
 await_page 48 81 "a window that covered the view for a while"
+xdotool windowminimize "$window"
+await "the window is not minimized" window_gone "$window"
+xdotool windowactivate "$window"
+await_page 48 81 "a minimized window"
 cover 300 400 350 250
 xdotool mousemove --window "$window" 100 $((view_y + view_height / 2)) click 5 click 5
 above=(0 "$view_y" "$view_width" 300)
