@@ -12,8 +12,9 @@ lines=16382
 long_page=$scratch/long.f
 "$makepage" --draw noise --width 64 --height 64 --kind jbig --page 7 --job Long "$scratch/small.f"
 # The larger numbers lengthen the header. The same number of blanks is cut off at its end.
-head -c 4096 "$scratch/small.f" | sed "s/DataWidth 64/DataWidth $width/; s/ImageHeight 64/ImageHeight $height/" |
-  head -c 4096 >"$long_page"
+head -c 4096 "$scratch/small.f" | sed "s/DataWidth 64/DataWidth $width/; s/ImageHeight 64/ImageHeight $height/" \
+  >"$long_page"
+truncate -s 4096 "$long_page"
 printf '%b' "$(printf '\\0\\0\\x1\\0'
   printf '\\x%02x\\x%02x\\x%02x\\x%02x' $((width >> 24)) $((width >> 16 & 255)) $((width >> 8 & 255)) $((width & 255)) \
     $((height >> 24)) $((height >> 16 & 255)) $((height >> 8 & 255)) $((height & 255)) \
