@@ -74,21 +74,6 @@ struct OVERLAPPED {
     bool writes = false;    // begun by WriteFile
 };
 
-// The functions below. A test may replace them.
-class FileTransfers
-{
-public:
-    virtual ~FileTransfers() = default;
-    virtual bool Read(HANDLE handle, void* buffer, uint32_t bytes, uint32_t* done,
-                      OVERLAPPED* overlapped) = 0;
-    virtual bool Write(HANDLE handle, const void* buffer, uint32_t bytes, uint32_t* done,
-                       OVERLAPPED* overlapped) = 0;
-    virtual bool GetResult(HANDLE handle, OVERLAPPED* overlapped, uint32_t* done, bool wait) = 0;
-    virtual int32_t LastError() = 0;
-    virtual int64_t BytesLeft(HANDLE handle) = 0;
-};
-void SetFileTransfers(FileTransfers* transfers); // borrowed; null restores those of the system
-
 // Transfer bytes at the handle's position, and set *done to the number of bytes transferred. ReadFile returns
 // after one read, with 0 bytes at the end of the file. WriteFile writes all bytes. Each returns false after a
 // failure, and GetLastError then returns the reason. If the handle is non-blocking and not ready, a call with

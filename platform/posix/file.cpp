@@ -149,108 +149,77 @@ int64_t CFile::BytesLeft() const
 
 namespace
 {
-class SystemTransfers : public FileTransfers
+int32_t g_last_error = 0;
+
+// Transfers bytes until the handle is not ready. Returns true after the transfer is complete.
+bool Advance(HANDLE handle, OVERLAPPED& transfer)
 {
-public:
-    bool Read(HANDLE handle, void* buffer, uint32_t bytes, uint32_t* done, OVERLAPPED* overlapped) override
-    {
-        OVERLAPPED transfer{static_cast<char*>(buffer), bytes, 0, false};
-        return Begin(handle, transfer, done, overlapped);
-    }
-    bool Write(HANDLE handle, const void* buffer, uint32_t bytes, uint32_t* done,
-               OVERLAPPED* overlapped) override
-    {
-        // One record serves both directions; a transfer that writes only reads from its buffer.
-        OVERLAPPED transfer{static_cast<char*>(const_cast<void*>(buffer)), bytes, 0, true};
-        return Begin(handle, transfer, done, overlapped);
-    }
-    bool GetResult(HANDLE handle, OVERLAPPED* overlapped, uint32_t* done, bool wait) override
-    {
-        bool over = false;
-        while (!(over = Advance(handle, *overlapped)) && m_last_error == kIoPending && wait) {
-            pollfd ready{handle, static_cast<short>(overlapped->writes ? POLLOUT : POLLIN), 0};
-            if (poll(&ready, 1, -1) < 0 && errno != EINTR) {
-                m_last_error = errno;
-                break;
-            }
+    while (transfer.bytes > 0) {
+        const ssize_t count = transfer.writes ? write(handle, transfer.buffer, transfer.bytes)
+                                              : read(handle, transfer.buffer, transfer.bytes);
+        if (count == 0 && transfer.writes) {
+            g_last_error = kNoProgress;
+            return false;
         }
-        *done = overlapped->done;
-        return over;
-    }
-    int32_t LastError() override { return m_last_error; }
-    int64_t BytesLeft(HANDLE handle) override { return BytesBehindPosition(handle); }
-
-private:
-    bool Begin(HANDLE handle, OVERLAPPED& transfer, uint32_t* done, OVERLAPPED* overlapped)
-    {
-        const bool over = Advance(handle, transfer);
-        *done = transfer.done;
-        if (!over && m_last_error == kIoPending) {
-            if (overlapped)
-                *overlapped = transfer;
-            else
-                m_last_error = EAGAIN;
+        if (count >= 0) {
+            transfer.buffer += count;
+            transfer.bytes -= static_cast<uint32_t>(count);
+            transfer.done += static_cast<uint32_t>(count);
+            if (!transfer.writes)
+                return true;
+        } else if (errno != EINTR) {
+            g_last_error = errno == EAGAIN ? kIoPending : errno;
+            return false;
         }
-        return over;
     }
-
-    // As far as it goes; true when the transfer is over.
-    bool Advance(HANDLE handle, OVERLAPPED& transfer)
-    {
-        while (transfer.bytes > 0) {
-            const ssize_t count = transfer.writes ? write(handle, transfer.buffer, transfer.bytes)
-                                                  : read(handle, transfer.buffer, transfer.bytes);
-            if (count == 0 && transfer.writes) {
-                m_last_error = kNoProgress;
-                return false;
-            }
-            if (count >= 0) {
-                transfer.buffer += count;
-                transfer.bytes -= static_cast<uint32_t>(count);
-                transfer.done += static_cast<uint32_t>(count);
-                if (!transfer.writes)
-                    return true;
-            } else if (errno != EINTR) {
-                m_last_error = errno == EAGAIN ? kIoPending : errno;
-                return false;
-            }
-        }
-        return true;
-    }
-
-    int32_t m_last_error = 0;
-};
-
-SystemTransfers g_system_transfers;
-FileTransfers* g_transfers = &g_system_transfers;
-} // namespace
-
-void SetFileTransfers(FileTransfers* transfers)
-{
-    g_transfers = transfers ? transfers : &g_system_transfers;
+    return true;
 }
+
+bool Begin(HANDLE handle, OVERLAPPED transfer, uint32_t* done, OVERLAPPED* overlapped)
+{
+    const bool is_complete = Advance(handle, transfer);
+    *done = transfer.done;
+    if (!is_complete && g_last_error == kIoPending) {
+        if (overlapped)
+            *overlapped = transfer;
+        else
+            g_last_error = EAGAIN;
+    }
+    return is_complete;
+}
+} // namespace
 
 bool ReadFile(HANDLE handle, void* buffer, uint32_t bytes, uint32_t* done, OVERLAPPED* overlapped)
 {
-    return g_transfers->Read(handle, buffer, bytes, done, overlapped);
+    return Begin(handle, {static_cast<char*>(buffer), bytes, 0, false}, done, overlapped);
 }
 
 bool WriteFile(HANDLE handle, const void* buffer, uint32_t bytes, uint32_t* done, OVERLAPPED* overlapped)
 {
-    return g_transfers->Write(handle, buffer, bytes, done, overlapped);
+    // The record is used in both directions. A transfer that writes only reads from its buffer.
+    return Begin(handle, {static_cast<char*>(const_cast<void*>(buffer)), bytes, 0, true}, done, overlapped);
 }
 
 bool GetOverlappedResult(HANDLE handle, OVERLAPPED* overlapped, uint32_t* done, bool wait)
 {
-    return g_transfers->GetResult(handle, overlapped, done, wait);
+    bool is_complete = false;
+    while (!(is_complete = Advance(handle, *overlapped)) && g_last_error == kIoPending && wait) {
+        pollfd ready{handle, static_cast<short>(overlapped->writes ? POLLOUT : POLLIN), 0};
+        if (poll(&ready, 1, -1) < 0 && errno != EINTR) {
+            g_last_error = errno;
+            break;
+        }
+    }
+    *done = overlapped->done;
+    return is_complete;
 }
 
 int32_t GetLastError()
 {
-    return g_transfers->LastError();
+    return g_last_error;
 }
 
 int64_t BytesLeft(HANDLE handle)
 {
-    return g_transfers->BytesLeft(handle);
+    return BytesBehindPosition(handle);
 }
