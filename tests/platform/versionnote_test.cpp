@@ -3,98 +3,78 @@
 #include "platform/versionnote.h"
 #include "tests/support/scratch.h"
 
+#include <cstddef>
+#include <cstring>
+#include <elf.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace
 {
-struct Make {
-    bool is_64, is_big, through_sections;
-};
-
-// Positions of the fields, in bytes from the start of their header, for 32-bit or 64-bit files.
-struct Fields {
-    size_t header_bytes, word; // word: bytes of an offset or a size
-    size_t phoff, shoff, phentsize;
-    size_t ph_bytes, p_offset, p_filesz, p_align;
-    size_t sh_bytes, sh_offset, sh_size, sh_addralign; // sh_type is at 4
-};
-constexpr Fields kFields32 = {52, 4, 28, 32, 42, 32, 4, 16, 28, 40, 16, 20, 32};
-constexpr Fields kFields64 = {64, 8, 32, 40, 54, 56, 8, 32, 48, 64, 24, 32, 48};
-
-class ElfFile
+// Returns a file whose header refers to a table of two entries, the second for notes at the end of the file. The
+// last note has the version in `numbers`.
+template <class Header, class Segment, class Section>
+std::string ElfFile(bool is_big, bool has_sections, uint64_t alignment, std::vector<uint16_t> numbers)
 {
-public:
-    // The table has two entries, the second for the notes. The notes are at the end of the file.
-    ElfFile(const Make& make, uint64_t alignment) : m_make(make)
-    {
-        const Fields& f = make.is_64 ? kFields64 : kFields32;
-        const size_t entry_bytes = make.through_sections ? f.sh_bytes : f.ph_bytes;
-        const size_t entry = f.header_bytes + entry_bytes;
-        const size_t offset_field = make.through_sections ? f.sh_offset : f.p_offset;
-        m_size_at = entry + (make.through_sections ? f.sh_size : f.p_filesz);
-        m_bytes.resize(entry + entry_bytes);
-        m_bytes.replace(0, 4, "\177ELF");
-        m_bytes[4] = make.is_64 ? 2 : 1;
-        m_bytes[5] = make.is_big ? 2 : 1;
-        m_bytes[6] = 1; // EV_CURRENT
-        Put(make.through_sections ? f.shoff : f.phoff, f.header_bytes, f.word);
-        const size_t counts = f.phentsize + (make.through_sections ? 4 : 0);
-        Put(counts, entry_bytes, 2);
-        Put(counts + 2, 2, 2);
-        Put(entry + (make.through_sections ? 4 : 0), make.through_sections ? 7 : 4, 4); // SHT_NOTE, PT_NOTE
-        Put(entry + offset_field, m_bytes.size(), f.word);
-        Put(entry + (make.through_sections ? f.sh_addralign : f.p_align), alignment, f.word);
-        m_notes_at = m_bytes.size();
-        m_alignment = alignment == 8 ? 8 : 4;
-    }
+    const auto set = [is_big](auto& field, uint64_t value) {
+        auto* const bytes = reinterpret_cast<uint8_t*>(&field);
+        for (size_t i = 0; i < sizeof field; ++i)
+            bytes[is_big ? sizeof field - 1 - i : i] = static_cast<uint8_t>(value >> 8 * i);
+    };
+    std::string notes;
+    const auto add = [&](std::string_view name, uint32_t type, std::vector<uint16_t> content) {
+        Elf64_Nhdr head; // has the same fields in files of 32 bits
+        set(head.n_namesz, name.size());
+        set(head.n_descsz, content.size() * 2);
+        set(head.n_type, type);
+        for (uint16_t& number : content)
+            set(number, number);
+        const size_t unit = alignment == 8 ? 8 : 4;
+        notes.append(reinterpret_cast<const char*>(&head), sizeof head) += name;
+        notes.resize((notes.size() + unit - 1) / unit * unit);
+        notes.append(reinterpret_cast<const char*>(content.data()), content.size() * 2);
+        notes.resize((notes.size() + unit - 1) / unit * unit);
+    };
+    constexpr std::string_view kOwner{"Vestrel\0", 8};
+    add({"Odd\0\0", 5}, 1, {7, 7, 7, 7, 7});
+    add("Vestrell", 1, {6, 6, 6, 6});
+    add({"GNU\0", 4}, 1, {});
+    add({"Vestrel\0\0", 9}, 1, {3, 3, 3, 3});
+    add(kOwner, 2, {5, 5, 5, 5});
+    add(kOwner, 1, {4, 4, 4}); // too short
+    add(kOwner, 1, std::move(numbers));
 
-    // Appends a note. Its content is a list of 16-bit numbers. If a *_bytes_told is not 0, the note claims
-    // this wrong size.
-    ElfFile& Note(std::string_view name, uint32_t type, const std::vector<uint16_t>& numbers,
-                  uint32_t name_bytes_told = 0, uint32_t content_bytes_told = 0)
-    {
-        const size_t at = m_bytes.size();
-        m_bytes.resize(at + 12);
-        Put(at, name_bytes_told ? name_bytes_told : name.size(), 4);
-        Put(at + 4, content_bytes_told ? content_bytes_told : numbers.size() * 2, 4);
-        Put(at + 8, type, 4);
-        m_bytes += name;
-        Pad();
-        for (const uint16_t number : numbers) {
-            m_bytes.resize(m_bytes.size() + 2);
-            Put(m_bytes.size() - 2, number, 2);
-        }
-        return *this;
+    struct {
+        Header header;
+        Segment segments[2];
+        Section sections[2];
+    } file{};
+    memcpy(file.header.e_ident, ELFMAG, SELFMAG);
+    file.header.e_ident[EI_CLASS] = sizeof(Header) == sizeof(Elf64_Ehdr) ? ELFCLASS64 : ELFCLASS32;
+    file.header.e_ident[EI_DATA] = is_big ? ELFDATA2MSB : ELFDATA2LSB;
+    file.header.e_ident[EI_VERSION] = EV_CURRENT;
+    if (has_sections) {
+        set(file.header.e_shoff, offsetof(decltype(file), sections));
+        set(file.header.e_shentsize, sizeof(Section));
+        set(file.header.e_shnum, 2);
+        set(file.sections[1].sh_type, SHT_NOTE);
+        set(file.sections[1].sh_offset, sizeof file);
+        set(file.sections[1].sh_size, notes.size());
+        set(file.sections[1].sh_addralign, alignment);
+    } else {
+        set(file.header.e_phoff, sizeof(Header));
+        set(file.header.e_phentsize, sizeof(Segment));
+        set(file.header.e_phnum, 2);
+        set(file.segments[1].p_type, PT_NOTE);
+        set(file.segments[1].p_offset, sizeof file);
+        set(file.segments[1].p_filesz, notes.size());
+        set(file.segments[1].p_align, alignment);
     }
-    ElfFile& Pad()
-    {
-        m_bytes.resize(m_notes_at +
-                       (m_bytes.size() - m_notes_at + m_alignment - 1) / m_alignment * m_alignment);
-        return *this;
-    }
-    // Writes the size of the notes. A later Put remains.
-    const std::string& Bytes()
-    {
-        Put(m_size_at, m_bytes.size() - m_notes_at, m_make.is_64 ? 8 : 4);
-        return m_bytes;
-    }
-    const std::string& Whole() const { return m_bytes; }
-    void Put(size_t at, uint64_t value, size_t bytes)
-    {
-        for (size_t i = 0; i < bytes; ++i)
-            m_bytes[at + (m_make.is_big ? bytes - 1 - i : i)] = static_cast<char>(value >> 8 * i);
-    }
-
-private:
-    Make m_make;
-    std::string m_bytes;
-    size_t m_size_at = 0, m_notes_at = 0, m_alignment = 4;
-};
-
-constexpr std::string_view kOwner{"Vestrel\0", 8}, kOther{"Vestre1\0", 8}, kShort{"GNU\0", 4},
-    kOdd{"Odd\0\0", 5}, kLonger{"Vestrel\0\0", 9};
+    return std::string(reinterpret_cast<const char*>(&file), sizeof file) + notes;
+}
+constexpr auto MakeElf32 = ElfFile<Elf32_Ehdr, Elf32_Phdr, Elf32_Shdr>;
+constexpr auto MakeElf64 = ElfFile<Elf64_Ehdr, Elf64_Phdr, Elf64_Shdr>;
 
 std::string VersionOf(const std::string& bytes)
 {
@@ -104,71 +84,42 @@ std::string VersionOf(const std::string& bytes)
 
 TEST(VersionNote, IsFoundInFilesOfEveryKindButNotInCutFiles)
 {
-    for (int make_bits = 0; make_bits < 8; ++make_bits)
-        for (const uint64_t alignment : {0, 4, 8, 16}) {
-            const Make make{(make_bits & 1) != 0, (make_bits & 2) != 0, (make_bits & 4) != 0};
-            SCOPED_TRACE(testing::Message() << make_bits << ", alignment " << alignment);
-            ElfFile file{make, alignment};
-            file.Note(kOdd, 1, {7, 7, 7, 7, 7}).Pad();
-            file.Note(kOther, 1, {6, 6, 6, 6}).Pad();
-            file.Note(kShort, 1, {}).Pad();
-            file.Note(kLonger, 1, {3, 3, 3, 3}).Pad();
-            file.Note(kOwner, 2, {5, 5, 5, 5}).Pad();
-            file.Note(kOwner, 1, {4, 4, 4}).Pad(); // too short
-            file.Note(kOwner, 1, {1, 0, 258, 65535});
-            const std::string bytes = file.Bytes();
-            EXPECT_EQ(VersionOf(bytes), "1.0.258.65535");
-            for (size_t cut = 1; cut <= bytes.size(); cut = cut < 24 ? cut + 1 : cut * 2)
-                EXPECT_EQ(VersionOf(bytes.substr(0, bytes.size() - cut)), "") << cut;
-        }
+    for (const auto make : {MakeElf32, MakeElf64})
+        for (const bool is_big : {false, true})
+            for (const bool has_sections : {false, true})
+                for (const uint64_t alignment : {0, 4, 8, 16}) {
+                    SCOPED_TRACE(testing::Message()
+                                 << (make == MakeElf64) << is_big << has_sections << ", " << alignment);
+                    const std::string bytes = make(is_big, has_sections, alignment, {1, 0, 258, 65535});
+                    EXPECT_EQ(VersionOf(bytes), "1.0.258.65535");
+                    for (size_t cut = 1; cut <= bytes.size(); cut = cut < 24 ? cut + 1 : cut * 2)
+                        EXPECT_EQ(VersionOf(bytes.substr(0, bytes.size() - cut)), "") << cut;
+                }
 }
 
-TEST(VersionNote, IsEmptyIfHeadersOrSizesAreWrong)
+TEST(VersionNote, WrongSizesTakeNeitherMemoryNorTime)
 {
-    const Make make{true, false, false};
-    ElfFile whole{make, 4};
-    whole.Note(kOwner, 1, {1, 2, 3, 4});
-    ASSERT_EQ(VersionOf(whole.Bytes()), "1.2.3.4");
-    constexpr size_t kEntry = 64 + 56; // the second entry of the table
-    struct {
-        const char* name;
-        size_t at;
-        uint64_t value;
-        size_t bytes;
-        const char* want;
-    } const cases[] = {
-        {"class", 4, 3, 1, ""},
-        {"one entry", 56, 1, 2, ""},
-        {"more entries than in the file", 56, 65534, 2, ""},
-        {"number of sections elsewhere", 40, 64, 8, ""},
-        {"notes past the largest offset", kEntry + 8, INT64_MAX - 3, 8, ""},
-        {"notes beyond the file", kEntry + 32, 1 << 30, 8, "1.2.3.4"},
-        {"name longer than the file", kEntry + 56, UINT32_MAX, 4, ""},
-        {"name one too long", kEntry + 56, 9, 4, ""},
-        {"content longer than the file", kEntry + 60, UINT32_MAX, 4, ""},
-        {"content one too short", kEntry + 60, 7, 4, ""},
-        {"name without its terminating zero", kEntry + 75, 'l', 1, ""},
+    const auto with = [](size_t at, uint64_t value) {
+        std::string bytes = MakeElf64(false, false, 4, {1, 2, 3, 4});
+        for (size_t i = 0; i < 8; ++i)
+            bytes[at + i] = static_cast<char>(value >> 8 * i);
+        return bytes;
     };
-    for (const auto& c : cases) {
-        ElfFile file = whole;
-        file.Put(c.at, c.value, c.bytes);
-        EXPECT_EQ(VersionOf(file.Whole()), c.want) << c.name;
-    }
-}
+    constexpr size_t kEntry = sizeof(Elf64_Ehdr) + sizeof(Elf64_Phdr);
+    EXPECT_EQ(VersionOf(with(offsetof(Elf64_Ehdr, e_shoff), 64)), "")
+        << "the number of sections is elsewhere";
+    EXPECT_EQ(VersionOf(with(kEntry + offsetof(Elf64_Phdr, p_offset), INT64_MAX - 3)), "");
+    EXPECT_EQ(VersionOf(with(kEntry + offsetof(Elf64_Phdr, p_filesz), 1 << 30)), "1.2.3.4");
 
-TEST(VersionNote, IsQuickInHugeAndEndlessFiles)
-{
+    std::string bytes = MakeElf64(false, false, 4, {});
+    bytes[kEntry + offsetof(Elf64_Phdr, p_filesz) + 4] = 15; // 60 GB of empty notes
     const ScratchDirectory scratch;
-    ElfFile file{{true, false, false}, 4};
-    std::string bytes = file.Bytes();
-    bytes[64 + 56 + 32 + 4] = 15; // 60 GB of empty notes
     const std::string path = scratch.Write("sparse", bytes);
     ASSERT_EQ(truncate(path.c_str(), off_t{1} << 36), 0);
-    const ScratchDirectory other;
-    ASSERT_EQ(mkfifo(other.File("fifo").c_str(), 0666), 0);
+    const std::string fifo = scratch.File("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0666), 0);
     alarm(20); // a call that takes too long ends the program
-    for (const std::string& each : {path, other.File("fifo"), std::string{"/dev/zero"}, other.Path(),
-                                    other.File("nothing"), std::string{}})
+    for (const std::string& each : {path, fifo, std::string{}})
         EXPECT_EQ(GetFileVersionText(each), "") << each;
     alarm(0);
     EXPECT_EQ(GetFileVersionText(nullptr), "");
