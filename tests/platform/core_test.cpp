@@ -1,5 +1,6 @@
 // Texts, rounding, message parameters, class records and message maps.
 #include "platform/cstring.h"
+#include "platform/doc.h"
 #include "platform/messages.h"
 
 #include <clocale>
@@ -139,11 +140,9 @@ TEST(MessageWords, PackedPointsKeepTheirSigns)
         }
 }
 
-class Base : public CCmdTarget
+class Target : public CCmdTarget
 {
 public:
-    static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
     const MessageMap& Map() const { return GetMessageMap(); }
     CString log;
 
@@ -156,56 +155,29 @@ public:
         log.Format("own %llx %llx", static_cast<unsigned long long>(w), static_cast<unsigned long long>(l));
         return 5;
     }
-    void OnBoth() { log = "base command"; }
-    void OnUpdateBoth(CCmdUI& ui) { ui.Enable(false); }
+    void OnUpdate(CCmdUI& ui) { ui.Enable(false); }
 
 protected:
     static const MessageEntry entries[];
     static const MessageMap messages;
     const MessageMap& GetMessageMap() const override { return messages; }
 };
-const CRuntimeClass Base::classRecord{"Base", &CCmdTarget::classRecord, &CreateObjectOf<Base>};
-const MessageEntry Base::entries[] = {
-    On<WM_SIZE, &Base::OnSize>(),
-    On<WM_KEYDOWN, &Base::OnKey>(),
-    On<WM_MOUSEMOVE, &Base::OnMouse>(),
-    On<WM_VSCROLL, &Base::OnScroll>(),
-    On<WM_USER, &Base::OnOwn>(),
-    OnCommand<7, &Base::OnBoth>(),
-    OnUpdateCommand<7, &Base::OnUpdateBoth>(),
-    OnUpdateCommand<8, &Base::OnUpdateBoth>(),
+const MessageEntry Target::entries[] = {
+    On<WM_SIZE, &Target::OnSize>(),       On<WM_KEYDOWN, &Target::OnKey>(),
+    On<WM_MOUSEMOVE, &Target::OnMouse>(), On<WM_VSCROLL, &Target::OnScroll>(),
+    On<WM_USER, &Target::OnOwn>(),        OnUpdateCommand<8, &Target::OnUpdate>(),
 };
-const MessageMap Base::messages{&CCmdTarget::messages, entries};
-
-class Derived : public Base
-{
-public:
-    static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
-    void OnDerived() { log = "derived command"; }
-
-protected:
-    static const MessageEntry entries[];
-    static const MessageMap messages;
-    const MessageMap& GetMessageMap() const override { return messages; }
-};
-const CRuntimeClass Derived::classRecord{"Derived", &Base::classRecord, nullptr};
-const MessageEntry Derived::entries[] = {OnCommand<7, &Derived::OnDerived>()};
-const MessageMap Derived::messages{&Base::messages, entries};
+const MessageMap Target::messages{&CCmdTarget::messages, entries};
 
 TEST(RuntimeClass, DowncastFollowsTheRecords)
 {
-    Derived derived;
-    const std::unique_ptr<CObject> base{Base::classRecord.CreateObject()};
-    EXPECT_EQ(DynamicDowncast<Base>(&derived), &derived);
-    EXPECT_EQ(DynamicDowncast<Base>(base.get()), base.get());
-    EXPECT_EQ(DynamicDowncast<Derived>(base.get()), nullptr);
-    EXPECT_EQ(DynamicDowncast<Derived>(nullptr), nullptr);
-    EXPECT_EQ(Derived::classRecord.CreateObject(), nullptr);
-    EXPECT_TRUE(derived.IsKindOf(CObject::classRecord));
+    Target target; // has the record of its base class
+    EXPECT_EQ(DynamicDowncast<CCmdTarget>(&target), &target);
+    EXPECT_EQ(DynamicDowncast<CDocument>(&target), nullptr);
+    EXPECT_EQ(DynamicDowncast<CDocument>(nullptr), nullptr);
 }
 
-TEST(MessageMap, UnpacksParametersPerMessageAndFindsBaseEntries)
+TEST(MessageMap, UnpacksTheParametersOfEachMessage)
 {
     struct {
         UINT message;
@@ -220,30 +192,15 @@ TEST(MessageMap, UnpacksParametersPerMessageAndFindsBaseEntries)
         {WM_VSCROLL, 0, PackPoint(kMost, 0), "scroll 2147483647", 0},
         {WM_USER, 0xfedcba9876543210, 0x123456789abcdef0, "own fedcba9876543210 123456789abcdef0", 5},
     };
-    Derived target;
+    Target target;
     for (const auto& c : cases) {
         const MessageEntry* entry = target.Map().Find(MessageEntry::Kind::message, c.message);
         ASSERT_TRUE(entry) << c.want;
         EXPECT_EQ(entry->invoke(target, c.w, c.l), c.result) << c.want;
         EXPECT_EQ(target.log, c.want);
     }
-    EXPECT_EQ(target.Map().Find(MessageEntry::Kind::message, 7),
-              nullptr); // 7 is a command, not a message
-}
-
-TEST(MessageMap, TheDerivedEntryWinsAndAnUpdateHandlerIsNoCommandHandler)
-{
-    Derived derived;
-    Base base;
-    EXPECT_TRUE(derived.OnCmdMsg(7, CCmdTarget::CommandStep::run, nullptr));
-    EXPECT_EQ(derived.log, "derived command");
-    EXPECT_TRUE(base.OnCmdMsg(7, CCmdTarget::CommandStep::run, nullptr));
-    EXPECT_EQ(base.log, "base command");
-    CCmdUI ui{7};
-    EXPECT_TRUE(derived.OnCmdMsg(7, CCmdTarget::CommandStep::update, &ui));
-    EXPECT_FALSE(ui.IsEnabled());
-    EXPECT_EQ(derived.log, "derived command");
-    EXPECT_FALSE(derived.OnCmdMsg(8, CCmdTarget::CommandStep::run, nullptr)); // has only an update handler
-    EXPECT_FALSE(derived.HasCommandHandler(8));
+    EXPECT_EQ(target.Map().Find(MessageEntry::Kind::message, 8), nullptr);   // 8 is a command, not a message
+    EXPECT_FALSE(target.OnCmdMsg(8, CCmdTarget::CommandStep::run, nullptr)); // has only an update handler
+    EXPECT_FALSE(target.HasCommandHandler(8));
 }
 } // namespace

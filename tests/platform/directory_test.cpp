@@ -138,24 +138,4 @@ TEST(ListDirectory, ListsMatchingFilesAndAllDirectories)
               "as expected");
     chmod(scratch.Path().c_str(), 0700);
 }
-
-TEST(ListDirectory, ReadsTheMarksOfMatchingFilesOnly)
-{
-    const ScratchDirectory scratch;
-    for (const char* name : {"longer-name.fax", "viewed.fax", "a.fax", "no.tif"})
-        scratch.Write(name, name);
-    mkdir(scratch.File("sub").c_str(), 0755);
-    const FileStatus viewed = FileStatusOf(scratch.File("viewed.fax"));
-    FakeMarks marks; // the mark is the same for every file, but only viewed.fax has its size
-    marks.mark = "1 " + std::to_string(viewed.modified_s) + "." +
-                 std::to_string(1000000000 + viewed.modified_ns).substr(1) + " 10";
-    EXPECT_EQ(Shown(ListDirectory(scratch.Path(), "*.fax", Marks::leave)),
-              "a.fax longer-name.fax sub/ viewed.fax ");
-    EXPECT_EQ(marks.trace, "");
-    EXPECT_EQ(Shown(ListDirectory(scratch.Path(), "*.fax", Marks::read)),
-              "a.fax longer-name.fax sub/ <viewed.fax> ");
-    for (const char* name : {"/a.fax ", "/longer-name.fax ", "/viewed.fax "})
-        EXPECT_NE(marks.trace.find(scratch.Path() + name), std::string::npos) << marks.trace;
-    EXPECT_EQ(marks.trace.find("tif"), std::string::npos);
-}
 } // namespace
