@@ -247,19 +247,4 @@ TEST_F(FileDialogTest, ListsManyFilesWithoutReadingThem)
     ASSERT_EQ(stat(first.c_str(), &status), 0);
     EXPECT_EQ(status.st_atim.tv_sec, 1);
 }
-
-// The dialog does not write to the file in which Qt keeps the state of its dialogs.
-TEST_F(FileDialogTest, LeavesNoSettings)
-{
-    const char* home = std::getenv("XDG_CONFIG_HOME");
-    const fs::path settings =
-        home ? fs::path(home) : fs::path(std::getenv("HOME") ? std::getenv("HOME") : "/") / ".config";
-    const fs::path file = settings / "QtProject.conf";
-    std::error_code none;
-    const bool was_there = fs::exists(file);
-    const auto before = fs::last_write_time(file, none);
-    EXPECT_EQ(Show([&] { ClickFileButton(dialog, IDCANCEL); }), IDCANCEL);
-    EXPECT_EQ(fs::exists(file), was_there);
-    EXPECT_EQ(fs::last_write_time(file, none), before);
-}
 } // namespace

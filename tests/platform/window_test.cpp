@@ -47,18 +47,6 @@ TEST_F(WindowTest, TheSizeIsReportedBeforeTheFirstPaint)
     }
 }
 
-TEST_F(WindowTest, ThePlacementFollowsTheFrame)
-{
-    frame->MoveWindow({30, 40, 530, 440});
-    Settle();
-    EXPECT_EQ(frame->GetWindowPlacement().normal_position, (CRect{30, 40, 530, 440}));
-    const CRect client = view->GetClientRect();
-    ResizeFrame(*frame, {600, 500}); // as if by the user
-    const CRect place = frame->GetWindowPlacement().normal_position;
-    EXPECT_EQ(place.Width() - 500, view->GetClientRect().right - client.right);
-    EXPECT_EQ(place.Height() - 400, view->GetClientRect().bottom - client.bottom);
-}
-
 TEST_F(WindowTest, AFrameFillsTheScreenAndIsRestored)
 {
     const CRect place{30, 40, 530, 440};
