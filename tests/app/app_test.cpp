@@ -71,43 +71,6 @@ protected:
     static constexpr const char* kNextOff = "&View/&Next Page\tCtrl+Alt+N [disabled]";
 };
 
-TEST_F(App, OpensTheWholeCommandLineAsOnePath)
-{
-    const std::string words = WritePage("two words.tif", 50, 40);
-    const struct {
-        std::string line;
-        Texts boxes;
-        const char* title;
-    } cases[] = {
-        {"", {}, "LUMENTA"},
-        {"-e", {}, "LUMENTA"},
-        {"/E", {}, "LUMENTA"},
-        {"/embedding " + words, {}, "LUMENTA"},
-        {words, {}, "two words - LUMENTA"},
-        {words + ";extra", {}, "two words - LUMENTA"},
-        {words + " more", {words + " more: Open failed"}, "LUMENTA"},
-        {"-d", {"-d: Open failed"}, "LUMENTA"},
-        {"/", {"/: Open failed"}, "LUMENTA"},
-    };
-    for (const auto& c : cases) {
-        Start(c.line);
-        EXPECT_EQ(boxes.Take(), c.boxes) << c.line;
-        EXPECT_EQ(Title(), c.title) << c.line;
-    }
-}
-
-TEST_F(App, OpeningThePageAgainShowsItsNewRows)
-{
-    Start(WritePage("page.tif", 600, 500));
-    ResizeFrame(*frame, {400, 300});
-    EXPECT_EQ(ScreenDiffersFromPage(), "");
-    const std::string path = WritePage("page.tif", 600, 500, 300, 300, 2);
-    EXPECT_NE(ScreenDiffersFromPage(), "");
-    ASSERT_NE(app->OpenDocumentFile(path), nullptr);
-    ASSERT_TRUE(PumpUntilIdle());
-    EXPECT_EQ(ScreenDiffersFromPage(), "");
-}
-
 TEST_F(App, DroppedFilesAreShownInTurn)
 {
     Start();
@@ -160,7 +123,7 @@ TEST_F(App, MouseButtonsShowTheNextAndThePreviousPage)
     }
 }
 
-TEST_F(App, SettingsAreRestoredAndLinesPerUpdateIsAtLeastOne)
+TEST_F(App, LinesPerUpdateIsAtLeastOne)
 {
     for (const int stored : {-3, 0, 1, 40}) {
         Stop();
@@ -170,13 +133,6 @@ TEST_F(App, SettingsAreRestoredAndLinesPerUpdateIsAtLeastOne)
         EXPECT_EQ(document->m_nLinesPerUpdate, std::max(stored, 1));
         EXPECT_EQ(app->GetProfileInt("App", "Lines Per Update", -1), std::max(stored, 1));
     }
-    app->m_strPageDirectory = "/srv/pages/";
-    app->m_strPageFilter = "*.fax";
-    app->m_bMarkViewed = true;
-    Start();
-    EXPECT_EQ(app->m_strPageDirectory, "/srv/pages/");
-    EXPECT_EQ(app->m_strPageFilter, "*.fax");
-    EXPECT_TRUE(app->m_bMarkViewed);
 }
 
 // Keeps the viewed marks in memory, so that the test needs no support of the file system.

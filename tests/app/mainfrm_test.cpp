@@ -1,4 +1,4 @@
-// The main window: read-outs in four units, notes, menu, title, and its placement in the next run.
+// The main window: read-outs in four units, notes, title, disabled commands, and invalid placements.
 #include "app/notes.h"
 #include "app/scalefrm.h"
 #include "tests/app/window_fixture.h"
@@ -168,62 +168,28 @@ TEST_F(MainFrame, AUnitAppliesAtOnceAndInTheNextRun)
         EXPECT_FALSE(MenuHas(c.menu)) << c.menu;
 }
 
-TEST_F(MainFrame, TheMenuIsComplete)
+TEST_F(MainFrame, WithoutAPageTheseCommandsAreDisabled)
 {
     Start();
+    std::vector<CString> disabled = DescribeMenu(*frame);
+    std::erase_if(disabled, [](const CString& item) { return !item.View().ends_with(" [disabled]"); });
     const std::vector<CString> want{
-        "&File/&Open...\tCtrl+O",
-        "&File/Open Multiple...\tCtrl+M",
         "&File/&Print...\tCtrl+P [disabled]",
-        "&File/P&rint Setup...",
-        "&File/E&xit",
         "&File/Print Pre&view... [disabled]",
         "&View/&Scaled Page\tCtrl+Alt+S [disabled]",
         "&View/&Next Page\tCtrl+Alt+N [disabled]",
-        "&View/Lines per update\t...",
-        "&View/&Inches",
-        "&View/&Millimeters",
-        "&View/&Pixels [checked]",
-        "&View/P&oints",
         "&View/P&revious Page\tCtrl+Alt+P [disabled]",
-        "&View/&Keep Place",
         "&View/&Clear List [disabled]",
         "&View/&Go To...\tCtrl+G [disabled]",
         "&View/Page In&formation...\tCtrl+I [disabled]",
         "&View/Re&load\tF5 [disabled]",
-        "&View/F&ull Screen\tF11",
         "&View/Close O&verview\tCtrl+W [disabled]",
-        "&Help/&About LUMENTA...",
-        "&Help/&Keys...\tF1",
     };
-    EXPECT_EQ(DescribeMenu(*frame), want);
+    EXPECT_EQ(disabled, want);
 }
 
-TEST_F(MainFrame, ItsPlacementIsKept)
+TEST_F(MainFrame, ABadPlacementIsIgnored)
 {
-    const auto stored = [&] { return std::string{app->GetProfileString("window", "MainFrame").c_str()}; };
-    Start();
-    frame->MoveWindow({30, 40, 530, 440});
-    ASSERT_TRUE(PumpUntilIdle());
-    Stop();
-    Start();
-    EXPECT_EQ(stored(), "30 40 530 440");
-    EXPECT_EQ(frame->GetWindowPlacement().normal_position, (CRect{30, 40, 530, 440}));
-    EXPECT_FALSE(frame->IsZoomed());
-
-    frame->ShowWindow(SW_SHOWMAXIMIZED);
-    ASSERT_TRUE(PumpUntilIdle());
-    Start();
-    EXPECT_EQ(stored(), "30 40 530 440") << "the placement before the window was maximized";
-    EXPECT_EQ(app->GetProfileInt("window", "Maximize MainFrame", -1), 1);
-    EXPECT_TRUE(frame->IsZoomed());
-    frame->ShowWindow(SW_SHOWNORMAL);
-    ASSERT_TRUE(PumpUntil([&] { return !frame->IsZoomed(); }));
-    EXPECT_EQ(frame->GetWindowPlacement().normal_position, (CRect{30, 40, 530, 440}));
-    Start();
-    EXPECT_EQ(app->GetProfileInt("window", "Maximize MainFrame", -1), 0);
-    EXPECT_FALSE(frame->IsZoomed());
-
     CDC screen;
     screen.CreateDisplayInformation();
     const CRect whole{0, 0, screen.GetDeviceCaps(HORZRES), screen.GetDeviceCaps(VERTRES)};
@@ -235,77 +201,5 @@ TEST_F(MainFrame, ItsPlacementIsKept)
         Start();
         EXPECT_EQ(frame->GetWindowPlacement().normal_position, whole) << bad;
     }
-}
-
-TEST_F(MainFrame, KeysControlFullScreenOverviewAndExit)
-{
-    Start();
-    frame->MoveWindow({30, 40, 530, 440});
-    ASSERT_TRUE(PumpUntilIdle());
-    for (const char* const way_back : {"F11", "Escape"}) {
-        PressAccelerator(*frame, "F11");
-        EXPECT_TRUE(frame->IsFullScreen());
-        PressAccelerator(*frame, way_back);
-        EXPECT_FALSE(frame->IsFullScreen());
-    }
-    app->OpenDocumentFile(WritePage("page.tif", 900, 700));
-    for (const bool from_itself : {false, true}) {
-        EXPECT_TRUE(MenuHas("&View/Close O&verview\tCtrl+W [disabled]"));
-        PressAccelerator(*frame, "Ctrl+Alt+S");
-        ASSERT_NE(view->m_pScaleFrame, nullptr);
-        PressAccelerator(from_itself ? static_cast<CFrameWnd&>(*view->m_pScaleFrame) : *frame, "Ctrl+W");
-        EXPECT_EQ(view->m_pScaleFrame, nullptr);
-    }
-    PressAccelerator(*frame, "F11");
-    PressAccelerator(*frame, "Ctrl+Alt+S");
-    PressAccelerator(*view->m_pScaleFrame, "Ctrl+Q");
-    EXPECT_EQ(app->m_pMainWnd, nullptr);
-    Start();
-    EXPECT_EQ(app->GetProfileString("window", "MainFrame"), "30 40 530 440");
-    EXPECT_EQ(app->GetProfileInt("window", "Maximize MainFrame", -1), 0);
-    EXPECT_FALSE(frame->IsFullScreen());
-}
-
-// A second view of the page, in which the user has picked a point.
-class Picker : public CLumenta
-{
-public:
-    CPoint GetPickedPoint() const override { return picked; }
-    CPoint picked;
-};
-
-TEST_F(MainFrame, APickedPointIsCentredWithinThePage)
-{
-    StartWithPage(2001, 1501);
-    const CRect client = view->GetClientRect();
-    const CPoint half{client.Width() / 2, client.Height() / 2};
-    const CPoint end{2001 - client.Width(), 1501 - client.Height()};
-    const struct {
-        CPoint picked, want;
-    } cases[] = {
-        {{1000, 700}, {1000 - half.x, 700 - half.y}},
-        {{0, 0}, {0, 0}},
-        {{2000, 1500}, end},
-        {{half.x, half.y + 1}, {0, 1}},
-        {{INT32_MAX, INT32_MIN}, {end.x, 0}},
-    };
-    Picker picker;
-    for (const auto& c : cases) {
-        picker.picked = c.picked;
-        EXPECT_EQ(frame->SendMessage(WM_PAGE_CENTER, 0, PackPointer<CLumenta>(&picker)), 0);
-        EXPECT_EQ(view->GetScrollPosition(), c.want);
-        ASSERT_TRUE(PumpUntilIdle());
-        EXPECT_EQ(ScreenDiffersFromPage(), "");
-    }
-    EXPECT_EQ(frame->SendMessage(WM_PAGE_CENTER, 0, 0), 0);
-    EXPECT_EQ(view->GetScrollPosition(), cases[4].want);
-    EXPECT_EQ(view->SendMessage(WM_PAGE_CLOSED, 0, PackPointer(document)), -1) << "no second window is open";
-
-    app->OpenDocumentFile(WritePage("small.tif", 20, 30));
-    EXPECT_EQ(frame->SendMessage(WM_PAGE_CENTER, 0, PackPointer<CLumenta>(&picker)), 0);
-    EXPECT_EQ(view->GetScrollPosition(), (CPoint{0, 0}));
-    frame->SetActiveView(nullptr);
-    EXPECT_EQ(frame->SendMessage(WM_PAGE_CENTER, 0, PackPointer<CLumenta>(&picker)), -1);
-    frame->SetActiveView(view);
 }
 } // namespace

