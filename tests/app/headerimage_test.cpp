@@ -1,6 +1,5 @@
 // Page files with a header, read as images and through the document: intact and damaged files of every image
 // class, and other files.
-#include "app/decoderblock.h"
 #include "app/group4image.h"
 #include "app/jbigimage.h"
 #include "app/lumentadoc.h"
@@ -138,7 +137,12 @@ TEST(HeaderImage, DeliversEveryRowByEveryMethod)
                 ASSERT_EQ(image->ReadRow(row.data(), row_bytes), 1);
                 expect_row(row.data(), at + passed + 1);
             }
+            ASSERT_EQ(image->Open(path), 1) << "closes the page that was open";
         }
+    int still_open = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+        still_open += entry.is_symlink() && std::filesystem::read_symlink(entry).string() == path;
+    EXPECT_EQ(still_open, 0);
 }
 
 TEST(HeaderImage, ClearsTheBytesAfterARow)
@@ -420,40 +424,4 @@ TEST(HeaderImage, AClaimedSizeTakesNoMemory)
                       "");
         }
 }
-
-TEST(HeaderImage, OpensAndClosesAThousandPages)
-{
-    const ScratchDirectory scratch;
-    const std::string path = scratch.File("page.fax");
-    const pages::Bitmap page = DrawPage(300, 50);
-    for (const ImageClass& one : kClasses) {
-        WritePage(path, page, one.raster);
-        const std::unique_ptr<Image> image = one.make();
-        for (int n = 0; n < 1000; ++n) {
-            ASSERT_EQ(image->Open(path), 1);
-            Bytes rows(static_cast<size_t>(image->BytesPerRow) * 10);
-            ASSERT_EQ(image->ReadRows(rows.data(), image->BytesPerRow, 20, 10), 10);
-        }
-        image->Close();
-    }
-    // No descriptor stays open. The leak checker checks memory.
-    int still_open = 0;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
-        still_open += entry.is_symlink() && std::filesystem::read_symlink(entry).string() == path;
-    EXPECT_EQ(still_open, 0);
-}
-
-TEST(HeaderImage, MemoryThatADecoderLeaksIsReported)
-{
-    testing::internal::CaptureStderr();
-    void* kept = nullptr;
-    {
-        DecoderBlock block;
-        kept = callback_allocate(block.Over(nullptr), 8, "kept");
-    }
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("1 allocations, 0 deallocations"),
-              std::string::npos);
-    free(kept);
-}
-
 } // namespace
