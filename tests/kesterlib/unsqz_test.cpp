@@ -222,6 +222,20 @@ TEST(Unsqz, DecodesTheLimitsOfARow)
          {"x80AA", "0 0011110 0011110 0011110 0011110 0011110 0011110 0011110 0011110"},
          {"AA"},
          kRuns},
+        {"five codes that refer to the copies after a coded row",
+         1,
+         2,
+         {"01", "0 0011110 0011110 0011110 0011110 1"},
+         {"00", "00"}},
+        {"a sixth such code", 1, 2, {"01", "0 0011110 0011110 0011110 0011110 0011110 1"}, {"00"}, kRuns},
+        {"a list without room for the closing copies",
+         1,
+         2,
+         {"x80AA", "0 1 0010000 00 0010000 00 0010000 00 10010 0010000 00 0001"},
+         {"AA"},
+         kRuns},
+        {"a run that ends left of its start", 2, 2, {"x800040", "0 0011111 0011110 1"}, {"0040", "FE0F"}},
+        {"the same in one byte", 2, 2, {"x800010", "0 0011111 0011110 1"}, {"0010", "0000"}},
         {"an invalid start byte", 1, 1, {"11111111"}, {}, "eof code not zero"},
         {"an empty stream", 1, 1, {}, {}, "eof code not zero"},
     };
@@ -308,7 +322,7 @@ TEST(Unsqz, TheLongestListsFit)
             const Bytes page(static_cast<size_t>(row_bytes) * 3, byte);
             const Bytes stream = Encode(page, row_bytes, pages::RawRows::Never);
             const SqzReference want = DecodeSqueeze(stream, row_bytes * 8, row_bytes, 3);
-            ASSERT_EQ(want.rows.size(), 3u);
+            ASSERT_EQ(want.rows, std::vector<Bytes>(3, Bytes(static_cast<size_t>(row_bytes), byte)));
             ExpectAsReference(stream, {row_bytes * 8, row_bytes, 3});
         }
     }
