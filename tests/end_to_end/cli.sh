@@ -133,22 +133,3 @@ nowhere.tif Open failed
 pipe Open failed
 cut.tif Open failed
 EOT
-
-# A page that was cut off, in each compression. One box reports the first bad row, and the rows above it are
-# shown. With Group 3 the row above the bad one may be damaged too.
-tolerated=Decode # libtiff writes to the standard error stream too
-rows_shown() { "$grab" view "$window" whole.tif | grep -qE " ($line|$((line - 1)))\$"; }
-for compression in none group3 group4 packbits lzw deflate; do
-  "$makepage" --draw noise --width 1501 --height 1203 --compression $compression --directory-first --name Torn whole.tif
-  head -c $(($(stat -c %s whole.tif) / 2)) whole.tif >torn.tif
-  start_program torn.tif
-  dialog_named LUMENTA
-  await "$compression: the box does not report a line" reports_line
-  want "$compression: line $line" test "$line" -gt 500 -a "$line" -lt 650
-  xdotool key Return
-  window_named "Torn - LUMENTA"
-  await "$compression: the rows above line $line are wrong" rows_shown
-  xdotool key ctrl+End ctrl+Home # this must open no second box
-  await "$compression: the rows above line $line are wrong" rows_shown
-  quit_program
-done

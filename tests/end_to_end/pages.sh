@@ -210,7 +210,6 @@ for number in {1..4}; do
   "$makepage" --draw noise --width 1603 --height 1201 --seed "$number" --name "Layer $number" \
     "$separations/$number.tif"
 done
-"$makepage" --draw noise --width 1603 --height 1201 --name "Layer 5" "$separations/5.tif"
 give "$separations"
 new_settings <<EOT
 [window]
@@ -246,31 +245,12 @@ xdotool key --delay 1 Right Right Right Next
 await_page "$x" "$y" "the way to the place"
 xdotool key ctrl+alt+n
 shows_separation 3 "$x" "$y" "Next Page"
-xdotool key ctrl+alt+n
-shows_separation 4 "$x" "$y" "Next Page again"
-xdotool key ctrl+alt+p
-shows_separation 3 "$x" "$y" "Previous Page"
 xdotool key ctrl+alt+p Down
 shows_separation 2 "$x" $((++y)) "Previous Page and a step"
 xdotool mousemove --window "$window" 200 200 click 8 mousemove 1200 900
 shows_separation 1 "$x" "$y" "the back button"
-xdotool key ctrl+alt+p Right
-shows_separation 1 $((++x)) "$y" "Previous Page before the first"
 xdotool mousemove --window "$window" 200 200 click 9 click 9 mousemove 1200 900
 shows_separation 3 "$x" "$y" "the forward button twice"
-
-# The fifth page is removed. It leaves the list, which then has one page less.
-rm "$separations/5.tif"
-xdotool key ctrl+alt+n
-shows_separation 4 "$x" "$y" "Next Page before a removed page"
-xdotool key ctrl+alt+n
-dialog_named LUMENTA
-xdotool key Return
-await "the box does not close" window_gone "$dialog"
-window_named ".*LUMENTA"
-xdotool key ctrl+alt+p
-field_of=([5]=${field_of[4]})
-shows_separation 4 "$x" "$y" "Previous Page after a removed page"
 
 # Without a list, no number is shown and Previous Page does nothing.
 choose alt+v c
@@ -309,29 +289,4 @@ good_run "values of wrong types"
 "$makepage" --draw noise --width 1024 --height 512 --kind plain "$scratch/noise"
 tail -c 65536 "$scratch/noise" | new_settings
 good_run "random bytes"
-new_settings </dev/null
-rm "$settings_file"
-mkdir "$settings_file"
-good_run "a directory in place of the file"
-rmdir "$settings_file"
-mkfifo "$settings_file"
-good_run "a pipe in place of the file"
-if [[ $limited ]]; then
-  for rights in 444 000; do
-    new_settings <<<"[App]"
-    chmod "$rights" "$settings_file"
-    good_run "a file with rights $rights"
-    chmod 644 "$settings_file"
-    equal "protected settings" "[App]" "$(<"$settings_file")"
-  done
-  rm -r "${settings_file%/*}"
-  chmod 555 "$XDG_CONFIG_HOME"
-  good_run "in a protected directory"
-  chmod 755 "$XDG_CONFIG_HOME"
-fi
-start_program
-window_named LUMENTA
-rm -r "$XDG_CONFIG_HOME"
-quit_program
-XDG_CONFIG_HOME=/dev/null/x good_run "a directory that cannot be made"
 equal "files in other places" "" "$(find "$HOME" -type f -not -path '*/.cache/*')"

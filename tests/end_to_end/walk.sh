@@ -13,30 +13,21 @@ find_view "$scratch/walk.tif"
 right=$((width - view_width)) bottom=$((height - view_height)) # the largest positions
 page_x=$((view_width - 1)) page_y=$((view_height - 1))         # the steps of the page keys
 
-# Each line has the position on the page that its keys lead to. The first key of a line often must do nothing.
+# Each line has the position on the page that its keys lead to. The first key of some lines must do nothing.
 while read -r x y keys; do
   # shellcheck disable=SC2086
   xdotool key --delay 1 $keys
   await_page "$x" "$y" "$keys"
 done <<EOT
 3 0 Left Right Right Right
-2 0 Left Up
-2 5 Down Down Down Down Down
-2 4 Up
-2 $((4 + page_y)) Next
-2 $((4 + 2 * page_y)) ctrl+Down
-2 $((4 + 3 * page_y)) ctrl+Next
-2 $((4 + page_y)) Prior ctrl+Up
-$((2 + page_x)) $((4 + page_y)) ctrl+Right
-2 $((4 + page_y)) ctrl+Left
-$right $((4 + page_y)) End
-$right $bottom ctrl+End
+3 5 Up Down Down Down Down Down
+3 $((5 + page_y)) Next
+$((3 + page_x)) $((5 + page_y)) ctrl+Right
+3 5 Prior ctrl+Left
+$right $bottom End ctrl+End
 $right $bottom Right Down Next ctrl+Right
-$((right - 1)) $((bottom - 1)) Left Up
-0 $((bottom - 1)) Home
-0 0 ctrl+Home
-0 $bottom Next Next Next Next Next Next
-1 0 ctrl+Home Right
+0 0 Home ctrl+Home
+1 0 Left Right
 EOT
 
 # While the button is down, the page follows the pointer and stops at its edges.
