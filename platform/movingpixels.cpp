@@ -11,7 +11,10 @@
 // to.
 namespace
 {
-constexpr ptrdiff_t kSpare = 4; // the spare memory is a quarter of the picture
+// The spare memory: a quarter of the picture, but at least so many pixels (4 MB), so that a small picture is
+// not copied at every second step of 100 lines.
+constexpr ptrdiff_t kSpareShare = 4;
+constexpr ptrdiff_t kLeastSpare = ptrdiff_t{1} << 20;
 } // namespace
 
 void MovingPixels::Free::operator()(uint32_t* pixels) const
@@ -24,7 +27,8 @@ MovingPixels::MovingPixels(int width, int height)
     if (width <= 0 || height <= 0)
         return;
     const ptrdiff_t count = ptrdiff_t{width} * height;
-    const ptrdiff_t size = count + ptrdiff_t{width} * (height / kSpare + 1);
+    const ptrdiff_t spare = std::max(ptrdiff_t{width} * (height / kSpareShare + 1), kLeastSpare);
+    const ptrdiff_t size = count + spare;
     m_memory.reset(static_cast<uint32_t*>(std::malloc(static_cast<size_t>(size) * sizeof(uint32_t))));
     if (!m_memory)
         return;
