@@ -1,7 +1,7 @@
 #include "app/keysdialog.h"
 
 #include "app/dialogids.h"
-#include "app/resources.h"
+#include "app/lumentaresources.h"
 
 #include <algorithm>
 #include <string>

@@ -1,15 +1,15 @@
 #include "app/lumentaapp.h"
 
 #include "app/aboutdialog.h"
-#include "app/commandline.h"
 #include "app/keysdialog.h"
 #include "app/lumentadoc.h"
+#include "app/lumentaresources.h"
 #include "app/lumentavw.h"
 #include "app/mainfrm.h"
 #include "app/openmultipledialog.h"
 #include "app/pagefilter.h"
 #include "app/pageopendialog.h"
-#include "app/resources.h"
+#include "app/pagepath.h"
 #include "app/usermsg.h"
 #include "platform/log.h"
 

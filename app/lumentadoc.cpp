@@ -1,16 +1,16 @@
 // Opens and closes pages, and manages the row store. Drawing is in pagedraw.cpp, reduction in pagescale.cpp.
 #include "app/lumentadoc.h"
 
-#include "app/commandline.h"
 #include "app/group4image.h"
 #include "app/jbigimage.h"
 #include "app/notes.h"
+#include "app/pagepath.h"
 #include "app/sqzimage.h"
 #include "app/sqznoneimage.h"
 #include "app/tifimage.h"
 #include "app/usermsg.h"
 #include "platform/app.h"
-#include "platform/memory.h"
+#include "platform/freememory.h"
 #include "platform/view.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 // file.
 #pragma once
 
-#include "platform/frame.h"
+#include "platform/framewnd.h"
 
 class CPageFrame : public CFrameWnd
 {

@@ -2,7 +2,7 @@
 
 #include "app/pagedraw.h"
 #include "platform/app.h"
-#include "platform/memory.h"
+#include "platform/freememory.h"
 
 #include <algorithm>
 #include <new>

@@ -3,9 +3,9 @@
 // status 1.
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
+#include "app/lumentaresources.h"
 #include "app/lumentavw.h"
 #include "app/mainfrm.h"
-#include "app/resources.h"
 #include "app/usermsg.h"
 #include "bench/countingimage.h"
 #include "bench/harness.h"

@@ -1,7 +1,7 @@
 // The part of the application object that does not use Qt.
 #include "platform/app.h"
 
-#include "platform/frame.h"
+#include "platform/framewnd.h"
 
 #include <algorithm>
 #include <filesystem>

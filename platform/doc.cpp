@@ -2,7 +2,7 @@
 #include "platform/doc.h"
 
 #include "platform/app.h"
-#include "platform/frame.h"
+#include "platform/framewnd.h"
 #include "platform/view.h"
 
 #include <algorithm>

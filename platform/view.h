@@ -3,7 +3,7 @@
 
 #include "platform/dc.h"
 #include "platform/doc.h"
-#include "platform/frame.h"
+#include "platform/framewnd.h"
 #include "platform/overlay.h"
 #include "platform/wnd.h"
 

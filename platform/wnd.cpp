@@ -2,7 +2,7 @@
 #include "platform/wnd.h"
 
 #include "platform/app.h"
-#include "platform/frame.h"
+#include "platform/framewnd.h"
 
 #include <utility>
 #include <vector>

@@ -2,7 +2,7 @@
 // paint.
 #include "platform/tempstore.h"
 
-#include "platform/memory.h"
+#include "platform/freememory.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #include "platform/qt/dialogitems.h"
 
-#include "platform/qt/dialogpeer.h"
+#include "platform/qt/qt_dialog.h"
 
 #include <QHelpEvent>
 #include <QPainter>

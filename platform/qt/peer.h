@@ -1,7 +1,7 @@
 // The Qt side of the windows: a widget for each window, and the peer that connects the window to its widget.
 #pragma once
 
-#include "platform/frame.h"
+#include "platform/framewnd.h"
 #include "platform/movingpixels.h"
 #include "platform/overlay.h"
 #include "platform/qt/screenmove.h"

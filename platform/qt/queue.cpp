@@ -1,6 +1,6 @@
 #include "platform/qt/queue.h"
 
-#include "platform/frame.h"
+#include "platform/framewnd.h"
 #include "platform/qt/peer.h"
 
 #include <QCoreApplication>

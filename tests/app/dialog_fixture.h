@@ -1,7 +1,7 @@
 // Fixture for dialogs of the application without a main window.
 #pragma once
 
-#include "app/resources.h"
+#include "app/lumentaresources.h"
 #include "platform/testing.h"
 #include "tests/support/scratch.h"
 

@@ -1,7 +1,7 @@
 // The list of keys. It must agree with the tables of README.md and with the menus.
 #include "app/dialogids.h"
 #include "app/keysdialog.h"
-#include "app/resources.h"
+#include "app/lumentaresources.h"
 #include "tests/app/window_fixture.h"
 
 #include <fstream>

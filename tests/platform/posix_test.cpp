@@ -1,6 +1,6 @@
 // The amount of free memory, the opening of page files, and the temporary store.
 #include "platform/file.h"
-#include "platform/memory.h"
+#include "platform/freememory.h"
 #include "platform/tempstore.h"
 #include "tests/support/child.h"
 #include "tests/support/scratch.h"

@@ -1,5 +1,5 @@
 // Printing to a file. The pictures are read back from the file and must equal the page.
-#include "platform/memory.h"
+#include "platform/freememory.h"
 #include "tests/platform/test_classes.h"
 #include "tests/support/scratch.h"
 

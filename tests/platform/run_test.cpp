@@ -1,6 +1,6 @@
 // The program's start and message loop. They run in a child process, because a process can have only one Qt
 // application.
-#include "platform/frame.h"
+#include "platform/framewnd.h"
 #include "platform/run.h"
 #include "tests/support/child.h"
 

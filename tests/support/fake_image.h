@@ -3,7 +3,7 @@
 #pragma once
 
 #include "app/lumentadoc.h"
-#include "platform/memory.h"
+#include "platform/freememory.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
 // The start, the message loop and the end of the program.
 #include "platform/run.h"
+
 #include "platform/qt/longwork.h"
 #include "platform/qt/peer.h"
 #include "platform/qt/queue.h"

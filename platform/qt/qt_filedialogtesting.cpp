@@ -2,7 +2,7 @@
 #include "platform/testing.h"
 
 #include "platform/dialog.h"
-#include "platform/qt/filedialogpeer.h"
+#include "platform/qt/qt_filedialog.h"
 #include "platform/qt/services.h"
 
 #include <QApplication>

@@ -1,5 +1,5 @@
 // Dialogs on Qt: items from a template, their controls, the modal loop.
-#include "platform/qt/dialogpeer.h"
+#include "platform/qt/qt_dialog.h"
 
 #include "platform/app.h"
 #include "platform/qt/dialogitems.h"

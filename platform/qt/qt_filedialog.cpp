@@ -1,8 +1,8 @@
 // Qt's own file dialog, with a label below its lists and a notification of every selection.
-#include "platform/qt/filedialogpeer.h"
+#include "platform/qt/qt_filedialog.h"
 
 #include "platform/dialog.h"
-#include "platform/qt/dialogpeer.h"
+#include "platform/qt/qt_dialog.h"
 #include "platform/qt/queue.h"
 #include "platform/qt/services.h"
 #include "platform/viewedmark.h"

@@ -1,5 +1,5 @@
 // Memory figures from the kernel: the machine's, then the limits of the control groups and of the process.
-#include "platform/memory.h"
+#include "platform/freememory.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,5 @@
 // Frames: making the view, the path of commands, titles, and closing the document with its main window.
-#include "platform/frame.h"
+#include "platform/framewnd.h"
 
 #include "platform/app.h"
 #include "platform/view.h"

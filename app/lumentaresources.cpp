@@ -1,4 +1,4 @@
-#include "app/resources.h"
+#include "app/lumentaresources.h"
 
 #include "app/dialogids.h"
 #include "app/usermsg.h"

@@ -1,4 +1,4 @@
-#include "app/commandline.h"
+#include "app/pagepath.h"
 
 #include "platform/viewedmark.h"
 

@@ -2,8 +2,8 @@
 #include "platform/wnd.h"
 
 #include "platform/app.h"
-#include "platform/qt/dialogpeer.h"
 #include "platform/qt/peer.h"
+#include "platform/qt/qt_dialog.h"
 #include "platform/qt/queue.h"
 
 #include <cmath>

@@ -2,7 +2,7 @@
 #include "platform/view.h"
 
 #include "platform/app.h"
-#include "platform/memory.h"
+#include "platform/freememory.h"
 #include "platform/qt/peer.h"
 #include "platform/qt/queue.h"
 #include "platform/qt/services.h"

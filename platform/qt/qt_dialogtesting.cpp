@@ -2,7 +2,7 @@
 #include "platform/testing.h"
 
 #include "platform/qt/dialogitems.h"
-#include "platform/qt/dialogpeer.h"
+#include "platform/qt/qt_dialog.h"
 #include "platform/qt/services.h"
 
 #include <QAbstractButton>
