@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # house.sh [DIRECTORY]: checks the rules that need no compiler, in this source tree or in that of DIRECTORY: which
-# folder may include which, names of files, trailing blanks, file sizes, and references that a reader of the tree cannot
-# follow.
+# folder may include which, names of files and test classes, trailing blanks, file sizes, and references that a reader
+# of the tree cannot follow.
 # Prints one line per finding, FILE:LINE: TEXT, and ends with status 1 if there is any.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -95,12 +95,23 @@ of_rooms '^(app|lib|platform)/' | list_includes | while read -r file line includ
   [[ -z $wrong ]] || printf '%s:%s: %s: %s\n' "$file" "$line" "$wrong" "$name" >>"$found"
 done
 
-# --- Names of files -----------------------------------------------------------------------------------------
+# --- Names of files and test classes ------------------------------------------------------------------------
 
-# A name says which file is meant, without its folder. These files still share theirs.
-shared_names='app.cpp|commandline.cpp|commandline.h|dc.cpp|dialog.cpp|resources.h|wnd.cpp'
-awk -F/ '{ if ($NF in first) print $0 ":0: has the name of " first[$NF]; else first[$NF] = $0 }' "$scratch/sources" |
-  { grep -vE "(^|/)($shared_names):0:" || true; } >>"$found"
+# A name says which file is meant, without its folder.
+awk -F/ '{ if ($NF in first) print $0 ":0: has the name of " first[$NF]; else first[$NF] = $0 }' \
+  "$scratch/sources" >>"$found"
+
+# The name of a test class or test suite says which file has it.
+of_rooms '^tests/' | tr '\n' '\0' |
+  { xargs -0 -r grep -HnoE '^(class [A-Za-z0-9_]+ : public |[A-Z_]*TEST[A-Z_]*\([A-Za-z0-9_]+,)' -- || true; } |
+  sed -E 's/:(class|[A-Z_]*TEST[A-Z_]*)[ (]([A-Za-z0-9_]+).*/:\1:\2/; s/:[A-Z_]*TEST[A-Z_]*:/:suite:/' |
+  awk -F: '{
+    name = $3 " " $4
+    if (!(name in first))
+      first[name] = $1
+    else if (first[name] != $1 && !seen[name, $1]++)
+      print $1 ":" $2 ": " name " is in " first[name] " too"
+  }' >>"$found"
 
 # A header without an include guard is included to be compiled again with other macros. Its name says so.
 of_rooms '\.h$' | tr '\n' '\0' | { xargs -0 -r grep -LE '^#(pragma once|ifndef [A-Z0-9_]+_H)$' -- || true; } |

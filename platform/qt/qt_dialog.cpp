@@ -36,7 +36,7 @@ constexpr int kHookWaitMs = 2000;
 constexpr int kLabelChars = 4096; // more than any path has
 
 // An entry is as wide as the list. A long text is cut in the middle, and its tool tip shows the whole text.
-class NameDelegate : public QStyledItemDelegate
+class ListWidthDelegate : public QStyledItemDelegate
 {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
@@ -161,7 +161,7 @@ QVariant NameModel::data(const QModelIndex& index, int role) const
 NameList::NameList(QWidget* parent) : QListView(parent), m_model(new NameModel(this))
 {
     setModel(m_model);
-    setItemDelegate(new NameDelegate(this));
+    setItemDelegate(new ListWidthDelegate(this));
     setSelectionMode(QAbstractItemView::ExtendedSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setUniformItemSizes(true); // otherwise Qt measures each entry

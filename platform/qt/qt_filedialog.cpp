@@ -26,7 +26,8 @@ constexpr int kNameColumn = 0; // in Qt's detailed list
 constexpr int kKindColumn = 2;
 constexpr int kRowBelowLists = 2; // in Qt's layout: the directory, the lists, then name and buttons
 
-class NameDelegate : public QStyledItemDelegate
+// Shows each name in one line.
+class ShowableNameDelegate : public QStyledItemDelegate
 {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
@@ -129,7 +130,7 @@ void FileDialogWidget::Extend()
     connect(selection, &QItemSelectionModel::selectionChanged, this, &FileDialogWidget::SelectionChanged);
     connect(selection, &QItemSelectionModel::currentChanged, this, [this] { m_is_typed = false; });
     for (QAbstractItemView* view : m_parts.views) {
-        view->setItemDelegateForColumn(kNameColumn, new NameDelegate(view));
+        view->setItemDelegateForColumn(kNameColumn, new ShowableNameDelegate(view));
         connect(view, &QAbstractItemView::pressed, this, [this] { m_is_typed = false; });
     }
     connect(m_parts.name, &QLineEdit::textEdited, this, [this] { m_is_typed = true; });

@@ -9,7 +9,7 @@
 
 namespace
 {
-TEST_F(DialogTest, AboutShowsVersionAndBuildStamp)
+TEST_F(AppDialogTest, AboutShowsVersionAndBuildStamp)
 {
     const struct {
         const char* program;

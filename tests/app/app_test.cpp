@@ -58,7 +58,7 @@ TEST(CommandLineText, IsOnePathOrARequest)
         << "exists, but is not readable";
 }
 
-class App : public WindowTest
+class App : public AppWindowTest
 {
 protected:
     // Writes three pages and returns their paths.

@@ -11,12 +11,12 @@
 #include <string>
 #include <vector>
 
-class DialogTest : public testing::Test
+class AppDialogTest : public testing::Test
 {
 protected:
     using Texts = std::vector<std::string>;
 
-    ~DialogTest() override { SetDialogHook({}); }
+    ~AppDialogTest() override { SetDialogHook({}); }
 
     // Runs script while the dialog is open. Returns the result of DoModal.
     static int Show(CDialog& dialog, std::function<void()> script)
@@ -35,9 +35,9 @@ protected:
     BoxTexts boxes;
 
 private:
-    struct App : CWinApp {
-        App() : CWinApp(kLumentaResources) {}
+    struct PlainApp : CWinApp {
+        PlainApp() : CWinApp(kLumentaResources) {}
         bool InitInstance() override { return true; }
     };
-    App m_app;
+    PlainApp m_app;
 };

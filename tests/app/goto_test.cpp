@@ -64,7 +64,7 @@ TEST(Units, DecimalNumbersAreReadInEveryLanguage)
         EXPECT_EQ(ParseDecimal(c.text), c.want) << c.text;
 }
 
-class GoTo : public WindowTest
+class GoTo : public AppWindowTest
 {
 protected:
     ~GoTo() override { SetDialogHook({}); }

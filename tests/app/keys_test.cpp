@@ -84,7 +84,7 @@ TEST(Keys, ShownInAMenuAreAccelerators)
         }
 }
 
-class KeysDialog : public WindowTest
+class KeysDialog : public AppWindowTest
 {
 protected:
     ~KeysDialog() override { SetDialogHook({}); }

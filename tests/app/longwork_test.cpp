@@ -14,7 +14,7 @@ constexpr int32_t kRows = 3000;
 constexpr int32_t kRowsOfASecond = 1000 / kRowMs;
 constexpr int32_t kRowsToTheLook = 50 / kRowMs; // rows between two checks for input
 
-class LongWorkTest : public WindowTest
+class LongWorkTest : public AppWindowTest
 {
 public:
     LongWorkTest()

@@ -80,7 +80,7 @@ TEST(Placement, IsReadFromFourNumbers)
         EXPECT_EQ(ParsePlacement(c.text), c.want) << c.text;
 }
 
-class MainFrame : public WindowTest
+class MainFrame : public AppWindowTest
 {
 };
 

@@ -25,7 +25,7 @@ struct NamedMarks : FakeMarks {
     }
 };
 
-class OpenMultipleTest : public DialogTest
+class OpenMultipleTest : public AppDialogTest
 {
 protected:
     OpenMultipleTest()

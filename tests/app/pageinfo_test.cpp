@@ -13,7 +13,7 @@
 
 namespace
 {
-class PageInformation : public WindowTest
+class PageInformation : public AppWindowTest
 {
 protected:
     ~PageInformation() override { SetDialogHook({}); }

@@ -9,7 +9,7 @@
 
 namespace
 {
-class PageOpenTest : public DialogTest
+class PageOpenTest : public AppDialogTest
 {
 protected:
     PageOpenTest() { dialog.m_strInitialDir = scratch.Path(); }

@@ -8,7 +8,7 @@
 
 namespace
 {
-class ChangingPage : public WindowTest
+class ChangingPage : public AppWindowTest
 {
 protected:
     static constexpr const char* kChanged = "file has changed, F5 reads it again";

@@ -56,7 +56,7 @@ TEST(FrameInOverview, CoversTheVisiblePartAndStaysInThePicture)
             << c.position.x << "," << c.position.y << " of " << c.page.cx << "x" << c.page.cy;
 }
 
-class ScaledWindow : public WindowTest
+class ScaledWindow : public AppWindowTest
 {
 protected:
     CScaleView* Open()

@@ -123,7 +123,7 @@ void ExpectOneBox(const std::string& path, const Bytes& page, const Outcome& out
             << "row " << y;
 }
 
-TEST(TIFFImage, EveryVariantIsReadAsWritten)
+TEST(TIFFRows, EveryVariantIsReadAsWritten)
 {
     const ScratchDirectory scratch;
     const std::string path = scratch.File("page.tif");
@@ -152,7 +152,7 @@ TEST(TIFFImage, EveryVariantIsReadAsWritten)
         }
 }
 
-TEST(TIFFImage, EveryCutKeepsTheRowsBeforeIt)
+TEST(TIFFRows, EveryCutKeepsTheRowsBeforeIt)
 {
     const ScratchDirectory scratch;
     const std::string path = scratch.File("page.tif");
@@ -216,7 +216,7 @@ TEST(TIFFImage, EveryCutKeepsTheRowsBeforeIt)
     }
 }
 
-TEST(TIFFImage, Group4DamageIsReportedAtItsRow)
+TEST(TIFFRows, Group4DamageIsReportedAtItsRow)
 {
     // The pages are 8 pixels wide. kRow has three black pixels in the middle, kSame repeats the row above.
     const std::string kRow = "001 1000 10 1 ";
@@ -280,7 +280,7 @@ TEST(TIFFImage, Group4DamageIsReportedAtItsRow)
 }
 
 // A file of a few bytes can claim two billion rows.
-TEST(TIFFImage, WhiteRowsAfterTheEndOfAGroup4StripAreSkippedAtOnce)
+TEST(TIFFRows, WhiteRowsAfterTheEndOfAGroup4StripAreSkippedAtOnce)
 {
     constexpr int kStripRows = 0x50000000;
     const StripFormat format{COMPRESSION_CCITTFAX4, kStripRows};
@@ -309,7 +309,7 @@ TEST(TIFFImage, WhiteRowsAfterTheEndOfAGroup4StripAreSkippedAtOnce)
 }
 
 // Offsets and sizes of Group 4 strips that no program writes.
-TEST(TIFFImage, Group4StripsMayHaveBadOffsetsAndSizes)
+TEST(TIFFRows, Group4StripsMayHaveBadOffsetsAndSizes)
 {
     const ScratchDirectory scratch;
     const Bytes page = DrawRows(kWidth, 1);
@@ -362,7 +362,7 @@ TEST(TIFFImage, Group4StripsMayHaveBadOffsetsAndSizes)
 }
 
 // Rows of strips read before the change are kept. The other rows depend on the changed file.
-TEST(TIFFImage, AFileMayChangeWhileItIsOpen)
+TEST(TIFFRows, AFileMayChangeWhileItIsOpen)
 {
     const ScratchDirectory scratch;
     const Bytes page = DrawRows(kWidth, 1);
@@ -386,7 +386,7 @@ TEST(TIFFImage, AFileMayChangeWhileItIsOpen)
     }
 }
 
-TEST(TIFFImage, RowsAreDeliveredForwardAndBackward)
+TEST(TIFFRows, RowsAreDeliveredForwardAndBackward)
 {
     struct {
         int first, count, want, row_after;
@@ -417,7 +417,7 @@ TEST(TIFFImage, RowsAreDeliveredForwardAndBackward)
 }
 
 // Strips above libtiff's limit for a single allocation.
-TEST(TIFFImage, LargeStripsAreRead)
+TEST(TIFFRows, LargeStripsAreRead)
 {
     const ScratchDirectory scratch;
     constexpr uint32_t kStripBytes = 70 << 20;
@@ -434,7 +434,7 @@ TEST(TIFFImage, LargeStripsAreRead)
 
 // After damage in Group 3 data libtiff continues at the next line. All rows are delivered, and the first
 // wrong row is marked as suspicious.
-TEST(TIFFImage, Group3DamageIsNoted)
+TEST(TIFFRows, Group3DamageIsNoted)
 {
     const ScratchDirectory scratch;
     const Bytes page = DrawRows(kWidth, 1);
@@ -452,7 +452,7 @@ TEST(TIFFImage, Group3DamageIsNoted)
 }
 
 // Each of 400 copies of a page of text has one changed byte. Most of these changes must be detected.
-TEST(TIFFImage, MostChangedBytesAreDetected)
+TEST(TIFFRows, MostChangedBytesAreDetected)
 {
     constexpr int kCopies = 400;
     constexpr int kSide = 1200;

@@ -16,7 +16,7 @@ TEST(ScrollArithmetic, StaysWithinItsLimits)
     EXPECT_EQ(KeyDistance(INT32_MAX, INT32_MAX, UINT32_MAX), INT32_MAX);
 }
 
-class View : public WindowTest
+class View : public AppWindowTest
 {
 protected:
     CPoint Position() const { return view->GetScrollPosition(); }

@@ -31,13 +31,13 @@ inline void PrintTo(const CString& text, std::ostream* out)
     *out << '"' << text.c_str() << '"';
 }
 
-class WindowTest : public testing::Test
+class AppWindowTest : public testing::Test
 {
 protected:
     using Texts = std::vector<std::string>;
 
-    WindowTest() { SetSettingsFile(scratch.File("settings.ini")); }
-    ~WindowTest() override
+    AppWindowTest() { SetSettingsFile(scratch.File("settings.ini")); }
+    ~AppWindowTest() override
     {
         Stop();
         SetPrintDialogHook({});

@@ -16,7 +16,7 @@ fail()
   failures=$((failures + 1))
 }
 
-mkdir -p "$top"/tree/{app,docs,scripts,platform/qt,platform/posix,lib/kesterlib/{include/kesterlib,source},fuzz/corpus/x}
+mkdir -p "$top"/tree/{app,docs,scripts,tests/app,platform/qt,platform/posix,lib/kesterlib/{include/kesterlib,source},fuzz/corpus/x}
 cd "$top/tree"
 printf '#pragma once\n#include "platform/wnd.h"\n#include <kesterlib/unsqz.h>\n#include <tiffio.h>\n' >app/page.h
 printf '#include "page.h"\n#include <vector>\n' >app/page.cpp
@@ -30,6 +30,8 @@ printf '#include "kesterlib/unsqz.h"\n#include <algorithm>\n#include <immintrin.
 printf 'Read the s%s.\n' pec >DEVELOPERS.md
 printf 'raw \n' >fuzz/corpus/x/blanks
 touch docs/notes.md scripts/x.sh
+printf 'class Window : public testing::Test\nTEST_F(Window, Opens)\nTEST_F(Window, Closes)\nTEST(Page, IsRead)\n' >tests/app/one_test.cpp
+printf 'struct Case {\nTEST(Rows, AreRead)\n' | tee tests/app/rows_test.cpp | sed s/Rows/Columns/ >tests/app/columns_test.cpp
 
 got=$("$house" . 2>&1) || fail "found something in a tree that keeps all rules" "$got"
 
@@ -65,6 +67,10 @@ for name in page.cpp map.cpp; do
 done
 echo "lib/kesterlib/source/page.cpp:0: has the name of app/page.cpp" >>"$top/wanted"
 echo "platform/posix/map.cpp:0: has the name of lib/kesterlib/source/map.cpp" >>"$top/wanted"
+offence tests/app/two_test.cpp "class Window is in tests/app/one_test.cpp too" 'class Window : public testing::Test'
+offence tests/app/two_test.cpp "suite Window is in tests/app/one_test.cpp too" 'TEST_F(Window, Shrinks)'
+offence tests/app/two_test.cpp "suite Page is in tests/app/one_test.cpp too" 'TYPED_TEST(Page, IsWritten)'
+fine tests/app/two_test.cpp 'TEST(Page, IsShown)'
 touch platform/rows.h
 echo "platform/rows.h:0: has no include guard and no _tmpl in its name" >>"$top/wanted"
 offence lib/kesterlib/source/rows_tmpl.h "has an include guard and _tmpl in its name" '#pragma once'

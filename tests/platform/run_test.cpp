@@ -13,10 +13,10 @@ namespace
 {
 constexpr ApplicationResources kResources{};
 
-class App : public CWinApp
+class TwoFrameApp : public CWinApp
 {
 public:
-    App() : CWinApp(kResources) {}
+    TwoFrameApp() : CWinApp(kResources) {}
     bool InitInstance() override
     {
         auto* main = new Frame;
@@ -44,7 +44,7 @@ TEST(RunApplication, EndsWithItsMainWindowEvenIfOthersAreOpen)
 {
     EXPECT_EQ(InChild([] {
                   setenv("QT_QPA_PLATFORM", "offscreen", 1);
-                  App app;
+                  TwoFrameApp app;
                   return std::to_string(RunApplication(app, "program", "a \xff b"));
               }),
               "42");
