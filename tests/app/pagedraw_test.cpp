@@ -58,37 +58,21 @@ DeviceRecord Draw(CLumentaDoc& document, const CRect& rect, bool printing)
 struct ClipCase {
     const char* name;
     CRect clip;
-    const char* bilevel; // the drawing call, or null for none
-    const char* grey;    // the same
+    CRect bilevel, grey; // drawn on the screen; empty: there is no drawing call
 };
 
 TEST(DrawPage, FetchesAndDrawsOnlyTheClip)
 {
     const ClipCase cases[] = {
-        {"from pixel 13",
-         {13, 5, 113, 25},
-         "bilevel 8,5 105x20 from 0,0 105x20",
-         "indexed 13,5 100x20 from 0,0 100x20"},
-        {"from pixel 8 to the edge",
-         {8, 0, 1000, 50},
-         "bilevel 8,0 992x50 from 0,0 992x50",
-         "indexed 8,0 992x50 from 0,0 992x50"},
-        {"the whole page",
-         {0, 0, 1000, 60},
-         "bilevel 0,0 1000x60 from 0,0 1000x60",
-         "indexed 0,0 1000x60 from 0,0 1000x60"},
-        {"wider and higher",
-         {990, 50, 3000, 400},
-         "bilevel 984,50 16x10 from 0,0 16x10",
-         "indexed 990,50 10x10 from 0,0 10x10"},
-        {"one pixel",
-         {999, 59, 1000, 60},
-         "bilevel 992,59 8x1 from 0,0 8x1",
-         "indexed 999,59 1x1 from 0,0 1x1"},
-        {"beyond the right edge", {1000, 0, 1100, 10}, nullptr, nullptr},
-        {"beyond the lower edge", {0, 60, 100, 70}, nullptr, nullptr},
-        {"far beyond both", {2000000000, 2000000000, 2000000010, 2000000010}, nullptr, nullptr},
-        {"empty", {10, 10, 10, 20}, nullptr, nullptr},
+        {"from pixel 13", {13, 5, 113, 25}, {8, 5, 113, 25}, {13, 5, 113, 25}},
+        {"from pixel 8 to the edge", {8, 0, 1000, 50}, {8, 0, 1000, 50}, {8, 0, 1000, 50}},
+        {"the whole page", {0, 0, 1000, 60}, {0, 0, 1000, 60}, {0, 0, 1000, 60}},
+        {"wider and higher", {990, 50, 3000, 400}, {984, 50, 1000, 60}, {990, 50, 1000, 60}},
+        {"one pixel", {999, 59, 1000, 60}, {992, 59, 1000, 60}, {999, 59, 1000, 60}},
+        {"beyond the right edge", {1000, 0, 1100, 10}, {}, {}},
+        {"beyond the lower edge", {0, 60, 100, 70}, {}, {}},
+        {"far beyond both", {2000000000, 2000000000, 2000000010, 2000000010}, {}, {}},
+        {"empty", {10, 10, 10, 20}, {}, {}},
     };
     for (const Kind& kind : kKinds)
         for (const ClipCase& c : cases) {
@@ -97,9 +81,13 @@ TEST(DrawPage, FetchesAndDrawsOnlyTheClip)
             FakeImage* const page = PutPageOnHeap(
                 document, std::make_unique<FakeImage>(1000, 60, kind.bits, kind.min_is_black), 60);
             const DeviceRecord record = Draw(document, c.clip, false);
-            const char* const call = kind.bits == 1 ? c.bilevel : c.grey;
-            EXPECT_EQ(record.calls, call ? Texts{call} : Texts{});
-            EXPECT_EQ(page->reads, call ? std::min(c.clip.bottom, 60) : 0);
+            const CRect& drawn = kind.bits == 1 ? c.bilevel : c.grey;
+            const std::string size = std::to_string(drawn.Width()) + "x" + std::to_string(drawn.Height());
+            const std::string call = std::string{kind.bits == 1 ? "bilevel " : "indexed "} +
+                                     std::to_string(drawn.left) + "," + std::to_string(drawn.top) + " " +
+                                     size + " from 0,0 " + size;
+            EXPECT_EQ(record.calls, drawn.Width() > 0 ? Texts{call} : Texts{});
+            EXPECT_EQ(page->reads, drawn.Width() > 0 ? std::min(c.clip.bottom, 60) : 0);
         }
 }
 
@@ -149,24 +137,9 @@ TEST(DrawPage, ThePrinterGetsTheWholePage)
     const PrintCase cases[] = {
         {"bilevel that fits", {1, 0}, 100, 50, {500, 500}, "bilevel 0,0 100x50 from 0,0 100x50"},
         {"bilevel that just fits", {1, 1}, 500, 400, {500, 400}, "bilevel 0,0 500x400 from 0,0 500x400"},
-        {"bilevel a pixel wider than the paper",
-         {1, 0},
-         501,
-         400,
-         {500, 400},
-         "indexed 0,0 500x400 from 0,0 250x200"},
-        {"bilevel a pixel higher than the paper",
-         {1, 1},
-         500,
-         401,
-         {500, 400},
-         "indexed 0,0 500x400 from 0,0 250x200"},
-        {"bilevel, far higher than the paper",
-         {1, 0},
-         1000,
-         4000,
-         {500, 1000},
-         "indexed 0,0 250x1000 from 0,0 125x500"},
+        {"a pixel too wide", {1, 0}, 501, 400, {500, 400}, "indexed 0,0 500x400 from 0,0 250x200"},
+        {"a pixel too high", {1, 1}, 500, 401, {500, 400}, "indexed 0,0 500x400 from 0,0 250x200"},
+        {"far too high", {1, 0}, 1000, 4000, {500, 1000}, "indexed 0,0 250x1000 from 0,0 125x500"},
         {"bilevel, smaller than a cell", {1, 0}, 3, 4000, {500, 20}, nullptr},
         {"bilevel on no paper", {1, 0}, 30, 30, {0, 500}, nullptr},
         {"grey, as high as the paper", {8, 0}, 100, 200, {500, 500}, "indexed 0,0 250x500 from 0,0 100x200"},
