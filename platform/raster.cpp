@@ -81,9 +81,9 @@ __attribute__((target("avx2"))) void ExpandRowAvx2(uint32_t* target, const uint8
     }
 }
 
-const bool g_have_avx2 = __builtin_cpu_supports("avx2");
+const bool kHaveAvx2 = __builtin_cpu_supports("avx2");
 #else
-constexpr bool g_have_avx2 = false;
+constexpr bool kHaveAvx2 = false;
 #endif
 } // namespace
 
@@ -103,7 +103,7 @@ void ExpandBilevel(uint32_t* target, ptrdiff_t target_pixels, const uint8_t* sou
                    int first_bit, int width, int height, COLORREF zero, COLORREF one)
 {
 #if defined(__x86_64__)
-    if (g_have_avx2) {
+    if (kHaveAvx2) {
         for (int y = 0; y < height; ++y, target += target_pixels, source += source_bytes) {
             const int head = first_bit > 0 ? ExpandHead(target, *source, first_bit, width, zero, one) : 0;
             if (width > head)

@@ -119,16 +119,16 @@ Raster read_bitmap(const char* path)
 class Display
 {
 public:
-    Display() : connection_(xcb_connect(nullptr, nullptr), &xcb_disconnect)
+    Display() : m_connection(xcb_connect(nullptr, nullptr), &xcb_disconnect)
     {
         if (xcb_connection_has_error(get()) != 0)
             throw std::runtime_error("no display");
     }
-    xcb_connection_t* get() const { return connection_.get(); }
+    xcb_connection_t* get() const { return m_connection.get(); }
     const xcb_screen_t& screen() const { return *xcb_setup_roots_iterator(xcb_get_setup(get())).data; }
 
 private:
-    std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection_;
+    std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> m_connection;
 };
 
 // Returns the part of the screen at the place of the window, with any other windows above it.

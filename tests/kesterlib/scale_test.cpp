@@ -298,7 +298,7 @@ TEST(Scale, EndsTheProcessWithoutMemory)
                                   "Malloc for 56 bytes failed, short buffer for scaling",
                                   "Malloc for [0-9]+ bytes failed, count buffer for scaling"};
     for (int i = 0; i < 4; ++i)
-        EXPECT_EXIT((g_mallocs_left = i, make_scale_engine(8, 200, 8, 0, nullptr)),
+        EXPECT_EXIT((g_mallocs_left = i, static_cast<void>(make_scale_engine(8, 200, 8, 0, nullptr))),
                     testing::ExitedWithCode(1), kWords[i]);
 }
 

@@ -226,11 +226,11 @@ class Outliner
 {
 public:
     Outliner(Weight weight, int64_t em_x, int64_t em_y)
-        : pens_(weight == Weight::Bold ? kBold : kRegular), em_x_(em_x),
-          em_y_(em_y), broad_{whole_pixels(pens_.broad_x * em_x / kUnits),
-                              whole_pixels(pens_.broad_y * em_y / kUnits)},
-          fine_{whole_pixels(pens_.fine * em_x / kUnits), whole_pixels(pens_.fine * em_y / kUnits)},
-          spine_{broad_.x * 15 / 16, std::max<int64_t>(32, broad_.x * em_y / em_x * 15 / 16)}
+        : m_pens(weight == Weight::Bold ? kBold : kRegular), m_em_x(em_x),
+          m_em_y(em_y), m_broad{whole_pixels(m_pens.broad_x * em_x / kUnits),
+                                whole_pixels(m_pens.broad_y * em_y / kUnits)},
+          m_fine{whole_pixels(m_pens.fine * em_x / kUnits), whole_pixels(m_pens.fine * em_y / kUnits)},
+          m_spine{m_broad.x * 15 / 16, std::max<int64_t>(32, m_broad.x * em_y / em_x * 15 / 16)}
     {
     }
 
@@ -254,23 +254,23 @@ public:
             }
             stroke(kind, number);
         }
-        return polygons_;
+        return m_polygons;
     }
 
 private:
     static bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
-    Point at(int x, int y) const { return {(x + pens_.spread / 2) * em_x_ / kUnits, y * em_y_ / kUnits}; }
+    Point at(int x, int y) const { return {(x + m_pens.spread / 2) * m_em_x / kUnits, y * m_em_y / kUnits}; }
 
     void stroke(char kind, const std::array<int, 8>& n)
     {
         switch (kind) {
-        case 'l': line(at(n[0], n[1]), at(n[2], n[3]), broad_); break;
-        case 't': line(at(n[0], n[1]), at(n[2], n[3]), fine_); break;
+        case 'l': line(at(n[0], n[1]), at(n[2], n[3]), m_broad); break;
+        case 't': line(at(n[0], n[1]), at(n[2], n[3]), m_fine); break;
         case 'c':
         case 'C':
             curve(at(n[0], n[1]), at(n[2], n[3]), at(n[4], n[5]), at(n[6], n[7]),
-                  kind == 'c' ? broad_ : spine_);
+                  kind == 'c' ? m_broad : m_spine);
             break;
         case 'o': arc(n[0], n[1], n[2], n[3], 0, 4); break;
         case 'a': arc(n[0], n[1], n[2], n[3], n[4], n[5]); break;
@@ -293,10 +293,10 @@ private:
             cut.y = reach / std::abs(direction.x);
         else
             cut.x = reach / std::max<int64_t>(1, std::abs(direction.y));
-        polygons_.push_back({{from.x - cut.x, from.y - cut.y},
-                             {from.x + cut.x, from.y + cut.y},
-                             {to.x + cut.x, to.y + cut.y},
-                             {to.x - cut.x, to.y - cut.y}});
+        m_polygons.push_back({{from.x - cut.x, from.y - cut.y},
+                              {from.x + cut.x, from.y + cut.y},
+                              {to.x + cut.x, to.y + cut.y},
+                              {to.x - cut.x, to.y - cut.y}});
     }
 
     // Each step of a curve is a quadrilateral between the two edges of the pen's track. Neighbours share a
@@ -321,10 +321,10 @@ private:
                 1, square_root(static_cast<uint64_t>(across_x * across_x + across_y * across_y)));
             const Point reach{pen.x * across_x / length, pen.y * across_y / length};
             if (i > 0)
-                polygons_.push_back({{last.x - last_reach.x, last.y - last_reach.y},
-                                     {last.x + last_reach.x, last.y + last_reach.y},
-                                     {here.x + reach.x, here.y + reach.y},
-                                     {here.x - reach.x, here.y - reach.y}});
+                m_polygons.push_back({{last.x - last_reach.x, last.y - last_reach.y},
+                                      {last.x + last_reach.x, last.y + last_reach.y},
+                                      {here.x + reach.x, here.y + reach.y},
+                                      {here.x - reach.x, here.y - reach.y}});
             last = here;
             last_reach = reach;
         }
@@ -343,15 +343,15 @@ private:
                 return at(x + radius_x * (10000 * cosine + 5523 * other_cosine) / 10000,
                           y + radius_y * (10000 * sine + 5523 * other_sine) / 10000);
             };
-            curve(on(c0, s0, 0, 0), on(c0, s0, c1, s1), on(c1, s1, c0, s0), on(c1, s1, 0, 0), broad_);
+            curve(on(c0, s0, 0, 0), on(c0, s0, c1, s1), on(c1, s1, c0, s0), on(c1, s1, 0, 0), m_broad);
         }
     }
 
     void dot(int x, int y, int radius)
     {
         const Point middle = at(x, y);
-        const int64_t reach_x = std::max<int64_t>(32, (radius + pens_.spread / 4) * em_x_ / kUnits);
-        const int64_t reach_y = std::max<int64_t>(32, (radius + pens_.spread / 4) * em_y_ / kUnits);
+        const int64_t reach_x = std::max<int64_t>(32, (radius + m_pens.spread / 4) * m_em_x / kUnits);
+        const int64_t reach_y = std::max<int64_t>(32, (radius + m_pens.spread / 4) * m_em_y / kUnits);
         constexpr int64_t kQuarter[] = {0,   195, 383, 556, 707,
                                         831, 924, 981, 1000}; // sine of k/8 of a right angle
         std::vector<Point> round;
@@ -363,15 +363,15 @@ private:
             };
             round.push_back({middle.x + reach_x * sine(k + 8) / 1000, middle.y + reach_y * sine(k) / 1000});
         }
-        polygons_.push_back(std::move(round));
+        m_polygons.push_back(std::move(round));
     }
 
     void serif(int x, int y, bool left, bool right)
     {
         const Point foot = at(x, y);
         const int64_t inward = y > 0 ? -1 : 1;
-        const int64_t stem = broad_.x, reach = stem + pens_.serif_reach * em_x_ / kUnits;
-        const int64_t thick = inward * 2 * broad_.y, swell = thick + inward * kBracket * em_y_ / kUnits;
+        const int64_t stem = m_broad.x, reach = stem + m_pens.serif_reach * m_em_x / kUnits;
+        const int64_t thick = inward * 2 * m_broad.y, swell = thick + inward * kBracket * m_em_y / kUnits;
         std::vector<Point> shape;
         if (left) {
             shape.push_back({foot.x - stem, foot.y + swell});
@@ -389,13 +389,13 @@ private:
             shape.push_back({foot.x, foot.y});
             shape.push_back({foot.x, foot.y + swell});
         }
-        polygons_.push_back(std::move(shape));
+        m_polygons.push_back(std::move(shape));
     }
 
-    Pens pens_;
-    int64_t em_x_, em_y_;
-    Pen broad_, fine_, spine_;
-    std::vector<std::vector<Point>> polygons_;
+    Pens m_pens;
+    int64_t m_em_x, m_em_y;
+    Pen m_broad, m_fine, m_spine;
+    std::vector<std::vector<Point>> m_polygons;
 };
 
 // Blackens the pixels whose centre is inside. A centre on an edge belongs to the shape on its right.

@@ -46,11 +46,11 @@ Box intersection(const Box& a, const Box& b)
 class Random
 {
 public:
-    explicit Random(uint64_t seed) : state_(seed) {}
+    explicit Random(uint64_t seed) : m_state(seed) {}
     uint64_t bits()
     {
-        state_ += 0x9e3779b97f4a7c15U;
-        uint64_t value = state_;
+        m_state += 0x9e3779b97f4a7c15U;
+        uint64_t value = m_state;
         value = (value ^ value >> 30) * 0xbf58476d1ce4e5b9U;
         value = (value ^ value >> 27) * 0x94d049bb133111ebU;
         return value ^ value >> 31;
@@ -62,7 +62,7 @@ public:
     }
 
 private:
-    uint64_t state_;
+    uint64_t m_state;
 };
 
 struct Glyph {
@@ -75,12 +75,12 @@ struct Glyph {
 class Surface
 {
 public:
-    Surface(int width, int height) : page_{0, 0, width, height} {}
+    Surface(int width, int height) : m_page{0, 0, width, height} {}
     Surface(const Surface&) = delete;
     Surface& operator=(const Surface&) = delete;
     virtual ~Surface() = default;
 
-    const Box& page() const { return page_; }
+    const Box& page() const { return m_page; }
 
     virtual void fill(const Box& box) = 0; // black
     virtual Glyph glyph(char character, Weight weight, int64_t em_x, int64_t em_y) const = 0;
@@ -89,13 +89,13 @@ public:
     virtual void noise(Random& random) = 0;
 
 private:
-    Box page_;
+    Box m_page;
 };
 
 class BitSurface final : public Surface
 {
 public:
-    explicit BitSurface(Bitmap& bitmap) : Surface(bitmap.width, bitmap.height), bitmap_(bitmap) {}
+    explicit BitSurface(Bitmap& bitmap) : Surface(bitmap.width, bitmap.height), m_bitmap(bitmap) {}
 
     void fill(const Box& wanted) override
     {
@@ -106,7 +106,7 @@ public:
         const unsigned first_mask = 0xffU >> (box.left & 7),
                        last_mask = 0xff00U >> (((box.right - 1) & 7) + 1) & 0xffU;
         for (int y = box.top; y < box.bottom; ++y) {
-            uint8_t* const row = bitmap_.row(y);
+            uint8_t* const row = m_bitmap.row(y);
             if (first == last) {
                 row[first] = static_cast<uint8_t>(row[first] | (first_mask & last_mask));
                 continue;
@@ -135,7 +135,7 @@ public:
         const int shift = whole.left & 7;
         for (int y = seen.top; y < seen.bottom; ++y) {
             const uint8_t* const from = glyph.bits.row(y - whole.top);
-            uint8_t* const to = bitmap_.row(y) + whole.left / 8;
+            uint8_t* const to = m_bitmap.row(y) + whole.left / 8;
             for (std::size_t i = 0; i < glyph.bits.row_bytes; ++i) {
                 const unsigned two = unsigned{from[i]} << (8 - shift);
                 to[i] = static_cast<uint8_t>(to[i] | two >> 8);
@@ -154,22 +154,22 @@ public:
         for (int y = seen.top; y < seen.bottom && seen.width() > 0; ++y) {
             if ((y - seen.top) % 4 == 0) // every 4th row is enough: dots are larger
                 line = enlarger.row(y - box.top) + (seen.left - box.left);
-            screen.row(line, seen.left, y, seen.width(), bitmap_.row(y));
+            screen.row(line, seen.left, y, seen.width(), m_bitmap.row(y));
         }
     }
 
     void noise(Random& random) override
     {
-        for (int y = 0; y < bitmap_.height; ++y) {
-            uint8_t* const row = bitmap_.row(y);
+        for (int y = 0; y < m_bitmap.height; ++y) {
+            uint8_t* const row = m_bitmap.row(y);
             uint64_t word = 0;
-            for (std::size_t i = 0; i < bitmap_.row_bytes; ++i, word >>= 8) {
+            for (std::size_t i = 0; i < m_bitmap.row_bytes; ++i, word >>= 8) {
                 if (i % 8 == 0)
                     word = random.bits();
                 row[i] = static_cast<uint8_t>(word & 0xff);
             }
-            const int unused = static_cast<int>(bitmap_.row_bytes) * 8 - bitmap_.width;
-            uint8_t& last = row[bitmap_.row_bytes - 1];
+            const int unused = static_cast<int>(m_bitmap.row_bytes) * 8 - m_bitmap.width;
+            uint8_t& last = row[m_bitmap.row_bytes - 1];
             last = static_cast<uint8_t>(last & 0xff << unused);
         }
     }
@@ -181,24 +181,24 @@ private:
             for (int x = seen.left; x < seen.right; ++x) {
                 const int at = x - whole.left;
                 if ((glyph.bits.row(y - whole.top)[at / 8] & 0x80 >> (at & 7)) != 0)
-                    bitmap_.row(y)[x / 8] = static_cast<uint8_t>(bitmap_.row(y)[x / 8] | 0x80 >> (x & 7));
+                    m_bitmap.row(y)[x / 8] = static_cast<uint8_t>(m_bitmap.row(y)[x / 8] | 0x80 >> (x & 7));
             }
     }
 
-    Bitmap& bitmap_;
+    Bitmap& m_bitmap;
 };
 
 class GreySurface final : public Surface
 {
 public:
-    explicit GreySurface(GreyMap& map) : Surface(map.width, map.height), map_(map) {}
+    explicit GreySurface(GreyMap& map) : Surface(map.width, map.height), m_map(map) {}
 
     void fill(const Box& wanted) override
     {
         const Box box = intersection(wanted, page());
         if (box.width() > 0)
             for (int y = box.top; y < box.bottom; ++y)
-                std::fill_n(map_.row(y) + box.left, box.width(), uint8_t{0});
+                std::fill_n(m_map.row(y) + box.left, box.width(), uint8_t{0});
     }
 
     // Anti-aliasing: draws the glyph kFiner times as large, then counts its pixels.
@@ -230,7 +230,7 @@ public:
         const Box seen = intersection({left, top, left + glyph.ink.width, top + glyph.ink.height}, page());
         for (int py = seen.top; py < seen.bottom; ++py)
             for (int px = seen.left; px < seen.right; ++px) {
-                uint8_t& paper = map_.row(py)[px];
+                uint8_t& paper = m_map.row(py)[px];
                 const int ink = glyph.ink.row(py - top)[px - left];
                 paper = static_cast<uint8_t>(paper * (255 - ink) / 255);
             }
@@ -242,21 +242,21 @@ public:
         const Box seen = intersection(box, page());
         for (int y = seen.top; y < seen.bottom && seen.width() > 0; ++y)
             std::copy_n(enlarger.row(y - box.top) + (seen.left - box.left), seen.width(),
-                        map_.row(y) + seen.left);
+                        m_map.row(y) + seen.left);
     }
 
     void noise(Random& random) override
     {
         uint64_t word = 0;
-        for (std::size_t i = 0; i < map_.rows.size(); ++i, word >>= 8) {
+        for (std::size_t i = 0; i < m_map.rows.size(); ++i, word >>= 8) {
             if (i % 8 == 0)
                 word = random.bits();
-            map_.rows[i] = static_cast<uint8_t>(word & 0xff);
+            m_map.rows[i] = static_cast<uint8_t>(word & 0xff);
         }
     }
 
 private:
-    GreyMap& map_;
+    GreyMap& m_map;
 };
 
 struct Type {
@@ -269,17 +269,17 @@ class Setter
 {
 public:
     Setter(Surface& surface, const PageOptions& options)
-        : surface_(surface), dpi_x_(std::clamp(options.dpi_x, kLeastDpi, kMostDpi)),
-          dpi_y_(std::clamp(options.dpi_y, kLeastDpi, kMostDpi))
+        : m_surface(surface), m_dpi_x(std::clamp(options.dpi_x, kLeastDpi, kMostDpi)),
+          m_dpi_y(std::clamp(options.dpi_y, kLeastDpi, kMostDpi))
     {
     }
 
-    Surface& surface() { return surface_; }
-    const Box& page() const { return surface_.page(); }
-    int across(int tenths) const { return static_cast<int>(int64_t{tenths} * dpi_x_ / 720); }
-    int down(int tenths) const { return std::max(1, static_cast<int>(int64_t{tenths} * dpi_y_ / 720)); }
-    int tenths_across(int px) const { return static_cast<int>(int64_t{px} * 720 / dpi_x_); }
-    int tenths_down(int px) const { return static_cast<int>(int64_t{px} * 720 / dpi_y_); }
+    Surface& surface() { return m_surface; }
+    const Box& page() const { return m_surface.page(); }
+    int across(int tenths) const { return static_cast<int>(int64_t{tenths} * m_dpi_x / 720); }
+    int down(int tenths) const { return std::max(1, static_cast<int>(int64_t{tenths} * m_dpi_y / 720)); }
+    int tenths_across(int px) const { return static_cast<int>(int64_t{px} * 720 / m_dpi_x); }
+    int tenths_down(int px) const { return static_cast<int>(int64_t{px} * 720 / m_dpi_y); }
 
     // Returns the page without its margins. A margin is `tenths` / 10 pt, but at most a tenth of the page.
     Box within(int tenths) const
@@ -302,7 +302,7 @@ public:
         int64_t place = int64_t{x} * 64;
         for (const char character : text) {
             const Glyph& letter = glyph(type, character);
-            surface_.stamp(letter, static_cast<int>((place + 32) / 64), baseline);
+            m_surface.stamp(letter, static_cast<int>((place + 32) / 64), baseline);
             place += letter.advance;
         }
     }
@@ -355,17 +355,17 @@ private:
     const Glyph& glyph(Type type, char character)
     {
         const auto index = static_cast<std::size_t>(static_cast<unsigned char>(character) & 0x7f);
-        std::unique_ptr<Glyph>& cached = glyphs_[{type.weight, type.size}][index];
+        std::unique_ptr<Glyph>& cached = m_glyphs[{type.weight, type.size}][index];
         if (!cached)
-            cached = std::make_unique<Glyph>(surface_.glyph(character, type.weight,
-                                                            int64_t{type.size} * dpi_x_ * 64 / 720,
-                                                            int64_t{type.size} * dpi_y_ * 64 / 720));
+            cached = std::make_unique<Glyph>(m_surface.glyph(character, type.weight,
+                                                             int64_t{type.size} * m_dpi_x * 64 / 720,
+                                                             int64_t{type.size} * m_dpi_y * 64 / 720));
         return *cached;
     }
 
-    Surface& surface_;
-    int dpi_x_, dpi_y_;
-    std::map<std::pair<Weight, int>, std::array<std::unique_ptr<Glyph>, 128>> glyphs_;
+    Surface& m_surface;
+    int m_dpi_x, m_dpi_y;
+    std::map<std::pair<Weight, int>, std::array<std::unique_ptr<Glyph>, 128>> m_glyphs;
 };
 
 constexpr std::string_view kWords[] = {

@@ -192,48 +192,48 @@ GreyMap grey_ramp()
 }
 
 Enlarger::Enlarger(const GreyMap& picture, int width, int height)
-    : picture_(picture), width_(width), height_(height), line_(static_cast<std::size_t>(picture.width) + 1),
-      tones_(static_cast<std::size_t>(width))
+    : m_picture(picture), m_width(width), m_height(height),
+      m_line(static_cast<std::size_t>(picture.width) + 1), m_tones(static_cast<std::size_t>(width))
 {
 }
 
 const uint8_t* Enlarger::row(int y)
 {
     const int64_t place =
-        height_ > 1 ? (int64_t{y} << 8) * (picture_.height - 1) / (height_ - 1) : 0; // 8 bits of fraction
+        m_height > 1 ? (int64_t{y} << 8) * (m_picture.height - 1) / (m_height - 1) : 0; // 8 bits of fraction
     const auto above = static_cast<int>(place >> 8), fraction = static_cast<int>(place & 255);
-    const uint8_t* a = picture_.row(above);
-    const uint8_t* b = picture_.row(std::min(above + 1, picture_.height - 1));
-    for (int x = 0; x < picture_.width; ++x)
-        line_[static_cast<std::size_t>(x)] = a[x] * (256 - fraction) + b[x] * fraction;
-    line_.back() = line_[line_.size() - 2];
+    const uint8_t* a = m_picture.row(above);
+    const uint8_t* b = m_picture.row(std::min(above + 1, m_picture.height - 1));
+    for (int x = 0; x < m_picture.width; ++x)
+        m_line[static_cast<std::size_t>(x)] = a[x] * (256 - fraction) + b[x] * fraction;
+    m_line.back() = m_line[m_line.size() - 2];
 
-    const int64_t step = width_ > 1 ? (int64_t{picture_.width - 1} << 16) / (width_ - 1) : 0;
+    const int64_t step = m_width > 1 ? (int64_t{m_picture.width - 1} << 16) / (m_width - 1) : 0;
     int64_t across = 0; // 16 bits of fraction
-    for (int x = 0; x < width_; ++x, across += step) {
-        const int32_t* const pair = &line_[static_cast<std::size_t>(across >> 16)];
+    for (int x = 0; x < m_width; ++x, across += step) {
+        const int32_t* const pair = &m_line[static_cast<std::size_t>(across >> 16)];
         const auto part = static_cast<int32_t>(across >> 8 & 255);
-        tones_[static_cast<std::size_t>(x)] =
+        m_tones[static_cast<std::size_t>(x)] =
             static_cast<uint8_t>((pair[0] * (256 - part) + pair[1] * part) >> 16);
     }
-    return tones_.data();
+    return m_tones.data();
 }
 
 Screen::Screen(int cell)
 {
     // From one dot to the next x and y both change by cell / sqrt(2). So one pixel along x + y or x - y is a
     // phase of 2^32 / (cell * sqrt(2)).
-    step_ = square_root((uint64_t{1} << 63) / (static_cast<uint64_t>(cell) * static_cast<uint64_t>(cell)));
+    m_step = square_root((uint64_t{1} << 63) / (static_cast<uint64_t>(cell) * static_cast<uint64_t>(cell)));
 
     // The heights of a dot are the sum of two waves. A threshold is the rank of a height, so that the tones
     // are spread evenly.
-    std::vector<int> ranked(threshold_.size());
+    std::vector<int> ranked(m_threshold.size());
     std::array<int, kPhases> wave{};
     for (int i = 0; i < kPhases; ++i) {
         const int half = kPhases / 2, in_half = i % half;
         wave[static_cast<std::size_t>(i)] = (i < half ? 1 : -1) * in_half * (half - in_half);
     }
-    std::vector<int> heights(threshold_.size());
+    std::vector<int> heights(m_threshold.size());
     for (std::size_t u = 0; u < kPhases; ++u)
         for (std::size_t v = 0; v < kPhases; ++v)
             heights[u * kPhases + v] = wave[u] + wave[v];
@@ -241,21 +241,21 @@ Screen::Screen(int cell)
     std::sort(ranked.begin(), ranked.end());
     for (std::size_t i = 0; i < heights.size(); ++i) {
         const auto place = std::lower_bound(ranked.begin(), ranked.end(), heights[i]) - ranked.begin();
-        threshold_[i] = static_cast<uint8_t>(place * 256 / static_cast<std::ptrdiff_t>(ranked.size()));
+        m_threshold[i] = static_cast<uint8_t>(place * 256 / static_cast<std::ptrdiff_t>(ranked.size()));
     }
 }
 
 void Screen::row(const uint8_t* tones, int x, int y, int width, uint8_t* bits) const
 {
-    uint32_t along = (static_cast<uint32_t>(x) + static_cast<uint32_t>(y)) * step_;
-    uint32_t across = (static_cast<uint32_t>(x) - static_cast<uint32_t>(y)) * step_;
+    uint32_t along = (static_cast<uint32_t>(x) + static_cast<uint32_t>(y)) * m_step;
+    uint32_t across = (static_cast<uint32_t>(x) - static_cast<uint32_t>(y)) * m_step;
     constexpr int kShift = 32 - kPhaseBits;
     for (int done = 0; done < width;) {
         const int in_byte = (x + done) & 7, take = std::min(8 - in_byte, width - done);
         unsigned byte = 0;
-        for (int i = 0; i < take; ++i, along += step_, across += step_) {
+        for (int i = 0; i < take; ++i, along += m_step, across += m_step) {
             const std::size_t phase = std::size_t{along >> kShift} << kPhaseBits | across >> kShift;
-            byte = byte << 1 | (tones[done + i] < threshold_[phase] ? 1U : 0U);
+            byte = byte << 1 | (tones[done + i] < m_threshold[phase] ? 1U : 0U);
         }
         uint8_t& out = bits[(x + done) / 8];
         out = static_cast<uint8_t>(out | byte << (8 - in_byte - take));

@@ -25,10 +25,10 @@ public:
     const uint8_t* row(int y);
 
 private:
-    const GreyMap& picture_;
-    int width_, height_;
-    std::vector<int32_t> line_; // row of the picture, interpolated between two rows; 8 bits of fraction
-    std::vector<uint8_t> tones_;
+    const GreyMap& m_picture;
+    int m_width, m_height;
+    std::vector<int32_t> m_line; // row of the picture, interpolated between two rows; 8 bits of fraction
+    std::vector<uint8_t> m_tones;
 };
 
 // Halftone screen: clustered dots on a lattice at 45 degrees, `cell` px from dot to dot. A tone of t blackens
@@ -45,8 +45,8 @@ private:
     static constexpr int kPhaseBits = 7;
     static constexpr int kPhases = 1 << kPhaseBits;
 
-    uint32_t step_;                                                   // phase of one pixel; a cell is 2^32
-    std::array<uint8_t, std::size_t{kPhases} * kPhases> threshold_{}; // a pixel with a lower tone is black
+    uint32_t m_step;                                                   // phase of one pixel; a cell is 2^32
+    std::array<uint8_t, std::size_t{kPhases} * kPhases> m_threshold{}; // a pixel with a lower tone is black
 };
 
 } // namespace pages
