@@ -83,10 +83,10 @@ TEST(DrawPage, FetchesAndDrawsOnlyTheClip)
             const DeviceRecord record = Draw(document, c.clip, false);
             const CRect& drawn = kind.bits == 1 ? c.bilevel : c.grey;
             const std::string size = std::to_string(drawn.Width()) + "x" + std::to_string(drawn.Height());
-            const std::string call = std::string{kind.bits == 1 ? "bilevel " : "indexed "} +
-                                     std::to_string(drawn.left) + "," + std::to_string(drawn.top) + " " +
-                                     size + " from 0,0 " + size;
-            EXPECT_EQ(record.calls, drawn.Width() > 0 ? Texts{call} : Texts{});
+            CString call;
+            call.Format("%s %d,%d %s from 0,0 %s", kind.bits == 1 ? "bilevel" : "indexed", drawn.left,
+                        drawn.top, size.c_str(), size.c_str());
+            EXPECT_EQ(record.calls, drawn.Width() > 0 ? Texts{call.c_str()} : Texts{});
             EXPECT_EQ(page->reads, drawn.Width() > 0 ? std::min(c.clip.bottom, 60) : 0);
         }
 }

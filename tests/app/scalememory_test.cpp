@@ -59,8 +59,8 @@ void operator delete[](void* memory, size_t) noexcept
 }
 
 extern "C" void* __real_calloc(size_t count, size_t bytes); // NOLINT
-extern "C" [[gnu::used]] void* __wrap_calloc(size_t count,
-                                             size_t bytes) // NOLINT: only the linker refers to it
+// Only the linker refers to it.
+extern "C" [[gnu::used]] void* __wrap_calloc(size_t count, size_t bytes) // NOLINT
 {
     if (g_allocations_left >= 0 && g_allocations_left-- == 0)
         return nullptr;
