@@ -104,9 +104,13 @@ void CPageInformationDialog::OnCheck()
 bool CPageInformationDialog::OnWork()
 {
     PageCheck::Result result = PageCheck::Result::done;
+    m_stop_requested = false;
+    m_in_step = true;
     try {
         result = m_check->Step();
+        m_in_step = false;
     } catch (const std::bad_alloc&) {
+        m_in_step = false;
         EndCheck();
         AfxMessageBox("Insufficient memory to check page");
         return false;
@@ -115,21 +119,27 @@ bool CPageInformationDialog::OnWork()
         EndDialog(IDCANCEL); // the page that it shows was closed
         return false;
     }
-    const auto now = std::chrono::steady_clock::now();
-    if (result == PageCheck::Result::done) {
+    if (result == PageCheck::Result::done || m_stop_requested) {
         ShowCheck();
         EndCheck();
-    } else if (now - m_progress_shown >= kProgressTime) {
+        return false;
+    }
+    const auto now = std::chrono::steady_clock::now();
+    if (now - m_progress_shown >= kProgressTime) {
         SetDlgItemProgress(kCheckProgress, m_check->Progress());
         m_progress_shown = now;
     }
-    return result == PageCheck::Result::goesOn;
+    return true;
 }
 
 void CPageInformationDialog::OnCancel()
 {
     if (!m_check || !m_check->IsPageOpen()) {
         CDialog::OnCancel();
+        return;
+    }
+    if (m_in_step) {
+        m_stop_requested = true; // the step still uses m_check
         return;
     }
     StopWork();

@@ -45,6 +45,8 @@ private:
 
     CLumentaDoc* m_document;
     int m_nUnits;
-    std::optional<PageCheck> m_check;                       // the running check; empty if there is none
+    std::optional<PageCheck> m_check; // the running check; empty if there is none
+    bool m_in_step = false;           // a step of m_check is on the stack, perhaps with a message box
+    bool m_stop_requested = false;    // during this step
     std::chrono::steady_clock::time_point m_progress_shown; // last update of the progress bar
 };

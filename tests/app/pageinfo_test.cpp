@@ -439,11 +439,17 @@ TEST_F(PageInformation, CheckCanBeStoppedAndEndsWithThePage)
     };
     const struct {
         const char* name;
-        std::function<void(CDialog&)> stop;
+        std::function<void(CDialog&, FakeImage&)> stop;
     } cases[] = {
-        {"Escape", [](CDialog& dialog) { PressDialogKeys(dialog, {"Escape"}); }},
-        {"Return", [](CDialog& dialog) { PressDialogKeys(dialog, {"Return"}); }},
-        {"the button", [](CDialog& dialog) { ClickControl(dialog, IDCANCEL); }},
+        {"Escape", [](CDialog& dialog, FakeImage&) { PressDialogKeys(dialog, {"Escape"}); }},
+        {"Return", [](CDialog& dialog, FakeImage&) { PressDialogKeys(dialog, {"Return"}); }},
+        {"the button", [](CDialog& dialog, FakeImage&) { ClickControl(dialog, IDCANCEL); }},
+        {"the button, within a step",
+         [](CDialog& dialog, FakeImage& image) {
+             const auto slow = std::exchange(image.on_read, [&](int32_t) { ClickControl(dialog, IDCANCEL); });
+             EXPECT_TRUE(PumpUntil([&] { return dialog.GetDlgItemText(IDCANCEL) == "Close"; }));
+             image.on_read = slow;
+         }},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -454,7 +460,7 @@ TEST_F(PageInformation, CheckCanBeStoppedAndEndsWithThePage)
             PressDialogKeys(dialog, {"Alt+C"});
             EXPECT_TRUE(PumpUntil([&] { return image->reads > 0; }));
             EXPECT_EQ(dialog.GetDlgItemText(IDCANCEL), "Cancel");
-            c.stop(dialog);
+            c.stop(dialog, *image);
             ASSERT_TRUE(dialog.IsWindowVisible());
             EXPECT_EQ(dialog.GetDlgItemText(IDCANCEL), "Close");
             const int64_t reads = image->reads;
