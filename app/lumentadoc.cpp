@@ -156,10 +156,13 @@ bool CLumentaDoc::CanOpen(const CString& path)
     BeginWaitCursor(Hourglass::atOnce); // as in OnOpenDocument
     const CString file = PagePath(path);
     const std::unique_ptr<Image> image = OpenImage(file);
+    const bool has_rows = IsOpen(*image) && image->IsValid();
     if (!IsOpen(*image))
         ReportOpenFailure(file, *image);
+    else if (!has_rows)
+        AfxMessageBox("Unable to allocate bitmap"); // as OpenPage says if a side is 0
     EndWaitCursor();
-    return IsOpen(*image);
+    return has_rows;
 }
 
 bool CLumentaDoc::OpenPage(const CString& path)

@@ -4,6 +4,7 @@
 #include "app/scalefrm.h"
 #include "tests/app/window_fixture.h"
 
+#include <kesterlib/faxhdr.h>
 #include <sys/stat.h>
 
 namespace
@@ -144,15 +145,31 @@ TEST_F(ChangingPage, IsReadAgainAtTheSamePlace)
     const CScaledDIBitmap* const picture = document->m_pScaled.get();
     const CPoint kept = view->GetScrollPosition();
     const int32_t rows = document->m_nLastRow;
-    for (const char* const content : {"", "II*"}) {
+    FAXHeader header{};
+    header.JobName[0] = header.Creator[0] = header.Mux[0] = 'N';
+    header.CreateTime.tm_mday = 1;
+    header.FaxHeaderVersion = 3;
+    header.HeaderSize = FAXHEADER_BYTES;
+    header.ImageWidth = header.DataWidth = 500; // and no height yet
+    header.ResolutionMultiplier = 1;
+    header.Compression = FAXHEADER_UNCOMPRESSED;
+    std::string begun(FAXHEADER_BYTES, ' ');
+    const char* error = nullptr;
+    ASSERT_GT(createFaxHeader(begun.data(), FAXHEADER_BYTES, &header, 1, &error), 0) << error;
+    begun.resize(2 * FAXHEADER_BYTES);
+    const std::pair<std::string, std::string> files[] = {{"", Page() + ": Open failed"},
+                                                         {"II*", Page() + ": Open failed"},
+                                                         {begun, "Unable to allocate bitmap"}};
+    for (const auto& [content, message] : files) {
         std::filesystem::remove(Page());
-        if (*content)
+        if (!content.empty())
             scratch.Write("page.tif", content);
-        EXPECT_EQ(NoteAtActivation(), *content ? kChanged : kGone);
+        const char* const note = content.empty() ? kGone : kChanged;
+        EXPECT_EQ(NoteAtActivation(), note);
         PressAccelerator(*frame, "F5");
         ASSERT_TRUE(PumpUntilIdle());
-        EXPECT_EQ(boxes.Take(), (Texts{Page() + ": Open failed"}));
-        EXPECT_EQ(Pane(0), *content ? kChanged : kGone);
+        EXPECT_EQ(boxes.Take(), (Texts{message}));
+        EXPECT_EQ(Pane(0), note);
         EXPECT_EQ(Title(), "page - LUMENTA");
         EXPECT_EQ(view->m_pScaleFrame, overview);
         EXPECT_EQ(document->m_pScaled.get(), picture);
@@ -162,6 +179,7 @@ TEST_F(ChangingPage, IsReadAgainAtTheSamePlace)
     }
 
     // Without a page, F5 opens the one that the title still names.
+    scratch.Write("page.tif", "II*");
     EXPECT_EQ(app->OpenDocumentFile(scratch.File("page.tif")), nullptr);
     EXPECT_EQ(boxes.Take().size(), 1U);
     ASSERT_TRUE(PumpUntilIdle());
