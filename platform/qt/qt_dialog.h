@@ -12,8 +12,8 @@
 #include <QListView>
 #include <functional>
 
-// Returns a name that can be shown in one line: the replacement character stands for control characters, and
-// for characters that would break the line or change the reading direction.
+// Returns a name that can be shown in one line. Control characters, and characters that would break the line
+// or change the reading direction, become the replacement character.
 QString Showable(QString text);
 
 // Calls a test's hook from the dialog's loop, after the dialog is on the screen and has the focus. If the
