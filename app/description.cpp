@@ -1,5 +1,8 @@
 #include "app/description.h"
 
+#include "platform/displaytext.h"
+#include "platform/text.h"
+
 #include <cstdarg>
 #include <cstdio>
 
@@ -12,7 +15,7 @@ constexpr size_t kLongestCharacter = 4; // bytes in UTF-8
 std::string_view StartOf(std::string_view text)
 {
     size_t end = kMostBytes;
-    while (end > kMostBytes - kLongestCharacter && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80)
+    while (end > kMostBytes - kLongestCharacter && IsUtf8Continuation(text[end]))
         --end;
     return text.substr(0, end);
 }

@@ -2,6 +2,7 @@
 
 #include "app/description.h"
 #include "app/pageheader.h"
+#include "platform/displaytext.h"
 #include "platform/file.h"
 
 #include <algorithm>

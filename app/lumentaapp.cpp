@@ -177,7 +177,7 @@ void CLumentaApp::OnOpenMultiple()
     m_bMarkViewed = dialog.m_bMarkViewed;
     m_strPageFilter = dialog.m_strFilter;
     m_strPageDirectory = dialog.m_strDirectory;
-    if (m_strPageDirectory.IsEmpty() || m_strPageDirectory.c_str()[m_strPageDirectory.GetLength() - 1] != '/')
+    if (!m_strPageDirectory.View().ends_with('/'))
         m_strPageDirectory += "/";
     for (const CString& name : dialog.m_Files)
         m_PageList.push_back(m_strPageDirectory + name);

@@ -8,6 +8,7 @@
 #include "app/pageinfodialog.h"
 #include "app/usermsg.h"
 #include "platform/dc.h"
+#include "platform/text.h"
 #include "platform/view.h"
 
 #include <charconv>
@@ -32,11 +33,6 @@ double Length(int units, int pixels, int dpi)
 CString FormatPair(int units, const char* first_name, double first, const char* second_name, double second)
 {
     return CString{first_name} + FormatNumber(units, first) + second_name + FormatNumber(units, second);
-}
-
-bool IsBlank(char c)
-{
-    return c == ' ' || (c >= '\t' && c <= '\r');
 }
 } // namespace
 
@@ -78,7 +74,7 @@ std::optional<CRect> ParsePlacement(const CString& text)
     const char* at = text.c_str();
     const char* const end = at + text.GetLength();
     for (int* const side : {&rect.left, &rect.top, &rect.right, &rect.bottom}) {
-        while (at != end && IsBlank(*at))
+        while (at != end && kBlanks.find(*at) != std::string_view::npos)
             ++at;
         if (end - at > 1 && at[0] == '+' && at[1] != '-')
             ++at;

@@ -1,6 +1,7 @@
 #include "app/openmultipledialog.h"
 
 #include "app/dialogids.h"
+#include "platform/directory.h"
 
 #include <filesystem>
 #include <string>
@@ -10,7 +11,6 @@
 namespace
 {
 constexpr const char* kEveryFile = "*.*";
-constexpr int kLongestDirectory = 4095; // bytes, the system's limit for a path
 
 // Adds the separator at the end of a directory if it is missing. An empty text stays empty.
 void CloseDirectory(CString* directory)
@@ -55,7 +55,7 @@ bool COpenMultipleDialog::OnInitDialog()
     CDialog::OnInitDialog();
     std::error_code none; // on failure the text is empty
     m_strStartDirectory = std::filesystem::current_path(none).string();
-    if (m_strDirectory.IsEmpty() || m_strDirectory.GetLength() > kLongestDirectory)
+    if (m_strDirectory.IsEmpty() || m_strDirectory.GetLength() > kLongestPath)
         m_strDirectory = m_strStartDirectory;
     CloseDirectory(&m_strDirectory);
     if (!SelectFilter()) {

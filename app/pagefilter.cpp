@@ -1,8 +1,9 @@
 #include "app/pagefilter.h"
 
+#include "platform/text.h"
+
 namespace
 {
-constexpr std::string_view kBlanks = " \t\n\v\f\r";
 constexpr std::string_view kBlanksAndBar = " \t\n\v\f\r|";
 
 // Returns `text` from its first byte that is in `set`, or an empty text if there is none.

@@ -4,6 +4,7 @@
 #include "app/lumentadoc.h"
 #include "app/units.h"
 #include "platform/app.h"
+#include "platform/displaytext.h"
 
 #include <cinttypes>
 #include <new>

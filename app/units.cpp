@@ -1,5 +1,7 @@
 #include "app/units.h"
 
+#include "platform/text.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -80,9 +82,7 @@ CString FormatLength(int32_t pixels, int units, int dpi)
 
 std::optional<double> ParseDecimal(std::string_view text)
 {
-    constexpr std::string_view kBlanks = " \t";
-    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-    text = text.substr(0, text.find_last_not_of(kBlanks) + 1);
+    text = Trimmed(text, " \t");
     if (text.starts_with('+') && !text.starts_with("+-"))
         text.remove_prefix(1);
     std::string number{text};

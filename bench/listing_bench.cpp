@@ -7,6 +7,7 @@
 #include "bench/support.h"
 #include "platform/directory.h"
 #include "platform/testing.h"
+#include "platform/text.h"
 
 #include <algorithm>
 #include <cstdio>

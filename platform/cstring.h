@@ -58,15 +58,3 @@ struct NamedText {
     CString name;
     CString value;
 };
-
-// Returns true if `name` is before `other` in lists. Names are sorted without regard to the case of ASCII
-// letters, and equal ones by bytes.
-bool ComesBefore(std::string_view name, std::string_view other);
-
-// Returns any text as one line of valid UTF-8 for the screen. Control characters and line ends become blanks.
-// Text that as a whole is not valid UTF-8 is read as Latin-1. The result has at most most_bytes bytes and is
-// cut at the end of a character.
-CString DisplayText(std::string_view text, size_t most_bytes);
-// The same for texts whose end matters, such as messages that begin with a path. If the result is longer than
-// head_bytes + tail_bytes, "..." replaces its middle.
-CString DisplayBothEnds(std::string_view text, size_t head_bytes, size_t tail_bytes);

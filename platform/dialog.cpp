@@ -3,6 +3,7 @@
 
 #include "platform/app.h"
 #include "platform/directory.h"
+#include "platform/text.h"
 
 #include <charconv>
 #include <utility>
@@ -118,10 +119,7 @@ void DDX_Number(CDataExchange* exchange, UINT id, int32_t& value, int32_t minimu
         return;
     }
     const CString field = exchange->m_pDlgWnd->GetDlgItemText(id);
-    std::string_view text = field;
-    constexpr std::string_view kBlanks = " \t";
-    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-    text = text.substr(0, text.find_last_not_of(kBlanks) + 1);
+    std::string_view text = Trimmed(field, " \t");
     if (text.starts_with('+') && !text.starts_with("+-"))
         text.remove_prefix(1);
     int32_t number = 0;
@@ -143,12 +141,11 @@ void DDX_Control(CDataExchange* exchange, UINT id, CWnd& control)
 
 bool DlgDirList(CDialog& dialog, CString* target, UINT list, UINT path, UINT types)
 {
-    constexpr int kLongestLine = 4095; // bytes, like the longest path of the system
-    if (target->GetLength() > kLongestLine)
+    if (target->GetLength() > kLongestPath)
         return false;
-    const int behind_directory = target->ReverseFind('/') + 1;
-    const CString patterns = target->Mid(behind_directory);
-    const CString directory = behind_directory == 0 ? CString(".") : target->Left(behind_directory);
+    const int name_start = target->ReverseFind('/') + 1;
+    const CString patterns = target->Mid(name_start);
+    const CString directory = name_start == 0 ? CString(".") : target->Left(name_start);
     const bool new_only = (types & DDL_EXCLUSIVE) != 0;
     CCmdTarget::BeginWaitCursor();
     const DirectoryListing listing =
@@ -174,7 +171,7 @@ bool DlgDirList(CDialog& dialog, CString* target, UINT list, UINT path, UINT typ
     dialog.BindControl(list, box);
     box.SetContent(std::move(entries));
     *target = patterns;
-    dialog.SetDlgItemText(path, is_root || behind_directory == 0
+    dialog.SetDlgItemText(path, is_root || name_start == 0
                                     ? directory
                                     : directory.Left(directory.GetLength() - 1)); // without the last "/"
     return true;

@@ -149,5 +149,5 @@ enum DirectoryListFlag : UINT {
 // Fills a dialog's list box with the entries of a directory. *target is the directory, ending with "/",
 // followed by patterns. Without a directory, the working directory of the process is listed. Afterwards
 // *target holds only the patterns. The control `path` shows the directory. Returns false and changes nothing
-// if the directory cannot be listed, or if *target has more than 4095 bytes.
+// if the directory cannot be listed, or if *target has more than kLongestPath bytes.
 bool DlgDirList(CDialog& dialog, CString* target, UINT list, UINT path, UINT types);

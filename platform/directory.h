@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+constexpr int kLongestPath = 4095; // bytes, the system's limit
+
 struct DirectoryEntry {
     CString name;           // the bytes of the name, valid UTF-8 or not
     FileStatus status;      // links followed: the status of a file or a directory

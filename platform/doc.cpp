@@ -2,6 +2,7 @@
 #include "platform/doc.h"
 
 #include "platform/app.h"
+#include "platform/displaytext.h"
 #include "platform/framewnd.h"
 #include "platform/view.h"
 

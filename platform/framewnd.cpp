@@ -2,6 +2,7 @@
 #include "platform/framewnd.h"
 
 #include "platform/app.h"
+#include "platform/displaytext.h"
 #include "platform/view.h"
 
 #include <vector>

@@ -1,19 +1,11 @@
 #include "platform/profiletext.h"
+#include "platform/text.h"
 
 #include <cstdint>
 
 namespace
 {
-constexpr std::string_view kBlanks = " \t\r\f\v";
 constexpr char kDigits[] = "0123456789abcdef";
-
-std::string_view Trimmed(std::string_view text)
-{
-    const size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
-}
 
 // Returns the byte of the two hexadecimal digits at the start of text, -1 if they are not there.
 int HexByte(std::string_view text)
@@ -32,26 +24,6 @@ int HexByte(std::string_view text)
         value = value * 16 + digit;
     }
     return value;
-}
-
-// Returns the number of bytes of the valid UTF-8 character at the start of text, 0 if there is none. text is
-// not empty.
-size_t CharacterBytes(std::string_view text)
-{
-    const auto byte = [&](size_t i) { return i < text.size() ? static_cast<uint8_t>(text[i]) : 0U; };
-    const uint32_t first = byte(0);
-    if (first < 0x80)
-        return 1;
-    const size_t length = first >= 0xf0 && first < 0xf5 ? 4 : first >= 0xe0 ? 3 : first >= 0xc2 ? 2 : 0;
-    if (first >= 0xf5)
-        return 0;
-    for (size_t i = 1; i < length; ++i)
-        if ((byte(i) & 0xc0) != 0x80)
-            return 0;
-    const uint32_t second = byte(1);
-    const bool is_wrong = (first == 0xe0 && second < 0xa0) || (first == 0xed && second > 0x9f) ||
-                          (first == 0xf0 && second < 0x90) || (first == 0xf4 && second > 0x8f);
-    return is_wrong ? 0 : length;
 }
 
 void AppendHex(std::string* out, char escape, char byte)
@@ -114,7 +86,7 @@ std::string EncodedValue(std::string_view value)
     const bool is_quoted = Trimmed(value).size() != value.size() || value.find(';') != std::string_view::npos;
     std::string text = is_quoted ? "\"" : "";
     while (!value.empty()) {
-        const size_t bytes = CharacterBytes(value);
+        const size_t bytes = Utf8CharacterBytes(value);
         const char c = value.front();
         if (bytes > 1) {
             text += value.substr(0, bytes);

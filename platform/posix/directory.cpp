@@ -2,6 +2,7 @@
 #include "platform/directory.h"
 #include "platform/messages.h"
 #include "platform/posix/filestatus.h"
+#include "platform/text.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -16,11 +17,6 @@ struct CloseDirectory {
     void operator()(DIR* stream) const { closedir(stream); }
 };
 
-unsigned char Folded(char c)
-{
-    return static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-}
-
 // The bytes of the character at the start of text, at least 1; a byte that is no UTF-8 is a character by
 // itself.
 size_t CharacterBytes(std::string_view text)
@@ -28,7 +24,7 @@ size_t CharacterBytes(std::string_view text)
     const auto lead = static_cast<unsigned char>(text[0]);
     const size_t most = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : lead >= 0xc0 ? 2 : 1;
     size_t bytes = 1;
-    while (bytes < most && bytes < text.size() && (static_cast<unsigned char>(text[bytes]) & 0xc0) == 0x80)
+    while (bytes < most && bytes < text.size() && IsUtf8Continuation(text[bytes]))
         ++bytes;
     return bytes;
 }
@@ -48,7 +44,7 @@ bool Matches(std::string_view name, std::string_view pattern)
         } else if (wanted == '?') {
             ++in_pattern;
             at += CharacterBytes(name.substr(at));
-        } else if (Folded(wanted) == Folded(name[at])) {
+        } else if (FoldedAscii(wanted) == FoldedAscii(name[at])) {
             ++in_pattern;
             ++at;
         } else if (star != std::string_view::npos) {
@@ -74,10 +70,8 @@ bool MatchesPatterns(std::string_view name, std::string_view patterns)
     bool has_pattern = false;
     for (size_t start = 0; start <= patterns.size();) {
         const size_t end = std::min(patterns.find(';', start), patterns.size());
-        std::string_view pattern = patterns.substr(start, end - start);
+        const std::string_view pattern = Trimmed(patterns.substr(start, end - start), " ");
         start = end + 1;
-        pattern.remove_prefix(std::min(pattern.find_first_not_of(' '), pattern.size()));
-        pattern = pattern.substr(0, pattern.find_last_not_of(' ') + 1);
         if (pattern.empty())
             continue;
         has_pattern = true;

@@ -1,6 +1,7 @@
 // Message boxes.
 #include "platform/app.h"
 
+#include "platform/displaytext.h"
 #include "platform/framewnd.h"
 #include "platform/qt/longwork.h"
 #include "platform/qt/peer.h"

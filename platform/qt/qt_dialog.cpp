@@ -5,6 +5,7 @@
 #include "platform/qt/dialogitems.h"
 #include "platform/qt/queue.h"
 #include "platform/qt/services.h"
+#include "platform/text.h"
 
 #include <QApplication>
 #include <QCheckBox>

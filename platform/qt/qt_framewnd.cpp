@@ -4,6 +4,7 @@
 #include "platform/qt/queue.h"
 
 #include "platform/app.h"
+#include "platform/displaytext.h"
 
 #include <QApplication>
 #include <QCloseEvent>

@@ -1,5 +1,6 @@
 // Listings of a directory for the dialogs.
 #include "platform/directory.h"
+#include "platform/text.h"
 #include "tests/support/child.h"
 #include "tests/support/fake_marks.h"
 #include "tests/support/scratch.h"
