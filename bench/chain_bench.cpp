@@ -3,7 +3,7 @@
 // paint and for its pixels on the screen. Needs a display. --rounds=N (9)
 #include "bench/harness.h"
 #include "platform/qt/peer.h"
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -180,7 +180,7 @@ int main(int argc, char** argv)
     Require(std::getenv("DISPLAY") != nullptr, "chain_bench needs a display");
     bench.SetWhere(kOnX);
     setenv("QT_QPA_PLATFORM", "xcb", 1);
-    TestToolkit toolkit(argc, argv);
+    TestApplication application(argc, argv);
     SetSettingsFile("/dev/null");
     ChainApp app;
     StartApplication(app, {});

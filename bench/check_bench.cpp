@@ -4,7 +4,7 @@
 #include "app/pagecheck.h"
 #include "bench/harness.h"
 #include "bench/support.h"
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 
 #include <algorithm>
 #include <string>
@@ -67,7 +67,7 @@ double Check(const Page& page, double* ink)
 int main(int argc, char** argv)
 {
     Harness bench(argc, argv, 9);
-    TestToolkit toolkit(argc, argv);
+    TestApplication application(argc, argv);
     double first_ink = 0;
     for (const Page& page : kPages) {
         double ink = 0;

@@ -6,7 +6,7 @@
 #include "bench/countingimage.h"
 #include "bench/harness.h"
 #include "bench/support.h"
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -80,7 +80,7 @@ int main(int argc, char** argv)
 {
     Harness bench(argc, argv, 9);
     bench.SetWhere("memory, cached");
-    TestToolkit toolkit(argc, argv);
+    TestApplication application(argc, argv);
     SetSettingsFile("/dev/null");
     CLumentaApp app;
     const std::string path = PagePathOf(kBigPage);

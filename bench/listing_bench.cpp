@@ -6,7 +6,7 @@
 #include "bench/harness.h"
 #include "bench/support.h"
 #include "platform/directory.h"
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 #include "platform/text.h"
 
 #include <algorithm>
@@ -177,7 +177,7 @@ int main(int argc, char** argv)
 {
     Harness bench(argc, argv, 15);
     bench.SetWhere(std::string{ChooseDisplay() ? kOnX : kInMemory} + ", cached");
-    TestToolkit toolkit(argc, argv);
+    TestApplication application(argc, argv);
     CLumentaApp app; // only for its dialogs; not started
     const char* own = std::getenv("TMPDIR");
     for (const char* parent : {own ? own : "/var/tmp", "/var/tmp", "."}) {

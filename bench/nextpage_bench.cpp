@@ -10,7 +10,7 @@
 #include "pagefile.h"
 #include "pages.h"
 #include "platform/qt/peer.h"
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 #include "platform/viewedmark.h"
 #include "tiffout.h"
 
@@ -198,7 +198,7 @@ int main(int argc, char** argv)
     Page two[2];
     if (!scratch.made || !MakePage(scratch.directory, 1, &two[0]) || !MakePage(scratch.directory, 2, &two[1]))
         return 1; // MakePage has printed the reason
-    TestToolkit toolkit(argc, argv);
+    TestApplication application(argc, argv);
     SetSettingsFile(scratch.directory + "/settings");
     SetMessageBoxHook([](const CString& text) { std::fprintf(stderr, "%s\n", text.c_str()); });
     CLumentaApp app;

@@ -12,7 +12,7 @@
 #include "bench/harness.h"
 #include "bench/support.h"
 #include "platform/tempstore.h"
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 
 #include <fstream>
 #include <functional>
@@ -142,7 +142,7 @@ int main(int argc, char** argv)
 {
     Harness bench(argc, argv, 21);
     bench.SetWhere("memory, cached");
-    TestToolkit toolkit(argc, argv);
+    TestApplication application(argc, argv);
     SetSettingsFile("/dev/null"); // ignores the user's settings
     CLumentaApp app;
 

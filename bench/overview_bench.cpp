@@ -12,7 +12,7 @@
 #include "bench/harness.h"
 #include "bench/support.h"
 #include "platform/qt/peer.h"
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 
 #include <QCoreApplication>
 #include <QInputDevice>
@@ -298,7 +298,7 @@ int main(int argc, char** argv)
     bench.SetWhere("memory, cached");
     const bool is_x = HasDisplayOf(kScreen.cx, kScreen.cy) && ChooseDisplay();
     Require(is_x || ChooseScreen(kScreen.cx, kScreen.cy), "no screen"); // the scale depends on its size
-    TestToolkit toolkit(argc, argv);
+    TestApplication application(argc, argv);
     SetSettingsFile("/dev/null");
     SetMessageBoxHook([](const CString& text) { std::fprintf(stderr, "%s\n", text.c_str()); });
     TimedApp app;

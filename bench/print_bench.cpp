@@ -5,7 +5,7 @@
 #include "bench/harness.h"
 #include "bench/support.h"
 #include "pages.h"
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 #include "tiffout.h"
 
 #include <algorithm>
@@ -36,7 +36,7 @@ struct Print {
 int PrintOnce(int argc, char** argv, const CString& page, const CString& pdf)
 {
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    TestToolkit toolkit(argc, argv);
+    TestApplication application(argc, argv);
     SetSettingsFile("/dev/null");
     bool good = true;
     SetMessageBoxHook([&](const CString& text) {

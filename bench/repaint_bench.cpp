@@ -6,7 +6,7 @@
 #include "bench/harness.h"
 #include "bench/support.h"
 #include "platform/qt/peer.h"
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 
 #include <QApplication>
 #include <QPainter>
@@ -243,7 +243,7 @@ int main(int argc, char** argv)
     Require(std::getenv("DISPLAY") != nullptr, "repaint_bench needs a display");
     bench.SetWhere(kOnX);
     ChooseDisplay();
-    TestToolkit toolkit(argc, argv);
+    TestApplication application(argc, argv);
     SetSettingsFile("/dev/null");
     CLumentaApp app;
     StartApplication(app, PagePathOf(kBigPage));

@@ -10,7 +10,7 @@
 #include "bench/countingimage.h"
 #include "bench/harness.h"
 #include "bench/support.h"
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -54,7 +54,7 @@ int main(int argc, char** argv)
 {
     Harness bench(argc, argv, 1);
     bench.SetWhere(ChooseDisplay() ? kOnX : kInMemory);
-    TestToolkit toolkit(argc, argv);
+    TestApplication application(argc, argv);
     SetSettingsFile("/dev/null");
     CountingApp app;
     StartApplication(app, PagePathOf(kBigPage));

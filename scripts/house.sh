@@ -30,12 +30,12 @@ complain()
     sed "s|\$|: $text|" >>"$found"
 }
 
-# --- Qt is used only in platform/qt -------------------------------------------------------------------------
+# --- Qt is used only in platform/qt and in the sources of platform/testing -----------------------------------
 
 qt_include='^[[:space:]]*#[[:space:]]*include[[:space:]]*([<"]([^">]*/)?Q([A-Z]|t[A-Z])|<q[a-z]+\.h>)'
 qt_name='\bQt::|^[[:space:]]*(class|struct)[[:space:]]+Q[A-Z][A-Za-z]*[[:space:]]*;'
 qt_name+='|^[^#]*\bQ(Widget|String|Object|Event|Image|Painter|Application|Settings|Printer|Dialog|Menu|Timer)\b'
-qt_free='^(app|lib)/|^platform/([^/]+|posix/.*)$'
+qt_free='^(app|lib)/|^platform/([^/]+|posix/.*|testing/.*\.h)$'
 of_rooms "$qt_free" | complain "includes Qt outside platform/qt" "$qt_include"
 of_rooms "$qt_free" | complain "uses a type of Qt outside platform/qt" "$qt_name"
 
@@ -73,7 +73,7 @@ c_headers='assert|complex|ctype|errno|fenv|float|inttypes|iso646|limits|locale|m
 c_headers+='|stdatomic|stdbool|stddef|stdint|stdio|stdlib|stdnoreturn|string|tgmath|threads|time|uchar|wchar|wctype'
 c_headers+='|immintrin|arm_neon' # headers of the compiler, for vector instructions
 
-of_rooms '^(app|lib|platform)/' | list_includes | while read -r file line include; do
+of_rooms '^(app|lib|platform|tools)/' | list_includes | while read -r file line include; do
   name=${include:1}
   wrong=
   case ${file%%/*} in
@@ -92,6 +92,9 @@ of_rooms '^(app|lib|platform)/' | list_includes | while read -r file line includ
     [[ ! $name =~ (^|/)(qt|posix)/ ]] || wrong="app includes a private header of platform"
     ;;
   esac
+  if [[ $file != platform/testing/* && $name =~ (^|/)testing/ ]]; then
+    wrong="the program includes code that only tests use"
+  fi
   [[ -z $wrong ]] || printf '%s:%s: %s: %s\n' "$file" "$line" "$wrong" "$name" >>"$found"
 done
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "app/lumentaresources.h"
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 #include "tests/support/scratch.h"
 
 #include <gtest/gtest.h>

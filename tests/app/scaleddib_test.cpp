@@ -1,7 +1,7 @@
 // The reduced picture: its values, which are compared with a count of every pixel, its batches, and failures.
 #include "app/lumentadoc.h"
 #include "app/scaleddib.h"
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 #include "platform/view.h"
 #include "tests/app/reduced_page.h"
 #include "tests/support/fake_image.h"

@@ -8,7 +8,7 @@
 #include "app/mainfrm.h"
 #include "app/usermsg.h"
 #include "pages.h"
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 #include "tests/support/fake_image.h"
 #include "tests/support/scratch.h"
 #include "tiffout.h"

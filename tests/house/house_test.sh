@@ -16,7 +16,7 @@ fail()
   failures=$((failures + 1))
 }
 
-mkdir -p "$top"/tree/{app,docs,scripts,tests/app,platform/qt,platform/posix,lib/kesterlib/{include/kesterlib,source},fuzz/corpus/x}
+mkdir -p "$top"/tree/{app,docs,scripts,tests/app,platform/qt,platform/posix,platform/testing,tools/drawing,lib/kesterlib/{include/kesterlib,source},fuzz/corpus/x}
 cd "$top/tree"
 printf '#pragma once\n#include "platform/wnd.h"\n#include <kesterlib/unsqz.h>\n#include <tiffio.h>\n' >app/page.h
 printf '#include "page.h"\n#include <vector>\n' >app/page.cpp
@@ -24,6 +24,10 @@ printf '#pragma once\n#include <cstdint>\nclass Widget;\n' >platform/wnd.h
 printf '#include "platform/wnd.h"\n#include "qt_window.h"\n#include <QWidget>\n' >platform/qt/wnd.cpp
 printf '#pragma once\n#include <QObject>\nclass QWidget;\n' >platform/qt/qt_window.h
 printf '#include "../wnd.h"\n#include <sys/mman.h>\n' >platform/posix/map.cpp
+printf '#pragma once\n#include "platform/wnd.h"\n' >platform/testing/testing.h
+printf '#include "platform/testing/testing.h"\n#include "platform/qt/qt_window.h"\n#include <QWidget>\n' >platform/testing/keys.cpp
+printf '#pragma once\n#include "platform/testing/testing.h"\n' >tests/app/window_fixture.h
+printf '#include <cstdint>\n' >tools/drawing/draw.cpp
 printf '#ifndef KESTERLIB_UNSQZ_H\n#include <stdint.h>\n#endif\n' >lib/kesterlib/include/kesterlib/unsqz.h
 printf '#include <cstdint>\n' >lib/kesterlib/source/rows_tmpl.h
 printf '#include "kesterlib/unsqz.h"\n#include <algorithm>\n#include <immintrin.h>\n' >lib/kesterlib/source/unsqz.cpp
@@ -51,7 +55,9 @@ offence app/page.h "$outside" '  #  include <QtWidgets/QMenu>'
 offence app/page.h "$outside" '#include <qglobal.h>'
 offence platform/wnd.h "uses a type of Qt outside platform/qt" 'class QPaintDevice;'
 offence app/page.cpp "uses a type of Qt outside platform/qt" 'int key = Qt::Key_Left;'
+offence platform/testing/testing.h "$outside" '#include <QImage>'
 fine platform/qt/wnd.cpp '#include <QtWidgets/QMenu>'
+fine platform/testing/keys.cpp '#include <QtWidgets/QMenu>'
 fine app/page.cpp '#include "qdecoder.h"'
 fine app/page.cpp '// Quite a Query of QTables.'
 
@@ -60,6 +66,13 @@ offence platform/wnd.h "platform includes lib: kesterlib/unsqz.h" '#include <kes
 offence lib/kesterlib/source/unsqz.cpp "lib includes app: app/page.h" '#include "app/page.h"'
 offence lib/kesterlib/source/unsqz.cpp "lib includes more than the standard library: tiffio.h" '#include <tiffio.h>'
 offence app/page.cpp "app includes a private header of platform: platform/qt/qt_window.h" '#include "platform/qt/qt_window.h"'
+testing="the program includes code that only tests use"
+offence app/page.cpp "$testing: platform/testing/testing.h" '#include "platform/testing/testing.h"'
+offence platform/wnd.h "$testing: testing/testing.h" '#include "testing/testing.h"'
+offence platform/qt/wnd.cpp "$testing: ../testing/testing.h" '#include "../testing/testing.h"'
+offence platform/posix/map.cpp "$testing: platform/testing/testing.h" '#include "platform/testing/testing.h"'
+offence lib/kesterlib/source/unsqz.cpp "$testing: platform/testing/testing.h" '#include "platform/testing/testing.h"'
+offence tools/drawing/draw.cpp "$testing: platform/testing/testing.h" '#include "platform/testing/testing.h"'
 fine platform/posix/map.cpp '#include <map>\n#include "platform/wnd.h"'
 
 for name in page.cpp map.cpp; do

@@ -1,7 +1,7 @@
 // A minimal application. Each of its classes records the messages that reach it.
 #pragma once
 
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 #include "tests/platform/qt_support.h"
 #include "tests/support/recorder.h"
 #include "tests/support/test_page.h"

@@ -1,4 +1,4 @@
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 
 #include <gtest/gtest.h>
 
@@ -7,6 +7,6 @@ int main(int argc, char** argv)
     testing::InitGoogleTest(&argc, argv);
     if (testing::GTEST_FLAG(list_tests))
         return RUN_ALL_TESTS();
-    const TestToolkit toolkit{argc, argv};
+    const TestApplication application{argc, argv};
     return RUN_ALL_TESTS();
 }

@@ -1,5 +1,5 @@
 // Windows: the order of their messages, message boxes, timers, and the destruction of windows.
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 #include "tests/platform/test_classes.h"
 
 namespace

@@ -2,7 +2,7 @@
 // of the process.
 #pragma once
 
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 #include "tests/support/recorder.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // The functions of testing.h for dialogs.
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 
 #include "platform/qt/dialogitems.h"
 #include "platform/qt/qt_dialog.h"

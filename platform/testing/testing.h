@@ -10,11 +10,11 @@
 
 // Qt's application object for a test program. Without the environment variable QT_QPA_PLATFORM it needs no
 // display server.
-class TestToolkit
+class TestApplication
 {
 public:
-    TestToolkit(int& argc, char** argv);
-    ~TestToolkit();
+    TestApplication(int& argc, char** argv);
+    ~TestApplication();
 
 private:
     class Private;

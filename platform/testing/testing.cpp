@@ -1,5 +1,5 @@
 // The functions of testing.h, except those for dialogs.
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 
 #include "platform/qt/longwork.h"
 #include "platform/qt/peer.h"
@@ -28,14 +28,14 @@ extern bool qt_sendShortcutOverrideEvent(QObject* object, ulong timestamp, int k
                                          Qt::KeyboardModifiers modifiers, const QString& text, bool repeated,
                                          ushort count);
 
-class TestToolkit::Private
+class TestApplication::Private
 {
 public:
     Private(int& argc, char** argv) : application(argc, argv) {}
     QApplication application;
 };
 
-TestToolkit::TestToolkit(int& argc, char** argv)
+TestApplication::TestApplication(int& argc, char** argv)
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -43,7 +43,7 @@ TestToolkit::TestToolkit(int& argc, char** argv)
     PrepareProcess();
 }
 
-TestToolkit::~TestToolkit() = default;
+TestApplication::~TestApplication() = default;
 
 void StartApplication(CWinApp& app, const CString& command_line)
 {

@@ -1,5 +1,5 @@
 // The functions of testing.h for the file dialog.
-#include "platform/testing.h"
+#include "platform/testing/testing.h"
 
 #include "platform/dialog.h"
 #include "platform/qt/qt_filedialog.h"
