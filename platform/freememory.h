@@ -25,6 +25,3 @@ MemoryStatus GlobalMemoryStatus();
 // Returns the largest size in bytes of a single block: half of the free memory and swap space. The system
 // would grant a larger block, and end the program when the block is filled.
 int64_t LargestBlock();
-
-// Replaces the figures in tests; null restores the real ones. ReadFreeMemory with a root is never replaced.
-void SetMemoryStatusSource(MemoryStatus (*source)());

@@ -1,6 +1,8 @@
 // Memory figures from the kernel: the machine's, then the limits of the control groups and of the process.
 #include "platform/freememory.h"
 
+#include "platform/hooks.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -12,8 +14,6 @@
 
 namespace
 {
-MemoryStatus (*g_source)() = nullptr;
-
 // One small text file after the other, in a buffer that the next one overwrites.
 class TextReader
 {
@@ -182,8 +182,8 @@ void ClampToAddressSpace(TextReader& reader, FreeMemory* memory)
 
 FreeMemory ReadFreeMemory(std::string_view root)
 {
-    if (g_source && root.empty()) {
-        const MemoryStatus status = g_source();
+    if (const auto& replaced = Hooks::Get().memory_status; replaced && root.empty()) {
+        const MemoryStatus status = replaced();
         return {status.available_physical, status.available_page_file};
     }
     TextReader reader{root};
@@ -211,9 +211,4 @@ int64_t LargestBlock()
 {
     const MemoryStatus memory = GlobalMemoryStatus();
     return (int64_t{memory.available_physical} + memory.available_page_file) / 2;
-}
-
-void SetMemoryStatusSource(MemoryStatus (*source)())
-{
-    g_source = source;
 }

@@ -1,7 +1,9 @@
 // The viewed mark, on FAT by the archive attribute and elsewhere by an extended attribute.
 #include "platform/viewedmark.h"
 #include "platform/file.h"
+#include "platform/hooks.h"
 #include "platform/posix/filestatus.h"
+#include "platform/posix/markcalls.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -63,8 +65,12 @@ public:
     }
 };
 
-SystemCalls g_system_calls;
-MarkCalls* g_calls = &g_system_calls;
+MarkCalls& Calls()
+{
+    static SystemCalls system_calls;
+    MarkCalls* const replaced = Hooks::Get().mark_calls;
+    return replaced ? *replaced : system_calls;
+}
 
 bool IsFat(int64_t file_system_type)
 {
@@ -95,18 +101,18 @@ void MarkOpenFile(int file, const CString& path, const FileStatus& status)
 {
     // The attributes are read before the status: a write in between sets the archive attribute again and
     // shows in the status.
-    const bool is_fat = IsFat(g_calls->FileSystemType(path.c_str()));
+    const bool is_fat = IsFat(Calls().FileSystemType(path.c_str()));
     uint32_t attributes = 0;
-    if (is_fat && g_calls->GetAttributes(file, &attributes) < 0)
+    if (is_fat && Calls().GetAttributes(file, &attributes) < 0)
         return;
     FileStatus now;
-    if (g_calls->Status(file, &now) < 0 || now != status)
+    if (Calls().Status(file, &now) < 0 || now != status)
         return;
     if (!is_fat) {
         const MarkText mark{status};
-        g_calls->SetMark(file, mark.View().data(), mark.View().size());
+        Calls().SetMark(file, mark.View().data(), mark.View().size());
     } else if (attributes & kArchive) {
-        g_calls->SetAttributes(file, attributes & ~kArchive);
+        Calls().SetAttributes(file, attributes & ~kArchive);
     }
 }
 } // namespace
@@ -140,11 +146,11 @@ void MarkViewed(const CString& path, const FileStatus& status)
 {
     if (!status.IsFile())
         return;
-    const int file = g_calls->Open(path.c_str());
+    const int file = Calls().Open(path.c_str());
     if (file < 0)
         return;
     MarkOpenFile(file, path, status);
-    g_calls->Close(file);
+    Calls().Close(file);
 }
 
 bool ViewedMarks::HasAttributes(const char* path, uint64_t device)
@@ -153,7 +159,7 @@ bool ViewedMarks::HasAttributes(const char* path, uint64_t device)
                                     [device](const Device& each) { return each.number == device; });
     if (known != m_devices.end())
         return known->has_attributes;
-    const int64_t type = g_calls->FileSystemType(path);
+    const int64_t type = Calls().FileSystemType(path);
     if (type >= 0) // else the path is gone, which tells nothing of the others
         m_devices.push_back({device, IsFat(type)});
     return IsFat(type);
@@ -165,19 +171,14 @@ bool ViewedMarks::IsViewed(const char* path, const FileStatus& status)
         return false;
     if (!HasAttributes(path, status.device)) {
         char value[MarkText::kRoom]; // a longer one is none of ours
-        const int64_t bytes = g_calls->GetMark(path, value, sizeof value);
+        const int64_t bytes = Calls().GetMark(path, value, sizeof value);
         return bytes > 0 && std::string_view{value, static_cast<size_t>(bytes)} == MarkText{status}.View();
     }
-    const int file = g_calls->Open(path);
+    const int file = Calls().Open(path);
     if (file < 0)
         return false;
     uint32_t attributes = 0;
-    const bool is_viewed = g_calls->GetAttributes(file, &attributes) >= 0 && !(attributes & kArchive);
-    g_calls->Close(file);
+    const bool is_viewed = Calls().GetAttributes(file, &attributes) >= 0 && !(attributes & kArchive);
+    Calls().Close(file);
     return is_viewed;
-}
-
-void SetMarkCalls(MarkCalls* calls)
-{
-    g_calls = calls ? calls : &g_system_calls;
 }

@@ -1,5 +1,6 @@
 #include "platform/qt/longwork.h"
 
+#include "platform/hooks.h"
 #include "platform/messages.h"
 #include "platform/qt/peer.h"
 #include "platform/qt/queue.h"
@@ -15,8 +16,6 @@
 #include <algorithm>
 #include <ctime>
 #include <xcb/xcb.h>
-
-std::function<int64_t()> LongWork::s_clock;
 
 namespace
 {
@@ -77,8 +76,8 @@ LongWork& LongWork::Get()
 // clock.
 int64_t LongWork::Now()
 {
-    if (s_clock)
-        return s_clock();
+    if (const auto& clock_ms = Hooks::Get().work_clock_ms)
+        return clock_ms();
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
     return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;

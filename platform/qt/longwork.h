@@ -9,7 +9,6 @@
 #include <QPointer>
 #include <cstdint>
 #include <deque>
-#include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -41,9 +40,7 @@ public:
         ~Pause() { Get().m_begun = Now(); }
     };
 
-    // Returns milliseconds of a clock that never goes back. A test may replace it.
-    static int64_t Now();
-    static std::function<int64_t()> s_clock;
+    static int64_t Now(); // in milliseconds, of a clock that never goes back
 
 protected:
     bool eventFilter(QObject* receiver, QEvent* event) override;

@@ -93,7 +93,6 @@ public:
     void WantPaint();
     bool NeedsPaint() const { return m_paintWanted || !m_invalid.isEmpty(); }
     uint64_t LastPaintTurn() const { return m_lastPaintTurn; }
-    uint64_t PaintCount() const { return m_paints; }
 
     // For a paint: TakeInvalid returns the invalid part, which is valid from then on. Moved returns the sum
     // of all moves of the picture, and MovedSince the moves after `start`.
@@ -148,7 +147,6 @@ private:
     // Part of the wheel's turns that is not a whole pixel yet, in 120ths of a device pixel.
     QPoint m_wheelRest;
     uint64_t m_lastPaintTurn = 0;
-    uint64_t m_paints = 0;
     bool m_shapeSet = false; // by the handler of the current pointer message
 };
 

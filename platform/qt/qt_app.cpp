@@ -3,15 +3,13 @@
 
 #include "platform/displaytext.h"
 #include "platform/framewnd.h"
+#include "platform/hooks.h"
 #include "platform/qt/longwork.h"
 #include "platform/qt/peer.h"
 #include "platform/qt/queue.h"
-#include "platform/qt/services.h"
 
 #include <QApplication>
 #include <QMessageBox>
-
-std::function<void(const CString&)> g_message_box_hook;
 
 namespace
 {
@@ -25,8 +23,8 @@ void AfxMessageBox(const CString& text)
 {
     if (LongWork::Get().IsClosing()) // no user is there to read it
         return;
-    if (g_message_box_hook) {
-        g_message_box_hook(text);
+    if (const auto& instead = Hooks::Get().message_box) {
+        instead(text);
         return;
     }
     const ModalScope modal;

@@ -4,14 +4,12 @@
 #include "platform/app.h"
 #include "platform/qt/dialogitems.h"
 #include "platform/qt/queue.h"
-#include "platform/qt/services.h"
 #include "platform/text.h"
 
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
-#include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -21,19 +19,13 @@
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QStyledItemDelegate>
-#include <QTimer>
 #include <QVBoxLayout>
-#include <QWindow>
 #include <algorithm>
-#include <functional>
-
-std::function<void(CDialog&)> g_dialog_hook;
 
 namespace
 {
 constexpr int kListWidthChars = 52; // initial; the user can resize the dialog
 constexpr int kListHeightRows = 14;
-constexpr int kHookWaitMs = 2000;
 constexpr int kLabelChars = 4096; // more than any path has
 
 // An entry is as wide as the list. A long text is cut in the middle, and its tool tip shows the whole text.
@@ -115,25 +107,6 @@ QString Showable(QString text)
             c = QChar(QChar::ReplacementCharacter);
     }
     return text;
-}
-
-void RunHookWhenShown(QDialog* dialog, std::function<void()> hook, std::function<void()> end)
-{
-    auto* timer = new QTimer(dialog);
-    QElapsedTimer since;
-    since.start();
-    QObject::connect(timer, &QTimer::timeout, dialog,
-                     [dialog = QPointer(dialog), hook = std::move(hook), end = std::move(end), timer, since] {
-                         const QWindow* window = dialog->windowHandle();
-                         const bool ready = window && window->isExposed() && dialog->isActiveWindow();
-                         if (!ready && since.elapsed() < kHookWaitMs)
-                             return;
-                         timer->stop();
-                         hook();
-                         if (dialog && dialog->isVisible())
-                             end();
-                     });
-    timer->start(0);
 }
 
 void NameModel::Set(std::vector<CString> names)
@@ -433,12 +406,8 @@ int CDialog::DoModal()
     const QPointer<DialogWidget> widget = DialogOf(this);
     if (OnInitDialog() && widget && widget->FirstControl())
         widget->FirstControl()->setFocus();
-    if (widget && !m_ended) {
-        if (g_dialog_hook)
-            RunHookWhenShown(
-                widget, [this] { g_dialog_hook(*this); }, [this] { EndDialog(IDCANCEL); });
+    if (widget && !m_ended)
         widget->exec();
-    }
     m_ended = true;
     Queue::Get().Forget(this);
     m_peer.reset();

@@ -16,10 +16,6 @@
 // or change the reading direction, become the replacement character.
 QString Showable(QString text);
 
-// Calls a test's hook from the dialog's loop, after the dialog is on the screen and has the focus. If the
-// dialog is still open after the hook, calls `end`.
-void RunHookWhenShown(QDialog* dialog, std::function<void()> hook, std::function<void()> end);
-
 // The names of a list box, as bytes. They are converted when they are shown.
 class NameModel : public QAbstractListModel
 {

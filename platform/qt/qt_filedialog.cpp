@@ -2,9 +2,9 @@
 #include "platform/qt/qt_filedialog.h"
 
 #include "platform/dialog.h"
+#include "platform/hooks.h"
 #include "platform/qt/qt_dialog.h"
 #include "platform/qt/queue.h"
-#include "platform/qt/services.h"
 #include "platform/viewedmark.h"
 
 #include <QApplication>
@@ -12,9 +12,6 @@
 #include <QPushButton>
 #include <QStyledItemDelegate>
 #include <algorithm>
-
-std::function<void(CFileDialog&)> g_file_dialog_hook;
-int g_missing_file_dialog_part = 0;
 
 const CRuntimeClass CFileDialog::classRecord{"CFileDialog", &CWnd::classRecord, nullptr};
 
@@ -70,11 +67,12 @@ QString Cleaned(const QString& path)
     return QFileInfo(clean).canonicalFilePath() == QFileInfo(path).canonicalFilePath() ? clean : path;
 }
 
-// Returns the part that was found, or none if a test requests that it is missing.
+// Returns the part that was found, or none if a test hides it.
 template <class Part>
 Part Found(Part part)
 {
-    return g_missing_file_dialog_part > 0 && --g_missing_file_dialog_part == 0 ? Part{} : part;
+    const auto& hide = Hooks::Get().hide_file_dialog_part;
+    return hide && hide() ? Part{} : part;
 }
 } // namespace
 
@@ -289,9 +287,6 @@ int CFileDialog::DoModal()
     const QPointer<FileDialogWidget> widget = FileDialogOf(this);
     widget->SelectFilter(m_nFilterIndex);
     widget->setDirectory(NearestDirectory(ToQString(m_strInitialDir)));
-    if (g_file_dialog_hook)
-        RunHookWhenShown(
-            widget, [this] { g_file_dialog_hook(*this); }, [widget] { widget->reject(); });
     const bool accepted = widget->exec() == QDialog::Accepted;
     if (widget) {
         if (accepted)

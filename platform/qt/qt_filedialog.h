@@ -53,6 +53,7 @@ class FileDialogWidget : public QFileDialog
 public:
     FileDialogWidget(CFileDialog* owner, const CString& filter, StatusIcons* icons, QWidget* parent);
 
+    CFileDialog* Owner() const { return m_owner; }
     // Returns true if the parts for the additions to Qt's dialog were found. If one is missing, the dialog is
     // Qt's own, without label and without access to entries.
     bool IsExtended() const;

@@ -3,9 +3,9 @@
 
 #include "platform/app.h"
 #include "platform/freememory.h"
+#include "platform/hooks.h"
 #include "platform/qt/peer.h"
 #include "platform/qt/queue.h"
-#include "platform/qt/services.h"
 
 #include <QCoreApplication>
 #include <QDialog>
@@ -24,8 +24,6 @@
 #include <cstdlib>
 #include <sys/stat.h>
 #include <unistd.h>
-
-std::function<CString(CPrintInfo&)> g_print_dialog_hook;
 
 namespace
 {
@@ -295,8 +293,8 @@ bool CView::DoPreparePrinting(CPrintInfo* info)
         return true;
     QPrinter& printer = Printer();
     const QString label = GetDocument() ? ToQString(GetDocument()->GetTitle()) : QString();
-    if (g_print_dialog_hook) {
-        const CString path = g_print_dialog_hook(*info);
+    if (const auto& instead = Hooks::Get().print_dialog) {
+        const CString path = instead(*info);
         if (path.IsEmpty())
             return false;
         printer.setOutputFormat(QPrinter::PdfFormat);

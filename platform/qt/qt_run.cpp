@@ -3,8 +3,8 @@
 
 #include "platform/qt/longwork.h"
 #include "platform/qt/peer.h"
+#include "platform/qt/qt_run.h"
 #include "platform/qt/queue.h"
-#include "platform/qt/services.h"
 
 #include <QApplication>
 #include <QDialog>

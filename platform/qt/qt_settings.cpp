@@ -4,9 +4,9 @@
 // objects from the file's text.
 #include "platform/app.h"
 #include "platform/file.h"
+#include "platform/hooks.h"
 #include "platform/profiletext.h"
 #include "platform/qt/peer.h"
-#include "platform/qt/services.h"
 #include "platform/viewedmark.h"
 
 #include <QDir>
@@ -15,16 +15,14 @@
 #include <QStandardPaths>
 #include <optional>
 
-CString g_settings_file;
-
 namespace
 {
 constexpr qint64 kMostBytes = 1 << 20; // a larger file is not this program's
 
 QString SettingsPath(const CString& company)
 {
-    if (!g_settings_file.IsEmpty())
-        return ToQString(g_settings_file);
+    if (const CString& path = Hooks::Get().settings_file; !path.IsEmpty())
+        return ToQString(path);
     return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QLatin1Char('/') +
            ToQString(company) + QLatin1Char('/') + ToQString(AfxGetApp()->LoadString(AFX_IDS_APP_TITLE)) +
            QLatin1String(".ini");

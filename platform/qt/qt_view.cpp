@@ -3,6 +3,7 @@
 #include "platform/qt/peer.h"
 #include "platform/qt/queue.h"
 
+#include "platform/hooks.h"
 #include "platform/resources.h"
 
 #include <QAccessible>
@@ -270,9 +271,11 @@ void ViewWidget::Paint(uint64_t turn)
 {
     m_lastPaintTurn = turn;
     m_paintWanted = false;
-    ++m_paints;
-    if (m_owner)
-        m_owner->SendMessage(WM_PAINT);
+    if (!m_owner)
+        return;
+    if (const auto& before_paint = Hooks::Get().before_paint)
+        before_paint(*m_owner);
+    m_owner->SendMessage(WM_PAINT);
 }
 
 void ViewWidget::Changed(const QRegion& region)

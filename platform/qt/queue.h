@@ -24,7 +24,6 @@ public:
     void DispatchKeys(); // handles all waiting keys, before a mouse message that came later
     void SetTimer(CWnd* window, UINT id, UINT milliseconds);
     void KillTimer(const CWnd* window, UINT id); // also drops its waiting WM_TIMER
-    size_t TimerCount() const { return m_timers.size(); }
     // The window has an invalid part.
     void AddDirty(ViewWidget* view);
     // Paints an invalid window at once, unless a modal window is open.

@@ -1,11 +1,13 @@
 // The functions of testing.h, except those for dialogs.
 #include "platform/testing/testing.h"
 
+#include "platform/hooks.h"
 #include "platform/qt/longwork.h"
 #include "platform/qt/peer.h"
+#include "platform/qt/qt_run.h"
 #include "platform/qt/queue.h"
-#include "platform/qt/services.h"
 
+#include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QBackingStore>
 #include <QCursor>
@@ -22,6 +24,7 @@
 #include <QWindow>
 #include <cmath>
 #include <cstring>
+#include <unordered_map>
 
 // An internal function of Qt. Offers a key to the shortcuts first, as Qt does with keys from the display.
 extern bool qt_sendShortcutOverrideEvent(QObject* object, ulong timestamp, int key,
@@ -57,6 +60,7 @@ int EndApplication(CWinApp& app)
     if (app.m_pMainWnd)
         app.m_pMainWnd->SendMessage(WM_CLOSE);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    SetControlState(false);
     return app.ExitInstance();
 }
 
@@ -97,38 +101,13 @@ bool PumpUntilIdle(int limit_ms)
 
 int TimerCount()
 {
-    return static_cast<int>(Queue::Get().TimerCount());
-}
-
-void SetMessageBoxHook(std::function<void(const CString&)> hook)
-{
-    g_message_box_hook = std::move(hook);
-}
-
-void SetPrintDialogHook(std::function<CString(CPrintInfo&)> hook)
-{
-    g_print_dialog_hook = std::move(hook);
-}
-
-void SetWorkClock(std::function<int64_t()> clock)
-{
-    LongWork::s_clock = std::move(clock);
+    return static_cast<int>(QAbstractEventDispatcher::instance()->registeredTimers(&Queue::Get()).size());
 }
 
 bool IsWaitCursorShown()
 {
     const QCursor* const cursor = QGuiApplication::overrideCursor();
     return cursor && cursor->shape() == Qt::WaitCursor;
-}
-
-void SetControlKeyState(bool down)
-{
-    SetControlState(down);
-}
-
-void SetSettingsFile(const CString& path)
-{
-    g_settings_file = path;
 }
 
 GrabbedPixels GrabWindow(CWnd& window)
@@ -403,8 +382,11 @@ std::vector<CString> DescribeMenu(CFrameWnd& window)
 
 uint64_t PaintCount(const CWnd& window)
 {
-    const ViewWidget* view = ViewOf(&window);
-    return view ? view->PaintCount() : 0;
+    static std::unordered_map<const CWnd*, uint64_t> paints;
+    auto& before_paint = Hooks::Get().before_paint;
+    if (!before_paint)
+        before_paint = [](const CWnd& painted) { ++paints[&painted]; };
+    return paints[&window];
 }
 
 namespace

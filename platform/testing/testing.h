@@ -4,9 +4,12 @@
 #include "platform/app.h"
 #include "platform/dialog.h"
 #include "platform/filedialog.h"
+#include "platform/freememory.h"
 #include "platform/view.h"
 
 #include <functional>
+
+class MarkCalls;
 
 // Qt's application object for a test program. Without the environment variable QT_QPA_PLATFORM it needs no
 // display server.
@@ -46,10 +49,12 @@ void SetPrintDialogHook(std::function<CString(CPrintInfo&)> hook);
 // empty function restores the machine's clock.
 void SetWorkClock(std::function<int64_t()> clock);
 bool IsWaitCursorShown();
-// Sets the result of GetKeyState for the control key, until the next real key.
-void SetControlKeyState(bool down);
 // Replaces the user's settings file. An empty path restores it.
 void SetSettingsFile(const CString& path);
+// Replaces the free memory that the program finds. An empty function restores the machine's.
+void SetMemoryStatusSource(std::function<MemoryStatus()> source);
+// Replaces the system calls for viewed marks. The caller keeps `calls`. Null restores those of the system.
+void SetMarkCalls(MarkCalls* calls);
 
 // The hook is called from the loop of each dialog after the dialog is shown, and uses the dialog as a user
 // would. A dialog that is still open after the hook is ended as cancelled, so that none can block. An empty
@@ -123,7 +128,7 @@ void ActivateByUser(CWnd& frame);            // and waits until it is active
 // Returns the menu of a frame as it is shown, one line per entry: "View/&Next Page\tCtrl+Alt+N [disabled]".
 std::vector<CString> DescribeMenu(CFrameWnd& frame);
 
-uint64_t PaintCount(const CWnd& window); // paints of a window since it was made
+uint64_t PaintCount(const CWnd& window); // paints of a view since the first call for any view
 // Returns the number of device pixels of a window that were copied to the screen since the first call for it,
 // including copies that are due.
 uint64_t CopiedPixels(CWnd& window);

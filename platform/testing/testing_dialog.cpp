@@ -3,7 +3,6 @@
 
 #include "platform/qt/dialogitems.h"
 #include "platform/qt/qt_dialog.h"
-#include "platform/qt/services.h"
 
 #include <QAbstractButton>
 #include <QAccessible>
@@ -110,11 +109,6 @@ QString Line(const DialogItem& item, QWidget* widget)
     return number + (label && !label->text().isEmpty() ? label->text() : QStringLiteral("(empty)"));
 }
 } // namespace
-
-void SetDialogHook(std::function<void(CDialog&)> hook)
-{
-    g_dialog_hook = std::move(hook);
-}
 
 void PressDialogKeys(CDialog& dialog, std::initializer_list<const char*> keys)
 {

@@ -2,8 +2,8 @@
 #include "platform/testing/testing.h"
 
 #include "platform/dialog.h"
+#include "platform/hooks.h"
 #include "platform/qt/qt_filedialog.h"
-#include "platform/qt/services.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -12,19 +12,17 @@
 #include <QMouseEvent>
 #include <QPushButton>
 
-void SetFileDialogHook(std::function<void(CFileDialog&)> hook)
-{
-    g_file_dialog_hook = std::move(hook);
-}
+static int g_parts_until_lost = 0; // 0: the part is lost, or none is to be lost
 
 void LoseFileDialogPart(int number)
 {
-    g_missing_file_dialog_part = number;
+    g_parts_until_lost = number;
+    Hooks::Get().hide_file_dialog_part = [] { return g_parts_until_lost > 0 && --g_parts_until_lost == 0; };
 }
 
 bool IsFileDialogPartLost()
 {
-    return g_missing_file_dialog_part == 0;
+    return g_parts_until_lost == 0;
 }
 
 // Searches for the list itself, independent of the parts that the dialog has found.

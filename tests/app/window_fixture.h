@@ -41,7 +41,6 @@ protected:
     {
         Stop();
         SetPrintDialogHook({});
-        SetControlKeyState(false);
         SetSettingsFile({});
     }
 

@@ -2,6 +2,7 @@
 #include "platform/file.h"
 #include "platform/freememory.h"
 #include "platform/tempstore.h"
+#include "platform/testing/testing.h"
 #include "tests/support/child.h"
 #include "tests/support/scratch.h"
 

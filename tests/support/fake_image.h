@@ -3,7 +3,7 @@
 #pragma once
 
 #include "app/lumentadoc.h"
-#include "platform/freememory.h"
+#include "platform/testing/testing.h"
 
 #include <gtest/gtest.h>
 

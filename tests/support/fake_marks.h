@@ -1,7 +1,8 @@
 // A fake file system for viewed marks, in which every call can fail.
 #pragma once
 
-#include "platform/viewedmark.h"
+#include "platform/posix/markcalls.h"
+#include "platform/testing/testing.h"
 
 #include <cerrno>
 #include <cstring>
