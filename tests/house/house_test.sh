@@ -66,6 +66,7 @@ offence platform/wnd.h "platform includes lib: kesterlib/unsqz.h" '#include <kes
 offence lib/kesterlib/source/unsqz.cpp "lib includes app: app/page.h" '#include "app/page.h"'
 offence lib/kesterlib/source/unsqz.cpp "lib includes more than the standard library: tiffio.h" '#include <tiffio.h>'
 offence app/page.cpp "app includes a private header of platform: platform/qt/qt_window.h" '#include "platform/qt/qt_window.h"'
+offence app/page.cpp "app includes a private header of platform: platform/hooks.h" '#include "platform/hooks.h"'
 testing="the program includes code that only tests use"
 offence app/page.cpp "$testing: platform/testing/testing.h" '#include "platform/testing/testing.h"'
 offence platform/wnd.h "$testing: testing/testing.h" '#include "testing/testing.h"'
