@@ -10,6 +10,7 @@
 #include "app/pagefilter.h"
 #include "app/pageopendialog.h"
 #include "app/pagepath.h"
+#include "app/statustext.h"
 #include "app/usermsg.h"
 #include "platform/log.h"
 
@@ -128,10 +129,9 @@ bool CLumentaApp::IsListPageOpen() const
 
 CString CLumentaApp::GetListNote() const
 {
-    CString note;
-    if (IsListPageOpen())
-        note.Format("page %zu of %zu", m_ShownPages.size(), m_ShownPages.size() + m_PageList.size());
-    return note;
+    if (!IsListPageOpen())
+        return {};
+    return FormatListNote(m_ShownPages.size(), m_ShownPages.size() + m_PageList.size());
 }
 
 // Marks the file for its state before it was opened, so that a page that is rewritten meanwhile counts as

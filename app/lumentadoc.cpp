@@ -3,7 +3,6 @@
 
 #include "app/group4image.h"
 #include "app/jbigimage.h"
-#include "app/notes.h"
 #include "app/pagepath.h"
 #include "app/sqzimage.h"
 #include "app/sqznoneimage.h"
@@ -218,17 +217,9 @@ CString CLumentaDoc::GetStatusText() const
 {
     if (!HasPage())
         return "No page";
-    CString suspicious;
-    if (m_pImage->SuspiciousRow >= 0)
-        suspicious.Format("suspicious from line %d", m_pImage->SuspiciousRow);
-    CString damaged;
-    if (m_bReadError)
-        damaged.Format("damaged from line %d", m_nErrorRow);
-    const char* const file = m_FileState == FileState::changed      ? "file has changed, F5 reads it again"
-                             : m_FileState == FileState::gone       ? "file is gone"
-                             : m_FileState == FileState::unreadable ? "file cannot be read"
-                                                                    : "";
-    return JoinNotes({suspicious, damaged, file});
+    const int32_t suspicious = m_pImage->SuspiciousRow;
+    return FormatPageNotes(suspicious >= 0 ? std::optional{suspicious} : std::nullopt,
+                           m_bReadError ? std::optional{m_nErrorRow} : std::nullopt, m_FileState);
 }
 
 void CLumentaDoc::CheckFile()

@@ -3,6 +3,7 @@
 
 #include "app/image.h"
 #include "app/scaleddib.h"
+#include "app/statustext.h"
 #include "platform/dc.h"
 #include "platform/doc.h"
 #include "platform/tempstore.h"
@@ -139,8 +140,6 @@ protected:
 
 private:
     static const MessageEntry entries[];
-
-    enum class FileState : uint8_t { asOpened, changed, gone, unreadable };
 
     FileStatus m_FileStatus;                     // of the page's file before it was opened
     FileState m_FileState = FileState::asOpened; // found by the last CheckFile

@@ -4,15 +4,13 @@
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "app/lumentavw.h"
-#include "app/notes.h"
 #include "app/pageinfodialog.h"
+#include "app/placement.h"
+#include "app/statustext.h"
+#include "app/units.h"
 #include "app/usermsg.h"
 #include "platform/dc.h"
-#include "platform/text.h"
 #include "platform/view.h"
-
-#include <charconv>
-#include <cmath>
 
 namespace
 {
@@ -23,73 +21,7 @@ constexpr UINT kIndicators[] = {ID_SEPARATOR, kPositionIndicator, kSizeIndicator
 constexpr int kPositionPane = 1;
 constexpr int kSizePane = 2;
 constexpr int kResolutionPane = 3;
-
-// Converts pixels to the unit. Returns 0 if the unit needs a resolution and dpi is not above 0.
-double Length(int units, int pixels, int dpi)
-{
-    return dpi > 0 || UnitsFor(units, 1, 1) == kPixels ? PixelsToUnits(pixels, units, dpi) : 0;
-}
-
-CString FormatPair(int units, const char* first_name, double first, const char* second_name, double second)
-{
-    return CString{first_name} + FormatNumber(units, first) + second_name + FormatNumber(units, second);
-}
 } // namespace
-
-CString FormatPosition(int units, int left, int top, int x_dpi, int y_dpi)
-{
-    return FormatPair(units, "left=", Length(units, left, x_dpi), " top=", Length(units, top, y_dpi));
-}
-
-CString FormatSize(int units, int width, int depth, int x_dpi, int y_dpi)
-{
-    return FormatPair(units, "width=", Length(units, width, x_dpi), " depth=", Length(units, depth, y_dpi));
-}
-
-CString FormatPointer(int units, CPoint point, int x_dpi, int y_dpi)
-{
-    units = UnitsFor(units, x_dpi, y_dpi);
-    return FormatPair(units, "x=", PixelsToUnits(point.x, units, x_dpi),
-                      " y=", PixelsToUnits(point.y, units, y_dpi));
-}
-
-CString FormatDistance(int units, CSize distance, int x_dpi, int y_dpi)
-{
-    units = UnitsFor(units, x_dpi, y_dpi);
-    const double x = PixelsToUnits(distance.cx, units, x_dpi);
-    const double y = PixelsToUnits(distance.cy, units, y_dpi);
-    return FormatPair(units, "dx=", x, " dy=", y) + " d=" + FormatNumber(units, std::hypot(x, y));
-}
-
-CString FormatResolution(int x_dpi, int y_dpi)
-{
-    CString text;
-    text.Format("Res  X=%d Y=%d", x_dpi, y_dpi);
-    return text;
-}
-
-std::optional<CRect> ParsePlacement(const CString& text)
-{
-    CRect rect;
-    const char* at = text.c_str();
-    const char* const end = at + text.GetLength();
-    for (int* const side : {&rect.left, &rect.top, &rect.right, &rect.bottom}) {
-        while (at != end && kBlanks.find(*at) != std::string_view::npos)
-            ++at;
-        if (end - at > 1 && at[0] == '+' && at[1] != '-')
-            ++at;
-        const auto [behind, error] = std::from_chars(at, end, *side);
-        if (error != std::errc{})
-            return std::nullopt;
-        at = behind;
-    }
-    // In 64 bits, because the four numbers may have any value.
-    const int64_t width = int64_t{rect.right} - rect.left;
-    const int64_t height = int64_t{rect.bottom} - rect.top;
-    if (width < 1 || width > INT32_MAX || height < 1 || height > INT32_MAX)
-        return std::nullopt;
-    return rect;
-}
 
 const CRuntimeClass CMainFrame::classRecord{"CMainFrame", &CPageFrame::classRecord,
                                             CreateObjectOf<CMainFrame>};
@@ -157,11 +89,8 @@ int CMainFrame::OnCreate(const CREATESTRUCT& cs)
 void CMainFrame::OnDestroy()
 {
     const WindowPlacement placement = GetWindowPlacement();
-    const CRect& place = placement.normal_position;
-    CString text;
-    text.Format("%d %d %d %d", place.left, place.top, place.right, place.bottom);
     CWinApp* const app = AfxGetApp();
-    app->WriteProfileString(kWindowSettings, kMainFrame, text);
+    app->WriteProfileString(kWindowSettings, kMainFrame, FormatPlacement(placement.normal_position));
     app->WriteProfileInt(kWindowSettings, kMaximizeMainFrame,
                          placement.show_command == SW_SHOWMAXIMIZED ? 1 : 0);
     CPageFrame::OnDestroy();
@@ -171,25 +100,17 @@ CString CMainFrame::GetMessageText() const
 {
     const auto* const document = DynamicDowncast<CLumentaDoc>(GetActiveDocument());
     const auto* const app = DynamicDowncast<CLumentaApp>(AfxGetApp());
-    CString text;
-    if (document && app) {
-        const auto* const view = DynamicDowncast<CLumentaView>(GetActiveView());
-        const bool measures = view && view->GetMeasuredDistance(); // the distance needs the space of the note
-        text = JoinNotes(
-            {document->GetStatusText(), measures ? CString{} : app->GetListNote(), GetPointerText()});
+    if (!document || !app)
+        return CPageFrame::GetMessageText();
+    MessageField field;
+    field.page_notes = document->GetStatusText();
+    field.list_note = app->GetListNote();
+    if (const auto* const view = DynamicDowncast<CLumentaView>(GetActiveView())) {
+        field.distance = view->GetMeasuredDistance();
+        field.pointer = view->GetPointedPixel();
     }
+    const CString text = FormatMessageField(field, m_nUnits, m_nXDpi, m_nYDpi);
     return text.IsEmpty() ? CPageFrame::GetMessageText() : text;
-}
-
-CString CMainFrame::GetPointerText() const
-{
-    const auto* const view = DynamicDowncast<CLumentaView>(GetActiveView());
-    if (!view)
-        return {};
-    if (const std::optional<CSize> distance = view->GetMeasuredDistance())
-        return FormatDistance(m_nUnits, *distance, m_nXDpi, m_nYDpi);
-    const std::optional<CPoint> pixel = view->GetPointedPixel();
-    return pixel ? FormatPointer(m_nUnits, *pixel, m_nXDpi, m_nYDpi) : CString{};
 }
 
 void CMainFrame::ShowPosition()

@@ -3,23 +3,6 @@
 #pragma once
 
 #include "app/pageframe.h"
-#include "app/units.h"
-
-#include <initializer_list>
-#include <optional>
-
-// Return the texts of the status bar. Positions and sizes are passed in pixels and shown in the unit. In the
-// position and the size, a value is 0 if its unit needs a resolution and the resolution is not above 0. The
-// pointer's position and the distance are then in pixels, see UnitsFor.
-CString FormatPosition(int units, int left, int top, int x_dpi, int y_dpi);
-CString FormatSize(int units, int width, int depth, int x_dpi, int y_dpi);
-CString FormatPointer(int units, CPoint point, int x_dpi, int y_dpi);
-CString FormatDistance(int units, CSize distance, int x_dpi, int y_dpi); // across, down and straight
-CString FormatResolution(int x_dpi, int y_dpi);
-
-// Reads a rectangle from a text "left top right bottom". Returns nothing if the text does not begin with four
-// numbers, or if a side of the rectangle is below 1 or above INT32_MAX.
-std::optional<CRect> ParsePlacement(const CString& text);
 
 // A section and a key of the settings, which CLumentaApp reads too.
 constexpr const char* kWindowSettings = "window";
@@ -80,7 +63,5 @@ protected:
 
 private:
     static const MessageEntry entries[];
-    // Returns the measured distance, else the pointer's position on the page. Empty if there is neither.
-    CString GetPointerText() const;
     void SetUnits(int units);
 };

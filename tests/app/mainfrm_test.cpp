@@ -1,6 +1,8 @@
 // The main window: read-outs in four units, notes, title, disabled commands, and invalid placements.
-#include "app/notes.h"
+#include "app/placement.h"
 #include "app/scalefrm.h"
+#include "app/statustext.h"
+#include "app/units.h"
 #include "tests/app/window_fixture.h"
 
 namespace

@@ -2,6 +2,7 @@
 #include "app/dialogids.h"
 #include "app/pagecheck.h"
 #include "app/pageinfodialog.h"
+#include "app/units.h"
 #include "pagefile.h"
 #include "tests/app/window_fixture.h"
 

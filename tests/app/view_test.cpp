@@ -2,6 +2,7 @@
 #include "tests/app/window_fixture.h"
 
 #include "app/scrollvw.h"
+#include "app/units.h"
 
 #include <fstream>
 
