@@ -1,6 +1,7 @@
 #include "app/lumentavw.h"
 
 #include "app/lumentadoc.h"
+#include "app/overview.h"
 #include "app/scalefrm.h"
 #include "app/scalevw.h"
 #include "app/usermsg.h"
@@ -244,14 +245,6 @@ void CLumentaView::OnUpdateScaledPage(CCmdUI& ui)
     ui.Enable(document && document->IsBilevelPage());
 }
 
-CString CLumentaView::ScaledTitle(int32_t scale) const
-{
-    const CLumentaDoc* const document = GetPageDocument();
-    CString factor;
-    factor.Format("  (1/%d)", scale);
-    return WindowTitle(document ? document->GetTitle() : CString{"Untitled"}, factor);
-}
-
 void CLumentaView::OnUpdateCloseOverview(CCmdUI& ui)
 {
     ui.Enable(m_pScaleFrame != nullptr);
@@ -294,7 +287,7 @@ void CLumentaView::OnReload()
         return;
     if (CScaleView* const scaled = GetScaledView()) {
         scaled->ScrollToPosition(scaled_position);
-        m_pScaleFrame->SetWindowText(ScaledTitle(scaled->m_nScale));
+        m_pScaleFrame->SetWindowText(OverviewTitle(document->GetTitle(), scaled->m_nScale));
     } else if (scaled_before && document->IsBilevelPage()) {
         OnScaledPage();
         if (was_active)
@@ -335,31 +328,28 @@ void CLumentaView::OnScaledPage()
     frame->m_ppBackPointer = &m_pScaleFrame;
 
     CLumentaDoc* const document = GetPageDocument();
-    int32_t scale = 32;
-    CSize page;
-    if (document) {
-        CDC screen;
-        screen.CreateDisplayInformation();
-        page = {document->m_nWidth, document->m_nDepth};
-        if (page.cx > 0 && page.cy > 0)
-            scale = ChooseScale(page, {screen.GetDeviceCaps(HORZRES), screen.GetDeviceCaps(VERTRES)});
-    }
-    frame->m_nClientWidth = page.cx / scale;
-    frame->m_nClientHeight = page.cy / scale;
+    CDC screen;
+    screen.CreateDisplayInformation();
+    const OverviewGeometry plan =
+        PlanOverview(document ? CSize{document->m_nWidth, document->m_nDepth} : CSize{},
+                     {screen.GetDeviceCaps(HORZRES), screen.GetDeviceCaps(VERTRES)});
+    frame->m_nClientWidth = plan.client.cx;
+    frame->m_nClientHeight = plan.client.cy;
 
     CCreateContext context;
     context.m_pNewViewClass = &CScaleView::classRecord;
     context.m_pCurrentDoc = document;
     context.m_pLastView = this;
+    const CString title = OverviewTitle(document ? document->GetTitle() : CString{"Untitled"}, plan.scale);
     // If Create fails, it has deleted the frame.
-    if (!frame->Create(ScaledTitle(scale), WS_OVERLAPPEDWINDOW, {}, &context))
+    if (!frame->Create(title, WS_OVERLAPPEDWINDOW, {}, &context))
         return;
     frame->DragAcceptFiles(true);
     frame->PlaceClient({0, 0}, {frame->m_nClientWidth, frame->m_nClientHeight});
     if (!frame->GetActiveView())
         if (auto* const scaled =
                 DynamicDowncast<CScaleView>(frame->GetDescendantWindow(AFX_IDW_PANE_FIRST))) {
-            scaled->m_nScale = scale;
+            scaled->m_nScale = plan.scale;
             scaled->SetAccessibleName("Whole page");
             frame->SetActiveView(scaled);
         }

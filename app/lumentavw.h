@@ -63,8 +63,7 @@ protected:
 
 private:
     static const MessageEntry entries[];
-    CScaleView* GetScaledView() const;        // null if no overview is open
-    CString ScaledTitle(int32_t scale) const; // title of the overview
+    CScaleView* GetScaledView() const; // null if no overview is open
 
     bool m_bKeepPlace;  // a page of the same size opens at the place of the last one
     CSize m_sizeClosed; // size of the page that was closed last

@@ -3,11 +3,6 @@
 
 #include "app/pageframe.h"
 
-// Returns the factor by which the page is reduced for the overview. It is a multiple of 8. The reduced page
-// fits into half the width and the full height of the screen, so that both windows fit side by side. If no
-// factor up to kMaxReduction is large enough, returns kMaxReduction.
-int32_t ChooseScale(CSize page, CSize screen);
-
 class CScaleFrame : public CPageFrame
 {
 public:

@@ -4,40 +4,6 @@
 #include "app/usermsg.h"
 #include "platform/app.h"
 
-#include <algorithm>
-
-namespace
-{
-struct Span {
-    int first = 0;
-    int end = 0;
-};
-
-// One direction of FrameInOverview.
-Span FrameSpan(int position, int client, int page, int scale)
-{
-    constexpr int64_t kLeast = 3; // black, white, black
-    const int64_t shown_end = std::min<int64_t>(int64_t{position} + client, page);
-    if (shown_end <= position)
-        return {};
-    // The picture ends with the last whole cell.
-    const int64_t picture_end = std::max<int64_t>(page / scale, kLeast);
-    int64_t end = std::min((shown_end + scale - 1) / scale, picture_end);
-    const int64_t first = std::max<int64_t>(std::min<int64_t>(position / scale, end - kLeast), 0);
-    end = std::max(end, first + kLeast);
-    return {static_cast<int>(first), static_cast<int>(end)};
-}
-} // namespace
-
-CRect FrameInOverview(CPoint position, CSize client, CSize page, int scale)
-{
-    const Span across = FrameSpan(position.x, client.cx, page.cx, scale);
-    const Span down = FrameSpan(position.y, client.cy, page.cy, scale);
-    if (across.end == 0 || down.end == 0)
-        return {};
-    return {across.first, down.first, across.end, down.end};
-}
-
 const CRuntimeClass CScaleView::classRecord{"CScaleView", &CLumenta::classRecord, CreateObjectOf<CScaleView>};
 
 const MessageEntry CScaleView::entries[] = {

@@ -2,18 +2,8 @@
 // the picture. A click in it moves the page view.
 #pragma once
 
+#include "app/overview.h"
 #include "app/scrollvw.h"
-
-// Returns the frame around the part of the reduced picture that the page view shows.
-//
-//   position  scroll position of the page view, in page pixels
-//   client    size of its client area
-//   page      size of the page
-//   scale     factor by which the picture is reduced
-//
-// The frame is rounded outwards and has at least 3 x 3 pixels. It is inside the picture if the picture is
-// that large. Empty if the page view shows no part of the page.
-CRect FrameInOverview(CPoint position, CSize client, CSize page, int scale);
 
 class CScaleView : public CLumenta
 {
@@ -31,8 +21,8 @@ public:
     // Draws the frame of FrameInOverview over the picture.
     void ShowPlace(CPoint position, CSize client);
 
-    bool m_bStop = false;  // Escape was pressed: the next paint requests no batch
-    int32_t m_nScale = 32; // factor by which the picture is reduced
+    bool m_bStop = false;                 // Escape was pressed: the next paint requests no batch
+    int32_t m_nScale = kScaleWithoutPage; // factor by which the picture is reduced
 
 protected:
     static const MessageMap messages;

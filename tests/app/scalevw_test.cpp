@@ -1,4 +1,5 @@
 // The scaled window: its size, its growth between paints and input, picking, and every way to close it.
+#include "app/overview.h"
 #include "app/scalefrm.h"
 #include "app/scalevw.h"
 #include "tests/app/reduced_page.h"
