@@ -13,15 +13,7 @@
 
 constexpr const char* kLinesPerUpdate = "Lines Per Update"; // key in section kAppSettings of the settings
 
-// The row store is a contiguous range of decoded rows. It is filled when rows are requested. Usually it is a
-// mapped temporary file that has room for the whole page. If there is no such file, it is a heap block of as
-// many rows as memory allows, and these rows are a window that moves over the page. The image is read forward
-// only. Between two calls of GetRows:
-//
-// - Row r with m_nWindowFirst <= r <= m_nLastRow is at RowAddress(r).
-// - m_nLastRow - m_nWindowFirst + 1 is never above m_nWindowRows.
-// - m_nLastRow equals the image's CurrentRow until m_bReadError is set.
-// - m_hTempFile alone tells the kind of store: it is kInvalidFile for a heap block.
+// rowstore.h says what is always true of the row store.
 class CLumentaDoc : public CDocument
 {
 public:
@@ -83,7 +75,7 @@ public:
     // Paints m_pScaled at the top left, cut to the size of `rect`. Returns false if nothing was painted.
     bool BlitScaled(CDC* dc, const CRect& rect);
 
-    // The row store.
+    // The row store, see rowstore.h.
     //
     // Makes a store for `rows` rows in a temporary file. On failure returns false and leaves no store.
     bool CreateRowMapping(int32_t rows);
@@ -150,6 +142,8 @@ private:
     bool ReadImageRow(uint8_t* slot);
     bool ReportRow(int32_t row);
     bool FillMapping(int32_t stop);
+    bool FillBuffer(int32_t stop);
+    bool SkipToWindow();
     void ZeroRows(int32_t first, int32_t stop);
 
     void DrawBilevel(CDC* dc, const CRect& rect);
