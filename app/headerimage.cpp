@@ -3,7 +3,6 @@
 #include "app/description.h"
 #include "app/pageheader.h"
 #include "platform/displaytext.h"
-#include "platform/file.h"
 
 #include <algorithm>
 #include <cinttypes>
@@ -12,7 +11,6 @@
 
 namespace
 {
-constexpr uint32_t kLargestSide = 0x7ffffff7; // leaves room for rounding up
 constexpr int64_t kUsualDataOffset = FAXHEADER_BYTES;
 
 int32_t DotsPerInch(uint32_t resolution, uint32_t multiplier)
@@ -31,25 +29,14 @@ HeaderImage::~HeaderImage()
         fclose(File);
 }
 
-int HeaderImage::Fail(const char* words)
-{
-    Close();
-    ErrorText = words;
-    return 0;
-}
-
 int HeaderImage::Open(const CString& path)
 {
-    // `path` may be this object's own Path, which Close empties.
-    const CString wanted = path; // NOLINT(performance-unnecessary-copy-initialization)
-    Close();
-    Path = wanted;
-    const int file = OpenRegularFile(Path);
+    const int file = OpenFile(path);
     File = file < 0 ? nullptr : fdopen(file, "rb");
     if (!File) {
         if (file >= 0)
             close(file);
-        return Fail("Open failed");
+        return Fail(kOpenFailed);
     }
     if (!TakeHeader())
         return Fail(m_kind.refused);
@@ -109,22 +96,14 @@ int HeaderImage::IsValid()
 }
 
 // Returns whether rows can be read into the buffer. If not, sets ErrorText.
-bool HeaderImage::CanRead(const uint8_t* buffer, int32_t row_bytes)
+bool HeaderImage::CanReadInto(const uint8_t* buffer, int32_t row_bytes)
 {
-    if (!IsValid())
-        ErrorText = m_kind.invalid;
-    else if (CurrentRow >= Height)
-        ErrorText = "Past end of image";
-    else if (!buffer || !HasRoom(row_bytes))
-        ErrorText = "Invalid Buffer";
-    else
-        return true;
-    return false;
+    return CanRead(buffer && HasRoom(row_bytes), m_kind.invalid);
 }
 
 int HeaderImage::ReadRow(uint8_t* buffer, int32_t rowBytes)
 {
-    if (!CanRead(buffer, rowBytes))
+    if (!CanReadInto(buffer, rowBytes))
         return 0;
     if (DecodeRows(buffer, rowBytes, 1) != 1) {
         ErrorText = m_kind.read_error;
@@ -136,7 +115,7 @@ int HeaderImage::ReadRow(uint8_t* buffer, int32_t rowBytes)
 
 int HeaderImage::ReadRows(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count)
 {
-    if (!CanRead(buffer, stride) || count < 1 || !GoToRow(buffer, stride, firstRow, count))
+    if (!CanReadInto(buffer, stride) || count < 1 || !GoToRow(buffer, stride, firstRow, count))
         return 0;
     const int32_t rows = DecodeRows(buffer, stride, count);
     CurrentRow += rows;

@@ -55,9 +55,8 @@ protected:
     int64_t DataOffset = 4096; // position of the raster in the file
 
 private:
-    int Fail(const char* words); // closes the file, sets ErrorText and returns 0
     bool TakeHeader();
-    bool CanRead(const uint8_t* buffer, int32_t row_bytes);
+    bool CanReadInto(const uint8_t* buffer, int32_t row_bytes);
 
     const Kind& m_kind;
     std::unique_ptr<const FAXHeader> m_header; // the header of the open file; null while closed

@@ -1,5 +1,9 @@
 #include "app/image.h"
 
+#include "platform/file.h"
+
+#include <cstring>
+
 const CRuntimeClass Image::classRecord{"Image", &CObject::classRecord, nullptr};
 
 int32_t Image::SkipRows(int32_t, Skip)
@@ -8,6 +12,44 @@ int32_t Image::SkipRows(int32_t, Skip)
 }
 
 void Image::Describe(Description*) const {}
+
+int Image::OpenFile(const CString& path)
+{
+    // A copy, because Close empties Path.
+    const CString wanted = path; // NOLINT(performance-unnecessary-copy-initialization)
+    Close();
+    Path = wanted;
+    return OpenRegularFile(Path);
+}
+
+int Image::Fail(const char* text)
+{
+    Close();
+    ErrorText = text;
+    return 0;
+}
+
+// After the last row CurrentRow is Height - 1, so one more read reaches the decoder and usually fails there.
+bool Image::CanRead(bool has_buffer, const char* invalid)
+{
+    if (!IsValid())
+        ErrorText = invalid;
+    else if (CurrentRow >= Height)
+        ErrorText = "Past end of image";
+    else if (!has_buffer)
+        ErrorText = "Invalid Buffer";
+    else
+        return true;
+    return false;
+}
+
+void Image::ClearAfterRows(uint8_t* rows, int32_t stride, int32_t count, int64_t row_bytes)
+{
+    if (stride <= row_bytes)
+        return;
+    for (int32_t row = 0; row < count; ++row)
+        memset(rows + int64_t{row} * stride + row_bytes, 0, static_cast<size_t>(stride - row_bytes));
+}
 
 void Image::ClearFields()
 {

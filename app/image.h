@@ -54,6 +54,22 @@ public:
     virtual void Describe(Description* description) const;
 
 protected:
+    static constexpr uint32_t kLargestSide = 0x7ffffff7; // of Width and Height; leaves room for rounding up
+    static constexpr const char* kOpenFailed = "Open failed";
+
+    // The first step of Open: closes the object, sets Path and opens the file, which must be a regular one.
+    // Returns its descriptor, which is the caller's, or -1. `path` may be this object's own Path.
+    [[nodiscard]] int OpenFile(const CString& path);
+    // The last step of an Open that has failed: closes the object, sets ErrorText and returns 0.
+    int Fail(const char* text);
+    // The first step of ReadRow and ReadRows: returns whether rows can be read. If not, sets ErrorText.
+    //
+    //   has_buffer  the caller's buffer has room for a row
+    //   invalid     the text if IsValid returns 0
+    [[nodiscard]] bool CanRead(bool has_buffer, const char* invalid);
+    // Sets the bytes after each row to 0. Row k has row_bytes bytes and starts at rows + k * stride. Does
+    // nothing if the stride is not larger than the row.
+    static void ClearAfterRows(uint8_t* rows, int32_t stride, int32_t count, int64_t row_bytes);
     // Sets the fields to the values that they have while closed. The resolutions, MinIsBlack and ErrorText
     // are unchanged.
     void ClearFields();

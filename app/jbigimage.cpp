@@ -1,7 +1,6 @@
 #include "app/jbigimage.h"
 
 #include <algorithm>
-#include <cstring>
 #include <kesterlib/faxhdr.h>
 
 const CRuntimeClass JBIGImage::classRecord{"JBIGImage", &HeaderImage::classRecord, CreateObjectOf<JBIGImage>};
@@ -28,9 +27,7 @@ int32_t JBIGImage::DecodeRows(uint8_t* buffer, int32_t stride, int32_t count)
     if (!Decoder) // GoToRow could not restart the decoder, because the file has changed
         return 0;
     const int32_t rows = Jbig_Decode(Decoder, count, buffer, stride);
-    const int64_t own_bytes = std::min<int64_t>(Decoder->row_bytes, stride);
-    for (int32_t row = 0; row < rows; ++row)
-        memset(buffer + int64_t{row} * stride + own_bytes, 0, static_cast<size_t>(stride - own_bytes));
+    ClearAfterRows(buffer, stride, rows, Decoder->row_bytes);
     return rows;
 }
 

@@ -1,7 +1,6 @@
 #include "app/runimage.h"
 
 #include <algorithm>
-#include <cstring>
 
 const CRuntimeClass RunImage::classRecord{"RunImage", &HeaderImage::classRecord, nullptr};
 
@@ -29,10 +28,7 @@ int32_t RunImage::Decode(uint8_t* buffer, int32_t stride, int32_t count)
 int32_t RunImage::DecodeRows(uint8_t* buffer, int32_t stride, int32_t count)
 {
     const int32_t rows = Decoder ? Decode(buffer, stride, count) : 0;
-    if (stride > BytesPerRow)
-        for (int32_t row = 0; row < rows; ++row)
-            memset(buffer + int64_t{row} * stride + BytesPerRow, 0,
-                   static_cast<size_t>(stride - BytesPerRow));
+    ClearAfterRows(buffer, stride, rows, BytesPerRow);
     return rows;
 }
 

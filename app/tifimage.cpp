@@ -3,7 +3,6 @@
 #include "app/tifimage.h"
 
 #include "app/description.h"
-#include "platform/file.h"
 
 #include <algorithm>
 #include <cstdarg>
@@ -16,7 +15,6 @@
 
 namespace
 {
-constexpr const char* kOpenFailed = "Open failed";
 constexpr const char* kUnsupported = "Unsupported TIFF format";
 constexpr const char* kReadError = "TIFF read error";
 
@@ -26,7 +24,6 @@ constexpr const char* kOpenMode = "rbm"; // m: no mapping
 // are read.
 constexpr tmsize_t kAllocationLimit = tmsize_t{64} << 20;
 
-constexpr int64_t kLargestSide = 0x7ffffff7;     // leaves room for rounding up
 constexpr int64_t kLargestScanline = 0x7ffffff8; // BytesPerRow is this, rounded up to a multiple of 4
 constexpr double kInchesPerCentimetre = 0.39370078740157477;
 
@@ -142,23 +139,10 @@ TIFFImage::~TIFFImage()
     TIFFImage::Close();
 }
 
-int TIFFImage::Fail(const char* text)
-{
-    Close();
-    ErrorText = text;
-    return 0;
-}
-
 int TIFFImage::Open(const CString& path)
 {
-    // `path` may be this object's own Path, which Close empties.
-    const CString wanted = path; // NOLINT(performance-unnecessary-copy-initialization)
-    Close();
-    Path = wanted;
-    const int file = OpenRegularFile(Path);
-    if (file < 0)
-        return Fail(kOpenFailed);
-    Tiff = OpenTiff(file, Path, &m_messages);
+    const int file = OpenFile(path);
+    Tiff = file < 0 ? nullptr : OpenTiff(file, Path, &m_messages);
     if (!Tiff)
         return Fail(kOpenFailed);
     if (!ReadTags())
@@ -257,19 +241,9 @@ int TIFFImage::ReadRows(uint8_t* buffer, int32_t stride, int32_t firstRow, int32
 
 int TIFFImage::ReadRow(uint8_t* buffer, int32_t rowBytes)
 {
-    if (!IsValid()) {
-        ErrorText = "Invalid TIFF object";
+    if (!CanRead(buffer && rowBytes >= ScanlineSize, "Invalid TIFF object"))
         return 0;
-    }
-    if (CurrentRow >= Height) {
-        ErrorText = "Past end of image";
-        return 0;
-    }
-    if (!buffer || rowBytes < ScanlineSize) {
-        ErrorText = "Invalid Buffer";
-        return 0;
-    }
-    memset(buffer + ScanlineSize, 0, static_cast<size_t>(rowBytes - ScanlineSize));
+    ClearAfterRows(buffer, rowBytes, 1, ScanlineSize);
     ++CurrentRow;
     const auto row = static_cast<uint32_t>(CurrentRow);
     bool good = false;

@@ -36,7 +36,6 @@ public:
     };
 
 private:
-    int Fail(const char* text);
     bool ReadTags();
     bool PrepareStrips();
     bool ReadLibtiffRow(uint8_t* buffer, uint32_t row);
