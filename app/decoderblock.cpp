@@ -58,7 +58,7 @@ callback_block* DecoderBlock::Make()
     return m_pBlock;
 }
 
-callback_block* DecoderBlock::Over(FILE* file)
+callback_block* DecoderBlock::ForFile(FILE* file)
 {
     if (!Make())
         return nullptr;
@@ -67,7 +67,7 @@ callback_block* DecoderBlock::Over(FILE* file)
     return m_pBlock;
 }
 
-callback_block* DecoderBlock::From(DecoderInput* input)
+callback_block* DecoderBlock::ForInput(DecoderInput* input)
 {
     if (!Make())
         return nullptr;

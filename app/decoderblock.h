@@ -29,13 +29,13 @@ public:
 
     // Returns the block with `file` as its stream, or null if there is no memory for the block. The stream
     // stays open and the caller's. If the user interrupts the work, the decoder sees an error of the stream.
-    callback_block* Over(FILE* file);
+    callback_block* ForFile(FILE* file);
     // Returns the block with another input, or null if there is no memory for the block. The input must
     // outlive the decoder.
-    callback_block* From(DecoderInput* input);
+    callback_block* ForInput(DecoderInput* input);
 
 private:
     callback_block* Make();
 
-    callback_block* m_pBlock = nullptr; // allocated by the first call of Over or From
+    callback_block* m_pBlock = nullptr; // allocated by the first call of ForFile or ForInput
 };

@@ -20,7 +20,7 @@ int32_t Group4Image::SkipRows(int32_t count, Skip)
 {
     if (!Decoder || !Decoder->eol_seen)
         return 0;
-    const int32_t passed = Unccitt4_Decode(Decoder, count, nullptr, 0);
-    CurrentRow += passed;
-    return passed;
+    const int32_t skipped = Unccitt4_Decode(Decoder, count, nullptr, 0);
+    CurrentRow += skipped;
+    return skipped;
 }

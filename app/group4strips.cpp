@@ -11,7 +11,7 @@ namespace
 constexpr uint32_t kEndCodeBits = 12; // the end of line code: eleven bits of 0, then a 1
 
 // Returns the number of bits that the decoder has used so far, modulo 2^32.
-uint32_t BitsTaken(const UNCOMP& decoder)
+uint32_t BitsUsed(const UNCOMP& decoder)
 {
     const auto in_buffer = static_cast<uint32_t>(decoder.in_ptr - decoder.buf_start);
     return (static_cast<uint32_t>(decoder.bytes_before) + in_buffer) * 8 -
@@ -31,22 +31,22 @@ void StripInput::Start(int file, uint64_t offset, uint64_t bytes, bool last_bit_
     m_offset = static_cast<int64_t>(std::min<uint64_t>(offset, INT64_MAX));
     m_left = offset == 0 ? 0 : std::min<uint64_t>(bytes, static_cast<uint64_t>(INT64_MAX - m_offset));
     m_last_bit_first = last_bit_first;
-    m_taken = m_there = 0;
+    m_delivered = m_piece_bytes = 0;
 }
 
 size_t StripInput::Read(void* buffer, size_t size)
 {
-    if (m_taken == m_there)
+    if (m_delivered == m_piece_bytes)
         Fill();
-    const size_t bytes = std::min(size, m_there - m_taken);
-    memcpy(buffer, m_piece + m_taken, bytes);
-    m_taken += bytes;
+    const size_t bytes = std::min(size, m_piece_bytes - m_delivered);
+    memcpy(buffer, m_piece + m_delivered, bytes);
+    m_delivered += bytes;
     return bytes;
 }
 
 void StripInput::Fill()
 {
-    m_taken = m_there = 0;
+    m_delivered = m_piece_bytes = 0;
     const auto wanted = static_cast<size_t>(std::min<uint64_t>(m_left, kPieceBytes));
     const ssize_t got = wanted == 0 ? 0 : pread(m_file, m_piece, wanted, m_offset);
     if (got <= 0) { // the file may have become shorter
@@ -57,7 +57,7 @@ void StripInput::Fill()
         TIFFReverseBits(m_piece, got);
     m_offset += got;
     m_left -= static_cast<uint64_t>(got);
-    m_there = static_cast<size_t>(got);
+    m_piece_bytes = static_cast<size_t>(got);
 }
 
 bool Group4Strips::Start(tiff* file, int32_t width, int32_t height)
@@ -90,8 +90,8 @@ bool Group4Strips::StartStrip(uint32_t strip)
     const uint64_t offset = TIFFGetStrileOffsetWithErr(m_tiff, strip, &no_offset);
     const uint64_t bytes = TIFFGetStrileByteCountWithErr(m_tiff, strip, &no_bytes);
     m_input.Start(TIFFFileno(m_tiff), no_offset ? 0 : offset, no_bytes ? 0 : bytes, m_last_bit_first);
-    m_decoder =
-        Unccitt4_Open_Callback(m_block.From(&m_input), m_width, m_width / 8 + (m_width % 8 != 0), nullptr);
+    m_decoder = Unccitt4_Open_Callback(m_block.ForInput(&m_input), m_width, m_width / 8 + (m_width % 8 != 0),
+                                       nullptr);
     m_strip = strip;
     m_next = 0;
     m_damaged = !m_decoder;
@@ -125,23 +125,23 @@ uint32_t Group4Strips::SkipWhiteRows(uint32_t row, uint32_t count)
 Group4Strips::Row Group4Strips::DecodeNext(uint8_t* buffer, int32_t row_bytes)
 {
     const auto row = static_cast<int32_t>(m_next++);
-    m_damaged = m_damaged || !DecodeSound(buffer, row_bytes);
+    m_damaged = m_damaged || !DecodePlausible(buffer, row_bytes);
     if (m_damaged)
         return Row::Failed;
     return Uncomp_First_Suspicious_Row(m_decoder, UNCOMP_PAST_WIDTH) == row ? Row::Suspicious : Row::Good;
 }
 
 // Decodes a row. Returns false if it cannot be a row of the page.
-bool Group4Strips::DecodeSound(uint8_t* buffer, int32_t row_bytes)
+bool Group4Strips::DecodePlausible(uint8_t* buffer, int32_t row_bytes)
 {
-    const bool had_ended = m_decoder->eol_seen != 0;
-    const uint32_t start = BitsTaken(*m_decoder);
+    const bool had_end_code = m_decoder->eol_seen != 0;
+    const uint32_t start = BitsUsed(*m_decoder);
     if (Unccitt4_Decode(m_decoder, 1, buffer, row_bytes) != 1 ||
         Uncomp_First_Suspicious_Row(m_decoder, UNCOMP_DECREASING | UNCOMP_FILLER) >= 0)
         return false;
-    if (m_decoder->eol_seen == 0 || had_ended)
+    if (m_decoder->eol_seen == 0 || had_end_code)
         return true;
-    // This call has met the first end code. At a true end of the strip there is at least one row before this
+    // This call has read the first end code. At a true end of the strip there is at least one row before this
     // code, the code begins directly after that row, and a second end code follows. All later rows are white.
-    return m_next > 1 && BitsTaken(*m_decoder) - start == kEndCodeBits && IsAtEndCode(*m_decoder);
+    return m_next > 1 && BitsUsed(*m_decoder) - start == kEndCodeBits && IsAtEndCode(*m_decoder);
 }

@@ -29,8 +29,8 @@ private:
     int64_t m_offset = 0; // position of the next piece in the file
     uint64_t m_left = 0;  // bytes of the strip from m_offset on
     bool m_last_bit_first = false;
-    size_t m_taken = 0; // bytes of m_piece that Read has delivered
-    size_t m_there = 0; // bytes in m_piece
+    size_t m_delivered = 0;   // bytes of m_piece that Read has delivered
+    size_t m_piece_bytes = 0; // bytes in m_piece
     uint8_t m_piece[kPieceBytes];
 };
 
@@ -70,7 +70,7 @@ public:
 private:
     bool StartStrip(uint32_t strip);
     Row DecodeNext(uint8_t* buffer, int32_t row_bytes);
-    bool DecodeSound(uint8_t* buffer, int32_t row_bytes);
+    bool DecodePlausible(uint8_t* buffer, int32_t row_bytes);
 
     tiff* m_tiff = nullptr;
     int32_t m_width = 0;

@@ -84,10 +84,10 @@ int HeaderImage::Close()
 int HeaderImage::Rewind()
 {
     CurrentRow = -1;
-    const bool there = File && fseek(File, DataOffset, SEEK_SET) == 0;
+    const bool positioned = File && fseek(File, DataOffset, SEEK_SET) == 0;
     EndDecoder();
     const bool started = File && StartDecoder();
-    return there && started ? 1 : 0;
+    return positioned && started ? 1 : 0;
 }
 
 int HeaderImage::IsValid()
@@ -115,7 +115,7 @@ int HeaderImage::ReadRow(uint8_t* buffer, int32_t rowBytes)
 
 int HeaderImage::ReadRows(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count)
 {
-    if (!CanReadInto(buffer, stride) || count < 1 || !GoToRow(buffer, stride, firstRow, count))
+    if (!CanReadInto(buffer, stride) || count < 1 || !SeekRow(buffer, stride, firstRow, count))
         return 0;
     const int32_t rows = DecodeRows(buffer, stride, count);
     CurrentRow += rows;

@@ -46,7 +46,7 @@ protected:
     // Makes firstRow the next row to decode. `buffer` is scratch space for `count` rows, stride bytes apart.
     // Returns false if the position of the row cannot be reached. If the data end before that row, returns
     // true, and DecodeRows then delivers no rows.
-    virtual bool GoToRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) = 0;
+    virtual bool SeekRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) = 0;
     // Returns whether a buffer of row_bytes bytes per row is accepted. If a row is longer, only its first
     // bytes are delivered.
     virtual bool HasRoom(int32_t row_bytes) const { return row_bytes >= 0; }

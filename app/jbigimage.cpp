@@ -10,7 +10,7 @@ const HeaderImage::Kind JBIGImage::kKind{
 
 bool JBIGImage::StartDecoder()
 {
-    callback_block* const block = m_block.Over(File);
+    callback_block* const block = m_block.ForFile(File);
     Decoder = block ? Jbig_Open_Input_Callback(block) : nullptr;
     return HasDecoder();
 }
@@ -24,14 +24,14 @@ void JBIGImage::EndDecoder()
 
 int32_t JBIGImage::DecodeRows(uint8_t* buffer, int32_t stride, int32_t count)
 {
-    if (!Decoder) // GoToRow could not restart the decoder, because the file has changed
+    if (!Decoder) // SeekRow could not restart the decoder, because the file has changed
         return 0;
     const int32_t rows = Jbig_Decode(Decoder, count, buffer, stride);
     ClearAfterRows(buffer, stride, rows, Decoder->row_bytes);
     return rows;
 }
 
-bool JBIGImage::GoToRow(uint8_t*, int32_t, int32_t firstRow, int32_t)
+bool JBIGImage::SeekRow(uint8_t*, int32_t, int32_t firstRow, int32_t)
 {
     if (firstRow < CurrentRow + 1)
         Rewind();
@@ -51,7 +51,7 @@ int32_t JBIGImage::SkipRows(int32_t count, Skip which)
     const int32_t step = Decoder->lines_left > 0
                              ? Decoder->lines_left
                              : static_cast<int32_t>(std::max(kStepPixels / Decoder->width, 1U));
-    const int32_t passed = Jbig_Decode_Discard(Decoder, std::min(count, step));
-    CurrentRow += passed;
-    return passed;
+    const int32_t skipped = Jbig_Decode_Discard(Decoder, std::min(count, step));
+    CurrentRow += skipped;
+    return skipped;
 }

@@ -23,7 +23,7 @@ protected:
     void EndDecoder() override;
     bool HasDecoder() const override { return Decoder != nullptr; }
     int32_t DecodeRows(uint8_t* buffer, int32_t stride, int32_t count) override;
-    bool GoToRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
+    bool SeekRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
 
 private:
     static const Kind kKind;

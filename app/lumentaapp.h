@@ -1,4 +1,4 @@
-// The application: its start and end, its settings, and the list of pages that the user goes through.
+// The application: its start and end, its settings, and the list of pages that are viewed one by one.
 #pragma once
 
 #include "platform/app.h"

@@ -1,4 +1,5 @@
-// Opens and closes pages. The row store is in rowstore.cpp, drawing in pagedraw.cpp, reduction in pagescale.cpp.
+// Opens and closes pages. The row store is in rowstore.cpp, drawing in pagedraw.cpp and reduction in
+// pagescale.cpp.
 #include "app/lumentadoc.h"
 
 #include "app/group4image.h"
@@ -50,7 +51,7 @@ void ReportOpenFailure(const CString& file, const Image& image)
     AfxMessageBox(file + ": " + image.ErrorText);
 }
 
-void TellMainWindow(UINT message, int first, int second)
+void SendToMainWindow(UINT message, int first, int second)
 {
     if (CWnd* const window = AfxGetMainWnd())
         window->SendMessage(message, static_cast<WPARAM>(first), second);
@@ -113,8 +114,8 @@ void CLumentaDoc::DeleteContents()
     m_pScaled.reset();
     m_nWidth = 0;
     m_nDepth = 0;
-    TellMainWindow(WM_PAGE_SIZE, 0, 0);
-    TellMainWindow(WM_PAGE_RESOLUTION, 0, 0);
+    SendToMainWindow(WM_PAGE_SIZE, 0, 0);
+    SendToMainWindow(WM_PAGE_RESOLUTION, 0, 0);
     ReleaseRowMapping();
     ReleaseRowBuffer();
     m_pImage.reset();
@@ -189,8 +190,8 @@ bool CLumentaDoc::OpenPage(const CString& path)
     SetPathName(file, true);
     SetModifiedFlag(false);
     m_strPageTitle = m_pImage->Name;
-    TellMainWindow(WM_PAGE_RESOLUTION, m_pImage->XDpi, m_pImage->YDpi);
-    TellMainWindow(WM_PAGE_SIZE, m_nWidth, m_nDepth);
+    SendToMainWindow(WM_PAGE_RESOLUTION, m_pImage->XDpi, m_pImage->YDpi);
+    SendToMainWindow(WM_PAGE_SIZE, m_nWidth, m_nDepth);
     return true;
 }
 

@@ -76,7 +76,7 @@ void CLumentaView::OnSize(UINT type, int cx, int cy)
     SetupScrollSizes(cx, cy, 1);
     // If the window becomes smaller, no paint updates the frame in the overview.
     if (CScaleView* const scaled = GetScaledView())
-        scaled->ShowPlace(GetScrollPosition(), {cx, cy});
+        scaled->ShowVisiblePart(GetScrollPosition(), {cx, cy});
 }
 
 void CLumentaView::OnDraw(CDC* dc)
@@ -87,19 +87,19 @@ void CLumentaView::OnDraw(CDC* dc)
     if (region != ERRORREGION && region != NULLREGION)
         if (CLumentaDoc* const document = GetPageDocument())
             document->DrawPage(dc, clip);
-    TellPlace();
+    ReportPosition();
     ShowMeasure(); // the page may have moved under the pointer
     EndWaitCursor();
 }
 
-void CLumentaView::TellPlace()
+void CLumentaView::ReportPosition()
 {
     const CPoint position = GetScrollPosition();
     if (CWnd* const window = AfxGetMainWnd())
         window->SendMessage(WM_PAGE_POSITION, static_cast<WPARAM>(position.x), position.y);
     const CRect client = GetClientRect();
     if (CScaleView* const scaled = GetScaledView())
-        scaled->ShowPlace(position, {client.Width(), client.Height()});
+        scaled->ShowVisiblePart(position, {client.Width(), client.Height()});
 }
 
 void CLumentaView::OnKeyDown(UINT key, UINT repeat, UINT flags)
@@ -165,8 +165,8 @@ std::optional<CPoint> CLumentaView::GetMeasuredEnd() const
     if (!document || !m_ptMeasured || !m_ptPointer)
         return std::nullopt;
     const CPoint position = GetScrollPosition();
-    const CPoint end{HoldToRange(int64_t{position.x} + m_ptPointer->x, document->m_nWidth, 1),
-                     HoldToRange(int64_t{position.y} + m_ptPointer->y, document->m_nDepth, 1)};
+    const CPoint end{ClampToRange(int64_t{position.x} + m_ptPointer->x, document->m_nWidth, 1),
+                     ClampToRange(int64_t{position.y} + m_ptPointer->y, document->m_nDepth, 1)};
     if (end == *m_ptMeasured) // a press without a move measures nothing
         return std::nullopt;
     return end;
@@ -209,8 +209,8 @@ void CLumentaView::CenterOn(CPoint point)
 {
     const CRect client = GetClientRect();
     const CSize total = GetTotalSize();
-    ScrollToPosition({HoldToRange(int64_t{point.x} - client.Width() / 2, total.cx, client.Width()),
-                      HoldToRange(int64_t{point.y} - client.Height() / 2, total.cy, client.Height())});
+    ScrollToPosition({ClampToRange(int64_t{point.x} - client.Width() / 2, total.cx, client.Width()),
+                      ClampToRange(int64_t{point.y} - client.Height() / 2, total.cy, client.Height())});
 }
 
 // Centres the view on the point that the user picked in the overview.
@@ -360,7 +360,7 @@ void CLumentaView::OnScaledPage()
     }
     if (m_pScaleFrame) { // the user may have closed the overview while a message was open
         m_pScaleFrame->OnUpdateFrameTitle(true);
-        TellPlace();
+        ReportPosition();
     }
 }
 

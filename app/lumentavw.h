@@ -69,8 +69,8 @@ private:
     CSize m_sizeClosed; // size of the page that was closed last
     CPoint m_ptClosed;  // its scroll position when it was closed
 
-    void TellPlace();   // sends the scroll position to the main window and the overview
-    void ShowMeasure(); // draws the measuring line, or removes it if the user does not measure
+    void ReportPosition(); // sends the scroll position to the main window and the overview
+    void ShowMeasure();    // draws the measuring line, or removes it if the user does not measure
     void EndMeasuring();
     // Returns the page pixel at the end of the measuring line, or nothing if the user does not measure.
     std::optional<CPoint> GetMeasuredEnd() const;

@@ -23,11 +23,11 @@ int main(int argc, char** argv)
     OpenStandardStreams();
     const std::span<const char* const> all{argv, static_cast<size_t>(argc)};
     const CommandLine line = ReadCommandLine(all.subspan(argc > 0 ? 1 : 0), PathExists);
-    switch (line.wish) {
-    case CommandLine::Wish::help: return fputs(kHelpText, stdout) < 0 || fflush(stdout) != 0;
-    case CommandLine::Wish::version:
+    switch (line.action) {
+    case CommandLine::Action::help: return fputs(kHelpText, stdout) < 0 || fflush(stdout) != 0;
+    case CommandLine::Action::version:
         return printf("lumenta %s\n", kLumentaVersion) < 0 || fflush(stdout) != 0;
-    case CommandLine::Wish::run: break;
+    case CommandLine::Action::run: break;
     }
     CLumentaApp app;
     return RunApplication(app, argc > 0 ? argv[0] : "lumenta", line.text);

@@ -87,8 +87,8 @@ bool COpenMultipleDialog::SelectFilter()
 void COpenMultipleDialog::TakeFilter()
 {
     const CString text = m_wndType.GetWindowText();
-    const CString behind = text.Find('(') < 0 ? CString{} : text.Mid(text.Find('(') + 1);
-    m_strFilter = behind.Left(behind.Find(')'));
+    const CString after_bracket = text.Find('(') < 0 ? CString{} : text.Mid(text.Find('(') + 1);
+    m_strFilter = after_bracket.Left(after_bracket.Find(')'));
     if (m_strFilter.IsEmpty()) {
         m_strFilter = kEveryFile;
         SelectFilter();

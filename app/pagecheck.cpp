@@ -95,7 +95,7 @@ PageCheck::Result PageCheck::Step()
             m_unreleased = 0;
         }
     } while (std::chrono::steady_clock::now() < end);
-    return Result::goesOn;
+    return Result::unfinished;
 }
 
 bool PageCheck::IsPageOpen() const

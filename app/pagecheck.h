@@ -52,8 +52,8 @@ class PageCheck
 public:
     explicit PageCheck(CLumentaDoc* document); // must have a page, and outlive this object
 
-    enum class Result : uint8_t { goesOn, done, pageClosed };
-    // Checks rows for a few milliseconds. Returns goesOn if rows are left, done after the last one, and
+    enum class Result : uint8_t { unfinished, done, pageClosed };
+    // Checks rows for a few milliseconds. Returns unfinished if rows are left, done after the last one, and
     // pageClosed if the page was closed. A damaged row is reported in a message, as in a paint. Throws
     // std::bad_alloc if memory is short.
     Result Step();

@@ -19,13 +19,13 @@ const MessageMap CPageFrame::messages{&CFrameWnd::messages, entries};
 void CPageFrame::WatchFile(bool has_page)
 {
     m_bHasPage = has_page;
-    StartOrStop();
+    UpdateTimer();
 }
 
 LRESULT CPageFrame::OnActivate(WPARAM active, LPARAM)
 {
     m_bActive = active != 0;
-    StartOrStop();
+    UpdateTimer();
     if (m_bActive)
         CheckFile();
     return Default();
@@ -38,7 +38,7 @@ LRESULT CPageFrame::OnTimer(WPARAM id, LPARAM)
     return Default();
 }
 
-void CPageFrame::StartOrStop()
+void CPageFrame::UpdateTimer()
 {
     if (m_bActive && m_bHasPage)
         SetTimer(kFileTimer, kFileCheckMs);

@@ -26,7 +26,7 @@ protected:
 
 private:
     static const MessageEntry entries[];
-    void StartOrStop();
+    void UpdateTimer();
     void CheckFile();
 
     bool m_bActive = false;

@@ -16,11 +16,11 @@ CommandLine ReadCommandLine(std::span<const char* const> arguments, bool (*exist
     if (!arguments.empty()) {
         const std::string_view first = arguments.front();
         if (first == "--help") {
-            line.wish = CommandLine::Wish::help;
+            line.action = CommandLine::Action::help;
             return line;
         }
         if (first == "--version") {
-            line.wish = CommandLine::Wish::version;
+            line.action = CommandLine::Action::version;
             return line;
         }
     }

@@ -6,8 +6,8 @@
 #include <span>
 
 struct CommandLine {
-    enum class Wish { run, help, version };
-    Wish wish = Wish::run;
+    enum class Action { run, help, version };
+    Action action = Action::run;
     CString text; // the whole command line, for RunApplication; empty for help and version
 };
 
@@ -16,7 +16,7 @@ struct CommandLine {
 //   arguments  the arguments after the program's name
 //   exists     returns whether anything exists at a path
 //
-// If the first argument is "--help" or "--version", only `wish` is set. Otherwise `text` has all arguments,
+// If the first argument is "--help" or "--version", only `action` is set. Otherwise `text` has all arguments,
 // with one blank between two of them. If OpensNothing is true for this path although it exists, text is a
 // variant of the path that opens it: "/./e..." or "./-e...".
 CommandLine ReadCommandLine(std::span<const char* const> arguments, bool (*exists)(const CString& path));

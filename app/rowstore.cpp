@@ -26,7 +26,8 @@ WindowMove PlanWindowMove(const RowWindow& window, int32_t depth, int32_t first,
         move.first = std::max(end - window.rows, 0);
         move.rereads = true;
     } else if (end > int64_t{window.first} + window.rows) {
-        // Forward: the new window has the requested rows in its middle, but does not pass the end of the page.
+        // Forward: the new window has the requested rows in its middle, but does not pass the end of the
+        // page.
         move.first = std::min(first - (window.rows - count) / 2, depth - window.rows);
         const int32_t shift = move.first - window.first;
         const int32_t kept = window.last - move.first + 1;

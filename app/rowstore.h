@@ -30,6 +30,6 @@ struct WindowMove {
     int32_t kept;  // rows that move by `shift` slots
 };
 
-// Returns the move for a request for rows first to first + count - 1 of a page of `depth` rows. The request is
-// as for CLumentaDoc::GetRows.
+// Returns the move for a request for rows first to first + count - 1 of a page of `depth` rows. The limits of
+// a request are those of CLumentaDoc::GetRows.
 WindowMove PlanWindowMove(const RowWindow& window, int32_t depth, int32_t first, int32_t count);

@@ -6,7 +6,7 @@ const CRuntimeClass RunImage::classRecord{"RunImage", &HeaderImage::classRecord,
 
 bool RunImage::StartDecoder()
 {
-    Decoder = m_codec.open(m_block.Over(File), Width, BytesPerRow, nullptr);
+    Decoder = m_codec.open(m_block.ForFile(File), Width, BytesPerRow, nullptr);
     return HasDecoder();
 }
 
@@ -33,15 +33,15 @@ int32_t RunImage::DecodeRows(uint8_t* buffer, int32_t stride, int32_t count)
 }
 
 // Decodes the rows in between, `count` at a time.
-bool RunImage::GoToRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count)
+bool RunImage::SeekRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count)
 {
     if (firstRow < CurrentRow + 1)
         Rewind();
     while (Decoder && CurrentRow + 1 < firstRow) {
         const int32_t batch = std::min(firstRow - 1 - CurrentRow, count);
-        const int32_t passed = Decode(buffer, stride, batch);
-        CurrentRow += passed;
-        if (passed < batch)
+        const int32_t skipped = Decode(buffer, stride, batch);
+        CurrentRow += skipped;
+        if (skipped < batch)
             break; // the decoder delivers no more rows
     }
     return true;

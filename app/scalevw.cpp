@@ -39,7 +39,7 @@ void CScaleView::OnUpdate(CView* sender, LPARAM hint, CObject* hint_object)
             paint_follows |= !client.IsEmpty() && band.top < client.bottom && band.bottom > client.top;
         }
         if (!paint_follows)
-            AskForNextLines();
+            RequestNextLines();
         return;
     }
     CLumenta::OnUpdate(sender, hint, hint_object);
@@ -51,10 +51,10 @@ void CScaleView::OnDraw(CDC* dc)
 {
     if (CLumentaDoc* const document = GetPageDocument())
         document->BlitScaled(dc, {0, 0, m_sizeTotal.cx, m_sizeTotal.cy});
-    AskForNextLines();
+    RequestNextLines();
 }
 
-void CScaleView::AskForNextLines()
+void CScaleView::RequestNextLines()
 {
     // At most one request is in the queue. Otherwise each paint before it is handled would start a chain of
     // its own. m_bStop stays set meanwhile, so that Escape ends the chain after that request.
@@ -101,7 +101,7 @@ void CScaleView::MovePage()
         window->SendMessage(WM_PAGE_CENTER, 0, PackPointer(static_cast<CLumenta*>(this)));
 }
 
-void CScaleView::ShowPlace(CPoint position, CSize client)
+void CScaleView::ShowVisiblePart(CPoint position, CSize client)
 {
     const CLumentaDoc* const document = GetPageDocument();
     const CSize page = document ? CSize{document->m_nWidth, document->m_nDepth} : CSize{};
@@ -114,7 +114,7 @@ void CScaleView::ShowPlace(CPoint position, CSize client)
 
 CPoint CScaleView::GetPickedPoint() const
 {
-    return {HoldToInt(int64_t{m_ptAnchor.x} * m_nScale), HoldToInt(int64_t{m_ptAnchor.y} * m_nScale)};
+    return {ClampToInt(int64_t{m_ptAnchor.x} * m_nScale), ClampToInt(int64_t{m_ptAnchor.y} * m_nScale)};
 }
 
 void CScaleView::OnChar(UINT key, UINT, UINT)

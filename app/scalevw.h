@@ -19,7 +19,7 @@ public:
     void OnDraw(CDC* dc) override;
     CPoint GetPickedPoint() const override;
     // Draws the frame of FrameInOverview over the picture.
-    void ShowPlace(CPoint position, CSize client);
+    void ShowVisiblePart(CPoint position, CSize client);
 
     bool m_bStop = false;                 // Escape was pressed: the next paint requests no batch
     int32_t m_nScale = kScaleWithoutPage; // factor by which the picture is reduced
@@ -37,8 +37,8 @@ protected:
 private:
     static const MessageEntry entries[];
 
-    void MovePage();        // centres the page view on the picked point
-    void AskForNextLines(); // requests the next batch, unless m_bStop is set; clears m_bStop
+    void MovePage();         // centres the page view on the picked point
+    void RequestNextLines(); // requests the next batch, unless m_bStop is set; clears m_bStop
 
     bool m_bNextPosted = false; // a request for the next batch is in the queue
 };

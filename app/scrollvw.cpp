@@ -15,7 +15,7 @@ void ShowDragCursor()
 }
 } // namespace
 
-int HoldToInt(int64_t value)
+int ClampToInt(int64_t value)
 {
     return static_cast<int>(std::clamp<int64_t>(value, INT32_MIN, INT32_MAX));
 }
@@ -25,15 +25,15 @@ int PageStep(int client, int total)
     return std::min(std::max(client, 2) - 1, total);
 }
 
-int HoldToRange(int64_t wanted, int total, int client)
+int ClampToRange(int64_t wanted, int total, int client)
 {
     const int64_t limit = std::max<int64_t>(int64_t{total} - client, 0);
-    return HoldToInt(std::clamp<int64_t>(wanted, 0, limit));
+    return ClampToInt(std::clamp<int64_t>(wanted, 0, limit));
 }
 
 int KeyDistance(int distance_to_end, int step, UINT repeat)
 {
-    return HoldToInt(std::min<int64_t>(int64_t{step} * repeat, distance_to_end));
+    return ClampToInt(std::min<int64_t>(int64_t{step} * repeat, distance_to_end));
 }
 
 const CRuntimeClass CLumenta::classRecord{"CLumenta", &CScrollView::classRecord, nullptr};
@@ -133,7 +133,7 @@ void CLumenta::OnLButtonDown(UINT, CPoint point)
     SetCapture();
     m_bDragging = true;
     const CPoint position = GetScrollPosition();
-    m_ptAnchor = {HoldToInt(int64_t{position.x} + point.x), HoldToInt(int64_t{position.y} + point.y)};
+    m_ptAnchor = {ClampToInt(int64_t{position.x} + point.x), ClampToInt(int64_t{position.y} + point.y)};
     ShowDragCursor();
     Default();
 }
@@ -144,8 +144,8 @@ void CLumenta::OnMouseMove(UINT, CPoint point)
         ShowDragCursor();
         const CRect client = GetClientRect();
         const CSize total = GetTotalSize();
-        ScrollToPosition({HoldToRange(int64_t{m_ptAnchor.x} - point.x, total.cx, client.Width()),
-                          HoldToRange(int64_t{m_ptAnchor.y} - point.y, total.cy, client.Height())});
+        ScrollToPosition({ClampToRange(int64_t{m_ptAnchor.x} - point.x, total.cx, client.Width()),
+                          ClampToRange(int64_t{m_ptAnchor.y} - point.y, total.cy, client.Height())});
     }
     Default();
 }

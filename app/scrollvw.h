@@ -9,11 +9,11 @@
 int PageStep(int client, int total);
 // Returns `wanted`, clamped to the scroll range of a picture of `total` pixels in a window of `client`
 // pixels.
-int HoldToRange(int64_t wanted, int total, int client);
+int ClampToRange(int64_t wanted, int total, int client);
 // Returns how far a key press moves: `repeat` steps, but at most distance_to_end.
 int KeyDistance(int distance_to_end, int step, UINT repeat);
 // Returns `value`, clamped to the range of an int.
-int HoldToInt(int64_t value);
+int ClampToInt(int64_t value);
 
 class CLumentaDoc;
 

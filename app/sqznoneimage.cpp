@@ -14,7 +14,7 @@ int32_t SqzNoneImage::DecodeRows(uint8_t* buffer, int32_t stride, int32_t count)
     return static_cast<int32_t>(fread(buffer, static_cast<size_t>(stride), static_cast<size_t>(count), File));
 }
 
-bool SqzNoneImage::GoToRow(uint8_t*, int32_t stride, int32_t firstRow, int32_t)
+bool SqzNoneImage::SeekRow(uint8_t*, int32_t stride, int32_t firstRow, int32_t)
 {
     return fseek(File, int64_t{stride} * firstRow + DataOffset, SEEK_SET) == 0;
 }

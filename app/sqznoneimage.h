@@ -20,7 +20,7 @@ protected:
     void EndDecoder() override {}
     bool HasDecoder() const override { return true; }
     int32_t DecodeRows(uint8_t* buffer, int32_t stride, int32_t count) override;
-    bool GoToRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
+    bool SeekRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
     bool HasRoom(int32_t row_bytes) const override { return row_bytes > 0; }
 
 private:

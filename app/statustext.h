@@ -7,9 +7,9 @@
 #include <initializer_list>
 #include <optional>
 
-// The read-outs. Positions and sizes are passed in pixels and shown in the unit. In the position and the size,
-// a value is 0 if its unit needs a resolution and the resolution is not above 0. The pointer's position and
-// the distance are then in pixels, see UnitsFor.
+// The read-outs. Positions and sizes are passed in pixels and shown in the unit. In the position and the
+// size, a value is 0 if its unit needs a resolution and the resolution is not above 0. The pointer's position
+// and the distance are then in pixels, see UnitsFor.
 CString FormatPosition(int units, int left, int top, int x_dpi, int y_dpi);
 CString FormatSize(int units, int width, int depth, int x_dpi, int y_dpi);
 CString FormatPointer(int units, CPoint point, int x_dpi, int y_dpi);

@@ -286,9 +286,9 @@ int32_t TIFFImage::SkipRows(int32_t count, Skip)
     if (!IsValid() || !m_bStrips || count <= 0)
         return 0;
     const auto next = static_cast<uint32_t>(CurrentRow + 1);
-    const auto passed = static_cast<int32_t>(m_strips.SkipWhiteRows(next, static_cast<uint32_t>(count)));
-    CurrentRow += passed;
-    return passed;
+    const auto skipped = static_cast<int32_t>(m_strips.SkipWhiteRows(next, static_cast<uint32_t>(count)));
+    CurrentRow += skipped;
+    return skipped;
 }
 
 int TIFFImage::IsValid()

@@ -54,7 +54,7 @@ double Check(const Page& page, double* ink)
     CLumentaDoc document;
     const double start = Open(document, page);
     PageCheck check(&document);
-    while (check.Step() == PageCheck::Result::goesOn)
+    while (check.Step() == PageCheck::Result::unfinished)
         ;
     const double time = NowMs() - start;
     Require(check.GoodRows() == document.m_nDepth && check.Ink().Rows() == document.m_nDepth,

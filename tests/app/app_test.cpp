@@ -17,32 +17,32 @@ namespace
 {
 TEST(CommandLineText, IsOnePathOrARequest)
 {
-    using Wish = CommandLine::Wish;
+    using Action = CommandLine::Action;
     struct Case {
         std::vector<const char*> arguments;
         bool exists;
-        Wish wish;
+        Action action;
         const char* text;
     };
     const Case cases[] = {
-        {{}, true, Wish::run, ""},
-        {{"--help"}, true, Wish::help, ""},
-        {{"--version", "more"}, true, Wish::version, ""},
-        {{"page", "--help"}, false, Wish::run, "page --help"},
-        {{"two", "words.tif"}, true, Wish::run, "two words.tif"},
-        {{"a", "", "b"}, false, Wish::run, "a  b"},
-        {{"/export/page.tif"}, true, Wish::run, "/./export/page.tif"},
-        {{"/Export/a", "b;1"}, true, Wish::run, "/./Export/a b;1"},
-        {{"/export/page.tif"}, false, Wish::run, "/export/page.tif"},
-        {{"-embedding"}, false, Wish::run, "-embedding"},
-        {{"-e.tif"}, true, Wish::run, "./-e.tif"},
-        {{"/srv/page.tif"}, true, Wish::run, "/srv/page.tif"},
+        {{}, true, Action::run, ""},
+        {{"--help"}, true, Action::help, ""},
+        {{"--version", "more"}, true, Action::version, ""},
+        {{"page", "--help"}, false, Action::run, "page --help"},
+        {{"two", "words.tif"}, true, Action::run, "two words.tif"},
+        {{"a", "", "b"}, false, Action::run, "a  b"},
+        {{"/export/page.tif"}, true, Action::run, "/./export/page.tif"},
+        {{"/Export/a", "b;1"}, true, Action::run, "/./Export/a b;1"},
+        {{"/export/page.tif"}, false, Action::run, "/export/page.tif"},
+        {{"-embedding"}, false, Action::run, "-embedding"},
+        {{"-e.tif"}, true, Action::run, "./-e.tif"},
+        {{"/srv/page.tif"}, true, Action::run, "/srv/page.tif"},
     };
     for (const Case& c : cases) {
         const CommandLine line = ReadCommandLine(
             c.arguments,
             c.exists ? [](const CString&) { return true; } : [](const CString&) { return false; });
-        EXPECT_EQ(line.wish, c.wish) << c.text;
+        EXPECT_EQ(line.action, c.action) << c.text;
         EXPECT_EQ(line.text, c.text);
     }
     ReadCommandLine(std::vector<const char*>{"/e/page.tif;2"}, [](const CString& path) {

@@ -108,8 +108,8 @@ TEST_F(GoTo, CentresTheGivenPointWithinThePage)
         SCOPED_TRACE(testing::Message() << c.x << " " << c.y);
         frame->SendMessage(WM_COMMAND, c.unit);
         Type(c.x, c.y);
-        const CPoint want{HoldToRange(int64_t{c.want.x} - client.cx / 2, 1200, client.cx),
-                          HoldToRange(int64_t{c.want.y} - client.cy / 2, 900, client.cy)};
+        const CPoint want{ClampToRange(int64_t{c.want.x} - client.cx / 2, 1200, client.cx),
+                          ClampToRange(int64_t{c.want.y} - client.cy / 2, 900, client.cy)};
         EXPECT_EQ(view->GetScrollPosition(), want);
         EXPECT_EQ(ScreenDiffersFromPage(), "");
     }

@@ -13,7 +13,7 @@ TEST(ScrollArithmetic, StaysWithinItsLimits)
     EXPECT_EQ(PageStep(0, 1000), 1);
     EXPECT_EQ(PageStep(1, 1000), 1);
     EXPECT_EQ(PageStep(1, 0), 0);
-    EXPECT_EQ(HoldToRange(int64_t{1} << 40, INT32_MAX, 0), INT32_MAX);
+    EXPECT_EQ(ClampToRange(int64_t{1} << 40, INT32_MAX, 0), INT32_MAX);
     EXPECT_EQ(KeyDistance(INT32_MAX, INT32_MAX, UINT32_MAX), INT32_MAX);
 }
 
