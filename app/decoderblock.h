@@ -10,7 +10,7 @@ class DecoderInput
 public:
     // Copies the next bytes into `buffer`, which has room for `size` bytes. Returns the number of bytes
     // copied, or 0 at the end or after an error.
-    virtual size_t Read(void* buffer, size_t size) = 0;
+    [[nodiscard]] virtual size_t Read(void* buffer, size_t size) = 0;
 
 protected:
     ~DecoderInput() = default;
@@ -29,13 +29,13 @@ public:
 
     // Returns the block with `file` as its stream, or null if there is no memory for the block. The stream
     // stays open and the caller's. If the user interrupts the work, the decoder sees an error of the stream.
-    callback_block* ForFile(FILE* file);
+    [[nodiscard]] callback_block* ForFile(FILE* file);
     // Returns the block with another input, or null if there is no memory for the block. The input must
     // outlive the decoder.
-    callback_block* ForInput(DecoderInput* input);
+    [[nodiscard]] callback_block* ForInput(DecoderInput* input);
 
 private:
-    callback_block* Make();
+    [[nodiscard]] callback_block* Make();
 
     callback_block* m_pBlock = nullptr; // allocated by the first call of ForFile or ForInput
 };

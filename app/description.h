@@ -16,7 +16,7 @@ public:
     // Adds a row whose value is formatted as by printf. An empty value adds none.
     void Format(const char* name, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
-    const std::vector<NamedText>& Rows() const { return m_rows; }
+    [[nodiscard]] const std::vector<NamedText>& Rows() const { return m_rows; }
 
 private:
     std::vector<NamedText> m_rows;

@@ -11,7 +11,7 @@ public:
 
     Group4Image() : RunImage(kKind, kCodec) {}
 
-    int32_t SkipRows(int32_t count, Skip which) override;
+    [[nodiscard]] int32_t SkipRows(int32_t count, Skip which) override;
 
 private:
     static const Kind kKind;

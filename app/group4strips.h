@@ -18,7 +18,7 @@ public:
     //   offset, bytes   position and length of the strip in the file; an offset of 0 makes the input empty
     //   last_bit_first  the first bit of the code is the lowest bit of its byte; Read then reverses each byte
     void Start(int file, uint64_t offset, uint64_t bytes, bool last_bit_first);
-    size_t Read(void* buffer, size_t size) override;
+    [[nodiscard]] size_t Read(void* buffer, size_t size) override;
 
 private:
     void Fill();
@@ -50,7 +50,7 @@ public:
     //   width, height  sides of the page in pixels
     //
     // Returns false if kesterlib has no decoder for this width or there is no memory for one.
-    bool Start(tiff* file, int32_t width, int32_t height);
+    [[nodiscard]] bool Start(tiff* file, int32_t width, int32_t height);
     void End(); // frees the decoder; may be called at any time
 
     // Suspicious: a run passed the right edge and was clipped. Failed: the row is damaged, comes after a
@@ -61,16 +61,16 @@ public:
     //
     // Rows that are read in order are decoded once each. A jump forward within a strip decodes the rows in
     // between. A jump back or to another strip decodes from the first row of the strip.
-    Row ReadRow(uint8_t* buffer, int32_t row_bytes, uint32_t row);
+    [[nodiscard]] Row ReadRow(uint8_t* buffer, int32_t row_bytes, uint32_t row);
     // Skips rows, from `row` on, that are white because the coded data of their strip has ended. This costs
     // nothing. Returns the number of rows skipped: at most `count`, and 0 if `row` is not the row after the
     // last one that was read or skipped.
-    uint32_t SkipWhiteRows(uint32_t row, uint32_t count);
+    [[nodiscard]] uint32_t SkipWhiteRows(uint32_t row, uint32_t count);
 
 private:
     bool StartStrip(uint32_t strip);
-    Row DecodeNext(uint8_t* buffer, int32_t row_bytes);
-    bool DecodePlausible(uint8_t* buffer, int32_t row_bytes);
+    [[nodiscard]] Row DecodeNext(uint8_t* buffer, int32_t row_bytes);
+    [[nodiscard]] bool DecodePlausible(uint8_t* buffer, int32_t row_bytes);
 
     tiff* m_tiff = nullptr;
     int32_t m_width = 0;

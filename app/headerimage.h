@@ -15,13 +15,13 @@ public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
-    int Open(const CString& path) override;
+    [[nodiscard]] int Open(const CString& path) override;
     int Close() override;
-    int ReadRows(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
+    [[nodiscard]] int ReadRows(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
     // If rowBytes is larger than the row, the rest of the buffer becomes 0.
-    int ReadRow(uint8_t* buffer, int32_t rowBytes) override;
+    [[nodiscard]] int ReadRow(uint8_t* buffer, int32_t rowBytes) override;
     int Rewind() override;
-    int IsValid() override;
+    [[nodiscard]] int IsValid() override;
     void Describe(Description* description) const override;
 
 protected:
@@ -37,26 +37,26 @@ protected:
     ~HeaderImage() override; // the derived class has already ended its decoder
 
     // Makes a decoder for the raster, which starts at the position of File. Returns false if that fails.
-    virtual bool StartDecoder() = 0;
+    [[nodiscard]] virtual bool StartDecoder() = 0;
     virtual void EndDecoder() = 0; // frees the decoder, if there is one
-    virtual bool HasDecoder() const = 0;
+    [[nodiscard]] virtual bool HasDecoder() const = 0;
     // Decodes the next `count` rows into `buffer`, stride bytes apart. Returns the number of rows delivered:
     // fewer than count if the data are damaged or at their end. CurrentRow is left to the caller.
-    virtual int32_t DecodeRows(uint8_t* buffer, int32_t stride, int32_t count) = 0;
+    [[nodiscard]] virtual int32_t DecodeRows(uint8_t* buffer, int32_t stride, int32_t count) = 0;
     // Makes firstRow the next row to decode. `buffer` is scratch space for `count` rows, stride bytes apart.
     // Returns false if the position of the row cannot be reached. If the data end before that row, returns
     // true, and DecodeRows then delivers no rows.
-    virtual bool SeekRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) = 0;
+    [[nodiscard]] virtual bool SeekRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) = 0;
     // Returns whether a buffer of row_bytes bytes per row is accepted. If a row is longer, only its first
     // bytes are delivered.
-    virtual bool HasRoom(int32_t row_bytes) const { return row_bytes >= 0; }
+    [[nodiscard]] virtual bool HasRoom(int32_t row_bytes) const { return row_bytes >= 0; }
 
     FILE* File = nullptr;      // the open file; null while closed
     int64_t DataOffset = 4096; // position of the raster in the file
 
 private:
-    bool TakeHeader();
-    bool CanReadInto(const uint8_t* buffer, int32_t row_bytes);
+    [[nodiscard]] bool TakeHeader();
+    [[nodiscard]] bool CanReadInto(const uint8_t* buffer, int32_t row_bytes);
 
     const Kind& m_kind;
     std::unique_ptr<const FAXHeader> m_header; // the header of the open file; null while closed

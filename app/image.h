@@ -33,22 +33,22 @@ public:
     int32_t SuspiciousRow = -1; // the first delivered row that may be wrong; -1 if there is none so far
 
     // Closes the open file, if any, then opens and checks the new one. After a failure the object is closed.
-    virtual int Open(const CString& path) = 0;
+    [[nodiscard]] virtual int Open(const CString& path) = 0;
     // Always returns 1. May be called while closed.
     virtual int Close() = 0;
     // Reads `count` rows, from firstRow on. Row firstRow + k is stored at buffer + k * stride. Rewinds if
     // firstRow comes before the next row. Uses the buffer as scratch space while it skips rows. Returns the
     // number of rows delivered, which is below `count` after a failure or at the end.
-    virtual int ReadRows(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) = 0;
+    [[nodiscard]] virtual int ReadRows(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) = 0;
     // Reads the next row into `buffer`, which has rowBytes bytes.
-    virtual int ReadRow(uint8_t* buffer, int32_t rowBytes) = 0;
+    [[nodiscard]] virtual int ReadRow(uint8_t* buffer, int32_t rowBytes) = 0;
     virtual int Rewind() = 0; // makes row 0 the next row
     // Skips up to `count` of the next rows if skipping them costs less than reading them. With zeroRows,
     // skips only rows whose bytes are all 0. Returns the number of rows skipped, which may be 0.
     enum class Skip : uint8_t { anyRows, zeroRows };
-    virtual int32_t SkipRows(int32_t count, Skip which);
+    [[nodiscard]] virtual int32_t SkipRows(int32_t count, Skip which);
     // Returns 1 if rows can be read, else 0. Changes nothing.
-    virtual int IsValid() = 0;
+    [[nodiscard]] virtual int IsValid() = 0;
     // Adds rows with what the open file says about the page, beyond the fields above. The kind of file comes
     // first. Does not read the file.
     virtual void Describe(Description* description) const;

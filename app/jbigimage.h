@@ -16,14 +16,14 @@ public:
     JBIGImage() : HeaderImage(kKind) { MinIsBlack = kKind.min_is_black; }
     ~JBIGImage() override { JBIGImage::EndDecoder(); }
 
-    int32_t SkipRows(int32_t count, Skip which) override;
+    [[nodiscard]] int32_t SkipRows(int32_t count, Skip which) override;
 
 protected:
-    bool StartDecoder() override;
+    [[nodiscard]] bool StartDecoder() override;
     void EndDecoder() override;
-    bool HasDecoder() const override { return Decoder != nullptr; }
-    int32_t DecodeRows(uint8_t* buffer, int32_t stride, int32_t count) override;
-    bool SeekRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
+    [[nodiscard]] bool HasDecoder() const override { return Decoder != nullptr; }
+    [[nodiscard]] int32_t DecodeRows(uint8_t* buffer, int32_t stride, int32_t count) override;
+    [[nodiscard]] bool SeekRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
 
 private:
     static const Kind kKind;

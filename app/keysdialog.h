@@ -14,7 +14,7 @@ struct KeyAction {
 extern const std::span<const KeyAction> kKeyActions;
 
 // Returns the rows of the dialog: the keys of the menu entries, then kKeyActions.
-std::vector<NamedText> ListKeys();
+[[nodiscard]] std::vector<NamedText> ListKeys();
 
 class CKeysDialog : public CDialog
 {

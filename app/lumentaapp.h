@@ -34,7 +34,7 @@ public:
     void OnUpdateClearList(CCmdUI& ui);
 
     // Returns a note such as "page 4 of 24" if a page of the list is open, else an empty text.
-    CString GetListNote() const;
+    [[nodiscard]] CString GetListNote() const;
 
     std::deque<CString> m_PageList; // full paths of the pages still to be shown; the next is at the front
     CString m_strPageDirectory;     // where the open commands start; ends with a separator or is empty
@@ -47,8 +47,8 @@ protected:
 
 private:
     static const MessageEntry entries[];
-    bool IsListPageOpen() const;           // whether the last of m_ShownPages is the open page
-    bool OpenAndMark(const CString& path); // returns whether the page was opened
+    [[nodiscard]] bool IsListPageOpen() const; // whether the last of m_ShownPages is the open page
+    bool OpenAndMark(const CString& path);     // returns whether the page was opened
     // Marks a file if m_bMarkViewed is set. `before` is its state before it was opened.
     void MarkAsViewed(const CString& path, const FileStatus& before) const;
 

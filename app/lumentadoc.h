@@ -30,26 +30,26 @@ public:
     // Closes the page, then opens the file PagePath(path). On failure shows a message and returns false.
     bool OnOpenDocument(const CString& path) override;
 
-    bool HasPage() const;
-    bool IsBilevelPage() const;
+    [[nodiscard]] bool HasPage() const;
+    [[nodiscard]] bool IsBilevelPage() const;
     // Returns the document's notes for the message field. Without a page this is "No page". Otherwise the
     // notes are: the first line that may be wrong, the first damaged line, and whether the file has changed,
     // is gone or cannot be read. The text is empty if there are none.
-    CString GetStatusText() const;
+    [[nodiscard]] CString GetStatusText() const;
     // Returns the palette of the page, or of its reduced picture if `scaled`. Null if there is none. The
     // palette stays the document's.
-    CPalette* GetPagePalette(bool scaled) const;
+    [[nodiscard]] CPalette* GetPagePalette(bool scaled) const;
 
     // Returns whether the file PagePath(path) can be opened as a page now. If not, shows the message that
     // OnOpenDocument would show. The open page is unchanged.
-    static bool CanOpen(const CString& path);
+    [[nodiscard]] static bool CanOpen(const CString& path);
 
     // Compares the page's file with its state before it was opened; GetStatusText reports the result. Costs
     // one system call, and works on a network mount too. A file that is back in its old state counts as
     // unchanged.
     void CheckFile();
     // Returns the state of the page's file before it was opened.
-    const FileStatus& GetFileStatus() const { return m_FileStatus; }
+    [[nodiscard]] const FileStatus& GetFileStatus() const { return m_FileStatus; }
 
     // Draws the part of the page inside `rect`, in page pixels. On a printer, draws the whole page, and
     // `rect` is the printable area: an 8-bit page is scaled to it, a bilevel page is reduced to it if it is
@@ -63,26 +63,26 @@ public:
     // scale are kept. On failure shows a message, deletes m_pScaled and returns false. Also returns false if
     // the page was closed while a message was open.
     bool MakeScaledBitmap(int32_t scale);
-    void ScaleNextLines();  // reduces the next batch of m_nLinesPerUpdate lines and notifies the views
-    bool IsScaling() const; // returns whether a further batch would make lines
+    void ScaleNextLines(); // reduces the next batch of m_nLinesPerUpdate lines and notifies the views
+    [[nodiscard]] bool IsScaling() const; // returns whether a further batch would make lines
     // Reduces rows into a bitmap of this page until the lines before untilLine exist. Returns false
     // - if `bitmap` is null, not complete or has no engine,
     // - after a message, if a line was refused or the rows cannot be read,
     // - if the user has interrupted the work,
     // - if the page was closed while a message was open.
     // Throws std::bad_alloc if memory is short.
-    bool ScaleRows(CScaledDIBitmap* bitmap, int32_t untilLine);
+    [[nodiscard]] bool ScaleRows(CScaledDIBitmap* bitmap, int32_t untilLine);
     // Paints m_pScaled at the top left, cut to the size of `rect`. Returns false if nothing was painted.
     bool BlitScaled(CDC* dc, const CRect& rect);
 
     // The row store, see rowstore.h.
     //
     // Makes a store for `rows` rows in a temporary file. On failure returns false and leaves no store.
-    bool CreateRowMapping(int32_t rows);
+    [[nodiscard]] bool CreateRowMapping(int32_t rows);
     bool ReleaseRowMapping(); // returns whether there was such a store
     // Makes a store on the heap for `rows` rows, or for as many as memory allows. Returns false if that is
     // none.
-    bool AllocateRowBuffer(int32_t rows);
+    [[nodiscard]] bool AllocateRowBuffer(int32_t rows);
     bool ReleaseRowBuffer(); // returns whether there was such a store
     // Makes rows first to first + count - 1 available. Needs first >= 0, 1 <= count <= m_nWindowRows and
     // first + count <= m_nDepth.
@@ -91,13 +91,16 @@ public:
     // counts as such a row. This row and all later ones are 0, and the result is still true. Returns false if
     // the page was closed while that message was open. Also returns false, after a message, if there is no
     // page or no store. Throws std::bad_alloc if memory is short.
-    bool GetRows(int32_t first, int32_t count);
+    [[nodiscard]] bool GetRows(int32_t first, int32_t count);
     // Releases the memory of the stored rows. They stay in the temporary file, and return to memory when they
     // are read. Does nothing with a heap store.
     void ReleaseRowPages();
-    uint64_t GetPageSerial() const { return m_nPageSerial; } // changes when a page is closed
+    [[nodiscard]] uint64_t GetPageSerial() const { return m_nPageSerial; } // changes when a page is closed
     // Returns the address of a stored row, valid until the next GetRows.
-    uint8_t* RowAddress(int32_t row) const { return m_pRows + (int64_t{row} - m_nWindowFirst) * m_nRowBytes; }
+    [[nodiscard]] uint8_t* RowAddress(int32_t row) const
+    {
+        return m_pRows + (int64_t{row} - m_nWindowFirst) * m_nRowBytes;
+    }
 
     bool m_bReadError = false; // a row of this page could not be read; no more rows are read
     int32_t m_nErrorRow = 0;   // number of that row; valid if m_bReadError is set
@@ -137,20 +140,20 @@ private:
     FileState m_FileState = FileState::asOpened; // found by the last CheckFile
     uint64_t m_nPageSerial = 0;                  // number of calls of DeleteContents
 
-    bool OpenPage(const CString& path);
+    [[nodiscard]] bool OpenPage(const CString& path);
     bool BuildGreyPalette();
-    bool ReadImageRow(uint8_t* slot);
-    bool ReportRow(int32_t row);
-    bool FillMapping(int32_t stop);
-    bool FillBuffer(int32_t stop);
-    bool SkipToWindow();
+    [[nodiscard]] bool ReadImageRow(uint8_t* slot);
+    [[nodiscard]] bool ReportRow(int32_t row);
+    [[nodiscard]] bool FillMapping(int32_t stop);
+    [[nodiscard]] bool FillBuffer(int32_t stop);
+    [[nodiscard]] bool SkipToWindow();
     void ZeroRows(int32_t first, int32_t stop);
 
     void DrawBilevel(CDC* dc, const CRect& rect);
     void DrawGrey(CDC* dc, const CRect& rect);
     void PrintGrey(CDC* dc, const CRect& rect);
     void PrintReduced(CDC* dc, const CRect& rect);
-    bool FetchRows(CDC* dc, int32_t first, int32_t count);
+    [[nodiscard]] bool FetchRows(CDC* dc, int32_t first, int32_t count);
     void MakeDibInfo();
     void SetDibSize(int32_t stride, int32_t lines);
 };

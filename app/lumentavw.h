@@ -24,15 +24,15 @@ public:
     void OnEndPrinting(CDC* dc, CPrintInfo* info) override;
     void OnInitialUpdate() override;
 
-    CPoint GetCenter() const; // the page pixel in the middle of the visible part of the page
+    [[nodiscard]] CPoint GetCenter() const; // the page pixel in the middle of the visible part of the page
     // Scrolls so that a page pixel comes to the middle of the window, as far as the scroll range allows.
     void CenterOn(CPoint point);
 
     // Returns the page pixel under the pointer, or nothing if the pointer is not over the page.
-    std::optional<CPoint> GetPointedPixel() const;
+    [[nodiscard]] std::optional<CPoint> GetPointedPixel() const;
     // Returns the distance in pixels from the point where the right button was pressed to the pointer, while
     // the button is held. Returns nothing if the user does not measure.
-    std::optional<CSize> GetMeasuredDistance() const;
+    [[nodiscard]] std::optional<CSize> GetMeasuredDistance() const;
 
     // The frame of the open overview, or null. The frame owns itself, and sets this to null when it is
     // destroyed.
@@ -63,7 +63,7 @@ protected:
 
 private:
     static const MessageEntry entries[];
-    CScaleView* GetScaledView() const; // null if no overview is open
+    [[nodiscard]] CScaleView* GetScaledView() const; // null if no overview is open
 
     bool m_bKeepPlace;  // a page of the same size opens at the place of the last one
     CSize m_sizeClosed; // size of the page that was closed last
@@ -73,7 +73,7 @@ private:
     void ShowMeasure();    // draws the measuring line, or removes it if the user does not measure
     void EndMeasuring();
     // Returns the page pixel at the end of the measuring line, or nothing if the user does not measure.
-    std::optional<CPoint> GetMeasuredEnd() const;
+    [[nodiscard]] std::optional<CPoint> GetMeasuredEnd() const;
 
     // The pointer's position in the client area, from its last message. Empty after the pointer has left the
     // window.

@@ -17,7 +17,7 @@ public:
     CMainFrame();
 
     // Returns the notes about the page, or the idle message if there are none.
-    CString GetMessageText() const override;
+    [[nodiscard]] CString GetMessageText() const override;
 
     void ShowPosition();
     void ShowSize();

@@ -12,17 +12,17 @@ constexpr int32_t kScaleWithoutPage = 32;
 // Returns the factor by which the page is reduced for the overview. It is a multiple of 8. The reduced page
 // fits into half the width and the full height of the screen, so that both windows fit side by side. If no
 // factor up to kMaxReduction is large enough, returns kMaxReduction.
-int32_t ChooseScale(CSize page, CSize screen);
+[[nodiscard]] int32_t ChooseScale(CSize page, CSize screen);
 
 struct OverviewGeometry {
     int32_t scale = kScaleWithoutPage; // factor by which the page is reduced
     CSize client;                      // size of the client area: the whole cells of the reduced page
 };
 // Returns the geometry of a new overview. Without a page, `page` is empty, and so is the client area.
-OverviewGeometry PlanOverview(CSize page, CSize screen);
+[[nodiscard]] OverviewGeometry PlanOverview(CSize page, CSize screen);
 
 // Returns the title of the overview: the title of the page, then "  (1/16)" for a scale of 16.
-CString OverviewTitle(const CString& page_title, int32_t scale);
+[[nodiscard]] CString OverviewTitle(const CString& page_title, int32_t scale);
 
 // Returns the frame around the part of the reduced picture that the page view shows.
 //
@@ -33,4 +33,4 @@ CString OverviewTitle(const CString& page_title, int32_t scale);
 //
 // The frame is rounded outwards and has at least 3 x 3 pixels. It is inside the picture if the picture is
 // that large. Empty if the page view shows no part of the page.
-CRect FrameInOverview(CPoint position, CSize client, CSize page, int scale);
+[[nodiscard]] CRect FrameInOverview(CPoint position, CSize client, CSize page, int scale);

@@ -10,13 +10,13 @@ constexpr int kInkZones = 32; // vertical strips of equal width, side by side ac
 
 // Returns the first pixel of a zone. A zone ends before the first pixel of the next one. For zone kInkZones,
 // returns the width.
-constexpr int32_t ZoneStart(int32_t width, int zone)
+[[nodiscard]] constexpr int32_t ZoneStart(int32_t width, int zone)
 {
     return static_cast<int32_t>(int64_t{width} * zone / kInkZones);
 }
 
 // Returns `part` in per cent of `whole`; 0 if whole is 0.
-double PerCent(int64_t part, int64_t whole);
+[[nodiscard]] double PerCent(int64_t part, int64_t whole);
 
 // Counts the ink in rows of a page. At 1 bit per pixel, a black pixel counts 1. At 8 bits, a pixel counts by
 // its darkness, from 0 for white to 255 for black.
@@ -29,15 +29,15 @@ public:
     // Adds `count` rows, stride bytes apart, in the format of Image.
     void Add(const uint8_t* rows, int32_t stride, int32_t count);
 
-    int32_t Rows() const { return m_rows; }
+    [[nodiscard]] int32_t Rows() const { return m_rows; }
     // Return the ink of the added rows in per cent, for the whole width and for one zone. 100 means that all
     // pixels are black. The result is 0 if there are no pixels.
-    double PagePerCent() const;
-    double ZonePerCent(int zone) const;
+    [[nodiscard]] double PagePerCent() const;
+    [[nodiscard]] double ZonePerCent(int zone) const;
 
 private:
     // Returns the ink of some columns in per cent. `sum` is the sum of their samples.
-    double Share(int64_t sum, int32_t columns) const;
+    [[nodiscard]] double Share(int64_t sum, int32_t columns) const;
 
     int32_t m_bits;
     int32_t m_min_is_black;
@@ -56,20 +56,20 @@ public:
     // Checks rows for a few milliseconds. Returns unfinished if rows are left, done after the last one, and
     // pageClosed if the page was closed. A damaged row is reported in a message, as in a paint. Throws
     // std::bad_alloc if memory is short.
-    Result Step();
+    [[nodiscard]] Result Step();
 
-    bool IsPageOpen() const; // if false, only Step may be called
-    int Progress() const;    // per cent of the rows that can be checked
+    [[nodiscard]] bool IsPageOpen() const; // if false, only Step may be called
+    [[nodiscard]] int Progress() const;    // per cent of the rows that can be checked
     // Returns whether there are no more rows to check.
-    bool IsComplete() const { return !m_can_count || m_next >= KnownRows(); }
-    int32_t GoodRows() const; // number of rows that were found to be good so far
+    [[nodiscard]] bool IsComplete() const { return !m_can_count || m_next >= KnownRows(); }
+    [[nodiscard]] int32_t GoodRows() const; // number of rows that were found to be good so far
     // Returns whether ink can be counted. It cannot if the page is damaged and the row store no longer has
     // its good rows.
-    bool CanCount() const { return m_can_count; }
-    const InkCount& Ink() const { return m_ink; } // of the good rows
+    [[nodiscard]] bool CanCount() const { return m_can_count; }
+    [[nodiscard]] const InkCount& Ink() const { return m_ink; } // of the good rows
 
 private:
-    int32_t KnownRows() const; // all rows; or those before the first bad row, if it is known
+    [[nodiscard]] int32_t KnownRows() const; // all rows; or those before the first bad row, if it is known
 
     CLumentaDoc* m_document;
     uint64_t m_page; // serial of the page, see GetPageSerial

@@ -8,7 +8,7 @@ class CPalette;
 
 // Returns the factor by which a side of `size` pixels is reduced before it is printed into `room` pixels: 2,
 // 4 or a multiple of 8. `room` must not be 0.
-int ChooseReduction(int size, int room);
+[[nodiscard]] int ChooseReduction(int size, int room);
 
 // The largest factor of the scale engine. Larger factors are clamped to it. The overview is then larger than
 // its window and scrolls. A print reduces the picture further when it is drawn.
@@ -16,7 +16,7 @@ constexpr int kMaxReduction = 248;
 
 // Returns the largest size that has the proportions of `page` and fits into `room`. A side may be rounded to
 // 0. Returns an empty size if a side of `page` or `room` is below 1.
-CSize FitInto(CSize page, CSize room);
+[[nodiscard]] CSize FitInto(CSize page, CSize room);
 
 // Returns the bytes of a line of an 8-bit bitmap: the width, rounded up to a multiple of 4. The sides of a
 // page are limited so that this does not overflow.
@@ -32,7 +32,7 @@ struct PageSpan {
 };
 
 // Returns the part of a clip area that is inside the page, in one direction. The page begins at 0.
-PageSpan ClipToPage(int clip_first, int clip_count, int page_count);
+[[nodiscard]] PageSpan ClipToPage(int clip_first, int clip_count, int page_count);
 
 // Selects and realizes a palette, and selects the old one again in the destructor. Does nothing if `palette`
 // is null.

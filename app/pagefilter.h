@@ -9,7 +9,7 @@ inline constexpr const char* kPageFilters =
 
 // Returns the pattern of pair number `index`, counted from 1. Blanks before a pattern are dropped; the next
 // blank or bar ends it. Returns "*.*" if there is no such pair.
-CString GetFilterPattern(const CString& filter, int index);
+[[nodiscard]] CString GetFilterPattern(const CString& filter, int index);
 // Returns the number of the first pair with this pattern, or 0 if there is none. Ignores the case of ASCII
 // letters.
-int FindFilter(const CString& filter, const CString& pattern);
+[[nodiscard]] int FindFilter(const CString& filter, const CString& pattern);

@@ -10,7 +10,7 @@ public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
-    bool IsActive() const { return m_bActive; }
+    [[nodiscard]] bool IsActive() const { return m_bActive; }
 
 protected:
     static const MessageMap messages;

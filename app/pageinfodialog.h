@@ -11,12 +11,12 @@
 class CLumentaDoc;
 
 // Returns what is known about the page. The document must have one. `units` is a result of UnitsFor.
-Description DescribePage(const CLumentaDoc& document, int units);
+[[nodiscard]] Description DescribePage(const CLumentaDoc& document, int units);
 
 // Returns what a check of this document's page has found: good rows, the first bad row and its message, the
 // first suspicious row, and the ink of the page and its zones. If the check was stopped, returns what it had
 // found until then.
-Description DescribeCheck(const CLumentaDoc& document, const PageCheck& check);
+[[nodiscard]] Description DescribeCheck(const CLumentaDoc& document, const PageCheck& check);
 
 class CPageInformationDialog : public CDialog
 {

@@ -19,16 +19,17 @@ struct CommandLine {
 // If the first argument is "--help" or "--version", only `action` is set. Otherwise `text` has all arguments,
 // with one blank between two of them. If OpensNothing is true for this path although it exists, text is a
 // variant of the path that opens it: "/./e..." or "./-e...".
-CommandLine ReadCommandLine(std::span<const char* const> arguments, bool (*exists)(const CString& path));
+[[nodiscard]] CommandLine ReadCommandLine(std::span<const char* const> arguments,
+                                          bool (*exists)(const CString& path));
 
 // Returns whether anything exists at the path. It need not be readable.
-bool PathExists(const CString& path);
+[[nodiscard]] bool PathExists(const CString& path);
 
 // Returns whether a command line opens no page. This is so if it is empty, or if it begins with a dash or
 // slash and the letter e or E.
-bool OpensNothing(const CString& command_line);
+[[nodiscard]] bool OpensNothing(const CString& command_line);
 
 // Returns the part of a path that is opened as a page: the text before the first tab or semicolon.
-CString PagePath(const CString& path);
+[[nodiscard]] CString PagePath(const CString& path);
 
 extern const char kHelpText[]; // what --help prints

@@ -7,7 +7,7 @@
 #include <optional>
 
 // Returns a rectangle as a text "left top right bottom".
-CString FormatPlacement(const CRect& rect);
+[[nodiscard]] CString FormatPlacement(const CRect& rect);
 // Reads a rectangle from such a text. Returns nothing if the text does not begin with four numbers, or if a
 // side of the rectangle is below 1 or above INT32_MAX.
-std::optional<CRect> ParsePlacement(const CString& text);
+[[nodiscard]] std::optional<CRect> ParsePlacement(const CString& text);

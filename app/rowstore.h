@@ -32,4 +32,4 @@ struct WindowMove {
 
 // Returns the move for a request for rows first to first + count - 1 of a page of `depth` rows. The limits of
 // a request are those of CLumentaDoc::GetRows.
-WindowMove PlanWindowMove(const RowWindow& window, int32_t depth, int32_t first, int32_t count);
+[[nodiscard]] WindowMove PlanWindowMove(const RowWindow& window, int32_t depth, int32_t first, int32_t count);

@@ -21,16 +21,16 @@ protected:
     RunImage(const Kind& kind, const Codec& codec) : HeaderImage(kind), m_codec(codec) {}
     ~RunImage() override { RunImage::EndDecoder(); }
 
-    bool StartDecoder() override;
+    [[nodiscard]] bool StartDecoder() override;
     void EndDecoder() override;
-    bool HasDecoder() const override { return Decoder != nullptr; }
-    int32_t DecodeRows(uint8_t* buffer, int32_t stride, int32_t count) override;
-    bool SeekRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
+    [[nodiscard]] bool HasDecoder() const override { return Decoder != nullptr; }
+    [[nodiscard]] int32_t DecodeRows(uint8_t* buffer, int32_t stride, int32_t count) override;
+    [[nodiscard]] bool SeekRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
 
     UNCOMP* Decoder = nullptr; // started by the last Rewind; null while closed or if that failed
 
 private:
-    int32_t Decode(uint8_t* buffer, int32_t stride, int32_t count);
+    [[nodiscard]] int32_t Decode(uint8_t* buffer, int32_t stride, int32_t count);
 
     const Codec& m_codec;
     DecoderBlock m_block; // input and memory of the decoder

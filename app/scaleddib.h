@@ -28,10 +28,10 @@ public:
     CScaledDIBitmap(int32_t width, int32_t height, int32_t scale, int32_t polarity);
     ~CScaledDIBitmap() override;
 
-    bool IsComplete() const { return m_pBits && m_hPalette && m_pInfo; }
-    bool HasAllLines() const { return m_nRowsDone + 1 == m_nHeight; }
+    [[nodiscard]] bool IsComplete() const { return m_pBits && m_hPalette && m_pInfo; }
+    [[nodiscard]] bool HasAllLines() const { return m_nRowsDone + 1 == m_nHeight; }
     // Returns whether a further batch can make lines: the engine exists, and some lines do not exist yet.
-    bool IsGrowing() const { return IsComplete() && m_pEngine && !HasAllLines(); }
+    [[nodiscard]] bool IsGrowing() const { return IsComplete() && m_pEngine && !HasAllLines(); }
 
     // Passes `count` packed page rows to the engine, from page row firstRow on, stride bytes apart. Rows that
     // the engine has already received are skipped.
@@ -39,10 +39,10 @@ public:
     // Returns the number of lines that were finished; 0 if rows are missing before firstRow; -1 if the bitmap
     // is not complete or has no engine. If a line is refused, ends the engine and shows a message. While the
     // message is open, the page may be closed and this object deleted.
-    int32_t AddRows(const uint8_t* rows, int32_t firstRow, int32_t count, ptrdiff_t stride);
+    [[nodiscard]] int32_t AddRows(const uint8_t* rows, int32_t firstRow, int32_t count, ptrdiff_t stride);
     void FinishScaling(); // frees the engine; no more lines are made
     // Returns the palette, which stays the bitmap's; null if the bitmap is not complete.
-    CPalette* GetPalette() const { return IsComplete() ? m_hPalette.get() : nullptr; }
+    [[nodiscard]] CPalette* GetPalette() const { return IsComplete() ? m_hPalette.get() : nullptr; }
 
     std::unique_ptr<CPalette> m_hPalette; // the grey ramp, in the order that the polarity requires
     std::unique_ptr<BitmapInfo> m_pInfo;  // header with the same ramp; its width is m_nStride
@@ -59,7 +59,7 @@ public:
     scale_engine* m_pEngine = nullptr; // owned; null once reduction has ended
 
 private:
-    bool Make(int32_t width, int32_t height, int32_t polarity);
+    [[nodiscard]] bool Make(int32_t width, int32_t height, int32_t polarity);
 };
 
 // Receives a finished line from the engine. user_data is the bitmap, as a CObject*. Returns 1, or 0 if

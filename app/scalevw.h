@@ -17,7 +17,7 @@ public:
     // is in the window, there will be no paint, so it requests the next batch itself.
     void OnUpdate(CView* sender, LPARAM hint, CObject* hint_object) override;
     void OnDraw(CDC* dc) override;
-    CPoint GetPickedPoint() const override;
+    [[nodiscard]] CPoint GetPickedPoint() const override;
     // Draws the frame of FrameInOverview over the picture.
     void ShowVisiblePart(CPoint position, CSize client);
 

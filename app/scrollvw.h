@@ -6,14 +6,14 @@
 
 // Returns a page step: client - 1, so that one pixel of the old view stays in the window; but at least 1 and
 // at most `total`.
-int PageStep(int client, int total);
+[[nodiscard]] int PageStep(int client, int total);
 // Returns `wanted`, clamped to the scroll range of a picture of `total` pixels in a window of `client`
 // pixels.
-int ClampToRange(int64_t wanted, int total, int client);
+[[nodiscard]] int ClampToRange(int64_t wanted, int total, int client);
 // Returns how far a key press moves: `repeat` steps, but at most distance_to_end.
-int KeyDistance(int distance_to_end, int step, UINT repeat);
+[[nodiscard]] int KeyDistance(int distance_to_end, int step, UINT repeat);
 // Returns `value`, clamped to the range of an int.
-int ClampToInt(int64_t value);
+[[nodiscard]] int ClampToInt(int64_t value);
 
 class CLumentaDoc;
 
@@ -23,14 +23,14 @@ public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
-    CLumentaDoc* GetPageDocument() const; // null if there is none
+    [[nodiscard]] CLumentaDoc* GetPageDocument() const; // null if there is none
 
     void OnInitialUpdate() override;
     void OnUpdate(CView* sender, LPARAM hint, CObject* hint_object) override;
     void OnDraw(CDC* dc) override;
 
     // Returns the point that the user clicked last, in page pixels.
-    virtual CPoint GetPickedPoint() const { return m_ptAnchor; }
+    [[nodiscard]] virtual CPoint GetPickedPoint() const { return m_ptAnchor; }
     // Sets the scroll sizes for a client area of cx x cy pixels. The picture has the size of the page divided
     // by `divisor`, which must not be 0.
     virtual void SetupScrollSizes(int cx, int cy, int divisor);

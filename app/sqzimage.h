@@ -13,7 +13,7 @@ public:
 
 protected:
     // The decoder always copies a raw row whole.
-    bool HasRoom(int32_t row_bytes) const override { return row_bytes >= BytesPerRow; }
+    [[nodiscard]] bool HasRoom(int32_t row_bytes) const override { return row_bytes >= BytesPerRow; }
 
 private:
     static const Kind kKind;

@@ -16,12 +16,12 @@ public:
     // read to CurrentRow, which therefore is not the number of the last row after a jump.
 
 protected:
-    bool StartDecoder() override { return true; }
+    [[nodiscard]] bool StartDecoder() override { return true; }
     void EndDecoder() override {}
-    bool HasDecoder() const override { return true; }
-    int32_t DecodeRows(uint8_t* buffer, int32_t stride, int32_t count) override;
-    bool SeekRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
-    bool HasRoom(int32_t row_bytes) const override { return row_bytes > 0; }
+    [[nodiscard]] bool HasDecoder() const override { return true; }
+    [[nodiscard]] int32_t DecodeRows(uint8_t* buffer, int32_t stride, int32_t count) override;
+    [[nodiscard]] bool SeekRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
+    [[nodiscard]] bool HasRoom(int32_t row_bytes) const override { return row_bytes > 0; }
 
 private:
     static const Kind kKind;

@@ -10,21 +10,22 @@
 // The read-outs. Positions and sizes are passed in pixels and shown in the unit. In the position and the
 // size, a value is 0 if its unit needs a resolution and the resolution is not above 0. The pointer's position
 // and the distance are then in pixels, see UnitsFor.
-CString FormatPosition(int units, int left, int top, int x_dpi, int y_dpi);
-CString FormatSize(int units, int width, int depth, int x_dpi, int y_dpi);
-CString FormatPointer(int units, CPoint point, int x_dpi, int y_dpi);
-CString FormatDistance(int units, CSize distance, int x_dpi, int y_dpi); // across, down and straight
-CString FormatResolution(int x_dpi, int y_dpi);
+[[nodiscard]] CString FormatPosition(int units, int left, int top, int x_dpi, int y_dpi);
+[[nodiscard]] CString FormatSize(int units, int width, int depth, int x_dpi, int y_dpi);
+[[nodiscard]] CString FormatPointer(int units, CPoint point, int x_dpi, int y_dpi);
+// The distance across, down and straight.
+[[nodiscard]] CString FormatDistance(int units, CSize distance, int x_dpi, int y_dpi);
+[[nodiscard]] CString FormatResolution(int x_dpi, int y_dpi);
 
 // The state of the page's file, compared with its state before it was opened.
 enum class FileState : uint8_t { asOpened, changed, gone, unreadable };
 
 // Returns the notes about an open page: the first line that may be wrong, the first damaged line, and a file
 // that is not as it was opened. The text is empty if there is nothing to note.
-CString FormatPageNotes(std::optional<int32_t> suspicious_line, std::optional<int32_t> damaged_line,
-                        FileState file);
+[[nodiscard]] CString FormatPageNotes(std::optional<int32_t> suspicious_line,
+                                      std::optional<int32_t> damaged_line, FileState file);
 // Returns the note about the list of pages: "page 4 of 24". The number counts from 1.
-CString FormatListNote(size_t number, size_t count);
+[[nodiscard]] CString FormatListNote(size_t number, size_t count);
 
 // What the message field can show.
 struct MessageField {
@@ -35,7 +36,7 @@ struct MessageField {
 };
 // Returns the text of the message field. A measured distance replaces the pointer's position and the note
 // about the list, because it needs their space. The text is empty if there is nothing to show.
-CString FormatMessageField(const MessageField& field, int units, int x_dpi, int y_dpi);
+[[nodiscard]] CString FormatMessageField(const MessageField& field, int units, int x_dpi, int y_dpi);
 
 // Returns the notes that are not empty, in order, with ", " between two of them.
-CString JoinNotes(std::initializer_list<CString> notes);
+[[nodiscard]] CString JoinNotes(std::initializer_list<CString> notes);

@@ -16,17 +16,17 @@ public:
     TIFFImage();
     ~TIFFImage() override;
 
-    int Open(const CString& path) override;
+    [[nodiscard]] int Open(const CString& path) override;
     int Close() override;
     // Calls ReadRow with BytesPerRow for each row, so every row start needs that many writable bytes after
     // it.
-    int ReadRows(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
+    [[nodiscard]] int ReadRows(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count) override;
     // If rowBytes is larger than the scanline, the rest of the buffer becomes 0. CurrentRow also counts a row
     // that cannot be decoded.
-    int ReadRow(uint8_t* buffer, int32_t rowBytes) override;
+    [[nodiscard]] int ReadRow(uint8_t* buffer, int32_t rowBytes) override;
     int Rewind() override;
-    int32_t SkipRows(int32_t count, Skip which) override;
-    int IsValid() override;
+    [[nodiscard]] int32_t SkipRows(int32_t count, Skip which) override;
+    [[nodiscard]] int IsValid() override;
     void Describe(Description* description) const override;
 
     // What libtiff has reported about the open file.
@@ -36,9 +36,9 @@ public:
     };
 
 private:
-    bool ReadTags();
-    bool PrepareStrips();
-    bool ReadLibtiffRow(uint8_t* buffer, uint32_t row);
+    [[nodiscard]] bool ReadTags();
+    [[nodiscard]] bool PrepareStrips();
+    [[nodiscard]] bool ReadLibtiffRow(uint8_t* buffer, uint32_t row);
 
     tiff* Tiff = nullptr;     // null while closed
     int32_t ScanlineSize = 0; // bytes of a row, as libtiff returns it
@@ -51,8 +51,8 @@ private:
 
 // Returns the label of a page whose file has no document name: the name of the file, without the directory
 // and without ".tif" or ".low" at its end.
-CString LabelFromPath(const CString& path);
+[[nodiscard]] CString LabelFromPath(const CString& path);
 
 // Returns the whole dots per inch of a resolution tag, rounded toward 0 and clamped to 0 to INT32_MAX; 0 if
 // the tag is not a number.
-int32_t WholeDpi(float resolution, bool per_centimetre);
+[[nodiscard]] int32_t WholeDpi(float resolution, bool per_centimetre);

@@ -18,22 +18,22 @@ constexpr double kPointsPerInch = 72.27;
 
 // Returns the unit for a page with these resolutions: `units`, or pixels if a resolution is not above 0 or
 // the unit is unknown.
-int UnitsFor(int units, int x_dpi, int y_dpi);
-const char* UnitName(int units); // such as "millimeters"
+[[nodiscard]] int UnitsFor(int units, int x_dpi, int y_dpi);
+[[nodiscard]] const char* UnitName(int units); // such as "millimeters"
 
 // Convert pixels to a unit and back, at `dpi` dots per inch. If the unit is pixels or dpi is not above 0, the
 // number is unchanged. UnitsToPixels rounds to the nearest pixel and clamps the result to 0 to INT32_MAX. If
 // `value` is not a number, it returns 0.
-double PixelsToUnits(int32_t pixels, int units, int dpi);
-int32_t UnitsToPixels(double value, int units, int dpi);
+[[nodiscard]] double PixelsToUnits(int32_t pixels, int units, int dpi);
+[[nodiscard]] int32_t UnitsToPixels(double value, int units, int dpi);
 
 // Returns a number with the digits that the read-outs show in this unit. Never returns "-0".
-CString FormatNumber(int units, double value);
+[[nodiscard]] CString FormatNumber(int units, double value);
 // Returns a length in the unit with so many digits that UnitsToPixels returns the same pixel, up to 4000 dots
 // per inch.
-CString FormatExact(int32_t pixels, int units, int dpi);
+[[nodiscard]] CString FormatExact(int32_t pixels, int units, int dpi);
 // Returns a length in the unit with the digits that the read-outs show.
-CString FormatLength(int32_t pixels, int units, int dpi);
+[[nodiscard]] CString FormatLength(int32_t pixels, int units, int dpi);
 // Reads a decimal number with a point or a comma. Ignores blanks around it. Returns nothing if the text is
 // anything else or the number is not finite.
-std::optional<double> ParseDecimal(std::string_view text);
+[[nodiscard]] std::optional<double> ParseDecimal(std::string_view text);

@@ -18,9 +18,9 @@ std::string TextWith(int32_t destinations)
     header.SetMux("two words");
     header.CreateTime = {56, 34, 12, 29, 1, 124, 0, 0, 0};
     for (int32_t i = 0; i < destinations; ++i)
-        header.AddDestination(("press-" + std::to_string(i)).c_str());
+        Require(header.AddDestination(("press-" + std::to_string(i)).c_str()) == 1, "too many destinations");
     std::string text(header.HeaderSize, '\0');
-    header.WriteToBuffer(text.data(), header.HeaderSize, true);
+    Require(header.WriteToBuffer(text.data(), header.HeaderSize, true) == 0, "the header is too long");
     return text;
 }
 
@@ -45,7 +45,10 @@ int main(int argc, char** argv)
         const auto parse = [&] {
             Require(header.ParseBuffer(text.data(), FAXHEADER_BYTES) == 0, "the header does not parse");
         };
-        const auto write = [&] { header.WriteToBuffer(written.data(), FAXHEADER_BYTES, true); };
+        const auto write = [&] {
+            Require(header.WriteToBuffer(written.data(), FAXHEADER_BYTES, true) == 0,
+                    "the header is too long");
+        };
         parse();
         write();
         Require(header.NumDestinations == destinations && written == text,

@@ -45,6 +45,8 @@ struct Jump {
     ProcessMemory before, after;
 };
 
+constexpr const char* kNoRows = "the rows are not available";
+
 Jump JumpThereAndBack(const std::string& path, const std::vector<uint8_t>* wanted = nullptr)
 {
     CLumentaDoc document;
@@ -53,13 +55,13 @@ Jump JumpThereAndBack(const std::string& path, const std::vector<uint8_t>* wante
     const CountingImage& image = *counting;
     document.m_pImage = std::move(counting);
     const int32_t bottom = document.m_nDepth - kScreenRows;
-    document.GetRows(0, kScreenRows); // what the window shows first
+    Require(document.GetRows(0, kScreenRows), kNoRows); // what the window shows first
     const int64_t rows_shown = image.RowsRead();
 
     Jump jump;
     jump.before = ReadProcessMemory(getpid());
     const double start = NowMs();
-    document.GetRows(bottom, kScreenRows);
+    Require(document.GetRows(bottom, kScreenRows), kNoRows);
     jump.there = NowMs() - start;
     jump.rows_there = image.RowsRead() - rows_shown;
     jump.after = ReadProcessMemory(getpid());
@@ -67,7 +69,7 @@ Jump JumpThereAndBack(const std::string& path, const std::vector<uint8_t>* wante
         Require(std::equal(wanted->begin(), wanted->end(), document.RowAddress(bottom)),
                 "the last rows differ from libtiff's");
     const double leave = NowMs();
-    document.GetRows(0, kScreenRows);
+    Require(document.GetRows(0, kScreenRows), kNoRows);
     jump.back = NowMs() - leave;
     jump.rows_back = image.RowsRead() - rows_shown - jump.rows_there;
     Require(!document.m_bReadError && jump.rows_there == document.m_nDepth - rows_shown, "rows are missing");

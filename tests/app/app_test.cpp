@@ -45,10 +45,12 @@ TEST(CommandLineText, IsOnePathOrARequest)
         EXPECT_EQ(line.action, c.action) << c.text;
         EXPECT_EQ(line.text, c.text);
     }
-    ReadCommandLine(std::vector<const char*>{"/e/page.tif;2"}, [](const CString& path) {
-        EXPECT_EQ(path, "/e/page.tif") << "the file's path ends at the semicolon";
-        return true;
-    });
+    const CommandLine at_semicolon =
+        ReadCommandLine(std::vector<const char*>{"/e/page.tif;2"}, [](const CString& path) {
+            EXPECT_EQ(path, "/e/page.tif") << "the file's path ends at the semicolon";
+            return true;
+        });
+    EXPECT_EQ(at_semicolon.text, "/./e/page.tif;2");
     EXPECT_EQ(InChild([]() -> std::string {
                   if (geteuid() == 0 && setuid(65534) != 0)
                       return "no other user";

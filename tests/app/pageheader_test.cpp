@@ -113,7 +113,7 @@ std::string LongText(const std::string& header_size, size_t bytes)
 {
     PageHeader header = Sample();
     header.FaxHeaderVersion = 4;
-    header.AddDestination("north");
+    EXPECT_EQ(header.AddDestination("north"), 1);
     std::string text = TextOf(header, false);
     text.replace(text.find("4096"), 4, header_size);
     while (text.size() < bytes)
