@@ -176,9 +176,7 @@ void CLumentaApp::OnOpenMultiple()
         return;
     m_bMarkViewed = dialog.m_bMarkViewed;
     m_strPageFilter = dialog.m_strFilter;
-    m_strPageDirectory = dialog.m_strDirectory;
-    if (!m_strPageDirectory.View().ends_with('/'))
-        m_strPageDirectory += "/";
+    m_strPageDirectory = WithSeparator(dialog.m_strDirectory);
     for (const CString& name : dialog.m_Files)
         m_PageList.push_back(m_strPageDirectory + name);
     OnNextPage();

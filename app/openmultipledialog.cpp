@@ -1,6 +1,7 @@
 #include "app/openmultipledialog.h"
 
 #include "app/dialogids.h"
+#include "app/pagepath.h"
 #include "platform/directory.h"
 
 #include <filesystem>
@@ -11,13 +12,6 @@
 namespace
 {
 constexpr const char* kEveryFile = "*.*";
-
-// Adds the separator at the end of a directory if it is missing. An empty text stays empty.
-void CloseDirectory(CString* directory)
-{
-    if (!directory->IsEmpty() && !directory->View().ends_with('/'))
-        *directory += "/";
-}
 
 // Returns the directory above, without a separator at its end unless it is the root. The directory above the
 // root is the root. A name without a separator is returned as it is.
@@ -55,9 +49,9 @@ bool COpenMultipleDialog::OnInitDialog()
     CDialog::OnInitDialog();
     std::error_code none; // on failure the text is empty
     m_strStartDirectory = std::filesystem::current_path(none).string();
-    if (m_strDirectory.IsEmpty() || m_strDirectory.GetLength() > kLongestPath)
-        m_strDirectory = m_strStartDirectory;
-    CloseDirectory(&m_strDirectory);
+    const CString start = m_strStartDirectory.IsEmpty() ? CString{} : WithSeparator(m_strStartDirectory);
+    const bool is_usable = !m_strDirectory.IsEmpty() && m_strDirectory.GetLength() <= kLongestPath;
+    m_strDirectory = is_usable ? WithSeparator(m_strDirectory) : start;
     if (!SelectFilter()) {
         m_strFilter = kEveryFile;
         SelectFilter();
@@ -65,8 +59,7 @@ bool COpenMultipleDialog::OnInitDialog()
     // The directory in the settings may be gone, or may never have been one. With an empty list the user
     // could not go to another directory.
     if (!RefillNearest()) {
-        m_strDirectory = m_strStartDirectory;
-        CloseDirectory(&m_strDirectory);
+        m_strDirectory = start;
         RefillNearest();
     }
     return true;
@@ -110,8 +103,7 @@ bool COpenMultipleDialog::RefillList()
 bool COpenMultipleDialog::RefillNearest()
 {
     while (!RefillList()) {
-        CString above = DirectoryAbove(m_strDirectory);
-        CloseDirectory(&above);
+        CString above = WithSeparator(DirectoryAbove(m_strDirectory));
         if (above == m_strDirectory)
             return false;
         m_strDirectory = std::move(above);
@@ -145,8 +137,7 @@ void COpenMultipleDialog::OnListDoubleClick()
         return;
     }
     if (entry == "[..]") {
-        const CString before = std::exchange(m_strDirectory, DirectoryAbove(m_strDirectory));
-        CloseDirectory(&m_strDirectory);
+        const CString before = std::exchange(m_strDirectory, WithSeparator(DirectoryAbove(m_strDirectory)));
         if (!RefillNearest())
             m_strDirectory = before;
         return;
@@ -161,8 +152,7 @@ void COpenMultipleDialog::OnListDoubleClick()
 
 bool COpenMultipleDialog::ShowDirectory(const CString& directory)
 {
-    const CString before = std::exchange(m_strDirectory, directory);
-    CloseDirectory(&m_strDirectory);
+    const CString before = std::exchange(m_strDirectory, WithSeparator(directory));
     if (RefillList())
         return true;
     m_strDirectory = before;

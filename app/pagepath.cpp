@@ -49,6 +49,11 @@ bool OpensNothing(const CString& command_line)
     return text.size() > 1 && (text[0] == '-' || text[0] == '/') && (text[1] == 'e' || text[1] == 'E');
 }
 
+CString WithSeparator(const CString& directory)
+{
+    return directory.View().ends_with('/') ? directory : directory + "/";
+}
+
 CString PagePath(const CString& path)
 {
     const int end = path.FindOneOf("\t;");

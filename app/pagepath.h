@@ -1,4 +1,4 @@
-// The command line: the requested action and the path of the page.
+// The command line, and the paths of pages and their directories.
 #pragma once
 
 #include "platform/cstring.h"
@@ -31,5 +31,8 @@ struct CommandLine {
 
 // Returns the part of a path that is opened as a page: the text before the first tab or semicolon.
 [[nodiscard]] CString PagePath(const CString& path);
+
+// Returns the directory with a separator at its end. An empty text becomes the root.
+[[nodiscard]] CString WithSeparator(const CString& directory);
 
 extern const char kHelpText[]; // what --help prints
