@@ -1,6 +1,7 @@
 #include "app/lumentaapp.h"
 
 #include "app/aboutdialog.h"
+#include "app/arguments.h"
 #include "app/keysdialog.h"
 #include "app/lumentadoc.h"
 #include "app/lumentaresources.h"

@@ -1,6 +1,6 @@
 // The program. Answers --help and --version; otherwise runs the application.
+#include "app/arguments.h"
 #include "app/lumentaapp.h"
-#include "app/pagepath.h"
 #include "app/version.h"
 #include "platform/run.h"
 

@@ -1,38 +1,10 @@
-// The command line, and the paths of pages and their directories.
+// The paths of pages and of their directories.
 #pragma once
 
 #include "platform/cstring.h"
-
-#include <span>
-
-struct CommandLine {
-    enum class Action { run, help, version };
-    Action action = Action::run;
-    CString text; // the whole command line, for RunApplication; empty for help and version
-};
-
-// Reads the command line.
-//
-//   arguments  the arguments after the program's name
-//   exists     returns whether anything exists at a path
-//
-// If the first argument is "--help" or "--version", only `action` is set. Otherwise `text` has all arguments,
-// with one blank between two of them. If OpensNothing is true for this path although it exists, text is a
-// variant of the path that opens it: "/./e..." or "./-e...".
-[[nodiscard]] CommandLine ReadCommandLine(std::span<const char* const> arguments,
-                                          bool (*exists)(const CString& path));
-
-// Returns whether anything exists at the path. It need not be readable.
-[[nodiscard]] bool PathExists(const CString& path);
-
-// Returns whether a command line opens no page. This is so if it is empty, or if it begins with a dash or
-// slash and the letter e or E.
-[[nodiscard]] bool OpensNothing(const CString& command_line);
 
 // Returns the part of a path that is opened as a page: the text before the first tab or semicolon.
 [[nodiscard]] CString PagePath(const CString& path);
 
 // Returns the directory with a separator at its end. An empty text becomes the root.
 [[nodiscard]] CString WithSeparator(const CString& directory);
-
-extern const char kHelpText[]; // what --help prints

@@ -1,9 +1,9 @@
 // The application: its command line, dropped files, the list of pages, both Open commands, printing and
 // settings.
+#include "app/arguments.h"
 #include "app/dialogids.h"
 #include "app/lumentaresources.h"
 #include "app/openmultipledialog.h"
-#include "app/pagepath.h"
 #include "app/scalefrm.h"
 #include "platform/viewedmark.h"
 #include "tests/app/window_fixture.h"
