@@ -238,17 +238,19 @@ bool CLumentaDoc::GetRows(int32_t first, int32_t count)
                 static_cast<size_t>(move.kept) * static_cast<size_t>(m_nRowBytes));
     m_nWindowFirst = move.first;
 
-    if (!SkipToWindow())
+    const int32_t end = first + count;
+    const bool had_error = m_bReadError;
+    if (!SkipToWindow() || !(m_hTempFile == kInvalidFile ? FillBuffer(end) : FillMapping(end)))
         return false;
+    // While the message about a row was open, a paint may have moved the window, so the request starts again.
+    if (m_bReadError && !had_error)
+        return GetRows(first, count);
     if (m_nLastRow + 1 < m_nWindowFirst) {
         // All rows are 0 from here on. The window is moved closer to the requested rows, because clearing
         // gigabytes of rows before them would take long.
         m_nWindowFirst = std::max(m_nWindowFirst, first - kMostZeroBytes / m_nRowBytes);
         m_nLastRow = m_nWindowFirst - 1;
     }
-    const int32_t end = first + count;
-    if (!(m_hTempFile == kInvalidFile ? FillBuffer(end) : FillMapping(end)))
-        return false;
     if (m_nLastRow + 1 < end) {
         // Reading has ended, so the other rows are 0. In the temporary file they already are 0, because they
         // were never written.

@@ -170,6 +170,22 @@ TEST(RowWindow, AFailedRowIsReportedOnceAndLaterRowsAreZero)
         }
 }
 
+TEST(RowWindow, APaintDuringTheMessageMayMoveTheWindow)
+{
+    for (const int32_t fail_at : {200, 505}) { // a skipped row, a kept row
+        SCOPED_TRACE(fail_at);
+        CLumentaDoc document;
+        FakeImage* const page = PutPageOnHeap(document, std::make_unique<FakeImage>(200, kRows), kWindow);
+        page->fail_at = fail_at;
+        SetMessageBoxHook([&](const CString&) { EXPECT_TRUE(document.GetRows(10, 1)); });
+        EXPECT_TRUE(document.GetRows(500, 10));
+        SetMessageBoxHook({});
+        EXPECT_EQ(document.m_nWindowFirst, 455);
+        EXPECT_EQ(document.m_nLastRow, 509);
+        EXPECT_EQ(HeldFrom(document, 455), (Held{0, 55}));
+    }
+}
+
 TEST(RowWindow, DamageInAPageOfTheLargestHeightTakesNoTime)
 {
     BoxTexts boxes;
