@@ -30,7 +30,9 @@ void CScaleView::OnUpdate(CView* sender, LPARAM hint, CObject* hint_object)
     SetupScrollSizes(client.Width(), client.Height(), m_nScale);
     const auto* const lines = DynamicDowncast<ScaleUpdateHint>(hint_object);
     if (hint == kHintReducedLines && lines) {
-        // First the place of the lines in the picture, then their place in the window.
+        // First the position of the lines in the picture, then their position in the window. m_nLastLine is
+        // the line after the batch, so the band has one line more than the batch. Painting that line changes
+        // nothing.
         bool paint_follows = false;
         for (const int scrolled : {0, GetScrollPosition().y}) {
             const CRect band{0, lines->m_nFirstLine - scrolled, client.Width(),

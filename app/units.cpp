@@ -9,6 +9,9 @@
 
 namespace
 {
+constexpr double kMillimetersPerInch = 25.4;
+constexpr double kPointsPerInch = 72.27;
+
 // Returns 0 for pixels, which have no fixed size.
 double UnitsPerInch(int units)
 {

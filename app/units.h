@@ -13,9 +13,6 @@ constexpr int kMillimeters = 1;
 constexpr int kPixels = 2;
 constexpr int kPoints = 3; // printer's points, 72.27 to the inch
 
-constexpr double kMillimetersPerInch = 25.4;
-constexpr double kPointsPerInch = 72.27;
-
 // Returns the unit for a page with these resolutions: `units`, or pixels if a resolution is not above 0 or
 // the unit is unknown.
 [[nodiscard]] int UnitsFor(int units, int x_dpi, int y_dpi);
