@@ -31,7 +31,6 @@ printf '#include <cstdint>\n' >tools/drawing/draw.cpp
 printf '#ifndef KESTERLIB_UNSQZ_H\n#include <stdint.h>\n#endif\n' >lib/kesterlib/include/kesterlib/unsqz.h
 printf '#include <cstdint>\n' >lib/kesterlib/source/rows_tmpl.h
 printf '#include "kesterlib/unsqz.h"\n#include <algorithm>\n#include <immintrin.h>\n' >lib/kesterlib/source/unsqz.cpp
-printf 'Read the s%s.\n' pec >DEVELOPERS.md
 printf 'raw \n' >fuzz/corpus/x/blanks
 touch docs/notes.md scripts/x.sh
 printf 'class Window : public testing::Test\nTEST_F(Window, Opens)\nTEST_F(Window, Closes)\nTEST(Page, IsRead)\n' >tests/app/one_test.cpp
@@ -91,14 +90,6 @@ offence lib/kesterlib/source/rows_tmpl.h "has an include guard and _tmpl in its 
 
 offence app/page.cpp "blanks at the end of the line" 'int x; '
 offence docs/notes.md "blanks at the end of the line" 'a line of another system\r'
-
-paper="refers to a paper outside the tree"
-offence docs/notes.md "$paper" "as the s""pec has it"
-offence app/page.cpp "$paper" "// S""pecification, chapter two"
-offence app/page.cpp "$paper" "// see P""art 1.4"
-offence scripts/x.sh "$paper" "# s""ection 8.2 says why"
-offence docs/notes.md "$paper" "closes i""ssue #3"
-fine app/page.cpp '// A specific part of a section; the special part 3 of 4 is specified here.'
 
 place="names a path or host of one machine"
 offence scripts/x.sh "$place" "cd /w""ork/main"
