@@ -8,7 +8,7 @@
 
 namespace
 {
-// README.md has a row for each entry. A test compares the two lists.
+// docs/MANUAL.md has a row for each entry. A test compares the two lists.
 constexpr KeyAction kActions[] = {
     {"Left, Right", "one pixel sideways; with Ctrl one window"},
     {"Up, Down", "one pixel up or down; with Ctrl one window"},

@@ -1,4 +1,4 @@
-// The list of keys. It must agree with the tables of README.md and with the menus.
+// The list of keys. It must agree with the tables of docs/MANUAL.md and with the menus.
 #include "app/dialogids.h"
 #include "app/keysdialog.h"
 #include "app/lumentaresources.h"
@@ -10,16 +10,16 @@ namespace
 {
 using Lines = std::vector<std::string>;
 
-// Returns the rows of the tables under "Use", without the heads.
+// Returns the rows of the tables under "Menus" and "Keys and mouse", without the heads.
 Lines TableRows()
 {
-    std::ifstream file(LUMENTA_README);
+    std::ifstream file(LUMENTA_MANUAL);
     Lines rows;
     bool inside = false;
     std::string before;
     for (std::string line; std::getline(file, line); before = line) {
         if (line.starts_with('#'))
-            inside = line == "## Use";
+            inside = line == "## Menus" || line == "## Keys and mouse";
         if (!inside || !line.starts_with('|'))
             continue;
         if (line.starts_with("|---"))
@@ -30,7 +30,7 @@ Lines TableRows()
     return rows;
 }
 
-// Returns the start of each row that README.md must have: one per menu item and one per other action. If a
+// Returns the start of each row that the manual must have: one per menu item and one per other action. If a
 // menu item has dots instead of keys, the dots are part of its name.
 Lines WantedRows()
 {
@@ -54,17 +54,17 @@ Lines WantedRows()
     return wanted;
 }
 
-TEST(Keys, EqualTheTablesOfTheReadme)
+TEST(Keys, EqualTheTablesOfTheManual)
 {
     const Lines rows = TableRows();
     const Lines wanted = WantedRows();
     for (const std::string& row : wanted)
         EXPECT_TRUE(std::any_of(rows.begin(), rows.end(), [&](const auto& r) { return r.starts_with(row); }))
-            << "README.md, \"Use\", has no row that begins with: " << row;
+            << "docs/MANUAL.md has no row that begins with: " << row;
     for (const std::string& row : rows)
         EXPECT_TRUE(
             std::any_of(wanted.begin(), wanted.end(), [&](const auto& w) { return row.starts_with(w); }))
-            << "no menu and no kKeyActions entry has this row of README.md: " << row;
+            << "no menu and no kKeyActions entry has this row of docs/MANUAL.md: " << row;
 }
 
 TEST(Keys, ShownInAMenuAreAccelerators)
