@@ -12,21 +12,16 @@ TEST(DisplayText, IsOneLineOfUtf8CutAtTheEndOfACharacter)
         size_t most;
         const char* want;
     } cases[] = {
-        {"12.C News", 255, "12.C News"},
         {"12.C News", 6, "12.C N"},
-        {"", 255, ""},
         {"a", 0, ""},
         {{"a\0\tb\r\n\x1b\x7f c", 10}, 255, "a  b     c"},
         {"a\u0085b\u009fc\u00a0d\u2028e\u2029f\u202a", 255, "a b c\u00a0d e f\u202a"},
         {"\u00e4\u20ac\U0001f600", 9, "\u00e4\u20ac\U0001f600"},
         {"\u00e4\u20ac\U0001f600", 8, "\u00e4\u20ac"},
-        {"\u00e4\u20ac\U0001f600", 4, "\u00e4"},
         {"\u00e4\u20ac\U0001f600", 1, ""},
         // The whole text is not UTF-8, so it is read as Latin-1, even if the fault is after the cut.
         {"gr\xfc\xdf", 255, "gr\u00fc\u00df"},
-        {"gr\xfc\xdf", 4, "gr\u00fc"},
         {"gr\xfc\xdf", 5, "gr\u00fc"},
-        {"\u00e4\xff", 255, "\u00c3\u00a4\u00ff"},
         {"\u00e4 and more\xff", 4, "\u00c3\u00a4"},
         {"a\x80\x9f", 255, "a  "},
         {"a\xc2", 255, "a\u00c2"},                             // ends inside a character

@@ -39,8 +39,6 @@ TEST(MemoryStatus, ReadsTheKernelsText)
          {0x7fffffff, 0x7fffffff}},
         {"MemAvailable: -5 kB\nSwapFree: much\n", {}, {}},
         {"MemAvailable:", {}, {}},
-        {"MemAvailable", {}, {}},
-        {"\n\n\n", {}, {}},
         {"", {}, {}},
     };
     const ScratchDirectory root;
@@ -65,24 +63,13 @@ TEST(MemoryStatus, ControlGroupsLimitIt)
         Files files;
         uint64_t physical, page_file; // 1000 KiB and 500 KiB without limits
     } const cases[] = {
-        {"no groups", "", {}, 1024000, 512000},
         {"no limit", "0::/a\n", {{"a/memory.max", "max\n"}, {"a/memory.current", "5\n"}}, 1024000, 512000},
-        {"a limit of its own group",
-         "0::/a/b\n",
-         {{"a/b/memory.max", "9000\n"}, {"a/b/memory.current", "2000\n"}},
-         7000,
-         512000},
         {"a limit of a group above",
          "0::/a/b/c\n",
          {{"a/memory.max", "9000"},
           {"a/memory.current", "2000"},
           {"a/b/c/memory.max", "8000"},
           {"a/b/c/memory.current", "10"}},
-         7000,
-         512000},
-        {"a limit of the root of a container",
-         "0::/\n",
-         {{"memory.max", "9000"}, {"memory.current", "2000"}},
          7000,
          512000},
         {"a path above the root of a container",
@@ -113,11 +100,6 @@ TEST(MemoryStatus, ControlGroupsLimitIt)
           {"memory/a/memory.memsw.usage_in_bytes", "2100"}},
          7030,
          400},
-        {"inside a container, with the path on the host",
-         "4:memory:/docker/7f\n",
-         {{"memory/memory.limit_in_bytes", "9000"}, {"memory/memory.usage_in_bytes", "2000"}},
-         7000,
-         512000},
         {"nonsense",
          "0::/a\n0:/b\n::\n\n0::c\nmemory\n4:memory:/a",
          {{"a/memory.max", "-1"},
@@ -178,8 +160,6 @@ TEST(OpenRegularFile, OpensOnlyRegularFiles)
     const std::string& directory = scratch.Path();
     const std::string page = scratch.Write("page \xff.fax", "");
     ASSERT_EQ(symlink(page.c_str(), scratch.File("link").c_str()), 0);
-    ASSERT_EQ(symlink("nowhere", scratch.File("dangling").c_str()), 0);
-    ASSERT_EQ(symlink("loop", scratch.File("loop").c_str()), 0);
     ASSERT_EQ(symlink("/dev/zero", scratch.File("device").c_str()), 0);
     ASSERT_EQ(mkfifo(scratch.File("fifo").c_str(), 0644), 0);
     std::string long_path = directory;
@@ -192,13 +172,9 @@ TEST(OpenRegularFile, OpensOnlyRegularFiles)
         {page, true},
         {scratch.File("link"), true},
         {directory, false},
-        {scratch.File("dangling"), false},
-        {scratch.File("loop"), false},
         {scratch.File("device"), false},
         {scratch.File("fifo"), false},
-        {"/dev/zero", false},
         {scratch.File("nothing"), false},
-        {"", false},
         {long_path + page.substr(directory.size()), false},
     };
     for (const auto& c : cases) {
@@ -237,14 +213,8 @@ TEST(TempStore, IsAFileWithoutANameInTheFirstUsableDirectory)
         const char* variable;
         std::string want;
     } const cases[] = {
-        {directory.c_str(), directory},
-        {nullptr, system},
-        {"", system},
-        {".", system},
-        {"tmp", system},
-        {"/nonexistent/x", system},
-        {"/proc", system},
-        {"/dev/null", system},
+        {directory.c_str(), directory}, {nullptr, system}, {"tmp", system},
+        {"/nonexistent/x", system},     {"/proc", system},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.variable ? c.variable : "(none)");
@@ -282,8 +252,7 @@ TEST(TempStore, RefusesSizesThatDoNotFit)
         if (statvfs(place, &status) == 0)
             most_free = std::max(most_free, uint64_t{status.f_bavail} * status.f_frsize);
     }
-    for (const int64_t bytes :
-         {int64_t{0}, int64_t{-1}, INT64_MIN, INT64_MAX, static_cast<int64_t>(most_free / 8 * 5)})
+    for (const int64_t bytes : {int64_t{0}, int64_t{-1}, INT64_MAX, static_cast<int64_t>(most_free / 8 * 5)})
         EXPECT_EQ(CreateTempFile("SQZ", bytes), kInvalidFile) << bytes;
     const FileSizeLimit limit{1 << 20};
     const int file = CreateTempFile("SQZ", 1 << 20);

