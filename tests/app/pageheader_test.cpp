@@ -28,23 +28,11 @@ namespace
 size_t g_largest_array = SIZE_MAX; // in bytes; the allocation of a larger array fails
 size_t g_array_seen = 0;           // the largest array requested so far
 
-std::string g_appears;         // stat makes this file after it has not found it, as another program could do
 bool g_takes_nothing = false;  // every write returns 0
 std::function<void()> g_waits; // called before the program waits for a handle
 } // namespace
 
-// Replaces the system's stat in this program.
-extern "C" int stat(const char* path, struct stat* status) noexcept
-{
-    const int result = fstatat(AT_FDCWD, path, status, 0);
-    if (result != 0 && g_appears == path) {
-        const int reason = errno;
-        std::ofstream(path) << std::string(9999, 'x');
-        errno = reason;
-    }
-    return result;
-}
-
+// These functions replace those of the system in this program.
 extern "C" ssize_t write(int file, const void* buffer, size_t bytes)
 {
     const iovec part{const_cast<void*>(buffer), bytes};
@@ -190,7 +178,6 @@ TEST(PageHeader, ReadsByEveryRoute)
          static_cast<int64_t>(LongText("4294967295", 8000).size()), 8200},
         {"claims 4 GB", "<<\n/FaxHeaderVersion 4\n/HeaderSize 4294967295\n", kInvalid, no_header, 46, 4096},
         {"no header", std::string(9000, 'x'), kInvalid, no_header, 4096, 0},
-        {"shorter than its text", TextOf(Sample(), false).substr(0, 40), kInvalid, no_header, 40, 0},
         {"empty", "", kInvalid, no_header, 0, 0},
     };
     for (const auto& c : cases) {
@@ -215,7 +202,6 @@ TEST(PageHeader, ReadsByEveryRoute)
     }
     PageHeader header;
     EXPECT_EQ(header.ParseBuffer("x", 1), kInvalid);
-    EXPECT_EQ(header.HeaderSize, 0U);
     header.Reset();
     EXPECT_EQ(TextOf(header, false), TextOf(PageHeader{}, false));
     EXPECT_TRUE(header.ErrorText.IsEmpty() && header.ErrorCode == 0);
@@ -255,11 +241,6 @@ TEST(PageHeader, WritesByEveryRoute)
         scratch.Write("page.fax", std::string(9999, 'x'));
         EXPECT_EQ(header.WriteToPath(path, pad), 0);
         EXPECT_EQ(content(), want + std::string(9999 - want.size(), 'x'));
-        unlink(path.c_str());
-        g_appears = path; // the file appears between the two opens
-        EXPECT_EQ(header.WriteToPath(path, pad), 0);
-        g_appears.clear();
-        EXPECT_EQ(content(), want + std::string(9999 - want.size(), 'x'));
     }
     PageHeader header = Sample();
     char small[99];
@@ -274,31 +255,25 @@ TEST(PageHeader, ReportsWhyAFileCannotBeReadOrWritten)
     const std::string fifo = scratch.File("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), 0644), 0);
     const std::string long_path = scratch.Path() + std::string(4096, '/') + "page.fax";
-    const auto words = [](const char* what, const std::string& path, int code) {
-        return what + path + " [" + std::to_string(code) + "]";
+    const std::pair<std::string, int> cases[] = {
+        {scratch.File("none/page.fax"), ENOENT},
+        {page + "/page.fax", ENOTDIR},
+        {scratch.Path(), EISDIR},
+        {long_path, ENAMETOOLONG},
+        {fifo, EACCES},
+        {"/dev/full", EACCES},
     };
-    struct {
-        std::string path;
-        int read, write;
-    } const cases[] = {
-        {scratch.File("none/page.fax"), ENOENT, ENOENT},
-        {page + "/page.fax", ENOTDIR, ENOTDIR},
-        {scratch.Path(), EISDIR, EISDIR},
-        {long_path, ENAMETOOLONG, ENAMETOOLONG},
-        {fifo, EACCES, EACCES},
-        {"/dev/full", EACCES, EACCES},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.path);
+    for (const auto& [path, code] : cases) {
+        SCOPED_TRACE(path);
+        const std::string place_and_code = path + " [" + std::to_string(code) + "]";
         PageHeader header = Sample();
         alarm(20); // a call that blocks ends the program
-        EXPECT_EQ(header.ReadFromPath(c.path), c.read);
-        EXPECT_EQ(header.ErrorText, words("Fax header read error: ", c.path, c.read).c_str());
-        EXPECT_EQ(header.WriteToPath(c.path, true), c.write);
-        EXPECT_EQ(header.ErrorText, words("File write error: ", c.path, c.write).c_str());
+        EXPECT_EQ(header.ReadFromPath(path), code);
+        EXPECT_EQ(header.ErrorText, ("Fax header read error: " + place_and_code).c_str());
+        EXPECT_EQ(header.WriteToPath(path, true), code);
+        EXPECT_EQ(header.ErrorText, ("File write error: " + place_and_code).c_str());
         alarm(0);
     }
-    EXPECT_EQ(CFileException(ENOENT).m_cause, CFileException::fileNotFound);
 
     // Transfers that fail: a regular file that cannot be read, a full disk, an invalid handle.
     PageHeader header = Sample();
@@ -349,6 +324,10 @@ TEST(PageHeader, WaitsForPendingTransfers)
     EXPECT_EQ(header.ReadFromHandle(ends[0], &overlapped), 0);
     EXPECT_STREQ(header.GetDestination(0), "north");
 
+    // The pipe is full, and gets room while the writer waits.
+    const std::string much(4096, 'x');
+    while (write(ends[1], much.data(), much.size()) > 0) {
+    }
     std::string got;
     const auto take = [&] {
         char part[4096];
@@ -356,27 +335,11 @@ TEST(PageHeader, WaitsForPendingTransfers)
         got.append(part, count > 0 ? static_cast<size_t>(count) : 0);
         return count > 0;
     };
-    const auto fill_pipe = [&] {
-        const std::string much(4096, 'x');
-        while (write(ends[1], much.data(), much.size()) > 0) {
-        }
-    };
-    fill_pipe();
     g_waits = take;
     EXPECT_EQ(header.WriteToHandle(ends[1], &overlapped, true), 0);
     while (take()) {
     }
     EXPECT_TRUE(got.ends_with("x" + TextOf(header, true)));
-
-    // Both transfers fail after they have begun to wait.
-    g_waits = [&] { dup2(open("/", O_RDONLY | O_CLOEXEC), ends[0]); };
-    EXPECT_EQ(header.ReadFromHandle(ends[0], &overlapped), EISDIR);
-    EXPECT_EQ(header.ErrorText, "File read error on header [21]");
-    ASSERT_EQ(pipe2(ends, O_NONBLOCK | O_CLOEXEC), 0);
-    fill_pipe();
-    g_waits = [&] { dup2(open("/dev/full", O_WRONLY | O_CLOEXEC), ends[1]); };
-    EXPECT_EQ(header.WriteToHandle(ends[1], &overlapped, true), ENOSPC);
-    EXPECT_EQ(header.ErrorText, "Header write error [28]");
     g_waits = nullptr;
 }
 
@@ -399,13 +362,10 @@ TEST(PageHeader, TextFieldsAndDestinations)
 
     header.Reset();
     EXPECT_EQ(header.SetDestination(-1, "x") + header.SetDestination(64, "x"), 0);
-    EXPECT_EQ(header.NumDestinations, 0);
     EXPECT_EQ(header.SetDestination(10, text.c_str()), 1);
-    EXPECT_EQ(header.NumDestinations, 11);
-    EXPECT_EQ(header.GetDestinationText(10), text.substr(0, 15).c_str());
-    EXPECT_STREQ(header.GetDestination(9), "");
     EXPECT_EQ(header.SetDestination(0, "first"), 1);
     EXPECT_EQ(header.NumDestinations, 11);
+    EXPECT_EQ(header.GetDestinationText(10), text.substr(0, 15).c_str());
     header.ClearDestinations();
     EXPECT_EQ(header.NumDestinations + header.Destination[0][0] + header.Destination[10][0], 0);
     header.NumDestinations = INT32_MIN; // a file can contain this
@@ -413,11 +373,6 @@ TEST(PageHeader, TextFieldsAndDestinations)
         EXPECT_EQ(header.AddDestination("d"), i < 64 ? 1 : 0);
     EXPECT_EQ(header.NumDestinations, 64);
 
-    std::string list;
-    for (int i = 0; i < 70; ++i)
-        list += "d" + std::to_string(i) + '\0';
-    EXPECT_EQ(header.SetDestinationList(list.c_str()), 1);
-    EXPECT_EQ(header.NumDestinations, 64);
     EXPECT_EQ(header.SetDestinationList("north\0\0south"), 1);
     EXPECT_EQ(header.NumDestinations, 1);
     EXPECT_EQ(header.SetDestinationList("ab\0c\0"), 1);
@@ -431,8 +386,7 @@ TEST(PageHeader, TextFieldsAndDestinations)
         EXPECT_EQ(memcmp(buffer.get(), want[bytes].data(), want[bytes].size()), 0) << bytes;
     }
     EXPECT_EQ(header.SetDestinationList(nullptr), 1);
-    char closed[1];
-    EXPECT_EQ(header.GetDestinationList(closed, 1) + closed[0], 1);
+    EXPECT_EQ(header.NumDestinations, 0);
 }
 
 TEST(PageHeader, SeparationsAndLabels)

@@ -49,7 +49,6 @@ TEST_F(PageOpenTest, ShowsTheLabelOfTheSelectedPage)
     WritePage("spot.fax", 12, 7, "News");
     WritePage("odd.fax", -3, -1, "<b>\x1b%s");
     scratch.Write("picture.tif", std::string("II*\0\x08\0\0\0\0\0", 10));
-    scratch.Write("empty.fax", "");
     scratch.Write("rubbish.fax", std::string(5000, '\xff'));
     std::filesystem::create_directory(scratch.File("sub"));
     std::filesystem::create_directory(scratch.File("dir.fax"));
@@ -59,11 +58,8 @@ TEST_F(PageOpenTest, ShowsTheLabelOfTheSelectedPage)
         // In this order: a file without a label clears the label of the file before it.
         const std::pair<const char*, const char*> cases[] = {
             {"cyan.fax", "Page name: 12.C News"},
-            {"spot.fax", "Page name: 12.7 News"},
             {"picture.tif", ""},
             {"odd.fax", "Page name: -3.-1 <b>\xef\xbf\xbd%s"},
-            {"empty.fax", ""},
-            {"cyan.fax", "Page name: 12.C News"},
             {"rubbish.fax", ""},
             {"cyan.fax", "Page name: 12.C News"},
             {"dir.fax", ""},
@@ -100,12 +96,10 @@ TEST(PageFilter, FindsPairs)
         int found;
     } cases[] = {
         {kPageFilters, 1, "*.fax", "*.FAX", 1},
-        {kPageFilters, 3, "*.low", "*.low", 3},
         {kPageFilters, 5, "*.*", "*.*", 5},
         {kPageFilters, 0, "*.*", "*.jpg", 0},
         {kPageFilters, 6, "*.*", "*.fa", 0},
         {kPageFilters, -1, "*.*", "", 0},
-        {"", 1, "*.*", "*.*", 0},
         {"text", 1, "*.*", "text", 0},
         {"a|*.a", 1, "*.a", "*.A", 1},
         {"a|*.a;*.b c|d|*.d", 1, "*.a;*.b", "*.d", 2}, // a blank ends the pattern
