@@ -116,19 +116,6 @@ TEST_F(LongWorkTest, EscapeEndsWorkThatHasLastedASecond)
         }
 }
 
-TEST_F(LongWorkTest, UninterruptedWorkIsFinishedAndItsFirstSecondReadsNoInput)
-{
-    StartWithSlowPage();
-    bool seen = false;
-    When(20, [&] { seen = true; });
-    while_reading = [&] { EXPECT_FALSE(seen && rows_read - at_top < kRowsOfASecond); };
-    Jump();
-    EXPECT_TRUE(seen);
-    EXPECT_EQ(rows_read, kRows);
-    EXPECT_FALSE(document->m_bReadError);
-    EXPECT_EQ(boxes.Take(), Texts{});
-}
-
 TEST_F(LongWorkTest, ThePointerIsAnHourglassWhileTheUserWaits)
 {
     for (const auto& work : kWorks) {
@@ -203,7 +190,6 @@ TEST_F(LongWorkTest, ADialogOpenedByHeldInputBlocksTheRestOfIt)
     Jump();
     EXPECT_TRUE(PumpUntil([&] { return opened > 0; }));
     EXPECT_TRUE(PumpUntilIdle());
-    SetFileDialogHook({});
     EXPECT_EQ(opened, 1);
     EXPECT_FALSE(view->GetPointedPixel()) << "the dialog does not block the event that the pointer has left";
 }
@@ -231,18 +217,5 @@ TEST_F(LongWorkTest, ClosingTheOverviewEndsItsWorkAndReportsIt)
     MakeOverview();
     ASSERT_TRUE(PumpUntil([this] { return view->m_pScaleFrame == nullptr; }));
     EXPECT_LE(InterruptedAfter(), 150 + kRowsToTheLook);
-}
-
-TEST_F(LongWorkTest, AnInterruptedPrintIsNotReportedAsFailed)
-{
-    StartWithSlowPage();
-    When(150, [this] { PressEscape(); });
-    Print();
-    EXPECT_GE(InterruptedAfter(), 150);
-    EXPECT_FALSE(std::filesystem::exists(scratch.File("page.pdf")));
-    // The same page is printed again, with blank rows instead of those not read.
-    Print();
-    EXPECT_EQ(boxes.Take(), Texts{});
-    EXPECT_TRUE(std::filesystem::exists(scratch.File("page.pdf")));
 }
 } // namespace

@@ -40,6 +40,8 @@ protected:
     ~AppWindowTest() override
     {
         Stop();
+        SetDialogHook({});
+        SetFileDialogHook({});
         SetPrintDialogHook({});
         SetSettingsFile({});
     }
