@@ -377,6 +377,8 @@ TEST_F(ScaledWindow, TheFrameFollowsThePageViewAndCopiesOnlyItsEdges)
     CScaleView* const scaled = StartComplete(3200, 2400);
     EXPECT_EQ(PictureDiffers(*scaled), "");
     const uint64_t paints = PaintCount(*scaled);
+    static constexpr CSize kSmaller{300, 200};
+    static constexpr CSize kLarger{600, 440};
     const struct {
         const char* name;
         std::function<void()> move;
@@ -390,19 +392,13 @@ TEST_F(ScaledWindow, TheFrameFollowsThePageViewAndCopiesOnlyItsEdges)
              MoveMouse(*view, {100, 20});
              ReleaseMouse(*view, {100, 20});
          }},
-        {"a smaller window",
-         [this] {
-             ResizeFrame(*frame, {300, 200});
-         }},
+        {"a smaller window", [this] { ResizeFrame(*frame, kSmaller); }},
         {"the end",
          [this] {
              PressKey(*view, TestKey::end);
              PressKey(*view, TestKey::end, true);
          }},
-        {"a window that pulls the page along",
-         [this] {
-             ResizeFrame(*frame, {600, 440});
-         }},
+        {"a window that pulls the page along", [this] { ResizeFrame(*frame, kLarger); }},
     };
     for (const auto& c : moves) {
         SCOPED_TRACE(c.name);

@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/magic.h>
+#include <sstream>
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -56,71 +57,46 @@ TEST(MemoryStatus, ReadsTheKernelsText)
 
 TEST(MemoryStatus, ControlGroupsLimitIt)
 {
-    using Files = std::vector<std::pair<const char*, const char*>>; // below sys/fs/cgroup
     struct {
         const char* name;
-        const char* groups; // text of /proc/self/cgroup
-        Files files;
+        const char* groups;           // text of /proc/self/cgroup
+        const char* files;            // below /sys/fs/cgroup: path, "=", text, and ";" before the next
         uint64_t physical, page_file; // 1000 KiB and 500 KiB without limits
     } const cases[] = {
-        {"no limit", "0::/a\n", {{"a/memory.max", "max\n"}, {"a/memory.current", "5\n"}}, 1024000, 512000},
-        {"a limit of a group above",
-         "0::/a/b/c\n",
-         {{"a/memory.max", "9000"},
-          {"a/memory.current", "2000"},
-          {"a/b/c/memory.max", "8000"},
-          {"a/b/c/memory.current", "10"}},
-         7000,
+        {"no limit", "0::/a\n", "a/memory.max=max\n;a/memory.current=5\n", 1024000, 512000},
+        {"a limit of a group above", "0::/a/b/c\n",
+         "a/memory.max=9000;a/memory.current=2000;a/b/c/memory.max=8000;a/b/c/memory.current=10", 7000,
          512000},
-        {"a path above the root of a container",
-         "0::/../../x\n",
-         {{"memory.max", "9000"},
-          {"memory.current", "2000"},
-          {"../../x/memory.max", "1"},
-          {"../../x/memory.current", "1"}},
-         7000,
-         512000},
-        {"more used than allowed", "0::/a\n", {{"a/memory.max", "9"}, {"a/memory.current", "20"}}, 0, 512000},
-        {"cached files count as free",
-         "0::/a\n",
-         {{"a/memory.max", "9000"},
-          {"a/memory.current", "8999"},
-          {"a/memory.stat", "anon 8\nactive_file 7\ninactive_file 500\n"}},
-         501,
-         512000},
-        {"no swap", "0::/a\n", {{"a/memory.swap.max", "0"}, {"a/memory.swap.current", "0"}}, 1024000, 0},
-        {"cgroup version 1",
-         "9:cpu,memory:/a\n4:pids:/p\n0::/b\n",
-         {{"memory/memory.limit_in_bytes", "9223372036854771712"},
-          {"memory/memory.usage_in_bytes", "77"},
-          {"memory/a/memory.limit_in_bytes", "9000"},
-          {"memory/a/memory.usage_in_bytes", "2000"},
-          {"memory/a/memory.stat", "inactive_file 9\ntotal_inactive_file 30\n"},
-          {"memory/a/memory.memsw.limit_in_bytes", "9500"},
-          {"memory/a/memory.memsw.usage_in_bytes", "2100"}},
-         7030,
-         400},
-        {"nonsense",
-         "0::/a\n0:/b\n::\n\n0::c\nmemory\n4:memory:/a",
-         {{"a/memory.max", "-1"},
-          {"a/memory.current", "5"},
-          {"memory/a/memory.limit_in_bytes", "12"},
-          {"memory/memory.limit_in_bytes", ""}},
-         1024000,
-         512000},
+        {"a path above the root of a container", "0::/../../x\n",
+         "memory.max=9000;memory.current=2000;../../x/memory.max=1;../../x/memory.current=1", 7000, 512000},
+        {"more used than allowed", "0::/a\n", "a/memory.max=9;a/memory.current=20", 0, 512000},
+        {"cached files count as free", "0::/a\n",
+         "a/memory.max=9000;a/memory.current=8999;a/memory.stat=anon 8\nactive_file 7\ninactive_file 500\n",
+         501, 512000},
+        {"no swap", "0::/a\n", "a/memory.swap.max=0;a/memory.swap.current=0", 1024000, 0},
+        {"cgroup version 1", "9:cpu,memory:/a\n4:pids:/p\n0::/b\n",
+         "memory/memory.limit_in_bytes=9223372036854771712;memory/memory.usage_in_bytes=77;"
+         "memory/a/memory.limit_in_bytes=9000;memory/a/memory.usage_in_bytes=2000;"
+         "memory/a/memory.stat=inactive_file 9\ntotal_inactive_file 30\n;"
+         "memory/a/memory.memsw.limit_in_bytes=9500;memory/a/memory.memsw.usage_in_bytes=2100",
+         7030, 400},
+        {"nonsense", "0::/a\n0:/b\n::\n\n0::c\nmemory\n4:memory:/a",
+         "a/memory.max=-1;a/memory.current=5;memory/a/memory.limit_in_bytes=12;memory/memory.limit_in_bytes=",
+         1024000, 512000},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const ScratchDirectory root;
-        const auto write = [&](const std::string& path, const char* text) {
+        const auto write = [&](const std::string& path, const std::string& text) {
             std::filesystem::create_directories(std::filesystem::path{root.File(path)}.parent_path());
             root.Write(path, text);
         };
         write("proc/meminfo", "MemAvailable: 1000 kB\nSwapFree: 500 kB\n");
         write("proc/self/cgroup", c.groups);
         write("sys/fs/cgroup/cgroup.procs", "");
-        for (const auto& [file, text] : c.files)
-            write(std::string{"sys/fs/cgroup/"} + file, text);
+        std::istringstream files{c.files};
+        for (std::string file; std::getline(files, file, ';');)
+            write("sys/fs/cgroup/" + file.substr(0, file.find('=')), file.substr(file.find('=') + 1));
         const FreeMemory got = ReadFreeMemory(root.Path());
         EXPECT_EQ(got.physical, c.physical);
         EXPECT_EQ(got.page_file, c.page_file);

@@ -341,6 +341,8 @@ TEST_F(WindowTest, ABoxBelongsToTheActiveWindowAndClosesWithIt)
 
 TEST_F(WindowTest, AWindowMayBeDestroyedInAnyOfItsHandlers)
 {
+    static constexpr CPoint kInside{1, 1};
+    static constexpr CRect kOtherPlace{0, 0, 444, 333};
     struct {
         const char* where;
         UINT message;
@@ -351,23 +353,11 @@ TEST_F(WindowTest, AWindowMayBeDestroyedInAnyOfItsHandlers)
         {"paint", WM_PAINT, [](TestView* v) { v->Invalidate(); }},
         {"paint at once", WM_PAINT, [](TestView* v) { v->Invalidate(), v->UpdateWindow(); }},
         {"post", WM_TEST, [](TestView* v) { v->PostMessage(WM_TEST, 7); }},
-        {"pointer", WM_MOUSEMOVE,
-         [](TestView* v) {
-             MoveMouse(*v, {1, 1});
-         }},
-        {"double click", WM_RBUTTONDOWN,
-         [](TestView* v) {
-             DoubleClick(*v, {1, 1}, true);
-         }},
-        {"back button", WM_XBUTTONDOWN,
-         [](TestView* v) {
-             ClickXButton(*v, {1, 1}, XBUTTON1, 2);
-         }},
+        {"pointer", WM_MOUSEMOVE, [](TestView* v) { MoveMouse(*v, kInside); }},
+        {"double click", WM_RBUTTONDOWN, [](TestView* v) { DoubleClick(*v, kInside, true); }},
+        {"back button", WM_XBUTTONDOWN, [](TestView* v) { ClickXButton(*v, kInside, XBUTTON1, 2); }},
         {"wheel", WM_MOUSEWHEEL, [](TestView* v) { TurnWheel(*v, 0, -120); }},
-        {"size", WM_SIZE,
-         [](TestView* v) {
-             v->GetParentFrame()->MoveWindow({0, 0, 444, 333});
-         }},
+        {"size", WM_SIZE, [](TestView* v) { v->GetParentFrame()->MoveWindow(kOtherPlace); }},
         {"scroll sizes", WM_SIZE,
          [](TestView* v) {
              v->SetScrollSizes(MM_TEXT, {99, 4000}, {1, 1}, {1, 1});
