@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # exports_test.sh LIBRARY HEADERS...: checks that the shared library exports exactly the names that the public
-# headers declare with KESTERLIB_API, and that it does not need the C++ runtime.
+# headers declare with KESTERLIB_API, that it does not need the C++ runtime, and that no text of the trace remains.
 set -euo pipefail
 export LC_ALL=C
 library=$1
@@ -24,5 +24,9 @@ if ! diff "$scratch/declared" "$scratch/exported"; then
 fi
 if readelf -d "$library" | grep -E 'NEEDED.*lib(stdc\+\+|c\+\+)'; then
   echo "the library needs the C++ runtime" >&2
+  exit 1
+fi
+if grep -qaE '(Squeeze|Group 4|JBIG)(: width| row| stripe) ' "$library"; then
+  echo "the library has texts of the trace" >&2
   exit 1
 fi

@@ -4,6 +4,7 @@
 
 #include "bits.h"
 #include "run_frame.h"
+#include "trace.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -58,6 +59,8 @@ struct Reach {
     // near, or a list is too short.
     bool start(const Frame& frame)
     {
+        if constexpr (kTracesCodes)
+            return false;
         const UNCOMP& base = frame.base;
         const uint8_t* const loaded_from = base.in_ptr - ((base.bitsloaded + 7) >> 3);
         if (base.in_ptr - base.buf_start < 3 || base.in_end - loaded_from < kSlack ||

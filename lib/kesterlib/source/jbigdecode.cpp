@@ -4,6 +4,7 @@
 
 #include "qdecoder.h"
 #include "run_frame.h"
+#include "trace.h"
 
 #include <cstring>
 
@@ -163,6 +164,8 @@ jbig_data* jbig_open_common(jbig_data* dat)
     dat->stripe_buffer_end = dat->stripe_buffer + stripe_bytes;
     dat->first_row = dat->stripe_buffer + size_t{2} * dat->row_stride + 1;
     dat->next_row = dat->first_row;
+    KESTERLIB_TRACE_LINE(1, dat->block, "JBIG: width %u, height %u, %u rows per stripe\n", dat->width,
+                         dat->height, dat->stripe_lines);
     return dat;
 }
 

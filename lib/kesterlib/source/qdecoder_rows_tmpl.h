@@ -8,6 +8,7 @@
 #include "bits.h"
 #include "qdecoder.h"
 #include "qdecoder_table.h"
+#include "trace.h"
 
 #include <cstring>
 
@@ -286,6 +287,8 @@ void decode_rows(Decoder* decoder, QmCoder* coder, uint32_t limit)
     uint64_t pixels = 0;
     for (uint32_t line = 0; line < dat->stripe_lines; ++line, row += dat->row_stride) {
         decode_row<kNarrow>(decoder, coder, row, line, limit);
+        KESTERLIB_TRACE_LINE(2, dat->block, "JBIG stripe %u, row %u: A %x, C %x\n", dat->stripe_number, line,
+                             static_cast<unsigned>(coder->a >> 16), static_cast<unsigned>(coder->c >> 48));
         limit = dat->width;
         pixels += dat->width;
         if (pixels >= kPixelsPerPoll) {

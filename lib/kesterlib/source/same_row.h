@@ -6,6 +6,7 @@
 #include "codetable.h"
 #include "paint_list.h"
 #include "run_frame.h"
+#include "trace.h"
 
 #include <cstdint>
 #include <cstring>
@@ -19,6 +20,8 @@ namespace
 // follow to be worth it.
 inline int32_t take_ones(UNCOMP* base, int32_t wanted)
 {
+    if constexpr (kTracesCodes)
+        return 0;
     constexpr int32_t kInWindow = 16;
     if (wanted <= kInWindow) {
         if (base->bits_hi >> (kInWindow - wanted) != (1 << wanted) - 1)

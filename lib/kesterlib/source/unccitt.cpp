@@ -5,6 +5,7 @@
 
 #include "codetable.h"
 #include "machine.h"
+#include "trace.h"
 #include "unccitt_codes.h"
 #include "unccitt_runs.h"
 
@@ -89,6 +90,7 @@ UNCOMP* open_frame(callback_block* cb, bool owns_cb, const uint8_t* base, size_t
         make_tables(frame->base.cb);
     frame->ref_rises = true; // true for a list from getruns and for that of a white row
     uncomp_start_bits(&frame->base);
+    KESTERLIB_TRACE_LINE(1, frame->base.cb, "Group 4: width %d, row_bytes %d\n", width, row_bytes);
     return &frame->base;
 }
 
@@ -141,6 +143,7 @@ Group4Step unccitt4_single_code(Frame* frame, Group4Row* row)
         if (ref_end - row->ref < 2)
             return fail_overrun();
         row->position = row->ref[1];
+        KESTERLIB_TRACE_LINE(3, base.cb, "  pass: %d\n", row->position);
         break;
     case kHorizontal: {
         const bool white = (row->out - base.cur_list) % 2 != 0;
@@ -155,6 +158,7 @@ Group4Step unccitt4_single_code(Frame* frame, Group4Row* row)
             row->position = row->position > kFarBehindRow ? row->position : row->position + run;
             *row->out++ = row->position;
         }
+        KESTERLIB_TRACE_LINE(3, base.cb, "  horizontal: %d, %d\n", row->out[-2], row->position);
         break;
     }
     default:
@@ -164,6 +168,7 @@ Group4Step unccitt4_single_code(Frame* frame, Group4Row* row)
         if (row->position < 0)
             return Group4Step::Failed;
         *row->out++ = row->position;
+        KESTERLIB_TRACE_LINE(3, base.cb, "  vertical %+d: %d\n", offset_of(probe.mode), row->position);
         row->ref += row->ref == base.ref_list + 1 ? 1 : -1;
     }
     if (row->position >= width)

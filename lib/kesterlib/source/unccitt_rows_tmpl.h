@@ -15,6 +15,7 @@
 #include "paint_list.h"
 #include "run_frame.h"
 #include "same_row.h"
+#include "trace.h"
 #include "unccitt_codes.h"
 
 #include <cstdint>
@@ -268,9 +269,16 @@ int32_t KESTERLIB_UNCCITT4_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int
             const Group4Step step = coded_row(frame, row, nbytes);
             if (step == Group4Step::Failed) {
                 frame->finished = true;
+                KESTERLIB_TRACE_LINE(2, base.cb, "Group 4 row %d: %s\n", base.rows_done,
+                                     base.error_text ? base.error_text : "no code");
                 break;
             }
             base.eol_seen = step == Group4Step::EndOfLine;
+            if (base.eol_seen)
+                KESTERLIB_TRACE_LINE(2, base.cb, "Group 4 row %d: end of line\n", base.rows_done);
+            else
+                KESTERLIB_TRACE_LINE(2, base.cb, "Group 4 row %d: %d transitions\n", base.rows_done,
+                                     frame->ref_transitions);
             if (frame->filler)
                 uncomp_note_filler(frame);
         }

@@ -5,6 +5,7 @@
 
 #include "codetable.h"
 #include "machine.h"
+#include "trace.h"
 #include "unsqz_codes.h"
 
 #include <cstring>
@@ -147,6 +148,7 @@ UNCOMP* open_frame(callback_block* cb, bool owns_cb, const uint8_t* base, size_t
     if (!tables_made)
         make_tables(frame->base.cb);
     uncomp_start_bits(&frame->base);
+    KESTERLIB_TRACE_LINE(1, frame->base.cb, "Squeeze: width %d, row_bytes %d\n", width, row_bytes);
     return &frame->base;
 }
 } // namespace
@@ -188,6 +190,8 @@ Step unsqz_single_code(Frame* frame, RowState* row)
             return fail(kTooManyRuns);
         *row->out++ = row->position;
         row->adds = 0;
+        KESTERLIB_TRACE_LINE(3, base.cb, "  %c vertical %+d: %d\n", table_a ? 'A' : 'B', offset_of(index),
+                             row->position);
         return row->position >= row_length ? Step::RowDone : Step::More;
     }
 
@@ -202,13 +206,19 @@ Step unsqz_single_code(Frame* frame, RowState* row)
     };
     if (!append(first_run_of(index), index == count - 1))
         return fail(kTooManyRuns);
-    if (row->position >= row_length)
+    if (row->position >= row_length) {
+        KESTERLIB_TRACE_LINE(3, base.cb, "  %c add %d: %d\n", table_a ? 'A' : 'B',
+                             row->out[-1] - row->out[-2], row->position);
         return Step::RowDone;
+    }
 
     const int32_t second = base.bits_hi >> (16 - kSecondRunBits);
     uncomp_take(&base, kSecondRunBits);
     if (!append(second + 1, second == kSecondRunExtended))
         return fail(kTooManyRuns);
+    KESTERLIB_TRACE_LINE(3, base.cb, "  %c add %d, %d: %d, %d\n", table_a ? 'A' : 'B',
+                         row->out[-2] - row->out[-3], row->out[-1] - row->out[-2], row->out[-2],
+                         row->position);
     if (table_a)
         ++row->adds;
     if (row->position >= row_length)

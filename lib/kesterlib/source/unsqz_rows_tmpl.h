@@ -12,6 +12,7 @@
 #include "paint_list.h"
 #include "run_frame.h"
 #include "same_row.h"
+#include "trace.h"
 #include "unsqz_codes.h"
 
 #include <cstdint>
@@ -275,9 +276,11 @@ int32_t KESTERLIB_UNSQZ_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int32_
             if (start != 0x80) {
                 base.error_text = "eof code not zero";
                 frame->finished = true;
+                KESTERLIB_TRACE_LINE(2, base.cb, "Squeeze row %d: %s\n", base.rows_done, base.error_text);
                 break;
             }
             unsqz_raw_row(frame, row);
+            KESTERLIB_TRACE_LINE(2, base.cb, "Squeeze row %d: raw\n", base.rows_done);
         } else {
             uncomp_list_raw_row(frame, base.row_bytes * 8);
             // One bit of the start byte is used.
@@ -288,8 +291,11 @@ int32_t KESTERLIB_UNSQZ_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int32_
             uncomp_load_bits(&base);
             if (!coded_row(frame, row, nbytes)) {
                 frame->finished = true;
+                KESTERLIB_TRACE_LINE(2, base.cb, "Squeeze row %d: %s\n", base.rows_done, base.error_text);
                 break;
             }
+            KESTERLIB_TRACE_LINE(2, base.cb, "Squeeze row %d: coded, %d transitions\n", base.rows_done,
+                                 frame->ref_transitions);
         }
         if (frame->filler)
             uncomp_note_filler(frame);
