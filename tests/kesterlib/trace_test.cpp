@@ -1,9 +1,12 @@
-// The trace of the run decoders, compiled with a line for each code.
+// The trace of the run decoders, compiled with a line for each code. The README of the library shows the first
+// trace here, as the explanation of the Squeeze code.
 #include "kesterlib/unccitt.h"
 #include "kesterlib/unsqz.h"
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -46,5 +49,11 @@ TEST(TraceTest, HasALineForEachOpenRowAndCode)
               "  vertical +0: 16\n"
               "Group 4 row 1: 2 transitions\n"
               "Group 4 row 2: end of line\n");
+
+    std::ifstream file(KESTERLIB_README);
+    const std::string readme{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_NE(readme.find(": 14 A0 27."), std::string::npos) << "the README has another example";
+    EXPECT_NE(readme.find("\n```\n" + squeeze + "```\n"), std::string::npos)
+        << "the README has another trace";
 }
 } // namespace

@@ -1,0 +1,62 @@
+#!/usr/bin/env bash
+# decode_page_test.sh DECODE_PAGE MAKEPAGE SAMPLES: tests the example program with pages of all kinds and with files
+# that it must refuse.
+set -euo pipefail
+export LC_ALL=C
+decode_page=$1 makepage=$2 samples=$3
+top=$(mktemp -d "${TMPDIR:-/tmp}/lumenta-decode-page-XXXXXX")
+trap 'rm -rf "$top"' EXIT
+cd "$top"
+failures=0
+
+fail()
+{
+  printf 'FAILED: %s\n' "$1"
+  failures=$((failures + 1))
+}
+
+# refuses TEXT FILE: the program ends with status 1 and a message that begins with the file's name and has the text.
+refuses()
+{
+  local status=0
+  "$decode_page" "$2" >stdout 2>stderr || status=$?
+  if [[ $status != 1 ]] || ! grep -q "^$2: .*$1" stderr; then
+    fail "$2: status $status, $(<stderr)"
+  fi
+}
+
+# More than one batch of rows, and a width that is no multiple of 8.
+draw() { "$makepage" --draw mixed --width 9001 --height 1000 --kind "$@"; }
+draw plain plain.fax
+{ printf 'P4\n9001 1000\n' && tail -c +4097 plain.fax; } >wanted.pbm
+draw squeeze squeeze.fax
+draw squeeze --raw-rows always raw.fax
+draw group4 group4.fax
+draw jbig jbig.fax
+for page in plain squeeze raw group4 jbig; do
+  "$decode_page" $page.fax >got.pbm || fail "$page.fax: status $?"
+  cmp got.pbm wanted.pbm || fail "$page.fax: wrong rows"
+done
+for page in "$samples"/*.fax; do
+  "$decode_page" "$page" >got.pbm || fail "$page: status $?"
+done
+
+refuses "No such file" missing.fax
+for page in plain squeeze group4 jbig; do
+  sed 's,/ImageHeight 1000,/ImageHeight 3000000000,' $page.fax >tall.fax
+  refuses "/ImageHeight 3000000000" tall.fax
+  sed 's,/DataWidth 9001,/DataWidth 4000000000,' $page.fax >wide.fax
+  refuses "/DataWidth 4000000000" wide.fax
+done
+sed 's,/Compression 2000,/Compression 7777,' group4.fax >unknown.fax
+refuses "unknown kind" unknown.fax
+for page in plain squeeze group4; do
+  head -c 50000 $page.fax >cut.fax
+  refuses "row [1-9]" cut.fax
+done
+head -c 50000 jbig.fax >cut.fax
+refuses "cannot open" cut.fax
+head -c 4000 plain.fax >short.fax
+refuses "not a page file" short.fax
+
+((failures == 0))
