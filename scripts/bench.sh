@@ -1,21 +1,25 @@
 #!/usr/bin/env bash
-# bench.sh [peers] [ARGUMENT...]: builds the benchmark programs with optimisation, runs all of them LUMENTA_BENCH_RUNS
+# bench.sh [peers] [--rounds=N]: builds the benchmark programs with optimisation, runs all of them LUMENTA_BENCH_RUNS
 # (3) times, and writes the figures to docs/SPEED.md. No other work should run on the machine meanwhile. If a program
 # failed, or if a goal was missed by more than a tenth in any run, the script says which and ends with status 1.
 #   peers     also measures the large page in feh and Geeqie, if they are installed
-#   ARGUMENT  is passed to each program, as in: bench.sh --rounds=61
-# The table is written to build/release/SPEED.md instead if a program failed, and with arguments, another number of runs or
+#   --rounds  the number of rounds of each program
+# The table is written to build/release/SPEED.md instead if a program failed, and with --rounds, another number of runs or
 # LUMENTA_BENCH_SLOWDOWN. So the figures in docs/SPEED.md are complete and always measured with the same method.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 # shellcheck source=scripts/speed.sh
 source "$root/scripts/speed.sh"
 
+answer_help "$@"
 peers=()
 if [[ ${1:-} == peers ]]; then
   peers=(--peers)
   shift
 fi
+for argument; do
+  [[ $argument =~ ^--rounds=[1-9][0-9]*$ ]] || wrong_usage "unknown argument $argument"
+done
 runs=${LUMENTA_BENCH_RUNS:-3}
 [[ $runs =~ ^[1-9][0-9]*$ ]] || die "LUMENTA_BENCH_RUNS must be a number of at least 1"
 

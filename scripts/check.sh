@@ -16,6 +16,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
+answer_help "$@"
 all_steps=(house format lto tidy busy sanitize fuzz)
 matrix_parts=(lto debian clang gcc assertions aarch64 s390x)
 
@@ -246,8 +247,7 @@ steps=("$@")
 named_steps=(matrix "${matrix_parts[@]/#/matrix_}")
 for step in "${steps[@]}"; do
   if [[ " ${all_steps[*]} ${named_steps[*]} " != *" $step "* ]]; then
-    echo "check.sh: unknown step '$step'; the steps are: ${all_steps[*]} ${named_steps[*]}" >&2
-    exit 2
+    wrong_usage "unknown step '$step'; the steps are: ${all_steps[*]} ${named_steps[*]}"
   fi
 done
 for step in "${steps[@]}"; do

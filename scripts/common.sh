@@ -3,7 +3,7 @@
 #   root          the top of the source tree
 #   scratch       a temporary directory, which is deleted when the script ends
 #   at_exit_kill  the processes that are ended when the script ends
-# and functions that install packages, configure and build, and set up a private display and environment. It sets the
+# and functions that print the script's head comment as its manual, install packages, configure and build, and set up a private display and environment. It sets the
 # EXIT trap.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
@@ -15,6 +15,28 @@ source "$root/scripts/packages.sh"
 
 say() { printf '\n== %s\n' "$*"; }
 die() { printf '%s: %s\n' "${0##*/}" "$*" >&2; exit 1; }
+
+# Prints the head comment of the script.
+print_manual() { sed -n '2,${ /^#/!q; s/^# \{0,1\}//; p }' "$0"; }
+
+# wrong_usage TEXT: ends the script with status 2, after the text and the manual.
+wrong_usage()
+{
+  {
+    printf '%s: %s\n\n' "${0##*/}" "$1"
+    print_manual
+  } >&2
+  exit 2
+}
+
+# answer_help ARGUMENT...: ends the script after its manual if --help is one of its arguments.
+answer_help()
+{
+  local argument
+  for argument; do
+    [[ $argument != --help ]] || { print_manual; exit 0; }
+  done
+}
 
 clean_up()
 {

@@ -6,6 +6,10 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
+answer_help "$@"
+if (($# > 1)) || [[ ! -d ${1:-.} ]]; then
+  wrong_usage "needs one directory, got $*"
+fi
 tree=$(cd "${1:-$root}" && pwd -P)
 cd "$tree"
 found=$scratch/found

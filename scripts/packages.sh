@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The Debian packages that Lumenta needs, in groups. No other file lists packages.
+# packages.sh GROUP...: the Debian packages that Lumenta needs, in groups. No other file lists packages.
 # If sourced, this file defines packages_of. If called, it prints the packages of the given groups on one line:
 #   apt-get install --no-install-recommends $(scripts/packages.sh build test)
 
@@ -35,15 +35,16 @@ packages_of()
       echo libjbig-dev libleptonica-dev fonts-dejavu-core
       ;;
     *)
-      echo "packages.sh: unknown group '$group'; the groups are: run build display test check matrix bench" >&2
-      return 2
+      wrong_usage "unknown group '$group'; the groups are: run build display test check matrix bench"
       ;;
     esac
   done
 }
 
-if [[ ${BASH_SOURCE[0]} == "$0" ]]; then
+if ((${#BASH_SOURCE[@]} == 1)); then # called, not sourced
   set -euo pipefail
+  source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+  answer_help "$@"
   list=$(packages_of "$@")
   tr -s ' \n' '\n' <<<"$list" | sort -u | paste -sd ' '
 fi

@@ -4,7 +4,9 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-(($# <= 1)) || die "opens at most one page, got $#"
+answer_help "$@"
+(($# <= 1)) || wrong_usage "opens at most one page, got $#"
+[[ ${1:-} != -* || -e $1 ]] || wrong_usage "unknown argument $1"
 page=${1:-$root/samples/sample.tif}
 viewer=$root/build/run/app/lumenta
 picture=$root/build/lumenta.png

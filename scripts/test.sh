@@ -4,6 +4,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
+answer_help "$@"
 need build test
 build_tests
 say "running the tests"
