@@ -62,9 +62,12 @@ struct Writer {
 
 int main(int argc, char** argv)
 {
-    if (argc != 2) {
-        std::fputs("Usage: bench_pages DIRECTORY\n", stderr);
-        return 2;
+    const bool asks = argc == 2 && std::strcmp(argv[1], "--help") == 0;
+    if (asks || argc != 2 || argv[1][0] == '-') {
+        std::fputs("Usage: bench_pages DIRECTORY\n"
+                   "Draws the pages of the benchmark programs in DIRECTORY.\n",
+                   asks ? stdout : stderr);
+        return asks ? 0 : 2;
     }
     Writer writer{argv[1]};
     std::filesystem::create_directories(writer.directory);

@@ -1,6 +1,6 @@
 // A chain of empty steps: each paint posts a message, whose handler invalidates a strip of 640 x 16 pixels,
 // which causes the next paint. Measures the steps per second, and how long a key waits meanwhile for its
-// paint and for its pixels on the screen. Needs a display. --rounds=N (9)
+// paint and for its pixels on the screen. Needs a display.
 #include "bench/harness.h"
 #include "platform/qt/peer.h"
 #include "platform/testing/testing.h"
@@ -175,7 +175,9 @@ void PressKeys(ChainView* view, ViewWidget* widget, CPoint on_screen, int keys, 
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, 9);
+    Harness bench(
+        argc, argv,
+        {.purpose = "steps of empty paints per second, and how long a key waits meanwhile", .rounds = 9});
     const int rounds = bench.Rounds();
     Require(std::getenv("DISPLAY") != nullptr, "chain_bench needs a display");
     bench.SetWhere(kOnX);

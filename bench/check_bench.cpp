@@ -1,5 +1,5 @@
 // The check of a page of 600 million pixels, which decodes all rows and counts their ink, beside decoding the
-// same rows alone. Both store the rows as the program does. --rounds=N (9)
+// same rows alone. Both store the rows as the program does.
 #include "app/lumentadoc.h"
 #include "app/pagecheck.h"
 #include "bench/harness.h"
@@ -66,7 +66,8 @@ double Check(const Page& page, double* ink)
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, 9);
+    Harness bench(argc, argv,
+                  {.purpose = "the check of a large page, beside decoding its rows alone", .rounds = 9});
     TestApplication application(argc, argv);
     double first_ink = 0;
     for (const Page& page : kPages) {

@@ -1,11 +1,5 @@
 // Our decoders and libtiff's, in memory: both decode the same whole page into one buffer, in turn. All bytes
 // are compared first.
-//
-//   --rounds=N                      number of rounds (9)
-//   --page=NAME                     one page only
-//   --plain                         the row loops that run on every machine
-//   --once=squeeze, --once=group4   decodes once, for callgrind: --toggle-collect=DecodeOnce counts only the
-//                                   decoding
 #include "bench/harness.h"
 #include "kesterlib/unccitt.h"
 #include "kesterlib/unsqz.h"
@@ -175,7 +169,13 @@ void Measure(Harness& bench, const Codec& codec, const PageKind& kind, const pag
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, 9);
+    Harness bench(argc, argv,
+                  {.purpose = "our Squeeze and Group 4 decoders and libtiff's Group 4 decoder",
+                   .rounds = 9,
+                   .options = {{"--plain", "the row loops that run on every machine"},
+                               {"--once=squeeze", "decodes once, for callgrind --toggle-collect=DecodeOnce"},
+                               {"--once=group4", "the same"}},
+                   .pages = NamesOf(kPages)});
     const std::string_view only = bench.Value("page"), once = bench.Value("once");
     const bool plain = bench.Has("plain");
     for (const PageKind& kind : kPages) {

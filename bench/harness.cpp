@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 namespace
 {
@@ -31,6 +32,68 @@ const char* VerdictOf(double value, Goal goal)
         return "met";
     const double limit = goal.value * (at_least ? 1 - kTolerance : 1 + kTolerance);
     return (at_least ? value >= limit : value <= limit) ? "near" : "missed";
+}
+
+// Prints each option of the program with its meaning.
+void PrintManual(FILE* stream, const std::string& program, const Manual& manual)
+{
+    std::vector<Manual::Option> options = manual.options;
+    options.insert(options.begin(),
+                   {"--rounds=N", "number of rounds (" + std::to_string(manual.rounds) + ")"});
+    if (!manual.pages.empty()) {
+        options.push_back({"--page=NAME", "one page only"});
+        options.push_back({"--list", "prints the names of the pages"});
+    }
+    options.push_back({"--help", "prints this text"});
+    std::fprintf(stream, "%s: %s\n\n", program.c_str(), manual.purpose.c_str());
+    for (const Manual::Option& option : options)
+        std::fprintf(stream, "  %-15s  %s\n", option.form.c_str(), option.meaning.c_str());
+}
+
+// Returns whether the argument is of the option's form. A value in capitals, as in "--scale=N", means any value.
+bool HasForm(const std::string& argument, const std::string& form)
+{
+    const size_t value = form.find('=') + 1;
+    const bool is_any = value > 0 && form[value] >= 'A' && form[value] <= 'Z';
+    return is_any ? argument.starts_with(form.substr(0, value)) : argument == form;
+}
+
+bool IsKnown(const std::string& argument, const Manual& manual)
+{
+    const std::string rounds = "--rounds=", page = "--page=";
+    if (argument.starts_with(rounds)) {
+        int number = 0;
+        const char* const end = argument.data() + argument.size();
+        const auto [parsed, error] = std::from_chars(argument.data() + rounds.size(), end, number);
+        return error == std::errc() && parsed == end && number >= 1;
+    }
+    if (argument.starts_with(page))
+        return std::find(manual.pages.begin(), manual.pages.end(), argument.substr(page.size())) !=
+               manual.pages.end();
+    return std::any_of(manual.options.begin(), manual.options.end(),
+                       [&](const Manual::Option& option) { return HasForm(argument, option.form); });
+}
+
+// Ends the program if an argument asks for information, or is not known.
+void AnswerArguments(const std::vector<std::string>& arguments, const std::string& program,
+                     const Manual& manual)
+{
+    for (const std::string& argument : arguments) {
+        if (argument == "--help") {
+            PrintManual(stdout, program, manual);
+            std::exit(0);
+        }
+        if (argument == "--list" && !manual.pages.empty()) {
+            for (const std::string& page : manual.pages)
+                std::printf("%s\n", page.c_str());
+            std::exit(0);
+        }
+        if (!IsKnown(argument, manual)) {
+            std::fprintf(stderr, "%s: unknown argument %s\n\n", program.c_str(), argument.c_str());
+            PrintManual(stderr, program, manual);
+            std::exit(2);
+        }
+    }
 }
 } // namespace
 
@@ -81,12 +144,12 @@ void Require(bool good, std::string_view what)
         Fail(what);
 }
 
-Harness::Harness(int argc, char** argv, int default_rounds)
-    : m_arguments(argv + 1, argv + argc), m_rounds(default_rounds)
+Harness::Harness(int argc, char** argv, const Manual& manual)
+    : m_arguments(argv + 1, argv + argc), m_rounds(manual.rounds)
 {
+    AnswerArguments(m_arguments, std::filesystem::path(argv[0]).filename(), manual);
     if (const std::string_view rounds = Value("rounds"); !rounds.empty())
         std::from_chars(rounds.data(), rounds.data() + rounds.size(), m_rounds);
-    m_rounds = std::max(m_rounds, 1);
     if (const char* const slowdown = std::getenv("LUMENTA_BENCH_SLOWDOWN")) {
         m_slowdown = std::strtod(slowdown, nullptr);
         Require(m_slowdown >= 1, "LUMENTA_BENCH_SLOWDOWN must be a number of at least 1");

@@ -9,6 +9,9 @@
 // GOAL is "at least N", "at most N" or "-". VERDICT is "met", "near" (short of the goal by a tenth or less),
 // "missed" or "-". LUMENTA_BENCH_SLOWDOWN=1.5 multiplies all our times by 1.5, to test that goals can be
 // missed.
+//
+// With --help a program prints what it measures and its arguments, with --list the names of its pages. An
+// argument that it does not have ends it with status 2.
 #pragma once
 
 #include <functional>
@@ -47,12 +50,35 @@ constexpr Goal AtMost(double value)
 constexpr const char* kInMemory = "memory"; // in this program alone, without a display
 constexpr const char* kOnX = "X";
 
+// What a program measures, and the arguments that it has in addition to --help and --rounds=N.
+struct Manual {
+    struct Option {
+        std::string form; // as in "--plain", "--once=ours" or, for any value, "--scale=N"
+        std::string meaning;
+    };
+    std::string purpose;
+    int rounds = 1; // rounds without --rounds=N
+    std::vector<Option> options = {};
+    std::vector<std::string> pages = {}; // if there are any, --page=NAME selects one, and --list prints them
+};
+
+// Returns the names of the pages in a table of the program.
+template <class Pages>
+std::vector<std::string> NamesOf(const Pages& pages)
+{
+    std::vector<std::string> names;
+    for (const auto& page : pages)
+        names.emplace_back(page.name);
+    return names;
+}
+
 class Harness
 {
 public:
-    Harness(int argc, char** argv, int default_rounds);
+    // Ends the program after --help, --list or an argument that the manual does not have.
+    Harness(int argc, char** argv, const Manual& manual);
 
-    // Arguments --rounds=N, --NAME and --NAME=VALUE. A program ignores those that it does not know.
+    // The arguments --rounds=N, --NAME and --NAME=VALUE.
     int Rounds() const { return m_rounds; }
     bool Has(std::string_view name) const;
     std::string_view Value(std::string_view name) const; // empty if the argument was not given

@@ -1,5 +1,4 @@
 // Time to parse and to write a page header of 4096 bytes. Opening a page and the Open dialog parse one.
-// --rounds=N (21)
 #include "app/pageheader.h"
 #include "bench/harness.h"
 
@@ -37,7 +36,7 @@ double TimeEach(Work work)
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, 21);
+    Harness bench(argc, argv, {.purpose = "parsing and writing a page header", .rounds = 21});
     for (const int32_t destinations : {0, 64}) {
         const std::string text = TextWith(destinations);
         std::string written(FAXHEADER_BYTES, '\0');

@@ -1,12 +1,5 @@
 // Our JBIG decoder and jbigkit's, in memory: both decode the same whole page, coded by jbigkit, in turn. All
 // bytes are compared first. A 1 is white, as in page files.
-//
-//   --rounds=N                    number of rounds (7)
-//   --page=NAME                   one page only
-//   --plain                       the row loop that runs on every machine
-//   --black                       a 1 is black
-//   --once=ours, --once=jbigkit   decodes once, for callgrind: --toggle-collect=DecodeJbigOnce or
-//                                 DecodePeerOnce counts only the decoding
 #include "bench/harness.h"
 #include "kesterlib/jbig.h"
 #include "pages.h"
@@ -109,7 +102,15 @@ void Measure(Harness& bench, const PageKind& kind, const pages::Bitmap& page)
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, 7);
+    Harness bench(
+        argc, argv,
+        {.purpose = "our JBIG decoder and jbigkit's",
+         .rounds = 7,
+         .options = {{"--plain", "the row loop that runs on every machine"},
+                     {"--black", "a 1 is black; without it a 1 is white, as in page files"},
+                     {"--once=ours", "decodes once, for callgrind --toggle-collect=DecodeJbigOnce"},
+                     {"--once=jbigkit", "decodes once, for callgrind --toggle-collect=DecodePeerOnce"}},
+         .pages = NamesOf(kPages)});
     const std::string_view only = bench.Value("page"), once = bench.Value("once");
     const bool white = !bench.Has("black");
     plain = bench.Has("plain") || kesterlib::jbig_row_loop() == kesterlib::jbig_rows_plain;

@@ -1,6 +1,6 @@
 // Jump from the top of a page of 600 million pixels to its last row, with an empty row store, and back to the
 // rows that are decoded. In turn with it, libtiff alone decodes the same page, each row into the same buffer.
-// The last rows are compared first. --rounds=N (9)
+// The last rows are compared first.
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "bench/countingimage.h"
@@ -80,7 +80,9 @@ Jump JumpThereAndBack(const std::string& path, const std::vector<uint8_t>* wante
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, 9);
+    Harness bench(
+        argc, argv,
+        {.purpose = "a jump to the last row of a large page, and libtiff's decoding of it", .rounds = 9});
     bench.SetWhere("memory, cached");
     TestApplication application(argc, argv);
     SetSettingsFile("/dev/null");

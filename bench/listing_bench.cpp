@@ -1,6 +1,6 @@
 // A directory of 10 000 page files with viewed marks. Measures the listing, the time until Open Multiple
 // shows the files that are not viewed, and the time until it returns all files. In turn with them run the
-// bare system calls that every listing needs, on the same directory. --rounds=N (15)
+// bare system calls that every listing needs, on the same directory.
 #include "app/lumentaapp.h"
 #include "app/openmultipledialog.h"
 #include "bench/harness.h"
@@ -175,7 +175,7 @@ void Measure(Harness& bench, const std::string& directory)
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, 15);
+    Harness bench(argc, argv, {.purpose = "listing a directory of 10 000 page files", .rounds = 15});
     bench.SetWhere(std::string{ChooseDisplay() ? kOnX : kInMemory} + ", cached");
     TestApplication application(argc, argv);
     CLumentaApp app; // only for its dialogs; not started

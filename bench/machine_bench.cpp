@@ -1,5 +1,5 @@
 // The speed of this machine's memory: sets, copies and reads as many bytes as the rows of a page of 8 000 x
-// 11 000 pixels have, and of a page of 20 000 x 30 000. No decoder can be faster. --rounds=N (15)
+// 11 000 pixels have, and of a page of 20 000 x 30 000. No decoder can be faster.
 #include "bench/harness.h"
 #include "bench/support.h"
 
@@ -9,7 +9,7 @@
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, 15);
+    Harness bench(argc, argv, {.purpose = "setting, copying and reading memory", .rounds = 15});
     for (const size_t megabytes : {11, 75}) {
         const size_t count = megabytes * 1'000'000;
         std::vector<uint8_t> from(count, 1), to(count, 2);

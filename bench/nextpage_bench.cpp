@@ -1,7 +1,7 @@
 // Time from the key of Next Page to the end of the paint that shows the top of the next page. On X the time
 // includes the display's answer. Two pages of 600 million pixels are shown in turn, in a window that fits on
 // a screen of 1920 x 1080. The pages are marked as viewed. Their files are first in the system's cache, then
-// dropped from it. --rounds=N (5)
+// dropped from it.
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "app/lumentavw.h"
@@ -191,7 +191,9 @@ void Measure(Harness& bench, CLumentaApp& app, CLumentaView* view, size_t format
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, kDefaultRounds);
+    Harness bench(argc, argv,
+                  {.purpose = "the time from the key of Next Page to the page on the screen",
+                   .rounds = kDefaultRounds});
     const bool is_x = ChooseDisplay();
     Require(is_x || ChooseScreen(kWindow.cx, kWindow.cy), "no screen");
     const Scratch scratch;

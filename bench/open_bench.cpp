@@ -1,9 +1,7 @@
 // Times the opening of a page. In every format it must cost the same for 100 rows and for 100 000 rows, and
 // it decodes no row. If each row of a TIFF file is a strip, libtiff also reads the offsets of all strips.
-// A document also reserves the file of its row store. How long the file system takes for that depends on what
-// was deleted shortly before (0.02 to 1 ms), so the same reservation alone is measured in turn with it.
 // A document also reserves the file of its row store. The time of this depends on what the file system deleted
-// shortly before (0.02 to 1 ms), so the same reservation alone is timed in turn with it. --rounds=N (21)
+// shortly before (0.02 to 1 ms), so the same reservation alone is timed in turn with it.
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "app/sqzimage.h"
@@ -140,7 +138,7 @@ constexpr double kGrowth = 1.2;
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, 21);
+    Harness bench(argc, argv, {.purpose = "opening a page", .rounds = 21});
     bench.SetWhere("memory, cached");
     TestApplication application(argc, argv);
     SetSettingsFile("/dev/null"); // ignores the user's settings

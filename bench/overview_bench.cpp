@@ -1,7 +1,7 @@
 // The overview of a page of 600 million pixels in three formats, on a screen of 1280 x 960. Measures its
 // processor time without paints, the time of a batch of one line, its memory, and how long a key in the page
 // view waits for its paint while the picture grows in its own window. The windows are on X if the display has
-// that size. --rounds=N (9)
+// that size.
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "app/lumentavw.h"
@@ -294,7 +294,7 @@ bool MeasureKeys(Harness& bench, CLumentaApp& app, const Format& format, const c
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, 9);
+    Harness bench(argc, argv, {.purpose = "the overview of a large page", .rounds = 9});
     bench.SetWhere("memory, cached");
     const bool is_x = HasDisplayOf(kScreen.cx, kScreen.cy) && ChooseDisplay();
     Require(is_x || ChooseScreen(kScreen.cx, kScreen.cy), "no screen"); // the scale depends on its size

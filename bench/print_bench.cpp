@@ -1,6 +1,5 @@
 // Peak memory and time of a print into a PDF file. The memory is that of the whole program with the page on
 // the screen. Each print runs in a process of its own: this program starts itself with --print.
-// --rounds=N (3)
 #include "app/lumentaapp.h"
 #include "bench/harness.h"
 #include "bench/support.h"
@@ -124,7 +123,7 @@ int main(int argc, char** argv)
     if (argc == 4 && std::strcmp(argv[1], "--print") == 0)
         return PrintOnce(1, argv, argv[2], argv[3]);
 
-    Harness bench(argc, argv, 3);
+    Harness bench(argc, argv, {.purpose = "peak memory and time of a print into a PDF file", .rounds = 3});
     bench.SetWhere("memory, cached");
     std::string scratch = std::filesystem::temp_directory_path() / "lumenta-print-XXXXXX";
     Require(mkdtemp(scratch.data()) != nullptr, "no directory for the files");

@@ -1,6 +1,6 @@
 // Widening pixels from 1 bit to 32, which is the whole cost of a repaint from decoded rows. Compares the
 // vector variant with the plain one, at two sizes that fit in the cache and one that does not, starting at
-// the first bit of a byte and within a byte. --rounds=N (21)
+// the first bit of a byte and within a byte.
 #include "bench/harness.h"
 #include "platform/raster.h"
 
@@ -52,7 +52,7 @@ void Measure(Harness& bench, const Size& size, int first_bit)
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, 21);
+    Harness bench(argc, argv, {.purpose = "widening pixels from 1 bit to 32", .rounds = 21});
     for (const int first_bit : {0, 3})
         for (const Size& size : kSizes)
             Measure(bench, size, first_bit);

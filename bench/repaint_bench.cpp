@@ -1,6 +1,6 @@
 // Times a full repaint of the view, from the decoded rows to the display's answer, and steps of scrolling.
 // Both are compared with three images that Qt draws in the same window: one of 32 bits per pixel, one of 1
-// bit, and one of 1 bit that is converted first, which is faster. Needs a display. --rounds=N (41)
+// bit, and one of 1 bit that is converted first, which is faster. Needs a display.
 #include "app/lumentaapp.h"
 #include "app/lumentavw.h"
 #include "bench/harness.h"
@@ -239,7 +239,8 @@ void Measure(Harness& bench, CFrameWnd* frame, CLumentaView* view, CSize size)
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, 41);
+    Harness bench(argc, argv,
+                  {.purpose = "a full repaint of the view, and steps of scrolling", .rounds = 41});
     Require(std::getenv("DISPLAY") != nullptr, "repaint_bench needs a display");
     bench.SetWhere(kOnX);
     ChooseDisplay();

@@ -1,12 +1,6 @@
 // Our scale engine and leptonica's reductions, in memory: both reduce the same page, in turn. The engine gets
 // one row at a time. Its greys are compared with a plain count first. The time to read the rows from memory
 // is a lower limit.
-//
-//   --rounds=N                      number of rounds (9)
-//   --page=NAME                     one page only
-//   --scale=N                       one scale only
-//   --once=fastest, --once=plain    reduces once, for callgrind: --toggle-collect=ReduceOnce counts only the
-//                                   reduction
 #include "bench/harness.h"
 #include "bench/support.h"
 #include "kesterlib/scale.h"
@@ -177,7 +171,13 @@ void Measure(Harness& bench, const PageKind& kind, const pages::Bitmap& page, PI
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, 9);
+    Harness bench(argc, argv,
+                  {.purpose = "our scale engine and leptonica's reductions",
+                   .rounds = 9,
+                   .options = {{"--scale=N", "one scale only"},
+                               {"--once=fastest", "reduces once, for callgrind --toggle-collect=ReduceOnce"},
+                               {"--once=plain", "the same with the loops that run on every machine"}},
+                   .pages = NamesOf(kPages)});
     const std::string_view only = bench.Value("page"), once = bench.Value("once"),
                            only_scale = bench.Value("scale");
     for (const PageKind& kind : kPages) {

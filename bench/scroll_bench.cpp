@@ -52,7 +52,8 @@ public:
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, 1);
+    Harness bench(argc, argv,
+                  {.purpose = "the rows that a step of scrolling requests; counts, no times", .rounds = 1});
     bench.SetWhere(ChooseDisplay() ? kOnX : kInMemory);
     TestApplication application(argc, argv);
     SetSettingsFile("/dev/null");

@@ -1,9 +1,6 @@
 // Measures from the start of the program to the first pixels of the page on the screen, in turn with a bare
 // window of Qt. The file of the large page is in the system's cache, then out of it. Needs a display of its
 // own: the display is covered with white, and its middle is read until it turns black.
-//
-//   --rounds=N  number of rounds (21)
-//   --peers     afterwards, the large page in feh and Geeqie, if they are installed
 #include "bench/harness.h"
 #include "bench/support.h"
 
@@ -221,7 +218,11 @@ std::string MakeSettings()
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, 21);
+    Harness bench(
+        argc, argv,
+        {.purpose = "the time from the start of the program to the page on the screen",
+         .rounds = 21,
+         .options = {{"--peers", "afterwards, the large page in feh and Geeqie, if they are installed"}}});
     bench.SetWhere("X, cached");
     const Screen screen;
     Require(screen.Good(), "start_bench needs a display");

@@ -1,8 +1,5 @@
 // Opening large Group 4 TIFF pages and reading all rows: TIFFImage and libtiff in turn, each into a buffer of
 // one row. All rows are compared first.
-//
-//   --rounds=N   number of rounds (5)
-//   --page=NAME  one page only
 #include "app/tifimage.h"
 #include "bench/harness.h"
 #include "pages.h"
@@ -100,7 +97,11 @@ double TimeOurs(const std::string& path)
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, 5);
+    Harness bench(
+        argc, argv,
+        {.purpose = "opening large Group 4 TIFF pages and reading all rows, and libtiff's time for the same",
+         .rounds = 5,
+         .pages = NamesOf(kPages)});
     bench.SetWhere("memory, cached");
     const std::string_view only = bench.Value("page");
     std::string directory = std::filesystem::temp_directory_path() / "lumenta-tiff-XXXXXX";

@@ -12,9 +12,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 int main(int argc, char** argv)
 {
-    if (argc != 2) {
-        fprintf(stderr, "usage: %s DIRECTORY\n", argc > 0 ? argv[0] : "corpus");
-        return 2;
+    const bool asks = argc == 2 && std::string{argv[1]} == "--help";
+    if (asks || argc != 2 || argv[1][0] == '-') {
+        fprintf(asks ? stdout : stderr,
+                "Usage: %s DIRECTORY\n"
+                "Runs the fuzz target over every file of DIRECTORY, in the order of the names.\n",
+                argc > 0 ? argv[0] : "corpus");
+        return asks ? 0 : 2;
     }
     std::vector<std::filesystem::path> files;
     std::error_code error;

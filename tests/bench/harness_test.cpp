@@ -25,6 +25,11 @@ std::string FiguresOf(const std::string& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+const Manual kManual{.purpose = "nothing",
+                     .rounds = 3,
+                     .options = {{"--plain", "plain"}, {"--once=ours", "once"}, {"--scale=N", "a scale"}},
+                     .pages = {"text", "blank"}};
+
 class HarnessTest : public testing::Test
 {
 protected:
@@ -48,7 +53,7 @@ protected:
         pointers.reserve(arguments.size());
         for (std::string& argument : arguments)
             pointers.push_back(argument.data());
-        return {static_cast<int>(pointers.size()), pointers.data(), 3};
+        return {static_cast<int>(pointers.size()), pointers.data(), kManual};
     }
 
     const std::string m_figures = testing::TempDir() + "harness_test_figures";
@@ -120,6 +125,23 @@ TEST_F(HarnessTest, ContendersRunInTurnAndTheirFirstRoundIsNotCounted)
     }
 }
 
+TEST_F(HarnessTest, ArgumentsAreThoseOfTheManual)
+{
+    const Harness bench = Make({"--plain", "--once=ours", "--scale=16", "--page=blank", "--rounds=5"});
+    EXPECT_TRUE(bench.Has("plain"));
+    EXPECT_EQ(bench.Value("scale"), "16");
+    EXPECT_EQ(bench.Value("page"), "blank");
+    EXPECT_FALSE(bench.Has("black"));
+    EXPECT_EQ(bench.Rounds(), 5);
+    EXPECT_EQ(Make().Rounds(), 3);
+    EXPECT_EXIT(Make({"--plain", "--help"}), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(Make({"--list"}), testing::ExitedWithCode(0), "");
+    for (const char* const wrong :
+         {"--frob", "--plain=1", "--once=theirs", "--page=none", "--rounds=0", "--rounds=2x", "text"})
+        EXPECT_EXIT(Make({wrong}), testing::ExitedWithCode(2),
+                    std::string{"bench: unknown argument "} + wrong);
+}
+
 // With an inverted ratio a slower program of ours would meet its goal.
 TEST_F(HarnessTest, ASlowdownMissesGoalsOfBothKinds)
 {
@@ -144,17 +166,6 @@ TEST_F(HarnessTest, AFailureEndsTheProgramAtOnce)
                 "no value");
     setenv("LUMENTA_BENCH_FIGURES", "/nonexistent/figures", 1);
     EXPECT_EXIT(Make().Report("lost", 1, "ms"), testing::ExitedWithCode(1), "cannot be written");
-}
-
-TEST_F(HarnessTest, ArgumentsForOtherProgramsAreIgnored)
-{
-    const Harness bench = Make({"--page=text", "--other", "--rounds=7", "--plain"});
-    EXPECT_EQ(bench.Rounds(), 7);
-    EXPECT_EQ(bench.Value("page"), "text");
-    EXPECT_TRUE(bench.Has("plain"));
-    EXPECT_FALSE(bench.Has("black"));
-    EXPECT_EQ(Make().Rounds(), 3);
-    EXPECT_EQ(Make({"--rounds=0"}).Rounds(), 1);
 }
 
 TEST(Statistics, MedianAndPercentile)
