@@ -40,17 +40,17 @@ struct Writer {
         options.compression = pages::Compression::Group4;
         options.rows_per_strip = rows_per_strip;
         options.dpi_x = options.dpi_y = 300;
-        Judge(name, write_tiff(directory + "/" + name, page, options));
+        ReportError(name, write_tiff(directory + "/" + name, page, options));
     }
 
     void WritePageFile(const char* name, const pages::Bitmap& page, pages::Raster raster)
     {
         pages::PageFileOptions options;
         options.raster = raster;
-        Judge(name, write_page_file(directory + "/" + name, page, options));
+        ReportError(name, write_page_file(directory + "/" + name, page, options));
     }
 
-    void Judge(const char* name, const std::string& error)
+    void ReportError(const char* name, const std::string& error)
     {
         if (error.empty())
             return;

@@ -81,7 +81,7 @@ public:
     // The arguments --rounds=N, --NAME and --NAME=VALUE.
     int Rounds() const { return m_rounds; }
     bool Has(std::string_view name) const;
-    std::string_view Value(std::string_view name) const; // empty if the argument was not given
+    std::string_view Value(std::string_view name) const; // empty without the argument
 
     // `run` returns its time in milliseconds.
     struct Contender {

@@ -19,14 +19,14 @@ struct Page {
     std::vector<Bytes> rows; // those passed to the engine, each of its exact size
 };
 
-Bytes Judge(const Page& page, int32_t scale, bool invert)
+Bytes ExpectedGreys(const Page& page, int32_t scale, bool invert)
 {
     Bytes greys;
-    const auto given = static_cast<int32_t>(page.rows.size());
-    for (int32_t top = 0; top < std::max(given, page.height); top += scale)
+    const auto passed_rows = static_cast<int32_t>(page.rows.size());
+    for (int32_t top = 0; top < std::max(passed_rows, page.height); top += scale)
         for (int32_t left = 0; left < page.width; left += scale) {
             int32_t count = 0;
-            for (int32_t y = top; y < std::min(top + scale, given); ++y)
+            for (int32_t y = top; y < std::min(top + scale, passed_rows); ++y)
                 for (int32_t x = left; x < std::min(left + scale, page.width); ++x)
                     count += page.rows[static_cast<size_t>(y)][static_cast<size_t>(x / 8)] >> (7 - x % 8) & 1;
             const int32_t area = scale * scale;
@@ -62,7 +62,7 @@ void Check(const Page& page, int32_t scale, bool invert, const scale_loops* loop
     Promise(finish_scaling(engine, page.width > 0 ? blank.data() : nullptr, Keep) ==
             (owed && page.width > 0 ? 0 : 1));
     if (page.width > 0)
-        Promise(reduced.greys == (valid ? Judge(page, scale, invert) : Bytes{}));
+        Promise(reduced.greys == (valid ? ExpectedGreys(page, scale, invert) : Bytes{}));
 }
 } // namespace
 

@@ -32,11 +32,11 @@ struct UsageError {
     std::string text;
 };
 
-// The values of the options that were given.
+// The values of the options on the command line.
 struct Request {
     std::optional<pages::Draw> draw; // empty: the page is read from a file
     pages::PageOptions page;
-    int dpi_x = 0, dpi_y = 0; // 0: not given
+    int dpi_x = 0, dpi_y = 0; // 0: no option sets it
     int bits = 1;
 
     std::optional<pages::Raster> raster; // empty: a TIFF file is written
@@ -46,8 +46,8 @@ struct Request {
     pages::PageFileOptions page_file;
 
     std::vector<std::string> paths;
-    std::vector<std::size_t> given; // indices of the given options in kOptions
-    std::string error;              // the first error
+    std::vector<std::size_t> options; // indices in kOptions of the options on the command line
+    std::string error;                // the first error
 };
 
 // ---- Reading of values ----
@@ -282,7 +282,7 @@ Request* g_request = nullptr; // target of the handlers: the parser passes them 
 void handle(std::size_t index, std::string_view text)
 {
     const Option& option = kOptions[index];
-    g_request->given.push_back(index);
+    g_request->options.push_back(index);
     try {
         option.handle(*g_request, option.name, text);
     } catch (const UsageError& error) {
@@ -376,11 +376,11 @@ Request parse(char** first, char** last)
 }
 
 // Refuses options that have no effect in combination with the others.
-void judge_options(const Request& request)
+void check_options(const Request& request)
 {
     const bool squeeze = request.raster == pages::Raster::Squeeze;
     const bool jbig = request.raster == pages::Raster::Jbig;
-    for (const std::size_t index : request.given) {
+    for (const std::size_t index : request.options) {
         const Option& option = kOptions[index];
         const char* missing = nullptr;
         switch (option.of) {
@@ -469,7 +469,7 @@ int run(char** first, char** last)
         }
     try {
         Request request = parse(first, last);
-        judge_options(request);
+        check_options(request);
         judge_files(request);
         std::string error;
         if (request.draw) {

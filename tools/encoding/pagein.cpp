@@ -37,7 +37,7 @@ std::string judge_size(int64_t width, int64_t height)
 }
 
 // Clears the bits after the width, which a file may have set.
-void clear_behind_width(Bitmap& page)
+void clear_after_width(Bitmap& page)
 {
     if (const int in_last = page.width % 8; in_last != 0)
         for (int y = 0; y < page.height; ++y)
@@ -80,7 +80,7 @@ std::string read_packed_rows(FILE* file, Bitmap& page)
 {
     if (std::fread(page.rows.data(), 1, page.rows.size(), file) != page.rows.size())
         return "ends before its last row";
-    clear_behind_width(page);
+    clear_after_width(page);
     return {};
 }
 
@@ -172,7 +172,7 @@ std::string read_tiff(const std::string& path, PageIn& in)
     if (photometric == PHOTOMETRIC_MINISBLACK)
         for (uint8_t& byte : in.page.rows)
             byte = static_cast<uint8_t>(~byte);
-    clear_behind_width(in.page);
+    clear_after_width(in.page);
 
     float across = 0, down = 0;
     uint16_t unit = RESUNIT_INCH;

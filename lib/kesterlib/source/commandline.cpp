@@ -64,7 +64,7 @@ struct Tokens {
     }
 
     // Moves the tokens to the caller. Returns false if memory is short.
-    [[nodiscard]] bool give(int* argc_out, char*** argv_out)
+    [[nodiscard]] bool release(int* argc_out, char*** argv_out)
     {
         if (count == 0)
             return true;
@@ -122,7 +122,7 @@ int parse_line_from_source(Source&& next, int* argc_out, char*** argv_out)
     *argc_out = 0;
     *argv_out = nullptr;
     Tokens tokens;
-    if (split_line(next, &tokens) && tokens.give(argc_out, argv_out))
+    if (split_line(next, &tokens) && tokens.release(argc_out, argv_out))
         return 1;
     tokens.drop();
     return 0;

@@ -158,9 +158,9 @@ void append_key(Text* text, const FAXHeader* header, const Key& key)
         break;
     }
     case Kind::time: {
-        char words[80] = ""; // room for six numbers of at most 11 characters, and five separators
+        char time_text[80] = ""; // room for six numbers of at most 11 characters, and five separators
         const tm calendar = calendar_of(*field_of<FAXTime>(header, key));
-        append_line(text, key.name, words, strftime(words, sizeof words, kTimeFormat, &calendar));
+        append_line(text, key.name, time_text, strftime(time_text, sizeof time_text, kTimeFormat, &calendar));
         break;
     }
     }
@@ -232,7 +232,7 @@ const char* scan_number(const char* at, Number* number)
     return at == digits ? nullptr : at;
 }
 
-int32_t held(int64_t number)
+int32_t clamped(int64_t number)
 {
     return number < INT32_MIN ? INT32_MIN : number > INT32_MAX ? INT32_MAX : static_cast<int32_t>(number);
 }
@@ -243,7 +243,7 @@ const char* scan_signed(const char* at, int32_t* target)
     const char* const end = scan_number(at, &number);
     if (end) {
         const auto magnitude = static_cast<int64_t>(number.magnitude);
-        *target = held(number.negative ? -magnitude : magnitude);
+        *target = clamped(number.negative ? -magnitude : magnitude);
     }
     return end;
 }
@@ -446,8 +446,8 @@ bool skip_to_end(Lines* lines, int32_t version)
 // numbers.
 void normalise(FAXTime* time)
 {
-    time->tm_mon = held(int64_t{time->tm_mon} - 1);
-    time->tm_year = held(int64_t{time->tm_year} - kFirstYear);
+    time->tm_mon = clamped(int64_t{time->tm_mon} - 1);
+    time->tm_year = clamped(int64_t{time->tm_year} - kFirstYear);
     time->tm_isdst = -1; // unknown
     tm calendar = calendar_of(*time);
     mktime(&calendar);
@@ -528,7 +528,7 @@ int32_t createFaxHeader(char* buffer, uint32_t bufferSize, const FAXHeader* head
     }
     if (pad && text.length < header->HeaderSize) {
         memset(buffer + text.length, ' ', header->HeaderSize - text.length);
-        return held(header->HeaderSize);
+        return clamped(header->HeaderSize);
     }
     if (text.length < bufferSize)
         buffer[text.length] = 0;
@@ -540,7 +540,7 @@ int32_t extractFaxHeader(const char* buffer, uint32_t size, FAXHeader* header, c
     Lines lines{buffer, size, 0, {}};
     const char* const error = read_header(&lines, header);
     *message = error ? error : "";
-    const int32_t position = held(lines.position);
+    const int32_t position = clamped(lines.position);
     return error ? -position : position;
 }
 

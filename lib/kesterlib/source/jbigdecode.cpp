@@ -45,7 +45,7 @@ bool is_stripe_end(uint8_t marker)
     return marker == 0x02 || marker == 0x03;
 }
 
-int32_t held_to_int32(int64_t value)
+int32_t clamped_to_int32(int64_t value)
 {
     return value > INT32_MAX ? INT32_MAX : value < 0 ? 0 : static_cast<int32_t>(value);
 }
@@ -71,7 +71,7 @@ bool jbig_check_eof_marker(jbig_data* dat)
     if (!good) {
         callback_perror(block, "seeking EOF -2");
     } else {
-        dat->bytes_left = held_to_int32(int64_t{callback_ftell(block)} + kEndMarkerBytes - start);
+        dat->bytes_left = clamped_to_int32(int64_t{callback_ftell(block)} + kEndMarkerBytes - start);
         uint8_t byte = 0;
         good = callback_read_byte(block, &byte) != 0 && byte == kMarker &&
                callback_read_byte(block, &byte) != 0 && is_stripe_end(byte);

@@ -13,26 +13,26 @@ namespace kesterlib
 {
 namespace
 {
-// Order of the entries from 1 to the count-th. Rises: each is above the one before. Stands: none is below
-// the one before. Falls: any other order.
-enum class Order { Rises, Stands, Falls };
+// Order of the entries from 1 to the count-th. Ascends: each is above the one before. Repeats: at least one
+// is equal to the one before, and none is below. Descends: at least one is below the one before.
+enum class Order { Ascends, Repeats, Descends };
 
 // Returns the order. Reads no entry after the count-th.
 inline Order list_order(const int32_t* list, int32_t count)
 {
     constexpr uint32_t kAll = (1u << kLanes) - 1;
-    uint32_t rises = kAll;
+    uint32_t ascends = kAll;
     int32_t i = 1;
     for (; i + kLanes <= count; i += kLanes)
-        rises &= lanes_above(lanes_load(list + i + 1), lanes_load(list + i));
+        ascends &= lanes_above(lanes_load(list + i + 1), lanes_load(list + i));
     for (; i < count; ++i)
-        rises &= 0 - static_cast<uint32_t>(list[i + 1] > list[i]);
-    if (rises == kAll)
-        return Order::Rises;
+        ascends &= 0 - static_cast<uint32_t>(list[i + 1] > list[i]);
+    if (ascends == kAll)
+        return Order::Ascends;
     for (i = 1; i < count; ++i)
         if (list[i + 1] < list[i])
-            return Order::Falls;
-    return Order::Stands;
+            return Order::Descends;
+    return Order::Repeats;
 }
 
 // Paints the `transitions` entries after the head, all below the row length. Copies of the row length must
@@ -47,7 +47,7 @@ inline void paint_list(Frame* frame, uint8_t* row, const int32_t* list, const in
         memset(row, 0, static_cast<size_t>(nbytes));
         return;
     }
-    if (order == Order::Falls) {
+    if (order == Order::Descends) {
         uncomp_paint_row(frame->base.cb, row, list, end, nbytes, width);
         return;
     }

@@ -72,7 +72,7 @@ struct Pixel {
 
 // Returns at[1] if `word` is that of a pixel of 1, else at[0]. Never by a branch: the processor would
 // mispredict it at every second pixel of a screen.
-inline __attribute__((always_inline)) uint64_t pair_behind(uint32_t word, const uint64_t* at)
+inline __attribute__((always_inline)) uint64_t pair_after(uint32_t word, const uint64_t* at)
 {
 #if defined(__x86_64__)
     uint64_t pair = at[0];
@@ -92,7 +92,7 @@ inline __attribute__((always_inline)) bool decide(Pixel& pixel, const uint64_t* 
                                                   uint32_t threshold)
 {
     const uint64_t* const at = pairs + pair_index(around, k);
-    const uint64_t pair = pair_behind(pixel.word_before, at);
+    const uint64_t pair = pair_after(pixel.word_before, at);
     const auto word = static_cast<uint32_t>(pair >> (pixel.word & 63));
     pixel.a -= word & kQeMask;
     if (__builtin_expect(pixel.a <= threshold, 0)) {

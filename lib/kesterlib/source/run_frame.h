@@ -22,17 +22,17 @@ constexpr uint8_t kFiller = 0x81;
 constexpr int32_t kListOverhead = 1 + 4;
 constexpr int64_t kLargestListBlock = int64_t{256} << 20; // bytes of both lists together
 
-// A closed list is followed by up to kLanes entries of kBehindList, so that kLanes entries can be read from
+// A closed list is followed by up to kLanes entries of kAfterList, so that kLanes entries can be read from
 // any place in the list. They are larger than any position. A code that refers to one of them seems to end
 // the row, so the code that ends a row must check that the entry belongs to the list.
 constexpr int32_t kLanes = 8;
-constexpr int32_t kBehindList = 0x40000000;
+constexpr int32_t kAfterList = 0x40000000;
 // A position after every row. Larger positions are clamped to it, so that sums cannot overflow. It only
 // matters that they are after the row.
-constexpr int32_t kFarBehindRow = 0x10000000;
-constexpr int32_t kLongestRunCode = 2560;             // largest run of a single code
-static_assert(kFarBehindRow > kLargestListBlock / 8); // no row is as long: its lists take 8 bytes per pixel
-static_assert(2 * (kFarBehindRow + kLongestRunCode) < kBehindList);
+constexpr int32_t kFarAfterRow = 0x10000000;
+constexpr int32_t kLongestRunCode = 2560;            // largest run of a single code
+static_assert(kFarAfterRow > kLargestListBlock / 8); // no row is as long: its lists take 8 bytes per pixel
+static_assert(2 * (kFarAfterRow + kLongestRunCode) < kAfterList);
 
 // UNCOMP comes first, so that a pointer to it is a pointer to the frame.
 struct Frame {
@@ -44,7 +44,7 @@ struct Frame {
     uint64_t* words;         // memory of one row: all 0 between paints, or the copy of a raw row
     bool words_hold_row;     // words holds the copy of a raw row
     bool finished;           // a row has failed, so no more rows follow
-    bool ref_rises;          // Group 4: the entries of ref_list ascend strictly, up to the first copy
+    bool ref_ascends;        // Group 4: the entries of ref_list ascend strictly, up to the first copy
 
     const uint8_t* filler; // first filler byte in in_buffer; null until a read has met the end of the input
     int32_t filler_before; // filler bytes in the buffers before
@@ -96,7 +96,7 @@ void uncomp_paint_row(callback_block* cb, uint8_t* row, const int32_t* trans, co
                       int32_t nbytes, int32_t width);
 
 // Closes a list of `count` entries: appends up to four copies of the row length, and the entries of
-// kBehindList. Trailing entries may lie after the row; `overshoot` says whether those are dropped or kept.
+// kAfterList. Trailing entries may lie after the row; `overshoot` says whether those are dropped or kept.
 //
 // Sets *transitions to the number of entries after the head that are below the row length. Returns the
 // number of entries with the copies. Returns 0 if the list does not end with at least four entries at or

@@ -253,9 +253,9 @@ inline size_t gather_threes(uint16_t* shorts, const uint8_t* counts, size_t colu
         _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
     for (; done + 8 <= columns; done += 8) {
         const auto* const at = reinterpret_cast<const __m128i*>(counts + 3 * done);
-        const auto* const behind = reinterpret_cast<const __m128i*>(counts + 3 * done + 12);
+        const auto* const after = reinterpret_cast<const __m128i*>(counts + 3 * done + 12);
         const __m256i bytes =
-            _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128(at)), _mm_loadu_si128(behind), 1);
+            _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128(at)), _mm_loadu_si128(after), 1);
         const __m256i pairs = _mm256_maddubs_epi16(_mm256_shuffle_epi8(bytes, places), _mm256_set1_epi8(1));
         const __m256i sums = _mm256_madd_epi16(pairs, _mm256_set1_epi16(1));
         const __m128i narrow =

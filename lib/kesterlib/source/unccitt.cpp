@@ -88,7 +88,7 @@ UNCOMP* open_frame(callback_block* cb, bool owns_cb, const uint8_t* base, size_t
         return nullptr;
     if (!tables_made)
         make_tables(frame->base.cb);
-    frame->ref_rises = true; // true for a list from getruns and for that of a white row
+    frame->ref_ascends = true; // true for a list from getruns and for that of a white row
     uncomp_start_bits(&frame->base);
     KESTERLIB_TRACE_LINE(1, frame->base.cb, "Group 4: width %d, row_bytes %d\n", width, row_bytes);
     return &frame->base;
@@ -106,7 +106,7 @@ int32_t run_length(UNCOMP* frame, bool white)
             return -1;
         uncomp_take(frame, code & 15);
         const int32_t more = code >> 4;
-        run = run > kFarBehindRow ? run : run + more; // so that endless make-up codes cannot overflow it
+        run = run > kFarAfterRow ? run : run + more; // so that endless make-up codes cannot overflow it
         if (more < kMakeUpFrom)
             return run;
     }
@@ -155,7 +155,7 @@ Group4Step unccitt4_single_code(Frame* frame, Group4Row* row)
             const int32_t run = run_length(&base, white == (i == 0));
             if (run < 0)
                 return Group4Step::Failed;
-            row->position = row->position > kFarBehindRow ? row->position : row->position + run;
+            row->position = row->position > kFarAfterRow ? row->position : row->position + run;
             *row->out++ = row->position;
         }
         KESTERLIB_TRACE_LINE(3, base.cb, "  horizontal: %d, %d\n", row->out[-2], row->position);

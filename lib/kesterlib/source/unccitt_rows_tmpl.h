@@ -41,7 +41,7 @@ inline int32_t run_in(Window* window, const uint16_t* table, const uint8_t* next
         if (__builtin_expect(more < kMakeUpFrom, 1))
             return code == 0 ? -1 : run;
         window->refill();
-        if (window->next > next_limit || run > kFarBehindRow)
+        if (window->next > next_limit || run > kFarAfterRow)
             return -1;
     }
 }
@@ -155,7 +155,7 @@ inline Fast fast_codes(Frame* frame, Group4Row* row)
             }
             position = from + first;
             out[0] = position;
-            position = position > kFarBehindRow ? position : position + second;
+            position = position > kFarAfterRow ? position : position + second;
             out[1] = position;
             out += 2;
         } else if (probe.mode == kPass) {
@@ -204,7 +204,7 @@ inline Group4Step coded_row(Frame* frame, uint8_t* row, int32_t nbytes)
     Group4Row state{base.cur_list + 1, base.ref_list + 1, -1};
 
     // Most rows begin like the row above, and many are equal to it.
-    if (frame->ref_rises && base.ref_list[frame->ref_transitions + 1] == width) {
+    if (frame->ref_ascends && base.ref_list[frame->ref_transitions + 1] == width) {
         const int32_t same = take_ones(&base, frame->ref_transitions + 1);
         if (same > frame->ref_transitions) {
             same_row(frame, row, nbytes, width);
@@ -241,13 +241,13 @@ inline Group4Step coded_row(Frame* frame, uint8_t* row, int32_t nbytes)
     }
     const Order order = list_order(base.cur_list, transitions);
     paint_list(frame, row, base.cur_list, base.cur_end, transitions, order, nbytes);
-    const bool falls = order == Order::Falls;
+    const bool descends = order == Order::Descends;
     const bool passes = base.cur_list[transitions + 1] != width;
-    if (__builtin_expect(falls || passes, 0))
-        uncomp_note(frame, (falls ? UNCOMP_DECREASING : 0) | (passes ? UNCOMP_PAST_WIDTH : 0));
+    if (__builtin_expect(descends || passes, 0))
+        uncomp_note(frame, (descends ? UNCOMP_DECREASING : 0) | (passes ? UNCOMP_PAST_WIDTH : 0));
     frame->ref_count = closed;
     frame->ref_transitions = transitions;
-    frame->ref_rises = order == Order::Rises;
+    frame->ref_ascends = order == Order::Ascends;
     uncomp_swap_lists(&base);
     return step;
 }

@@ -148,7 +148,7 @@ void uncomp_set_reference(Frame* frame, const uint8_t* first_ref_row, int32_t ro
     frame->ref_count = count;
     frame->ref_transitions = 0;
     for (int32_t i = count; i < count + kLanes && base.ref_list + i < base.ref_end; ++i)
-        base.ref_list[i] = kBehindList;
+        base.ref_list[i] = kAfterList;
 }
 
 void uncomp_list_raw_row(Frame* frame, int32_t row_length)
@@ -160,7 +160,7 @@ void uncomp_list_raw_row(Frame* frame, int32_t row_length)
     frame->ref_count = count + 3; // getruns appends three copies
     frame->ref_transitions = count - 1;
     for (int32_t i = frame->ref_count; i < frame->ref_count + kLanes && base.ref_list + i < base.ref_end; ++i)
-        base.ref_list[i] = kBehindList;
+        base.ref_list[i] = kAfterList;
     uncomp_forget_raw_row(frame);
 }
 
@@ -198,14 +198,14 @@ int32_t uncomp_close_list(int32_t* list, const int32_t* end, int32_t count, int3
         for (int32_t i = 0; i < kCopies; ++i)
             list[count++] = row_length;
         for (int32_t i = 0; i < kLanes; ++i)
-            list[count + i] = kBehindList;
+            list[count + i] = kAfterList;
         return count;
     }
     int32_t copies = kept;
     for (int32_t i = 0; i < kCopies && count < room; ++i, ++copies)
         list[count++] = row_length;
     for (int32_t i = count; i < count + kLanes && i < room; ++i)
-        list[i] = kBehindList;
+        list[i] = kAfterList;
     return copies < kCopies ? 0 : count;
 }
 

@@ -131,11 +131,11 @@ int64_t extension_number(Frame* frame)
     return number;
 }
 
-// Returns the position after a run, clamped to kFarBehindRow.
+// Returns the position after a run, clamped to kFarAfterRow.
 int32_t moved(int32_t position, int64_t run)
 {
     const int64_t to = position + run;
-    return to > kFarBehindRow ? kFarBehindRow : static_cast<int32_t>(to);
+    return to > kFarAfterRow ? kFarAfterRow : static_cast<int32_t>(to);
 }
 
 UNCOMP* open_frame(callback_block* cb, bool owns_cb, const uint8_t* base, size_t size, int32_t width,

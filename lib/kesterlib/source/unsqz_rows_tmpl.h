@@ -145,7 +145,7 @@ inline Fast fast_codes(Frame* frame, RowState* row)
                 run = more + (adds < kTableBCodesFrom ? 14 : 16);
             }
             run += position;
-            position = run > kFarBehindRow ? kFarBehindRow : static_cast<int32_t>(run);
+            position = run > kFarAfterRow ? kFarAfterRow : static_cast<int32_t>(run);
             out[0] = position;
             if (__builtin_expect(position >= row_length, 0)) {
                 ++out;
@@ -164,7 +164,7 @@ inline Fast fast_codes(Frame* frame, RowState* row)
                 }
                 run += more;
             }
-            position = run > kFarBehindRow ? kFarBehindRow : static_cast<int32_t>(run);
+            position = run > kFarAfterRow ? kFarAfterRow : static_cast<int32_t>(run);
         }
         out[1] = position;
         out += 2;
@@ -254,7 +254,7 @@ inline bool coded_row(Frame* frame, uint8_t* row, int32_t nbytes)
     }
     const Order order = list_order(base.cur_list, transitions);
     paint_list(frame, row, base.cur_list, base.cur_end, transitions, order, nbytes);
-    if (__builtin_expect(order == Order::Falls, 0))
+    if (__builtin_expect(order == Order::Descends, 0))
         uncomp_note(frame, UNCOMP_DECREASING);
     frame->ref_count = closed;
     frame->ref_transitions = transitions;
