@@ -118,8 +118,7 @@ void ExpectAsReference(const Variant& variant, const Bytes& stream, const Page& 
         fclose(file);
 }
 
-// Returns the number of groups in the longest number of the stream.
-int ExpectAsReference(const Bytes& stream, const Page& page)
+void ExpectAsReference(const Bytes& stream, const Page& page)
 {
     const SqzReference want = DecodeSqueeze(stream, page.width, page.row_bytes, page.rows, page.above);
     for (const Variant& variant : Variants()) {
@@ -128,7 +127,6 @@ int ExpectAsReference(const Bytes& stream, const Page& page)
         if (testing::Test::HasFatalFailure())
             break;
     }
-    return want.longest_number;
 }
 
 Bytes Encode(const Bytes& page, int row_bytes, pages::RawRows raw = pages::RawRows::WhereShorter)
@@ -286,7 +284,6 @@ TEST(Unsqz, SurvivesEveryCutAndEveryFlippedBit)
 TEST(Unsqz, AgreesWithTheReferenceOnRandomBytes)
 {
     std::mt19937 random(4);
-    int longest_number = 0;
     for (int n = 0; n < 3000; ++n) {
         const int row_bytes =
             n % 2 == 0 ? 1 + static_cast<int>(random() % 6) : 20 + static_cast<int>(random() % 200);
@@ -299,12 +296,10 @@ TEST(Unsqz, AgreesWithTheReferenceOnRandomBytes)
         if (!stream.empty())
             stream[0] &= 0x7F;
         SCOPED_TRACE(testing::Message() << "stream " << n);
-        longest_number =
-            std::max(longest_number, ExpectAsReference(stream, {row_bytes * 8 - n % 8, row_bytes, rows}));
+        ExpectAsReference(stream, {row_bytes * 8 - n % 8, row_bytes, rows});
         if (HasFailure())
             return;
     }
-    EXPECT_GT(longest_number, 20);
 }
 
 TEST(Unsqz, TheLongestListsFit)

@@ -168,7 +168,6 @@ void JbigReference::ByteIn()
 int JbigReference::Decide(Context& context)
 {
     const kesterlib::QmState& state = kesterlib::kQmTable[context.state];
-    states_met[context.state] = true;
     const uint32_t qe = state.qe;
     a -= qe;
     bool lps = false;

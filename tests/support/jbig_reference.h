@@ -37,7 +37,6 @@ public:
     uint32_t a = 0, c = 0;
     int ct = 0;
     std::vector<uint8_t> Adaptor() const;
-    bool states_met[113] = {};
 
 private:
     struct Context {

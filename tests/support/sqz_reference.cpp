@@ -69,16 +69,14 @@ int read_code(Bits& bits, std::span<const std::string_view> table)
     }
 }
 
-int64_t read_number(Bits& bits, SqzReference& result)
+int64_t read_number(Bits& bits)
 {
     int64_t value = 0;
     for (int group = 0; !bits.far_behind_end(); ++group) {
         const int64_t three = bits.next(3);
         value |= group < 11 ? three << (3 * group) : three != 0 ? kBehindEveryRow : 0;
-        if (bits.next() == 1) {
-            result.longest_number = std::max(result.longest_number, group + 1);
+        if (bits.next() == 1)
             return value;
-        }
     }
     return kBehindEveryRow;
 }
@@ -103,7 +101,7 @@ void append(List& list, int64_t position, int64_t length)
     list.push_back(position);
 }
 
-List decode_coded_row(Bits& bits, const List& above, int64_t length, SqzReference& result)
+List decode_coded_row(Bits& bits, const List& above, int64_t length)
 {
     List list{0};
     int64_t a0 = -1;
@@ -112,8 +110,6 @@ List decode_coded_row(Bits& bits, const List& above, int64_t length, SqzReferenc
     while (a0 < length) {
         const bool first_table = adds < 3;
         const int code = first_table ? read_code(bits, kTableA) : read_code(bits, kTableB);
-        ++(first_table ? result.codes_a[static_cast<std::size_t>(code)]
-                       : result.codes_b[static_cast<std::size_t>(code)]);
         if (code < kVerticals) {
             if (++r >= above.size())
                 throw kTooManyRuns;
@@ -126,15 +122,14 @@ List decode_coded_row(Bits& bits, const List& above, int64_t length, SqzReferenc
         const int long_run = first_table ? 14 : 16;
         a0 += first_run;
         if (first_run == long_run)
-            a0 += read_number(bits, result);
+            a0 += read_number(bits);
         append(list, a0, length);
         if (a0 >= length)
             break;
         const int second_run = bits.next(2) + 1;
-        ++result.second_runs[static_cast<std::size_t>(second_run - 1)];
         a0 += second_run;
         if (second_run == 4)
-            a0 += read_number(bits, result);
+            a0 += read_number(bits);
         append(list, a0, length);
         while (r + 1 < above.size() && a0 - above[r + 1] >= 3)
             r += 2;
@@ -193,8 +188,7 @@ SqzReference DecodeSqueeze(std::span<const uint8_t> stream, int width, int row_b
     try {
         for (int y = 0; y < rows; ++y) {
             if (bits.next() == 0) {
-                ++result.coded_rows;
-                above = decode_coded_row(bits, above, length, result);
+                above = decode_coded_row(bits, above, length);
                 if (result.decreasing < 0 && !std::is_sorted(above.begin(), above.end()))
                     result.decreasing = y;
                 if (result.filler < 0 && bits.past_the_end())

@@ -3,7 +3,6 @@
 // tools/.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -17,14 +16,8 @@ struct SqzReference {
     std::string error;                      // empty if all rows were decoded
     // The first row with a decreasing list, and the first one with bits from after the end. -1: none.
     int decreasing = -1, filler = -1;
-
-    // How often the stream used each element. This includes the row that failed.
-    std::array<int, 21> codes_a{}; // first table: verticals -3 to +3, first runs from 1, the long run last
-    std::array<int, 23> codes_b{};
-    std::array<int, 4> second_runs{}; // 1, 2, 3, and 4 with an extension number
-    int coded_rows = 0, raw_rows = 0;
-    int longest_number = 0; // groups of the longest extension number
-    std::size_t bytes = 0;  // bytes read; more than the stream has if filler was read after its end
+    int raw_rows = 0;
+    std::size_t bytes = 0; // bytes read; more than the stream has if filler was read after its end
 };
 
 // Decodes the first `rows` rows of a stream. first_ref_row is the row above the first one and has row_bytes

@@ -1,5 +1,5 @@
-// Compares the JBIG encoder with jbigkit. If both follow the standard, the bytes are equal. If jbigkit's
-// encoder does not follow it, jbigkit's decoder returns the page.
+// Compares the JBIG encoder with jbigkit. The tests of the decoder cover stripes of one row and stripes with
+// fresh contexts, which jbigkit codes in another way.
 
 #include "jbigencode.h"
 #include "tests/support/jbigkit.h"
@@ -33,16 +33,7 @@ Bytes coded_rows(Bitmap page, JbigOne one)
 Bytes by_jbigkit(const Bitmap& page, const JbigOptions& options)
 {
     return test_support::EncodeWithJbigkit(coded_rows(page, options.one), page.width, page.height,
-                                           options.stripe_rows,
-                                           options.stripe_end == StripeEnd::ResetContexts);
-}
-
-void expect_the_same(const Bitmap& page, const JbigOptions& options)
-{
-    const Bytes ours = pages::encode_jbig(page, options), theirs = by_jbigkit(page, options);
-    ASSERT_EQ(ours.size(), theirs.size());
-    const auto at = std::mismatch(ours.begin(), ours.end(), theirs.begin()).first - ours.begin();
-    ASSERT_EQ(at, static_cast<std::ptrdiff_t>(ours.size())) << "position of the first byte that differs";
+                                           options.stripe_rows);
 }
 
 TEST(JbigEncoder, WritesTheBytesOfJbigkit)
@@ -61,12 +52,11 @@ TEST(JbigEncoder, WritesTheBytesOfJbigkit)
         black.row(y)[black.row_bytes - 1] = 0x80;
     all.push_back(black);
     for (std::size_t i = 0; i < all.size(); ++i)
-        for (const uint32_t stripe : {2, 3, 128, all[i].height})
+        for (const uint32_t stripe : {2, 3, 128, std::max(2, all[i].height)})
             for (const JbigOne one : {JbigOne::White, JbigOne::Black}) {
-                SCOPED_TRACE(testing::Message() << "page " << i << ", " << all[i].width << " by "
-                                                << all[i].height << ", stripes of " << stripe);
-                if (stripe > 1) // with one row per stripe jbigkit's encoder writes streams that are invalid
-                    expect_the_same(all[i], {stripe, StripeEnd::KeepContexts, one});
+                const JbigOptions options{stripe, StripeEnd::KeepContexts, one};
+                ASSERT_TRUE(pages::encode_jbig(all[i], options) == by_jbigkit(all[i], options))
+                    << "page " << i << ", stripes of " << stripe;
             }
 }
 
@@ -82,35 +72,6 @@ TEST(JbigEncoder, CodesByDefaultAsPageFilesDoAndIgnoresBitsAfterTheWidth)
     EXPECT_EQ(pages::encode_jbig(page), wanted);
     EXPECT_EQ(pages::encode_jbig(page, {0, StripeEnd::KeepContexts, JbigOne::White}),
               by_jbigkit(page, {300, StripeEnd::KeepContexts, JbigOne::White}));
-}
-
-TEST(JbigEncoder, CodesSingleLinesAsStripes)
-{
-    std::mt19937 random{5};
-    for (int i = 0; i < 140; ++i) {
-        const Bitmap page = test_support::RandomPage(random, 1 + i % 70, 24);
-        for (const JbigOne one : {JbigOne::White, JbigOne::Black})
-            ASSERT_EQ(
-                test_support::DecodeWithJbigkit(pages::encode_jbig(page, {1, StripeEnd::KeepContexts, one}))
-                    .rows,
-                coded_rows(page, one))
-                << "page " << i;
-    }
-}
-
-// At a reset jbigkit also treats the rows above as 0, which the standard does not require. Stripes that end
-// in two rows of 0 hide the difference.
-TEST(JbigEncoder, ResetsTheContexts)
-{
-    constexpr uint32_t kStripe = 12;
-    std::mt19937 random{3};
-    for (int i = 0; i < 70; ++i) {
-        SCOPED_TRACE(i);
-        Bitmap page = test_support::RandomPage(random, 1 + i, 3 * kStripe);
-        for (uint32_t y = kStripe - 2; y < 3 * kStripe; y += y % kStripe == kStripe - 1 ? kStripe - 1 : 1)
-            std::fill_n(page.row(static_cast<int>(y)), page.row_bytes, uint8_t{0});
-        expect_the_same(page, {kStripe, StripeEnd::ResetContexts, JbigOne::Black});
-    }
 }
 
 } // namespace

