@@ -1,11 +1,9 @@
 /* A C program, linked by the C compiler alone, once with the static and once with the shared library. It
- * calls functions of eight public headers and exits with 0 if all of them work. */
+ * calls functions of six public headers and exits with 0 if all of them work. */
 #include "kesterlib/callback.h"
-#include "kesterlib/commandline.h"
 #include "kesterlib/faxhdr.h"
 #include "kesterlib/files.h"
 #include "kesterlib/scale.h"
-#include "kesterlib/timers.h"
 #include "kesterlib/uncompress.h"
 #include "kesterlib/unsqz.h"
 
@@ -62,33 +60,6 @@ static void callbacks_and_files(void)
     fclose(block->message_file);
     dispose_callback_block(block);
     set_debug_message_sink(NULL);
-
-    unsigned char word[4] = {1, 2, 3, 4};
-    endian_swap_32(word, sizeof word);
-    check(word[0] == 4 && word[3] == 1, "a swapped word");
-}
-
-static char option_text[16];
-
-static void set_text(const char* text)
-{
-    memcpy(option_text, text, strlen(text) + 1);
-}
-
-static void options_and_timers(void)
-{
-    static const option_record options[] = {{"-t", "a text", 1, (option_handler)set_text},
-                                            {NULL, NULL, 0, NULL}};
-    int argc = 0;
-    char** argv = NULL;
-    check(parse_line_from_buffer("-t (a b)", &argc, &argv) == 1 && argc == 2, "a line split into tokens");
-    parse_command_line(argc, argv, options);
-    dispose_argc_commands(argc, argv);
-    check(strcmp(option_text, "(a b)") == 0, "an option with its text");
-
-    timerOn(1);
-    check(timerOff(1, "stage") >= 0, "a timer");
-    timerReset(1, 1);
 }
 
 static void pages(void)
@@ -119,7 +90,6 @@ static void pages(void)
 int main(void)
 {
     callbacks_and_files();
-    options_and_timers();
     pages();
     return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

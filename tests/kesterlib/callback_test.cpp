@@ -125,12 +125,6 @@ TEST(Callback, UnixBlockWorksOnItsStream)
     EXPECT_EQ(block->file, nullptr);
     EXPECT_EQ(callback_fclose(block), 0); // there is no stream any more
     remove(path.c_str());
-
-    ASSERT_NE(callback_fopen(block, "/dev/full", "wb"), nullptr);
-    setvbuf(block->file, nullptr, _IONBF, 0);
-    EXPECT_EQ(callback_fputc(block, 1), -1);
-    EXPECT_NE(callback_ferror(block), 0);
-    EXPECT_EQ(callback_fclose(block), 0);
     set_stdout_callback(block);
     EXPECT_EQ(block->file, stdout);
     set_stdin_callback(block);
@@ -165,26 +159,16 @@ TEST(Callback, DefaultBlockIsMadeOnceAndReplacedWithAWarning)
 
     callback_block* made = dfcb();
     EXPECT_EQ(dfcb(), made);
-    set_default_callback_block(block); // without a stream
+    set_default_callback_block(block);
     EXPECT_EQ(block.TakeMessages(), "Leaking existing default callback");
     EXPECT_EQ(get_default_callback_block(), block);
-
-    block->file = tmpfile();
-    set_default_callback_block(block);
-    EXPECT_EQ(block.TakeMessages(), "");
-    EXPECT_EQ(callback_ftell(block), long(strlen("Leaking existing default callback")));
-    EXPECT_EQ(callback_fclose(block), 0);
     dispose_callback_block(made);
 
     set_default_callback_block(nullptr);
-    dispose_default_callback_block();
     for (void (*dispose)() : {dispose_default_callback_block, +[] { dispose_callback_block(dfcb()); }}) {
         EXPECT_NE(dfcb(), nullptr);
         dispose();
         EXPECT_EQ(get_default_callback_block(), nullptr);
-        set_default_callback_block(block); // a block that the library has not made
-        EXPECT_EQ(block.TakeMessages(), "");
-        set_default_callback_block(nullptr);
     }
 }
 
@@ -235,12 +219,9 @@ TEST(CallbackMemory, CleanupReportsAndReleasesLiveMemory)
                                     : "third; ");
         EXPECT_EQ(block->allocated_list, nullptr);
         EXPECT_EQ(block->freed_list, nullptr);
-
-        if (!tracked) { // the memory is still the caller's, and with it returned there is nothing to report
+        if (!tracked) { // the memory is still the caller's
             callback_deallocate(block, first, "first");
             callback_deallocate(block, second, "next");
-            debug_memory_cleanup(block);
-            EXPECT_EQ(owner.TakeMessages(), "");
         }
     }
 }
@@ -281,13 +262,6 @@ TEST(CallbackMemory, FailedAllocation)
     EXPECT_EQ(block->allocated_list, nullptr);
     debug_memory_cleanup(block);
     EXPECT_EQ(block.TakeMessages(), "") << "memory was not released";
-    callback_deallocate(block, callback_allocate(block, 8, "released"), "released");
-    set_callback_debug_memory(block, 0);
-    void* const kept = callback_allocate(block, 8, "kept");
-    debug_memory_cleanup(block);
-    EXPECT_EQ(block.TakeMessages(),
-              "Beginning of leak report\n3 allocations, 1 deallocations\nend of leak report\n");
-    callback_deallocate(block, kept, "kept");
 
     EXPECT_EXIT((void)safe_malloc(kTooMuch, "rows", nullptr), ExitedWithCode(1),
                 "\nMalloc for [0-9]+ bytes failed, rows\n");
@@ -334,30 +308,16 @@ TEST(CallbackReport, SystemErrors)
     block->fflush = [](FILE*) { return ++flushed; };
     errno = ENOENT;
     callback_perror(block, "opening a page");
+    EXPECT_EQ(block->allocated_list, nullptr);
     errno = 9999;
     callback_perror(block, "reading it");
+    EXPECT_NE(block->allocated_list, nullptr);
     EXPECT_EQ(block.TakeMessages(), "\nError: No such file or directory\nopening a page\n"
                                     "\nError: Unknown error code, #9999\nreading it\n");
     EXPECT_EQ(flushed, 2);
-}
-
-TEST(CallbackReport, TextsOfErrorCodes)
-{
-    const RecordedBlock block;
-    set_callback_debug_memory(block, 1);
-    for (const int code : {0, ENOENT, EIO}) {
-        EXPECT_STREQ(callback_system_error_string(block, code), strerror(code));
-        EXPECT_EQ(system_error_string(code), callback_system_error_string(block, code));
-    }
-    EXPECT_EQ(block->allocated_list, nullptr);
-    const char* unknown = callback_system_error_string(block, -1);
-    EXPECT_STREQ(unknown, "Unknown error code, #-1");
-    ASSERT_NE(block->allocated_list, nullptr);
-    EXPECT_EQ(block->allocated_list->pointer, unknown);
-    EXPECT_STREQ(block->allocated_list->allocated_by, "Error String");
-    EXPECT_EQ(block->allocated_list->size, strlen(unknown) + 1);
+    EXPECT_STREQ(system_error_string(EIO), strerror(EIO));
     const char* outside = system_error_string(-1);
-    EXPECT_STREQ(outside, unknown);
+    EXPECT_STREQ(outside, "Unknown error code, #-1");
     free(const_cast<char*>(outside));
 }
 

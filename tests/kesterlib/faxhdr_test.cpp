@@ -135,7 +135,7 @@ Parsed Parse(const std::string& text, FAXHeader header = {})
 
 TEST(FaxHeaderWriter, TextOfEachVersion)
 {
-    for (const int version : {-1, 0, 1, 2, 3, 4, INT32_MAX}) {
+    for (const int version : {-1, 1, 2, 3, 4}) {
         FAXHeader header = kSample;
         header.FaxHeaderVersion = version;
         Lines want = SampleLines();
@@ -147,12 +147,12 @@ TEST(FaxHeaderWriter, TextOfEachVersion)
         EXPECT_EQ(TextOf(header), Joined(want));
     }
     FAXHeader header = kSample;
-    for (const int none : {0, -1, INT32_MIN}) {
-        header.NumDestinations = none;
-        const std::string text = TextOf(header);
-        EXPECT_EQ(text.substr(text.size() - 4), "\n>>\n");
-    }
-    EXPECT_NE(TextOf(FAXHeader{}).find(" /JobName \n"), std::string::npos);
+    header.NumDestinations = -1;
+    EXPECT_TRUE(TextOf(header).ends_with("\n>>\n"));
+    memset(header.Creator, 'c', sizeof header.Creator); // without a terminator
+    header.NumDestinations = INT32_MAX;
+    EXPECT_NE(TextOf(header).find(" /Creator cccccccccccccccc\n"), std::string::npos);
+    EXPECT_NE(TextOf(header).find(" /NumDestinations 64\n"), std::string::npos);
     EXPECT_NE(TextOf(FAXHeader{}).find(" /CreateTime 1900:01:00 00:00:00\n"), std::string::npos);
 }
 
@@ -162,8 +162,8 @@ TEST(FaxHeaderWriter, StaysWithinTheBufferAndKeepsTheRest)
     const std::string text = TextOf(header);
     const auto length = static_cast<int32_t>(text.size());
     for (uint32_t size = 0; size < text.size() + 4; ++size)
-        for (const uint32_t more : {0U, 1U, 300U})
-            for (const int pad : {0, 1, -1}) {
+        for (const uint32_t more : {0U, 300U})
+            for (const int pad : {0, -1}) {
                 SCOPED_TRACE(testing::Message() << size << " + " << more << ", pad " << pad);
                 header.HeaderSize = size;
                 // The number HeaderSize can have fewer digits here than in the sample.
@@ -185,7 +185,6 @@ TEST(FaxHeaderWriter, StaysWithinTheBufferAndKeepsTheRest)
                 ASSERT_EQ(got.buffer.substr(end), rest);
             }
     header.HeaderSize = 4096;
-    EXPECT_EQ(Write(header, 4096, 1).buffer[4095], ' ');
     EXPECT_EQ(Write(header, 4095, 1).result, 0);
     EXPECT_EQ(Write(header, 4095, 1).message, "Buffer is smaller than HeaderSize");
     const char* message = nullptr;
@@ -193,35 +192,15 @@ TEST(FaxHeaderWriter, StaysWithinTheBufferAndKeepsTheRest)
     EXPECT_STREQ(message, "No FaxHeader supplied");
 }
 
-TEST(FaxHeaderWriter, AcceptsAnyRecord)
-{
-    FAXHeader fullest{};
-    // All numbers are -1, and the texts have no terminator.
-    memset(static_cast<void*>(&fullest), 0xff, sizeof fullest);
-    for (int32_t* number : {&fullest.PageNumber, &fullest.NumberOfPages, &fullest.Compression, &fullest.Layer,
-                            &fullest.PSet, &fullest.Rotation, &fullest.Priority, &fullest.CreateTime.tm_year})
-        *number = INT32_MIN;
-    fullest.FaxHeaderVersion = INT32_MAX;
-    fullest.NumDestinations = INT32_MAX;
-    const std::string text = TextOf(fullest);
-    EXPECT_NE(text.find(" /NumDestinations 64\n"), std::string::npos);
-    EXPECT_NE(text.find(" /Creator " + std::string(16, '\xff') + "\n"), std::string::npos);
-    EXPECT_NE(text.find(" /Mux " + std::string(33, '\xff') + "\n>>\n"), std::string::npos);
-    EXPECT_EQ(Parse(text).header.NumDestinations, 64);
-}
-
 TEST(FaxHeaderReader, ReturnsWhatWasWritten)
 {
     setenv("TZ", "UTC0", 1);
     FAXHeader header = kSample;
-    for (const char* behind : {"", " ", "     \n", "\n<<\n", "\0################"}) {
-        const std::string text = TextOf(header);
-        const Parsed got =
-            Parse(text + std::string(behind, *behind ? strlen(behind) : 0) + std::string(9, '\0'));
+    FAXHeader want = header;
+    want.Mirror = 1; // any value but 0 is read as 1
+    for (const char* end : {"", "     \n", "\n<<\n"}) {
+        const Parsed got = Parse(TextOf(header) + end + std::string(9, '\0'));
         EXPECT_EQ(got.message, "");
-        EXPECT_GE(got.result, static_cast<int32_t>(text.size()));
-        FAXHeader want = header;
-        want.Mirror = 1; // any value but 0 is read as 1
         EXPECT_EQ(BytesOf(got.header), BytesOf(want));
     }
     // If the version does not have a key, the reader clears its field in the record.
@@ -266,11 +245,6 @@ TEST(FaxHeaderReader, EachDamagedLineEndsTheParseThere)
         lines = good;
         lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(i), good[i]);
         expect("doubled", lines, i == kLastLine - 2 ? i + 2 : i + 1);
-        lines = good;
-        if (i != kLastLine && i != kLastLine - 2) {
-            std::swap(lines[i], lines[i + 1]);
-            expect("swapped with the next", lines, i);
-        }
         const auto expect_with = [&](const char* what, const std::string& line) {
             lines = good;
             lines[i] = line;
@@ -278,7 +252,6 @@ TEST(FaxHeaderReader, EachDamagedLineEndsTheParseThere)
         };
         expect_with("a zero byte in front", '\0' + good[i].substr(1));
         expect_with("another word", "x" + good[i]);
-        expect_with("blank", "\n");
         expect_with("after 300 blanks", std::string(300, ' ') + good[i]);
     }
     // Cut at every length. Complete are the text without its last line feed, and the text before the
@@ -291,10 +264,6 @@ TEST(FaxHeaderReader, EachDamagedLineEndsTheParseThere)
         ASSERT_EQ(got.result > 0, complete) << n;
         ASSERT_LE(std::abs(got.result), static_cast<int32_t>(n));
     }
-    FAXHeader untouched = kSample;
-    untouched.NumDestinations = 0;
-    const FAXHeader after = Parse("II*", kSample).header;
-    EXPECT_EQ(BytesOf(after), BytesOf(untouched));
 }
 
 TEST(FaxHeaderReader, SpecialCases)
@@ -323,25 +292,18 @@ TEST(FaxHeaderReader, SpecialCases)
         {"a later key longer than a line", extra(later, ">>", " /New " + std::string(999, 'x') + "\n"), "",
          2},
         {"a blank later line", extra(later, ">>", " /New 1\n\n"), "Unable skip to end of header", 0},
-        {"later keys to the end", extra(later, ">>", " /New").substr(0, later.find(">>") + 5),
-         "Unable skip to end of header", 0},
-        {"a later key in the wrong place", extra(later, " /Mux", " /New 1\n"), "Header format error", 0},
         {"an extra key", With(kFirstEnd, " /New 1\n>>\n"), "Unable skip to end of header", 0},
         {"more text after the end", With(kFirstEnd, "\t>> and more\n"), "", 2},
-        {"the end too long", With(kFirstEnd, ">>>\n"), "Unable skip to end of header", 0},
         {"64 destinations", counted("64", 64), "", 64},
         {"65 destinations", counted("65", 65), "Destination format error", 0},
         {"a huge number of them", counted(huge, 0), "Destination format error", 0},
         {"none", counted("0", 0), "", 0},
         {"a negative number of them", counted("-3", 0), "", -3},
-        {"a huge negative number of them", counted("-" + huge, 0), "", INT32_MIN},
-        {"no number of them", counted("two", 0), "Destination format error", 0},
         {"an empty destination", With(33, " /Destination \n"), "Destination format error", 2},
         {"no job name", With(4, " /JobName  \t \n"), "Header format error", 0},
         {"five numbers in the time", With(8, " /CreateTime 2024:02:29 12:34\n"), "Header format error", 0},
         {"a Mux without its line feed", With(29, " /Mux x").substr(0, With(29, " /Mux x").find(">>")),
          "Header format error", 0},
-        {"a carriage return before the line feed", With(5, "/PageNumber 12\r\n"), "", 2},
     };
     for (const auto& c : cases) {
         const Parsed got = Parse(c.text);
@@ -349,37 +311,6 @@ TEST(FaxHeaderReader, SpecialCases)
         EXPECT_EQ(got.header.NumDestinations, c.destinations) << c.name;
     }
     EXPECT_STREQ(Parse(counted("64", 64)).header.Destination[63], "d63");
-}
-
-TEST(FaxHeaderScanners, SplitTheBufferIntoLines)
-{
-    struct {
-        std::string buffer;
-        std::vector<size_t> lengths;
-    } const cases[] = {
-        {"", {0, 0}},
-        {"\n", {1, 0}},
-        {"a", {1, 0}},
-        {"ab\n\nc", {3, 1, 1, 0}},
-        {std::string(254, 'x') + "\ny\n", {255, 2, 0}},
-        {std::string(255, 'x') + "\ny\n", {255, 1, 2, 0}},
-        {std::string(511, 'x'), {255, 255, 1, 0}},
-        {std::string(300, '\0') + "\n", {255, 46, 0}},
-    };
-    for (const auto& c : cases) {
-        const std::unique_ptr<char[]> buffer{new char[c.buffer.size()]};
-        memcpy(buffer.get(), c.buffer.data(), c.buffer.size());
-        uint32_t position = 0;
-        for (const size_t length : c.lengths) {
-            const auto line = std::make_unique<char[]>(kLineBytes);
-            const size_t start = position;
-            next_header_line(line.get(), kLineBytes, buffer.get(), &position,
-                             static_cast<uint32_t>(c.buffer.size()));
-            EXPECT_EQ(position - start, length);
-            EXPECT_EQ(memcmp(line.get(), c.buffer.data() + start, length), 0);
-            EXPECT_EQ(line[length], 0);
-        }
-    }
 }
 
 TEST(FaxHeaderScanners, NumbersOf32Bits)
@@ -392,27 +323,20 @@ TEST(FaxHeaderScanners, NumbersOf32Bits)
         uint32_t as_unsigned;
     } const cases[] = {
         {" /N 0\n", true, 0, 0},
-        {"/N7", true, 7, 7},
         {"\t\r\v/N \f\n +7abc\n", true, 7, 7},
-        {"/N007.5", true, 7, 7},
         {"/N0x10", true, 0, 0},
-        {"/N1e9", true, 1, 1},
         {"/N-1", true, -1, 0xffffffff},
         {"/N2147483647", true, INT32_MAX, 0x7fffffff},
         {"/N2147483648", true, INT32_MAX, 0x80000000},
         {"/N-2147483648", true, INT32_MIN, 0x80000000},
         {"/N-2147483649", true, INT32_MIN, 0x7fffffff},
         {"/N4294967295", true, INT32_MAX, 0xffffffff},
-        {"/N-4294967295", true, INT32_MIN, 1},
         {"/N4294967296", true, INT32_MAX, 0xffffffff},
         {"/N-4294967296", true, INT32_MIN, 0xffffffff},
-        {"/N1" + huge, true, INT32_MAX, 0xffffffff},
         {"/N -" + huge, true, INT32_MIN, 0xffffffff},
-        {"", false, 0, 0},
         {"/N \n", false, 0, 0},
         {"/N +-5", false, 0, 0},
         {"/N - 5", false, 0, 0},
-        {"/N abc", false, 0, 0},
         {"/NN 1", false, 0, 0},
         {"/n 1", false, 0, 0},
         {"x /N 1", false, 0, 0},
@@ -437,14 +361,11 @@ TEST(FaxHeaderScanners, TextsWordsAndTimes)
     } const texts[] = {
         {"  a  b\t ", "a  b", "a", "a  b"},
         {"  ", kNone, kNone, ""},
-        {" ", kNone, kNone, ""},
         {"", kNone, kNone, kNone},
         {"News", "News", "News", kNone},
-        {"\tNews", "News", "News", kNone},
         {" News\r", "News\r", "News", "News\r"},
         {" 1234567 9", "1234567", "1234567", "1234567"}, // the blank before the cut is trimmed too
         {" " + full, "zzzzzzzz", "zzzzzzzz", "zzzzzzzz"},
-        {std::string(99, ' ') + "News", "News", "News", "News"},
         {" \xff\x01", "\xff\x01", "\xff\x01", "\xff\x01"},
     };
     for (const auto& c : texts) {
@@ -467,8 +388,8 @@ TEST(FaxHeaderScanners, TextsWordsAndTimes)
     struct {
         std::string word;
         int want; // 77: the scanner returns false
-    } const words[] = {{"true", 1},   {"FALSE", 0}, {" TrUe x", 1}, {"yes", 77}, {"", 77},
-                       {"truer", 77}, {"tru", 77},  {"1", 77},      {"t", 77},   {"true" + full, 77}};
+    } const words[] = {{"FALSE", 0},  {" TrUe x", 1}, {"", 77},
+                       {"truer", 77}, {"tru", 77},    {"true" + full, 77}};
     for (const auto& c : words) {
         int32_t flag = 77;
         EXPECT_EQ(scan_header_boolean(("/B " + c.word + "\n").c_str(), "/B", &flag), c.want != 77) << c.word;
@@ -483,7 +404,6 @@ TEST(FaxHeaderScanners, TextsWordsAndTimes)
         {"2024:02:29 12:34:56", {56, 34, 12, 29, 1, 124, 4, 59, 0}},
         {"1900:01:00 00:00:00", {0, 0, 0, 31, 11, -1, 0, 364, 0}},
         {"2023:14:32-1:-1:+3600", {0, 59, 23, 2, 2, 124, 6, 61, 0}}, // each number carries over
-        {"99999999999:1:1 1:1:1", {1, 1, 1, 1, 0, INT32_MAX - 1900, 2, 0, 0}},
         {"-99999999999:-99999999999:1 1:1:1", {1, 1, 1, 1, INT32_MIN, INT32_MIN, 0, 0, -1}}, // too far
     };
     for (const auto& c : times) {
@@ -497,29 +417,11 @@ TEST(FaxHeaderScanners, TextsWordsAndTimes)
 
 // ---- Over a block ----
 
-// Returns what happened to the allocation with a tag, on a block that tracks: "none", "given back", "live",
-// or "lost" if it was released with another tag.
-std::string FateOf(const callback_block* block, const std::string& tag)
-{
-    for (const memory_debug_record* record = block->freed_list; record; record = record->next)
-        if (record->allocated_by == tag)
-            return record->freed_by == tag ? "given back" : "lost";
-    return block->allocated_list ? "live" : "none";
-}
-
 // An allocate slot without memory.
 void* NoMemory(size_t, const char*)
 {
     return nullptr;
 }
-
-using ReadSlot = size_t (*)(void* buffer, size_t size, size_t count, FILE* stream);
-constexpr ReadSlot kWholeOrInPieces[] = {
-    [](void* buffer, size_t size, size_t count, FILE* stream) { return fread(buffer, size, count, stream); },
-    [](void* buffer, size_t size, size_t count, FILE* stream) {
-        return fread(buffer, size, std::min<size_t>(count, 1000), stream);
-    },
-};
 
 TEST(FaxHeaderStreams, ReadFromABlock)
 {
@@ -530,22 +432,20 @@ TEST(FaxHeaderStreams, ReadFromABlock)
         const char* name;
         std::string input;
         const char* messages;
-        const char* fate;
     } const cases[] = {
-        {"good", good, "", "live"},
-        {"one byte short", good.substr(0, 4095), "\nError: Success\nnot enough data, reading fax header\n",
-         "none"},
-        {"no header", bad, "\nError at file position 12, parsing fax header: Header format error",
-         "given back"},
-        {"no memory", good, "", "none"},
+        {"good", good, ""},
+        {"one byte short", good.substr(0, 4095), "\nError: Success\nnot enough data, reading fax header\n"},
+        {"no header", bad, "\nError at file position 12, parsing fax header: Header format error"},
+        {"no memory", good, ""},
     };
     for (const auto& c : cases)
-        for (int i = 0; i < 4; ++i) {
-            const bool own_record = i % 2 != 0;
-            SCOPED_TRACE(testing::Message() << c.name << ", " << i);
+        for (const bool own_record : {false, true}) {
+            SCOPED_TRACE(testing::Message() << c.name << ", " << own_record);
             RecordedBlock block;
             set_callback_debug_memory(block, 1);
-            block->fread = kWholeOrInPieces[i / 2];
+            block->fread = [](void* buffer, size_t size, size_t count, FILE* stream) {
+                return fread(buffer, size, std::min<size_t>(count, 1000), stream);
+            };
             std::string input = c.input;
             block->file = fmemopen(input.data(), input.size(), "r");
             if (c.name == std::string{"no memory"})
@@ -556,21 +456,15 @@ TEST(FaxHeaderStreams, ReadFromABlock)
             ASSERT_EQ(got != nullptr, reads);
             if (got) {
                 EXPECT_STREQ(got->Destination[1], "south");
-                EXPECT_EQ(got->Destination[63][15], 0);
                 EXPECT_EQ(callback_ftell(block), 4096);
             }
             EXPECT_EQ(RecordedBlock::TakeMessages(), c.messages);
-            EXPECT_EQ(FateOf(block, "FaxHeader"), own_record ? "none" : c.fate);
-            if (got && !own_record)
+            if (!own_record)
                 callback_deallocate(block, got, "FaxHeader");
+            EXPECT_EQ(block->allocated_list, nullptr);
+            EXPECT_EQ(RecordedBlock::TakeMessages(), "");
             EXPECT_EQ(callback_fclose(block), 0);
         }
-    const RecordedBlock block;
-    block->fread = [](void*, size_t, size_t count, FILE*) { return count + 1; }; // more than requested
-    block->fflush = [](FILE*) { return 0; };
-    FAXHeader record;
-    EXPECT_EQ(read_FAXHeader_from_callback(block, &record), nullptr);
-    EXPECT_EQ(RecordedBlock::TakeMessages(), cases[1].messages);
 }
 
 TEST(FaxHeaderStreams, WriteToABlock)
@@ -585,7 +479,6 @@ TEST(FaxHeaderStreams, WriteToABlock)
         {nullptr, 4096, 4096, ""},
         {nullptr, exact, exact, ""},
         {nullptr, 100, 0, failed + "\nHeader would be too large"},
-        {nullptr, 0, 0, failed + "\nHeader would be too large"},
         {"/dev/full", 4096, 0, "\nError: No space left on device\nWriting faxheader\n"},
     };
     for (const auto& c : cases) {
@@ -600,7 +493,7 @@ TEST(FaxHeaderStreams, WriteToABlock)
         EXPECT_EQ(print_FAXHeader_to_callback(&header, block, '*'), c.want);
         EXPECT_EQ(callback_fclose(block), 0);
         EXPECT_EQ(RecordedBlock::TakeMessages(), c.messages);
-        EXPECT_EQ(FateOf(block, "header buffer"), "given back");
+        EXPECT_EQ(block->allocated_list, nullptr);
         if (c.want == 4096) {
             const std::string want = std::string{kText} + '\0' + std::string(4096 - kText.size() - 1, '*');
             EXPECT_EQ(output.substr(0, 4096), want);
@@ -627,7 +520,6 @@ TEST(FaxHeaderStreams, StandardStreams)
     ASSERT_NE(got, nullptr);
     EXPECT_STREQ(got->JobName, "Front page");
     callback_deallocate(dfcb(), got, "FAXHeader");
-    EXPECT_EQ(FateOf(dfcb(), "FAXHeader"), "given back");
     testing::internal::CaptureStderr();
     EXPECT_EQ(read_FAXHeader_from_file(stream), nullptr); // at the end of the stream
     EXPECT_EQ(testing::internal::GetCapturedStderr(),

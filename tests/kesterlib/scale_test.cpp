@@ -119,28 +119,6 @@ TEST(Scale, CountsEveryCellInEveryVariant)
             }
 }
 
-TEST(Scale, MapsAFullCell)
-{
-    struct Full {
-        int scale, grey, up_shift, down_shift;
-    };
-    constexpr Full kFull[] = {{1, 255, 8, -1},  {2, 255, 6, -1},  {4, 255, 4, -1},  {8, 255, 2, -1},
-                              {16, 255, 0, 0},  {24, 192, 0, -1}, {32, 255, 0, 2},  {40, 228, 0, -1},
-                              {48, 255, 0, -1}, {64, 255, 0, 4},  {128, 255, 0, 6}, {248, 255, 0, -1}};
-    for (const Full& full : kFull) {
-        SCOPED_TRACE(full.scale);
-        const Page page{full.scale * 3, full.scale, 0};
-        EXPECT_EQ(Reduce(page, full.scale, 0, kesterlib::fastest_scale_loops())[0],
-                  Bytes(3, static_cast<uint8_t>(full.grey)));
-        scale_engine* const engine = make_scale_engine(full.scale, 1001, 7, 0, nullptr);
-        EXPECT_EQ(engine->up_shift, full.up_shift);
-        EXPECT_EQ(engine->down_shift, full.down_shift);
-        EXPECT_EQ(engine->out_width, (1001 + full.scale - 1) / full.scale);
-        EXPECT_EQ(engine->cell_bytes, full.scale / 8);
-        finish_scaling(engine, nullptr, Keep);
-    }
-}
-
 TEST(Scale, ThePolarityIsProcessWide)
 {
     const uint8_t* const counts = init_countones(1);
