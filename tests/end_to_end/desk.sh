@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Work by keys: a changed page file is reported, and F5 reads it again. F11 fills the screen and restores the
-# window. Keys close the overview and end the program. A check names the row that the box has named.
+# window. Keys close the overview and end the program.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
@@ -106,29 +106,3 @@ await "the window is not maximized again" maximized
 toggle_maximized
 await "the normal place is not restored" frame_is "$place"
 quit_by_key
-
-# A page that was cut off. The box and the check name the same row and give the same message.
-tolerated=Decode # libtiff writes to the standard error stream too
-# checked ROW: the result of the check has this row, of a name, a tab and a value.
-checked()
-{
-  xdotool key alt+r ctrl+a # this marks the result
-  "$grab" marked | grep -qxF "$1"
-}
-noise_page "$scratch/whole.tif" 1501 1203 --compression group4 --directory-first
-head -c $(($(stat -c %s "$scratch/whole.tif") / 2)) "$scratch/whole.tif" >"$scratch/torn.tif"
-start_program "$scratch/torn.tif"
-dialog_named LUMENTA
-await "the box does not report a line" reports_line
-want "line $line" test "$line" -gt 500 -a "$line" -lt 650
-xdotool key Return
-window_named "Plate 7 - LUMENTA"
-xdotool key ctrl+i
-dialog_named "Page Information"
-xdotool key alt+c
-await "the check names another row" checked $'First bad row\t'"$line"
-want "the check has another message" checked $'Message\t'"error at line $line: TIFF read error"
-want "the number of good rows is wrong" checked $'Good rows\t'"$line of 1203"
-xdotool key Escape
-await "the dialog does not close" window_gone "$dialog"
-quit_program

@@ -1,32 +1,27 @@
-// grab: reads the display for the end-to-end tests. It compares each pixel of the screen, or of a picture
-// from a PDF file, with a page file, and it prints the selected text. Exit status: 0 if equal; 1 if not (a
-// line on the standard error stream says where); 2 after bad usage or if an input cannot be read.
+// grab: compares each pixel of the screen with a page file, for the end-to-end tests. Exit status: 0 if equal;
+// 1 if not (a line on the standard error stream says where); 2 after bad usage or if an input cannot be read.
 //
 //   grab view WINDOW PAGE                               prints the rectangle that shows the page, from
 //                                                       its top left corner on: "left top width height"
 //   grab same WINDOW PAGE X Y LEFT TOP WIDTH HEIGHT     compares that rectangle of the window with the page
 //                                                       from pixel X, Y on
-//   grab pbm PICTURE PAGE                               compares a raw portable bitmap with the page
-//   grab marked                                         prints the text that is selected in any window
 //   grab cover X Y WIDTH HEIGHT                         covers that rectangle of the screen by a window,
 //                                                       prints its number, and runs until it is killed
 
 #include <algorithm>
 #include <charconv>
-#include <chrono>
 #include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <memory>
-#include <poll.h>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <tiffio.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 #include <xcb/xcb.h>
 
@@ -56,11 +51,6 @@ struct Raster {
     }
 };
 
-Raster make_raster(int width, int height)
-{
-    return {width, height, std::vector<uint8_t>(static_cast<size_t>(width) * static_cast<size_t>(height))};
-}
-
 bool bit_at(const uint8_t* bytes, int x)
 {
     return (bytes[x / 8] >> (7 - x % 8) & 1) != 0;
@@ -79,7 +69,8 @@ Raster read_page(const char* path, int first = 0, int count = INT_MAX)
         throw std::runtime_error(std::string(path) + " is no usable TIFF file");
     TIFFGetFieldDefaulted(file.get(), TIFFTAG_BITSPERSAMPLE, &bits);
     const uint8_t flip = photometric == PHOTOMETRIC_MINISWHITE ? 0xff : 0;
-    Raster page = make_raster(static_cast<int>(width), static_cast<int>(height));
+    Raster page{static_cast<int>(width), static_cast<int>(height),
+                std::vector<uint8_t>(size_t{width} * height)};
     std::vector<uint8_t> line(static_cast<size_t>(TIFFScanlineSize(file.get())));
     for (int y = 0; y < page.height; ++y) {
         if (TIFFReadScanline(file.get(), line.data(), static_cast<uint32_t>(y), 0) != 1)
@@ -97,25 +88,6 @@ Raster read_page(const char* path, int first = 0, int count = INT_MAX)
     return page;
 }
 
-Raster read_bitmap(const char* path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::string magic;
-    int width = 0, height = 0;
-    if (!(file >> magic >> width >> height) || magic != "P4" || width <= 0 || height <= 0)
-        throw std::runtime_error(std::string(path) + " is no raw bitmap");
-    file.get();
-    Raster picture = make_raster(width, height);
-    std::vector<char> line((static_cast<size_t>(width) + 7) / 8);
-    for (int y = 0; y < height; ++y) {
-        if (!file.read(line.data(), static_cast<std::streamsize>(line.size())))
-            throw std::runtime_error(std::string(path) + " ends too early");
-        for (int x = 0; x < width; ++x)
-            picture.row(y)[x] = bit_at(reinterpret_cast<const uint8_t*>(line.data()), x) ? 0 : 0xff;
-    }
-    return picture;
-}
-
 class Display
 {
 public:
@@ -131,8 +103,18 @@ private:
     std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> m_connection;
 };
 
+struct Screen {
+    int width = 0, height = 0;
+    std::vector<uint32_t> pixels;
+
+    const uint32_t* row(int y) const
+    {
+        return pixels.data() + static_cast<size_t>(y) * static_cast<size_t>(width);
+    }
+};
+
 // Returns the part of the screen at the place of the window, with any other windows above it.
-std::vector<uint32_t> read_screen(const Display& display, xcb_window_t window, int* width, int* height)
+Screen read_screen(const Display& display, xcb_window_t window)
 {
     xcb_connection_t* const x = display.get();
     const xcb_window_t root = display.screen().root;
@@ -154,24 +136,8 @@ std::vector<uint32_t> read_screen(const Display& display, xcb_window_t window, i
     std::memcpy(pixels.data(), xcb_get_image_data(image.get()), pixels.size() * sizeof(uint32_t));
     for (uint32_t& pixel : pixels)
         pixel &= 0xffffff;
-    *width = size->width;
-    *height = size->height;
-    return pixels;
+    return {size->width, size->height, std::move(pixels)};
 }
-
-struct Screen {
-    int width = 0, height = 0;
-    std::vector<uint32_t> pixels;
-
-    Screen(const Display& display, xcb_window_t window)
-        : pixels(read_screen(display, window, &width, &height))
-    {
-    }
-    const uint32_t* row(int y) const
-    {
-        return pixels.data() + static_cast<size_t>(y) * static_cast<size_t>(width);
-    }
-};
 
 // Returns the number of equal pixels from the first on.
 int same_pixels(const uint32_t* screen, const uint8_t* page, int count)
@@ -227,61 +193,6 @@ int compare_screen(const Screen& screen, const Raster& page, const std::vector<i
     return kSame;
 }
 
-int compare_picture(const Raster& picture, const Raster& page)
-{
-    if (picture.width != page.width || picture.height != page.height) {
-        std::fprintf(stderr, "the picture has %d x %d pixels, the page %d x %d\n", picture.width,
-                     picture.height, page.width, page.height);
-        return kDifferent;
-    }
-    const auto [ours, theirs] =
-        std::mismatch(picture.pixels.begin(), picture.pixels.end(), page.pixels.begin());
-    if (ours == picture.pixels.end())
-        return kSame;
-    const auto at = ours - picture.pixels.begin();
-    std::fprintf(stderr, "pixel %td, %td is %02x instead of %02x\n", at % page.width, at / page.width,
-                 unsigned{*ours}, unsigned{*theirs});
-    return kDifferent;
-}
-
-// Prints the primary selection. Its owner may answer late.
-int print_marked(const Display& display)
-{
-    constexpr auto kPatience = std::chrono::seconds(2);
-    xcb_connection_t* const x = display.get();
-    const auto name = owned(xcb_intern_atom_reply(x, xcb_intern_atom(x, 0, 11, "UTF8_STRING"), nullptr));
-    if (!name)
-        throw std::runtime_error("the connection to the display is closed");
-    const xcb_window_t window = xcb_generate_id(x);
-    xcb_create_window(x, 0, window, display.screen().root, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
-                      XCB_COPY_FROM_PARENT, 0, nullptr);
-    xcb_convert_selection(x, window, XCB_ATOM_PRIMARY, name->atom, XCB_ATOM_PRIMARY, XCB_CURRENT_TIME);
-    xcb_flush(x);
-    const auto end = std::chrono::steady_clock::now() + kPatience;
-    while (std::chrono::steady_clock::now() < end) {
-        const auto event = owned(xcb_poll_for_event(x));
-        if (!event) {
-            pollfd waiting{xcb_get_file_descriptor(x), POLLIN, 0};
-            poll(&waiting, 1, 50);
-            continue;
-        }
-        if ((event->response_type & 0x7f) != XCB_SELECTION_NOTIFY)
-            continue;
-        if (reinterpret_cast<const xcb_selection_notify_event_t*>(event.get())->property == XCB_NONE)
-            break;
-        const auto text = owned(xcb_get_property_reply(
-            x, xcb_get_property(x, 0, window, XCB_ATOM_PRIMARY, XCB_GET_PROPERTY_TYPE_ANY, 0, 4096),
-            nullptr));
-        if (!text)
-            break;
-        std::printf("%.*s\n", xcb_get_property_value_length(text.get()),
-                    static_cast<const char*>(xcb_get_property_value(text.get())));
-        return kSame;
-    }
-    std::fputs("no text is selected\n", stderr);
-    return kDifferent;
-}
-
 [[noreturn]] void cover_screen(const Display& display, const std::vector<int>& place)
 {
     xcb_connection_t* const x = display.get();
@@ -312,12 +223,8 @@ int number_in(std::string_view text)
 int run(const std::vector<const char*>& arguments)
 {
     const std::string_view wish = arguments.empty() ? "" : arguments[0];
-    if (wish == "marked" && arguments.size() == 1)
-        return print_marked(Display());
-    if (wish == "pbm" && arguments.size() == 3)
-        return compare_picture(read_bitmap(arguments[1]), read_page(arguments[2]));
     if ((wish == "view" && arguments.size() == 3) || (wish == "same" && arguments.size() == 9)) {
-        const Screen screen(Display(), static_cast<xcb_window_t>(number_in(arguments[1])));
+        const Screen screen = read_screen(Display(), static_cast<xcb_window_t>(number_in(arguments[1])));
         std::vector<int> numbers;
         for (size_t i = 3; i < arguments.size(); ++i)
             numbers.push_back(number_in(arguments[i]));
@@ -328,7 +235,7 @@ int run(const std::vector<const char*>& arguments)
     if (wish == "cover" && arguments.size() == 5)
         cover_screen(Display(), {number_in(arguments[1]), number_in(arguments[2]), number_in(arguments[3]),
                                  number_in(arguments[4])});
-    throw std::runtime_error("usage: grab view|same|pbm|marked|cover ...");
+    throw std::runtime_error("usage: grab view|same|cover ...");
 }
 
 } // namespace

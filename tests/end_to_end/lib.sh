@@ -87,18 +87,6 @@ dialog_named()
   dialog=$(visible "$1" DIALOG)
 }
 
-# marked_text: prints the text of the message box. Three clicks into the middle of its line select the text.
-marked_text()
-{
-  local width height
-  read -r width height < <(size_of "$dialog")
-  xdotool mousemove --window "$dialog" $((width * 6 / 10)) 18 click --repeat 3 --delay 20 1
-  "$grab" marked
-}
-
-# reports_line: the message box reports a row that cannot be read; sets line.
-reports_line() { [[ $(marked_text) =~ ^"error at line "([0-9]+)": TIFF read error"$ ]] && line=${BASH_REMATCH[1]}; }
-
 # choose KEY...: chooses a command by the keys of the menus, as in "choose alt+v m". Then it waits until no
 # menu is open, because an open menu would take the next key.
 choose()
