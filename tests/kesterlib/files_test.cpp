@@ -7,66 +7,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 namespace
 {
-// The two families under the same names, with the reports that each made since the last call.
-struct OnStream {
-    static constexpr auto read = file_read;
-    static constexpr auto write = file_write;
-    static constexpr auto write_byte = file_write_byte;
-    static constexpr auto write_short = file_write_short;
-    static constexpr auto write_long = file_write_long;
-    static constexpr auto read_byte = file_read_byte;
-    static constexpr auto read_short = file_read_short;
-    static constexpr auto read_long = file_read_long;
-
-    explicit OnStream(FILE* stream) : file(stream) { testing::internal::CaptureStderr(); }
-    ~OnStream() { testing::internal::GetCapturedStderr(), fclose(file); }
-    std::string TakeReports()
-    {
-        std::string reports = testing::internal::GetCapturedStderr();
-        testing::internal::CaptureStderr();
-        return reports;
-    }
-    static std::string Report(const char* text, int error)
-    {
-        return std::string(text) + ": " + strerror(error) + "\n";
-    }
-    FILE* operator*() const { return file; }
-
-    FILE* file;
-};
-
-struct OnBlock {
-    static constexpr auto read = callback_read_nbytes;
-    static constexpr auto write = callback_write_nbytes;
-    static constexpr auto write_byte = callback_write_byte;
-    static constexpr auto write_short = callback_write_short;
-    static constexpr auto write_long = callback_write_long;
-    static constexpr auto read_byte = callback_read_byte;
-    static constexpr auto read_short = callback_read_short;
-    static constexpr auto read_long = callback_read_long;
-
-    explicit OnBlock(FILE* stream) : file(stream) { block->file = stream; }
-    ~OnBlock() { EXPECT_EQ(callback_fclose(block), 0); }
-    static std::string TakeReports() { return RecordedBlock::TakeMessages(); }
-    static std::string Report(const char* text, int error)
-    {
-        return std::string("\nError: ") + strerror(error) + "\n" + text + "\n";
-    }
-    callback_block* operator*() const { return block; }
-
-    FILE* file;
-    RecordedBlock block;
-};
-
-template <typename Family>
-struct Files : testing::Test {
-};
-using Families = testing::Types<OnStream, OnBlock>;
-TYPED_TEST_SUITE(Files, Families, );
-
 FILE* FileWith(const std::string& content)
 {
     FILE* file = tmpfile();
@@ -75,81 +19,109 @@ FILE* FileWith(const std::string& content)
     return file;
 }
 
-TYPED_TEST(Files, NumbersHaveTheMostSignificantByteFirst)
+std::string Report(const char* text, int error)
 {
-    using F = TypeParam;
-    F file{tmpfile()};
-    EXPECT_EQ(F::write_byte(*file, 0xff), 1);
-    EXPECT_EQ(F::write_short(*file, 0xff01), 1);
-    EXPECT_EQ(F::write_long(*file, 0xfffe0203), 1);
-    EXPECT_EQ(F::write(*file, "abc", 3), 3u);
-
-    char raw[11] = "";
-    rewind(file.file);
-    EXPECT_EQ(F::read(*file, raw, 10), 10u);
-    EXPECT_EQ(memcmp(raw,
-                     "\xff\xff\x01\xff\xfe\x02\x03"
-                     "abc",
-                     10),
-              0);
-
-    uint8_t byte = 0;
-    uint16_t number = 0;
-    uint32_t long_number = 0;
-    rewind(file.file);
-    EXPECT_EQ(F::read_byte(*file, &byte), 1);
-    EXPECT_EQ(F::read_short(*file, &number), 1);
-    EXPECT_EQ(F::read_long(*file, &long_number), 1);
-    EXPECT_EQ(byte, 0xff);
-    EXPECT_EQ(number, 0xff01);
-    EXPECT_EQ(long_number, 0xfffe0203);
-    EXPECT_EQ(file.TakeReports(), "");
+    return std::string("\nError: ") + strerror(error) + "\n" + text + "\n";
 }
 
-TYPED_TEST(Files, EndOfFileIsReportedOnlyForNumbers)
+TEST(Files, NumbersHaveTheMostSignificantByteFirst)
 {
-    using F = TypeParam;
-    F file{FileWith("abc")};
-    const auto report = [](const char* text) { return F::Report(text, 0); };
+    const RecordedBlock block;
+    FILE* const file = tmpfile();
+    block->file = file;
+    EXPECT_EQ(callback_write_byte(block, 0xff), 1);
+    EXPECT_EQ(callback_write_short(block, 0xff01), 1);
+    EXPECT_EQ(callback_write_long(block, 0xfffe0203), 1);
+    EXPECT_EQ(callback_write_nbytes(block, "abc", 3), 3u);
+    EXPECT_EQ(file_write_byte(file, 0xfe), 1);
+    EXPECT_EQ(file_write_short(file, 0xfd01), 1);
+    EXPECT_EQ(file_write_long(file, 0xfcfb0203), 1);
+    EXPECT_EQ(file_write(file, "xyz", 3), 3u);
+
+    char raw[20];
+    rewind(file);
+    EXPECT_EQ(callback_read_nbytes(block, raw, 10), 10u);
+    EXPECT_EQ(file_read(file, raw + 10, 10), 10u);
+    EXPECT_EQ(std::string(raw, 20), "\xff\xff\x01\xff\xfe\x02\x03"
+                                    "abc\xfe\xfd\x01\xfc\xfb\x02\x03xyz");
+
+    uint8_t bytes[2] = {};
+    uint16_t shorts[2] = {};
+    uint32_t longs[2] = {};
+    rewind(file);
+    EXPECT_EQ(callback_read_byte(block, &bytes[0]), 1);
+    EXPECT_EQ(callback_read_short(block, &shorts[0]), 1);
+    EXPECT_EQ(callback_read_long(block, &longs[0]), 1);
+    fseek(file, 10, SEEK_SET);
+    EXPECT_EQ(file_read_byte(file, &bytes[1]), 1);
+    EXPECT_EQ(file_read_short(file, &shorts[1]), 1);
+    EXPECT_EQ(file_read_long(file, &longs[1]), 1);
+    EXPECT_EQ(std::vector<uint32_t>({bytes[0], shorts[0], longs[0]}),
+              std::vector<uint32_t>({0xff, 0xff01, 0xfffe0203}));
+    EXPECT_EQ(std::vector<uint32_t>({bytes[1], shorts[1], longs[1]}),
+              std::vector<uint32_t>({0xfe, 0xfd01, 0xfcfb0203}));
+    EXPECT_EQ(block.TakeMessages(), "");
+    fclose(file);
+}
+
+TEST(Files, FailuresAreReportedOnce)
+{
+    const RecordedBlock block;
+    FILE* const three = FileWith("abc");
+    FILE* const full = fopen("/dev/full", "wb");
+    setvbuf(full, nullptr, _IONBF, 0);
+    char bytes[10];
     uint8_t byte = 11;
     uint16_t number = 12;
     uint32_t long_number = 13;
-    errno = 0;
-    EXPECT_EQ(F::read_long(*file, &long_number), 0);
-    EXPECT_EQ(file.TakeReports(), report("reading a long"));
-    fseek(file.file, -1, SEEK_END);
-    errno = 0;
-    EXPECT_EQ(F::read_short(*file, &number), 0);
-    EXPECT_EQ(file.TakeReports(), report("reading a short"));
-    errno = 0;
-    EXPECT_EQ(F::read_byte(*file, &byte), 0);
-    EXPECT_EQ(file.TakeReports(), report("reading a char"));
+    const struct {
+        const char* text;
+        int error;
+        FILE* file;
+        long start;
+        std::function<size_t(callback_block*)> on_block;
+        std::function<size_t(FILE*)> on_stream;
+    } cases[] = {
+        {"reading a long", 0, three, 0, [&](auto* b) { return callback_read_long(b, &long_number); },
+         [&](FILE* f) { return file_read_long(f, &long_number); }},
+        {"reading a short", 0, three, 2, [&](auto* b) { return callback_read_short(b, &number); },
+         [&](FILE* f) { return file_read_short(f, &number); }},
+        {"reading a char", 0, three, 3, [&](auto* b) { return callback_read_byte(b, &byte); },
+         [&](FILE* f) { return file_read_byte(f, &byte); }},
+        {"writing file", ENOSPC, full, 0, [](auto* b) { return callback_write_nbytes(b, "abc", 3); },
+         [](FILE* f) { return file_write(f, "abc", 3); }},
+        {"writing a char", ENOSPC, full, 0, [](auto* b) { return callback_write_byte(b, 1); },
+         [](FILE* f) { return file_write_byte(f, 1); }},
+        {"writing a short", ENOSPC, full, 0, [](auto* b) { return callback_write_short(b, 1); },
+         [](FILE* f) { return file_write_short(f, 1); }},
+        {"writing a long", ENOSPC, full, 0, [](auto* b) { return callback_write_long(b, 1); },
+         [](FILE* f) { return file_write_long(f, 1); }},
+        // Not the end of the file: this stream cannot be read.
+        {"reading file", EBADF, full, 0, [&](auto* b) { return callback_read_nbytes(b, bytes, 1); },
+         [&](FILE* f) { return file_read(f, bytes, 1); }},
+    };
+    for (const auto& c : cases) {
+        block->file = c.file;
+        fseek(c.file, c.start, SEEK_SET);
+        errno = 0;
+        EXPECT_EQ(c.on_block(block), 0u) << c.text;
+        EXPECT_EQ(block.TakeMessages(), Report(c.text, c.error));
+        fseek(c.file, c.start, SEEK_SET);
+        errno = 0;
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(c.on_stream(c.file), 0u) << c.text;
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  std::string(c.text) + ": " + strerror(c.error) + "\n");
+    }
     EXPECT_EQ(std::vector<uint32_t>({byte, number, long_number}), std::vector<uint32_t>({11, 12, 13}));
-
-    char bytes[10];
-    rewind(file.file);
-    EXPECT_EQ(F::read(*file, bytes, sizeof bytes), 3u);
-    EXPECT_EQ(F::read(*file, bytes, 0), 0u);
-    EXPECT_EQ(file.TakeReports(), "");
-}
-
-TYPED_TEST(Files, FailuresAreReportedOnce)
-{
-    using F = TypeParam;
-    F full{fopen("/dev/full", "wb")};
-    setvbuf(full.file, nullptr, _IONBF, 0);
-    const auto report = [](const char* text) { return F::Report(text, ENOSPC); };
-    EXPECT_EQ(F::write(*full, "abc", 3), 0u);
-    EXPECT_EQ(full.TakeReports(), report("writing file"));
-    EXPECT_EQ(F::write_byte(*full, 1), 0);
-    EXPECT_EQ(full.TakeReports(), report("writing a char"));
-    EXPECT_EQ(F::write_short(*full, 1), 0);
-    EXPECT_EQ(full.TakeReports(), report("writing a short"));
-    EXPECT_EQ(F::write_long(*full, 1), 0);
-    EXPECT_EQ(full.TakeReports(), report("writing a long"));
-    char byte = 0;
-    EXPECT_EQ(F::read(*full, &byte, 1), 0u); // not the end of the file: this stream cannot be read
-    EXPECT_EQ(full.TakeReports(), F::Report("reading file", EBADF));
+    for (const size_t wanted : {10, 0}) { // a file may end within a block of bytes
+        rewind(three);
+        block->file = three;
+        EXPECT_EQ(callback_read_nbytes(block, bytes, wanted), wanted ? 3u : 0u);
+        EXPECT_EQ(block.TakeMessages(), "");
+    }
+    fclose(three);
+    fclose(full);
 }
 
 TEST(FilesOnBlock, RepeatUntilAllBytesAreMoved)
@@ -173,7 +145,7 @@ TEST(FilesOnBlock, RepeatUntilAllBytesAreMoved)
     errno = ENOSPC;
     EXPECT_EQ(callback_write_nbytes(block, bytes, 10), 8u);
     EXPECT_EQ(written, "01234567");
-    EXPECT_EQ(block.TakeMessages(), OnBlock::Report("writing file", ENOSPC));
+    EXPECT_EQ(block.TakeMessages(), Report("writing file", ENOSPC));
 
     // Slots that return one byte more than requested.
     rewind(block->file);
@@ -182,8 +154,7 @@ TEST(FilesOnBlock, RepeatUntilAllBytesAreMoved)
     errno = EIO;
     EXPECT_EQ(callback_read_nbytes(block, bytes, 10), 0u);
     EXPECT_EQ(callback_write_nbytes(block, bytes, 10), 0u);
-    EXPECT_EQ(block.TakeMessages(),
-              OnBlock::Report("reading file", EIO) + OnBlock::Report("writing file", EIO));
+    EXPECT_EQ(block.TakeMessages(), Report("reading file", EIO) + Report("writing file", EIO));
     EXPECT_EQ(callback_fclose(block), 0);
 }
 

@@ -347,18 +347,6 @@ TEST(Unccitt, CutsRowsToTheStride)
     Uncomp_Free(frame);
 }
 
-TEST(Unccitt, TheLongestListsFit)
-{
-    for (const int width : {1, 7, 8, 9, 31, 32, 33, 65535})
-        for (const uint8_t pattern : {uint8_t{0xAA}, uint8_t{0x55}}) {
-            Bytes page(static_cast<size_t>((width + 7) / 8) * 2, pattern);
-            for (const size_t last : {page.size() / 2 - 1, page.size() - 1})
-                page[last] = static_cast<uint8_t>(page[last] & (0xFF00 >> ((width - 1) % 8 + 1)));
-            SCOPED_TRACE(width);
-            ExpectAsReference(Encode(page, width, 2), width, 2, AsRows(page, width));
-        }
-}
-
 // Streams written by hand.
 TEST(Unccitt, EndsRowsAndPages)
 {

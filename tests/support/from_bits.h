@@ -7,8 +7,8 @@
 
 namespace test_support
 {
-// Returns the bits of the text, padded with 0 to a whole byte. Blanks are ignored. "end" is the end-of-line
-// code.
+// Returns the bits of the text. A comma, and the end of the text, pad them with 0 to a whole byte. Blanks are
+// ignored. "end" is the end-of-line code.
 inline std::vector<uint8_t> FromBits(std::string text)
 {
     for (size_t end = 0; (end = text.find("end")) != std::string::npos;)
@@ -16,7 +16,9 @@ inline std::vector<uint8_t> FromBits(std::string text)
     std::vector<uint8_t> stream;
     size_t bits = 0;
     for (const char bit : text) {
-        if (bit == ' ')
+        if (bit == ',')
+            bits = stream.size() * 8;
+        if (bit == ',' || bit == ' ')
             continue;
         if (bits % 8 == 0)
             stream.push_back(0);
