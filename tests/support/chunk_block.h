@@ -9,6 +9,7 @@
 #include <cstring>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace test_support
 {
@@ -53,9 +54,9 @@ public:
 
     std::string messages;
     int exits = 0;               // calls of the exit slot, which returns here
-    int reads = 0;               // calls of the read slot
-    size_t asked = 0;            // bytes that these calls requested
+    std::vector<size_t> reads;   // requested bytes of each read
     bool read_error = false;     // result of the error slot
+    size_t allocated_bytes = 0;  // requested, also if there was no memory
     int allocations_left = 1000; // further allocations fail
     std::span<const uint8_t> input;
     size_t most = SIZE_MAX;
@@ -64,8 +65,7 @@ private:
     static size_t Read(void* buffer, size_t size, size_t count, FILE*)
     {
         ChunkBlock& self = *the_block;
-        ++self.reads;
-        self.asked += size * count;
+        self.reads.push_back(size * count);
         const size_t given = std::min({size * count, self.most, self.input.size()}) / size;
         if (given == 0)
             return 0;
@@ -84,6 +84,7 @@ private:
     static int Flush(FILE*) { return 0; }
     static void* Allocate(size_t size, const char*)
     {
+        the_block->allocated_bytes += size;
         return the_block->allocations_left-- > 0 ? malloc(size) : nullptr;
     }
     static void Exit(int) { ++the_block->exits; }

@@ -1,38 +1,30 @@
-// A callback block over an input in memory, for tests of the JBIG decoder. It can seek, return short reads
-// and end early. It keeps its messages, with N instead of source lines, and all requests. Only one can exist
-// at a time.
+// A callback block over an input in memory, for tests of the JBIG decoder. It can also seek and end early. Its
+// messages have N instead of source lines.
 #pragma once
 
-#include "kesterlib/callback.h"
-
+#include "tests/support/chunk_block.h"
 #include "tests/support/jbig_reference.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
 namespace test_support
 {
-class SeekBlock
+class SeekBlock : public ChunkBlock
 {
 public:
     // The caller owns the input and keeps it alive.
-    explicit SeekBlock(const JbigInput& input)
-        : m_block(make_unix_callback_block()), m_input(input), m_position(input.start)
+    explicit SeekBlock(const JbigInput& stream) : m_input(stream), m_position(stream.start)
     {
         the_block = this;
         set_debug_message_sink(Hear);
-        set_callback_debug_memory(m_block, 1);
-        Set(CALLBACK_MESSAGE, reinterpret_cast<callback_slot_value>(Message));
+        Silence(*this);
         Set(CALLBACK_FREAD, reinterpret_cast<callback_slot_value>(Read));
         Set(CALLBACK_FSEEK, reinterpret_cast<callback_slot_value>(Seek));
         Set(CALLBACK_FTELL, reinterpret_cast<callback_slot_value>(Tell));
-        Set(CALLBACK_FFLUSH, reinterpret_cast<callback_slot_value>(Flush));
-        Set(CALLBACK_ALLOCATE, reinterpret_cast<callback_slot_value>(Allocate));
-        Set(CALLBACK_EXIT, reinterpret_cast<callback_slot_value>(Exit));
     }
     SeekBlock(const SeekBlock&) = delete;
     SeekBlock& operator=(const SeekBlock&) = delete;
@@ -43,26 +35,13 @@ public:
         the_block = nullptr;
     }
 
-    operator callback_block*() const { return m_block; }
-    void Set(int slot, callback_slot_value value) { set_callback_slot(slot, m_block, value); }
-    // Frees the block. The messages of the memory tracking are then in `messages`.
-    void Dispose()
-    {
-        dispose_callback_block(m_block);
-        m_block = nullptr;
-    }
     // For a block that the decoder has made: it prints nothing. Its messages are still added to `messages`.
     static void Silence(callback_block* block)
     {
         set_callback_slot(CALLBACK_MESSAGE, block, reinterpret_cast<callback_slot_value>(Message));
     }
 
-    std::string messages;
-    std::vector<size_t> reads; // requested bytes of each read
-    int exits = 0;
-    size_t allocated_bytes = 0;
-    int allocations_left = 1000; // further allocations fail
-    int seeks_left = 1000;       // further seeks fail
+    int seeks_left = 1000; // further seeks fail
 
 private:
     static size_t Read(void* buffer, size_t size, size_t count, FILE*)
@@ -107,16 +86,8 @@ private:
         }
         the_block->messages += said;
     }
-    static int Flush(FILE*) { return 0; }
-    static void* Allocate(size_t size, const char*)
-    {
-        the_block->allocated_bytes += size;
-        return the_block->allocations_left-- > 0 ? malloc(size) : nullptr;
-    }
-    static void Exit(int) { ++the_block->exits; }
 
     static inline SeekBlock* the_block = nullptr;
-    callback_block* m_block;
     const JbigInput& m_input;
     size_t m_position;
 };
