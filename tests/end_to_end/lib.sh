@@ -148,10 +148,8 @@ toggle_maximized()
   xdotool mousemove $(((left + right) / 2)) $((top + 8)) click --repeat 2 --delay 30 1
 }
 
-# The text of the status bar cannot be read here, but its picture differs with each text. $bar_width is the
-# width of the picture. The message field is the first pane.
-bar_width=400
-status_bar() { import -window "$window" -crop "${bar_width}x20+0+$((view_y + view_height + bar_room))" rgb:- | cksum; }
+# The text of the message field, the first pane, cannot be read here, but its picture differs with each text.
+status_bar() { import -window "$window" -crop "400x20+0+$((view_y + view_height + bar_room))" rgb:- | cksum; }
 other_status_bar() { [[ $(status_bar) != "$1" ]]; }
 same_status_bar() { [[ $(status_bar) == "$1" ]]; }
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Moves over a page by keys and pointer, and compares each step with the page. Then it checks that the unit,
-# the place and the state of the window are kept for the next run.
+# Moves over a page by keys and pointer, and compares each step with the page. Then it checks that the place and
+# the state of the window are kept for the next run.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
@@ -97,19 +97,8 @@ await_page 48 81 "the way back"
 xdotool mousemove --window "$window" "$bar_x" $((view_y + view_height - 40)) click 1
 await_page 48 $((81 + page_y)) "the scroll bar"
 
-# A chosen unit is stored at once, and the status bar uses it.
-bar_width=$((view_width + 1))
 xdotool mousemove --window "$window" $((view_width / 2)) $((view_height / 2)) key --delay 1 ctrl+Home Home
 await_page 0 0 "the way back"
-declare -A picture_of=()
-for unit in "o 3" "m 1" "p 2" "i 0"; do
-  before=$(status_bar)
-  xdotool key alt+v "${unit% *}"
-  await "the unit is not stored" setting "Units=${unit#* }"
-  await "the unit is not shown" other_status_bar "$before"
-  picture_of[$(status_bar)]=$unit
-done
-equal "status bars of four units" 4 "${#picture_of[@]}"
 
 # Moves the window. The stored place includes the frame of the window manager.
 xdotool windowsize "$window" 901 613 windowmove "$window" 77 91
@@ -119,7 +108,6 @@ place="$((77 - left)) $((91 - top)) $((77 + 901 + right)) $((91 + 613 + bottom))
 await "the window does not move" frame_is "$place"
 find_view "$page"
 await_page 0 0 "a smaller window"
-inches=$(status_bar)
 quit_program
 want "the place is not stored" setting "MainFrame=$place"
 want "the state is not stored" setting "Maximize%20MainFrame=0"
@@ -128,7 +116,6 @@ open_page "$page" "Plate 7"
 await "the place is not restored" frame_is "$place"
 want "the window is maximized without a request" normal
 find_view "$page"
-await "the unit is not restored" same_status_bar "$inches"
 
 # Maximizes and restores the window, in one run and across runs. The normal place is unchanged.
 toggle_maximized
@@ -152,4 +139,3 @@ await "the window does not move" frame_is "$place"
 quit_program
 want "the place is not stored" setting "MainFrame=$place"
 want "the state is not stored" setting "Maximize%20MainFrame=0"
-want "the unit is not stored at the end" setting "Units=0"

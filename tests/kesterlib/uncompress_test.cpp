@@ -75,31 +75,9 @@ TEST(Frame, CountsTheBytesBeforeItsBufferForEveryInput)
     }
 }
 
-TEST(PaintRow, PaintsRunsAndNothingElse)
+TEST(PaintRow, ReportsAListWithoutItsEnd)
 {
     const ChunkBlock block;
-    const struct {
-        List list;
-        int nbytes, width;
-        Bytes want; // with the byte after the row
-    } cases[] = {
-        {{0, 16, 16, 16}, 2, 16, {0, 0, 0x55}},
-        {{0, 0, 16, 16, 16}, 2, 16, {0xFF, 0xFF, 0x55}}, // a run up to the end leaves the next byte unchanged
-        {{0, 4, 7, 16, 16, 16}, 2, 16, {0x0E, 0, 0x55}},
-        {{0, 3, 24, 24, 24}, 3, 21, {0x1F, 0xFF, 0xF8, 0x55}}, // clipped to the width
-        {{0, 3, 24, 24, 24}, 2, 21, {0x1F, 0xFF, 0x55}},       // clipped to the bytes
-        {{0, 5, 5, 9, 16, 16, 16}, 2, 16, {0, 0x7F, 0x55}},    // an empty run
-        {{0, 12, 3, 16, 16, 16}, 2, 16, {0xE0, 0x0F, 0x55}},   // descending: paints the two ends
-        {{0, -5, 3, 16, 16, 16}, 2, 16, {0xE0, 0, 0x55}},
-        {{0, 3, 9, 16, 16, 16}, 0, 16, {0x55}},
-    };
-    for (const auto& one : cases) {
-        Bytes row(one.want.size(), 0x55);
-        kesterlib::uncomp_paint_row(block, row.data(), one.list.data(), one.list.data() + one.list.size(),
-                                    one.nbytes, one.width);
-        EXPECT_EQ(row, one.want) << testing::PrintToString(one.list);
-    }
-    EXPECT_EQ(block.messages, "");
     const List open_end{0, 1, 2, 3, 4};
     uint8_t row = 0;
     kesterlib::uncomp_paint_row(block, &row, open_end.data(), open_end.data() + open_end.size(), 1, 8);
