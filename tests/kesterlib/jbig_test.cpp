@@ -15,7 +15,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <functional>
 #include <memory>
 #include <random>
 #include <string>

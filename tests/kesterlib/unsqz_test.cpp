@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <functional>
 #include <random>
 #include <string>
 #include <vector>
