@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -51,23 +50,17 @@ struct Raster {
     }
 };
 
-bool bit_at(const uint8_t* bytes, int x)
-{
-    return (bytes[x / 8] >> (7 - x % 8) & 1) != 0;
-}
-
-// Reads a page of 1 or 8 bits per pixel. Rows outside first to first + count - 1 remain black, because
-// unpacking a whole page would take longer than all other work here.
-Raster read_page(const char* path, int first = 0, int count = INT_MAX)
+// Reads a page of 1 bit per pixel. Rows outside first to first + count - 1 remain black, because unpacking a
+// whole page would take longer than all other work here.
+Raster read_page(const char* path, int first, int count)
 {
     const std::unique_ptr<TIFF, decltype(&TIFFClose)> file{TIFFOpen(path, "r"), &TIFFClose};
     uint32_t width = 0, height = 0;
-    uint16_t bits = 0, photometric = 0;
+    uint16_t photometric = 0;
     if (!file || TIFFGetField(file.get(), TIFFTAG_IMAGEWIDTH, &width) == 0 ||
         TIFFGetField(file.get(), TIFFTAG_IMAGELENGTH, &height) == 0 ||
         TIFFGetField(file.get(), TIFFTAG_PHOTOMETRIC, &photometric) == 0)
         throw std::runtime_error(std::string(path) + " is no usable TIFF file");
-    TIFFGetFieldDefaulted(file.get(), TIFFTAG_BITSPERSAMPLE, &bits);
     const uint8_t flip = photometric == PHOTOMETRIC_MINISWHITE ? 0xff : 0;
     Raster page{static_cast<int>(width), static_cast<int>(height),
                 std::vector<uint8_t>(size_t{width} * height)};
@@ -79,11 +72,8 @@ Raster read_page(const char* path, int first = 0, int count = INT_MAX)
             continue;
         if (y - first >= count)
             break;
-        uint8_t* const row = page.row(y);
-        for (int x = 0; x < page.width; ++x) {
-            const uint8_t grey = bits == 8 ? line[static_cast<size_t>(x)] : bit_at(line.data(), x) ? 0xff : 0;
-            row[x] = grey ^ flip;
-        }
+        for (int x = 0; x < page.width; ++x)
+            page.row(y)[x] = (line[static_cast<size_t>(x / 8)] >> (7 - x % 8) & 1 ? 0xff : 0) ^ flip;
     }
     return page;
 }

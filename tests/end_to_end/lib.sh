@@ -84,6 +84,7 @@ window_named()
 dialog_named()
 {
   await "no active dialog \"$1\"" visible "$1" DIALOG
+  # shellcheck disable=SC2034 # the tests use it
   dialog=$(visible "$1" DIALOG)
 }
 
