@@ -2,7 +2,7 @@
 // the same in every variant and for any stream.
 #include "kesterlib/unccitt.h"
 
-#include "tests/support/chunk_block.h"
+#include "tests/kesterlib/run_variants.h"
 #include "tests/support/from_bits.h"
 #include "tests/support/random_page.h"
 #include "tiffout.h"
@@ -31,12 +31,6 @@ using test_support::RandomPage;
 
 // ---- A decoder bit by bit ------------------------------------------------------------------------------
 
-struct Reference {
-    std::vector<Bytes> rows;
-    bool overrun = false;             // a row has more runs than pixels
-    int suspicious[3] = {-1, -1, -1}; // first row with each reason: decreasing, past the width, filler
-};
-
 class SlowGroup4
 {
 public:
@@ -50,9 +44,9 @@ public:
         }
     }
 
-    Reference Decode(int rows)
+    RunResult Decode(int rows)
     {
-        Reference result;
+        RunResult result;
         bool ended = false;
         for (int y = 0; y < rows; ++y) {
             Bytes row(static_cast<size_t>((m_width + 7) / 8));
@@ -60,7 +54,7 @@ public:
                 m_reasons = 0;
                 const int what = Row();
                 m_reasons |= m_position > m_stream.size() * 8 ? UNCOMP_FILLER : 0;
-                result.overrun = what == kOverrun;
+                result.error = what == kOverrun ? kesterlib::kTooManyRunsAllocated : "";
                 if (what == kBad || what == kOverrun)
                     return result;
                 ended = what == kEnd;
@@ -188,65 +182,16 @@ private:
     std::map<std::string, int> m_white, m_black;
 };
 
-// ---- Ours ----------------------------------------------------------------------------------------------
-
-struct Variant {
-    const char* name;
-    size_t chunk; // bytes per read; 0: input in memory
-    kesterlib::Unccitt4RowLoop* loop;
-    int per_call; // rows per call
-};
-std::vector<Variant> Variants()
+void ExpectRows(const Bytes& stream, int width, int rows, const RunResult& want)
 {
-    return {{"mapped, plain", 0, kesterlib::unccitt4_rows_plain, 1 << 20},
-            {"512 bytes per read, words", 512, kesterlib::unccitt4_rows_words, 3},
-            {"mapped, fastest", 0, kesterlib::unccitt4_row_loop(), 1 << 20},
-            {"mapped, fastest, row by row", 0, kesterlib::unccitt4_row_loop(), 1},
-            {"7 bytes per read, fastest", 7, kesterlib::unccitt4_row_loop(), 2}};
-}
-
-void ExpectAsReference(const Bytes& stream, int width, int rows, const Reference& want)
-{
-    const auto row_bytes = (width + 7) / 8;
-    for (const Variant& variant : Variants()) {
-        SCOPED_TRACE(variant.name);
-        ChunkBlock block;
-        block.SetInput(stream, variant.chunk);
-        const Bytes exact(stream.begin(), stream.end()); // so that a read after the end is detected
-        UNCOMP* const frame =
-            variant.chunk == 0 ? Unccitt4_Open_MMapped(exact.data(), exact.size(), width, row_bytes, nullptr)
-                               : Unccitt4_Open_Callback(block, width, row_bytes, nullptr);
-        size_t delivered = 0;
-        while (delivered < static_cast<size_t>(rows)) {
-            const int ask = std::min(variant.per_call, rows - static_cast<int>(delivered));
-            Bytes buffer(static_cast<size_t>(ask * row_bytes), 0xA5);
-            const int got =
-                variant.loop(reinterpret_cast<kesterlib::Frame*>(frame), ask, buffer.data(), row_bytes);
-            for (int i = 0; i < got; ++i, ++delivered) {
-                ASSERT_LT(delivered, want.rows.size()) << "more rows than expected";
-                ASSERT_TRUE(std::equal(want.rows[delivered].begin(), want.rows[delivered].end(),
-                                       buffer.begin() + i * row_bytes))
-                    << "row " << delivered;
-            }
-            if (got < ask)
-                break;
-        }
-        EXPECT_EQ(delivered, want.rows.size());
-        EXPECT_EQ(frame->rows_done, static_cast<int>(delivered));
-        EXPECT_EQ(std::string(Uncomp_Error_String(frame) ? Uncomp_Error_String(frame) : ""),
-                  want.overrun ? kesterlib::kTooManyRunsAllocated : "");
-        for (int reason = 0; reason < 3; ++reason)
-            EXPECT_EQ(Uncomp_First_Suspicious_Row(frame, 1 << reason), want.suspicious[reason])
-                << "reason " << reason;
-        Uncomp_Free(frame);
-        block.Dispose();
-        EXPECT_EQ(block.messages, "");
-    }
+    ExpectInEveryVariant({Unccitt4_Open_Callback, Unccitt4_Open_MMapped, kesterlib::unccitt4_rows_plain,
+                          kesterlib::unccitt4_rows_words, kesterlib::unccitt4_row_loop()},
+                         stream, {width, (width + 7) / 8, rows}, want);
 }
 
 void ExpectAsReference(const Bytes& stream, int width, int rows)
 {
-    ExpectAsReference(stream, width, rows, SlowGroup4(stream, width).Decode(rows));
+    ExpectRows(stream, width, rows, SlowGroup4(stream, width).Decode(rows));
 }
 
 // Returns the page as libtiff encodes it: one strip.
@@ -259,9 +204,9 @@ Bytes Encode(const Bytes& page, int width, int rows)
     return strip;
 }
 
-Reference AsRows(const Bytes& page, int width)
+RunResult AsRows(const Bytes& page, int width)
 {
-    Reference rows;
+    RunResult rows;
     const auto row_bytes = (width + 7) / 8;
     for (size_t at = 0; at < page.size(); at += static_cast<size_t>(row_bytes))
         rows.rows.emplace_back(page.begin() + static_cast<std::ptrdiff_t>(at),
@@ -277,10 +222,10 @@ TEST(Unccitt, DecodesStreamsOfLibtiff)
         const int rows = 12;
         SCOPED_TRACE(testing::Message() << "page " << n << ", " << width << " wide");
         const Bytes page = RandomPage(random, width, rows).rows;
-        Reference want = AsRows(page, width);
+        RunResult want = AsRows(page, width);
         for (int white = 0; white < 3; ++white) // after the end of the page all rows are white
             want.rows.emplace_back(static_cast<size_t>((width + 7) / 8));
-        ExpectAsReference(Encode(page, width, rows), width, rows + 3, want);
+        ExpectRows(Encode(page, width, rows), width, rows + 3, want);
         if (HasFailure())
             return;
     }
@@ -305,7 +250,7 @@ TEST(Unccitt, DecodesEveryRunCode)
             page[page.size() - kRowBytes + static_cast<size_t>(x / 8)] |= static_cast<uint8_t>(0x80 >> x % 8);
     }
     const int rows = static_cast<int>(runs.size()) * 2;
-    ExpectAsReference(Encode(page, kWidth, rows), kWidth, rows, AsRows(page, kWidth));
+    ExpectRows(Encode(page, kWidth, rows), kWidth, rows, AsRows(page, kWidth));
 }
 
 TEST(Unccitt, DecodesBelowAGivenRowAndReportsAReadError)
@@ -387,11 +332,11 @@ TEST(Unccitt, EndsRowsAndPages)
     for (const auto& one : cases) {
         SCOPED_TRACE(one.what);
         const Bytes stream = FromBits(one.bits);
-        const Reference reference = SlowGroup4(stream, 8).Decode(3);
+        const RunResult reference = SlowGroup4(stream, 8).Decode(3);
         EXPECT_EQ(reference.rows, one.rows);
-        EXPECT_EQ(reference.overrun, one.overrun);
+        EXPECT_EQ(!reference.error.empty(), one.overrun);
         EXPECT_EQ(std::vector<int>(reference.suspicious, reference.suspicious + 3), one.suspicious);
-        ExpectAsReference(stream, 8, 3, reference);
+        ExpectRows(stream, 8, 3, reference);
     }
     // After the end, any number of rows may be skipped.
     const Bytes stream = FromBits("1 end");
@@ -416,9 +361,9 @@ TEST(Unccitt, ARowEqualToTheOneAboveHasItsOwnList)
                                   " 1 001 010 000111 001 010 000111 001 010 000111 001 010 1111"
                                   " 11111111"
                                   " 001 1000 011 010 1 end");
-    const Reference reference = SlowGroup4(stream, 8).Decode(4);
+    const RunResult reference = SlowGroup4(stream, 8).Decode(4);
     EXPECT_EQ(reference.rows, (std::vector<Bytes>{{0x55}, {0x55}, {0x55}, {0x1F}}));
-    ExpectAsReference(stream, 8, 4, reference);
+    ExpectRows(stream, 8, 4, reference);
 }
 
 TEST(Unccitt, SurvivesEveryCutAndEveryFlippedBit)

@@ -3,7 +3,7 @@
 #include "kesterlib/unsqz.h"
 
 #include "sqzencode.h"
-#include "tests/support/chunk_block.h"
+#include "tests/kesterlib/run_variants.h"
 #include "tests/support/from_bits.h"
 #include "tests/support/random_page.h"
 #include "tests/support/sqz_reference.h"
@@ -17,6 +17,11 @@
 #include <string>
 #include <vector>
 
+namespace kesterlib
+{
+extern UnsqzRowLoop unsqz_rows_words; // plain_lanes.cpp
+}
+
 namespace
 {
 using Bytes = std::vector<uint8_t>;
@@ -25,107 +30,12 @@ using test_support::DecodeSqueeze;
 using test_support::RandomPage;
 using test_support::SqzReference;
 
-} // namespace
-namespace kesterlib
-{
-extern UnsqzRowLoop unsqz_rows_words; // plain_lanes.cpp
-}
-namespace
-{
-struct Variant {
-    std::string name;
-    size_t chunk; // bytes per read; 0: a stream; 1 << 20: input in memory
-    kesterlib::UnsqzRowLoop* loop;
-    int per_call; // rows per call
-    int more_stride;
-};
-
-std::vector<Variant> Variants()
-{
-    constexpr size_t kMapped = 1 << 20;
-    std::vector<Variant> variants = {
-        {"mapped, plain", kMapped, kesterlib::unsqz_rows_plain, 1 << 20, 0},
-        {"11 bytes per read, words", 11, kesterlib::unsqz_rows_words, 3, 0},
-        {"512 bytes per read, plain", 512, kesterlib::unsqz_rows_plain, 3, 5},
-    };
-    if (kesterlib::unsqz_row_loop() != kesterlib::unsqz_rows_plain) {
-        variants.push_back({"mapped, wide", kMapped, kesterlib::unsqz_row_loop(), 1 << 20, 0});
-        variants.push_back({"mapped, wide, row by row", kMapped, kesterlib::unsqz_row_loop(), 1, 1});
-        variants.push_back({"7 bytes per read, wide", 7, kesterlib::unsqz_row_loop(), 2, 0});
-        variants.push_back({"stream, wide", 0, kesterlib::unsqz_row_loop(), 1 << 20, 0});
-    }
-    return variants;
-}
-
-struct Page {
-    int width, row_bytes, rows;
-    const uint8_t* above = nullptr;
-};
-
-// Decodes in one variant, each call into memory of exactly its size, and compares with the reference.
-void ExpectAsReference(const Variant& variant, const Bytes& stream, const Page& page,
-                       const SqzReference& want)
-{
-    ChunkBlock block;
-    block.SetInput(stream, variant.chunk);
-    FILE* file = nullptr;
-    const Bytes exact(stream.begin(), stream.end()); // so that a read after the end is detected
-    UNCOMP* frame = nullptr;
-    if (variant.chunk == 0) {
-        file = std::tmpfile();
-        for (const uint8_t byte : stream)
-            fputc(byte, file);
-        rewind(file);
-        frame = Unsqz_Open(file, page.width, page.row_bytes, page.above);
-    } else if (variant.chunk == size_t{1} << 20) {
-        frame = Unsqz_Open_MMapped(exact.data(), exact.size(), page.width, page.row_bytes, page.above);
-    } else {
-        frame = Unsqz_Open_Callback(block, page.width, page.row_bytes, page.above);
-    }
-    ASSERT_NE(frame, nullptr);
-
-    const auto used = static_cast<size_t>((page.width + 7) / 8);
-    const int stride = page.row_bytes + variant.more_stride;
-    size_t delivered = 0;
-    while (delivered < static_cast<size_t>(page.rows)) {
-        const int ask = std::min(variant.per_call, page.rows - static_cast<int>(delivered));
-        Bytes buffer(static_cast<size_t>(ask) * static_cast<size_t>(stride), 0xA5);
-        const int got = variant.loop(reinterpret_cast<kesterlib::Frame*>(frame), ask, buffer.data(), stride);
-        ASSERT_GE(got, 0);
-        for (int i = 0; i < got; ++i, ++delivered) {
-            ASSERT_LT(delivered, want.rows.size()) << "more rows than expected";
-            const uint8_t* const row = buffer.data() + static_cast<size_t>(i) * static_cast<size_t>(stride);
-            ASSERT_TRUE(std::equal(row, row + used, want.rows[delivered].data())) << "row " << delivered;
-            for (int pad = page.row_bytes; pad < stride; ++pad)
-                ASSERT_EQ(row[pad], 0xA5) << "row " << delivered << " wrote after its end";
-        }
-        if (got < ask) {
-            EXPECT_EQ(variant.loop(reinterpret_cast<kesterlib::Frame*>(frame), 1, buffer.data(), stride), 0)
-                << "a row after the end";
-            break;
-        }
-    }
-    EXPECT_EQ(delivered, want.rows.size());
-    EXPECT_EQ(frame->rows_done, static_cast<int>(delivered));
-    EXPECT_EQ(std::string(Uncomp_Error_String(frame) ? Uncomp_Error_String(frame) : ""), want.error);
-    EXPECT_EQ(Uncomp_First_Suspicious_Row(frame, UNCOMP_DECREASING), want.decreasing);
-    EXPECT_EQ(Uncomp_First_Suspicious_Row(frame, UNCOMP_FILLER), want.filler);
-    Uncomp_Free(frame);
-    block.Dispose();
-    EXPECT_EQ(block.messages, "") << "memory was not released";
-    if (file)
-        fclose(file);
-}
-
-void ExpectAsReference(const Bytes& stream, const Page& page)
+void ExpectAsReference(const Bytes& stream, const RunPage& page)
 {
     const SqzReference want = DecodeSqueeze(stream, page.width, page.row_bytes, page.rows, page.above);
-    for (const Variant& variant : Variants()) {
-        SCOPED_TRACE(variant.name);
-        ExpectAsReference(variant, stream, page, want);
-        if (testing::Test::HasFatalFailure())
-            break;
-    }
+    ExpectInEveryVariant({Unsqz_Open_Callback, Unsqz_Open_MMapped, kesterlib::unsqz_rows_plain,
+                          kesterlib::unsqz_rows_words, kesterlib::unsqz_row_loop()},
+                         stream, page, {want.rows, want.error, {want.decreasing, -1, want.filler}});
 }
 
 Bytes Encode(const Bytes& page, int row_bytes, pages::RawRows raw = pages::RawRows::WhereShorter)
@@ -237,7 +147,7 @@ TEST(Unsqz, DecodesTheLimitsOfARow)
     for (const auto& one : cases) {
         SCOPED_TRACE(one.what);
         Bytes stream = test_support::FromBits(one.stream);
-        const Page page{one.row_bytes * 8, one.row_bytes, one.rows};
+        const RunPage page{one.row_bytes * 8, one.row_bytes, one.rows};
         const SqzReference want = DecodeSqueeze(stream, page.width, page.row_bytes, page.rows);
         EXPECT_EQ(want.rows, one.rows_wanted);
         EXPECT_EQ(want.error, one.error);
@@ -253,7 +163,7 @@ TEST(Unsqz, SurvivesEveryCutAndEveryFlippedBit)
     for (const int row_bytes : {2, 5, 37}) {
         const int rows = 12;
         const Bytes stream = Encode(RandomPage(random, row_bytes * 8, rows).rows, row_bytes);
-        const Page page{row_bytes * 8 - 3, row_bytes, rows + 1};
+        const RunPage page{row_bytes * 8 - 3, row_bytes, rows + 1};
         for (size_t cut = 0; cut <= stream.size(); ++cut)
             ExpectAsReference({stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(cut)}, page);
         for (size_t bit = 0; bit < stream.size() * 8; ++bit) {
@@ -374,10 +284,14 @@ TEST(Unsqz, WritesAtMostStrideBytesOfACodedRow)
 {
     const Bytes page(20, 0xFF);
     const Bytes stream = Encode(page, 10);
-    UNCOMP* const frame = Unsqz_Open_MMapped(stream.data(), stream.size(), 80, 10, nullptr);
+    FILE* const file = std::tmpfile();
+    fwrite(stream.data(), 1, stream.size(), file);
+    rewind(file);
+    UNCOMP* const frame = Unsqz_Open(file, 80, 10, nullptr);
     Bytes buffer(12, 0x11); // two rows of three bytes, and the bytes after them
     EXPECT_EQ(Unsqz_Decode(frame, 2, buffer.data(), 3), 2);
     EXPECT_EQ(buffer, (Bytes{255, 255, 255, 255, 255, 255, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11}));
     Uncomp_Free(frame);
+    fclose(file);
 }
 } // namespace
