@@ -386,6 +386,7 @@ TEST(Document, APathEndsAtATabOrSemicolonAndAFailureLeavesNoPage)
     EXPECT_EQ(document.GetPathName(), path);
     EXPECT_FALSE(document.IsBilevelPage());
     EXPECT_TRUE(document.OnNewDocument());
+    document.SetTitle("anything");
     EXPECT_EQ(document.GetTitle(), "");
 }
 } // namespace
