@@ -12,16 +12,6 @@ const CRuntimeClass CDC::classRecord{"CDC", &CObject::classRecord, &CreateObject
 
 DeviceTarget::~DeviceTarget() = default;
 
-namespace
-{
-// The palette of a context before another is selected into it.
-CPalette& StockPalette()
-{
-    static CPalette stock{{kBlack, kWhite}};
-    return stock;
-}
-} // namespace
-
 bool CBitmap::CreateBitmap(int width, int height, const uint8_t* rows, ptrdiff_t row_bytes)
 {
     if (width <= 0 || height <= 0 || !rows || row_bytes < (ptrdiff_t{width} + 7) / 8)
@@ -33,8 +23,7 @@ bool CBitmap::CreateBitmap(int width, int height, const uint8_t* rows, ptrdiff_t
     return true;
 }
 
-CDC::CDC() : m_palette(&StockPalette()) {}
-CDC::CDC(std::unique_ptr<DeviceTarget> target) : m_target(std::move(target)), m_palette(&StockPalette()) {}
+CDC::CDC(std::unique_ptr<DeviceTarget> target) : m_target(std::move(target)) {}
 CDC::~CDC() = default;
 
 void CDC::SetTarget(std::unique_ptr<DeviceTarget> target)
@@ -47,10 +36,9 @@ bool CDC::CreateCompatibleDC(const CDC* like)
     return like && like->m_target;
 }
 
-bool CDC::CreateOnPixels(PixelBuffer* pixels)
+void CDC::CreateOnPixels(PixelBuffer* pixels)
 {
     m_target = MakePixelTarget(pixels);
-    return true;
 }
 
 bool CDC::IsPrinting() const
@@ -81,19 +69,10 @@ CBitmap* CDC::SelectObject(CBitmap* bitmap)
     return std::exchange(m_bitmap, bitmap);
 }
 
-CPalette* CDC::SelectPalette(CPalette* palette, bool)
+CPalette* CDC::SelectPalette(const CPalette* palette, bool) const
 {
-    return m_target && palette ? std::exchange(m_palette, palette) : nullptr;
-}
-
-UINT CDC::RealizePalette()
-{
-    return 0;
-}
-
-int CDC::SetStretchBltMode(int mode)
-{
-    return std::exchange(m_stretch_mode, mode);
+    static CPalette stock{{kBlack, kWhite}};
+    return m_target && palette ? &stock : nullptr;
 }
 
 CRect CDC::ToDevice(int x, int y, int width, int height) const
@@ -148,8 +127,8 @@ int CDC::StretchDIBits(int x, int y, int width, int height, int source_x, int so
                    {source_x, top, source_x + source_width, top + source_height}, bits, info, operation);
 }
 
-void CDC::AbortDoc(bool told)
+void CDC::AbortDoc(bool message_shown)
 {
     if (m_target)
-        m_target->AbortDoc(told);
+        m_target->AbortDoc(message_shown);
 }

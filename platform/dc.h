@@ -16,7 +16,7 @@ struct PixelBuffer;
 enum DeviceCap : int { HORZRES = 8, VERTRES = 10, LOGPIXELSX = 88, LOGPIXELSY = 90 };
 enum RegionKind : int { ERRORREGION = 0, NULLREGION = 1, SIMPLEREGION = 2, COMPLEXREGION = 3 };
 enum RasterOperation : UINT { SRCCOPY = 0x00cc0020, NOTSRCCOPY = 0x00330008 };
-enum StretchMode : int { COLORONCOLOR = 3, HALFTONE = 4 };
+enum StretchMode : int { HALFTONE = 4 };
 
 // A palette of at most 256 colours. Realising it on a true-colour device changes nothing.
 class CPalette : public CObject
@@ -117,19 +117,19 @@ public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
-    CDC();
+    CDC() = default;
     // The context owns the target.
     explicit CDC(std::unique_ptr<DeviceTarget> target);
     ~CDC() override;
 
     // Makes an information context for the screen. Only its GetDeviceCaps is useful.
-    bool CreateDisplayInformation();
+    void CreateDisplayInformation();
     // Makes a memory context. With a bitmap selected into it, it is a source for BitBlt. Returns false if
     // `like` is null or has no target.
     bool CreateCompatibleDC(const CDC* like);
     // Makes a context that draws on pixels in memory, which must outlive it. The clip box is the whole
     // buffer.
-    bool CreateOnPixels(PixelBuffer* pixels);
+    void CreateOnPixels(PixelBuffer* pixels);
 
     bool IsPrinting() const;
     // index is a DeviceCap: the size of the device in pixels, or its pixels per inch. Returns 0 if the device
@@ -140,12 +140,13 @@ public:
     // target.
     RegionKind GetClipBox(CRect* box) const;
 
-    // Each Select and Set call returns the previous value. Selected objects are borrowed. The palette and the
-    // stretch mode do not change what is drawn.
-    CBitmap* SelectObject(CBitmap* bitmap);                      // null: no bitmap
-    CPalette* SelectPalette(CPalette* palette, bool background); // null without a target
-    UINT RealizePalette(); // returns the number of changed colours, which is 0 on true-colour devices
-    int SetStretchBltMode(int mode);
+    // Returns the previous bitmap. The bitmap is borrowed; null: no bitmap.
+    CBitmap* SelectObject(CBitmap* bitmap);
+    // A palette does not change what is drawn, because every device shows true colours. Returns the palette
+    // of a new context, or null if there is no target or `palette` is null.
+    CPalette* SelectPalette(const CPalette* palette, bool background) const;
+    UINT RealizePalette() const { return 0; } // returns the number of changed colours
+    void SetStretchBltMode(int) {}            // no effect: the target chooses how to scale
 
     // Draws a part of the bitmap that is selected into the memory context `source`, without scaling and
     // clipped to the right and bottom edge of the bitmap. NOTSRCCOPY inverts the colours. Returns false if
@@ -161,10 +162,10 @@ public:
     int StretchDIBits(int x, int y, int width, int height, int source_x, int source_y, int source_width,
                       int source_height, const uint8_t* bits, const BitmapInfo& info, UINT operation);
 
-    // Call this if the page cannot be drawn on a printer: then nothing is printed. If `told` is true, the
-    // user has already seen a message; otherwise the print shows that it failed. On other devices it has no
-    // effect.
-    void AbortDoc(bool told);
+    // Call this if the page cannot be drawn on a printer: then nothing is printed. If
+    // `message_shown` is true, the user has already seen a message; otherwise the print shows that it failed.
+    // On other devices it has no effect.
+    void AbortDoc(bool message_shown);
 
 protected:
     void SetTarget(std::unique_ptr<DeviceTarget> target);
@@ -178,8 +179,6 @@ private:
     std::unique_ptr<DeviceTarget> m_target;
     CPoint m_origin;
     CBitmap* m_bitmap = nullptr;
-    CPalette* m_palette;
-    int m_stretch_mode = COLORONCOLOR;
 };
 
 // Draws on the invalid part of a window during a paint. The destructor fills the pixels that were not drawn:

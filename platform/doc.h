@@ -59,7 +59,6 @@ class CCreateContext
 public:
     const CRuntimeClass* m_pNewViewClass = nullptr;
     CDocument* m_pCurrentDoc = nullptr;
-    CView* m_pLastView = nullptr;
 };
 
 // Manages the single document, which is used again for every file, and its main frame.

@@ -69,11 +69,6 @@ bool CFrameWnd::CreateFromStruct(CREATESTRUCT& cs)
     return false;
 }
 
-bool CFrameWnd::PreCreateWindow(CREATESTRUCT& cs)
-{
-    return CWnd::PreCreateWindow(cs);
-}
-
 int CFrameWnd::OnCreate(const CREATESTRUCT& cs)
 {
     if (!cs.context || !cs.context->m_pNewViewClass)

@@ -9,9 +9,6 @@
 enum FrameStyle : uint32_t {
     WS_OVERLAPPEDWINDOW = 0x00cf0000,
     FWS_ADDTOTITLE = 0x00008000, // the window's title contains the document's title
-    WS_CHILD = 0x40000000,
-    WS_VISIBLE = 0x10000000,
-    CBRS_BOTTOM = 0x8000,
 };
 
 constexpr size_t kTitleBytes = 255; // largest length of a title
@@ -75,7 +72,6 @@ protected:
     static const MessageMap messages;
     const MessageMap& GetMessageMap() const override { return messages; }
 
-    bool PreCreateWindow(CREATESTRUCT& cs) override;
     bool OnCommandMessage(UINT command) override;
     void DestroyChildren() override;
     virtual int OnCreate(const CREATESTRUCT& cs); // makes the view of the context; returns 0, or -1 to refuse
@@ -108,8 +104,8 @@ public:
     CStatusBar();
     ~CStatusBar() override;
 
-    // Makes the bar in a frame. style and id have no effect. Returns false if `parent` has no window.
-    bool Create(CFrameWnd* parent, uint32_t style = WS_CHILD | WS_VISIBLE | CBRS_BOTTOM, UINT id = 59393);
+    // Makes the bar in a frame. Returns false if `parent` has no window.
+    bool Create(CFrameWnd* parent);
     // Makes one pane for each number. ID_SEPARATOR is the message pane, which takes the free width. The
     // others are as wide as their string resource. Returns false if the bar has no window.
     bool SetIndicators(std::span<const UINT> ids);

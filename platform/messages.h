@@ -22,7 +22,6 @@
 #include <type_traits>
 
 enum Message : UINT {
-    WM_CREATE = 0x0001,
     WM_DESTROY = 0x0002,
     WM_SIZE = 0x0005,
     WM_ACTIVATE = 0x0006, // to a frame; first parameter: 1 active, 0 no longer active
@@ -71,8 +70,7 @@ constexpr UINT XButtonOf(UINT flags)
     return flags >> 16;
 }
 
-// First parameter of WM_SIZE.
-enum SizeType : UINT { SIZE_RESTORED = 0, SIZE_MINIMIZED = 1, SIZE_MAXIMIZED = 2 };
+constexpr UINT SIZE_RESTORED = 0; // first parameter of WM_SIZE
 
 class CCmdUI;
 class CCmdTarget;
@@ -125,7 +123,7 @@ protected:
 
 namespace message_detail
 {
-enum class Rule { words, nothing, size, key, mouse, scroll };
+enum class Rule { unchanged, nothing, size, key, mouse, scroll };
 
 constexpr Rule RuleOf(UINT message)
 {
@@ -148,7 +146,7 @@ constexpr Rule RuleOf(UINT message)
     case WM_RBUTTONDBLCLK:
     case WM_MOUSEWHEEL:
     case WM_XBUTTONDOWN: return Rule::mouse;
-    default: return Rule::words;
+    default: return Rule::unchanged;
     }
 }
 

@@ -40,13 +40,13 @@ constexpr LPARAM PackPoint(int x, int y)
 {
     return static_cast<LPARAM>(uint64_t{static_cast<uint32_t>(y)} << 32 | static_cast<uint32_t>(x));
 }
-constexpr int LowHalf(LPARAM word)
+constexpr int LowHalf(LPARAM parameter)
 {
-    return static_cast<int>(static_cast<uint32_t>(static_cast<uint64_t>(word)));
+    return static_cast<int>(static_cast<uint32_t>(static_cast<uint64_t>(parameter)));
 }
-constexpr int HighHalf(LPARAM word)
+constexpr int HighHalf(LPARAM parameter)
 {
-    return static_cast<int>(static_cast<uint32_t>(static_cast<uint64_t>(word) >> 32));
+    return static_cast<int>(static_cast<uint32_t>(static_cast<uint64_t>(parameter) >> 32));
 }
 template <class T>
 LPARAM PackPointer(T* pointer)
@@ -54,9 +54,9 @@ LPARAM PackPointer(T* pointer)
     return static_cast<LPARAM>(reinterpret_cast<intptr_t>(pointer));
 }
 template <class T>
-T* UnpackPointer(LPARAM word)
+T* UnpackPointer(LPARAM parameter)
 {
-    return reinterpret_cast<T*>(static_cast<intptr_t>(word));
+    return reinterpret_cast<T*>(static_cast<intptr_t>(parameter));
 }
 
 constexpr COLORREF kBlack = 0xff000000;

@@ -125,7 +125,7 @@ private:
     void UpdateAll();
     void MoveScreen();
     void SendMouse(UINT message, QMouseEvent* event);
-    bool PointerMessage(UINT message, WPARAM flags, CPoint point);
+    void PointerMessage(UINT message, WPARAM flags, CPoint point);
 
     CView* m_owner;
     PaneWidget* m_pane;    // the parent
@@ -284,7 +284,7 @@ private:
     bool m_fullScreen = false;    // as requested, or as the window manager has decided
     bool m_wasMaximized = false;  // before the full screen
     bool m_restoring = false;     // leaving the full screen; the state is not final yet
-    int m_restates = 0;           // how often the state may be requested again
+    int m_stateRetries = 0;       // how often the state may be requested again
     bool m_active = false;        // as last reported to the frame by WM_ACTIVATE
     bool m_placing = false;       // shown, but not matched to its place yet
     bool m_placeAtExpose = false; // the next expose event matches the place

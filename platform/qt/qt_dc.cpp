@@ -117,10 +117,9 @@ private:
 };
 } // namespace
 
-bool CDC::CreateDisplayInformation()
+void CDC::CreateDisplayInformation()
 {
     SetTarget(std::make_unique<ScreenInformation>());
-    return true;
 }
 
 CPaintDC::CPaintDC(CWnd* window)

@@ -355,7 +355,7 @@ void FrameWidget::ShowFullScreen(bool on)
     if (on && !m_restoring)
         m_wasMaximized = isMaximized();
     m_restoring = !on;
-    m_restates = 1;
+    m_stateRetries = 1;
     SetFullScreen(on);
     SetFullScreenState();
 }
@@ -384,15 +384,15 @@ void FrameWidget::SetFullScreenState()
 
 void FrameWidget::MatchFullScreen()
 {
-    const bool is_as_asked =
+    const bool is_as_requested =
         isFullScreen() == m_fullScreen && (!m_restoring || isMinimized() || isMaximized() == m_wasMaximized);
-    if (!is_as_asked && m_restates > 0) {
-        --m_restates;
+    if (!is_as_requested && m_stateRetries > 0) {
+        --m_stateRetries;
         SetFullScreenState();
         return;
     }
     m_restoring = false;
-    m_restates = 0;
+    m_stateRetries = 0;
     if (isFullScreen() != m_fullScreen) { // the window manager has changed it
         m_wasMaximized = isMaximized();
         SetFullScreen(isFullScreen());
@@ -547,7 +547,7 @@ StatusPeer::~StatusPeer()
     }
 }
 
-bool CStatusBar::Create(CFrameWnd* parent, uint32_t, UINT)
+bool CStatusBar::Create(CFrameWnd* parent)
 {
     FrameWidget* frame = FrameOf(parent);
     if (!frame)

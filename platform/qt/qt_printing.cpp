@@ -135,7 +135,7 @@ public:
         return true;
     }
 
-    void AbortDoc(bool told) override { m_result = told ? Print::aborted : Print::failed; }
+    void AbortDoc(bool message_shown) override { m_result = message_shown ? Print::aborted : Print::failed; }
 
 private:
     // The colours are greys. If an 8-bit image is printed to a file, Qt converts it to 32 bits per pixel, and

@@ -449,24 +449,23 @@ void ViewWidget::keyPressEvent(QKeyEvent* event)
     Queue::Get().AddKey(m_owner, key, character, event->modifiers() & Qt::ControlModifier);
 }
 
-bool ViewWidget::PointerMessage(UINT message, WPARAM flags, CPoint point)
+void ViewWidget::PointerMessage(UINT message, WPARAM flags, CPoint point)
 {
     if (!m_owner)
-        return false;
+        return;
     Queue::Get().DispatchKeys();
     if (!m_owner)
-        return false;
+        return;
     m_shapeSet = false;
     const QPointer<ViewWidget> self(this);
     const QPointer<ViewWidget> before = std::exchange(g_pointer_view, self);
     m_owner->SendMessage(message, flags, PackPoint(point.x, point.y));
     if (!self || !m_owner)
-        return true;
+        return;
     g_pointer_view = before;
     if (!m_shapeSet && cursor().shape() != Qt::ArrowCursor)
         unsetCursor();
     Queue::Get().InputHandled();
-    return true;
 }
 
 void ViewWidget::SendMouse(UINT message, QMouseEvent* event)

@@ -194,7 +194,7 @@ TEST(DrawPage, AStoreWithTooFewRowsIsReportedAtEveryPaint)
             const Texts calls = Draw(document, {0, 0, 100, c.lines}, c.printing).calls;
             EXPECT_EQ(calls.size(), c.fits || c.printing ? 1U : 0U);
             if (c.printing) {
-                EXPECT_EQ(calls.front(), "abort, told") << "the print is aborted without a sheet";
+                EXPECT_EQ(calls.front(), "abort, shown") << "the print is aborted without a sheet";
             }
             EXPECT_EQ(boxes.Take(), c.fits ? Texts{} : told);
         }

@@ -134,7 +134,7 @@ TEST_F(PrintingTest, BilevelPagesKeepTheirBits)
             EXPECT_TRUE(dc->IsPrinting());
             CBitmap bitmap;
             CDC memory;
-            bitmap.CreateBitmap(page.width, page.height, page.rows.data(), page.row_bytes);
+            EXPECT_TRUE(bitmap.CreateBitmap(page.width, page.height, page.rows.data(), page.row_bytes));
             memory.SelectObject(&bitmap);
             EXPECT_TRUE(dc->BitBlt(0, 0, page.width, page.height, memory, c.first, 0, c.operation));
         };
@@ -273,12 +273,12 @@ TEST_F(PrintingTest, AFailureIsReportedOnceAndLeavesNoFile)
     EXPECT_TRUE(std::filesystem::is_symlink(link));
     // The drawing aborts the print.
     pdf = good;
-    for (const bool told : {false, true}) {
-        view->print = [&, told](CDC* dc, CPrintInfo* info) {
+    for (const bool message_shown : {false, true}) {
+        view->print = [&, message_shown](CDC* dc, CPrintInfo* info) {
             draw(dc, info);
-            dc->AbortDoc(told);
+            dc->AbortDoc(message_shown);
         };
-        EXPECT_EQ(boxes(), told ? 0 : 1);
+        EXPECT_EQ(boxes(), message_shown ? 0 : 1);
         EXPECT_FALSE(exists(pdf));
     }
     view->print = draw;

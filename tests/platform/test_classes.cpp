@@ -208,7 +208,7 @@ TestFrame* WindowTest::MakeFurtherFrame(const char* name)
 {
     auto* further = new TestFrame;
     further->name = name;
-    CCreateContext context{&TestView::classRecord, frame->GetActiveDocument(), view};
+    CCreateContext context{&TestView::classRecord, frame->GetActiveDocument()};
     EXPECT_TRUE(further->Create(name, WS_OVERLAPPEDWINDOW, {10, 10, 310, 260}, &context));
     further->View()->name = std::string(" ") + name;
     further->ActivateFrame();

@@ -46,10 +46,10 @@ public:
         return true;
     }
 
-    void AbortDoc(bool told) override
+    void AbortDoc(bool message_shown) override
     {
         if (m_printing)
-            m_record->calls.push_back(told ? "abort, told" : "abort");
+            m_record->calls.push_back(message_shown ? "abort, shown" : "abort");
     }
 
 private:
