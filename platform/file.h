@@ -47,8 +47,9 @@ public:
     CFile& operator=(const CFile&) = delete;
     ~CFile(); // closes the file and ignores a failure
 
-    void Seek(int64_t offset);                   // bytes from the start of the file
-    uint32_t Read(void* buffer, uint32_t bytes); // returns the bytes read: fewer only at the end of the file
+    void Seek(int64_t offset); // bytes from the start of the file
+    // Returns the number of bytes read: fewer only at the end of the file.
+    uint32_t Read(void* buffer, uint32_t bytes);
     void Write(const void* buffer, uint32_t bytes);
     void Close();
 

@@ -1,4 +1,4 @@
-// Directory listings: one pass over the directory, one status call an entry.
+// Directory listings: one pass over the directory, one status call per entry.
 #include "platform/directory.h"
 #include "platform/messages.h"
 #include "platform/posix/filestatus.h"
@@ -17,8 +17,8 @@ struct CloseDirectory {
     void operator()(DIR* stream) const { closedir(stream); }
 };
 
-// The bytes of the character at the start of text, at least 1; a byte that is no UTF-8 is a character by
-// itself.
+// Returns the number of bytes of the character at the start of text, at least 1. A byte that is not UTF-8 is a
+// character by itself. An incomplete character counts as one, so Utf8CharacterBytes cannot be used here.
 size_t CharacterBytes(std::string_view text)
 {
     const auto lead = static_cast<unsigned char>(text[0]);
@@ -29,13 +29,13 @@ size_t CharacterBytes(std::string_view text)
     return bytes;
 }
 
-// Goes back to the last "*" alone: what an earlier one stands for never needs to grow once a later one is
-// reached. So the cost is at most the product of the lengths.
+// If a character does not match, only the text of the last "*" is extended: once a later "*" is reached, the
+// text of an earlier one never needs to grow. So the time is at most the product of the lengths.
 bool Matches(std::string_view name, std::string_view pattern)
 {
     size_t at = 0, in_pattern = 0;
     size_t star = std::string_view::npos; // the last one in pattern
-    size_t star_end = 0;                  // in name, behind what it stands for
+    size_t star_end = 0;                  // in name, after the text that matches the star
     while (at < name.size()) {
         const char wanted = in_pattern < pattern.size() ? pattern[in_pattern] : '\0'; // no name has a NUL
         if (wanted == '*') {
@@ -49,7 +49,7 @@ bool Matches(std::string_view name, std::string_view pattern)
             ++at;
         } else if (star != std::string_view::npos) {
             in_pattern = star + 1;
-            at = ++star_end; // amid a character too, which "?" would take as a whole
+            at = ++star_end; // may be within a character, which "?" would skip as a whole
         } else {
             return false;
         }
@@ -57,8 +57,8 @@ bool Matches(std::string_view name, std::string_view pattern)
     return pattern.find_first_not_of('*', in_pattern) == std::string_view::npos;
 }
 
-// Whether the kind that the directory tells can be one that is listed; many do not tell, and a link tells
-// nothing.
+// Returns true if an entry of this kind may be listed. Many file systems do not report the kind, and the kind
+// of a link is not that of its file.
 bool MayBeListed(unsigned char kind)
 {
     return kind == DT_UNKNOWN || kind == DT_LNK || kind == DT_DIR || kind == DT_REG;
@@ -88,7 +88,7 @@ DirectoryListing ListDirectory(const CString& directory, const CString& patterns
         return {errno, {}};
     DirectoryListing listing;
     ViewedMarks reader;
-    std::string path = std::string{directory.View()} + '/'; // of each file, in one buffer
+    std::string path = std::string{directory.View()} + '/'; // the path of each file, in one buffer
     const size_t directory_bytes = path.size();
     errno = 0;
     for (const dirent* item; (item = readdir(stream.get())); errno = 0) {
@@ -99,8 +99,8 @@ DirectoryListing ListDirectory(const CString& directory, const CString& patterns
         const std::string_view name = item->d_name;
         if (name.starts_with('.') || !MayBeListed(item->d_type))
             continue;
-        // Sub-directories are listed whatever they are called, so only of a plain file does the name alone
-        // decide.
+        // The name of a regular file decides whether the file is listed. Sub-directories with any name are
+        // listed.
         const bool matches = MatchesPatterns(name, patterns);
         struct stat system;
         if ((!matches && item->d_type == DT_REG) ||

@@ -1,4 +1,4 @@
-// Page files are regular files and nothing else; handles are descriptors of any kind.
+// Page files must be regular files. A handle is a descriptor of any kind.
 #include "platform/file.h"
 
 #include <algorithm>
@@ -10,12 +10,12 @@
 
 namespace
 {
-// errno where a path leads to what is no file, directories excepted.
+// errno if a path is neither a regular file nor a directory.
 constexpr int kNoRegularFile = EACCES;
-// errno of a write that takes no byte and says no more: asked again, it might do so for ever.
+// errno of a write that writes no byte and reports no error. If it were repeated, it might never end.
 constexpr int kNoProgress = EIO;
 
-// For open flags without O_CREAT the file must be there, with it may be. -1 and errno on failure.
+// Returns a descriptor, or -1 with errno set. Without O_CREAT in `flags`, the file must exist.
 int OpenRegular(const CString& path, int flags)
 {
     const auto refuses = [](const struct stat& status) {
@@ -24,7 +24,8 @@ int OpenRegular(const CString& path, int flags)
         errno = S_ISDIR(status.st_mode) ? EISDIR : kNoRegularFile;
         return true;
     };
-    // Asked before the open as well: opening alone wakes the writer of a FIFO and sets some devices going.
+    // Also checked before the file is opened: opening a FIFO wakes its writer, and opening some devices starts
+    // them.
     struct stat status;
     if (stat(path.c_str(), &status) == 0) {
         if (refuses(status))
@@ -32,8 +33,8 @@ int OpenRegular(const CString& path, int flags)
     } else if (errno != ENOENT || !(flags & O_CREAT)) {
         return -1;
     }
-    // O_NONBLOCK: a FIFO put there meanwhile must not hold the program up; it means nothing for a regular
-    // file.
+    // O_NONBLOCK: the path may have become a FIFO meanwhile, and that must not block the program. The flag has
+    // no effect on a regular file.
     const int file = open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
     if (file < 0)
         return -1;
@@ -46,11 +47,11 @@ int OpenRegular(const CString& path, int flags)
     return file;
 }
 
-int64_t BytesBehindPosition(int file)
+int64_t BytesAfterPosition(int file)
 {
     struct stat status;
     const off_t position = lseek(file, 0, SEEK_CUR);
-    // A file that the kernel makes up has content but no size.
+    // A file that the kernel generates has content, but its size is 0.
     if (position < 0 || fstat(file, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size <= 0)
         return -1;
     return std::max<int64_t>(status.st_size - position, 0);
@@ -137,14 +138,14 @@ void CFile::Write(const void* buffer, uint32_t bytes)
 void CFile::Close()
 {
     const int file = m_file;
-    m_file = -1; // whatever close says, the descriptor is gone
+    m_file = -1; // the descriptor is closed even if close fails
     if (close(file) != 0)
         throw CFileException(errno);
 }
 
 int64_t CFile::BytesLeft() const
 {
-    return BytesBehindPosition(m_file);
+    return BytesAfterPosition(m_file);
 }
 
 namespace
@@ -221,5 +222,5 @@ int32_t GetLastError()
 
 int64_t BytesLeft(HANDLE handle)
 {
-    return BytesBehindPosition(handle);
+    return BytesAfterPosition(handle);
 }

@@ -1,4 +1,4 @@
-// A file's status out of the system's own record.
+// Converts the system's record of a file's status.
 #pragma once
 
 #include "platform/viewedmark.h"

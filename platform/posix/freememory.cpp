@@ -1,4 +1,5 @@
-// Memory figures from the kernel: the machine's, then the limits of the control groups and of the process.
+// Reads the free memory of the machine from the kernel's files, and then the limits of the control groups and of
+// the process.
 #include "platform/freememory.h"
 
 #include "platform/hooks.h"
@@ -14,13 +15,14 @@
 
 namespace
 {
-// One small text file after the other, in a buffer that the next one overwrites.
+// Reads small text files. A file overwrites the text of the file before.
 class TextReader
 {
 public:
     explicit TextReader(std::string_view root) : m_root(root) {}
 
-    // The text of root + directory + group + "/" + name, cut to the buffer. Empty if it cannot be read.
+    // Returns the text of the file root + directory + group + "/" + name, cut to the size of the buffer. It is
+    // empty if the file cannot be read.
     std::string_view Read(std::string_view directory, std::string_view group, std::string_view name)
     {
         std::array<char, 4096> path;
@@ -47,7 +49,7 @@ private:
     std::array<char, 8192> m_text;
 };
 
-// The number at the start of a text, after blanks; values above 64 bits become the greatest.
+// Returns the number at the start of a text, after blanks. A number of more than 64 bits becomes UINT64_MAX.
 std::optional<uint64_t> Number(std::string_view text)
 {
     const size_t start = text.find_first_not_of(' ');
@@ -61,7 +63,7 @@ std::optional<uint64_t> Number(std::string_view text)
     return value;
 }
 
-// The number after a name at the start of a line; 0 if there is none.
+// Returns the number after a name at the start of a line, or 0 if there is none.
 uint64_t Field(std::string_view text, std::string_view name)
 {
     for (size_t at = 0; at != std::string_view::npos && at < text.size();) {
@@ -109,7 +111,8 @@ constexpr GroupFiles kLegacy{"/sys/fs/cgroup/memory",
 
 void ClampToGroup(TextReader& reader, const GroupFiles& files, std::string_view group, FreeMemory* memory)
 {
-    // What a pair of files leaves; nothing if there is no limit ("max", or a root without such files).
+    // Returns the difference of limit and usage, or nothing if there is no limit: the text is "max", or the
+    // root group has no such files.
     const auto left = [&](const char* limit_name, const char* usage_name) -> std::optional<uint64_t> {
         const std::optional<uint64_t> limit = Number(reader.Read(files.directory, group, limit_name));
         const std::optional<uint64_t> usage =
@@ -129,8 +132,8 @@ void ClampToGroup(TextReader& reader, const GroupFiles& files, std::string_view 
             memory->page_file, files.swap_counts_memory ? Left(Sum(*room, cache), memory->physical) : *room);
 }
 
-// The group and all groups above it: each one's limit counts. A path that leaves the mounted tree, as a
-// container sees those of its host, leaves its root.
+// Applies the limits of the group and of all groups above it. In a container, the path of a group of the host
+// leaves the mounted tree. Then only the root group is used.
 void ClampToGroups(TextReader& reader, const GroupFiles& files, std::string_view group, FreeMemory* memory)
 {
     if (group.find("/..") != std::string_view::npos)
@@ -143,10 +146,10 @@ void ClampToGroups(TextReader& reader, const GroupFiles& files, std::string_view
     }
 }
 
-// Lines of the process's groups: number, controllers, path, with colons between.
+// Each line names a group of the process: number, controllers and path, with colons between them.
 void ClampToOwnGroups(TextReader& reader, FreeMemory* memory)
 {
-    std::array<char, 8192> copy; // the reader's text does not last
+    std::array<char, 8192> copy; // the reader overwrites its text
     const std::string_view text = reader.Read("/proc/self", "", "cgroup");
     std::string_view rest{copy.data(), text.copy(copy.data(), copy.size())};
     while (!rest.empty()) {

@@ -1,4 +1,4 @@
-// The system log; it is reached for only when there is something to say.
+// Messages to the system log.
 #include "platform/log.h"
 
 #include <syslog.h>

@@ -1,5 +1,5 @@
-// The temporary file: reserved before it is mapped, so that a full disk shows here and never as a fault in a
-// paint.
+// The space of the temporary file is reserved before the file is mapped. So a full disk is an error here, and
+// never a fault during a paint.
 #include "platform/tempstore.h"
 
 #include "platform/freememory.h"
@@ -13,12 +13,11 @@
 #include <sys/statfs.h>
 #include <unistd.h>
 
-static_assert(sizeof(size_t) >= sizeof(int64_t), "a page is larger than a 32-bit size can say");
+static_assert(sizeof(size_t) >= sizeof(int64_t), "a page may have more bytes than a 32-bit size can count");
 
 namespace
 {
-// fallocate and not posix_fallocate: the latter writes a byte into every block where the file system cannot
-// reserve.
+// Not posix_fallocate: if the file system cannot reserve space, that function writes a byte into every block.
 bool Reserve(int file, int64_t bytes)
 {
     int result;
@@ -28,8 +27,8 @@ bool Reserve(int file, int64_t bytes)
     return result == 0;
 }
 
-// Half of the free space stays free. A tmpfs keeps its files in memory, and may be larger than what is left
-// of that: there half of the free memory stays free, too.
+// Returns true if the file leaves half of the free space free. A tmpfs keeps its files in memory and may be
+// larger than the free memory. On a tmpfs, the file must also leave half of the free memory free.
 bool LeavesHalf(int file, int64_t bytes)
 {
     struct statfs status;

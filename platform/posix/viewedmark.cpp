@@ -1,4 +1,4 @@
-// The viewed mark, on FAT by the archive attribute and elsewhere by an extended attribute.
+// The viewed mark is the archive attribute on FAT, and an extended attribute on other file systems.
 #include "platform/viewedmark.h"
 #include "platform/file.h"
 #include "platform/hooks.h"
@@ -43,7 +43,7 @@ public:
     int64_t FileSystemType(const char* path) override
     {
         struct statfs system;
-        // Some magic numbers have the top bit and the field is signed.
+        // Some magic numbers have the top bit set, and the field is signed.
         return statfs(path, &system) != 0 ? -errno : int64_t{static_cast<uint32_t>(system.f_type)};
     }
     int GetAttributes(int file, uint32_t* attributes) override
@@ -77,8 +77,8 @@ bool IsFat(int64_t file_system_type)
     return file_system_type == MSDOS_SUPER_MAGIC || file_system_type == kExfatMagic;
 }
 
-// The value that marks a file in this state. A mark is compared as a whole with the one that it should be, so
-// nothing that others write there needs to be understood.
+// The value that marks a file in this state. A mark is compared as a whole with the expected value. So values
+// of other programs need not be parsed.
 class MarkText
 {
 public:
@@ -99,8 +99,8 @@ private:
 
 void MarkOpenFile(int file, const CString& path, const FileStatus& status)
 {
-    // The attributes are read before the status: a write in between sets the archive attribute again and
-    // shows in the status.
+    // The attributes are read before the status. A write between the two calls sets the archive attribute
+    // again and changes the status.
     const bool is_fat = IsFat(Calls().FileSystemType(path.c_str()));
     uint32_t attributes = 0;
     if (is_fat && Calls().GetAttributes(file, &attributes) < 0)
@@ -160,7 +160,7 @@ bool ViewedMarks::HasAttributes(const char* path, uint64_t device)
     if (known != m_devices.end())
         return known->has_attributes;
     const int64_t type = Calls().FileSystemType(path);
-    if (type >= 0) // else the path is gone, which tells nothing of the others
+    if (type >= 0) // on failure, nothing is known about other files of the device
         m_devices.push_back({device, IsFat(type)});
     return IsFat(type);
 }
@@ -170,7 +170,7 @@ bool ViewedMarks::IsViewed(const char* path, const FileStatus& status)
     if (!status.IsFile())
         return false;
     if (!HasAttributes(path, status.device)) {
-        char value[MarkText::kRoom]; // a longer one is none of ours
+        char value[MarkText::kRoom]; // a longer value is not a mark
         const int64_t bytes = Calls().GetMark(path, value, sizeof value);
         return bytes > 0 && std::string_view{value, static_cast<size_t>(bytes)} == MarkText{status}.View();
     }

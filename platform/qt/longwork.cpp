@@ -20,9 +20,9 @@
 namespace
 {
 constexpr int64_t kCursorAfterMs = 100;
-constexpr int64_t kFirstLookMs = 1000;
-constexpr int64_t kLookEveryMs = 30;
-constexpr int kLongestLookMs = 10; // limit of a check, even if more events arrive
+constexpr int64_t kFirstCheckMs = 1000;
+constexpr int64_t kCheckIntervalMs = 30;
+constexpr int kLongestCheckMs = 10; // limit of a check, even if more events arrive
 
 // Qt would send the pointer's new shape with its next message to the display, after the work.
 void FlushDisplay()
@@ -86,7 +86,7 @@ int64_t LongWork::Now()
 void LongWork::Begin(bool show_cursor)
 {
     if (m_depth++ == 0)
-        m_begun = m_looked = Now();
+        m_begun = m_lastCheck = Now();
     if (show_cursor && IsAnyWindowExposed())
         ShowCursor();
 }
@@ -102,7 +102,7 @@ void LongWork::End()
 
 bool LongWork::IsInterrupted()
 {
-    if (m_depth == 0 || m_looking || !qApp)
+    if (m_depth == 0 || m_checking || !qApp)
         return false;
     if (m_interrupted)
         return true;
@@ -110,8 +110,8 @@ bool LongWork::IsInterrupted()
     if (now - m_begun < kCursorAfterMs)
         return false;
     ShowCursor();
-    if (now - m_begun >= kFirstLookMs && now - m_looked >= kLookEveryMs)
-        Look();
+    if (now - m_begun >= kFirstCheckMs && now - m_lastCheck >= kCheckIntervalMs)
+        Check();
     return m_interrupted;
 }
 
@@ -134,15 +134,15 @@ void LongWork::HideCursor()
 
 // Works like a very short box without a window: the queue handles nothing, and exposed windows are copied
 // from their buffers.
-void LongWork::Look()
+void LongWork::Check()
 {
     const ModalScope modal;
-    m_looking = true;
+    m_checking = true;
     qApp->installEventFilter(this);
-    QCoreApplication::processEvents(QEventLoop::AllEvents, kLongestLookMs);
+    QCoreApplication::processEvents(QEventLoop::AllEvents, kLongestCheckMs);
     qApp->removeEventFilter(this);
-    m_looking = false;
-    m_looked = Now();
+    m_checking = false;
+    m_lastCheck = Now();
 }
 
 bool LongWork::eventFilter(QObject* receiver, QEvent* event)
@@ -218,12 +218,12 @@ bool LongWork::event(QEvent* event)
         return QObject::event(event);
     if (m_ready.empty()) {
         // The window has received its close event, and has closed or refused to.
-        m_closing = m_closing && m_looking;
+        m_closing = m_closing && m_checking;
         return true;
     }
     HeldEvent held = std::move(m_ready.front());
     m_ready.pop_front();
-    if (m_looking) // the next work has begun
+    if (m_checking) // the next work has begun
         m_held.push_back(std::move(held));
     else if (held.receiver && (held.event->type() == QEvent::Leave || !IsBlocked(held.receiver)))
         Send(held);

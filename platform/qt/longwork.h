@@ -25,7 +25,7 @@ public:
     void End();
     bool IsInterrupted();
 
-    bool IsLooking() const { return m_looking; }
+    bool IsChecking() const { return m_checking; }
     // Called when the main window is about to be closed. From then on the work shows no box.
     void InterruptForExit() { m_interrupted = m_closing = true; }
     bool IsClosing() const { return m_closing; }
@@ -55,16 +55,16 @@ private:
 
     void ShowCursor();
     void HideCursor();
-    void Look();
+    void Check();
     void Hold(QObject* receiver, const QEvent* event);
     void SendHeld();
     static void Send(const HeldEvent& held);
 
-    int m_depth = 0;        // Begin calls without their End
-    int64_t m_begun = 0;    // in milliseconds
-    int64_t m_looked = 0;   // time of the last check, in milliseconds
-    bool m_shown = false;   // the hourglass
-    bool m_looking = false; // a check is running
+    int m_depth = 0;         // Begin calls without their End
+    int64_t m_begun = 0;     // in milliseconds
+    int64_t m_lastCheck = 0; // time of the last check, in milliseconds
+    bool m_shown = false;    // the hourglass
+    bool m_checking = false; // a check is running
     bool m_interrupted = false;
     bool m_closing = false;
     std::vector<HeldEvent> m_held;

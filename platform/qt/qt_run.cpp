@@ -168,7 +168,7 @@ private:
     void CloseNext()
     {
         LongWork& work = LongWork::Get();
-        if (work.IsLooking()) { // the work must end first
+        if (work.IsChecking()) { // the work must end first
             work.InterruptForExit();
             return;
         }

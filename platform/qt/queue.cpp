@@ -42,7 +42,7 @@ Queue& Queue::Get()
 void Queue::Post(CWnd* window, UINT message, WPARAM wParam, LPARAM lParam)
 {
     m_posted.push_back({window, message, wParam, lParam, m_turn});
-    Kick();
+    ScheduleTurn();
 }
 
 void Queue::AddKey(CWnd* window, UINT key, UINT character, bool control)
@@ -56,7 +56,7 @@ void Queue::AddKey(CWnd* window, UINT key, UINT character, bool control)
         }
     }
     m_keys.push_back({window, key, character, 1, control});
-    Kick();
+    ScheduleTurn();
 }
 
 void Queue::SetTimer(CWnd* window, UINT id, UINT milliseconds)
@@ -97,7 +97,7 @@ void Queue::AddDirty(ViewWidget* view)
 {
     if (std::find(m_dirty.begin(), m_dirty.end(), view) == m_dirty.end())
         m_dirty.push_back(view);
-    Kick();
+    ScheduleTurn();
 }
 
 void Queue::PaintNow(ViewWidget* view)
@@ -112,13 +112,13 @@ void Queue::AddShown(ViewWidget* view)
 {
     if (std::find(m_shown.begin(), m_shown.end(), view) == m_shown.end())
         m_shown.push_back(view);
-    Kick();
+    ScheduleTurn();
 }
 
 void Queue::InputHandled()
 {
     m_inputSinceShow = true;
-    Kick();
+    ScheduleTurn();
 }
 
 void Queue::Forget(const CWnd* window)
@@ -149,7 +149,7 @@ void Queue::EnterModal()
 void Queue::LeaveModal()
 {
     if (--m_modal == 0)
-        Kick();
+        ScheduleTurn();
 }
 
 bool Queue::IsIdle() const
@@ -157,7 +157,7 @@ bool Queue::IsIdle() const
     return m_keys.empty() && m_posted.empty() && m_dirty.empty() && m_shown.empty();
 }
 
-void Queue::Kick()
+void Queue::ScheduleTurn()
 {
     if (m_armed || m_modal > 0 || !QCoreApplication::instance())
         return;
@@ -190,7 +190,7 @@ void Queue::Turn()
     if (!left || answered || !m_sinceShow.isValid() || m_sinceShow.elapsed() >= kShowEveryMs)
         ShowGathered();
     if (left)
-        Kick();
+        ScheduleTurn();
 }
 
 void Queue::DispatchKey()
@@ -199,13 +199,13 @@ void Queue::DispatchKey()
     m_keys.pop_front();
     m_inputSinceShow = true;
     SetControlState(key.control);
-    const LPARAM words = PackPoint(static_cast<int>(key.count), 0);
+    const LPARAM count = PackPoint(static_cast<int>(key.count), 0);
     // WM_KEYDOWN may destroy the window and delete the object. Forget then clears m_keyWindow.
     m_keyWindow = key.window;
     if (key.key != 0)
-        key.window->SendMessage(WM_KEYDOWN, key.key, words);
+        key.window->SendMessage(WM_KEYDOWN, key.key, count);
     if (key.character != 0 && m_keyWindow == key.window)
-        key.window->SendMessage(WM_CHAR, key.character, words);
+        key.window->SendMessage(WM_CHAR, key.character, count);
 }
 
 void Queue::DispatchKeys()

@@ -68,7 +68,7 @@ private:
     };
 
     // Posts the event for the next turn, unless it is already posted or a modal window is open.
-    void Kick();
+    void ScheduleTurn();
     void Turn();
     void DispatchKey();
     bool PaintOne();
