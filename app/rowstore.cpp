@@ -155,7 +155,8 @@ bool CLumentaDoc::FillMapping(int32_t stop)
             const size_t kept = written / row_bytes;
             const size_t cut = written % row_bytes;
             std::fill_n(block.get(), cut, uint8_t{0});
-            WriteTempFile(m_hTempFile, offset + static_cast<int64_t>(written - cut), block.get(), cut);
+            static_cast<void>(
+                WriteTempFile(m_hTempFile, offset + static_cast<int64_t>(written - cut), block.get(), cut));
             m_nLastRow += static_cast<int32_t>(kept) + 1;
             return ReportRow(m_nLastRow);
         }
@@ -170,7 +171,7 @@ void CLumentaDoc::ZeroRows(int32_t first, int32_t stop)
 {
     const int32_t step = std::max(kZeroBytes / m_nRowBytes, 1);
     for (int32_t row = first; row < stop; row += std::min(step, stop - row)) {
-        WorkInterrupted();
+        static_cast<void>(WorkInterrupted());
         memset(RowAddress(row), 0,
                static_cast<size_t>(std::min(step, stop - row)) * static_cast<size_t>(m_nRowBytes));
     }

@@ -71,9 +71,10 @@ private:
     {
         static constexpr uint8_t kRows[64 * 8] = {};
         CBitmap bitmap;
-        bitmap.CreateBitmap(kKeyRect.Width(), kKeyRect.Height(), kRows, 8);
         CDC memory;
-        memory.CreateCompatibleDC(dc);
+        if (!bitmap.CreateBitmap(kKeyRect.Width(), kKeyRect.Height(), kRows, 8) ||
+            !memory.CreateCompatibleDC(dc))
+            return;
         memory.SelectObject(&bitmap);
         dc->BitBlt(kKeyRect.left, kKeyRect.top, kKeyRect.Width(), kKeyRect.Height(), memory, 0, 0,
                    m_black ? SRCCOPY : NOTSRCCOPY);

@@ -14,7 +14,7 @@ class CWinApp : public CCmdTarget
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     // Only one application object may exist at a time. `resources` must outlive it.
     explicit CWinApp(const ApplicationResources& resources);
@@ -24,14 +24,14 @@ public:
     virtual bool InitInstance() = 0;
     virtual int ExitInstance(); // writes the list of recent files; returns the exit status
 
-    const ApplicationResources& GetResources() const { return m_resources; }
-    CString LoadString(UINT id) const; // empty if there is no text with this number
+    [[nodiscard]] const ApplicationResources& GetResources() const { return m_resources; }
+    [[nodiscard]] CString LoadString(UINT id) const; // empty if there is no text with this number
     // Returns the arrow if there is no cursor with this number.
-    CursorShape LoadCursor(UINT id) const;
+    [[nodiscard]] CursorShape LoadCursor(UINT id) const;
 
     // The application owns the template, which replaces any earlier one.
     void AddDocTemplate(std::unique_ptr<CSingleDocTemplate> document_template);
-    CSingleDocTemplate* GetDocTemplate() const { return m_template.get(); }
+    [[nodiscard]] CSingleDocTemplate* GetDocTemplate() const { return m_template.get(); }
     // Shows an empty document.
     void OnFileNew();
     CDocument* OpenDocumentFile(const CString& path); // null if no page was opened
@@ -42,8 +42,9 @@ public:
     // stored under the company's name, which must be set first.
     void SetRegistryKey(const CString& company);
     // Each returns default_value if the value does not exist or cannot be read.
-    int GetProfileInt(const char* section, const char* key, int default_value) const;
-    CString GetProfileString(const char* section, const char* key, const CString& default_value = {}) const;
+    [[nodiscard]] int GetProfileInt(const char* section, const char* key, int default_value) const;
+    [[nodiscard]] CString GetProfileString(const char* section, const char* key,
+                                           const CString& default_value = {}) const;
     // Each returns false if the value could not be stored. No message is shown.
     bool WriteProfileInt(const char* section, const char* key, int value);
     bool WriteProfileString(const char* section, const char* key, const CString& value);
@@ -52,7 +53,7 @@ public:
     // and the list never becomes longer. AddToRecentFileList puts a file at the front, with its full path.
     void LoadStdProfileSettings(int recent_files);
     void AddToRecentFileList(const CString& name);
-    const std::vector<CString>& GetRecentFiles() const { return m_recent; }
+    [[nodiscard]] const std::vector<CString>& GetRecentFiles() const { return m_recent; }
 
     // Shows the page setup dialog.
     void OnFilePrintSetup();
@@ -66,7 +67,7 @@ public:
 protected:
     static const MessageEntry entries[];
     static const MessageMap messages;
-    const MessageMap& GetMessageMap() const override { return messages; }
+    [[nodiscard]] const MessageMap& GetMessageMap() const override { return messages; }
 
 private:
     static void QuitMessageLoop();
@@ -78,7 +79,7 @@ private:
     int m_recentMax = 0;
 };
 
-CWinApp* AfxGetApp(); // null if there is none
+[[nodiscard]] CWinApp* AfxGetApp(); // null if there is none
 
 // Shows a modal box with the text and an OK button. While it is open, nothing is painted and no posted
 // message is handled.

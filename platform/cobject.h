@@ -12,12 +12,15 @@ struct CRuntimeClass {
     const CRuntimeClass* base;
     CObject* (*create)();
 
-    bool IsDerivedFrom(const CRuntimeClass& other) const;
-    CObject* CreateObject() const { return create ? create() : nullptr; } // the caller owns the object
+    [[nodiscard]] bool IsDerivedFrom(const CRuntimeClass& other) const;
+    [[nodiscard]] CObject* CreateObject() const
+    {
+        return create ? create() : nullptr;
+    } // the caller owns the object
 };
 
 template <class T>
-CObject* CreateObjectOf()
+[[nodiscard]] CObject* CreateObjectOf()
 {
     return new T;
 }
@@ -31,13 +34,16 @@ public:
     virtual ~CObject();
 
     static const CRuntimeClass classRecord;
-    virtual const CRuntimeClass& GetRuntimeClass() const { return classRecord; }
-    bool IsKindOf(const CRuntimeClass& record) const { return GetRuntimeClass().IsDerivedFrom(record); }
+    [[nodiscard]] virtual const CRuntimeClass& GetRuntimeClass() const { return classRecord; }
+    [[nodiscard]] bool IsKindOf(const CRuntimeClass& record) const
+    {
+        return GetRuntimeClass().IsDerivedFrom(record);
+    }
 };
 
 // Returns the object as a T, or null if it is null or not of class T by its run-time class record.
 template <class T>
-T* DynamicDowncast(CObject* object)
+[[nodiscard]] T* DynamicDowncast(CObject* object)
 {
     return object && object->IsKindOf(T::classRecord) ? static_cast<T*>(object) : nullptr;
 }

@@ -14,26 +14,30 @@ public:
     CString(std::string_view text);
     CString(const std::string& text) : CString(std::string_view{text}) {}
 
-    bool IsEmpty() const { return View().empty(); }
+    [[nodiscard]] bool IsEmpty() const { return View().empty(); }
     void Empty() { m_text.reset(); }
-    int GetLength() const { return static_cast<int>(View().size()); } // bytes
+    [[nodiscard]] int GetLength() const { return static_cast<int>(View().size()); } // bytes
     // index: 0 to GetLength() - 1, not checked.
     char operator[](int index) const { return View()[static_cast<size_t>(index)]; }
 
-    const char* c_str() const { return m_text ? m_text->c_str() : ""; }
-    std::string_view View() const { return m_text ? std::string_view{*m_text} : std::string_view{}; }
+    [[nodiscard]] const char* c_str() const { return m_text ? m_text->c_str() : ""; }
+    [[nodiscard]] std::string_view View() const
+    {
+        return m_text ? std::string_view{*m_text} : std::string_view{};
+    }
 
     // Return the first or last `count` bytes, or the bytes from `first` on. Numbers out of range are clamped.
-    CString Left(int count) const;
-    CString Right(int count) const;
-    CString Mid(int first) const;
-    int Find(char wanted) const;                // index of the first such byte, or -1
-    int ReverseFind(char wanted) const;         // index of the last such byte, or -1
-    int FindOneOf(std::string_view set) const;  // index of the first byte that is in the set, or -1
-    int FindLastOf(std::string_view set) const; // index of the last byte that is in the set, or -1
+    [[nodiscard]] CString Left(int count) const;
+    [[nodiscard]] CString Right(int count) const;
+    [[nodiscard]] CString Mid(int first) const;
+    // Return the index of a byte, or -1 if there is none.
+    [[nodiscard]] int Find(char wanted) const;                // the first such byte
+    [[nodiscard]] int ReverseFind(char wanted) const;         // the last such byte
+    [[nodiscard]] int FindOneOf(std::string_view set) const;  // the first byte that is in the set
+    [[nodiscard]] int FindLastOf(std::string_view set) const; // the last byte that is in the set
     // Compares without regard to the case of ASCII letters. Returns a negative number, 0 or a positive
     // number.
-    int CompareNoCase(std::string_view other) const;
+    [[nodiscard]] int CompareNoCase(std::string_view other) const;
 
     // Replaces the text by the output of printf for these arguments.
     void Format(const char* format, ...) __attribute__((format(printf, 2, 3)));

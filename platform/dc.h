@@ -23,11 +23,11 @@ class CPalette : public CObject
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     // Throws std::bad_alloc if memory is short.
     explicit CPalette(std::vector<COLORREF> entries) : m_entries(std::move(entries)) {}
-    const std::vector<COLORREF>& GetPaletteEntries() const { return m_entries; }
+    [[nodiscard]] const std::vector<COLORREF>& GetPaletteEntries() const { return m_entries; }
 
 private:
     std::vector<COLORREF> m_entries;
@@ -51,9 +51,9 @@ struct BitmapInfo {
     };
     std::array<Color, 256> colors{};
 
-    int32_t Lines() const { return height < 0 ? -height : height; }
+    [[nodiscard]] int32_t Lines() const { return height < 0 ? -height : height; }
     // Returns line y of `bits`, counted from the top.
-    const uint8_t* Line(const uint8_t* bits, int y) const
+    [[nodiscard]] const uint8_t* Line(const uint8_t* bits, int y) const
     {
         return bits + (height < 0 ? ptrdiff_t{y} : ptrdiff_t{height} - 1 - y) * width;
     }
@@ -65,17 +65,17 @@ class CBitmap : public CObject
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     // width and height are in pixels. Rows are row_bytes apart. The leftmost pixel is in the top bit of a
     // byte. Returns false and changes nothing if a size is not above 0, rows is null, or row_bytes is too
     // small for width pixels.
-    bool CreateBitmap(int width, int height, const uint8_t* rows, ptrdiff_t row_bytes);
+    [[nodiscard]] bool CreateBitmap(int width, int height, const uint8_t* rows, ptrdiff_t row_bytes);
 
-    int Width() const { return m_width; }
-    int Height() const { return m_height; }
-    const uint8_t* Rows() const { return m_rows; }
-    ptrdiff_t RowBytes() const { return m_row_bytes; }
+    [[nodiscard]] int Width() const { return m_width; }
+    [[nodiscard]] int Height() const { return m_height; }
+    [[nodiscard]] const uint8_t* Rows() const { return m_rows; }
+    [[nodiscard]] ptrdiff_t RowBytes() const { return m_row_bytes; }
 
 private:
     int m_width = 0;
@@ -90,20 +90,20 @@ class DeviceTarget
 public:
     virtual ~DeviceTarget();
 
-    virtual bool IsPrinting() const { return false; }
+    [[nodiscard]] virtual bool IsPrinting() const { return false; }
     virtual RegionKind GetClipBox(CRect* box) const = 0;
-    virtual int GetDeviceCaps(int index) const = 0;
+    [[nodiscard]] virtual int GetDeviceCaps(int index) const = 0;
 
     // Draws the part of a 1-bit bitmap that starts at (source_x, source_y) to the rectangle dest, without
     // scaling. The caller has clipped dest to the bitmap. zero and one are the colours of the two bit values.
     // Returns false if nothing was drawn.
-    virtual bool DrawBilevel(const CRect& dest, const CBitmap& bitmap, int source_x, int source_y,
-                             COLORREF zero, COLORREF one) = 0;
+    [[nodiscard]] virtual bool DrawBilevel(const CRect& dest, const CBitmap& bitmap, int source_x,
+                                           int source_y, COLORREF zero, COLORREF one) = 0;
 
     // Draws the rectangle source of an 8-bit bitmap to dest, and scales it if the sizes differ. Line 0 of
     // source is the top line. colors has 256 entries. Returns false if nothing was drawn.
-    virtual bool DrawIndexed(const CRect& dest, const BitmapInfo& info, const uint8_t* bits,
-                             const CRect& source, const COLORREF* colors) = 0;
+    [[nodiscard]] virtual bool DrawIndexed(const CRect& dest, const BitmapInfo& info, const uint8_t* bits,
+                                           const CRect& source, const COLORREF* colors) = 0;
 
     // See CDC::AbortDoc.
     virtual void AbortDoc(bool) {}
@@ -115,7 +115,7 @@ class CDC : public CObject
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CDC() = default;
     // The context owns the target.
@@ -126,15 +126,15 @@ public:
     void CreateDisplayInformation();
     // Makes a memory context. With a bitmap selected into it, it is a source for BitBlt. Returns false if
     // `like` is null or has no target.
-    bool CreateCompatibleDC(const CDC* like);
+    [[nodiscard]] bool CreateCompatibleDC(const CDC* like);
     // Makes a context that draws on pixels in memory, which must outlive it. The clip box is the whole
     // buffer.
     void CreateOnPixels(PixelBuffer* pixels);
 
-    bool IsPrinting() const;
+    [[nodiscard]] bool IsPrinting() const;
     // index is a DeviceCap: the size of the device in pixels, or its pixels per inch. Returns 0 if the device
     // does not know it, and without a target.
-    int GetDeviceCaps(int index) const;
+    [[nodiscard]] int GetDeviceCaps(int index) const;
     void SetViewportOrg(int x, int y) { m_origin = {x, y}; }
     // Sets *box to the clip box, in logical coordinates. Returns ERRORREGION and an empty box without a
     // target.
@@ -169,12 +169,12 @@ public:
 
 protected:
     void SetTarget(std::unique_ptr<DeviceTarget> target);
-    DeviceTarget* Target() const { return m_target.get(); }
+    [[nodiscard]] DeviceTarget* Target() const { return m_target.get(); }
 
 private:
-    CRect ToDevice(int x, int y, int width, int height) const;
-    int DrawDib(const CRect& dest, const CRect& source, const uint8_t* bits, const BitmapInfo& info,
-                UINT operation);
+    [[nodiscard]] CRect ToDevice(int x, int y, int width, int height) const;
+    [[nodiscard]] int DrawDib(const CRect& dest, const CRect& source, const uint8_t* bits,
+                              const BitmapInfo& info, UINT operation);
 
     std::unique_ptr<DeviceTarget> m_target;
     CPoint m_origin;

@@ -31,7 +31,7 @@ public:
 
     // Makes the exchange fail: shows the message and moves the focus to the control. The dialog stays open.
     void Fail(UINT id, const CString& message);
-    bool HasFailed() const { return m_failed; }
+    [[nodiscard]] bool HasFailed() const { return m_failed; }
 
     CDialog* const m_pDlgWnd;
     const bool m_bSaveAndValidate; // true: from the controls to the values; false: the reverse
@@ -46,7 +46,7 @@ class CDialog : public CWnd
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     explicit CDialog(UINT template_number); // number of a template in the application's resources
     ~CDialog() override;
@@ -65,9 +65,9 @@ public:
 
     // If there is no such control, these do nothing and return empty text or false.
     void SetDlgItemText(UINT id, const CString& text);
-    CString GetDlgItemText(UINT id) const;
+    [[nodiscard]] CString GetDlgItemText(UINT id) const;
     void CheckDlgButton(UINT id, bool on);
-    bool IsDlgButtonChecked(UINT id) const;
+    [[nodiscard]] bool IsDlgButtonChecked(UINT id) const;
     void GotoDlgCtrl(UINT id);                // moves the focus to it and selects its text
     void BindControl(UINT id, CWnd& control); // see DDX_Control
     void SetDlgItemRows(UINT id, const std::vector<NamedText>& rows);
@@ -92,7 +92,7 @@ protected:
     virtual void OnCancel(); // ends with IDCANCEL
     // Called by UpdateData: calls a DDX function for each value.
     virtual void DoDataExchange(CDataExchange* exchange);
-    virtual bool OnWork(); // a step of the work; returns false after the last step
+    [[nodiscard]] virtual bool OnWork(); // a step of the work; returns false after the last step
 
     bool OnCommandMessage(UINT command) override;
     LRESULT DefWindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
@@ -109,22 +109,22 @@ class CListBox : public CWnd
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     void SetContent(std::vector<CString> entries); // replaces all entries; no entry is selected
-    int GetCount() const;
-    CString GetText(int index) const;     // empty if there is no such entry
-    std::vector<int> GetSelItems() const; // ascending
+    [[nodiscard]] int GetCount() const;
+    [[nodiscard]] CString GetText(int index) const;     // empty if there is no such entry
+    [[nodiscard]] std::vector<int> GetSelItems() const; // ascending
 };
 
 class CComboBox : public CWnd
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
-    int GetCount() const;
-    CString GetLBText(int index) const; // empty if there is no such entry
+    [[nodiscard]] int GetCount() const;
+    [[nodiscard]] CString GetLBText(int index) const; // empty if there is no such entry
     // -1 selects no entry.
     void SetCurSel(int index);
 };
@@ -150,4 +150,4 @@ enum DirectoryListFlag : UINT {
 // followed by patterns. Without a directory, the working directory of the process is listed. Afterwards
 // *target holds only the patterns. The control `path` shows the directory. Returns false and changes nothing
 // if the directory cannot be listed, or if *target has more than kLongestPath bytes.
-bool DlgDirList(CDialog& dialog, CString* target, UINT list, UINT path, UINT types);
+[[nodiscard]] bool DlgDirList(CDialog& dialog, CString* target, UINT list, UINT path, UINT types);

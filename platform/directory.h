@@ -34,9 +34,9 @@ enum class Marks {
 //
 // Makes one status call per entry, and one call for the mark of each matching file. An empty directory has no
 // entries and no error. A directory that does not exist, is no directory or may not be read sets `error`.
-DirectoryListing ListDirectory(const CString& directory, const CString& patterns, Marks marks);
+[[nodiscard]] DirectoryListing ListDirectory(const CString& directory, const CString& patterns, Marks marks);
 
 // Returns true if the whole name matches one of the patterns. Patterns are separated by semicolons, with
 // blanks around them ignored, as in "*.tif; *.low". "*" matches any text, "?" one character. The case of
 // ASCII letters is ignored. "*.*" matches every name, and so does an empty list of patterns.
-bool MatchesPatterns(std::string_view name, std::string_view patterns);
+[[nodiscard]] bool MatchesPatterns(std::string_view name, std::string_view patterns);

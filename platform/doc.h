@@ -13,21 +13,21 @@ class CDocument : public CCmdTarget
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CDocument();
     ~CDocument() override; // removes itself from its views
 
-    const CString& GetTitle() const { return m_title; }
+    [[nodiscard]] const CString& GetTitle() const { return m_title; }
     virtual void SetTitle(const CString& title); // also updates the titles of its frames
-    const CString& GetPathName() const { return m_path; }
+    [[nodiscard]] const CString& GetPathName() const { return m_path; }
     // Also sets the file's name as the title, through SetTitle.
     virtual void SetPathName(const CString& path, bool add_to_recent = true);
-    bool IsModified() const { return m_modified; }
+    [[nodiscard]] bool IsModified() const { return m_modified; }
     void SetModifiedFlag(bool modified) { m_modified = modified; }
 
     virtual bool OnNewDocument(); // calls DeleteContents and resets path and modified flag; returns true
-    virtual bool OnOpenDocument(const CString& path) = 0;
+    [[nodiscard]] virtual bool OnOpenDocument(const CString& path) = 0;
     virtual void DeleteContents();
     // Destroys the frames of all views, the last one first, then deletes the document.
     virtual void OnCloseDocument();
@@ -35,8 +35,8 @@ public:
     void AddView(CView* view);
     void RemoveView(CView* view);
     // Returns a copy, because views may be destroyed while a caller uses the list.
-    std::vector<CView*> GetViews() const { return m_views; }
-    bool HasView(const CView* view) const;
+    [[nodiscard]] std::vector<CView*> GetViews() const { return m_views; }
+    [[nodiscard]] bool HasView(const CView* view) const;
 
     // Calls OnUpdate of each view except sender.
     void UpdateAllViews(CView* sender, LPARAM hint = 0, CObject* hint_object = nullptr);
@@ -44,7 +44,7 @@ public:
 
 protected:
     static const MessageMap messages;
-    const MessageMap& GetMessageMap() const override { return messages; }
+    [[nodiscard]] const MessageMap& GetMessageMap() const override { return messages; }
 
 private:
     CString m_title;
@@ -72,7 +72,7 @@ public:
     // view, and shows the frame. After a success the views receive OnInitialUpdate. Returns null if the
     // document or the frame refused.
     CDocument* OpenDocumentFile(const CString* path);
-    CDocument* GetDocument() const { return m_document; }
+    [[nodiscard]] CDocument* GetDocument() const { return m_document; }
     void ForgetDocument() { m_document = nullptr; } // called when the document is deleted
 
 private:

@@ -7,7 +7,7 @@
 // Opens a regular file for reading, following links. Never blocks. Returns a descriptor, which the caller
 // closes. Returns -1 with errno set if the path is no regular file (a directory, FIFO or device), does not
 // exist, has 4096 bytes or more, or may not be read.
-int OpenRegularFile(const CString& path);
+[[nodiscard]] int OpenRegularFile(const CString& path);
 
 // Thrown by the operations of CFile.
 class CFileException
@@ -49,12 +49,12 @@ public:
 
     void Seek(int64_t offset); // bytes from the start of the file
     // Returns the number of bytes read: fewer only at the end of the file.
-    uint32_t Read(void* buffer, uint32_t bytes);
+    [[nodiscard]] uint32_t Read(void* buffer, uint32_t bytes);
     void Write(const void* buffer, uint32_t bytes);
     void Close();
 
     // Returns the number of bytes from the position to the end of the file; -1 if the file has no known size.
-    int64_t BytesLeft() const;
+    [[nodiscard]] int64_t BytesLeft() const;
 
 private:
     int m_file = -1; // -1 after Close
@@ -80,11 +80,13 @@ struct OVERLAPPED {
 // failure, and GetLastError then returns the reason. If the handle is non-blocking and not ready, a call with
 // `overlapped` fails with kIoPending, and GetOverlappedResult returns the outcome. A call without
 // `overlapped` fails with EAGAIN.
-bool ReadFile(HANDLE handle, void* buffer, uint32_t bytes, uint32_t* done, OVERLAPPED* overlapped);
-bool WriteFile(HANDLE handle, const void* buffer, uint32_t bytes, uint32_t* done, OVERLAPPED* overlapped);
+[[nodiscard]] bool ReadFile(HANDLE handle, void* buffer, uint32_t bytes, uint32_t* done,
+                            OVERLAPPED* overlapped);
+[[nodiscard]] bool WriteFile(HANDLE handle, const void* buffer, uint32_t bytes, uint32_t* done,
+                             OVERLAPPED* overlapped);
 // Completes a pending transfer. If `wait` is true, blocks until the transfer is complete. Otherwise fails
 // with kIoPending if it is not complete.
-bool GetOverlappedResult(HANDLE handle, OVERLAPPED* overlapped, uint32_t* done, bool wait);
-int32_t GetLastError(); // of the last failed transfer: errno, or kIoPending
+[[nodiscard]] bool GetOverlappedResult(HANDLE handle, OVERLAPPED* overlapped, uint32_t* done, bool wait);
+[[nodiscard]] int32_t GetLastError(); // of the last failed transfer: errno, or kIoPending
 // Returns the number of bytes from the position to the end of a regular file; -1 if this is not known.
-int64_t BytesLeft(HANDLE handle);
+[[nodiscard]] int64_t BytesLeft(HANDLE handle);

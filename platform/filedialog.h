@@ -15,7 +15,7 @@ class CFileDialog : public CWnd
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     // filter: pairs "text|pattern|text|pattern||". Blanks around texts and patterns are dropped. Only the
     // text is shown. A pattern may be several patterns with semicolons between them. Patterns ignore case,
@@ -41,9 +41,9 @@ public:
     // These work only while the dialog is open. An index counts the entries in the order shown, and is valid
     // until the directory changes.
     void SetDlgItemText(UINT id, const CString& text); // id: only kFileDialogLabel
-    CString GetDlgItemText(UINT id) const;
-    int GetCurSel(UINT list) const;        // -1: nothing in this list is selected
-    CString GetEntryText(int index) const; // full path; empty if there is no such entry
+    [[nodiscard]] CString GetDlgItemText(UINT id) const;
+    [[nodiscard]] int GetCurSel(UINT list) const;        // -1: nothing in this list is selected
+    [[nodiscard]] CString GetEntryText(int index) const; // full path; empty if there is no such entry
 
     // Called after a selection: `index` is the selected entry of `list`, or -1 if none is selected. Also
     // called with kFileDialogDirectories and -1 after the dialog shows another directory.

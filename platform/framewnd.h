@@ -14,35 +14,37 @@ enum FrameStyle : uint32_t {
 constexpr size_t kTitleBytes = 255; // largest length of a title
 
 // Returns a window's title: the label and the suffix. If the title is too long, the label is cut.
-CString WindowTitle(const CString& label, const CString& suffix);
+[[nodiscard]] CString WindowTitle(const CString& label, const CString& suffix);
 
 class CFrameWnd : public CWnd
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CFrameWnd();
     ~CFrameWnd() override;
 
     // Makes the application's main window, with its menu, accelerators and title. Returns false if the window
     // could not be made; the frame then deletes itself.
-    bool LoadFrame(UINT resource, uint32_t style, CCreateContext* context);
+    [[nodiscard]] bool LoadFrame(UINT resource, uint32_t style, CCreateContext* context);
     // Makes a further top-level window, without menu and without parent. rect is the rectangle of the frame.
     // If it is empty or on no screen, the frame is as large as the primary screen. Fails like LoadFrame.
-    bool Create(const CString& title, uint32_t style, const CRect& rect, CCreateContext* context);
+    [[nodiscard]] bool Create(const CString& title, uint32_t style, const CRect& rect,
+                              CCreateContext* context);
 
-    CView* GetActiveView() const { return m_activeView; }
+    [[nodiscard]] CView* GetActiveView() const { return m_activeView; }
     // If `notify` is true, calls OnActivateView of the old and of the new view.
     void SetActiveView(CView* view, bool notify = true);
-    CDocument* GetActiveDocument() const;
+    [[nodiscard]] CDocument* GetActiveDocument() const;
     // Shows the frame in front of the other windows, and makes its view the active one. show_command is a
     // ShowCommand, or -1: restores the frame if it is minimised, else leaves its state unchanged.
     void ActivateFrame(int show_command = -1);
     // Shows the current title of the document.
     virtual void OnUpdateFrameTitle(bool add_to_title);
 
-    CWnd* GetDescendantWindow(UINT id) const; // the view; null for any number but AFX_IDW_PANE_FIRST
+    [[nodiscard]] CWnd*
+    GetDescendantWindow(UINT id) const; // the view; null for any number but AFX_IDW_PANE_FIRST
     // Places the upper left corner of the frame, and resizes the frame so that its client area has at least
     // the size `client`. Call it before the frame is shown. The client area is a pixel larger if the screen's
     // device pixel ratio does not allow the exact size, and never larger than all screens together. The frame
@@ -52,16 +54,16 @@ public:
     // Full screen: without title bar and menu bar. Accelerators still work. GetWindowPlacement still returns
     // the placement from before, which is restored at the end.
     void ShowFullScreen(bool on);
-    bool IsFullScreen() const;
+    [[nodiscard]] bool IsFullScreen() const;
 
     bool OnCmdMsg(UINT command, CommandStep step, CCmdUI* ui) override;
-    bool HasCommandHandler(UINT command) override;
+    [[nodiscard]] bool HasCommandHandler(UINT command) override;
     // Returns the state of a menu entry from its update handler. Without an update handler, the entry is
     // enabled if a handler would run its command.
-    CCmdUI QueryCommand(UINT command);
+    [[nodiscard]] CCmdUI QueryCommand(UINT command);
     // Returns the text of the message pane, by default the idle message. The prompt of a menu entry covers
     // it.
-    virtual CString GetMessageText() const;
+    [[nodiscard]] virtual CString GetMessageText() const;
     // Shows the message text, and calls the update handlers of the other status panes. A pane that no handler
     // enables is blank. Called when the program becomes idle, while it is busy each time that drawn pixels are
     // copied to the screen, and before a box or dialog opens.
@@ -70,7 +72,7 @@ public:
 protected:
     static const MessageEntry entries[];
     static const MessageMap messages;
-    const MessageMap& GetMessageMap() const override { return messages; }
+    [[nodiscard]] const MessageMap& GetMessageMap() const override { return messages; }
 
     bool OnCommandMessage(UINT command) override;
     void DestroyChildren() override;
@@ -85,7 +87,7 @@ private:
     friend class CView;
     void ForgetView(const CView* view); // called when the view is destroyed
     friend class CStatusBar;
-    bool CreateFromStruct(CREATESTRUCT& cs);
+    [[nodiscard]] bool CreateFromStruct(CREATESTRUCT& cs);
     void MakePeer(const CREATESTRUCT& cs);
 
     CView* m_activeView = nullptr;
@@ -99,19 +101,19 @@ class CStatusBar : public CWnd
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CStatusBar();
     ~CStatusBar() override;
 
     // Makes the bar in a frame. Returns false if `parent` has no window.
-    bool Create(CFrameWnd* parent);
+    [[nodiscard]] bool Create(CFrameWnd* parent);
     // Makes one pane for each number. ID_SEPARATOR is the message pane, which takes the free width. The
     // others are as wide as their string resource. Returns false if the bar has no window.
-    bool SetIndicators(std::span<const UINT> ids);
+    [[nodiscard]] bool SetIndicators(std::span<const UINT> ids);
     bool SetPaneText(int index, const CString& text); // shown at once; false if there is no such pane
-    CString GetPaneText(int index) const;
+    [[nodiscard]] CString GetPaneText(int index) const;
     void EnablePane(int index, bool on); // a disabled pane is blank
-    int GetPaneCount() const;
-    UINT GetPaneId(int index) const;
+    [[nodiscard]] int GetPaneCount() const;
+    [[nodiscard]] UINT GetPaneId(int index) const;
 };

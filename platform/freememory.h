@@ -12,16 +12,16 @@ struct FreeMemory {
 
 // Reads the figures from the kernel's files. Tests set `root`, a directory that is put before /proc and /sys.
 // A file that is missing or has no number is ignored. Without /proc/meminfo both figures are 0.
-FreeMemory ReadFreeMemory(std::string_view root = {});
+[[nodiscard]] FreeMemory ReadFreeMemory(std::string_view root = {});
 
 // The same as two figures whose sum fits 32 bits unsigned.
 struct MemoryStatus {
     uint32_t available_physical = 0;  // bytes, at most 0x7fffffff
     uint32_t available_page_file = 0; // bytes, at most 0x7fffffff
 };
-MemoryStatus ClampToStatus(const FreeMemory& memory);
-MemoryStatus GlobalMemoryStatus();
+[[nodiscard]] MemoryStatus ClampToStatus(const FreeMemory& memory);
+[[nodiscard]] MemoryStatus GlobalMemoryStatus();
 
 // Returns the largest size in bytes of a single block: half of the free memory and swap space. The system
 // would grant a larger block, and end the program when the block is filled.
-int64_t LargestBlock();
+[[nodiscard]] int64_t LargestBlock();

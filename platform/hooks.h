@@ -13,7 +13,7 @@ class CWnd;
 class MarkCalls;
 
 struct Hooks {
-    static Hooks& Get()
+    [[nodiscard]] static Hooks& Get()
     {
         static Hooks hooks;
         return hooks;

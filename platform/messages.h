@@ -65,7 +65,7 @@ enum MouseFlag : UINT { MK_LBUTTON = 1, MK_RBUTTON = 2, MK_SHIFT = 4, MK_CONTROL
 
 // High half of the first parameter of WM_XBUTTONDOWN: the mouse's buttons for back and forward.
 enum XButton : UINT { XBUTTON1 = 1, XBUTTON2 = 2 };
-constexpr UINT XButtonOf(UINT flags)
+[[nodiscard]] constexpr UINT XButtonOf(UINT flags)
 {
     return flags >> 16;
 }
@@ -87,21 +87,21 @@ struct MessageMap {
     std::span<const MessageEntry> entries;
 
     // Searches the entries of this class first, then those of its bases. Returns null if there is none.
-    const MessageEntry* Find(MessageEntry::Kind kind, UINT id) const;
+    [[nodiscard]] const MessageEntry* Find(MessageEntry::Kind kind, UINT id) const;
 };
 
 class CCmdTarget : public CObject
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     enum class CommandStep : uint8_t { run, update };
     // Offers a command to the handlers on the class's path, in order. Returns true if one of them took it.
     // For `update`, ui is the menu entry or status pane to be updated.
     virtual bool OnCmdMsg(UINT command, CommandStep step, CCmdUI* ui);
     // Returns true if a handler on the path would run the command.
-    virtual bool HasCommandHandler(UINT command);
+    [[nodiscard]] virtual bool HasCommandHandler(UINT command);
 
     // These two enclose work that may take long. Pairs may be nested. The pointer becomes an hourglass: after
     // a moment with whenDue, at once with atOnce. Use atOnce if a single system call may block. The outermost
@@ -114,18 +114,18 @@ public:
     // closing of a window. If it finds one, it returns true from then on until the outermost End, and the
     // work must stop. During a check nothing is painted and no posted message is handled, as while a box is
     // open. Other input waits until the work has ended.
-    static bool WorkInterrupted();
+    [[nodiscard]] static bool WorkInterrupted();
 
 protected:
     static const MessageMap messages;
-    virtual const MessageMap& GetMessageMap() const { return messages; }
+    [[nodiscard]] virtual const MessageMap& GetMessageMap() const { return messages; }
 };
 
 namespace message_detail
 {
 enum class Rule { unchanged, nothing, size, key, mouse, scroll };
 
-constexpr Rule RuleOf(UINT message)
+[[nodiscard]] constexpr Rule RuleOf(UINT message)
 {
     switch (message) {
     case WM_DESTROY:
@@ -161,7 +161,7 @@ using TargetOf = typename ClassOf<decltype(Handler)>::type;
 } // namespace message_detail
 
 template <UINT MessageNumber, auto Handler>
-constexpr MessageEntry On()
+[[nodiscard]] constexpr MessageEntry On()
 {
     using message_detail::Rule;
     using C = message_detail::TargetOf<Handler>;
@@ -213,7 +213,7 @@ constexpr MessageEntry On()
 }
 
 template <UINT Command, auto Handler>
-constexpr MessageEntry OnCommand()
+[[nodiscard]] constexpr MessageEntry OnCommand()
 {
     using C = message_detail::TargetOf<Handler>;
     static_assert(std::is_same_v<decltype(Handler), void (C::*)()>);
@@ -224,7 +224,7 @@ constexpr MessageEntry OnCommand()
 }
 
 template <UINT Command, auto Handler>
-constexpr MessageEntry OnUpdateCommand()
+[[nodiscard]] constexpr MessageEntry OnUpdateCommand()
 {
     using C = message_detail::TargetOf<Handler>;
     static_assert(std::is_same_v<decltype(Handler), void (C::*)(CCmdUI&)>);
@@ -238,7 +238,7 @@ constexpr MessageEntry OnUpdateCommand()
 // number. It arrives as WM_COMMAND, with the number in the lower 16 bits of the first parameter and the code
 // in the next 16.
 template <UINT Code, UINT Id, auto Handler>
-constexpr MessageEntry OnControl()
+[[nodiscard]] constexpr MessageEntry OnControl()
 {
     static_assert(Code <= 0xffff && Id <= 0xffff);
     MessageEntry entry = OnCommand<Code << 16 | Id, Handler>();
@@ -257,9 +257,9 @@ public:
         m_checkable = true;
         m_checked = on;
     }
-    bool IsEnabled() const { return m_enabled; }
-    bool IsCheckable() const { return m_checkable; }
-    bool IsChecked() const { return m_checked; }
+    [[nodiscard]] bool IsEnabled() const { return m_enabled; }
+    [[nodiscard]] bool IsCheckable() const { return m_checkable; }
+    [[nodiscard]] bool IsChecked() const { return m_checked; }
 
     const UINT m_nID;
 

@@ -14,7 +14,7 @@ public:
     MovingPixels(int width, int height); // holds no picture if a side is not above 0 or memory is short
 
     // The pixels of the picture, valid until the next move. `pixels` is null if there is no picture.
-    PixelBuffer Pixels() const;
+    [[nodiscard]] PixelBuffer Pixels() const;
     // Moves the pixel at (x, y) to (x + dx, y + dy). The uncovered pixels have undefined values. A move must
     // be shorter than the sides of the picture.
     void Move(int dx, int dy);

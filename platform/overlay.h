@@ -31,11 +31,12 @@ struct OverlayPart {
 // Returns the rectangles that make up the shapes in a client area of size `client`, in drawing order.
 // `scrolled` is the scroll position. The shapes may have any coordinates. The time depends only on the client
 // area.
-std::vector<OverlayPart> OverlayParts(const std::vector<OverlayShape>& shapes, CPoint scrolled, CSize client);
+[[nodiscard]] std::vector<OverlayPart> OverlayParts(const std::vector<OverlayShape>& shapes, CPoint scrolled,
+                                                    CSize client);
 
 // Returns a few rectangles that cover the parts closely: the part itself for a long straight edge, small
 // boxes along a slanting line.
-std::vector<CRect> CoverOf(const std::vector<OverlayPart>& parts);
+[[nodiscard]] std::vector<CRect> CoverOf(const std::vector<OverlayPart>& parts);
 
 // Draws the parts into the buffer. The destructor restores the buffer's pixels.
 class OverlayOnPixels

@@ -11,7 +11,7 @@ using ProfileValues = std::map<std::string, std::string>;
 
 // Reads a text of any bytes. Never fails: a line that is no group, key or comment is ignored. If a key occurs
 // twice, its last value counts. Keys before the first group are in the group "General".
-ProfileValues ParseProfile(std::string_view text);
+[[nodiscard]] ProfileValues ParseProfile(std::string_view text);
 
 // Returns the text with lines "[group]" and "key=value". A name without "/" after its first character is left
 // out.
@@ -20,4 +20,4 @@ ProfileValues ParseProfile(std::string_view text);
 // hexadecimal digits. In a value, control characters and bytes that are not valid UTF-8 are written as \x and
 // two digits, and quotation marks and backslashes have a backslash before them. A value with a semicolon, or
 // with blanks at its start or end, is in quotation marks.
-std::string ComposeProfile(const ProfileValues& values);
+[[nodiscard]] std::string ComposeProfile(const ProfileValues& values);

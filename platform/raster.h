@@ -13,7 +13,7 @@ struct PixelBuffer {
     int width = 0;
     int height = 0;
 
-    uint32_t* Row(int y) const { return pixels + y * row_pixels; }
+    [[nodiscard]] uint32_t* Row(int y) const { return pixels + y * row_pixels; }
 };
 
 // Expands 1-bit pixels to 32-bit pixels: `height` rows of `width` pixels.
@@ -39,4 +39,4 @@ void BlitIndexed(const PixelBuffer& buffer, const CRect& clip, const CRect& dest
                  const uint8_t* bits, const CRect& source, const COLORREF* colors);
 
 // Makes a target that draws on a buffer. `pixels` and its memory must outlive the target.
-std::unique_ptr<DeviceTarget> MakePixelTarget(PixelBuffer* pixels);
+[[nodiscard]] std::unique_ptr<DeviceTarget> MakePixelTarget(PixelBuffer* pixels);

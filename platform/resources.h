@@ -77,8 +77,8 @@ struct ApplicationResources {
     const char* const* icon; // an XPM picture, or null
     std::span<const DialogTemplate> dialogs = {};
 
-    const char* FindString(UINT id) const;           // null if there is none
-    const DialogTemplate* FindDialog(UINT id) const; // null if there is none
+    [[nodiscard]] const char* FindString(UINT id) const;           // null if there is none
+    [[nodiscard]] const DialogTemplate* FindDialog(UINT id) const; // null if there is none
 };
 
 // Command numbers that the layer uses.

@@ -10,4 +10,4 @@
 //
 // SIGTERM, SIGINT and SIGHUP cancel the boxes and dialogs that are open, and then close the main window. A
 // second signal ends the process at once. A signal that was ignored when the process started stays ignored.
-int RunApplication(CWinApp& app, const char* program_name, const CString& command_line);
+[[nodiscard]] int RunApplication(CWinApp& app, const char* program_name, const CString& command_line);

@@ -13,16 +13,16 @@ constexpr int kInvalidFile = -1;
 // free memory. $TMPDIR is also skipped if it is not an absolute path. Returns a descriptor, which the caller
 // closes with CloseTempFile. Returns kInvalidFile if no directory could hold the file, or if bytes is not
 // above 0.
-int CreateTempFile(const char* prefix, int64_t bytes);
+[[nodiscard]] int CreateTempFile(const char* prefix, int64_t bytes);
 void CloseTempFile(int file);
 // Writes bytes at an offset within the file. They are visible through its mapping. For pages that were never
 // touched, this costs a sixth of the time of writing through the mapping. Returns the number of bytes
 // written: count, or fewer with errno set.
-size_t WriteTempFile(int file, int64_t offset, const uint8_t* bytes, size_t count);
+[[nodiscard]] size_t WriteTempFile(int file, int64_t offset, const uint8_t* bytes, size_t count);
 
 // Maps the whole file, of `bytes` bytes, for reading and writing. Returns null if that fails. The caller
 // unmaps it with UnmapTempFile.
-uint8_t* MapTempFile(int file, int64_t bytes);
+[[nodiscard]] uint8_t* MapTempFile(int file, int64_t bytes);
 void UnmapTempFile(uint8_t* view, int64_t bytes);
 
 // Removes the mapped pages from this process's memory until they are touched again. Their contents stay in

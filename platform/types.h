@@ -29,43 +29,43 @@ struct CRect {
     int right = 0;
     int bottom = 0;
 
-    int Width() const { return right - left; }
-    int Height() const { return bottom - top; }
-    bool IsEmpty() const { return right <= left || bottom <= top; }
+    [[nodiscard]] int Width() const { return right - left; }
+    [[nodiscard]] int Height() const { return bottom - top; }
+    [[nodiscard]] bool IsEmpty() const { return right <= left || bottom <= top; }
     friend bool operator==(const CRect&, const CRect&) = default;
 };
 
 // Pack two numbers into one message parameter as 32-bit halves, so that no coordinate loses its sign.
-constexpr LPARAM PackPoint(int x, int y)
+[[nodiscard]] constexpr LPARAM PackPoint(int x, int y)
 {
     return static_cast<LPARAM>(uint64_t{static_cast<uint32_t>(y)} << 32 | static_cast<uint32_t>(x));
 }
-constexpr int LowHalf(LPARAM parameter)
+[[nodiscard]] constexpr int LowHalf(LPARAM parameter)
 {
     return static_cast<int>(static_cast<uint32_t>(static_cast<uint64_t>(parameter)));
 }
-constexpr int HighHalf(LPARAM parameter)
+[[nodiscard]] constexpr int HighHalf(LPARAM parameter)
 {
     return static_cast<int>(static_cast<uint32_t>(static_cast<uint64_t>(parameter) >> 32));
 }
 template <class T>
-LPARAM PackPointer(T* pointer)
+[[nodiscard]] LPARAM PackPointer(T* pointer)
 {
     return static_cast<LPARAM>(reinterpret_cast<intptr_t>(pointer));
 }
 template <class T>
-T* UnpackPointer(LPARAM parameter)
+[[nodiscard]] T* UnpackPointer(LPARAM parameter)
 {
     return reinterpret_cast<T*>(static_cast<intptr_t>(parameter));
 }
 
 constexpr COLORREF kBlack = 0xff000000;
 constexpr COLORREF kWhite = 0xffffffff;
-constexpr COLORREF Grey(unsigned value)
+[[nodiscard]] constexpr COLORREF Grey(unsigned value)
 {
     return 0xff000000U | (value & 0xffU) * 0x010101U;
 }
 
 // Returns a * b / c, computed in 64 bits and rounded to nearest, halves away from 0. Returns -1 if c is 0 or
 // the result does not fit an int.
-int MulDiv(int a, int b, int c);
+[[nodiscard]] int MulDiv(int a, int b, int c);

@@ -11,8 +11,8 @@ constexpr const char* kOwnProgramFile = "/proc/self/exe";
 // be for any machine, with 32 or 64 bits and either byte order, and may be stripped. Returns empty text if
 // the path is empty, the file cannot be read, is not such a file, has no version or is damaged. Reads at most
 // 1 MB of notes. Never blocks.
-CString GetFileVersionText(const CString& path);
+[[nodiscard]] CString GetFileVersionText(const CString& path);
 
 // The same for an open file. Reads from the file's start, regardless of its position. The caller keeps the
 // descriptor.
-CString FileVersionTextOf(int file);
+[[nodiscard]] CString FileVersionTextOf(int file);

@@ -15,8 +15,8 @@ class CPrintInfo
 public:
     void SetMinPage(int page) { m_minPage = page; }
     void SetMaxPage(int page) { m_maxPage = page; }
-    int GetMinPage() const { return m_minPage; }
-    int GetMaxPage() const { return m_maxPage; }
+    [[nodiscard]] int GetMinPage() const { return m_minPage; }
+    [[nodiscard]] int GetMaxPage() const { return m_maxPage; }
 
     bool m_bPreview = false;
     CRect m_rectDraw; // the printable rectangle in device pixels, from (0, 0)
@@ -30,18 +30,18 @@ class CView : public CWnd
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CView();
     ~CView() override;
 
     // Makes the view's window inside a frame, and adds the view to the document of the context. Returns true.
-    bool Create(CFrameWnd* frame, CCreateContext* context);
+    [[nodiscard]] bool Create(CFrameWnd* frame, CCreateContext* context);
 
-    CDocument* GetDocument() const { return m_document; }
+    [[nodiscard]] CDocument* GetDocument() const { return m_document; }
     // Offers the command to the view, then to its document.
     bool OnCmdMsg(UINT command, CommandStep step, CCmdUI* ui) override;
-    bool HasCommandHandler(UINT command) override;
+    [[nodiscard]] bool HasCommandHandler(UINT command) override;
 
     virtual void OnInitialUpdate();                                          // calls OnUpdate without a hint
     virtual void OnUpdate(CView* sender, LPARAM hint, CObject* hint_object); // invalidates the window
@@ -60,7 +60,8 @@ public:
     // The steps of a print, in this order. If OnPreparePrinting returns false, nothing is printed. OnPrint is
     // called once for each page.
     virtual bool OnPreparePrinting(CPrintInfo* info);
-    bool DoPreparePrinting(CPrintInfo* info); // shows the print dialog; false if the user cancelled
+    [[nodiscard]] bool
+    DoPreparePrinting(CPrintInfo* info); // shows the print dialog; false if the user cancelled
     virtual void OnBeginPrinting(CDC* dc, CPrintInfo* info);
     virtual void OnPrint(CDC* dc, CPrintInfo* info); // calls OnDraw
     virtual void OnEndPrinting(CDC* dc, CPrintInfo* info);
@@ -71,7 +72,7 @@ public:
 protected:
     static const MessageEntry entries[];
     static const MessageMap messages;
-    const MessageMap& GetMessageMap() const override { return messages; }
+    [[nodiscard]] const MessageMap& GetMessageMap() const override { return messages; }
 
     void OnPaint();
     void OnDestroy();
@@ -93,7 +94,7 @@ class CScrollView : public CView
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CScrollView();
     ~CScrollView() override;
@@ -101,8 +102,8 @@ public:
     // Sets the size of the picture, and the distances that a click beside the slider (page) and on an arrow
     // (line) moves. The mapping mode is always MM_TEXT.
     void SetScrollSizes(int mapping_mode, CSize total, CSize page, CSize line);
-    CSize GetTotalSize() const { return m_total; }
-    CPoint GetScrollPosition() const;
+    [[nodiscard]] CSize GetTotalSize() const { return m_total; }
+    [[nodiscard]] CPoint GetScrollPosition() const;
     void ScrollToPosition(CPoint position); // clamped to the range
 
     void OnPrepareDC(CDC* dc, CPrintInfo* info = nullptr) override;
@@ -110,7 +111,7 @@ public:
 protected:
     static const MessageEntry entries[];
     static const MessageMap messages;
-    const MessageMap& GetMessageMap() const override { return messages; }
+    [[nodiscard]] const MessageMap& GetMessageMap() const override { return messages; }
 
     void OnSize(UINT type, int cx, int cy);
     void OnHScroll(int position);

@@ -29,16 +29,16 @@ struct FileStatus {
     uint64_t device = 0; // the file system; device and inode identify the file
     uint64_t inode = 0;
 
-    bool Exists() const { return kind != Kind::none && kind != Kind::unknown; }
-    bool IsFile() const { return kind == Kind::file; }
-    bool IsDirectory() const { return kind == Kind::directory; }
+    [[nodiscard]] bool Exists() const { return kind != Kind::none && kind != Kind::unknown; }
+    [[nodiscard]] bool IsFile() const { return kind == Kind::file; }
+    [[nodiscard]] bool IsDirectory() const { return kind == Kind::directory; }
     friend bool operator==(const FileStatus&, const FileStatus&) = default;
 };
 
 // Returns the status of the file at a path, following links. Opens nothing, and never blocks on a FIFO or
 // device. The file need not be readable. The kind is `none` if nothing exists there, and `unknown` if the
 // system cannot tell: no right to search a directory, an error of the disk or of a network mount.
-FileStatus FileStatusOf(const CString& path);
+[[nodiscard]] FileStatus FileStatusOf(const CString& path);
 
 // Marks the file at path as viewed in the state `status`. Does nothing if status is not that of a regular
 // file, or if path now is another file or in another state. A failure leaves the file unmarked (no rights, a
@@ -53,10 +53,10 @@ class ViewedMarks
 public:
     // `status` is the current status of the file, links followed. Returns false if the file is new or no
     // regular file, or if the mark cannot be read.
-    bool IsViewed(const char* path, const FileStatus& status);
+    [[nodiscard]] bool IsViewed(const char* path, const FileStatus& status);
 
 private:
-    bool HasAttributes(const char* path, uint64_t device);
+    [[nodiscard]] bool HasAttributes(const char* path, uint64_t device);
 
     struct Device {
         uint64_t number;

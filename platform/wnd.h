@@ -51,12 +51,12 @@ class CWnd : public CCmdTarget
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CWnd();
     ~CWnd() override;
 
-    bool IsWindow() const { return m_peer != nullptr; }
+    [[nodiscard]] bool IsWindow() const { return m_peer != nullptr; }
 
     // The message is handled before the call returns. Returns the handler's result, or 0.
     LRESULT SendMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
@@ -75,7 +75,7 @@ public:
 
     // Client coordinates are device pixels from (0, 0). `erase` has no effect: a paint fills the pixels that
     // it does not draw.
-    CRect GetClientRect() const;
+    [[nodiscard]] CRect GetClientRect() const;
     void Invalidate(bool erase = true);
     void InvalidateRect(const CRect& rect, bool erase = true);
     void UpdateWindow(); // paints the invalid part at once
@@ -85,7 +85,7 @@ public:
     void GetScrollRange(int bar, int* minimum, int* maximum) const;
     // Clamps the position to the range. Returns the old position.
     int SetScrollPos(int bar, int position, bool redraw = true);
-    int GetScrollPos(int bar) const;
+    [[nodiscard]] int GetScrollPos(int bar) const;
 
     // No effect: the messages of a pressed pointer always reach the window in which it was pressed.
     void SetCapture();
@@ -93,29 +93,29 @@ public:
 
     // The text is the title of a frame, or the text of a control.
     void SetWindowText(const CString& text);
-    CString GetWindowText() const;
+    [[nodiscard]] CString GetWindowText() const;
     void SetAccessibleName(const CString& name);
 
     bool ShowWindow(int command); // command: a ShowCommand; returns true if the window was visible before
-    bool IsIconic() const;        // minimised
-    bool IsZoomed() const;        // maximised
-    bool IsWindowVisible() const;
+    [[nodiscard]] bool IsIconic() const; // minimised
+    [[nodiscard]] bool IsZoomed() const; // maximised
+    [[nodiscard]] bool IsWindowVisible() const;
     void BringWindowToTop();
     void MoveWindow(const CRect& rect, bool repaint = true); // rect: of the frame, in device pixels
-    WindowPlacement GetWindowPlacement() const;
+    [[nodiscard]] WindowPlacement GetWindowPlacement() const;
     void DragAcceptFiles(bool accept); // dropped files arrive as WM_DROPFILES
 
-    CFrameWnd* GetParentFrame() const; // the nearest frame that contains the window, or null
-    CWnd* GetParent() const;
+    [[nodiscard]] CFrameWnd* GetParentFrame() const; // the nearest frame that contains the window, or null
+    [[nodiscard]] CWnd* GetParent() const;
 
-    WindowPeer* Peer() const { return m_peer.get(); }
+    [[nodiscard]] WindowPeer* Peer() const { return m_peer.get(); }
 
     // Deletes an object that owns itself: at once, or after the messages that are being handled.
     static void DeleteLater(CObject* object);
 
 protected:
     static const MessageMap messages;
-    const MessageMap& GetMessageMap() const override { return messages; }
+    [[nodiscard]] const MessageMap& GetMessageMap() const override { return messages; }
 
     virtual bool PreCreateWindow(CREATESTRUCT& cs); // returns false to refuse
     // Calls the handler in the message map, else DefWindowProc.
@@ -145,7 +145,7 @@ private:
 
 // Returns a negative number if the key was down when the current message was made, else 0. Only VK_CONTROL is
 // known.
-int16_t GetKeyState(UINT virtual_key);
+[[nodiscard]] int16_t GetKeyState(UINT virtual_key);
 
 enum class CursorShape : uint8_t;
 // Sets the pointer's shape over the window that is handling a message of the pointer. The next message of the
@@ -153,4 +153,4 @@ enum class CursorShape : uint8_t;
 void SetCursor(CursorShape shape);
 
 // Returns the application's main window, or null.
-CWnd* AfxGetMainWnd();
+[[nodiscard]] CWnd* AfxGetMainWnd();

@@ -5,4 +5,4 @@
 
 #include <sys/stat.h>
 
-FileStatus FileStatusFrom(const struct stat& system);
+[[nodiscard]] FileStatus FileStatusFrom(const struct stat& system);

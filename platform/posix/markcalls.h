@@ -12,16 +12,16 @@ class MarkCalls
 public:
     virtual ~MarkCalls() = default;
     // Returns a descriptor for reading; fails unless path is a regular file (see OpenRegularFile).
-    virtual int Open(const char* path) = 0;
+    [[nodiscard]] virtual int Open(const char* path) = 0;
     virtual int Close(int file) = 0;
-    virtual int Status(int file, FileStatus* status) = 0;
+    [[nodiscard]] virtual int Status(int file, FileStatus* status) = 0;
     // Returns the magic number of the file system.
-    virtual int64_t FileSystemType(const char* path) = 0;
+    [[nodiscard]] virtual int64_t FileSystemType(const char* path) = 0;
     // Bits of the FAT attributes: 1 read-only, 2 hidden, 4 system, 0x20 archive.
-    virtual int GetAttributes(int file, uint32_t* attributes) = 0;
+    [[nodiscard]] virtual int GetAttributes(int file, uint32_t* attributes) = 0;
     virtual int SetAttributes(int file, uint32_t attributes) = 0;
     // The extended attribute kViewedMarkName. GetMark returns the number of bytes of the value, and fails if
     // the value is larger than `room`.
-    virtual int64_t GetMark(const char* path, char* value, size_t room) = 0;
+    [[nodiscard]] virtual int64_t GetMark(const char* path, char* value, size_t room) = 0;
     virtual int SetMark(int file, const char* value, size_t bytes) = 0;
 };

@@ -29,8 +29,8 @@ public:
     explicit BarChart(QWidget* parent);
 
     void SetBars(std::vector<ChartBar> bars);
-    const std::vector<ChartBar>& Bars() const { return m_bars; }
-    int BarAt(int x) const; // index of the bar at a horizontal position in the widget; -1: none
+    [[nodiscard]] const std::vector<ChartBar>& Bars() const { return m_bars; }
+    [[nodiscard]] int BarAt(int x) const; // index of the bar at a horizontal position in the widget; -1: none
     QSize sizeHint() const override;
 
 protected:
@@ -38,7 +38,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    QRect Area() const;
+    [[nodiscard]] QRect Area() const;
 
     std::vector<ChartBar> m_bars;
 };

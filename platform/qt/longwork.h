@@ -19,16 +19,16 @@
 class LongWork final : public QObject
 {
 public:
-    static LongWork& Get();
+    [[nodiscard]] static LongWork& Get();
 
     void Begin(bool show_cursor);
     void End();
-    bool IsInterrupted();
+    [[nodiscard]] bool IsInterrupted();
 
-    bool IsChecking() const { return m_checking; }
+    [[nodiscard]] bool IsChecking() const { return m_checking; }
     // Called when the main window is about to be closed. From then on the work shows no box.
     void InterruptForExit() { m_interrupted = m_closing = true; }
-    bool IsClosing() const { return m_closing; }
+    [[nodiscard]] bool IsClosing() const { return m_closing; }
 
     // Exists while a box is open. The pointer has its usual shape, and the time is not counted as work.
     class Pause
@@ -40,7 +40,7 @@ public:
         ~Pause() { Get().m_begun = Now(); }
     };
 
-    static int64_t Now(); // in milliseconds, of a clock that never goes back
+    [[nodiscard]] static int64_t Now(); // in milliseconds, of a clock that never goes back
 
 protected:
     bool eventFilter(QObject* receiver, QEvent* event) override;

@@ -32,27 +32,30 @@ public:
     WindowPeer(const WindowPeer&) = delete;
     WindowPeer& operator=(const WindowPeer&) = delete;
     virtual ~WindowPeer();
-    virtual QWidget* Widget() const = 0;
+    [[nodiscard]] virtual QWidget* Widget() const = 0;
     // The title of a window, or the text of a control.
-    virtual QString Text() const;
+    [[nodiscard]] virtual QString Text() const;
     virtual void SetText(const QString& text);
 };
 
 // Converts Qt's logical units to device pixels, rounded to nearest, halves up, as Qt does when it places
 // widgets.
-int ToDevicePixels(double logical, double ratio);
+[[nodiscard]] int ToDevicePixels(double logical, double ratio);
 
-bool IsWayland();                // false on X11, and without a screen
-xcb_connection_t* XConnection(); // Qt's connection to the display; null on platforms other than X11
+// Returns false on X11, and without a screen.
+[[nodiscard]] bool IsWayland();
+
+// Returns Qt's connection to the display, or null on platforms other than X11.
+[[nodiscard]] xcb_connection_t* XConnection();
 
 class PaneWidget;
 
 // Returns the parent for a new box or dialog: the open modal dialog, else the frame that is or was last
 // active, else the main window, else null.
-QWidget* ParentForBox();
+[[nodiscard]] QWidget* ParentForBox();
 
 // Returns the size of all screens together, in device pixels. No window needs to be larger.
-QSize AllScreens();
+[[nodiscard]] QSize AllScreens();
 
 // The client area of a view: a buffer of device pixels. Paints draw into the buffer, and Qt's paint event
 // copies it.
@@ -64,25 +67,24 @@ public:
 
     // The view object or its window is being destroyed: no message is sent to it any more.
     void Detach();
-    CView* Owner() const { return m_owner; }
+    [[nodiscard]] CView* Owner() const { return m_owner; }
     // Returns the place of the client area in the top-level window, in device pixels, for the current
     // geometry. It is not larger than all screens.
-    CRect DeviceRect() const;
+    [[nodiscard]] CRect DeviceRect() const;
 
-    int ClientWidth() const { return m_client.width(); }
-    int ClientHeight() const { return m_client.height(); }
+    [[nodiscard]] int ClientWidth() const { return m_client.width(); }
+    [[nodiscard]] int ClientHeight() const { return m_client.height(); }
     // Return the buffer, in two forms. It is empty if memory is short.
-    PixelBuffer Pixels();
-    QImage& Buffer();
+    [[nodiscard]] PixelBuffer Pixels();
+    [[nodiscard]] QImage& Buffer();
     // Fills pixels that no paint has drawn: white inside the picture, the background grey outside it.
     void FillUndrawn(const QRegion& region);
-    QRgb Background() const { return m_background; }
+    [[nodiscard]] QRgb Background() const { return m_background; }
 
     void Invalidate(const CRect& rect);
     void Scroll(int dx, int dy);
     void Paint(uint64_t turn);
-    void
-    Changed(const QRegion& region); // call after drawing: the next copy to the screen includes the region
+    void Changed(const QRegion& region); // call after drawing: the next copy to the screen includes this
     void ShowChanged();
     void SetOverlay(std::vector<OverlayShape> shapes);
     // Call before Qt sends pixels of its own store to the display. If the store lacks pixels that the display
@@ -91,18 +93,18 @@ public:
     // Requests a paint message even if every pixel is valid. A window that was uncovered receives one,
     // although its pixels come from the buffer.
     void WantPaint();
-    bool NeedsPaint() const { return m_paintWanted || !m_invalid.isEmpty(); }
-    uint64_t LastPaintTurn() const { return m_lastPaintTurn; }
+    [[nodiscard]] bool NeedsPaint() const { return m_paintWanted || !m_invalid.isEmpty(); }
+    [[nodiscard]] uint64_t LastPaintTurn() const { return m_lastPaintTurn; }
 
     // For a paint: TakeInvalid returns the invalid part, which is valid from then on. Moved returns the sum
     // of all moves of the picture, and MovedSince the moves after `start`.
-    QRegion TakeInvalid();
-    QPoint Moved() const { return m_moved; }
-    QPoint MovedSince(QPoint start) const;
+    [[nodiscard]] QRegion TakeInvalid();
+    [[nodiscard]] QPoint Moved() const { return m_moved; }
+    [[nodiscard]] QPoint MovedSince(QPoint start) const;
 
     void Wheel(const QWheelEvent* event);
 
-    bool FitBuffer(); // to the current geometry; true if that has changed
+    [[nodiscard]] bool FitBuffer(); // to the current geometry; true if that has changed
     void SetShape(CursorShape shape);
 
 protected:
@@ -120,8 +122,8 @@ protected:
 
 private:
     void FillUndrawn(QImage& image, const QRegion& region) const;
-    QImage ImageOf(const MovingPixels& pixels) const;
-    std::vector<OverlayPart> PartsOfOverlay() const;
+    [[nodiscard]] QImage ImageOf(const MovingPixels& pixels) const;
+    [[nodiscard]] std::vector<OverlayPart> PartsOfOverlay() const;
     void UpdateAll();
     void MoveScreen();
     void SendMouse(UINT message, QMouseEvent* event);
@@ -167,7 +169,7 @@ private:
         QRect slider; // with the edge or shadow that a style may draw around it
         bool at_minimum = false, at_maximum = false;
     };
-    Look CurrentLook() const;
+    [[nodiscard]] Look CurrentLook() const;
 
     Look m_painted;
 };
@@ -178,11 +180,11 @@ class PaneWidget : public QWidget
 public:
     PaneWidget(CView* owner, QWidget* parent);
 
-    ViewWidget* View() const { return m_view; }
+    [[nodiscard]] ViewWidget* View() const { return m_view; }
     void SetPicture(CSize total, CSize page, CSize line);
-    QRect Picture() const; // the whole picture in pixels of the view; empty if there is none
-    int Range(int bar) const { return m_range[bar]; }
-    int Position(int bar) const { return m_position[bar]; }
+    [[nodiscard]] QRect Picture() const; // the whole picture in pixels of the view; empty if there is none
+    [[nodiscard]] int Range(int bar) const { return m_range[bar]; }
+    [[nodiscard]] int Position(int bar) const { return m_position[bar]; }
     void SetPosition(int bar, int position);
     void ShowPositions(); // sets the bars to the picture's positions
     void Relayout();
@@ -214,9 +216,9 @@ class ViewPeer final : public WindowPeer
 public:
     ViewPeer(CView* owner, QMainWindow* frame);
     ~ViewPeer() override;
-    QWidget* Widget() const override { return m_pane ? m_pane->View() : nullptr; }
-    PaneWidget* Pane() const { return m_pane; }
-    ViewWidget* View() const { return m_pane ? m_pane->View() : nullptr; }
+    [[nodiscard]] QWidget* Widget() const override { return m_pane ? m_pane->View() : nullptr; }
+    [[nodiscard]] PaneWidget* Pane() const { return m_pane; }
+    [[nodiscard]] ViewWidget* View() const { return m_pane ? m_pane->View() : nullptr; }
 
 private:
     QPointer<PaneWidget> m_pane;
@@ -228,27 +230,30 @@ public:
     FrameWidget(CFrameWnd* owner, const CREATESTRUCT& cs);
 
     void Detach() { m_owner = nullptr; }
-    CFrameWnd* Owner() const { return m_owner; }
+    [[nodiscard]] CFrameWnd* Owner() const { return m_owner; }
     void PlaceFrame(const CRect& rect); // rect: of the frame, in device pixels
     void PlaceClient(CPoint corner, CSize client);
-    CRect NormalFrame() const { return m_normal; }
+    [[nodiscard]] CRect NormalFrame() const { return m_normal; }
     // Returns true if the frame is maximised, or was before it filled the screen.
-    bool IsMaximizedOrWas() const { return m_fullScreen || m_restoring ? m_wasMaximized : isMaximized(); }
+    [[nodiscard]] bool IsMaximizedOrWas() const
+    {
+        return m_fullScreen || m_restoring ? m_wasMaximized : isMaximized();
+    }
     void ShowFullScreen(bool on);
-    bool IsFullScreen() const { return m_fullScreen; }
+    [[nodiscard]] bool IsFullScreen() const { return m_fullScreen; }
     // Call this before another state is requested. The state from before the full screen is then not
     // restored.
     void ForgetRestoring() { m_restoring = false; }
-    CRect FrameToDevice() const;
+    [[nodiscard]] CRect FrameToDevice() const;
     // Returns true if the frame is shown but has not been matched to its place yet.
-    bool IsPlacing() const { return m_placing && isVisible() && !isMinimized(); }
+    [[nodiscard]] bool IsPlacing() const { return m_placing && isVisible() && !isMinimized(); }
     void MatchPlace(); // called after the window manager has reported its margins
     // Called when the frame is active or about to be. New boxes then belong to it.
     void Activated();
     void ShownAgain(); // raised, restored or activated: its view receives a paint
     // Returns true on Wayland if the window is as large as the screen. It would begin below the panel and end
     // outside the screen.
-    bool IsTooLarge() const;
+    [[nodiscard]] bool IsTooLarge() const;
     void ShowInsteadMaximized();
 
 protected:
@@ -273,7 +278,7 @@ private:
     void SetFullScreen(bool on);
     void SetFullScreenState();
     void MatchFullScreen();
-    ViewWidget* View() const; // null if there is none
+    [[nodiscard]] ViewWidget* View() const; // null if there is none
 
     CFrameWnd* m_owner;
     QTimer m_settle;      // matches place and state after the last of several events
@@ -295,8 +300,8 @@ class FramePeer final : public WindowPeer
 public:
     FramePeer(CFrameWnd* owner, const CREATESTRUCT& cs);
     ~FramePeer() override;
-    QWidget* Widget() const override { return m_widget; }
-    FrameWidget* Frame() const { return m_widget; }
+    [[nodiscard]] QWidget* Widget() const override { return m_widget; }
+    [[nodiscard]] FrameWidget* Frame() const { return m_widget; }
 
 private:
     QPointer<FrameWidget> m_widget;
@@ -307,7 +312,7 @@ class StatusPeer final : public WindowPeer
 public:
     explicit StatusPeer(QMainWindow* frame);
     ~StatusPeer() override;
-    QWidget* Widget() const override { return m_bar; }
+    [[nodiscard]] QWidget* Widget() const override { return m_bar; }
 
     struct Pane {
         UINT id;
@@ -321,9 +326,9 @@ private:
     QPointer<QStatusBar> m_bar;
 };
 
-ViewWidget* ViewOf(const CWnd* window);   // null if it has none
-PaneWidget* PaneOf(const CWnd* window);   // null if it has none
-FrameWidget* FrameOf(const CWnd* window); // null if it is no frame
+[[nodiscard]] ViewWidget* ViewOf(const CWnd* window);   // null if it has none
+[[nodiscard]] PaneWidget* PaneOf(const CWnd* window);   // null if it has none
+[[nodiscard]] FrameWidget* FrameOf(const CWnd* window); // null if it is no frame
 
-QString ToQString(const CString& text);
-CString FromQString(const QString& text);
+[[nodiscard]] QString ToQString(const CString& text);
+[[nodiscard]] CString FromQString(const QString& text);

@@ -14,7 +14,7 @@
 
 // Returns a name that can be shown in one line. Control characters, and characters that would break the line
 // or change the reading direction, become the replacement character.
-QString Showable(QString text);
+[[nodiscard]] QString Showable(QString text);
 
 // The names of a list box, as bytes. They are converted when they are shown.
 class NameModel : public QAbstractListModel
@@ -23,7 +23,7 @@ public:
     using QAbstractListModel::QAbstractListModel;
 
     void Set(std::vector<CString> names);
-    const std::vector<CString>& Names() const { return m_names; }
+    [[nodiscard]] const std::vector<CString>& Names() const { return m_names; }
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
 
@@ -36,7 +36,7 @@ class NameList : public QListView
 public:
     explicit NameList(QWidget* parent);
 
-    NameModel& Names() { return *m_model; }
+    [[nodiscard]] NameModel& Names() { return *m_model; }
     QSize sizeHint() const override;
 
     std::function<void(UINT code)> notify;
@@ -59,10 +59,10 @@ public:
     DialogWidget(CDialog* owner, const DialogTemplate& contents, QWidget* parent);
 
     void Detach() { m_owner = nullptr; }
-    CDialog* Owner() const { return m_owner; }
-    const DialogTemplate& Contents() const { return m_contents; }
-    QWidget* Control(UINT id) const { return m_controls.value(id); } // null if there is none
-    QWidget* FirstControl() const { return m_first; }
+    [[nodiscard]] CDialog* Owner() const { return m_owner; }
+    [[nodiscard]] const DialogTemplate& Contents() const { return m_contents; }
+    [[nodiscard]] QWidget* Control(UINT id) const { return m_controls.value(id); } // null if there is none
+    [[nodiscard]] QWidget* FirstControl() const { return m_first; }
     // Sends the notification to the dialog object.
     void Notify(UINT id, UINT code);
     void StartWork();
@@ -74,7 +74,7 @@ protected:
     void timerEvent(QTimerEvent* event) override;
 
 private:
-    QWidget* MakeItem(const DialogItem& item);
+    [[nodiscard]] QWidget* MakeItem(const DialogItem& item);
 
     CDialog* m_owner;
     const DialogTemplate& m_contents;
@@ -90,8 +90,8 @@ class DialogPeer final : public WindowPeer
 public:
     DialogPeer(CDialog* owner, const DialogTemplate& contents, QWidget* parent);
     ~DialogPeer() override;
-    QWidget* Widget() const override { return m_widget; }
-    DialogWidget* Dialog() const { return m_widget; }
+    [[nodiscard]] QWidget* Widget() const override { return m_widget; }
+    [[nodiscard]] DialogWidget* Dialog() const { return m_widget; }
 
 private:
     QPointer<DialogWidget> m_widget;
@@ -102,12 +102,12 @@ class ControlPeer final : public WindowPeer
 {
 public:
     explicit ControlPeer(QWidget* widget) : m_widget(widget) {}
-    QWidget* Widget() const override { return m_widget; }
-    QString Text() const override;
+    [[nodiscard]] QWidget* Widget() const override { return m_widget; }
+    [[nodiscard]] QString Text() const override;
     void SetText(const QString& text) override;
 
 private:
     QPointer<QWidget> m_widget;
 };
 
-DialogWidget* DialogOf(const CWnd* window); // null if it is no open dialog
+[[nodiscard]] DialogWidget* DialogOf(const CWnd* window); // null if it is no open dialog

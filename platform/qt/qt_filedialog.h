@@ -53,19 +53,19 @@ class FileDialogWidget : public QFileDialog
 public:
     FileDialogWidget(CFileDialog* owner, const CString& filter, StatusIcons* icons, QWidget* parent);
 
-    CFileDialog* Owner() const { return m_owner; }
+    [[nodiscard]] CFileDialog* Owner() const { return m_owner; }
     // Returns true if the parts for the additions to Qt's dialog were found. If one is missing, the dialog is
     // Qt's own, without label and without access to entries.
-    bool IsExtended() const;
-    QLabel* Label() const { return m_label; } // null unless extended
-    QModelIndex Entry(int row) const;         // of the shown directory
-    QModelIndex Selected() const;             // an entry of the shown directory, or none
-    bool IsDirectory(const QModelIndex& entry) const { return m_parts.model->isDir(entry); }
-    QString Path(const QModelIndex& entry) const { return m_parts.model->filePath(entry); }
+    [[nodiscard]] bool IsExtended() const;
+    [[nodiscard]] QLabel* Label() const { return m_label; } // null unless extended
+    [[nodiscard]] QModelIndex Entry(int row) const;         // of the shown directory
+    [[nodiscard]] QModelIndex Selected() const;             // an entry of the shown directory, or none
+    [[nodiscard]] bool IsDirectory(const QModelIndex& entry) const { return m_parts.model->isDir(entry); }
+    [[nodiscard]] QString Path(const QModelIndex& entry) const { return m_parts.model->filePath(entry); }
 
     void SelectFilter(int number); // from 1; no effect if there is no such filter
-    int SelectedFilter() const;
-    const QString& Chosen() const { return m_chosen; }
+    [[nodiscard]] int SelectedFilter() const;
+    [[nodiscard]] const QString& Chosen() const { return m_chosen; }
 
     void accept() override;
 
@@ -75,9 +75,10 @@ private:
     void PlaceLabel();
     void PlaceColumns();
     void SelectionChanged();
-    QModelIndex Directory() const { return m_parts.model->index(m_parts.model->rootPath()); }
-    QString Named() const; // full path of the existing file or directory named in the name field, or empty
-    bool AcceptWanted();   // false if Qt must decide
+    [[nodiscard]] QModelIndex Directory() const { return m_parts.model->index(m_parts.model->rootPath()); }
+    [[nodiscard]] QString
+    Named() const; // full path of the existing file or directory named in the name field, or empty
+    [[nodiscard]] bool AcceptWanted(); // false if Qt must decide
 
     CFileDialog* m_owner;
     FileDialogParts m_parts;
@@ -94,12 +95,12 @@ public:
     {
     }
     ~FileDialogPeer() override { delete m_widget.data(); }
-    QWidget* Widget() const override { return m_widget; }
-    FileDialogWidget* Dialog() const { return m_widget; }
+    [[nodiscard]] QWidget* Widget() const override { return m_widget; }
+    [[nodiscard]] FileDialogWidget* Dialog() const { return m_widget; }
 
 private:
     StatusIcons m_icons; // destroyed after the widget, whose thread uses the icons
     QPointer<FileDialogWidget> m_widget;
 };
 
-FileDialogWidget* FileDialogOf(const CFileDialog* dialog); // null if it is not open
+[[nodiscard]] FileDialogWidget* FileDialogOf(const CFileDialog* dialog); // null if it is not open

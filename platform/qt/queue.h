@@ -15,7 +15,7 @@ class ViewWidget;
 class Queue : public QObject
 {
 public:
-    static Queue& Get();
+    [[nodiscard]] static Queue& Get();
 
     void Post(CWnd* window, UINT message, WPARAM wParam, LPARAM lParam);
     // A key press that equals the last waiting one increases its count. Each waiting press becomes one
@@ -38,9 +38,9 @@ public:
     // While a modal window is open, neither paints nor posted messages are handled. Calls may be nested.
     void EnterModal();
     void LeaveModal();
-    bool IsModal() const { return m_modal > 0; }
+    [[nodiscard]] bool IsModal() const { return m_modal > 0; }
 
-    bool IsIdle() const;
+    [[nodiscard]] bool IsIdle() const;
 
 protected:
     bool event(QEvent* event) override;
@@ -71,7 +71,7 @@ private:
     void ScheduleTurn();
     void Turn();
     void DispatchKey();
-    bool PaintOne();
+    [[nodiscard]] bool PaintOne();
     void HandlePosted();
     // Tells Qt to copy the drawn pixels of all windows to the screen, and updates the status panes.
     void ShowGathered();

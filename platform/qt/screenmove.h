@@ -23,7 +23,7 @@ public:
     // area are dropped. The uncovered pixels are unchanged. Qt's backing store does not have the moved pixels.
     // Returns false if nothing was moved: the platform is not X11, the scale factor is not a whole number, or
     // pixels were missing lately.
-    bool Move(const QRect& area, QPoint by);
+    [[nodiscard]] bool Move(const QRect& area, QPoint by);
 
 private:
     friend class ExposureFilter;

@@ -119,7 +119,7 @@ TEST(ViewedMarks, AcceptOnlyACompleteMarkForTheFilesCurrentState)
     FileStatus status = StatusOfPage();
     for (const uint64_t device : {1, 2, 1, 2}) {
         status.device = device;
-        reader.IsViewed("page", status);
+        EXPECT_FALSE(reader.IsViewed("page", status));
     }
     status.kind = FileStatus::Kind::directory;
     EXPECT_FALSE(reader.IsViewed("page", status));
