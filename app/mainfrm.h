@@ -3,6 +3,7 @@
 #pragma once
 
 #include "app/pageframe.h"
+#include "platform/statusbar.h"
 
 // A section and a key of the settings, which CLumentaApp reads too.
 constexpr const char* kWindowSettings = "window";

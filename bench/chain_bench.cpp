@@ -2,7 +2,7 @@
 // which causes the next paint. Measures the steps per second, and how long a key waits meanwhile for its
 // paint and for its pixels on the screen. Needs a display.
 #include "bench/harness.h"
-#include "platform/qt/peer.h"
+#include "platform/qt/qt_view.h"
 #include "platform/testing/testing.h"
 
 #include <QApplication>

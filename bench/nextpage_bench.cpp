@@ -9,7 +9,7 @@
 #include "bench/support.h"
 #include "pagefile.h"
 #include "pages.h"
-#include "platform/qt/peer.h"
+#include "platform/qt/qt_view.h"
 #include "platform/testing/testing.h"
 #include "platform/viewedmark.h"
 #include "tiffout.h"
@@ -186,7 +186,6 @@ void Measure(Harness& bench, CLumentaApp& app, CLumentaView* view, size_t format
     bench.Report(name + ", longest", Percentile(times.shown, 1), "ms", cold ? Goal{} : AtMost(kGoalMs),
                  where);
 }
-
 } // namespace
 
 int main(int argc, char** argv)

@@ -11,7 +11,7 @@
 #include "app/usermsg.h"
 #include "bench/harness.h"
 #include "bench/support.h"
-#include "platform/qt/peer.h"
+#include "platform/qt/qt_view.h"
 #include "platform/testing/testing.h"
 
 #include <QCoreApplication>

@@ -5,7 +5,7 @@
 #include "app/lumentavw.h"
 #include "bench/harness.h"
 #include "bench/support.h"
-#include "platform/qt/peer.h"
+#include "platform/qt/qt_view.h"
 #include "platform/testing/testing.h"
 
 #include <QApplication>

@@ -3,6 +3,7 @@
 
 #include "platform/app.h"
 #include "platform/displaytext.h"
+#include "platform/statusbar.h"
 #include "platform/view.h"
 
 #include <vector>
@@ -219,8 +220,3 @@ void CFrameWnd::UpdateStatusPanes()
         m_statusBar->EnablePane(pane, OnCmdMsg(id, CommandStep::update, &ui) && ui.IsEnabled());
     }
 }
-
-const CRuntimeClass CStatusBar::classRecord{"CStatusBar", &CWnd::classRecord, &CreateObjectOf<CStatusBar>};
-
-CStatusBar::CStatusBar() = default;
-CStatusBar::~CStatusBar() = default;

@@ -1,10 +1,8 @@
-// Top-level windows with a menu, a status bar and one view; and the status bar.
+// Top-level windows with a menu, a status bar and one view.
 #pragma once
 
 #include "platform/doc.h"
 #include "platform/wnd.h"
-
-#include <span>
 
 enum FrameStyle : uint32_t {
     WS_OVERLAPPEDWINDOW = 0x00cf0000,
@@ -95,25 +93,4 @@ private:
     class CStatusBar* m_statusBar = nullptr; // a member of the derived frame
     uint32_t m_style = 0;
     CString m_baseTitle;
-};
-
-class CStatusBar : public CWnd
-{
-public:
-    static const CRuntimeClass classRecord;
-    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
-
-    CStatusBar();
-    ~CStatusBar() override;
-
-    // Makes the bar in a frame. Returns false if `parent` has no window.
-    [[nodiscard]] bool Create(CFrameWnd* parent);
-    // Makes one pane for each number. ID_SEPARATOR is the message pane, which takes the free width. The
-    // others are as wide as their string resource. Returns false if the bar has no window.
-    [[nodiscard]] bool SetIndicators(std::span<const UINT> ids);
-    bool SetPaneText(int index, const CString& text); // shown at once; false if there is no such pane
-    [[nodiscard]] CString GetPaneText(int index) const;
-    void EnablePane(int index, bool on); // a disabled pane is blank
-    [[nodiscard]] int GetPaneCount() const;
-    [[nodiscard]] UINT GetPaneId(int index) const;
 };

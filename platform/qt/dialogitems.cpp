@@ -1,6 +1,7 @@
 #include "platform/qt/dialogitems.h"
 
-#include "platform/qt/qt_dialog.h"
+#include "platform/qt/qt_cstring.h"
+#include "platform/qt/qt_displaytext.h"
 
 #include <QHelpEvent>
 #include <QPainter>

@@ -2,7 +2,8 @@
 
 #include "platform/hooks.h"
 #include "platform/messages.h"
-#include "platform/qt/peer.h"
+#include "platform/qt/display.h"
+#include "platform/qt/qt_wnd.h"
 #include "platform/qt/queue.h"
 #include "platform/wnd.h"
 

@@ -4,8 +4,9 @@
 #include "platform/displaytext.h"
 #include "platform/framewnd.h"
 #include "platform/hooks.h"
+#include "platform/qt/framewidget.h"
 #include "platform/qt/longwork.h"
-#include "platform/qt/peer.h"
+#include "platform/qt/qt_cstring.h"
 #include "platform/qt/queue.h"
 
 #include <QApplication>

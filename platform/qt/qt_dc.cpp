@@ -2,7 +2,8 @@
 // paint may open a box or scroll the picture.
 #include "platform/dc.h"
 
-#include "platform/qt/peer.h"
+#include "platform/qt/display.h"
+#include "platform/qt/qt_view.h"
 #include "platform/raster.h"
 #include "platform/wnd.h"
 

@@ -1,87 +1,26 @@
-// Dialogs on Qt: items from a template, their controls, the modal loop.
+// Dialogs on Qt: their controls and the modal loop.
 #include "platform/qt/qt_dialog.h"
 
 #include "platform/app.h"
 #include "platform/qt/dialogitems.h"
+#include "platform/qt/framewidget.h"
+#include "platform/qt/namelist.h"
+#include "platform/qt/qt_cstring.h"
+#include "platform/qt/qt_displaytext.h"
 #include "platform/qt/queue.h"
-#include "platform/text.h"
 
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDialogButtonBox>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPainter>
-#include <QPixmap>
 #include <QProgressBar>
-#include <QPushButton>
 #include <QSignalBlocker>
-#include <QStyledItemDelegate>
-#include <QVBoxLayout>
 #include <algorithm>
 
 namespace
 {
-constexpr int kListWidthChars = 52; // initial; the user can resize the dialog
-constexpr int kListHeightRows = 14;
 constexpr int kLabelChars = 4096; // more than any path has
-
-// An entry is as wide as the list. A long text is cut in the middle, and its tool tip shows the whole text.
-class ListWidthDelegate : public QStyledItemDelegate
-{
-public:
-    using QStyledItemDelegate::QStyledItemDelegate;
-    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override
-    {
-        return {1, QStyledItemDelegate::sizeHint(option, index).height()};
-    }
-};
-
-// Returns the text as a tool tip without markup: Qt would interpret markup in it.
-QString ToolTipOf(const QString& text)
-{
-    return text.toHtmlEscaped().prepend(QLatin1String("<span>"));
-}
-
-// A label of one line, cut in the middle.
-class PathLabel : public QLabel
-{
-public:
-    explicit PathLabel(QWidget* parent) : QLabel(parent)
-    {
-        setTextFormat(Qt::PlainText);
-        setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
-    }
-
-protected:
-    void paintEvent(QPaintEvent*) override
-    {
-        QPainter painter(this);
-        const QString shown = fontMetrics().elidedText(text(), Qt::ElideMiddle, width());
-        style()->drawItemText(&painter, rect(), Qt::AlignLeft | Qt::AlignVCenter, palette(), isEnabled(),
-                              shown, foregroundRole());
-        setToolTip(shown == text() ? QString() : ToolTipOf(text()));
-    }
-};
-
-bool IsInBrackets(std::string_view entry)
-{
-    return entry.starts_with('[') && entry.ends_with(']');
-}
-
-// Compares the names without the closing bracket, so that "[a]" is before "[a 2]".
-bool BracketsComeBefore(std::string_view entry, std::string_view other)
-{
-    return ComesBefore(entry.substr(0, entry.size() - 1), other.substr(0, other.size() - 1));
-}
-
-QString WithoutMarks(QString text)
-{
-    text.remove(QLatin1Char('&'));
-    return text.endsWith(QLatin1Char(':')) ? text.chopped(1) : text;
-}
 
 template <class Widget>
 Widget* WidgetOf(const CWnd* window)
@@ -95,263 +34,7 @@ Widget* ControlOf(const CDialog* dialog, UINT id)
     const DialogWidget* widget = DialogOf(dialog);
     return widget ? dynamic_cast<Widget*>(widget->Control(id)) : nullptr;
 }
-
 } // namespace
-
-QString Showable(QString text)
-{
-    for (QChar& c : text) {
-        const char16_t code = c.unicode();
-        if (c.category() == QChar::Other_Control || (code >= 0x2028 && code <= 0x202e) ||
-            (code >= 0x2066 && code <= 0x2069) || code == 0x200e || code == 0x200f || code == 0x061c)
-            c = QChar(QChar::ReplacementCharacter);
-    }
-    return text;
-}
-
-void NameModel::Set(std::vector<CString> names)
-{
-    beginResetModel();
-    m_names = std::move(names);
-    const auto without_brackets = std::partition(m_names.begin(), m_names.end(), IsInBrackets);
-    std::sort(m_names.begin(), without_brackets, BracketsComeBefore);
-    std::sort(without_brackets, m_names.end(), ComesBefore);
-    endResetModel();
-}
-
-int NameModel::rowCount(const QModelIndex& parent) const
-{
-    return parent.isValid() ? 0 : static_cast<int>(m_names.size());
-}
-
-QVariant NameModel::data(const QModelIndex& index, int role) const
-{
-    if (!index.isValid() || (role != Qt::DisplayRole && role != Qt::ToolTipRole))
-        return {};
-    const QString shown = Showable(ToQString(m_names[static_cast<size_t>(index.row())]));
-    return role == Qt::ToolTipRole ? ToolTipOf(shown) : shown;
-}
-
-NameList::NameList(QWidget* parent) : QListView(parent), m_model(new NameModel(this))
-{
-    setModel(m_model);
-    setItemDelegate(new ListWidthDelegate(this));
-    setSelectionMode(QAbstractItemView::ExtendedSelection);
-    setEditTriggers(QAbstractItemView::NoEditTriggers);
-    setUniformItemSizes(true); // otherwise Qt measures each entry
-    setTextElideMode(Qt::ElideMiddle);
-    setTabKeyNavigation(false);
-    connect(this, &QAbstractItemView::doubleClicked, this, [this] {
-        if (!m_is_left) // Qt reports double clicks of all buttons
-            return;
-        m_is_handled = true;
-        notify(LBN_DBLCLK);
-    });
-}
-
-void NameList::mousePressEvent(QMouseEvent* event)
-{
-    m_is_handled = false;
-    QListView::mousePressEvent(event);
-}
-
-// After a double click the button is still down, and the list may already have other entries. Without this,
-// the smallest movement would select one of them.
-void NameList::mouseMoveEvent(QMouseEvent* event)
-{
-    if (!m_is_handled || event->buttons() == Qt::NoButton)
-        QListView::mouseMoveEvent(event);
-}
-
-void NameList::mouseDoubleClickEvent(QMouseEvent* event)
-{
-    m_is_left = event->button() == Qt::LeftButton;
-    QListView::mouseDoubleClickEvent(event);
-}
-
-QSize NameList::sizeHint() const
-{
-    const QFontMetrics metrics = fontMetrics();
-    return {metrics.averageCharWidth() * kListWidthChars, metrics.lineSpacing() * kListHeightRows};
-}
-
-void NameList::keyPressEvent(QKeyEvent* event)
-{
-    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (enter && (event->modifiers() & Qt::ControlModifier)) {
-        // Works like a click on the focused entry, but keeps a selection of several entries.
-        if (selectionModel()->selectedIndexes().size() <= 1)
-            selectionModel()->select(currentIndex(), QItemSelectionModel::ClearAndSelect);
-        notify(LBN_DBLCLK);
-    } else if (event->key() == Qt::Key_Space && (event->modifiers() & Qt::ControlModifier)) {
-        // Qt would search for the next entry that begins with the key's empty text.
-        selectionModel()->select(currentIndex(), QItemSelectionModel::Toggle);
-    } else {
-        QListView::keyPressEvent(event);
-    }
-}
-
-DialogWidget::DialogWidget(CDialog* owner, const DialogTemplate& contents, QWidget* parent)
-    : QDialog(parent), m_owner(owner), m_contents(contents)
-{
-    setWindowTitle(QString::fromUtf8(contents.title));
-    auto* page = new QVBoxLayout(this);
-    auto* top = new QHBoxLayout;
-    auto* column = new QVBoxLayout;
-    page->addLayout(top, 1);
-    auto* buttons = new QDialogButtonBox(this);
-    QHBoxLayout* line = nullptr;
-    QLabel* label = nullptr; // label without its item yet
-    bool grows = false;
-    for (const DialogItem& item : contents.items) {
-        if (item.kind == DialogItemKind::button || item.kind == DialogItemKind::defaultButton) {
-            QPushButton* button = buttons->addButton(QString::fromUtf8(item.text),
-                                                     item.id == IDCANCEL ? QDialogButtonBox::RejectRole
-                                                                         : QDialogButtonBox::AcceptRole);
-            button->setDefault(item.kind == DialogItemKind::defaultButton);
-            connect(button, &QPushButton::clicked, this, [this, id = item.id] { Notify(id, BN_CLICKED); });
-            m_controls.insert(item.id, button);
-            if (!m_first)
-                m_first = button;
-            continue;
-        }
-        QWidget* widget = MakeItem(item);
-        if (item.id != 0)
-            m_controls.insert(item.id, widget);
-        if (item.kind == DialogItemKind::icon) {
-            top->addWidget(widget, 0, Qt::AlignTop);
-            top->addSpacing(style()->pixelMetric(QStyle::PM_LayoutHorizontalSpacing));
-            continue;
-        }
-        if (widget->focusPolicy() != Qt::NoFocus) {
-            if (!m_first)
-                m_first = widget;
-            if (label) {
-                label->setBuddy(widget);
-                widget->setAccessibleName(WithoutMarks(label->text()));
-            }
-            label = nullptr;
-        } else if (item.kind == DialogItemKind::label) {
-            label = static_cast<QLabel*>(widget);
-        }
-        const bool is_tall =
-            item.kind == DialogItemKind::list || (item.kind == DialogItemKind::text && item.lines == 0);
-        grows |= is_tall;
-        if (item.beside && line) {
-            line->insertWidget(line->count() - 1, widget);
-            continue;
-        }
-        line = new QHBoxLayout;
-        line->addWidget(widget, 1);
-        line->addStretch(0);
-        column->addLayout(line, is_tall ? 1 : 0);
-        if (item.kind == DialogItemKind::label)
-            line->setStretchFactor(widget, 0);
-    }
-    top->addLayout(column, 1);
-    page->addWidget(buttons);
-    if (!grows)
-        page->setSizeConstraint(QLayout::SetFixedSize);
-}
-
-QWidget* DialogWidget::MakeItem(const DialogItem& item)
-{
-    const QString text = QString::fromUtf8(item.text);
-    switch (item.kind) {
-    case DialogItemKind::path: return new PathLabel(this);
-    case DialogItemKind::number: return new QLineEdit(this);
-    case DialogItemKind::list: {
-        auto* list = new NameList(this);
-        list->notify = [this, id = item.id](UINT code) { Notify(id, code); };
-        return list;
-    }
-    case DialogItemKind::combo: {
-        auto* combo = new QComboBox(this);
-        std::vector<CString> entries(item.entries.begin(), item.entries.end());
-        std::sort(entries.begin(), entries.end(), ComesBefore);
-        for (const CString& entry : entries)
-            combo->addItem(ToQString(entry));
-        combo->setCurrentIndex(-1);
-        connect(combo, &QComboBox::currentIndexChanged, this,
-                [this, id = item.id] { Notify(id, CBN_SELCHANGE); });
-        return combo;
-    }
-    case DialogItemKind::check: {
-        auto* check = new QCheckBox(text, this);
-        connect(check, &QCheckBox::clicked, this, [this, id = item.id] { Notify(id, BN_CLICKED); });
-        return check;
-    }
-    case DialogItemKind::text: return new RowsText(this, item.lines);
-    case DialogItemKind::progress: {
-        auto* progress = new QProgressBar(this);
-        progress->setAccessibleName(text);
-        progress->setValue(0);
-        return progress;
-    }
-    case DialogItemKind::bars: {
-        auto* bars = new BarChart(this);
-        bars->setAccessibleName(text);
-        return bars;
-    }
-    case DialogItemKind::icon: {
-        auto* icon = new QLabel(this);
-        if (const char* const* picture = AfxGetApp()->GetResources().icon)
-            icon->setPixmap(QPixmap(picture));
-        return icon;
-    }
-    default: {
-        auto* label = new QLabel(text, this);
-        label->setTextFormat(Qt::PlainText);
-        return label;
-    }
-    }
-}
-
-void DialogWidget::Notify(UINT id, UINT code)
-{
-    if (m_owner)
-        m_owner->SendMessage(WM_COMMAND, code << 16 | id);
-}
-
-void DialogWidget::StartWork()
-{
-    m_wants_work = true;
-    if (!m_is_working)
-        m_work.start(0, this);
-}
-
-void DialogWidget::StopWork()
-{
-    m_wants_work = false;
-    m_work.stop();
-}
-
-// Calls OnWork once. Between two calls the loop handles events from the display. The timer is stopped during
-// the call, because a box within the call has its own loop.
-void DialogWidget::timerEvent(QTimerEvent* event)
-{
-    if (event->timerId() != m_work.timerId()) {
-        QDialog::timerEvent(event);
-        return;
-    }
-    m_work.stop();
-    if (!m_owner)
-        return;
-    const QPointer<DialogWidget> self = this;
-    m_is_working = true;
-    const bool more = m_owner->RunWorkStep();
-    if (!self)
-        return;
-    m_is_working = false;
-    m_wants_work = m_wants_work && more && m_owner;
-    if (m_wants_work)
-        m_work.start(0, this);
-}
-
-void DialogWidget::reject()
-{
-    Notify(IDCANCEL, BN_CLICKED);
-}
 
 DialogPeer::DialogPeer(CDialog* owner, const DialogTemplate& contents, QWidget* parent)
     : m_widget(new DialogWidget(owner, contents, parent))
@@ -365,6 +48,12 @@ DialogPeer::~DialogPeer()
     // Deleted at once: the dialog's loop has ended, so none of its handlers is running.
     m_widget->Detach();
     delete m_widget.data();
+}
+
+DialogWidget* DialogOf(const CWnd* window)
+{
+    const auto* peer = PeerOf<DialogPeer>(window);
+    return peer ? peer->Dialog() : nullptr;
 }
 
 QString ControlPeer::Text() const

@@ -3,7 +3,10 @@
 
 #include "platform/dialog.h"
 #include "platform/hooks.h"
+#include "platform/qt/framewidget.h"
+#include "platform/qt/qt_cstring.h"
 #include "platform/qt/qt_dialog.h"
+#include "platform/qt/qt_displaytext.h"
 #include "platform/qt/queue.h"
 #include "platform/viewedmark.h"
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/filedialog.h"
-#include "platform/qt/peer.h"
+#include "platform/qt/qt_wnd.h"
 
 #include <QAbstractItemView>
 #include <QComboBox>
@@ -11,7 +11,9 @@
 #include <QFileIconProvider>
 #include <QFileSystemModel>
 #include <QGridLayout>
+#include <QLabel>
 #include <QLineEdit>
+#include <QPointer>
 #include <QSplitter>
 #include <QTreeView>
 

@@ -4,7 +4,8 @@
 #include "platform/app.h"
 #include "platform/freememory.h"
 #include "platform/hooks.h"
-#include "platform/qt/peer.h"
+#include "platform/qt/framewidget.h"
+#include "platform/qt/qt_cstring.h"
 #include "platform/qt/queue.h"
 
 #include <QCoreApplication>

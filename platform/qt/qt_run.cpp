@@ -2,8 +2,9 @@
 #include "platform/run.h"
 
 #include "platform/qt/longwork.h"
-#include "platform/qt/peer.h"
+#include "platform/qt/qt_cstring.h"
 #include "platform/qt/qt_run.h"
+#include "platform/qt/qt_wnd.h"
 #include "platform/qt/queue.h"
 
 #include <QApplication>

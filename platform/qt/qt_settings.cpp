@@ -6,7 +6,7 @@
 #include "platform/file.h"
 #include "platform/hooks.h"
 #include "platform/profiletext.h"
-#include "platform/qt/peer.h"
+#include "platform/qt/qt_cstring.h"
 #include "platform/viewedmark.h"
 
 #include <QDir>

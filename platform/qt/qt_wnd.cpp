@@ -1,45 +1,14 @@
 // The operations of windows that use Qt.
-#include "platform/wnd.h"
+#include "platform/qt/qt_wnd.h"
 
-#include "platform/app.h"
-#include "platform/qt/peer.h"
+#include "platform/qt/display.h"
+#include "platform/qt/qt_cstring.h"
 #include "platform/qt/qt_dialog.h"
+#include "platform/qt/qt_framewnd.h"
+#include "platform/qt/qt_view.h"
 #include "platform/qt/queue.h"
 
-#include <cmath>
-
-namespace
-{
-template <class Peer>
-Peer* PeerOf(const CWnd* window)
-{
-    return window ? dynamic_cast<Peer*>(window->Peer()) : nullptr;
-}
-} // namespace
-
-ViewWidget* ViewOf(const CWnd* window)
-{
-    const auto* peer = PeerOf<ViewPeer>(window);
-    return peer ? peer->View() : nullptr;
-}
-
-PaneWidget* PaneOf(const CWnd* window)
-{
-    const auto* peer = PeerOf<ViewPeer>(window);
-    return peer ? peer->Pane() : nullptr;
-}
-
-FrameWidget* FrameOf(const CWnd* window)
-{
-    const auto* peer = PeerOf<FramePeer>(window);
-    return peer ? peer->Frame() : nullptr;
-}
-
-DialogWidget* DialogOf(const CWnd* window)
-{
-    const auto* peer = PeerOf<DialogPeer>(window);
-    return peer ? peer->Dialog() : nullptr;
-}
+WindowPeer::~WindowPeer() = default;
 
 // In a title, "[*]" is Qt's placeholder for the sign of a modified document. Qt shows "[*][*]" as "[*]".
 QString WindowPeer::Text() const
@@ -247,11 +216,4 @@ void CWnd::DragAcceptFiles(bool accept)
 {
     if (QWidget* widget = m_peer ? m_peer->Widget() : nullptr)
         widget->setAcceptDrops(accept);
-}
-
-void CView::OnActivateView(bool activate, CView*, CView*)
-{
-    ViewWidget* view = ViewOf(this);
-    if (activate && view && !view->hasFocus())
-        view->setFocus();
 }

@@ -1,7 +1,7 @@
 #include "platform/qt/queue.h"
 
 #include "platform/framewnd.h"
-#include "platform/qt/peer.h"
+#include "platform/qt/viewwidget.h"
 
 #include <QCoreApplication>
 #include <QEvent>

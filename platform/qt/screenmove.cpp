@@ -1,6 +1,6 @@
 #include "platform/qt/screenmove.h"
 
-#include "platform/qt/peer.h"
+#include "platform/qt/display.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QApplication>

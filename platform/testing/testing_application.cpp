@@ -1,7 +1,7 @@
 // The functions of testing.h for the application and its event loop.
 #include "platform/testing/testing.h"
 
-#include "platform/qt/peer.h"
+#include "platform/qt/framewidget.h"
 #include "platform/qt/qt_run.h"
 #include "platform/qt/queue.h"
 

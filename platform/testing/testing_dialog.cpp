@@ -2,6 +2,8 @@
 #include "platform/testing/testing.h"
 
 #include "platform/qt/dialogitems.h"
+#include "platform/qt/namelist.h"
+#include "platform/qt/qt_cstring.h"
 #include "platform/qt/qt_dialog.h"
 
 #include <QAbstractButton>

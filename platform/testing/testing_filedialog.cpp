@@ -3,7 +3,9 @@
 
 #include "platform/dialog.h"
 #include "platform/hooks.h"
+#include "platform/qt/qt_cstring.h"
 #include "platform/qt/qt_filedialog.h"
+#include "platform/qt/qt_view.h"
 
 #include <QApplication>
 #include <QComboBox>

@@ -2,7 +2,8 @@
 #include "platform/testing/testing.h"
 
 #include "platform/qt/longwork.h"
-#include "platform/qt/peer.h"
+#include "platform/qt/qt_cstring.h"
+#include "platform/qt/qt_framewnd.h"
 
 #include <QCoreApplication>
 #include <QDropEvent>

@@ -1,7 +1,9 @@
 // The functions of testing.h that send keys and mouse events to a window.
 #include "platform/testing/testing.h"
 
-#include "platform/qt/peer.h"
+#include "platform/qt/display.h"
+#include "platform/qt/qt_framewnd.h"
+#include "platform/qt/qt_view.h"
 
 #include <QApplication>
 #include <QKeyEvent>

@@ -2,7 +2,7 @@
 #include "platform/testing/testing.h"
 
 #include "platform/hooks.h"
-#include "platform/qt/peer.h"
+#include "platform/qt/qt_view.h"
 
 #include <QBackingStore>
 #include <QCoreApplication>

@@ -1,6 +1,7 @@
 // A minimal application. Each of its classes records the messages that reach it.
 #pragma once
 
+#include "platform/statusbar.h"
 #include "platform/testing/testing.h"
 #include "tests/platform/qt_support.h"
 #include "tests/support/recorder.h"

@@ -1,0 +1,28 @@
+// The status bar of a frame.
+#pragma once
+
+#include "platform/resources.h"
+#include "platform/wnd.h"
+
+#include <span>
+
+class CStatusBar : public CWnd
+{
+public:
+    static const CRuntimeClass classRecord;
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+
+    CStatusBar();
+    ~CStatusBar() override;
+
+    // Makes the bar in a frame. Returns false if `parent` has no window.
+    [[nodiscard]] bool Create(CFrameWnd* parent);
+    // Makes one pane for each number. ID_SEPARATOR is the message pane, which takes the free width. The
+    // others are as wide as their string resource. Returns false if the bar has no window.
+    [[nodiscard]] bool SetIndicators(std::span<const UINT> ids);
+    bool SetPaneText(int index, const CString& text); // shown at once; false if there is no such pane
+    [[nodiscard]] CString GetPaneText(int index) const;
+    void EnablePane(int index, bool on); // a disabled pane is blank
+    [[nodiscard]] int GetPaneCount() const;
+    [[nodiscard]] UINT GetPaneId(int index) const;
+};
