@@ -189,7 +189,7 @@ bool CFrameWnd::HasCommandHandler(UINT command)
 
 CCmdUI CFrameWnd::QueryCommand(UINT command)
 {
-    CCmdUI ui{command};
+    CCmdUI ui;
     if (!OnCmdMsg(command, CommandStep::update, &ui))
         ui.Enable(HasCommandHandler(command));
     return ui;
@@ -216,7 +216,7 @@ void CFrameWnd::UpdateStatusPanes()
             m_statusBar->SetPaneText(pane, GetMessageText());
             continue;
         }
-        CCmdUI ui{id};
+        CCmdUI ui;
         m_statusBar->EnablePane(pane, OnCmdMsg(id, CommandStep::update, &ui) && ui.IsEnabled());
     }
 }

@@ -250,7 +250,6 @@ template <UINT Code, UINT Id, auto Handler>
 class CCmdUI
 {
 public:
-    explicit CCmdUI(UINT command) : m_nID(command) {}
     void Enable(bool on) { m_enabled = on; }
     void SetCheck(bool on)
     {
@@ -260,8 +259,6 @@ public:
     [[nodiscard]] bool IsEnabled() const { return m_enabled; }
     [[nodiscard]] bool IsCheckable() const { return m_checkable; }
     [[nodiscard]] bool IsChecked() const { return m_checked; }
-
-    const UINT m_nID;
 
 private:
     bool m_enabled = true;

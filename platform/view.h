@@ -13,16 +13,14 @@
 class CPrintInfo
 {
 public:
-    void SetMinPage(int page) { m_minPage = page; }
     void SetMaxPage(int page) { m_maxPage = page; }
-    [[nodiscard]] int GetMinPage() const { return m_minPage; }
+    [[nodiscard]] static int GetMinPage() { return 1; }
     [[nodiscard]] int GetMaxPage() const { return m_maxPage; }
 
     bool m_bPreview = false;
     CRect m_rectDraw; // the printable rectangle in device pixels, from (0, 0)
 
 private:
-    int m_minPage = 1;
     int m_maxPage = 0xffff;
 };
 
