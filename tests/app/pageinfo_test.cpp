@@ -209,7 +209,10 @@ TEST_F(PageInformation, ShowsTheTagsOfATiffFile)
     pages::TiffOptions options;
     options.compression = pages::Compression::Deflate;
     options.photometric = pages::Photometric::MinIsBlack;
-    ASSERT_EQ(pages::write_tiff(scratch.File("grey.tif"), pages::GreyMap{50, 40}, options), "");
+    pages::GreyMap grey{50, 40};
+    for (size_t i = 0; i < grey.rows.size(); ++i)
+        grey.rows[i] = i % 50 < 25 ? 0 : 255;
+    ASSERT_EQ(pages::write_tiff(scratch.File("grey.tif"), grey, options), "");
     Open(scratch.File("grey.tif"));
     rows = Rows();
     EXPECT_EQ(rows["Kind"], "TIFF, AdobeDeflate");
@@ -217,7 +220,7 @@ TEST_F(PageInformation, ShowsTheTagsOfATiffFile)
     EXPECT_EQ(rows["Samples"], "0 is black");
     EXPECT_EQ(rows["Resolution"], "0 x 0 per inch");
     rows = Check();
-    EXPECT_EQ(rows["Ink coverage"], "100.00 %") << "all samples are 0";
+    EXPECT_EQ(rows["Ink coverage"], "50.00 %") << "the left half is black";
     EXPECT_EQ(rows["Good rows"], "40 of 40");
     EXPECT_EQ(rows.size(), 6U);
 }

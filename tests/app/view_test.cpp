@@ -345,7 +345,6 @@ TEST_F(View, KeepPlaceRestoresThePositionOnAPageOfTheSameSize)
         if (c.kind == good)
             ExpectAt(c.want);
     }
-    frame->SendMessage(WM_COMMAND, kKeepPlaceCommand);
     StartWithPage(900, 800);
     EXPECT_TRUE(MenuHas(kOn)) << "kept for the next run";
 }
