@@ -54,7 +54,9 @@ protected:
         return {static_cast<int>(pointers.size()), pointers.data(), kManual};
     }
 
-    const std::string m_figures = testing::TempDir() + "harness_test_figures";
+    // Tests run at the same time, so each has a file of its own.
+    const std::string m_figures =
+        testing::TempDir() + testing::UnitTest::GetInstance()->current_test_info()->name() + "-figures";
 };
 
 TEST_F(HarnessTest, AGoalMissedByMoreThanATenthEndsTheProgramWithStatus1)
