@@ -1,4 +1,4 @@
-// The About dialog: shows the program's version and when it was built.
+// The About dialog. It shows the version, which it reads from the program file, and the time of the build.
 #pragma once
 
 #include "platform/dialog.h"

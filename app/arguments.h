@@ -1,4 +1,5 @@
-// The command line: the requested action and the path of the page.
+// Reads the command line. Receives the program's arguments from main.cpp. Returns the requested action and
+// the path of the page to open.
 #pragma once
 
 #include "platform/cstring.h"

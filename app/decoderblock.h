@@ -1,4 +1,5 @@
-// The callback block through which the decoders of kesterlib read their input and allocate memory.
+// Connects the page images to the decoders of kesterlib. Receives an open file or another source of bytes.
+// Returns the callback block through which a decoder reads its input and allocates memory.
 #pragma once
 
 #include <cstdio>
@@ -27,8 +28,9 @@ public:
     DecoderBlock(const DecoderBlock&) = delete;
     DecoderBlock& operator=(const DecoderBlock&) = delete;
 
-    // Returns the block with `file` as its stream, or null if there is no memory for the block. The stream
-    // stays open and the caller's. If the user interrupts the work, the decoder sees an error of the stream.
+    // Returns the block with `file` as its stream, or null if there is no memory for the block. The caller
+    // keeps the stream, which stays open. If the user interrupts the work, the stream reports an error to the
+    // decoder.
     [[nodiscard]] callback_block* ForFile(FILE* file);
     // Returns the block with another input, or null if there is no memory for the block. The input must
     // outlive the decoder.

@@ -1,4 +1,5 @@
-// Numbers of the dialogs and their controls.
+// The numbers of the dialogs and their controls. The templates in lumentaresources.cpp and the dialog classes
+// use them.
 #pragma once
 
 #include "platform/types.h"

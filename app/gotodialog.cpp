@@ -4,8 +4,8 @@
 
 namespace
 {
-// Exchanges a number of pixels with a field that shows it as a length in the unit. The text is rounded, so if
-// the user did not change it, `pixels` is unchanged.
+// Exchanges a number of pixels with a field, which shows it as a length in the unit. The shown length is
+// rounded. So if the user has not changed the text, `pixels` is not computed from it.
 void DDX_Length(CDataExchange* exchange, UINT id, int& pixels, int units, int dpi)
 {
     const CString before = FormatExact(pixels, units, dpi);

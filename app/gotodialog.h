@@ -1,4 +1,5 @@
-// The Go To dialog: asks for a position on the page, in the unit of the read-outs.
+// The Go To dialog: asks for a position on the page, in the unit of the status bar. Receives and returns the
+// position in page pixels.
 #pragma once
 
 #include "app/units.h"

@@ -1,4 +1,5 @@
-// Reads the rows of a TIFF file with Group 4 strips. libtiff reports where a strip is, kesterlib decodes it.
+// Reads the rows of a TIFF file with Group 4 strips. libtiff reports the position of a strip in the file, and
+// kesterlib decodes it. TIFFImage receives the rows.
 #pragma once
 
 #include "app/decoderblock.h"
@@ -8,13 +9,14 @@
 
 struct tiff; // libtiff's handle
 
-// Reads the coded bytes of a strip in small pieces. The position of the file descriptor is unchanged.
+// Reads the coded bytes of a strip in small pieces. Reading does not change the position of the file
+// descriptor.
 class StripInput final : public DecoderInput
 {
 public:
     // Starts at the first byte of a strip.
     //
-    //   file            descriptor of the file; stays open and the caller's
+    //   file            descriptor of the file, which the caller keeps open
     //   offset, bytes   position and length of the strip in the file; an offset of 0 makes the input empty
     //   last_bit_first  the first bit of the code is the lowest bit of its byte; Read then reverses each byte
     void Start(int file, uint64_t offset, uint64_t bytes, bool last_bit_first);
@@ -54,7 +56,7 @@ public:
     void End(); // frees the decoder; may be called at any time
 
     // Suspicious: a run passed the right edge and was clipped. Failed: the row is damaged, comes after a
-    // damaged row of its strip, or is not on the page.
+    // damaged row of its strip, or is outside the page.
     enum class Row { Good, Suspicious, Failed };
     // Reads a row into `buffer`, which has row_bytes bytes. Bytes after the row's own are unchanged. After
     // Failed the contents of the buffer are undefined.

@@ -46,7 +46,8 @@ int HeaderImage::Open(const CString& path)
     return 1;
 }
 
-// Reads the header and takes the fields from it. Returns false if the file is no page of this kind.
+// Reads the header, and sets the fields of Image from it. Returns false if the file is not a page of this
+// kind.
 bool HeaderImage::TakeHeader()
 {
     PageHeader header;
@@ -161,8 +162,7 @@ void HeaderImage::Describe(Description* description) const
     std::string destinations;
     for (int32_t i = 0; i < FAXHEADER_DESTINATIONS; ++i)
         if (const char* const name = header.GetDestination(i); *name != '\0')
-            // Converted one by one, so that a name that is not UTF-8 does not change how the others are
-            // shown.
+            // Each name is converted alone. Otherwise all names would be read as Latin-1 if one is not UTF-8.
             destinations += (destinations.empty() ? "" : ", ") +
                             std::string{DisplayText(name, std::string_view::npos).View()};
     rows.Add("Destinations", destinations.empty() ? "none" : destinations);

@@ -15,7 +15,7 @@ void Image::Describe(Description*) const {}
 
 int Image::OpenFile(const CString& path)
 {
-    // A copy, because Close empties Path.
+    // A copy, because `path` may be Path itself, which Close empties.
     const CString wanted = path; // NOLINT(performance-unnecessary-copy-initialization)
     Close();
     Path = wanted;

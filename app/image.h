@@ -1,4 +1,5 @@
-// The page image: an open page file as a sequence of rows, numbered from 0.
+// The page image: an open page file as a sequence of rows, numbered from 0. Open receives a path. ReadRow and
+// ReadRows deliver decoded rows. Each derived class reads one format.
 #pragma once
 
 #include "platform/cobject.h"
@@ -49,16 +50,17 @@ public:
     [[nodiscard]] virtual int32_t SkipRows(int32_t count, Skip which);
     // Returns 1 if rows can be read, else 0. Changes nothing.
     [[nodiscard]] virtual int IsValid() = 0;
-    // Adds rows with what the open file says about the page, beyond the fields above. The kind of file comes
-    // first. Does not read the file.
+    // Adds rows that describe the page, without the fields above. The first row is the kind of the file. Uses
+    // the information that Open has read, and does not read the file.
     virtual void Describe(Description* description) const;
 
 protected:
-    static constexpr uint32_t kLargestSide = 0x7ffffff7; // of Width and Height; leaves room for rounding up
+    // Limit of Width and Height; leaves room for rounding up.
+    static constexpr uint32_t kLargestSide = 0x7ffffff7;
     static constexpr const char* kOpenFailed = "Open failed";
 
     // The first step of Open: closes the object, sets Path and opens the file, which must be a regular one.
-    // Returns its descriptor, which is the caller's, or -1. `path` may be this object's own Path.
+    // Returns its descriptor, which the caller must close, or -1. `path` may be this object's own Path.
     [[nodiscard]] int OpenFile(const CString& path);
     // The last step of an Open that has failed: closes the object, sets ErrorText and returns 0.
     int Fail(const char* text);
@@ -73,7 +75,7 @@ protected:
     // Sets the fields to the values that they have while closed. The resolutions, MinIsBlack and ErrorText
     // are unchanged.
     void ClearFields();
-    // Notes that a row was delivered and may be wrong. Only the first such row is kept. Ignores a row below
-    // 0.
+    // Records that a delivered row may be wrong. SuspiciousRow is the first such row. A negative `row` has no
+    // effect.
     void SuspectRow(int32_t row);
 };

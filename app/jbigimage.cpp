@@ -40,9 +40,9 @@ bool JBIGImage::SeekRow(uint8_t*, int32_t, int32_t firstRow, int32_t)
     return true;
 }
 
-// Skips the rest of the decoded stripe or, at its end, about 2^21 pixels, so that a call does not take long.
-// If the decoder finds an error, the next row fails as it would have failed without the skip. The decoder
-// does not know which rows are 0, so with zeroRows nothing is skipped.
+// Skips the rest of the decoded stripe. If nothing of it is left, skips about 2^21 pixels, so that one call
+// does not take long. If the decoder finds an error, the next row fails as it would have failed without the
+// skip. The decoder does not know which rows are 0, so with zeroRows nothing is skipped.
 int32_t JBIGImage::SkipRows(int32_t count, Skip which)
 {
     if (!Decoder || which == Skip::zeroRows)

@@ -1,4 +1,5 @@
-// The Keys dialog: lists the keys and mouse actions.
+// The Keys dialog: lists the keys and mouse actions. Those of the menu entries come from
+// lumentaresources.cpp.
 #pragma once
 
 #include "platform/dialog.h"

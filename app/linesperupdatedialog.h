@@ -1,5 +1,5 @@
 // The Lines per update dialog: asks how many lines of the reduced picture are made between two updates of the
-// screen.
+// screen. CLumentaDoc passes the number and stores the new one.
 #pragma once
 
 #include "platform/dialog.h"

@@ -87,7 +87,7 @@ void CLumentaApp::OnNextPage()
     m_nSeenPages = std::min(m_nSeenPages, m_PageList.size());
     if (m_PageList.empty())
         return;
-    // The page leaves the list even if it does not open.
+    // The page is removed from the list even if it does not open.
     const CString path = m_PageList.front();
     m_PageList.pop_front();
     const bool is_new = m_nSeenPages == 0;
@@ -135,8 +135,8 @@ CString CLumentaApp::GetListNote() const
     return FormatListNote(m_ShownPages.size(), m_ShownPages.size() + m_PageList.size());
 }
 
-// Marks the file for its state before it was opened, so that a page that is rewritten meanwhile counts as
-// new.
+// The mark is valid for the state of the file before it was opened. So a page that is rewritten meanwhile
+// counts as new.
 bool CLumentaApp::OpenAndMark(const CString& path)
 {
     const CString file = PagePath(path); // the file that the document opens
@@ -159,7 +159,7 @@ void CLumentaApp::OnFileOpen()
     dialog.m_strInitialDir = m_strPageDirectory;
     dialog.m_nFilterIndex = FindFilter(kPageFilters, m_strPageFilter);
     const int result = dialog.DoModal();
-    // This is also done after Cancel, and the directory is then empty.
+    // This is also done after Cancel. The path, and so the directory, is then empty.
     const CString& path = dialog.m_strFileName;
     m_strPageDirectory = path.Left(path.ReverseFind('/') + 1);
     m_strPageFilter = GetFilterPattern(kPageFilters, dialog.m_nFilterIndex);

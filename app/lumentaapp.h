@@ -1,4 +1,5 @@
 // The application: its start and end, its settings, and the list of pages that are viewed one by one.
+// Receives commands and dropped files from the windows. Opens pages through CLumentaDoc.
 #pragma once
 
 #include "platform/app.h"
@@ -52,10 +53,11 @@ private:
     // Marks a file if m_bMarkViewed is set. `before` is its state before it was opened.
     void MarkAsViewed(const CString& path, const FileStatus& before) const;
 
-    // The pages of the list up to the one shown last, in the order in which they were shown.
+    // The pages of the list that were shown, in this order. Previous Page moves the last one back to
+    // m_PageList.
     std::vector<CString> m_ShownPages;
     // The number of pages at the front of m_PageList that Previous Page has put back there. They are not
-    // marked again. If other code has changed m_PageList, this may be above its size, and then counts as its
-    // size.
+    // marked as viewed again. If other code has shortened m_PageList, this number may be above its size, and
+    // then counts as its size.
     size_t m_nSeenPages = 0;
 };

@@ -101,7 +101,7 @@ void CLumentaDoc::SetTitle(const CString&)
     CDocument::SetTitle(m_strPageTitle);
 }
 
-// The template passes the whole path that it opened, including a tab or semicolon.
+// The template passes the whole path that it opened, including a tab or semicolon and the text after it.
 void CLumentaDoc::SetPathName(const CString& path, bool add_to_recent)
 {
     CDocument::SetPathName(PagePath(path), add_to_recent);
@@ -151,7 +151,7 @@ bool CLumentaDoc::CanOpen(const CString& path)
     if (!IsOpen(*image))
         ReportOpenFailure(file, *image);
     else if (!has_rows)
-        AfxMessageBox("Unable to allocate bitmap"); // as OpenPage says if a side is 0
+        AfxMessageBox("Unable to allocate bitmap"); // the message of OpenPage for a page with a side of 0
     EndWaitCursor();
     return has_rows;
 }

@@ -1,4 +1,6 @@
-// The document: at most one open page, its sizes, and the store of its decoded rows.
+// The document: at most one open page, its sizes, and the store of its decoded rows. Receives paths from the
+// application, and rows from the page image. Draws the page for the views and the printer. Reports size and
+// resolution to the main window.
 #pragma once
 
 #include "app/image.h"
@@ -13,7 +15,7 @@
 
 constexpr const char* kLinesPerUpdate = "Lines Per Update"; // key in section kAppSettings of the settings
 
-// rowstore.h says what is always true of the row store.
+// rowstore.h lists the conditions that are always true for the row store.
 class CLumentaDoc : public CDocument
 {
 public:
@@ -37,7 +39,7 @@ public:
     // is gone or cannot be read. The text is empty if there are none.
     [[nodiscard]] CString GetStatusText() const;
     // Returns the palette of the page, or of its reduced picture if `scaled`. Null if there is none. The
-    // palette stays the document's.
+    // document owns the palette.
     [[nodiscard]] CPalette* GetPagePalette(bool scaled) const;
 
     // Returns whether the file PagePath(path) can be opened as a page now. If not, shows the message that
@@ -52,9 +54,9 @@ public:
     [[nodiscard]] const FileStatus& GetFileStatus() const { return m_FileStatus; }
 
     // Draws the part of the page inside `rect`, in page pixels. On a printer, draws the whole page, and
-    // `rect` is the printable area: an 8-bit page is scaled to it, a bilevel page is reduced to it if it is
-    // larger. A failed print is aborted, and the user gets a message. On the screen, a failure may leave a
-    // part undrawn.
+    // `rect` is the printable area: an 8-bit page is scaled to this area. A bilevel page is reduced to this
+    // area if the page is larger. A failed print is aborted, and the user gets a message. On the screen, a
+    // failure may leave a part undrawn.
     void DrawPage(CDC* dc, const CRect& rect);
 
     // The reduced picture of a bilevel page. These functions are in pagescale.cpp.
@@ -80,20 +82,20 @@ public:
     // Makes a store for `rows` rows in a temporary file. On failure returns false and leaves no store.
     [[nodiscard]] bool CreateRowMapping(int32_t rows);
     bool ReleaseRowMapping(); // returns whether there was such a store
-    // Makes a store on the heap for `rows` rows, or for as many as memory allows. Returns false if that is
-    // none.
+    // Makes a store on the heap for `rows` rows, or for as many as memory allows. Returns false if there is
+    // not enough memory for one row.
     [[nodiscard]] bool AllocateRowBuffer(int32_t rows);
     bool ReleaseRowBuffer(); // returns whether there was such a store
     // Makes rows first to first + count - 1 available. Needs first >= 0, 1 <= count <= m_nWindowRows and
     // first + count <= m_nDepth.
     //
     // The first row that cannot be read is reported in a message, once per page. An interruption by the user
-    // counts as such a row. This row and all later ones are 0, and the result is still true. Returns false if
-    // the page was closed while that message was open. Also returns false, after a message, if there is no
-    // page or no store. Throws std::bad_alloc if memory is short.
+    // counts as such a row. This row and all later ones become 0, and GetRows still returns true. Returns
+    // false if the page was closed while that message was open. Also returns false, after a message, if there
+    // is no page or no store. Throws std::bad_alloc if memory is short.
     [[nodiscard]] bool GetRows(int32_t first, int32_t count);
-    // Releases the memory of the stored rows. They stay in the temporary file, and return to memory when they
-    // are read. Does nothing with a heap store.
+    // Releases the memory of the stored rows. The rows stay in the temporary file, and the system loads them
+    // again when they are read. Does nothing with a heap store.
     void ReleaseRowPages();
     [[nodiscard]] uint64_t GetPageSerial() const { return m_nPageSerial; } // changes when a page is closed
     // Returns the address of a stored row, valid until the next GetRows.

@@ -1,4 +1,5 @@
-// Menus, accelerators, texts, cursor and icon of the application.
+// Menus, accelerators, texts, dialogs, cursor and icon of the application. CLumentaApp passes them to
+// platform/, which makes the windows from them.
 #pragma once
 
 #include "platform/resources.h"

@@ -74,7 +74,7 @@ void CLumentaView::OnSize(UINT type, int cx, int cy)
 {
     CScrollView::OnSize(type, cx, cy);
     SetupScrollSizes(cx, cy, 1);
-    // If the window becomes smaller, no paint updates the frame in the overview.
+    // If the window becomes smaller, there is no paint. So the frame in the overview is updated here.
     if (CScaleView* const scaled = GetScaledView())
         scaled->ShowVisiblePart(GetScrollPosition(), {cx, cy});
 }
@@ -112,7 +112,7 @@ void CLumentaView::OnKeyDown(UINT key, UINT repeat, UINT flags)
 void CLumentaView::OnMouseMove(UINT flags, CPoint point)
 {
     m_ptPointer = point;
-    if (!(flags & MK_RBUTTON)) // it was released over another window
+    if (!(flags & MK_RBUTTON)) // the button was released over another window
         m_ptMeasured.reset();
     CLumenta::OnMouseMove(flags, point);
     ShowMeasure();
@@ -158,7 +158,7 @@ std::optional<CPoint> CLumentaView::GetPointedPixel() const
     return CPoint{static_cast<int>(x), static_cast<int>(y)};
 }
 
-// If the pointer is not over the page, its nearest pixel counts.
+// If the pointer is not over the page, the nearest page pixel counts.
 std::optional<CPoint> CLumentaView::GetMeasuredEnd() const
 {
     const CLumentaDoc* const document = GetPageDocument();
@@ -225,8 +225,8 @@ LRESULT CLumentaView::OnPageCenter(WPARAM, LPARAM scaled_view)
 // overview, so that the document asks its next view.
 LRESULT CLumentaView::OnPageClosed(WPARAM, LPARAM)
 {
-    // The next update sets the scroll range and the position to 0, so they are stored here. Without a page,
-    // the values of the last page are kept, so that a file that fails to open does not change them.
+    // The next update sets the scroll range and the position to 0, so they are stored here. If no page is
+    // open, the stored values are kept. So a file that fails to open does not change them.
     if (GetTotalSize() != CSize{}) {
         m_sizeClosed = GetTotalSize();
         m_ptClosed = GetScrollPosition();

@@ -1,4 +1,5 @@
-// The page view: shows the page at full size in the main window, and prints it.
+// The page view: shows the page at full size in the main window, and prints it. Receives input and paints as
+// messages. CLumentaDoc draws the page. Reports the scroll position to the main window and the overview.
 #pragma once
 
 #include "app/scrollvw.h"
@@ -65,7 +66,8 @@ private:
     static const MessageEntry entries[];
     [[nodiscard]] CScaleView* GetScaledView() const; // null if no overview is open
 
-    bool m_bKeepPlace;  // a page of the same size opens at the place of the last one
+    // The setting Keep Place: a page of the same size opens at the scroll position of the last one.
+    bool m_bKeepPlace;
     CSize m_sizeClosed; // size of the page that was closed last
     CPoint m_ptClosed;  // its scroll position when it was closed
 
@@ -81,7 +83,7 @@ private:
     // The page pixel where the right button was pressed, while it is held.
     std::optional<CPoint> m_ptMeasured;
 
-    // The size of the page before it is reloaded, set during the reload. The overview then stays open, unless
-    // the new page has another size or is not bilevel.
+    // During a reload, the size of the page before it; otherwise empty. The overview stays open during a
+    // reload, unless the new page has another size or is not bilevel.
     std::optional<CSize> m_sizeReloaded;
 };

@@ -8,9 +8,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-// Opens /dev/null for each standard stream that the caller has closed. Otherwise a connection or a page file
-// could get the number of that stream. The access mode is the wrong one, so that using the stream still
-// fails.
+// Opens /dev/null for each standard stream that is closed at the start. Otherwise a connection or a page file
+// could get the descriptor number of that stream. The access mode is wrong on purpose: standard input is
+// opened for writing, and the others for reading. So a use of the stream still fails.
 static void OpenStandardStreams()
 {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})

@@ -60,7 +60,7 @@ bool CMainFrame::PreCreateWindow(CREATESTRUCT& cs)
         return false;
     const std::optional<CRect> place =
         ParsePlacement(AfxGetApp()->GetProfileString(kWindowSettings, kMainFrame));
-    if (place) { // the frame corrects a place that is visible on no screen
+    if (place) { // if this place is on no screen, the frame corrects it
         cs.x = place->left;
         cs.y = place->top;
         cs.cx = place->Width();

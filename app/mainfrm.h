@@ -1,5 +1,5 @@
-// The main window. It keeps its place between runs. Its status bar shows the page's position, size and
-// resolution.
+// The main window. It stores its place in the settings, and restores it in the next run. Its status bar shows
+// the page's position, size and resolution, which it receives as messages (see usermsg.h).
 #pragma once
 
 #include "app/pageframe.h"

@@ -1,4 +1,5 @@
-// The Open Multiple dialog: chooses page files of one directory, which are then viewed one after the other.
+// The Open Multiple dialog: asks for page files of one directory. CLumentaApp then shows them one after the
+// other.
 #pragma once
 
 #include "platform/dialog.h"
@@ -7,7 +8,8 @@
 
 // The caller sets m_strDirectory, m_strFilter and m_bMarkViewed. After IDOK they hold what the user chose,
 // and m_Files holds the chosen files. In the list, directories are in brackets, and "[..]" is the directory
-// above. A file whose name begins with "[" cannot be chosen, because the brackets are the only difference.
+// above. A file whose name begins with "[" cannot be chosen, because only the brackets distinguish
+// directories from files.
 class COpenMultipleDialog : public CDialog
 {
 public:
@@ -16,11 +18,11 @@ public:
 
     COpenMultipleDialog();
 
-    // Fills the list by m_strDirectory, m_strFilter and m_bShowViewed. Returns false, and leaves the list
-    // unchanged, if the directory cannot be listed.
+    // Fills the list according to m_strDirectory, m_strFilter and m_bShowViewed. Returns false, and leaves
+    // the list unchanged, if the directory cannot be listed.
     bool RefillList();
-    // The same. If the directory cannot be listed, changes m_strDirectory to the nearest one above it that
-    // can. Returns false if there is none.
+    // Fills the list in the same way. If the directory cannot be listed, changes m_strDirectory to the
+    // nearest directory above it that can be listed. Returns false if there is none.
     bool RefillNearest();
     bool SelectFilter(); // selects m_strFilter in the combo box; returns false if it has no such entry
     void TakeFilter();   // sets m_strFilter from the combo box

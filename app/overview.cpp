@@ -12,18 +12,18 @@ struct Span {
     int end = 0;
 };
 
-// One direction of FrameInOverview.
+// Computes FrameInOverview in one direction. Returns an empty span if nothing is visible.
 Span FrameSpan(int position, int client, int page, int scale)
 {
-    constexpr int64_t kLeast = 3; // black, white, black
+    constexpr int64_t kMinPixels = 3; // of the frame in this direction: black, white, black
     const int64_t shown_end = std::min<int64_t>(int64_t{position} + client, page);
     if (shown_end <= position)
         return {};
     // The picture ends with the last whole cell.
-    const int64_t picture_end = std::max<int64_t>(page / scale, kLeast);
+    const int64_t picture_end = std::max<int64_t>(page / scale, kMinPixels);
     int64_t end = std::min((shown_end + scale - 1) / scale, picture_end);
-    const int64_t first = std::max<int64_t>(std::min<int64_t>(position / scale, end - kLeast), 0);
-    end = std::max(end, first + kLeast);
+    const int64_t first = std::max<int64_t>(std::min<int64_t>(position / scale, end - kMinPixels), 0);
+    end = std::max(end, first + kMinPixels);
     return {static_cast<int>(first), static_cast<int>(end)};
 }
 } // namespace

@@ -9,18 +9,19 @@
 
 namespace
 {
-constexpr int32_t kChunkBytes = 64 << 10;  // of rows, decoded and counted while they are in the cache
-constexpr int64_t kReleaseBytes = 8 << 20; // of rows, after which their memory is released
+// Rows of this size are decoded, then counted while they are in the cache.
+constexpr int32_t kChunkBytes = 64 << 10;
+constexpr int64_t kReleaseBytes = 8 << 20; // after rows of this size, the memory of the store is released
 constexpr std::chrono::milliseconds kStepTime{4};
 constexpr int32_t kBlack8 = 255;
 
-// Returns whether the rows to count are available. After a bad row the document reads no rows again. If a
-// heap store has moved down the page, the rows above its window are then lost.
+// Returns whether the ink can be counted. After a bad row, the document does not read the page again. If a
+// heap store no longer has the first rows, they are lost.
 bool CanCountInk(const CLumentaDoc& document)
 {
     const int32_t bits = document.m_pImage->BitsPerPixel;
-    const bool moved_on = document.m_hTempFile == kInvalidFile && document.m_nWindowFirst > 0;
-    return (bits == 1 || bits == 8) && !(document.m_bReadError && moved_on);
+    const bool first_rows_lost = document.m_hTempFile == kInvalidFile && document.m_nWindowFirst > 0;
+    return (bits == 1 || bits == 8) && !(document.m_bReadError && first_rows_lost);
 }
 } // namespace
 

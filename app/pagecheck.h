@@ -1,4 +1,5 @@
-// The check of a page: decodes its rows into the row store and counts their ink.
+// The check of a page: decodes its rows into the row store and counts their ink. Receives the document. The
+// Page Information dialog calls its steps and shows the result.
 #pragma once
 
 #include <array>
@@ -50,7 +51,7 @@ private:
 class PageCheck
 {
 public:
-    explicit PageCheck(CLumentaDoc* document); // must have a page, and outlive this object
+    explicit PageCheck(CLumentaDoc* document); // the document must have a page, and must outlive this object
 
     enum class Result : uint8_t { unfinished, done, pageClosed };
     // Checks rows for a few milliseconds. Returns unfinished if rows are left, done after the last one, and
@@ -66,10 +67,11 @@ public:
     // Returns whether ink can be counted. It cannot if the page is damaged and the row store no longer has
     // its good rows.
     [[nodiscard]] bool CanCount() const { return m_can_count; }
-    [[nodiscard]] const InkCount& Ink() const { return m_ink; } // of the good rows
+    [[nodiscard]] const InkCount& Ink() const { return m_ink; } // the ink of the good rows
 
 private:
-    [[nodiscard]] int32_t KnownRows() const; // all rows; or those before the first bad row, if it is known
+    // Number of rows before the first bad row; all rows if no bad row is known.
+    [[nodiscard]] int32_t KnownRows() const;
 
     CLumentaDoc* m_document;
     uint64_t m_page; // serial of the page, see GetPageSerial

@@ -26,19 +26,21 @@ PaletteInUse::~PaletteInUse()
 
 namespace
 {
-constexpr int32_t kReducedBytes = 8 << 20; // of rows that a print reduces before it releases their memory
+// Bytes of rows that a print reduces before it releases their memory.
+constexpr int32_t kReducedBytes = 8 << 20;
 } // namespace
 
 int ChooseReduction(int size, int room)
 {
-    const int q = size / room;
-    if (q <= 2)
+    const int ratio = size / room;
+    if (ratio <= 2)
         return 2;
-    if (q <= 4)
+    if (ratio <= 4)
         return 4;
-    const int whole = q / 8 * 8;
-    return q == whole ? q
-                      : std::min(whole, INT32_MAX - 15) + 8; // the greatest multiple of 8 is INT32_MAX - 7
+    const int whole = ratio / 8 * 8;
+    return ratio == whole
+               ? ratio
+               : std::min(whole, INT32_MAX - 15) + 8; // the greatest multiple of 8 is INT32_MAX - 7
 }
 
 CSize FitInto(CSize page, CSize room)
@@ -99,7 +101,8 @@ void CLumentaDoc::DrawBilevel(CDC* dc, const CRect& rect)
     if (columns.count <= 0 || lines.count <= 0)
         return;
     // Starts at the byte that holds the first pixel. The clipping of the device hides the additional pixels
-    // on the left. The bitmap uses the rows of the store. Nothing after a row's last pixel is drawn.
+    // on the left. The bitmap refers to the rows in the store, and copies nothing. Nothing after a row's last
+    // pixel is drawn.
     const int left_byte = columns.first / 8;
     const int left = left_byte * 8;
     const int width = static_cast<int>(
@@ -153,7 +156,7 @@ void CLumentaDoc::PrintGrey(CDC* dc, const CRect& rect)
     MakeDibInfo();
     const int stride = RoundUpTo4(m_nWidth);
     const CSize target = FitInto({stride, m_nDepth}, {rect.Width(), rect.Height()});
-    // The proportions include the padding of the stride, but only the page itself is drawn.
+    // The proportions are those of lines with their padding, but the padding is not drawn.
     const int target_width = MulDiv(target.cx, m_nWidth, stride);
     if (target_width <= 0 || target.cy <= 0)
         return;
@@ -169,8 +172,8 @@ void CLumentaDoc::PrintGrey(CDC* dc, const CRect& rect)
 }
 
 // Prints a bilevel page that is larger than the printable area: reduces it to grey, then fits it into the
-// area. The grey picture has about half as many pixels on a side as the area. Its grey values preserve the
-// lost detail.
+// area. The grey picture has about half as many pixels on a side as the area. Its grey values show the detail
+// that is lost by the smaller size.
 void CLumentaDoc::PrintReduced(CDC* dc, const CRect& rect)
 {
     const int room_x = std::max(rect.Width() / 2, 1);

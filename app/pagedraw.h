@@ -1,4 +1,5 @@
-// Functions and constants that the drawings of a page share.
+// Sizes, factors and clipping for the drawing of pages, computed from numbers, and a guard for palettes. The
+// members of CLumentaDoc in pagedraw.cpp and pagescale.cpp use them, and so does the overview.
 #pragma once
 
 #include "platform/types.h"
@@ -10,8 +11,8 @@ class CPalette;
 // 4 or a multiple of 8. `room` must not be 0.
 [[nodiscard]] int ChooseReduction(int size, int room);
 
-// The largest factor of the scale engine. Larger factors are clamped to it. The overview is then larger than
-// its window and scrolls. A print reduces the picture further when it is drawn.
+// The largest factor of the scale engine. It replaces larger factors. The overview is then larger than its
+// window, and the user can scroll it. A print reduces the picture further when it draws it.
 constexpr int kMaxReduction = 248;
 
 // Returns the largest size that has the proportions of `page` and fits into `room`. A side may be rounded to

@@ -7,7 +7,7 @@ namespace
 constexpr std::string_view kBlanksAndBar = " \t\n\v\f\r|";
 
 // Returns `text` from its first byte that is in `set`, or an empty text if there is none.
-std::string_view From(std::string_view text, std::string_view set)
+std::string_view FromFirstOf(std::string_view text, std::string_view set)
 {
     const size_t at = text.find_first_of(set);
     return at == std::string_view::npos ? std::string_view{} : text.substr(at);
@@ -20,7 +20,7 @@ template <class Wanted>
 void WalkFilters(std::string_view left, Wanted wanted)
 {
     for (int number = 1; !left.empty(); ++number) {
-        left = From(left, "|");
+        left = FromFirstOf(left, "|");
         if (left.empty())
             return;
         left.remove_prefix(1);
@@ -30,9 +30,9 @@ void WalkFilters(std::string_view left, Wanted wanted)
         if (start == std::string_view::npos)
             return;
         left.remove_prefix(start);
-        if (wanted(number, left.substr(0, left.size() - From(left, kBlanksAndBar).size())))
+        if (wanted(number, left.substr(0, left.size() - FromFirstOf(left, kBlanksAndBar).size())))
             return;
-        left = From(left, "|");
+        left = FromFirstOf(left, "|");
         left.remove_prefix(left.empty() ? 0 : 1);
     }
 }

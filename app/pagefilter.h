@@ -1,4 +1,5 @@
-// The file filters of the Open dialog.
+// The file filters of the Open dialog. The dialog identifies a filter by its number, and the settings by its
+// pattern. The functions convert one to the other.
 #pragma once
 
 #include "platform/cstring.h"

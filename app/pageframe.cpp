@@ -46,7 +46,7 @@ void CPageFrame::UpdateTimer()
         KillTimer(kFileTimer);
 }
 
-// The message field shows the result with the next copy to the screen.
+// The message field shows the result when the status bar is updated next.
 void CPageFrame::CheckFile()
 {
     if (auto* const document = DynamicDowncast<CLumentaDoc>(GetActiveDocument()))

@@ -1,5 +1,6 @@
-// Converts the header between record and text, and reads and writes the text in files. All kinds of file
-// share ReadText and WriteText, whose arguments transfer the bytes.
+// Converts the header between record and text, and reads and writes the text in files. The functions for
+// handles, open files and paths share ReadText and WriteText. Their arguments are functions that transfer the
+// bytes.
 #include "app/pageheader.h"
 
 #include <algorithm>
@@ -9,13 +10,14 @@
 
 namespace
 {
-constexpr size_t kWorkSlack = 256; // bytes after HeaderSize in the buffer for a text that is written
+constexpr size_t kWorkSlack = 256; // spare bytes after HeaderSize in the buffer for a new text
 
 // HeaderSize comes from the file and may be any number. At most this many bytes of a header are read. The
 // buffer for them is never larger than the rest of the file.
 constexpr uint32_t kLargestHeader = uint32_t{64} << 20;
 
-// Copies a text into a field, cut so that a 0 ends it. The rest of the field becomes 0. Null counts as empty.
+// Copies a text into a field. A text that is too long is cut, so that a 0 always ends it. The rest of the
+// field becomes 0. Null counts as empty.
 template <size_t N>
 void SetField(char (&field)[N], const char* text)
 {
@@ -130,7 +132,7 @@ int32_t PageHeader::ReadFromHandle(HANDLE handle, OVERLAPPED* overlapped)
             },
             [&] { return BytesLeft(handle); });
     } catch (const std::bad_alloc&) {
-        return ErrorCode; // the error of the first bytes, which are no complete header
+        return ErrorCode; // the error of the first bytes, which do not have a complete header
     }
 }
 

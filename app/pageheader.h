@@ -31,7 +31,7 @@ public:
     // is 0.
     [[nodiscard]] int32_t ParseBuffer(const char* buffer, uint32_t size);
     // These functions first read 4096 bytes. If they hold no complete header, but a HeaderSize above 4096,
-    // the rest of the header is read too. A file that ends early is no error in itself.
+    // the rest of the header is read too. It is not an error by itself if the file ends early.
     //
     // `overlapped` is needed for a handle that does not block, and may be null for others. The function waits
     // for a pending transfer. If there is no memory for the rest, ReadFromHandle returns the error of the

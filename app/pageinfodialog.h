@@ -1,4 +1,5 @@
-// The Page Information dialog: shows what is known about the open page, and can check the page.
+// The Page Information dialog: shows what is known about the open page, and can check the page. Receives the
+// document and the unit for lengths.
 #pragma once
 
 #include "app/description.h"
@@ -47,6 +48,6 @@ private:
     int m_nUnits;
     std::optional<PageCheck> m_check; // the running check; empty if there is none
     bool m_in_step = false;           // a step of m_check is on the stack, perhaps with a message box
-    bool m_stop_requested = false;    // during this step
+    bool m_stop_requested = false;    // the user has pressed Cancel during this step
     std::chrono::steady_clock::time_point m_progress_shown; // last update of the progress bar
 };

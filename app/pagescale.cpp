@@ -1,5 +1,5 @@
-// Reduces the page in batches of lines. Each batch notifies the views, and their paint requests the next one.
-// The picture grows between input and paints, without a thread or a timer.
+// Reduces the page in batches of lines. Each batch notifies the views, and their paint requests the next
+// batch. So input is handled between two batches, without a thread or a timer.
 #include "app/linesperupdatedialog.h"
 #include "app/lumentadoc.h"
 #include "app/pagedraw.h"
@@ -12,7 +12,7 @@
 
 namespace
 {
-constexpr int32_t kStepBytes = 1 << 20; // of rows that are reduced between two calls of WorkInterrupted
+constexpr int32_t kStepBytes = 1 << 20; // bytes of rows that are reduced between two calls of WorkInterrupted
 } // namespace
 
 bool CLumentaDoc::MakeScaledBitmap(int32_t scale)
@@ -97,8 +97,8 @@ bool CLumentaDoc::BlitScaled(CDC* dc, const CRect& rect)
 {
     if (!m_pScaled || !m_pScaled->IsComplete())
         return false;
-    // The device reads the bitmap's own bits, and only those that it shows. A paint of new lines costs no
-    // more than these lines.
+    // The device reads the pixels directly from the bitmap, and only those that it shows. So a paint of new
+    // lines takes only the time for these lines.
     const int width = std::min(rect.Width(), m_pScaled->m_nWidth);
     const int height = std::min(rect.Height(), m_pScaled->m_nHeight);
     const PaletteInUse palette{dc, m_pScaled->m_hPalette.get()};

@@ -1,4 +1,4 @@
-// The place of the main window on the screen, as a text in the settings.
+// Converts the place of the main window on the screen to a text for the settings, and back.
 #pragma once
 
 #include "platform/cstring.h"

@@ -11,7 +11,7 @@
 
 namespace
 {
-// Sizes in bytes of rows.
+// Sizes of groups of rows, in bytes.
 constexpr int32_t kZeroBytes = 1 << 20;          // cleared between two calls of WorkInterrupted
 constexpr int32_t kMostZeroBytes = 64 << 20;     // rows of 0 that are stored before the requested rows
 constexpr int32_t kStoreBlockBytes = 256 * 1024; // decoded in memory, then written to the temporary file
@@ -119,8 +119,8 @@ bool CLumentaDoc::ReportRow(int32_t row)
 }
 
 // Reads the rows m_nLastRow + 1 to stop - 1 into the temporary file, a block at a time. A block is decoded
-// into memory that stays in the cache, and then written to the file. Writing takes a sixth of the time of
-// touching new pages of the mapping.
+// into memory that stays in the cache, and then written to the file. This takes a sixth of the time that the
+// first access to new pages of the mapping would take.
 //
 // Stops at the first row that cannot be read or written. This row becomes 0 and is reported; the rows before
 // it are kept. Returns false if the page was closed while the message was open.
@@ -137,7 +137,8 @@ bool CLumentaDoc::FillMapping(int32_t stop)
         const int32_t first = m_nLastRow + 1;
         const int32_t wanted = std::min(block_rows, stop - first);
         int32_t rows = 0;
-        int32_t skipped = 0; // rows of 0 after them; the unwritten part of the file is 0
+        // Rows of 0 after these; they are not written, because new parts of the file are 0.
+        int32_t skipped = 0;
         while (good && rows < wanted) {
             skipped = m_pImage->SkipRows(stop - first - rows, Image::Skip::zeroRows);
             if (skipped > 0)
@@ -151,7 +152,7 @@ bool CLumentaDoc::FillMapping(int32_t stop)
         if (written < bytes) {
             m_pImage->ErrorText = strerror(errno);
             // The last row is incomplete: its written part becomes 0 again. The mapping cannot be used for
-            // this, because touching a page that the file system cannot provide would end the program.
+            // this, because an access to a page that the file system cannot provide would end the program.
             const size_t kept = written / row_bytes;
             const size_t cut = written % row_bytes;
             std::fill_n(block.get(), cut, uint8_t{0});

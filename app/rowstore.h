@@ -10,7 +10,7 @@
 // - Row r with m_nWindowFirst <= r <= m_nLastRow is at RowAddress(r).
 // - m_nLastRow - m_nWindowFirst + 1 is never above m_nWindowRows.
 // - m_nLastRow equals the image's CurrentRow until m_bReadError is set.
-// - m_hTempFile alone tells the kind of store: it is kInvalidFile for a heap block.
+// - m_hTempFile says which kind of store is in use: it is kInvalidFile for a heap block.
 #pragma once
 
 #include <cstdint>

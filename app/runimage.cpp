@@ -17,7 +17,7 @@ void RunImage::EndDecoder()
     Decoder = nullptr;
 }
 
-// Decodes the next rows, and notes suspicious ones.
+// Decodes the next rows, and records suspicious ones.
 int32_t RunImage::Decode(uint8_t* buffer, int32_t stride, int32_t count)
 {
     const int32_t rows = m_codec.decode(Decoder, count, buffer, stride);
@@ -32,7 +32,7 @@ int32_t RunImage::DecodeRows(uint8_t* buffer, int32_t stride, int32_t count)
     return rows;
 }
 
-// Decodes the rows in between, `count` at a time.
+// Decodes the rows in between, `count` at a time, and does not keep them.
 bool RunImage::SeekRow(uint8_t* buffer, int32_t stride, int32_t firstRow, int32_t count)
 {
     if (firstRow < CurrentRow + 1)

@@ -1,4 +1,6 @@
 // The reduced picture of a bilevel page: 8 bits of grey per pixel, made line by line from the page's rows.
+// CLumentaDoc passes the rows. The scale engine of kesterlib reduces them and passes finished lines to
+// row_sink.
 #pragma once
 
 #include "platform/dc.h"
@@ -12,7 +14,7 @@ struct FreeDeleter {
     void operator()(void* memory) const { std::free(memory); }
 };
 
-// Is either complete, with pixels, header and palette, or empty because memory was short.
+// A bitmap is either complete, with pixels, header and palette, or empty because memory was short.
 class CScaledDIBitmap : public CObject
 {
 public:
@@ -41,7 +43,7 @@ public:
     // message is open, the page may be closed and this object deleted.
     [[nodiscard]] int32_t AddRows(const uint8_t* rows, int32_t firstRow, int32_t count, ptrdiff_t stride);
     void FinishScaling(); // frees the engine; no more lines are made
-    // Returns the palette, which stays the bitmap's; null if the bitmap is not complete.
+    // Returns the palette, which the bitmap owns; null if the bitmap is not complete.
     [[nodiscard]] CPalette* GetPalette() const { return IsComplete() ? m_hPalette.get() : nullptr; }
 
     std::unique_ptr<CPalette> m_hPalette; // the grey ramp, in the order that the polarity requires

@@ -1,4 +1,5 @@
-// The frame of the overview: a second top-level window, without menu and status bar.
+// The frame of the overview: a second top-level window, without menu and status bar. CLumentaView creates it
+// and keeps a pointer to it.
 #pragma once
 
 #include "app/pageframe.h"
@@ -13,7 +14,8 @@ public:
 
     int32_t m_nClientWidth = 0;  // requested width of the client area in pixels
     int32_t m_nClientHeight = 0; // requested height
-    // The owner's pointer to this frame. It becomes null when the frame is destroyed.
+    // The address of the page view's pointer to this frame. That pointer becomes null when the frame is
+    // destroyed.
     CScaleFrame** m_ppBackPointer = nullptr;
 
 protected:

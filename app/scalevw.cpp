@@ -9,7 +9,8 @@ const CRuntimeClass CScaleView::classRecord{"CScaleView", &CLumenta::classRecord
 const MessageEntry CScaleView::entries[] = {
     On<WM_SIZE, &CScaleView::OnSize>(),
     On<WM_LBUTTONDOWN, &CScaleView::OnLButtonDown>(),
-    On<WM_LBUTTONDBLCLK, &CScaleView::OnLButtonDown>(), // every quick press moves the page
+    // The second press of a double click moves the page too.
+    On<WM_LBUTTONDBLCLK, &CScaleView::OnLButtonDown>(),
     On<WM_MOUSEMOVE, &CScaleView::OnMouseMove>(),
     On<WM_CHAR, &CScaleView::OnChar>(),
     On<WM_SCALE_NEXT, &CScaleView::OnScaleNext>(),
@@ -30,9 +31,9 @@ void CScaleView::OnUpdate(CView* sender, LPARAM hint, CObject* hint_object)
     SetupScrollSizes(client.Width(), client.Height(), m_nScale);
     const auto* const lines = DynamicDowncast<ScaleUpdateHint>(hint_object);
     if (hint == kHintReducedLines && lines) {
-        // First the position of the lines in the picture, then their position in the window. m_nLastLine is
-        // the line after the batch, so the band has one line more than the batch. Painting that line changes
-        // nothing.
+        // Two bands become invalid: the lines at their position in the picture, and at their position in the
+        // window. m_nLastLine is the line after the batch, so each band has one line more than the batch.
+        // Painting that line changes nothing.
         bool paint_follows = false;
         for (const int scrolled : {0, GetScrollPosition().y}) {
             const CRect band{0, lines->m_nFirstLine - scrolled, client.Width(),
@@ -58,8 +59,9 @@ void CScaleView::OnDraw(CDC* dc)
 
 void CScaleView::RequestNextLines()
 {
-    // At most one request is in the queue. Otherwise each paint before it is handled would start a chain of
-    // its own. m_bStop stays set meanwhile, so that Escape ends the chain after that request.
+    // At most one request is in the queue. Without this limit, each paint before that request is handled
+    // would start another chain of requests. m_bStop is unchanged here, so that Escape ends the chain after
+    // that request.
     if (m_bNextPosted)
         return;
     // If all lines exist, a further batch changes nothing.

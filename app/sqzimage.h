@@ -1,4 +1,5 @@
-// Page files whose raster is a Squeeze stream.
+// Page files whose raster is a Squeeze stream. The base classes read the header and the rows. This class
+// supplies the decoder of kesterlib and the error texts.
 #pragma once
 
 #include "app/runimage.h"
@@ -12,7 +13,7 @@ public:
     SqzImage() : RunImage(kKind, kCodec) {}
 
 protected:
-    // The decoder always copies a raw row whole.
+    // The decoder always copies a raw row whole, so the buffer must have room for a whole row.
     [[nodiscard]] bool HasRoom(int32_t row_bytes) const override { return row_bytes >= BytesPerRow; }
 
 private:

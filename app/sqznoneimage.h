@@ -11,9 +11,9 @@ public:
 
     SqzNoneImage() : HeaderImage(kKind) {}
 
-    // For ReadRow and ReadRows, rowBytes and stride are also the size of a row in the file, so values other
-    // than BytesPerRow read other bytes. ReadRows seeks to its first row. It only adds the number of rows
-    // read to CurrentRow, which therefore is not the number of the last row after a jump.
+    // ReadRow uses rowBytes as the size of a row in the file, and ReadRows uses its stride. So any value but
+    // BytesPerRow reads wrong bytes. ReadRows moves to firstRow in the file, and adds the number of rows read
+    // to CurrentRow. So after a jump CurrentRow is not the number of the last row.
 
 protected:
     [[nodiscard]] bool StartDecoder() override { return true; }

@@ -7,7 +7,7 @@
 namespace
 {
 // Converts pixels to the unit. Returns 0 if the unit needs a resolution and dpi is not above 0.
-double Length(int units, int pixels, int dpi)
+double LengthOrZero(int units, int pixels, int dpi)
 {
     return dpi > 0 || UnitsFor(units, 1, 1) == kPixels ? PixelsToUnits(pixels, units, dpi) : 0;
 }
@@ -17,7 +17,7 @@ CString FormatPair(int units, const char* first_name, double first, const char* 
     return CString{first_name} + FormatNumber(units, first) + second_name + FormatNumber(units, second);
 }
 
-CString FormatLine(const char* text, std::optional<int32_t> line)
+CString FormatLineNote(const char* text, std::optional<int32_t> line)
 {
     CString note;
     if (line)
@@ -39,12 +39,14 @@ const char* FileNote(FileState file)
 
 CString FormatPosition(int units, int left, int top, int x_dpi, int y_dpi)
 {
-    return FormatPair(units, "left=", Length(units, left, x_dpi), " top=", Length(units, top, y_dpi));
+    return FormatPair(units, "left=", LengthOrZero(units, left, x_dpi),
+                      " top=", LengthOrZero(units, top, y_dpi));
 }
 
 CString FormatSize(int units, int width, int depth, int x_dpi, int y_dpi)
 {
-    return FormatPair(units, "width=", Length(units, width, x_dpi), " depth=", Length(units, depth, y_dpi));
+    return FormatPair(units, "width=", LengthOrZero(units, width, x_dpi),
+                      " depth=", LengthOrZero(units, depth, y_dpi));
 }
 
 CString FormatPointer(int units, CPoint point, int x_dpi, int y_dpi)
@@ -72,8 +74,8 @@ CString FormatResolution(int x_dpi, int y_dpi)
 CString FormatPageNotes(std::optional<int32_t> suspicious_line, std::optional<int32_t> damaged_line,
                         FileState file)
 {
-    return JoinNotes(
-        {FormatLine("suspicious", suspicious_line), FormatLine("damaged", damaged_line), FileNote(file)});
+    return JoinNotes({FormatLineNote("suspicious", suspicious_line), FormatLineNote("damaged", damaged_line),
+                      FileNote(file)});
 }
 
 CString FormatListNote(size_t number, size_t count)

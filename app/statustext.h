@@ -7,13 +7,13 @@
 #include <initializer_list>
 #include <optional>
 
-// The read-outs. Positions and sizes are passed in pixels and shown in the unit. In the position and the
-// size, a value is 0 if its unit needs a resolution and the resolution is not above 0. The pointer's position
-// and the distance are then in pixels, see UnitsFor.
+// The read-outs: the numbers in the status bar. Lengths are passed in pixels and shown in the unit. A unit
+// other than pixels needs a resolution above 0. If there is none, FormatPosition and FormatSize show 0, and
+// FormatPointer and FormatDistance show pixels (see UnitsFor).
 [[nodiscard]] CString FormatPosition(int units, int left, int top, int x_dpi, int y_dpi);
 [[nodiscard]] CString FormatSize(int units, int width, int depth, int x_dpi, int y_dpi);
 [[nodiscard]] CString FormatPointer(int units, CPoint point, int x_dpi, int y_dpi);
-// The distance across, down and straight.
+// Shows three distances: across, down, and in a straight line.
 [[nodiscard]] CString FormatDistance(int units, CSize distance, int x_dpi, int y_dpi);
 [[nodiscard]] CString FormatResolution(int x_dpi, int y_dpi);
 
@@ -21,7 +21,7 @@
 enum class FileState : uint8_t { asOpened, changed, gone, unreadable };
 
 // Returns the notes about an open page: the first line that may be wrong, the first damaged line, and a file
-// that is not as it was opened. The text is empty if there is nothing to note.
+// that is not in the state in which it was opened. The text is empty if there is nothing to note.
 [[nodiscard]] CString FormatPageNotes(std::optional<int32_t> suspicious_line,
                                       std::optional<int32_t> damaged_line, FileState file);
 // Returns the note about the list of pages: "page 4 of 24". The number counts from 1.

@@ -1,5 +1,6 @@
-// A TIFF file is opened without mapping, because a mapped file that shrinks would end the program. A file
-// that was cut off keeps its good rows, because no strip may end after the file (see ClampByteCounts).
+// Reads the tags of a TIFF file, and its rows with libtiff or Group4Strips. The file is not mapped into
+// memory, because an access to a mapped file that has become shorter would end the program. If the end of a
+// file is missing, the rows before it can still be read (see ClampByteCounts).
 #include "app/tifimage.h"
 
 #include "app/description.h"
@@ -20,11 +21,12 @@ constexpr const char* kReadError = "TIFF read error";
 
 constexpr const char* kOpenMode = "rbm"; // m: no mapping
 
-// libtiff's limit for a single allocation. Its buffer for a coded strip is exempt, but grows only as bytes
-// are read.
+// libtiff's limit for a single allocation. The limit does not apply to libtiff's buffer for a coded strip,
+// which grows only as bytes are read.
 constexpr tmsize_t kAllocationLimit = tmsize_t{64} << 20;
 
-constexpr int64_t kLargestScanline = 0x7ffffff8; // BytesPerRow is this, rounded up to a multiple of 4
+// A multiple of 4, so that BytesPerRow, which is rounded up to a multiple of 4, fits an int32_t.
+constexpr int64_t kLargestScanline = 0x7ffffff8;
 constexpr double kInchesPerCentimetre = 0.39370078740157477;
 
 void IgnoreWarning(const char*, const char*, va_list) {}
@@ -107,10 +109,10 @@ TIFF* OpenTiff(int file, const CString& path, TIFFImage::Messages* messages)
     return handle;
 }
 
-// Reduces the byte count of each strip to the number of bytes that the file has after the strip's offset.
-// libtiff then decodes a strip that was cut off up to the cut, instead of refusing it. If the offset is 0,
-// the strip is missing, and its byte count becomes 0. Without this, libtiff would decode the file's header as
-// rows.
+// Reduces the byte count of each strip to the number of bytes that the file has after the strip's offset. If
+// the file ends within a strip, libtiff then decodes the part before the end. Otherwise it would refuse the
+// strip. If the offset is 0, the strip is missing, and its byte count becomes 0. Without this, libtiff would
+// decode the file's header as rows.
 void ClampByteCounts(TIFF* tiff, uint64_t file_bytes)
 {
     // Both are libtiff's own arrays, with one entry per strip.
@@ -166,7 +168,7 @@ bool TIFFImage::PrepareStrips()
     return true;
 }
 
-// Takes the fields of the page from the tags. Returns false if this class does not support such a page.
+// Sets the fields of Image from the tags. Returns false if this class does not support such a page.
 bool TIFFImage::ReadTags()
 {
     uint16_t bits = 0;
@@ -262,8 +264,8 @@ int TIFFImage::ReadRow(uint8_t* buffer, int32_t rowBytes)
     return 1;
 }
 
-// Reads a row with libtiff. After damage in a Group 4 strip all rows are wrong, so the row fails. The other
-// fax codes find the next line again, so the row is only suspicious.
+// Reads a row with libtiff. After damage in a Group 4 strip all later rows are wrong, so the row fails. The
+// decoders of the other fax codes find the start of the next row again, so the row is only suspicious.
 bool TIFFImage::ReadLibtiffRow(uint8_t* buffer, uint32_t row)
 {
     memset(buffer, 0, static_cast<size_t>(ScanlineSize)); // a strip that ends early leaves bytes unwritten

@@ -12,7 +12,7 @@ namespace
 constexpr double kMillimetersPerInch = 25.4;
 constexpr double kPointsPerInch = 72.27;
 
-// Returns 0 for pixels, which have no fixed size.
+// Returns how many of these units an inch has; 0 for pixels, which have no fixed size.
 double UnitsPerInch(int units)
 {
     switch (units) {

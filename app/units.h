@@ -1,4 +1,5 @@
-// The units of the read-outs: converts lengths from and to pixels, and formats them.
+// The units of the read-outs, which are the numbers in the status bar. Converts lengths from and to pixels,
+// and formats them.
 #pragma once
 
 #include "platform/cstring.h"

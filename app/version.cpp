@@ -5,8 +5,8 @@
 
 const char kLumentaVersion[] = LUMENTA_VERSION; // set by the build, as is LUMENTA_VERSION_NUMBERS
 
-// The same version as a note, which GetFileVersionText reads. The note is written in assembly because its
-// alignment is fixed. Compilers and sanitizers may increase the alignment of a variable.
+// The same version as a note, which GetFileVersionText reads. The note must have an alignment of exactly 4.
+// It is written in assembly, because compilers and sanitizers may increase the alignment of a variable.
 #define LUMENTA_TEXT_OF(...) #__VA_ARGS__
 #define LUMENTA_TEXT(...) LUMENTA_TEXT_OF(__VA_ARGS__)
 __asm__(".pushsection .note.lumenta.version, \"a\", %note\n"
