@@ -93,8 +93,8 @@ struct Codec {
     RowLoop* (*fastest)();
     PageGoal goals[kPageCount];
 };
-// A blank page is decoded at the speed of the memory. libtiff's time then varies by a factor of 2 with the place
-// of its buffer, so the goal is its best one.
+// A blank page is decoded at the speed of the memory. libtiff's time then varies by a factor of 2 with the
+// place of its buffer, so the goal is its best one.
 constexpr Codec kCodecs[] = {
     {"Squeeze",
      Unsqz_Open_MMapped,

@@ -50,7 +50,8 @@ void PrintManual(FILE* stream, const std::string& program, const Manual& manual)
         std::fprintf(stream, "  %-15s  %s\n", option.form.c_str(), option.meaning.c_str());
 }
 
-// Returns whether the argument is of the option's form. A value in capitals, as in "--scale=N", means any value.
+// Returns whether the argument is of the option's form. A value in capitals, as in "--scale=N", means any
+// value.
 bool HasForm(const std::string& argument, const std::string& form)
 {
     const size_t value = form.find('=') + 1;

@@ -1,7 +1,7 @@
 // Times the opening of a page. In every format it must cost the same for 100 rows and for 100 000 rows, and
 // it decodes no row. If each row of a TIFF file is a strip, libtiff also reads the offsets of all strips.
-// A document also reserves the file of its row store. The time of this depends on what the file system deleted
-// shortly before (0.02 to 1 ms), so the same reservation alone is timed in turn with it.
+// A document also reserves the file of its row store. The time of this depends on what the file system
+// deleted shortly before (0.02 to 1 ms), so the same reservation alone is timed in turn with it.
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "app/sqzimage.h"

@@ -1,4 +1,5 @@
-# Compiler warnings for our own code. Every target of ours links this library. LUMENTA_WERROR makes them errors.
+# Compiler warnings for our own code. Every target of ours links this library. LUMENTA_WERROR makes them
+# errors.
 set(LUMENTA_WERROR_FLAG $<$<BOOL:${LUMENTA_WERROR}>:-Werror>)
 add_library(lumenta_warnings INTERFACE)
 target_compile_options(lumenta_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor

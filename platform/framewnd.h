@@ -63,8 +63,8 @@ public:
     // it.
     [[nodiscard]] virtual CString GetMessageText() const;
     // Shows the message text, and calls the update handlers of the other status panes. A pane that no handler
-    // enables is blank. Called when the program becomes idle, while it is busy each time that drawn pixels are
-    // copied to the screen, and before a box or dialog opens.
+    // enables is blank. Called when the program becomes idle, while it is busy each time that drawn pixels
+    // are copied to the screen, and before a box or dialog opens.
     void UpdateStatusPanes();
 
 protected:

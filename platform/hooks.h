@@ -1,5 +1,5 @@
-// What tests and benchmarks replace in the program. In the program itself nothing is replaced: every member is
-// empty.
+// What tests and benchmarks replace in the program. In the program itself nothing is replaced: every member
+// is empty.
 #pragma once
 
 #include "platform/cstring.h"
@@ -23,13 +23,14 @@ struct Hooks {
     std::function<void(const CString& text)> message_box;
     // Called instead of the print dialog. Returns the file to print to, or an empty text for Cancel.
     std::function<CString(CPrintInfo& info)> print_dialog;
-    // Called for each part of Qt's file dialog that the program looks for. If it returns true, the program does
-    // not find this part.
+    // Called for each part of Qt's file dialog that the program looks for. If it returns true, the program
+    // does not find this part.
     std::function<bool()> hide_file_dialog_part;
 
     // Called before each paint of a view.
     std::function<void(const CWnd& view)> before_paint;
-    // Returns the milliseconds of the clock that measures how long work lasts, see CCmdTarget::WorkInterrupted.
+    // Returns the milliseconds of the clock that measures how long work lasts, see
+    // CCmdTarget::WorkInterrupted.
     std::function<int64_t()> work_clock_ms;
 
     CString settings_file; // path; empty: the user's settings file

@@ -1,18 +1,19 @@
 #!/usr/bin/env bash
-# check.sh [STEP...]: runs the checks in addition to test.sh, all or the named ones, the fast ones first. Stops at the
-# first that fails.
+# check.sh [STEP...]: runs the checks in addition to test.sh, all or the named ones, the fast ones first.
+# Stops at the first that fails.
 #   house     rules that need no compiler: includes, blanks, sizes; shellcheck of the scripts
 #   format    clang-format would change nothing
 #   lto       the program, built with link-time optimisation, passes one end-to-end test
 #   tidy      clang-tidy reports nothing
-#   busy      all tests while two busy loops per core run, LUMENTA_BUSY_ROUNDS (3) times; LUMENTA_BUSY_TESTS, a
-#             regular expression, selects tests
+#   busy      all tests while two busy loops per core run, LUMENTA_BUSY_ROUNDS (3) times; LUMENTA_BUSY_TESTS,
+#             a regular expression, selects tests
 #   sanitize  all tests under the address, leak and undefined-behaviour sanitizers
 #   fuzz      every fuzz target: its corpus, then LUMENTA_FUZZ_SECONDS (20) of new inputs
 # This step runs only if named, because it takes hours:
-#   matrix    all tests in builds with other compilers and flags: link-time optimisation, the flags of Debian packages,
-#             the newest clang (with its sanitizers and fuzz targets) and gcc, the assertions of the standard library;
-#             the codec library on aarch64 and s390x. matrix_NAME runs one of these, see matrix_parts below.
+#   matrix    all tests in builds with other compilers and flags: link-time optimisation, the flags of Debian
+#             packages, the newest clang (with its sanitizers and fuzz targets) and gcc, the assertions of the
+#             standard library; the codec library on aarch64 and s390x. matrix_NAME runs one of these, see
+#             matrix_parts below.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -41,8 +42,8 @@ check_format()
   (cd "$root" && sources . | xargs -0 -r clang-format-14 --dry-run -Werror)
 }
 
-# Needs a build, because sources include files that Qt's tools generate. A folder can add or remove checks with a
-# .clang-tidy file of its own.
+# Needs a build, because sources include files that Qt's tools generate. A folder can add or remove checks
+# with a .clang-tidy file of its own.
 check_tidy()
 {
   need build test check
@@ -58,7 +59,8 @@ check_tidy()
   tr '\n' '\0' <"$scratch/both" |
     xargs -0 -n 1 -P "$(parallel_jobs)" clang-tidy-14 --quiet --extra-arg=-Wno-unknown-warning-option \
       -p "$root/build/test" 2>"$scratch/tidy.err" || status=$?
-  # In addition to true errors, this file has one line per source with the number of warnings in foreign headers.
+  # In addition to true errors, this file has one line per source with the number of warnings in foreign
+  # headers.
   grep -vE '^[0-9]+ warnings?( and [0-9]+ errors?)? (generated|treated as errors?)' "$scratch/tidy.err" >&2 || true
   return "$status"
 }
@@ -193,7 +195,8 @@ check_matrix_clang()
   fuzz_targets clang-fuzz "${compiler[@]}"
 }
 
-# Uses the newest gcc that is installed, without optimisation. The other steps use the default gcc with optimisation.
+# Uses the newest gcc that is installed, without optimisation. The other steps use the default gcc with
+# optimisation.
 check_matrix_gcc()
 {
   need build test
@@ -206,9 +209,9 @@ check_matrix_gcc()
 check_matrix_aarch64() { matrix_cross aarch64 arm64; }
 check_matrix_s390x() { matrix_cross s390x s390x; }
 
-# matrix_cross PROCESSOR DEBIAN-ARCHITECTURE: builds the codec library for another processor and runs its tests in an
-# emulator. The libraries that the tests link are unpacked from packages of that architecture into build/. They are not
-# installed in the system.
+# matrix_cross PROCESSOR DEBIAN-ARCHITECTURE: builds the codec library for another processor and runs its
+# tests in an emulator. The libraries that the tests link are unpacked from packages of that architecture into
+# build/. They are not installed in the system.
 matrix_cross()
 {
   need build test matrix
@@ -238,7 +241,8 @@ matrix_cross()
     "-DTIFF_INCLUDE_DIR=$system/usr/include/$triplet" "-DTIFF_LIBRARY=$libraries/libtiff.so" \
     "-DLUMENTA_JBIGKIT=$libraries/libjbig.a" "-DCMAKE_CXX_FLAGS=-idirafter $system/usr/include" \
     "-DCMAKE_EXE_LINKER_FLAGS=-Wl,-rpath-link,$libraries:$system/lib/$triplet"
-  # This test starts its own program again. The emulator passes that to the system, which cannot run the program.
+  # This test starts its own program again. The emulator passes that to the system, which cannot run the
+  # program.
   run_tests "$root/build/$processor" -E '^CallbackDeathTest\.FatalReportsEndTheProcess$'
 }
 

@@ -3,8 +3,8 @@
 #   root          the top of the source tree
 #   scratch       a temporary directory, which is deleted when the script ends
 #   at_exit_kill  the processes that are ended when the script ends
-# and functions that print the script's head comment as its manual, install packages, configure and build, and set up a private display and environment. It sets the
-# EXIT trap.
+# and functions that print the script's head comment as its manual, install packages, configure and build, and
+# set up a private display and environment. It sets the EXIT trap.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 scratch=$(mktemp -d "${TMPDIR:-/tmp}/lumenta-XXXXXX")
@@ -61,7 +61,8 @@ end_process()
   wait "$pid" 2>/dev/null || true
 }
 
-# process_gone PID: whether the process has ended. A process that has not been waited for yet (a zombie) has ended.
+# process_gone PID: whether the process has ended. A process that has not been waited for yet (a zombie) has
+# ended.
 process_gone()
 {
   local line
@@ -80,14 +81,16 @@ wait_for()
   done
 }
 
-# Prints the names of all installed packages and the names that they provide: a renamed package provides its old name.
+# Prints the names of all installed packages and the names that they provide: a renamed package provides its
+# old name.
 installed_names()
 {
   dpkg-query -W -f='${db:Status-Abbrev},${Package},${Provides}\n' | sed -n 's/^ii *,//p' | tr ',' '\n' |
     sed -E 's/^ +//; s/[ :].*//' | sort -u
 }
 
-# need GROUP...: installs the packages of these groups that are missing. If none is missing, it changes nothing.
+# need GROUP...: installs the packages of these groups that are missing. If none is missing, it changes
+# nothing.
 need()
 {
   local wanted missing=() package as_root=()
@@ -113,7 +116,8 @@ Install them as root: apt-get install --no-install-recommends ${missing[*]}"
     install --no-install-recommends "${missing[@]}"
 }
 
-# Prints how many compilers to run at once: one per core, but no more than fit in memory. LUMENTA_JOBS overrides this.
+# Prints how many compilers to run at once: one per core, but no more than fit in memory. LUMENTA_JOBS
+# overrides this.
 parallel_jobs()
 {
   local cores room
@@ -127,7 +131,8 @@ parallel_jobs()
   echo $((cores < room ? cores : room))
 }
 
-# build_preset PRESET DIRECTORY [-Dx=y...] [-- TARGET...]: configures the preset into build/DIRECTORY and builds.
+# build_preset PRESET DIRECTORY [-Dx=y...] [-- TARGET...]: configures the preset into build/DIRECTORY and
+# builds.
 build_preset()
 {
   local preset=$1 directory=$root/build/$2 settings=()
@@ -145,8 +150,8 @@ build_preset()
 # Builds what the tests need. Benchmark programs are left out, so their packages are not needed.
 build_tests() { build_preset release test -DLUMENTA_BENCH=OFF; }
 
-# tree_files DIRECTORY: prints the files of the source tree in DIRECTORY, one per line: those that git tracks or would
-# track. If DIRECTORY is not the top of a git tree, prints all files except those in .git and build/.
+# tree_files DIRECTORY: prints the files of the source tree in DIRECTORY, one per line: those that git tracks
+# or would track. If DIRECTORY is not the top of a git tree, prints all files except those in .git and build/.
 tree_files()
 {
   local top=$1 file
@@ -159,8 +164,9 @@ tree_files()
   done
 }
 
-# Sets up an environment in which programs see neither the user's settings nor a desktop's bus, scaling or theme. The
-# bus address is invalid on purpose: a bus that accepts a connection and never answers would block Qt forever.
+# Sets up an environment in which programs see neither the user's settings nor a desktop's bus, scaling or
+# theme. The bus address is invalid on purpose: a bus that accepts a connection and never answers would block
+# Qt forever.
 private_environment()
 {
   unset WAYLAND_DISPLAY QT_QPA_PLATFORM QT_QPA_PLATFORMTHEME QT_STYLE_OVERRIDE QT_SCALE_FACTOR \
@@ -176,7 +182,8 @@ private_environment()
   fi
 }
 
-# start_display [WIDTHxHEIGHT]: starts a private X server with one screen of that size (1280x960). Exports DISPLAY.
+# start_display [WIDTHxHEIGHT]: starts a private X server with one screen of that size (1280x960). Exports
+# DISPLAY.
 start_display()
 {
   local size=${1:-1280x960} number=
@@ -194,7 +201,8 @@ start_display()
   unset WAYLAND_DISPLAY
 }
 
-# Starts a window manager on the private display. Without one, no window becomes active and none receives keys.
+# Starts a window manager on the private display. Without one, no window becomes active and none receives
+# keys.
 start_window_manager()
 {
   mkdir -p "$scratch/cache"
@@ -206,16 +214,16 @@ start_window_manager()
   fi
 }
 
-# Whether the window manager handles requests. While openbox is starting, it can lose a request, for example that of a
-# program to show its window.
+# Whether the window manager handles requests. While openbox is starting, it can lose a request, for example
+# that of a program to show its window.
 window_manager_ready()
 {
   xdotool set_num_desktops 1 && [[ $(xdotool get_num_desktops) == 1 ]]
 } 2>/dev/null
 
-# run_tests BUILD [CTEST-ARGUMENT...]: runs the tests of a build on a private display. The last line of the output is
-# ctest's count of the tests, and the status is ctest's. A build without tests fails. LUMENTA_TEST_TIMEOUT (300) is the
-# time limit of a single test in seconds.
+# run_tests BUILD [CTEST-ARGUMENT...]: runs the tests of a build on a private display. The last line of the
+# output is ctest's count of the tests, and the status is ctest's. A build without tests fails.
+# LUMENTA_TEST_TIMEOUT (300) is the time limit of a single test in seconds.
 run_tests()
 {
   local build=$1 status=0

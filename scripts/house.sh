@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# house.sh [DIRECTORY]: checks the rules that need no compiler, in this source tree or in that of DIRECTORY: which
-# folder may include which, names of files and test classes, trailing blanks, file sizes, and references that a reader
-# of the tree cannot follow.
+# house.sh [DIRECTORY]: checks the rules that need no compiler, in this source tree or in that of DIRECTORY:
+# which folder may include which, names of files and test classes, trailing blanks, file sizes, and references
+# that a reader of the tree cannot follow.
 # Prints one line per finding, FILE:LINE: TEXT, and ends with status 1 if there is any.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -24,8 +24,8 @@ grep -E '\.(h|hpp|c|cc|cpp)$' "$scratch/texts" >"$scratch/sources" || true
 # A room is a top folder of the tree. of_rooms PATTERN: prints the sources whose path matches.
 of_rooms() { grep -E "$1" "$scratch/sources" || true; }
 
-# complain TEXT PATTERN [GREP-OPTION...]: reads file names from the input, and adds a finding for each line that
-# matches.
+# complain TEXT PATTERN [GREP-OPTION...]: reads file names from the input, and adds a finding for each line
+# that matches.
 complain()
 {
   local text=$1 pattern=$2
@@ -52,7 +52,8 @@ list_includes()
     sed -E 's/^([^:]*):([0-9]+):[[:space:]]*#[[:space:]]*include[[:space:]]*(["<][^">]*).*/\1 \2 \3/'
 }
 
-# The keys of is_source are the paths of all sources. Those of room_has are "ROOM TAIL", for every tail of each path.
+# The keys of is_source are the paths of all sources. Those of room_has are "ROOM TAIL", for every tail of
+# each path.
 declare -A is_source=() room_has=()
 while IFS= read -r file; do
   is_source[$file]=1
@@ -63,8 +64,8 @@ while IFS= read -r file; do
   done
 done <"$scratch/sources"
 
-# in_room ROOM FILE NAME: whether NAME, included by FILE, is a header of that room. As the compiler does, this first
-# searches the folder of FILE and its own room.
+# in_room ROOM FILE NAME: whether NAME, included by FILE, is a header of that room. As the compiler does, this
+# first searches the folder of FILE and its own room.
 in_room()
 {
   local room=$1 file=$2 name=$3

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # packages.sh GROUP...: the Debian packages that Lumenta needs, in groups. No other file lists packages.
-# If sourced, this file defines packages_of. If called, it prints the packages of the given groups on one line:
+# If sourced, this file defines packages_of. If called, it prints the packages of the given groups on one
+# line:
 #   apt-get install --no-install-recommends $(scripts/packages.sh build test)
 
 newest_clang=22 # of Debian 12

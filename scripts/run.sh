@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# run.sh [PAGE]: builds the viewer and opens PAGE in it, or the sample page. If there is no display, it shows the
-# viewer on a private display, saves a screenshot in build/lumenta.png and ends.
+# run.sh [PAGE]: builds the viewer and opens PAGE in it, or the sample page. If there is no display, it shows
+# the viewer on a private display, saves a screenshot in build/lumenta.png and ends.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -43,8 +43,8 @@ window_shown()
   [[ -n $window ]]
 }
 
-# Whether the window has painted: it shows more than one colour, and since the last check the screen is unchanged and
-# the viewer has used no processor time.
+# Whether the window has painted: it shows more than one colour, and since the last check the screen is
+# unchanged and the viewer has used no processor time.
 window_painted()
 {
   local colours now

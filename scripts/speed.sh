@@ -1,10 +1,10 @@
 # shellcheck shell=bash
-# Makes tables of the figures that the benchmark programs report. Source this file. The input is a file with one line
-# per figure and tabs between the fields: run, program, name, median, spread, unit, goal, where, verdict (see
-# bench/harness.h).
+# Makes tables of the figures that the benchmark programs report. Source this file. The input is a file with
+# one line per figure and tabs between the fields: run, program, name, median, spread, unit, goal, where,
+# verdict (see bench/harness.h).
 
-# Shared by the functions below. Reads the figures. sort_values(key) sorts the medians of all runs of a figure, and
-# sets n (number of runs), median and spread.
+# Shared by the functions below. Reads the figures. sort_values(key) sorts the medians of all runs of a
+# figure, and sets n (number of runs), median and spread.
 # shellcheck disable=SC2016 # these are variables of awk
 speed_figures='
 BEGIN { FS = "\t" }
@@ -88,7 +88,8 @@ full repaint, 1280 x 960	X
 Next Page, TIFF, Group 4	X, cached
 Group 4, text, times as fast as libtiff	memory'
 
-# speed_in_readme FIGURES README: replaces the text between these two lines. Ends the script if a figure is missing.
+# speed_in_readme FIGURES README: replaces the text between these two lines. Ends the script if a figure is
+# missing.
 speed_in_readme()
 {
   local figures=$1 readme=$2 block missing

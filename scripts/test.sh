@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# test.sh [CTEST-ARGUMENT...]: builds everything that is tested and runs all tests, or those that the arguments
-# select, as in: test.sh -R tiff. The last line of the output is ctest's count of the tests.
+# test.sh [CTEST-ARGUMENT...]: builds everything that is tested and runs all tests, or those that the
+# arguments select, as in: test.sh -R tiff. The last line of the output is ctest's count of the tests.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

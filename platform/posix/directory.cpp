@@ -17,8 +17,8 @@ struct CloseDirectory {
     void operator()(DIR* stream) const { closedir(stream); }
 };
 
-// Returns the number of bytes of the character at the start of text, at least 1. A byte that is not UTF-8 is a
-// character by itself. An incomplete character counts as one, so Utf8CharacterBytes cannot be used here.
+// Returns the number of bytes of the character at the start of text, at least 1. A byte that is not UTF-8 is
+// a character by itself. An incomplete character counts as one, so Utf8CharacterBytes cannot be used here.
 size_t CharacterBytes(std::string_view text)
 {
     const auto lead = static_cast<unsigned char>(text[0]);

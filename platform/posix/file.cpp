@@ -24,8 +24,8 @@ int OpenRegular(const CString& path, int flags)
         errno = S_ISDIR(status.st_mode) ? EISDIR : kNoRegularFile;
         return true;
     };
-    // Also checked before the file is opened: opening a FIFO wakes its writer, and opening some devices starts
-    // them.
+    // Also checked before the file is opened: opening a FIFO wakes its writer, and opening some devices
+    // starts them.
     struct stat status;
     if (stat(path.c_str(), &status) == 0) {
         if (refuses(status))
@@ -33,8 +33,8 @@ int OpenRegular(const CString& path, int flags)
     } else if (errno != ENOENT || !(flags & O_CREAT)) {
         return -1;
     }
-    // O_NONBLOCK: the path may have become a FIFO meanwhile, and that must not block the program. The flag has
-    // no effect on a regular file.
+    // O_NONBLOCK: the path may have become a FIFO meanwhile, and that must not block the program. The flag
+    // has no effect on a regular file.
     const int file = open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
     if (file < 0)
         return -1;

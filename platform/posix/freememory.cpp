@@ -1,5 +1,5 @@
-// Reads the free memory of the machine from the kernel's files, and then the limits of the control groups and of
-// the process.
+// Reads the free memory of the machine from the kernel's files, and then the limits of the control groups and
+// of the process.
 #include "platform/freememory.h"
 
 #include "platform/hooks.h"
@@ -21,8 +21,8 @@ class TextReader
 public:
     explicit TextReader(std::string_view root) : m_root(root) {}
 
-    // Returns the text of the file root + directory + group + "/" + name, cut to the size of the buffer. It is
-    // empty if the file cannot be read.
+    // Returns the text of the file root + directory + group + "/" + name, cut to the size of the buffer. It
+    // is empty if the file cannot be read.
     std::string_view Read(std::string_view directory, std::string_view group, std::string_view name)
     {
         std::array<char, 4096> path;

@@ -1,6 +1,6 @@
-// Finds a version note with libelf: through the program headers, which stripping keeps, else through the section
-// headers, which object and debug files have. libelf reads the file by pread and maps nothing, because a mapped
-// file that becomes shorter ends the program.
+// Finds a version note with libelf: through the program headers, which stripping keeps, else through the
+// section headers, which object and debug files have. libelf reads the file by pread and maps nothing,
+// because a mapped file that becomes shorter ends the program.
 #include "platform/versionnote.h"
 #include "platform/file.h"
 
@@ -18,16 +18,16 @@ constexpr char kOwner[] = "Vestrel"; // in the note with its terminating zero
 constexpr uint32_t kType = 1;
 constexpr size_t kNumbers = 4;
 
-// Bytes of notes that are read from one file, so that a damaged file needs little memory and time. A program has
-// some hundred.
+// Bytes of notes that are read from one file, so that a damaged file needs little memory and time. A program
+// has some hundred.
 constexpr uint64_t kMostNoteBytes = 1 << 20;
 
 struct ElfCloser {
     void operator()(Elf* elf) const { elf_end(elf); }
 };
 
-// If there are too many sections for their field in the header, the number is elsewhere in the file, and can be as
-// large as the file allows. libelf allocates a record for each.
+// If there are too many sections for their field in the header, the number is elsewhere in the file, and can
+// be as large as the file allows. libelf allocates a record for each.
 template <typename Header>
 bool HasExtendedSections(int file)
 {

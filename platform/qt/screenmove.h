@@ -19,10 +19,10 @@ public:
     ScreenMove& operator=(const ScreenMove&) = delete;
     ~ScreenMove();
 
-    // Moves the pixels of `area`, in device pixels of the top-level window, by `by`. Those that would leave the
-    // area are dropped. The uncovered pixels are unchanged. Qt's backing store does not have the moved pixels.
-    // Returns false if nothing was moved: the platform is not X11, the scale factor is not a whole number, or
-    // pixels were missing lately.
+    // Moves the pixels of `area`, in device pixels of the top-level window, by `by`. Those that would leave
+    // the area are dropped. The uncovered pixels are unchanged. Qt's backing store does not have the moved
+    // pixels. Returns false if nothing was moved: the platform is not X11, the scale factor is not a whole
+    // number, or pixels were missing lately.
     [[nodiscard]] bool Move(const QRect& area, QPoint by);
 
 private:

@@ -80,8 +80,8 @@ std::string ReadAll(const std::string& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// Returns the page file with another value in the line of its header that begins with `key`. The padding after the
-// text shrinks or grows, so that the header keeps its size.
+// Returns the page file with another value in the line of its header that begins with `key`. The padding
+// after the text shrinks or grows, so that the header keeps its size.
 std::string WithField(const std::string& file, const std::string& key, const std::string& value)
 {
     const size_t at = file.find(key);

@@ -52,8 +52,8 @@ Held HeldFrom(const CLumentaDoc& document, int32_t first)
 
 enum class Store { file, heap };
 
-// Opens a fake page with a row store in the temporary file, or of kWindow rows on the heap. Rows on the heap that are
-// not written yet are neither right nor zero.
+// Opens a fake page with a row store in the temporary file, or of kWindow rows on the heap. Rows on the heap
+// that are not written yet are neither right nor zero.
 FakeImage* PutPageIn(Store store, CLumentaDoc& document, int32_t width, int32_t height)
 {
     auto page = std::make_unique<FakeImage>(width, height);

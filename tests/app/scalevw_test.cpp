@@ -104,8 +104,8 @@ protected:
         return inside == 0 ? kBlack : inside == 1 ? kWhite : 0;
     }
 
-    // Returns the scroll position of the page view with this pixel of a picture of 1/8 in its middle, as far as the
-    // page allows.
+    // Returns the scroll position of the page view with this pixel of a picture of 1/8 in its middle, as far
+    // as the page allows.
     CPoint PositionOver(CPoint spot) const
     {
         const CRect client = view->GetClientRect();
@@ -356,8 +356,8 @@ TEST_F(ScaledWindow, AClickMovesThePageViewWhileTheButtonIsDown)
         EXPECT_EQ(view->GetScrollPosition(), want) << "a quick second press";
         ReleaseMouse(*scaled, spot);
     }
-    // If the window shows a part of the picture, the scroll position is added to the place of a click. Keys and
-    // drags scroll the picture.
+    // If the window shows a part of the picture, the scroll position is added to the place of a click. Keys
+    // and drags scroll the picture.
     ResizeFrame(*view->m_pScaleFrame, {200, 150});
     ASSERT_TRUE(PumpUntilIdle());
     PressKey(*scaled, TestKey::down, false, 40);

@@ -59,7 +59,8 @@ open_page()
   window_named "$2 - LUMENTA"
 }
 
-# visible TITLE [TYPE]: prints the number of the active window if it has that title and type (NORMAL or DIALOG).
+# visible TITLE [TYPE]: prints the number of the active window if it has that title and type (NORMAL or
+# DIALOG).
 visible()
 {
   local id

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The page and the overview at three scales of the desktop. One page pixel is one pixel of the screen. The overview
-# becomes complete in its own size, and clicks in it move the page.
+# The page and the overview at three scales of the desktop. One page pixel is one pixel of the screen. The
+# overview becomes complete in its own size, and clicks in it move the page.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 

@@ -5,7 +5,8 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 pdf_complete() { pdfinfo "$1"; }
 
-# dialog_answered KEY: presses the key until the dialog closes. A list of proposed names may take the first key.
+# dialog_answered KEY: presses the key until the dialog closes. A list of proposed names may take the first
+# key.
 dialog_answered() { window_gone "$dialog" || { xdotool key "$1" && false; }; }
 
 # print_to_pdf: prints the open page by the dialog into the file $pdf and then ends the program.

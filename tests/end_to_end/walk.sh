@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Moves over a page by keys and pointer, and compares each step with the page. Then it checks that the place and
-# the state of the window are kept for the next run.
+# Moves over a page by keys and pointer, and compares each step with the page. Then it checks that the place
+# and the state of the window are kept for the next run.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 

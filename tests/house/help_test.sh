@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# Tests that each script prints its head comment with --help, and ends with status 2 if it does not know an argument.
+# Tests that each script prints its head comment with --help, and ends with status 2 if it does not know an
+# argument.
 set -euo pipefail
 scripts=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../scripts" && pwd -P)
 failures=0
 
-# expect SCRIPT STATUS ARGUMENT: the script ends with that status and prints the first line of its head comment.
+# expect SCRIPT STATUS ARGUMENT: the script ends with that status and prints the first line of its head
+# comment.
 expect()
 {
   local status=0 output

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# decode_page_test.sh DECODE_PAGE MAKEPAGE SAMPLES: tests the example program with pages of all kinds and with files
-# that it must refuse.
+# decode_page_test.sh DECODE_PAGE MAKEPAGE SAMPLES: tests the example program with pages of all kinds and with
+# files that it must refuse.
 set -euo pipefail
 export LC_ALL=C
 decode_page=$1 makepage=$2 samples=$3
@@ -15,7 +15,8 @@ fail()
   failures=$((failures + 1))
 }
 
-# refuses TEXT FILE: the program ends with status 1 and a message that begins with the file's name and has the text.
+# refuses TEXT FILE: the program ends with status 1 and a message that begins with the file's name and has the
+# text.
 refuses()
 {
   local status=0

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # exports_test.sh LIBRARY HEADERS...: checks that the shared library exports exactly the names that the public
-# headers declare with KESTERLIB_API, that it does not need the C++ runtime, and that no text of the trace remains.
+# headers declare with KESTERLIB_API, that it does not need the C++ runtime, and that no text of the trace
+# remains.
 set -euo pipefail
 export LC_ALL=C
 library=$1

@@ -1,5 +1,5 @@
-// The trace of the run decoders, compiled with a line for each code. The README of the library shows the first
-// trace here, as the explanation of the Squeeze code.
+// The trace of the run decoders, compiled with a line for each code. The README of the library shows the
+// first trace here, as the explanation of the Squeeze code.
 #include "kesterlib/unccitt.h"
 #include "kesterlib/unsqz.h"
 

@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
-# program_names_test.sh PROGRAM TESTING PLATFORM: checks that the program contains no name that the library of the
-# testing code defines. PLATFORM is the library of which the program must contain names. This shows that its names
-# can be read.
+# program_names_test.sh PROGRAM TESTING PLATFORM: checks that the program contains no name that the library of
+# the testing code defines. PLATFORM is the library of which the program must contain names. This shows that
+# its names can be read.
 set -euo pipefail
 export LC_ALL=C
 program=$1 testing=$2 platform=$3
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
-# global_names LIBRARY: prints the names that no other source may define. Names of inline functions and of templates
-# are weak. They can be in the program, too.
+# global_names LIBRARY: prints the names that no other source may define. Names of inline functions and of
+# templates are weak. They can be in the program, too.
 global_names() { nm -C --defined-only "$1" | sed -nE 's/^[0-9a-f-]+ [TDBR] //p' | sort -u; }
 
 global_names "$testing" >"$scratch/testing"

@@ -8,8 +8,8 @@
 
 namespace
 {
-// Returns a file of 64 bits whose header refers to a table of two entries, the second for notes at the end of the
-// file. The last note has the version in `numbers`.
+// Returns a file of 64 bits whose header refers to a table of two entries, the second for notes at the end of
+// the file. The last note has the version in `numbers`.
 std::string ElfFile(bool is_big, bool has_sections, uint64_t alignment, std::vector<uint16_t> numbers)
 {
     const auto set = [is_big](auto& field, uint64_t value) {

@@ -1,5 +1,5 @@
-// A callback block over an input in memory, for tests of the JBIG decoder. It can also seek and end early. Its
-// messages have N instead of source lines.
+// A callback block over an input in memory, for tests of the JBIG decoder. It can also seek and end early.
+// Its messages have N instead of source lines.
 #pragma once
 
 #include "tests/support/chunk_block.h"

@@ -14,8 +14,8 @@ fail()
   failures=$((failures + 1))
 }
 
-# ends STATUS TEXT ARGUMENT...: the program ends with that status and a message that contains the text, and leaves
-# no file out.*
+# ends STATUS TEXT ARGUMENT...: the program ends with that status and a message that contains the text, and
+# leaves no file out.*
 ends()
 {
   local status=0

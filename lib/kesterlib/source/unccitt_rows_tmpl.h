@@ -1,9 +1,9 @@
 // The row loop of the Group 4 decoder. Included once for each instruction set, which defines
 // KESTERLIB_UNCCITT4_ROWS.
 //
-// As in the Squeeze decoder (unsqz_rows_tmpl.h), a probe of a 64-bit window yields up to eight vertical codes,
-// which move a vector of entries of the list above. Here each code must refer to the entry after that of
-// the code before. This is so if the moved entry is not below the entry before the one that it moves, and
+// As in the Squeeze decoder (unsqz_rows_tmpl.h), a probe of a 64-bit window yields up to eight vertical
+// codes, which move a vector of entries of the list above. Here each code must refer to the entry after that
+// of the code before. This is so if the moved entry is not below the entry before the one that it moves, and
 // is below the entry after it. The loop checks this for all eight at a time.
 //
 // If a code is not entirely in the input buffer, or an entry is near the end of a list,
