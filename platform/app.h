@@ -1,4 +1,5 @@
-// The application object: start, settings, its own commands, and the message box.
+// The application object: start, settings, its own commands, and the message box. RunApplication starts it
+// (see run.h). It receives commands from the frames, and opens files through its document template.
 #pragma once
 
 #include "platform/cstring.h"

@@ -5,18 +5,16 @@
 
 class CObject;
 
-// The record of a class: its name, its base's record, and a function that creates an object (null if objects
-// cannot be created by record).
+// The record of a class: its name, the record of its base class, and a function that creates an object. The
+// function is null if objects cannot be created from the record.
 struct CRuntimeClass {
     const char* name;
     const CRuntimeClass* base;
     CObject* (*create)();
 
     [[nodiscard]] bool IsDerivedFrom(const CRuntimeClass& other) const;
-    [[nodiscard]] CObject* CreateObject() const
-    {
-        return create ? create() : nullptr;
-    } // the caller owns the object
+    // Returns a new object, which the caller owns, or null.
+    [[nodiscard]] CObject* CreateObject() const { return create ? create() : nullptr; }
 };
 
 template <class T>

@@ -1,4 +1,5 @@
-// Device contexts: clipping to bitmaps, colours and operations. The targets do the drawing.
+// Device contexts. Each drawing call is clipped to its bitmap and converted to device pixels, and its colours
+// are chosen. The target of the context then draws it.
 #include "platform/dc.h"
 
 #include "platform/raster.h"

@@ -133,14 +133,14 @@ public:
 
     [[nodiscard]] bool IsPrinting() const;
     // index is a DeviceCap: the size of the device in pixels, or its pixels per inch. Returns 0 if the device
-    // does not know it, and without a target.
+    // does not know it, or if there is no target.
     [[nodiscard]] int GetDeviceCaps(int index) const;
     void SetViewportOrg(int x, int y) { m_origin = {x, y}; }
-    // Sets *box to the clip box, in logical coordinates. Returns ERRORREGION and an empty box without a
-    // target.
+    // Sets *box to the clip box, in logical coordinates. Without a target, returns ERRORREGION and sets an
+    // empty box.
     RegionKind GetClipBox(CRect* box) const;
 
-    // Returns the previous bitmap. The bitmap is borrowed; null: no bitmap.
+    // Returns the previous bitmap. The context does not own the bitmap. If it is null, no bitmap is selected.
     CBitmap* SelectObject(CBitmap* bitmap);
     // A palette does not change what is drawn, because every device shows true colours. Returns the palette
     // of a new context, or null if there is no target or `palette` is null.
@@ -162,9 +162,9 @@ public:
     int StretchDIBits(int x, int y, int width, int height, int source_x, int source_y, int source_width,
                       int source_height, const uint8_t* bits, const BitmapInfo& info, UINT operation);
 
-    // Call this if the page cannot be drawn on a printer: then nothing is printed. If
-    // `message_shown` is true, the user has already seen a message; otherwise the print shows that it failed.
-    // On other devices it has no effect.
+    // Call this if the page cannot be drawn on a printer. Nothing is then printed. If `message_shown` is
+    // false, the print shows a message that it failed. If it is true, the user has already seen a message. On
+    // other devices the call has no effect.
     void AbortDoc(bool message_shown);
 
 protected:

@@ -1,4 +1,4 @@
-// The parts of dialogs that do not use Qt: buttons, exchange, and directory listings.
+// The parts of dialogs that do not use Qt: buttons, the exchange of values, and directory listings.
 #include "platform/dialog.h"
 
 #include "platform/app.h"

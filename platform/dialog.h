@@ -23,7 +23,7 @@ struct ChartBar {
 
 class CDialog;
 
-// One direction of UpdateData. After a failure, the remaining controls are skipped.
+// One exchange by UpdateData, in one direction. After a failure, the remaining controls are skipped.
 class CDataExchange
 {
 public:
@@ -55,7 +55,8 @@ public:
     // that EndDialog received. Returns -1 if there is no such template or no application to show it, or if
     // the dialog is open already.
     int DoModal();
-    // DoModal will return `result`. No effect unless the dialog is open. OnInitDialog may call it.
+    // Ends the dialog: DoModal returns `result`. Has no effect if the dialog is not open. OnInitDialog may
+    // call this function.
     void EndDialog(int result);
     bool DestroyWindow() override; // ends the dialog as cancelled; false if it is not open
 
@@ -63,7 +64,7 @@ public:
     // content of a control is not valid; the user has then seen a message.
     bool UpdateData(bool save = true);
 
-    // If there is no such control, these do nothing and return empty text or false.
+    // If there is no such control, these functions do nothing, and return empty text or false.
     void SetDlgItemText(UINT id, const CString& text);
     [[nodiscard]] CString GetDlgItemText(UINT id) const;
     void CheckDlgButton(UINT id, bool on);
@@ -80,13 +81,13 @@ public:
     // milliseconds. If a call opens a box, the next call comes after the box has closed.
     void StartWork();
     void StopWork();
-    // A step of the work, for the dialog's loop: calls OnWork, unless the dialog has ended. Returns true if a
-    // step is to follow.
+    // The dialog's loop calls this for each step of the work. Calls OnWork, unless the dialog has ended.
+    // Returns true if the work needs a further step.
     bool RunWorkStep();
 
 protected:
-    // Called before the dialog is shown. Returns true to focus the first control, false if it has set the
-    // focus itself.
+    // Called before the dialog is shown. If it returns true, the first control receives the focus. It returns
+    // false if it has set the focus itself.
     virtual bool OnInitDialog();
     virtual void OnOK();     // copies the controls to the values; if they are valid, ends with IDOK
     virtual void OnCancel(); // ends with IDCANCEL

@@ -1,5 +1,5 @@
-// Lists what a dialog shows of a directory: files that match a pattern, sub-directories, and which files were
-// viewed.
+// Lists a directory for a dialog. Receives the path and patterns for file names. Returns the matching files,
+// all sub-directories, and which files were viewed.
 #pragma once
 
 #include "platform/cstring.h"
@@ -13,7 +13,7 @@ constexpr int kLongestPath = 4095; // bytes, the system's limit
 struct DirectoryEntry {
     CString name;           // the bytes of the name, valid UTF-8 or not
     FileStatus status;      // links followed: the status of a file or a directory
-    bool is_viewed = false; // of files, if the marks were read
+    bool is_viewed = false; // set only for files, and only if the marks were read
 };
 
 struct DirectoryListing {
@@ -22,13 +22,14 @@ struct DirectoryListing {
 };
 
 enum class Marks {
-    leave, // marks are not read, at no cost: no entry is viewed
+    leave, // the marks are not read, which saves time; is_viewed is false
     read
 };
 
 // Lists the regular files of `directory` whose names match `patterns` (see MatchesPatterns), and all its
-// sub-directories, in no order. Links are followed. Names with a leading dot (also "." and ".."), special
-// files, and entries whose status cannot be read are left out. A file that may not be read is listed.
+// sub-directories, in no particular order. Links are followed. Names with a leading dot (also "." and ".."),
+// special files, and entries whose status cannot be read are skipped. A file that the user may not read is
+// listed.
 //
 // If the user interrupts the listing, it contains the entries that were read before.
 //

@@ -29,7 +29,7 @@ std::string Utf8FromLatin1(std::string_view text)
     return utf8;
 }
 
-bool EndsLineOrControls(std::string_view character)
+bool IsLineEndOrControl(std::string_view character)
 {
     const auto first = static_cast<unsigned char>(character[0]);
     return first < 0x20 || first == 0x7f ||
@@ -42,13 +42,14 @@ CString DisplayText(std::string_view text, size_t most_bytes)
 {
     std::string latin1;
     if (!IsUtf8(text)) {
-        latin1 = Utf8FromLatin1(text.substr(0, most_bytes)); // in UTF-8, no character becomes shorter
+        // More is not needed: no character becomes shorter in UTF-8.
+        latin1 = Utf8FromLatin1(text.substr(0, most_bytes));
         text = latin1;
     }
     std::string shown;
     while (!text.empty()) {
         const std::string_view character = text.substr(0, Utf8CharacterBytes(text));
-        const std::string_view showable = EndsLineOrControls(character) ? " " : character;
+        const std::string_view showable = IsLineEndOrControl(character) ? " " : character;
         if (shown.size() + showable.size() > most_bytes)
             break;
         shown += showable;

@@ -45,7 +45,7 @@ void CDocument::DeleteContents() {}
 
 void CDocument::OnCloseDocument()
 {
-    // The last view's frame is closed first: a further window is closed before the window that opened it.
+    // The frame of the last view is closed first. So a window is closed before the window that opened it.
     while (!m_views.empty()) {
         CView* view = m_views.back();
         CFrameWnd* frame = view->GetParentFrame();
@@ -125,7 +125,8 @@ CDocument* CSingleDocTemplate::OpenDocumentFile(const CString* path)
         for (CView* view : m_document->GetViews())
             if (m_document->HasView(view))
                 view->OnInitialUpdate();
-    if (frame && !frame->IsWindowVisible()) // even if the document refused: there is no other window
+    // Even if the file was not opened, because there is no other window.
+    if (frame && !frame->IsWindowVisible())
         frame->ActivateFrame(AfxGetApp() ? AfxGetApp()->m_nCmdShow : SW_SHOWNORMAL);
     return good ? m_document : nullptr;
 }

@@ -1,4 +1,5 @@
-// Documents, and the template that makes the document, its frame and its view.
+// Documents, and the template that makes the document, its frame and its view. A document receives paths from
+// the template, and notifies its views of changes.
 #pragma once
 
 #include "platform/cstring.h"
@@ -61,7 +62,8 @@ public:
     CDocument* m_pCurrentDoc = nullptr;
 };
 
-// Manages the single document, which is used again for every file, and its main frame.
+// Manages the document and its main frame. There is one document object, which opens one file after the
+// other.
 class CSingleDocTemplate : public CObject
 {
 public:
@@ -70,7 +72,7 @@ public:
 
     // Opens a file; a null path makes an empty document. The first call makes the document, the frame and the
     // view, and shows the frame. After a success the views receive OnInitialUpdate. Returns null if the
-    // document or the frame refused.
+    // document did not open the file, or if the frame could not be made.
     CDocument* OpenDocumentFile(const CString* path);
     [[nodiscard]] CDocument* GetDocument() const { return m_document; }
     void ForgetDocument() { m_document = nullptr; } // called when the document is deleted

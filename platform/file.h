@@ -1,4 +1,5 @@
-// Files: page files as descriptors and as CFile, and transfers with any open handle.
+// Opens, reads and writes files. Page files are regular files, opened as descriptors or as CFile. The
+// functions with a HANDLE transfer bytes with any open descriptor.
 #pragma once
 
 #include "platform/cstring.h"
@@ -88,5 +89,5 @@ struct OVERLAPPED {
 // with kIoPending if it is not complete.
 [[nodiscard]] bool GetOverlappedResult(HANDLE handle, OVERLAPPED* overlapped, uint32_t* done, bool wait);
 [[nodiscard]] int32_t GetLastError(); // of the last failed transfer: errno, or kIoPending
-// Returns the number of bytes from the position to the end of a regular file; -1 if this is not known.
+// Returns the number of bytes from the position to the end of a regular file; -1 if the number is not known.
 [[nodiscard]] int64_t BytesLeft(HANDLE handle);

@@ -1,4 +1,5 @@
-// A dialog that asks for one file to open, with a line of text under its list.
+// A dialog that asks for one file to open, with a line of text under its list. Receives a directory and
+// filters. Returns the path of the file.
 #pragma once
 
 #include "platform/wnd.h"

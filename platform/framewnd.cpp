@@ -1,4 +1,5 @@
-// Frames: making the view, the path of commands, titles, and closing the document with its main window.
+// Frames: they make their view, pass commands to the view and the application, and show the title. The main
+// window closes its document.
 #include "platform/framewnd.h"
 
 #include "platform/app.h"

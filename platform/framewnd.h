@@ -1,4 +1,5 @@
-// Top-level windows with a menu, a status bar and one view.
+// Top-level windows with a menu, a status bar and one view. A frame receives events as messages from its
+// widget in platform/qt. It passes commands to the view, the document and the application.
 #pragma once
 
 #include "platform/doc.h"
@@ -59,12 +60,12 @@ public:
     // Returns the state of a menu entry from its update handler. Without an update handler, the entry is
     // enabled if a handler would run its command.
     [[nodiscard]] CCmdUI QueryCommand(UINT command);
-    // Returns the text of the message pane, by default the idle message. The prompt of a menu entry covers
-    // it.
+    // Returns the text of the message pane, by default the idle message. While the user points at a menu
+    // entry, the prompt of the entry covers this text.
     [[nodiscard]] virtual CString GetMessageText() const;
     // Shows the message text, and calls the update handlers of the other status panes. A pane that no handler
-    // enables is blank. Called when the program becomes idle, while it is busy each time that drawn pixels
-    // are copied to the screen, and before a box or dialog opens.
+    // enables is blank. Called when the program becomes idle, and before a box or dialog opens. While the
+    // program is busy, called each time that drawn pixels are copied to the screen.
     void UpdateStatusPanes();
 
 protected:

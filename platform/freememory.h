@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-// In bytes. The free memory of the machine, or less if a control group or RLIMIT_AS allows less.
+// The free memory of the machine in bytes, or less if a control group or RLIMIT_AS allows less.
 struct FreeMemory {
     uint64_t physical = 0;
     uint64_t page_file = 0; // swap space
@@ -14,7 +14,7 @@ struct FreeMemory {
 // A file that is missing or has no number is ignored. Without /proc/meminfo both figures are 0.
 [[nodiscard]] FreeMemory ReadFreeMemory(std::string_view root = {});
 
-// The same as two figures whose sum fits 32 bits unsigned.
+// The same figures, limited so that their sum fits an unsigned number of 32 bits.
 struct MemoryStatus {
     uint32_t available_physical = 0;  // bytes, at most 0x7fffffff
     uint32_t available_page_file = 0; // bytes, at most 0x7fffffff

@@ -1,5 +1,5 @@
-// What tests and benchmarks replace in the program. In the program itself nothing is replaced: every member
-// is empty.
+// The parts of the program that tests and benchmarks can replace. platform/testing sets the members. In the
+// program itself every member is empty, so nothing is replaced.
 #pragma once
 
 #include "platform/cstring.h"

@@ -97,15 +97,16 @@ public:
     [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     enum class CommandStep : uint8_t { run, update };
-    // Offers a command to the handlers on the class's path, in order. Returns true if one of them took it.
-    // For `update`, ui is the menu entry or status pane to be updated.
+    // Searches the objects that may handle a command, in the order that the class defines. Calls the first
+    // handler found. Returns true if there was one. For `update`, ui is the menu entry or status pane to be
+    // updated.
     virtual bool OnCmdMsg(UINT command, CommandStep step, CCmdUI* ui);
-    // Returns true if a handler on the path would run the command.
+    // Returns true if one of these objects has a handler that runs the command.
     [[nodiscard]] virtual bool HasCommandHandler(UINT command);
 
-    // These two enclose work that may take long. Pairs may be nested. The pointer becomes an hourglass: after
-    // a moment with whenDue, at once with atOnce. Use atOnce if a single system call may block. The outermost
-    // End restores the pointer.
+    // Call BeginWaitCursor before work that may take long, and EndWaitCursor after it. Pairs may be nested.
+    // The pointer becomes an hourglass: after a moment with whenDue, at once with atOnce. Use atOnce if a
+    // single system call may block. The outermost End restores the pointer.
     enum class Hourglass : uint8_t { whenDue, atOnce };
     static void BeginWaitCursor(Hourglass hourglass = Hourglass::whenDue);
     static void EndWaitCursor();
@@ -123,6 +124,8 @@ protected:
 
 namespace message_detail
 {
+// How On passes the two parameters of a message to its handler. With `unchanged`, the handler receives them
+// as they are. With `nothing`, the handler has no parameters.
 enum class Rule { unchanged, nothing, size, key, mouse, scroll };
 
 [[nodiscard]] constexpr Rule RuleOf(UINT message)

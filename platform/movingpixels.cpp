@@ -6,15 +6,15 @@
 
 // The rows are one after another in a memory block that is larger than the picture. A move only changes the
 // start of the picture in this block. The pixels that leave the picture on one side of a row become the
-// uncovered pixels on the other side of the next row, and their values are undefined. If the picture would
-// leave the block, it is copied back into it. The system provides the spare memory only when it is written
-// to.
+// uncovered pixels on the other side of the next row, and their values are undefined. If a move would put the
+// picture outside the block, the picture is copied to another place in the block. The system provides the
+// spare memory only when it is written to.
 namespace
 {
-// The spare memory: a quarter of the picture, but at least so many pixels (4 MB), so that a small picture is
-// not copied at every second step of 100 lines.
+// The spare memory is a quarter of the picture, but at least kMinSpare pixels (4 MB). Otherwise a small
+// picture would be copied at every second step of 100 lines.
 constexpr ptrdiff_t kSpareShare = 4;
-constexpr ptrdiff_t kLeastSpare = ptrdiff_t{1} << 20;
+constexpr ptrdiff_t kMinSpare = ptrdiff_t{1} << 20;
 } // namespace
 
 void MovingPixels::Free::operator()(uint32_t* pixels) const
@@ -27,7 +27,7 @@ MovingPixels::MovingPixels(int width, int height)
     if (width <= 0 || height <= 0)
         return;
     const ptrdiff_t count = ptrdiff_t{width} * height;
-    const ptrdiff_t spare = std::max(ptrdiff_t{width} * (height / kSpareShare + 1), kLeastSpare);
+    const ptrdiff_t spare = std::max(ptrdiff_t{width} * (height / kSpareShare + 1), kMinSpare);
     const ptrdiff_t size = count + spare;
     m_memory.reset(static_cast<uint32_t*>(std::malloc(static_cast<size_t>(size) * sizeof(uint32_t))));
     if (!m_memory)

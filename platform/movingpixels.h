@@ -1,4 +1,5 @@
-// A picture of 32-bit pixels that can be moved without being copied.
+// A picture of 32-bit pixels that can be moved without being copied. Views use it as their buffer, so that a
+// scroll step is fast.
 #pragma once
 
 #include "platform/raster.h"

@@ -59,8 +59,9 @@ private:
         }
     }
 
-    // Draws one pixel per step along the longer axis, as runs of pixels with the same place on the other
-    // axis. Only the steps inside the client area are computed, so the time depends on the client area alone.
+    // A line has one pixel per step along its longer axis. Pixels with the same position on the other axis
+    // become one rectangle. Only the steps inside the client area are computed, so the time depends on the
+    // client area alone.
     void AddLine(const OverlayShape& shape)
     {
         const bool across =

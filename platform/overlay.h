@@ -1,4 +1,5 @@
-// Shapes that are shown over a view's picture, and the pixels that they cover.
+// Shapes that are shown over a view's picture. Receives the shapes in pixels of the picture. Returns the
+// rectangles that they cover in the window, and draws them into a buffer.
 #pragma once
 
 #include "platform/raster.h"
@@ -12,8 +13,10 @@
 // grey.
 struct OverlayShape {
     enum class Kind : uint8_t {
-        frame, // outline of a rectangle, `to` is just outside: black, and white inside of that
-        line   // both ends are included: black, and white to the right of it or below it
+        // The outline of a rectangle: a black line, and a white line inside of it. `to` is just outside.
+        frame,
+        // A black line that includes both ends, and a white line to the right of it or below it.
+        line
     };
     Kind kind;
     CPoint from;

@@ -1,6 +1,6 @@
-// The two blits into pixels in memory. When decoded rows are painted again, almost all of the time is spent
-// on expanding 1 bit to 32. So it has a variant with vector instructions. The plain variant is as fast while
-// the target is in the cache.
+// Copies bitmaps to pixels in memory. When decoded rows are painted again, almost all of the time is spent on
+// expanding 1 bit to 32. So this step has a variant with vector instructions. The plain variant is as fast
+// only if the target is in the cache.
 #include "platform/raster.h"
 
 #include <algorithm>
@@ -60,23 +60,23 @@ __attribute__((target("avx2"))) void ExpandRowAvx2(uint32_t* target, const uint8
     const __m256i bits = _mm256_setr_epi32(0x80, 0x40, 0x20, 0x10, 0x08, 0x04, 0x02, 0x01);
     const __m256i base = _mm256_set1_epi32(static_cast<int>(zero));
     const __m256i difference = _mm256_set1_epi32(static_cast<int>(zero ^ one));
-    const auto widen = [&](uint8_t byte) __attribute__((target("avx2")))
+    const auto expand = [&](uint8_t byte) __attribute__((target("avx2")))
     {
         const __m256i chosen = _mm256_and_si256(_mm256_set1_epi32(byte), bits);
         const __m256i mask = _mm256_cmpeq_epi32(chosen, bits); // all bits 1 if the pixel's bit is 1
         return _mm256_xor_si256(base, _mm256_and_si256(mask, difference));
     };
     for (; width >= 32; width -= 32, target += 32, source += 4) {
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(target), widen(source[0]));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + 8), widen(source[1]));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + 16), widen(source[2]));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + 24), widen(source[3]));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(target), expand(source[0]));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + 8), expand(source[1]));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + 16), expand(source[2]));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + 24), expand(source[3]));
     }
     for (; width >= 8; width -= 8, target += 8)
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(target), widen(*source++));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(target), expand(*source++));
     if (width > 0) {
         alignas(32) uint32_t last[8];
-        _mm256_store_si256(reinterpret_cast<__m256i*>(last), widen(*source));
+        _mm256_store_si256(reinterpret_cast<__m256i*>(last), expand(*source));
         std::memcpy(target, last, static_cast<size_t>(width) * sizeof *target);
     }
 }
@@ -117,7 +117,7 @@ void ExpandBilevel(uint32_t* target, ptrdiff_t target_pixels, const uint8_t* sou
 
 namespace
 {
-CRect Cut(const PixelBuffer& buffer, const CRect& clip, const CRect& dest)
+CRect ClippedRect(const PixelBuffer& buffer, const CRect& clip, const CRect& dest)
 {
     return {std::max({0, clip.left, dest.left}), std::max({0, clip.top, dest.top}),
             std::min({buffer.width, clip.right, dest.right}),
@@ -128,7 +128,7 @@ CRect Cut(const PixelBuffer& buffer, const CRect& clip, const CRect& dest)
 void BlitBilevel(const PixelBuffer& buffer, const CRect& clip, const CRect& dest, const CBitmap& bitmap,
                  int source_x, int source_y, COLORREF zero, COLORREF one)
 {
-    const CRect cut = Cut(buffer, clip, dest);
+    const CRect cut = ClippedRect(buffer, clip, dest);
     if (cut.IsEmpty())
         return;
     const ptrdiff_t x = ptrdiff_t{source_x} + cut.left - dest.left;
@@ -141,7 +141,7 @@ void BlitBilevel(const PixelBuffer& buffer, const CRect& clip, const CRect& dest
 void BlitIndexed(const PixelBuffer& buffer, const CRect& clip, const CRect& dest, const BitmapInfo& info,
                  const uint8_t* bits, const CRect& source, const COLORREF* colors)
 {
-    const CRect cut = Cut(buffer, clip, dest);
+    const CRect cut = ClippedRect(buffer, clip, dest);
     if (cut.IsEmpty())
         return;
     // The middle of each target pixel selects its source pixel. If the sizes are equal, this is one to one.

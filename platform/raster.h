@@ -1,4 +1,5 @@
-// Pixels in memory, 32 bits each, and the two blits that write them.
+// Pixels in memory, 32 bits each, and the functions that copy bitmaps to them. Receives bitmaps of 1 or 8
+// bits per pixel, and their colours.
 #pragma once
 
 #include "platform/dc.h"

@@ -1,4 +1,5 @@
-// The constant data of an application: menus, accelerators, texts, cursors, icon.
+// The constant data of an application: menus, accelerators, texts, cursors, icon, dialogs. The application
+// defines them. This layer makes its menus and dialogs from them.
 #pragma once
 
 #include "platform/types.h"
@@ -33,9 +34,9 @@ struct CursorResource {
     CursorShape shape;
 };
 
-// Kinds of items of a dialog. A label belongs to the next item that takes keys: the item gets the label's
-// access letter, and the label's text without access mark and colon as its accessible name. The accessible
-// name of a progress bar or chart is its own text.
+// Kinds of items of a dialog. A label belongs to the next item that can have the focus. The label's access
+// letter moves the focus to this item. The label's text, without access mark and colon, is the item's
+// accessible name. The accessible name of a progress bar or chart is its own text.
 enum class DialogItemKind : uint8_t {
     label,
     path, // one line, cut in the middle if it is too long; the tool tip then shows the whole text
@@ -43,7 +44,7 @@ enum class DialogItemKind : uint8_t {
     list,  // sorted, with extended multiple selection
     combo, // drop-down list, sorted
     check,
-    text,     // rows of names and values that can be selected; lines: height, 0: grows with the dialog
+    text,     // rows of names and values, whose text can be selected
     progress, // in percent
     bars,     // a bar chart
     icon,     // the application's icon, at the left of all other items
@@ -57,7 +58,7 @@ struct DialogItem {
     UINT id = 0;                               // 0: a label that the program never accesses
     const char* text = "";                     // with & before the access letter
     std::span<const char* const> entries = {}; // initial entries of a combo box
-    // Height of a text item in lines of text.
+    // Height of a text item in lines of text. If 0, the item grows with the dialog.
     int lines = 0;
 };
 

@@ -1,4 +1,5 @@
-// The start of the program.
+// Runs the program. Receives the application object and the command line from main.cpp. Returns the exit
+// status.
 #pragma once
 
 #include "platform/app.h"

@@ -1,4 +1,4 @@
-// The status bar of a frame.
+// The status bar of a frame: a message pane, and panes of fixed width. The frame sets the texts.
 #pragma once
 
 #include "platform/resources.h"

@@ -9,8 +9,8 @@ constexpr std::string_view kBlanks = " \t\n\v\f\r"; // the blanks of the C local
 // Returns `text` without the bytes in `blanks` at its start and end.
 [[nodiscard]] std::string_view Trimmed(std::string_view text, std::string_view blanks = kBlanks);
 
-// Converts an ASCII letter to lower case. Returns any other byte unchanged. tolower depends on the user's
-// locale: in the Turkish locale, the lower case of I is not i.
+// Converts an ASCII letter to lower case. Returns any other byte unchanged. Do not use tolower instead. It
+// depends on the user's locale: in the Turkish locale, the lower case of I is not i.
 [[nodiscard]] constexpr unsigned char FoldedAscii(char c)
 {
     return static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c);

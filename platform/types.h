@@ -1,5 +1,5 @@
-// The plain types of the document/view layer: message parameters, points, rectangles, colours.
-// All coordinates of this layer are device pixels.
+// The plain types of this layer: message parameters, points, rectangles, colours. All coordinates of this
+// layer are device pixels.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,5 @@
-// Views: a window on a document inside a frame, with painting and printing; and a view that scrolls.
+// Views: a view is a window inside a frame that shows a document, and prints it. A scroll view has scroll
+// bars. Views receive input and paints as messages from platform/qt, and draw on a CDC.
 #pragma once
 
 #include "platform/dc.h"

@@ -1,8 +1,8 @@
 // The viewed mark of page files. It is off for a new file, on after the file was viewed, and off again after
-// the file is rewritten. Every user of the directory sees the same mark. The mark is an inverted archive
-// attribute. On FAT file systems it is that attribute. Elsewhere it is the extended attribute
-// kViewedMarkName, which holds the modification time and the size for which the file was viewed. A file that
-// cannot be marked stays unmarked, without a message.
+// the file is rewritten. Every user of the directory sees the same mark. On FAT file systems, a file is
+// marked if its archive attribute is off: each write switches this attribute on. On other file systems, the
+// mark is the extended attribute kViewedMarkName. It holds the modification time and the size that the file
+// had when it was viewed. A file that cannot be marked stays unmarked, without a message.
 #pragma once
 
 #include "platform/cstring.h"
@@ -14,7 +14,7 @@
 //
 //     1 1700000000.123456789 3519092
 //
-// Any other value is no mark, and neither is the value of another time or size.
+// Any other value is not a mark. A value with another time or size is not a mark either.
 constexpr const char* kViewedMarkName = "user.lumenta.viewed";
 
 // Distinguishes one state of a file from the next. Read it before a page is opened: if the page is rewritten
@@ -43,11 +43,12 @@ struct FileStatus {
 // Marks the file at path as viewed in the state `status`. Does nothing if status is not that of a regular
 // file, or if path now is another file or in another state. A failure leaves the file unmarked (no rights, a
 // read-only medium, no space, a file system without such attributes). On FAT only the owner of the mount may
-// mark a file, elsewhere every user who may write it.
+// mark a file. On other file systems, every user who may write the file may mark it.
 void MarkViewed(const CString& path, const FileStatus& status);
 
-// Reads marks. It remembers the types of file systems, and later a device number may belong to another
-// medium: so use one object per listing. Reading a mark takes one system call; on FAT the file is opened.
+// Reads marks. An object stores the type of each file system with its device number. Later the number may
+// belong to another medium. So use a new object for each listing. Reading a mark takes one system call. On
+// FAT it takes more, because the file is opened.
 class ViewedMarks
 {
 public:

@@ -1,4 +1,4 @@
-// Messages: sending, the path through the message maps, and the deletion of objects that own themselves.
+// Sends messages to their handlers in the message maps, and deletes windows that own themselves.
 #include "platform/wnd.h"
 
 #include "platform/app.h"

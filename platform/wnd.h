@@ -1,4 +1,5 @@
-// Windows: messages, invalid regions, scroll bars, capture.
+// Windows: messages, invalid regions, scroll bars, capture. A window receives events as messages from its
+// widget in platform/qt, and calls its handlers.
 #pragma once
 
 #include "platform/cstring.h"
@@ -87,7 +88,8 @@ public:
     int SetScrollPos(int bar, int position, bool redraw = true);
     [[nodiscard]] int GetScrollPos(int bar) const;
 
-    // No effect: the messages of a pressed pointer always reach the window in which it was pressed.
+    // These have no effect. While a mouse button is down, mouse messages always reach the window in which the
+    // button was pressed.
     void SetCapture();
     static void ReleaseCapture();
 
@@ -143,13 +145,13 @@ private:
     bool m_destroying = false;
 };
 
-// Returns a negative number if the key was down when the current message was made, else 0. Only VK_CONTROL is
-// known.
+// Returns a negative number if the key was down when the current message was created, else 0. Only VK_CONTROL
+// is known.
 [[nodiscard]] int16_t GetKeyState(UINT virtual_key);
 
 enum class CursorShape : uint8_t;
-// Sets the pointer's shape over the window that is handling a message of the pointer. The next message of the
-// pointer whose handler sets no shape restores the arrow.
+// Sets the shape of the mouse pointer, for the window that is handling a mouse message. If the handler of a
+// later mouse message sets no shape, the pointer becomes the arrow again.
 void SetCursor(CursorShape shape);
 
 // Returns the application's main window, or null.

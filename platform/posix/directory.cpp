@@ -1,4 +1,5 @@
-// Directory listings: one pass over the directory, one status call per entry.
+// Lists a directory in one pass, with one status call per entry. Matches names with patterns, and reads the
+// viewed marks of the listed files.
 #include "platform/directory.h"
 #include "platform/messages.h"
 #include "platform/posix/filestatus.h"
@@ -29,8 +30,8 @@ size_t CharacterBytes(std::string_view text)
     return bytes;
 }
 
-// If a character does not match, only the text of the last "*" is extended: once a later "*" is reached, the
-// text of an earlier one never needs to grow. So the time is at most the product of the lengths.
+// If a character does not match, the text that the last "*" matches is made longer by one byte. The text of
+// an earlier "*" never has to change. So the time is at most the product of the two lengths.
 bool Matches(std::string_view name, std::string_view pattern)
 {
     size_t at = 0, in_pattern = 0;

@@ -1,4 +1,5 @@
-// Page files must be regular files. A handle is a descriptor of any kind.
+// Opens, reads and writes files with system calls. Page files must be regular files. A handle is a descriptor
+// of any kind.
 #include "platform/file.h"
 
 #include <algorithm>
@@ -176,7 +177,7 @@ bool Advance(HANDLE handle, OVERLAPPED& transfer)
     return true;
 }
 
-bool Begin(HANDLE handle, OVERLAPPED transfer, uint32_t* done, OVERLAPPED* overlapped)
+bool BeginTransfer(HANDLE handle, OVERLAPPED transfer, uint32_t* done, OVERLAPPED* overlapped)
 {
     const bool is_complete = Advance(handle, transfer);
     *done = transfer.done;
@@ -192,13 +193,14 @@ bool Begin(HANDLE handle, OVERLAPPED transfer, uint32_t* done, OVERLAPPED* overl
 
 bool ReadFile(HANDLE handle, void* buffer, uint32_t bytes, uint32_t* done, OVERLAPPED* overlapped)
 {
-    return Begin(handle, {static_cast<char*>(buffer), bytes, 0, false}, done, overlapped);
+    return BeginTransfer(handle, {static_cast<char*>(buffer), bytes, 0, false}, done, overlapped);
 }
 
 bool WriteFile(HANDLE handle, const void* buffer, uint32_t bytes, uint32_t* done, OVERLAPPED* overlapped)
 {
     // The record is used in both directions. A transfer that writes only reads from its buffer.
-    return Begin(handle, {static_cast<char*>(const_cast<void*>(buffer)), bytes, 0, true}, done, overlapped);
+    return BeginTransfer(handle, {static_cast<char*>(const_cast<void*>(buffer)), bytes, 0, true}, done,
+                         overlapped);
 }
 
 bool GetOverlappedResult(HANDLE handle, OVERLAPPED* overlapped, uint32_t* done, bool wait)

@@ -1,4 +1,5 @@
-// Converts the system's record of a file's status.
+// Converts the system's record of a file's status to a FileStatus. viewedmark.cpp defines the function, and
+// directory.cpp uses it too.
 #pragma once
 
 #include "platform/viewedmark.h"

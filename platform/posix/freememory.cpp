@@ -15,7 +15,7 @@
 
 namespace
 {
-// Reads small text files. A file overwrites the text of the file before.
+// Reads small text files. Each call of Read overwrites the text of the call before.
 class TextReader
 {
 public:
@@ -50,7 +50,7 @@ private:
 };
 
 // Returns the number at the start of a text, after blanks. A number of more than 64 bits becomes UINT64_MAX.
-std::optional<uint64_t> Number(std::string_view text)
+std::optional<uint64_t> ParseNumber(std::string_view text)
 {
     const size_t start = text.find_first_not_of(' ');
     if (start == std::string_view::npos || text[start] < '0' || text[start] > '9')
@@ -68,7 +68,7 @@ uint64_t Field(std::string_view text, std::string_view name)
 {
     for (size_t at = 0; at != std::string_view::npos && at < text.size();) {
         if (text.substr(at).starts_with(name))
-            return Number(text.substr(at + name.size())).value_or(0);
+            return ParseNumber(text.substr(at + name.size())).value_or(0);
         at = text.find('\n', at);
         at += at != std::string_view::npos;
     }
@@ -96,7 +96,7 @@ struct GroupFiles {
     const char *limit, *usage;
     const char* reclaimable; // field of memory.stat: cached file pages that the kernel drops first
     const char *swap_limit, *swap_usage;
-    bool swap_counts_memory; // the swap figures are of memory and swap together
+    bool swap_counts_memory; // the swap figures are the sums of memory and swap
 };
 constexpr GroupFiles kUnified{
     "/sys/fs/cgroup",      "memory.max", "memory.current", "inactive_file ", "memory.swap.max",
@@ -114,9 +114,9 @@ void ClampToGroup(TextReader& reader, const GroupFiles& files, std::string_view 
     // Returns the difference of limit and usage, or nothing if there is no limit: the text is "max", or the
     // root group has no such files.
     const auto left = [&](const char* limit_name, const char* usage_name) -> std::optional<uint64_t> {
-        const std::optional<uint64_t> limit = Number(reader.Read(files.directory, group, limit_name));
+        const std::optional<uint64_t> limit = ParseNumber(reader.Read(files.directory, group, limit_name));
         const std::optional<uint64_t> usage =
-            limit ? Number(reader.Read(files.directory, group, usage_name)) : std::nullopt;
+            limit ? ParseNumber(reader.Read(files.directory, group, usage_name)) : std::nullopt;
         return usage ? std::optional{Left(*limit, *usage)} : std::nullopt;
     };
     uint64_t cache = 0;
@@ -132,8 +132,8 @@ void ClampToGroup(TextReader& reader, const GroupFiles& files, std::string_view 
             memory->page_file, files.swap_counts_memory ? Left(Sum(*room, cache), memory->physical) : *room);
 }
 
-// Applies the limits of the group and of all groups above it. In a container, the path of a group of the host
-// leaves the mounted tree. Then only the root group is used.
+// Applies the limits of the group and of all groups above it. In a container, the path of a group may contain
+// "/..", because the group is outside the mounted tree. Only the limits of the root group are then used.
 void ClampToGroups(TextReader& reader, const GroupFiles& files, std::string_view group, FreeMemory* memory)
 {
     if (group.find("/..") != std::string_view::npos)
@@ -146,7 +146,8 @@ void ClampToGroups(TextReader& reader, const GroupFiles& files, std::string_view
     }
 }
 
-// Each line names a group of the process: number, controllers and path, with colons between them.
+// Applies the limits of the groups of this process. Each line of /proc/self/cgroup names one of them: number,
+// controllers and path, with colons between them.
 void ClampToOwnGroups(TextReader& reader, FreeMemory* memory)
 {
     std::array<char, 8192> copy; // the reader overwrites its text
@@ -176,7 +177,7 @@ void ClampToAddressSpace(TextReader& reader, FreeMemory* memory)
     rlimit limit{};
     if (getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY)
         return;
-    const uint64_t pages = Number(reader.Read("/proc/self", "", "statm")).value_or(0);
+    const uint64_t pages = ParseNumber(reader.Read("/proc/self", "", "statm")).value_or(0);
     const uint64_t room = Left(limit.rlim_cur, pages * static_cast<uint64_t>(sysconf(_SC_PAGESIZE)));
     memory->physical = std::min(memory->physical, room);
     memory->page_file = std::min(memory->page_file, room - memory->physical);

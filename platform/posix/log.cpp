@@ -1,4 +1,4 @@
-// Messages to the system log.
+// Writes lines to the system log.
 #include "platform/log.h"
 
 #include <syslog.h>

@@ -1,4 +1,5 @@
-// The system calls that read and write viewed marks.
+// The system calls that read and write viewed marks. viewedmark.cpp calls them through this interface, so
+// that tests can replace them.
 #pragma once
 
 #include "platform/viewedmark.h"

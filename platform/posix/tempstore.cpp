@@ -1,5 +1,5 @@
-// The space of the temporary file is reserved before the file is mapped. So a full disk is an error here, and
-// never a fault during a paint.
+// Creates, writes and maps temporary files. The space of a file is reserved before the file is mapped. So a
+// full disk is an error here, and does not end the program during a later paint.
 #include "platform/tempstore.h"
 
 #include "platform/freememory.h"

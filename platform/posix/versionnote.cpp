@@ -1,6 +1,7 @@
-// Finds a version note with libelf: through the program headers, which stripping keeps, else through the
-// section headers, which object and debug files have. libelf reads the file by pread and maps nothing,
-// because a mapped file that becomes shorter ends the program.
+// Finds the version note of a program file with libelf. Searches the program headers first, because strip
+// does not remove them. If they have no such note, searches the section headers, which object and debug files
+// have. libelf reads the file with pread and maps nothing, because an access to a mapped file that has become
+// shorter would end the program.
 #include "platform/versionnote.h"
 #include "platform/file.h"
 
@@ -14,20 +15,21 @@
 
 namespace
 {
-constexpr char kOwner[] = "Vestrel"; // in the note with its terminating zero
+constexpr char kOwner[] = "Vestrel"; // the name in the note, which includes the terminating zero
 constexpr uint32_t kType = 1;
 constexpr size_t kNumbers = 4;
 
-// Bytes of notes that are read from one file, so that a damaged file needs little memory and time. A program
-// has some hundred.
-constexpr uint64_t kMostNoteBytes = 1 << 20;
+// Limit of the bytes of notes that are read from one file, so that a damaged file needs little memory and
+// time. A usual program has a few hundred bytes of notes.
+constexpr uint64_t kMaxNoteBytes = 1 << 20;
 
 struct ElfCloser {
     void operator()(Elf* elf) const { elf_end(elf); }
 };
 
-// If there are too many sections for their field in the header, the number is elsewhere in the file, and can
-// be as large as the file allows. libelf allocates a record for each.
+// Returns true if the number of sections is not in the header, because it does not fit into the field there.
+// This number may then be as large as the file allows, and libelf would allocate a record for each section.
+// Such a file is refused.
 template <typename Header>
 bool HasExtendedSections(int file)
 {
@@ -59,7 +61,8 @@ public:
     }
 
 private:
-    // Searches the notes at this place, as far as the file has them.
+    // Searches the notes at this position of the file. If the file ends within them, searches those before
+    // the end.
     CString FindAmong(uint64_t offset, uint64_t bytes, uint64_t alignment)
     {
         CString text;
@@ -96,7 +99,7 @@ private:
 
     Elf* m_elf;
     uint64_t m_file_bytes;
-    uint64_t m_note_bytes_left = kMostNoteBytes;
+    uint64_t m_note_bytes_left = kMaxNoteBytes;
 };
 } // namespace
 

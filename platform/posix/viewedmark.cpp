@@ -1,4 +1,5 @@
-// The viewed mark is the archive attribute on FAT, and an extended attribute on other file systems.
+// Sets and reads the viewed mark: the archive attribute on FAT, and an extended attribute on other file
+// systems.
 #include "platform/viewedmark.h"
 #include "platform/file.h"
 #include "platform/hooks.h"
@@ -22,7 +23,7 @@ namespace
 constexpr uint32_t kArchive = ATTR_ARCH;
 constexpr int64_t kExfatMagic = 0x2011bab0; // EXFAT_SUPER_MAGIC, which older kernel headers do not have
 
-int Outcome(int result)
+int ResultOrErrno(int result)
 {
     return result < 0 ? -errno : result;
 }
@@ -30,8 +31,8 @@ int Outcome(int result)
 class SystemCalls : public MarkCalls
 {
 public:
-    int Open(const char* path) override { return Outcome(OpenRegularFile(path)); }
-    int Close(int file) override { return Outcome(close(file)); }
+    int Open(const char* path) override { return ResultOrErrno(OpenRegularFile(path)); }
+    int Close(int file) override { return ResultOrErrno(close(file)); }
     int Status(int file, FileStatus* status) override
     {
         struct stat system;
@@ -48,11 +49,11 @@ public:
     }
     int GetAttributes(int file, uint32_t* attributes) override
     {
-        return Outcome(ioctl(file, FAT_IOCTL_GET_ATTRIBUTES, attributes));
+        return ResultOrErrno(ioctl(file, FAT_IOCTL_GET_ATTRIBUTES, attributes));
     }
     int SetAttributes(int file, uint32_t attributes) override
     {
-        return Outcome(ioctl(file, FAT_IOCTL_SET_ATTRIBUTES, &attributes));
+        return ResultOrErrno(ioctl(file, FAT_IOCTL_SET_ATTRIBUTES, &attributes));
     }
     int64_t GetMark(const char* path, char* value, size_t room) override
     {
@@ -61,7 +62,7 @@ public:
     }
     int SetMark(int file, const char* value, size_t bytes) override
     {
-        return Outcome(fsetxattr(file, kViewedMarkName, value, bytes, 0));
+        return ResultOrErrno(fsetxattr(file, kViewedMarkName, value, bytes, 0));
     }
 };
 
@@ -77,8 +78,8 @@ bool IsFat(int64_t file_system_type)
     return file_system_type == MSDOS_SUPER_MAGIC || file_system_type == kExfatMagic;
 }
 
-// The value that marks a file in this state. A mark is compared as a whole with the expected value. So values
-// of other programs need not be parsed.
+// The value of the attribute that marks a file in this state. IsViewed compares the whole value with this
+// text. So no value has to be parsed.
 class MarkText
 {
 public:
@@ -90,7 +91,8 @@ public:
     }
     std::string_view View() const { return {m_text, m_bytes}; }
 
-    static constexpr size_t kRoom = 2 + 20 + 1 + 10 + 1 + 20 + 1; // two signed numbers, one unsigned, NUL
+    // "1 ", seconds, ".", nanoseconds, " ", size, NUL.
+    static constexpr size_t kRoom = 2 + 20 + 1 + 10 + 1 + 20 + 1;
 
 private:
     char m_text[kRoom];
@@ -160,7 +162,7 @@ bool ViewedMarks::HasAttributes(const char* path, uint64_t device)
     if (known != m_devices.end())
         return known->has_attributes;
     const int64_t type = Calls().FileSystemType(path);
-    if (type >= 0) // on failure, nothing is known about other files of the device
+    if (type >= 0) // after a failure the type is unknown, and the next file tries again
         m_devices.push_back({device, IsFat(type)});
     return IsFat(type);
 }

@@ -1,4 +1,5 @@
-// Parts of the layer that tests and benchmarks replace, and functions that act like a user.
+// Functions for tests and benchmarks: they replace parts of the program, act like a user, and read what a
+// window shows.
 #pragma once
 
 #include "platform/app.h"
@@ -32,8 +33,8 @@ int EndApplication(CWinApp& app);
 // Handles input, paints and posted messages until none is left, or until limit_ms milliseconds have passed.
 // Returns true if none is left.
 bool PumpUntilIdle(int limit_ms = 60000);
-// The same until the condition is true. It is checked after each single key, paint or posted message. Returns
-// its last result.
+// Handles them until the condition is true, or until the time has passed. The condition is checked after each
+// key, paint or posted message. Returns its last result.
 bool PumpUntil(const std::function<bool()>& condition, int limit_ms = 60000);
 
 int TimerCount(); // running timers of all windows
@@ -51,14 +52,14 @@ void SetWorkClock(std::function<int64_t()> clock);
 bool IsWaitCursorShown();
 // Replaces the user's settings file. An empty path restores it.
 void SetSettingsFile(const CString& path);
-// Replaces the free memory that the program finds. An empty function restores the machine's.
+// Replaces the figures of the free memory. An empty function restores those of the machine.
 void SetMemoryStatusSource(std::function<MemoryStatus()> source);
 // Replaces the system calls for viewed marks. The caller keeps `calls`. Null restores those of the system.
 void SetMarkCalls(MarkCalls* calls);
 
 // The hook is called from the loop of each dialog after the dialog is shown, and uses the dialog as a user
-// would. A dialog that is still open after the hook is ended as cancelled, so that none can block. An empty
-// function removes the hook.
+// would. A dialog that is still open after the hook is cancelled, so that no dialog can block the test. An
+// empty function removes the hook.
 void SetDialogHook(std::function<void(CDialog&)> hook);
 // Sends real keys to the control that has the focus, for example "Tab", "Shift+Down", "Ctrl+A" or "Return".
 void PressDialogKeys(CDialog& dialog, std::initializer_list<const char*> keys);
@@ -74,8 +75,8 @@ CString ShownEntry(CDialog& dialog, UINT id, int index);
 // focus.
 std::vector<CString> DescribeDialog(CDialog& dialog);
 
-// The same for the dialog that asks for a file. This dialog reads directories from the loop: pump until the
-// expected entries are there.
+// Sets the hook for the dialog that asks for a file. It is called as the hook of SetDialogHook. This dialog
+// reads directories from the loop, so call PumpUntil to wait for the expected entries.
 void SetFileDialogHook(std::function<void(CFileDialog&)> hook);
 // Returns the entries, including directories, in the order shown.
 std::vector<CString> ShownFiles(CFileDialog& dialog);
@@ -123,7 +124,8 @@ void DropFiles(CWnd& window, const std::vector<CString>& paths);
 void CloseFrame(CWnd& frame);                // like the button in its title bar
 void ResizeFrame(CWnd& frame, CSize client); // client: the inside of the frame, with menu and bars
 void UncoverFrame(CWnd& frame);              // as if a window in front of it was removed
-void ActivateByUser(CWnd& frame);            // and waits until it is active
+// Activates the frame as a user would, and waits until it is active.
+void ActivateByUser(CWnd& frame);
 
 // Returns the menu of a frame as it is shown, one line per entry: "View/&Next Page\tCtrl+Alt+N [disabled]".
 std::vector<CString> DescribeMenu(CFrameWnd& frame);

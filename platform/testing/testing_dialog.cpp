@@ -65,9 +65,9 @@ void Click(const QPointer<QWidget>& widget, QPoint point, Qt::KeyboardModifiers 
     }
 }
 
-// Returns the name that assistive technology reads out. For a combo box, Qt's accessible name is its current
+// Returns the name that assistive technology reads out, in quotation marks. For a combo box, Qt's accessible name is its current
 // entry, so this returns its label.
-QString Named(QWidget* widget)
+QString QuotedName(QWidget* widget)
 {
     const QAccessibleInterface* object = QAccessible::queryAccessibleInterface(widget);
     QString name = object ? object->text(QAccessible::Name) : QString();
@@ -77,7 +77,7 @@ QString Named(QWidget* widget)
     return QStringLiteral(" \"%1\"").arg(name);
 }
 
-QString Line(const DialogItem& item, QWidget* widget)
+QString DescribeItem(const DialogItem& item, QWidget* widget)
 {
     const QString keys = widget->hasFocus() ? QStringLiteral(" [keys]") : QString();
     const QString number = QString::number(item.id) + QLatin1Char(' ');
@@ -85,27 +85,28 @@ QString Line(const DialogItem& item, QWidget* widget)
         int selected = 0;
         for (const QItemSelectionRange& range : list->selectionModel()->selection())
             selected += range.height();
-        return number + QStringLiteral("list") + Named(widget) + keys +
+        return number + QStringLiteral("list") + QuotedName(widget) + keys +
                QStringLiteral(" %1 of %2 selected").arg(selected).arg(list->model()->rowCount());
     }
     if (auto* combo = qobject_cast<QComboBox*>(widget))
-        return number + QStringLiteral("combo") + Named(widget) + keys + QLatin1Char(' ') +
+        return number + QStringLiteral("combo") + QuotedName(widget) + keys + QLatin1Char(' ') +
                combo->currentText();
     if (const auto* edit = qobject_cast<const QLineEdit*>(widget))
-        return number + QStringLiteral("number") + Named(widget) + keys + QLatin1Char(' ') + edit->text();
+        return number + QStringLiteral("number") + QuotedName(widget) + keys + QLatin1Char(' ') +
+               edit->text();
     if (const auto* check = qobject_cast<const QCheckBox*>(widget))
-        return number + QStringLiteral("check") + Named(widget) + keys +
+        return number + QStringLiteral("check") + QuotedName(widget) + keys +
                (check->isChecked() ? QStringLiteral(" on") : QStringLiteral(" off"));
     if (qobject_cast<const QAbstractButton*>(widget))
-        return number + QStringLiteral("button") + Named(widget) + keys;
+        return number + QStringLiteral("button") + QuotedName(widget) + keys;
     if (const auto* text = qobject_cast<const QPlainTextEdit*>(widget))
-        return number + QStringLiteral("text") + Named(widget) + keys + QLatin1Char(' ') +
+        return number + QStringLiteral("text") + QuotedName(widget) + keys + QLatin1Char(' ') +
                text->toPlainText().replace(QLatin1Char('\n'), QLatin1String(" | "));
     if (const auto* progress = qobject_cast<const QProgressBar*>(widget))
-        return number + QStringLiteral("progress") + Named(widget) +
+        return number + QStringLiteral("progress") + QuotedName(widget) +
                QStringLiteral(" %1").arg(progress->value());
     if (const auto* chart = dynamic_cast<const BarChart*>(widget))
-        return number + QStringLiteral("bars") + Named(widget) + QLatin1Char(' ') +
+        return number + QStringLiteral("bars") + QuotedName(widget) + QLatin1Char(' ') +
                chart->accessibleDescription();
     const auto* label = qobject_cast<const QLabel*>(widget);
     return number + (label && !label->text().isEmpty() ? label->text() : QStringLiteral("(empty)"));
@@ -179,6 +180,6 @@ std::vector<CString> DescribeDialog(CDialog& dialog)
     lines.push_back(FromQString(widget->windowTitle()));
     for (const DialogItem& item : widget->Contents().items)
         if (QWidget* control = item.id != 0 ? widget->Control(item.id) : nullptr)
-            lines.push_back(FromQString(Line(item, control)));
+            lines.push_back(FromQString(DescribeItem(item, control)));
     return lines;
 }

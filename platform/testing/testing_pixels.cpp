@@ -16,8 +16,8 @@ GrabbedPixels GrabWindow(CWnd& window)
     ViewWidget* view = ViewOf(&window);
     if (!view || view->DeviceRect().IsEmpty())
         return grabbed;
-    // Handles the copies to the screen that are due and nothing else, then reads Qt's backing store. After a
-    // scroll step on X11 the store lacks the pixels that the display has moved.
+    // Handles only the copies to the screen that are due, and then reads Qt's backing store. After a scroll
+    // step on X11, the store does not have the pixels that the display has moved.
     QWidget* top = view->window();
     QCoreApplication::sendPostedEvents(top, QEvent::UpdateRequest);
     QBackingStore* store = top->backingStore();
@@ -67,7 +67,7 @@ uint64_t PaintCount(const CWnd& window)
 
 namespace
 {
-// Counts the device pixels that the view it belongs to copies to the screen.
+// Counts the device pixels that its view copies to the screen.
 class CopyCounter : public QObject
 {
 public:
