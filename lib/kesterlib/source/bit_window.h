@@ -76,7 +76,7 @@ struct Reach {
     }
 };
 
-// Loads the frame's own window with 16 to 23 bits from a byte on.
+// Fills the frame's own window with 16 to 23 bits, starting `used_bits` bits after the start of `byte`.
 inline void give_back(UNCOMP* base, const uint8_t* byte, uint32_t used_bits)
 {
     const uint32_t bytes = used_bits == 0 ? 2 : 3;

@@ -21,9 +21,9 @@ struct CodeTableFault {
     const char* file;
 };
 
-// Fills a table of 2^n cells, n being the length of the longest code. Each cell receives the index of the
-// code that begins with the cell's bits, or kNoCode. A list whose longest code has 15 bits, or with more
-// than 255 codes, is a fatal report.
+// Fills a table of 2^n cells, where n is the length of the longest code. The number of a cell is the next n
+// bits of a stream. The cell receives the index of the code that these bits begin with, or kNoCode. Makes a
+// fatal report if the longest code has 15 bits or the list has more than 255 codes.
 void build_decode_table(callback_block* cb, const Code* codes, int32_t ncodes, uint8_t* table,
                         const CodeTableFault& fault);
 

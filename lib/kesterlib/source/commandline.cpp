@@ -1,4 +1,4 @@
-// The command-line parser: the walk over the vector, the help, and the splitting of lines.
+// The command-line parser: calls the handlers of the options, prints the help, and splits lines into tokens.
 #include "kesterlib/commandline.h"
 
 #include <stdlib.h>

@@ -248,7 +248,7 @@ const char* scan_signed(const char* at, int32_t* target)
     return end;
 }
 
-// Folds ASCII letters only, because the user's locale may fold others.
+// Ignores the case of ASCII letters only, because the user's locale may treat other letters differently.
 bool equals_without_case(const char* word, const char* lower)
 {
     for (; *word && *lower; ++word, ++lower)
@@ -257,8 +257,8 @@ bool equals_without_case(const char* word, const char* lower)
     return *word == *lower;
 }
 
-// Trims the value, cuts it to the field, and trims what is then at its end. So the field reads the same
-// after it has been written again.
+// Trims the value, cuts it to the length of the field, and trims its end again. So a field is unchanged if
+// it is written and read again.
 void set_text(char* target, uint32_t target_bytes, char* value)
 {
     trim_blanks(value);

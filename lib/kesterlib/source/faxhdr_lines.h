@@ -1,5 +1,6 @@
 // Reads a header's text line by line, and scans each kind of value. A scanner receives a line and a key, as
-// in "/Size". It returns whether the line fits, and sets its target only then, unless stated otherwise.
+// in "/Size". It returns whether the line has the key and a value. If not, its target is unchanged, unless
+// stated otherwise.
 #pragma once
 
 #include "kesterlib/faxhdr.h"
@@ -29,7 +30,7 @@ bool scan_header_text(const char* line, const char* key, TextPart part, char* ta
 bool scan_header_signed(const char* line, const char* key, int32_t* target);
 bool scan_header_unsigned(const char* line, const char* key, uint32_t* target);
 bool scan_header_boolean(const char* line, const char* key, int32_t* flag);
-// Stores six numbers unchanged. If one does not fit the line, those before it are set nevertheless.
+// Stores six numbers unchanged. If the line has fewer numbers, those are set before it returns false.
 bool scan_header_time(const char* line, const char* key, FAXTime* time);
 // Expects one blank, the key, one blank, then the value up to the line feed. The line feed must be present;
 // the value may be empty.

@@ -257,7 +257,7 @@ void set_default_callback_block(callback_block* block)
 void dispose_default_callback_block(void)
 {
     dispose_callback_block(default_callbacks);
-    default_callback_made = false; // a block that was replaced before no longer counts
+    default_callback_made = false; // also if its block was replaced by another one
 }
 
 // ---- Calls through the slots -----------------------------------------------------------------------

@@ -3,8 +3,8 @@
 
 #include "kesterlib/callback.h"
 
-// Call this before calling a slot. A default slot receives no block, so it reports through the block that
-// was named here last.
+// Call this before calling a slot. A default slot receives no block, so it reports through the block of the
+// latest call of this function.
 void set_current_callback_block(callback_block* block);
 
 namespace kesterlib

@@ -16,7 +16,8 @@ constexpr const char* kSource = "jbigdecode";
 constexpr const char* kNoEndMarker = "End of file not in JBIG format";
 constexpr int32_t kEndMarkerBytes = 2;
 constexpr uint8_t kMarker = 0xFF;
-constexpr uint32_t kWidthLimit = 0x7ffffff8; // from this width on, a row's last pixels have no signed column
+constexpr uint32_t kWidthLimit =
+    0x7ffffff8; // wider rows are refused: columns at their end may exceed int32_t
 
 struct HeaderByte {
     int32_t at;
@@ -171,7 +172,7 @@ jbig_data* jbig_open_common(jbig_data* dat)
 
 // Returns the number of rows in the buffer that are not delivered yet. If there are none, decodes a stripe
 // first. Returns 0 after an error.
-int32_t rows_at_hand(jbig_data* dat)
+int32_t undelivered_rows(jbig_data* dat)
 {
     if (dat->lines_left < 1) {
         jbig_decode_stripe(dat);
@@ -181,7 +182,7 @@ int32_t rows_at_hand(jbig_data* dat)
     return dat->lines_left;
 }
 
-void pass_rows(jbig_data* dat, int32_t rows)
+void advance_rows(jbig_data* dat, int32_t rows)
 {
     dat->next_row += static_cast<size_t>(rows) * dat->row_stride;
     dat->lines_left -= rows;
@@ -190,7 +191,7 @@ void pass_rows(jbig_data* dat, int32_t rows)
 
 // Skips whole stripes of the next rows if all are equal to the stripe in the buffer. Returns the number of
 // rows skipped.
-int32_t pass_same_stripes(jbig_data* dat, int32_t rows)
+int32_t skip_same_stripes(jbig_data* dat, int32_t rows)
 {
     if (!reinterpret_cast<const Decoder*>(dat)->repeats)
         return 0;
@@ -322,10 +323,10 @@ int32_t Jbig_Decode(jbig_data* dat, int32_t lines, uint8_t* buffer, int32_t pitc
     const size_t copied = room < there ? room : there;
     int32_t delivered = 0;
     while (delivered < lines) {
-        const int32_t at_hand = kesterlib::rows_at_hand(dat);
-        if (at_hand == 0)
+        const int32_t undelivered = kesterlib::undelivered_rows(dat);
+        if (undelivered == 0)
             break;
-        const int32_t now = lines - delivered < at_hand ? lines - delivered : at_hand;
+        const int32_t now = lines - delivered < undelivered ? lines - delivered : undelivered;
         const uint8_t* row = dat->next_row;
         for (int32_t i = 0; i < now; ++i, row += dat->row_stride) {
             memcpy(buffer, row, copied);
@@ -333,7 +334,7 @@ int32_t Jbig_Decode(jbig_data* dat, int32_t lines, uint8_t* buffer, int32_t pitc
                 buffer[there] = 0;
             buffer += pitch;
         }
-        kesterlib::pass_rows(dat, now);
+        kesterlib::advance_rows(dat, now);
         delivered += now;
     }
     return delivered;
@@ -346,14 +347,14 @@ int32_t Jbig_Decode_Discard(jbig_data* dat, int32_t lines)
     int32_t passed = 0;
     while (passed < lines) {
         if (dat->lines_left < 1)
-            passed += kesterlib::pass_same_stripes(dat, lines - passed);
+            passed += kesterlib::skip_same_stripes(dat, lines - passed);
         if (passed == lines)
             break;
-        const int32_t at_hand = kesterlib::rows_at_hand(dat);
-        if (at_hand == 0)
+        const int32_t undelivered = kesterlib::undelivered_rows(dat);
+        if (undelivered == 0)
             break;
-        const int32_t now = lines - passed < at_hand ? lines - passed : at_hand;
-        kesterlib::pass_rows(dat, now);
+        const int32_t now = lines - passed < undelivered ? lines - passed : undelivered;
+        kesterlib::advance_rows(dat, now);
         passed += now;
     }
     return passed;

@@ -4,8 +4,8 @@
 // A simple decoder reads a byte when it shifts the code register and has no bit left. This one reads ahead
 // within the buffer for speed, stuffed bytes included, but never past its end, a marker or an error. It
 // reads the remaining bytes when a shift needs them. At the end of a stripe it returns the bytes that it
-// read ahead in vain to the buffer. So reads, reports and positions are the same as those of the simple
-// decoder.
+// read ahead but did not use to the buffer. So reads, reports and positions are the same as those of the
+// simple decoder.
 #include "qdecoder.h"
 
 #include "bits.h"

@@ -70,8 +70,8 @@ struct Pixel {
     uint64_t pair;        // after an event: the entry of its context
 };
 
-// Returns at[1] if `word` is that of a pixel of 1, else at[0]. Never by a branch: the processor would
-// mispredict it at every second pixel of a screen.
+// Returns at[1] if `word` is that of a pixel of 1, else at[0]. Does not use a branch: in a halftone
+// the processor would mispredict it at every second pixel.
 inline __attribute__((always_inline)) uint64_t pair_after(uint32_t word, const uint64_t* at)
 {
 #if defined(__x86_64__)
@@ -87,7 +87,7 @@ inline __attribute__((always_inline)) uint64_t pair_after(uint32_t word, const u
 #endif
 }
 
-// Makes one decision. Returns false if it is an event, which the caller must then carry out.
+// Makes one decision. Returns false if it is an event, which the caller must then handle.
 inline __attribute__((always_inline)) bool decide(Pixel& pixel, const uint64_t* pairs, uint64_t around, int k,
                                                   uint32_t threshold)
 {
@@ -232,7 +232,7 @@ inline void decode_row(Decoder* decoder, QmCoder* coder, uint8_t* row, uint32_t 
                 }
             }
 
-            // The event. It uses masks instead of branches, because nothing here can be predicted.
+            // The event. It uses masks, because the processor could not predict branches here.
             const uint32_t word = pixel.word;
             const uint32_t qe = word & kQeMask;
             const uint32_t upper = static_cast<uint32_t>(c >> 32) >= pixel.a;

@@ -18,7 +18,8 @@ constexpr uint32_t qm_word(uint32_t state, uint32_t pixel)
     return uint32_t{kQmTable[state].qe} << 16 | (2 * state + pixel) << kStateShift;
 }
 
-// The word of the next state, by whether the less probable pixel came, and by the state byte.
+// The words of the next states. The first index is 1 if the pixel was the less probable one, else 0. The
+// second index is the state byte.
 struct QmNext {
     uint32_t word[2][256] = {};
 

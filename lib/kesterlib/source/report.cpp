@@ -22,7 +22,7 @@ const char* text_or_null(const char* text)
     return text != nullptr ? text : "(null)";
 }
 
-// Writes to stderr, because no block can be trusted any more.
+// Writes to stderr, because a report through a block could fail again.
 [[noreturn]] void end_on_second_failure(const Assertion& second)
 {
     const Assertion& first = saved_assertion;

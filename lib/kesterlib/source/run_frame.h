@@ -47,7 +47,7 @@ struct Frame {
     bool ref_ascends;        // Group 4: the entries of ref_list ascend strictly, up to the first copy
 
     const uint8_t* filler; // first filler byte in in_buffer; null until a read has met the end of the input
-    int32_t filler_before; // filler bytes in the buffers before
+    int32_t filler_before; // filler bytes in earlier buffers
     int32_t first_suspicious[3]; // first row with each reason, in the order of the UNCOMP_ bits; -1: none
 };
 
@@ -60,7 +60,7 @@ void uncomp_note_filler(Frame* frame);
 // Makes a frame.
 //
 //   cb             the callback block; null: the open fails
-//   owns_cb        the frame disposes of cb when it is freed, and this function does if the open fails
+//   owns_cb        true: freeing the frame disposes of cb, and so does this function if the open fails
 //   base, size     the input in memory; base null: the input is that of cb
 //   width          pixels of a row
 //   row_bytes      bytes of a row

@@ -15,9 +15,9 @@ namespace kesterlib
 {
 namespace
 {
-// Counts and takes single 1 bits, which are vertical codes of offset 0, from the frame's window on: at most
-// `wanted`, and only as far as they are well inside the buffer. Returns their number, or 0 if too few
-// follow to be worth it.
+// Counts and takes the 1 bits at the start of the frame's window, which are vertical codes of offset 0.
+// Takes at most `wanted`, and stops near the end of the buffer. Returns their number. Returns 0, and takes
+// none, if so few follow that the normal loop is as fast.
 inline int32_t take_ones(UNCOMP* base, int32_t wanted)
 {
     if constexpr (kTracesCodes)
@@ -54,7 +54,7 @@ inline int32_t take_ones(UNCOMP* base, int32_t wanted)
     return ones;
 }
 
-// Repeats the row above: its list stays in place.
+// Paints the row above once more. ref_list already describes the new row, so the lists do not swap.
 inline void same_row(Frame* frame, uint8_t* row, int32_t nbytes, int32_t row_length)
 {
     UNCOMP& base = frame->base;

@@ -1,5 +1,5 @@
-// The scale engine: its tables, its bands, and the way from the first row to the last. The counting is in
-// scale_rows_tmpl.h.
+// The scale engine: its tables, and the functions that create it, add rows, complete bands and free it. The
+// counting is in scale_rows_tmpl.h.
 #include "kesterlib/scale.h"
 
 #include "kesterlib/callback.h"
@@ -118,7 +118,8 @@ void add_whole_bytes(const scale_loops* loops, const uint8_t* rows, ptrdiff_t st
     }
 }
 
-// Moves the ends to their places: the 1 bits before an end in its byte belong to the zone before it.
+// Corrects the counts of add_whole_bytes: if an end is inside a byte, the 1 bits before it in this byte
+// belong to the zone before.
 void add_cut_bytes(const uint8_t* rows, ptrdiff_t stride, int32_t height, const int32_t* starts,
                    int32_t zones, int64_t* ones)
 {

@@ -49,8 +49,8 @@ constexpr ColumnCounts<Word> make_column_counts()
 template <typename Word>
 constexpr ColumnCounts<Word> kColumnCounts = make_column_counts<Word>();
 
-// Adds the columns of a row's bytes at scales 2 and 4, as far as whole vectors go. Returns the number of
-// bytes done.
+// Adds the columns of a row's bytes at scales 2 and 4, for all bytes that fill whole vectors. Returns the
+// number of these bytes.
 template <typename Word>
 inline size_t add_column_vectors(uint8_t* __restrict columns, const uint8_t* __restrict row, size_t bytes,
                                  bool first)
@@ -243,7 +243,7 @@ inline void gather(uint16_t* __restrict shorts, size_t from, size_t columns, boo
             shorts[i] = static_cast<uint16_t>(shorts[i] + sum(i));
 }
 
-// Adds columns of 3 bytes, as far as whole vectors go. Returns the number of columns done.
+// Adds columns of 3 bytes, for all columns that fill whole vectors. Returns the number of these columns.
 inline size_t gather_threes(uint16_t* shorts, const uint8_t* counts, size_t columns, bool first)
 {
     size_t done = 0;

@@ -159,7 +159,7 @@ void debug_memory_cleanup(callback_block* block)
         memory_debug_record* record = pop(&block->allocated_list);
         block->deallocate(record->pointer, "memory cleanup of allocated data");
         block->deallocate(record, kCleanup);
-        ++block->deallocation_count; // so that it is reported once only
+        ++block->deallocation_count; // so that a later report does not repeat it
     }
 }
 

@@ -2,9 +2,9 @@
 // KESTERLIB_UNCCITT4_ROWS.
 //
 // As in the Squeeze decoder (unsqz_rows_tmpl.h), a probe of a 64-bit window yields up to eight vertical
-// codes, which move a vector of entries of the list above. Here each code must refer to the entry after that
-// of the code before. This is so if the moved entry is not below the entry before the one that it moves, and
-// is below the entry after it. The loop checks this for all eight at a time.
+// codes. Code k moves entry k of a vector of entries of the list above. This is correct only if each code
+// refers to the entry after the one of the previous code. So moved entry k must not be below entry k - 1, and
+// must be below entry k + 1. The loop checks this for all eight at a time.
 //
 // If a code is not entirely in the input buffer, or an entry is near the end of a list,
 // unccitt4_single_code decodes a single code from the frame's own window. Both variants have the same
@@ -99,8 +99,8 @@ inline Fast fast_codes(Frame* frame, Group4Row* row)
             const int8_t* const offsets = tables.offsets[index];
             const Lanes moved = lanes_add(lanes_load(ref), lanes_widen(offsets));
             lanes_store(out, moved);
-            // The code after one of these refers to the next entry only if that entry is above it and the
-            // entry before is not.
+            // A 1 bit for each moved entry after which the next code does not refer to the next entry. The
+            // moved entry is then outside the row, below the entry before, or not below the entry after.
             const uint32_t odd = (lanes_outside(moved, last_pixel) | lanes_above(lanes_load(ref - 1), moved) |
                                   ~lanes_above(lanes_load(ref + 1), moved)) &
                                  probe.lanes;
@@ -112,7 +112,7 @@ inline Fast fast_codes(Frame* frame, Group4Row* row)
                 position = out[-1];
                 continue;
             }
-            // Up to this one all are as required.
+            // The codes up to this one have moved the right entries.
             const int32_t last = __builtin_ctz(odd);
             position = out[last];
             if (position < 0 || ref_end - ref < last + 1) {

@@ -17,8 +17,8 @@ const int8_t kVerticalLength[7] = {7, 4, 3, 1, 3, 4, 7};
 
 namespace
 {
-// In the order of their meaning: the vertical codes with offsets -3 to 3; the add codes with a first run of
-// 1 and above; last the add code with a long first run.
+// The order is: the vertical codes with offsets -3 to 3; the add codes with a first run of 1 and above; last
+// the add code with a long first run.
 constexpr Code kCodesA[] = {
     {0x3C00, 7}, {0x0000, 4}, {0x4000, 3}, {0x8000, 1}, {0x6000, 3}, {0x1000, 4}, {0x3E00, 7},
     {0x2000, 7}, {0x2200, 7}, {0x2400, 7}, {0x2600, 7}, {0x2800, 7}, {0x2A00, 7}, {0x2C00, 7},
@@ -39,7 +39,7 @@ constexpr CodeTableFault kFault{"!(length == 15 || ncodes > 255)", "ncodes too l
 constexpr int32_t kVerticalCodes = 7;
 constexpr int32_t kLargestOffset = 3;
 constexpr int32_t kSecondRunBits = 2;
-constexpr int32_t kSecondRunExtended = 3; // value of those bits that an extension number follows
+constexpr int32_t kSecondRunExtended = 3; // an extension number follows a second run with this value
 bool tables_made;
 
 constexpr bool is_vertical(int32_t index)
@@ -101,14 +101,14 @@ void make_tables(callback_block* cb)
 }
 
 // Reads a number: groups of three bits, the lowest first, each with a flag that ends the number. There may
-// be any number of groups: groups beyond 60 bits are ORed into the highest three bits, where each 1 exceeds
-// every row. The filler after the input ends the number at half of the positions in a byte. At the others
-// it never does: there the number ends after enough filler to saturate it. An error of the stream ends it
-// too.
+// be any number of groups. Groups beyond 60 bits are ORed into the highest three bits: with any 1 there, the
+// number is larger than every row. Filler follows the input. At half of the positions in a byte it ends the
+// number. At the others it never does; then the number ends after enough filler to saturate it. A read error
+// also ends it.
 int64_t extension_number(Frame* frame)
 {
-    // Counted from the moment when the end of the input is in the buffer: the groups that are still there,
-    // and enough filler.
+    // Limit of the groups that are read after the buffer has received the end of the input: all groups of the
+    // buffer, and enough filler.
     constexpr int32_t kMostGroupsAtEnd = 2 * UNCOMP_IN_BUFFER + 32;
     constexpr int32_t kHighestShift = 57; // so that a sum with a position cannot overflow
     UNCOMP& base = frame->base;

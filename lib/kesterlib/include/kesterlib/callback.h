@@ -1,5 +1,5 @@
 /* The callback block: a record of replaceable functions, its slots. Decoders and header functions read,
- * write, allocate, report and exit only through the block that they were given.
+ * write, allocate, report and exit only through the block that their caller passes.
  *
  * Use a block and the library's few globals from one thread at a time. */
 #ifndef KESTERLIB_CALLBACK_H
@@ -111,7 +111,7 @@ KESTERLIB_API void fill_unix_callback_block(callback_block* block);
  *   value    the stream or function */
 KESTERLIB_API void set_callback_slot(int slot_id, callback_block* block, callback_slot_value value);
 
-/* Set the data stream to standard input or standard output. */
+/* The first function sets the data stream to standard input, the second to standard output. */
 KESTERLIB_API void set_stdin_callback(callback_block* block);
 KESTERLIB_API void set_stdout_callback(callback_block* block);
 
@@ -127,8 +127,8 @@ KESTERLIB_API int callback_n_entries(void);
 
 /* ---- The default block ------------------------------------------------------------------------------- */
 
-/* Returns the default block, for code that was given none. If there is none, makes one with
- * make_unix_callback_block. */
+/* Returns the default block, which functions without a block parameter use. If there is none, makes one
+ * with make_unix_callback_block. */
 KESTERLIB_NODISCARD KESTERLIB_API callback_block* dfcb(void);
 
 /* Returns the default block, or null if there is none. */
@@ -201,14 +201,15 @@ KESTERLIB_API void callback_deallocate(callback_block* block, void* pointer, con
 /* Returns the field debug_memory. */
 KESTERLIB_API int32_t debug_memory_state(const callback_block* block);
 
-/* Sets debug_memory. It holds from the next call on: allocations that were made before are not tracked. */
+/* Sets debug_memory, with effect from the next call on. Earlier allocations are not tracked. */
 KESTERLIB_API void set_callback_debug_memory(callback_block* block, int32_t mode);
 
 /* Lists the live tracked allocations as messages, and the counts if they disagree. */
 KESTERLIB_API void debug_memory_report(callback_block* block);
 
-/* Ends the tracking: forgets the released allocations; reports the live ones, if any, and releases them. A
- * report is also made if the counts of allocations and releases disagree. The block stays usable. */
+/* Ends the tracking. Deletes the records of released allocations. Reports the live allocations, if any, and
+ * releases them. Also makes a report if the counts of allocations and releases disagree. The block stays
+ * usable. */
 KESTERLIB_API void debug_memory_cleanup(callback_block* block);
 
 /* Allocates `size` bytes with malloc, outside any block. The caller frees them with free. Never returns
@@ -226,8 +227,8 @@ KESTERLIB_NODISCARD KESTERLIB_API void* safe_malloc(size_t size, const char* des
  *   text        what the failure means
  *   file, line  where it was detected
  *
- * A failure during a report also goes to stderr and ends the process. An exit slot that leaves with longjmp
- * leaves the report unfinished, so the next failure counts as one during a report. */
+ * A failure during a report is printed to stderr and ends the process. If the exit slot leaves with longjmp,
+ * the report is not finished. The next failure is then treated as a failure during a report. */
 KESTERLIB_API void callback_assertion_failed(callback_block* block, const char* expression, const char* text,
                                              const char* file, int line);
 

@@ -24,10 +24,10 @@ typedef struct option_record {
 /* Calls the handler of each option in the vector, in order.
  *
  *   argc, argv  the vector without the program's name
- *   options     the table; the first record with the word counts
+ *   options     the table; if several records have the same word, the first one is used
  *
  * A handler receives the elements after its word, even if they look like options. "-h" prints the help. A
- * word that is not in the table, or with too few elements after it, is reported on stderr; the walk then
+ * word that is not in the table, or with too few elements after it, is reported on stderr; the function then
  * continues with the next element. If an option's argument_count is not 0 to 4, or its handler is null, the
  * process exits with code 1. */
 KESTERLIB_API void parse_command_line(int argc, char* const* argv, const option_record* options);

@@ -109,12 +109,12 @@ KESTERLIB_API int32_t Jbig_Close_Input(jbig_data* dat);
  *
  * Allocates nothing. A call decodes whole stripes; the rest of a stripe stays for the next call. A large
  * stripe may take seconds. If the block has a stream, its ferror slot is called after about every 2^21
- * pixels. A result other than 0 ends the stripe as an error does, but no message is printed. */
+ * pixels. If it returns a number other than 0, the stripe ends as with an error, but without a message. */
 KESTERLIB_NODISCARD KESTERLIB_API int32_t Jbig_Decode(jbig_data* dat, int32_t lines, uint8_t* buffer,
                                                       int32_t pitch);
 
-/* Skips the next rows. Returns the same count as Jbig_Decode, and costs the same without the copy. After
- * the end of the data, as soon as a stripe equals the one before, any number of rows costs nothing. */
+/* Skips the next rows. Returns the same count as Jbig_Decode, and takes the same time without the copy.
+ * If, after the end of the data, a stripe equals the one before, all further rows are skipped at once. */
 KESTERLIB_NODISCARD KESTERLIB_API int32_t Jbig_Decode_Discard(jbig_data* dat, int32_t lines);
 
 /* Returns the message of the first error; null if there was none. It is valid until the decoder is closed. */

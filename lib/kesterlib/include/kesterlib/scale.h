@@ -68,8 +68,8 @@ typedef int32_t scale_row_sink(int32_t out_row, int32_t out_width, const uint8_t
 typedef uint8_t* scale_row_fetch(void* user_data, uint8_t* row_buffer);
 
 /* Builds the process-wide tables for a polarity, if they are not built yet. make_scale_engine calls it. One
- * table has the number of 1 bits of each byte. The other maps a step of 0 to 256 to a grey: the step, at
- * most 255, or 255 less that if `invert` is not 0. Engines that exist continue with the new polarity.
+ * table has the number of 1 bits of each byte. The other maps a step of 0 to 256 to a grey: min(step, 255),
+ * or 255 - min(step, 255) if `invert` is not 0. Existing engines continue with the new polarity.
  *
  * Returns the first table, 256 bytes. */
 KESTERLIB_API const uint8_t* init_countones(int32_t invert);

@@ -14,8 +14,8 @@ KESTERLIB_BEGIN
 /* Open a frame for a Group 4 stream. The first bit of the stream is the top bit of its first byte.
  *
  *   file           the input, read from its current position; stays open and the caller's
- *   cb             the block whose fread slot supplies the input, and whose ferror slot tells an error from
- *                  the end; must live as long as the frame
+ *   cb             the block whose fread slot supplies the input, and whose ferror slot says whether the
+ *                  input has failed or ended; must live as long as the frame
  *   base, size     the input in memory; must be unchanged as long as the frame lives
  *   width          pixels of a row
  *   row_bytes      bytes of a row, normally (width + 7) / 8
@@ -25,8 +25,8 @@ KESTERLIB_BEGIN
  * 0, width is above 8 * row_bytes, the transition lists would take more than 256 MiB, `cb` is null, or
  * there is no memory. A null `file` makes a fatal report and ends the process.
  *
- * The functions for `file` and `cb` read the first 512 bytes. If that read fails, they return a frame
- * nevertheless; Uncomp_Error_String then returns a message. */
+ * The functions for `file` and `cb` read the first 512 bytes. If that read fails, they still return
+ * a frame; Uncomp_Error_String then returns a message. */
 KESTERLIB_NODISCARD KESTERLIB_API UNCOMP* Unccitt4_Open(FILE* file, int32_t width, int32_t row_bytes,
                                                         const uint8_t* first_ref_row);
 KESTERLIB_NODISCARD KESTERLIB_API UNCOMP*
@@ -50,7 +50,7 @@ KESTERLIB_NODISCARD KESTERLIB_API UNCOMP* Unccitt4_Open_MMapped(const uint8_t* b
  * Returns the number of rows delivered: rows, or fewer if the stream is damaged or ends without an end of
  * line code. Those rows stay in buffer. The frame is then finished: further calls return 0.
  * Uncomp_Error_String returns the message of a read error, or of a row with too many transitions. It
- * returns null if the bits were no code or led to the left of the row.
+ * returns null if the bits were not a code, or if a code moved to the left of the row.
  *
  * Allocates nothing. Input that is not in memory is read 512 bytes at a time. */
 KESTERLIB_NODISCARD KESTERLIB_API int32_t Unccitt4_Decode(UNCOMP* frame, int32_t rows, uint8_t* buffer,

@@ -15,8 +15,8 @@ KESTERLIB_BEGIN
 /* Open a frame for a Squeeze stream.
  *
  *   file           the input, read from its current position; stays open and the caller's
- *   cb             the block whose fread slot supplies the input, and whose ferror slot tells an error from
- *                  the end; must live as long as the frame
+ *   cb             the block whose fread slot supplies the input, and whose ferror slot says whether the
+ *                  input has failed or ended; must live as long as the frame
  *   base, size     the input in memory; must be unchanged as long as the frame lives
  *   width          pixels of a row
  *   row_bytes      bytes of a row in the stream, normally (width + 7) / 8
@@ -26,8 +26,8 @@ KESTERLIB_BEGIN
  * 0, width is above 8 * row_bytes, the transition lists would take more than 256 MiB, `cb` is null, or
  * there is no memory. A null `file` makes a fatal report and ends the process.
  *
- * The functions for `file` and `cb` read the first 512 bytes. If that read fails, they return a frame
- * nevertheless; Uncomp_Error_String then returns a message. */
+ * The functions for `file` and `cb` read the first 512 bytes. If that read fails, they still return
+ * a frame; Uncomp_Error_String then returns a message. */
 KESTERLIB_NODISCARD KESTERLIB_API UNCOMP* Unsqz_Open(FILE* file, int32_t width, int32_t row_bytes,
                                                      const uint8_t* first_ref_row);
 KESTERLIB_NODISCARD KESTERLIB_API UNCOMP*
