@@ -1,6 +1,6 @@
 # cmake -D OUTPUT=FILE -P BuildStamp.cmake: writes a source with the time of the build, as "11:02:57  Jul 20
 # 2001". A day of one digit has a blank before it. If SOURCE_DATE_EPOCH is set, the stamp is that time in UTC,
-# so that a build can be repeated.
+# so that a later build of the same source has the same bytes.
 cmake_minimum_required(VERSION 3.25)
 if(DEFINED ENV{SOURCE_DATE_EPOCH})
   set(zone UTC)

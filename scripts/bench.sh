@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # bench.sh [peers] [--rounds=N]: builds the benchmark programs with optimisation, runs all of them
-# LUMENTA_BENCH_RUNS (3) times, and writes the figures to docs/SPEED.md. No other work should run on the
-# machine meanwhile. If a program failed, or if a goal was missed by more than a tenth in any run, the script
-# says which and ends with status 1.
+# LUMENTA_BENCH_RUNS (3) times, and writes the figures to docs/SPEED.md and README.md. No other work should
+# run on the machine meanwhile. If a program failed, or if a goal was missed by more than a tenth in any run,
+# the script says which and ends with status 1.
 #   peers     also measures the large page in feh and Geeqie, if they are installed
 #   --rounds  the number of rounds of each program
-# The table is written to build/release/SPEED.md instead if a program failed, and with --rounds, another
-# number of runs or LUMENTA_BENCH_SLOWDOWN. So the figures in docs/SPEED.md are complete and always measured
-# with the same method.
+# docs/SPEED.md is not changed if a program failed, if --rounds or LUMENTA_BENCH_SLOWDOWN is set, or if the
+# number of runs is not 3. The table is then written to build/release/SPEED.md. So the figures in
+# docs/SPEED.md are complete and always measured with the same method.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 # shellcheck source=scripts/speed.sh
@@ -37,8 +37,8 @@ private_environment
 failed=()
 load=$(cut -d ' ' -f 1 /proc/loadavg)
 
-# run_program NAME [ARGUMENT...]: runs a program and adds its figures to figures.tsv, after the run's number
-# and NAME.
+# run_program NAME [ARGUMENT...]: runs a program and appends its figures to figures.tsv. Each line begins with
+# the number of the run and NAME.
 run_program()
 {
   local name=$1 status=0

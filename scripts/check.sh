@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# check.sh [STEP...]: runs the checks in addition to test.sh, all or the named ones, the fast ones first.
-# Stops at the first that fails.
+# check.sh [STEP...]: runs the checks that test.sh does not run: all, the fast ones first, or the named ones.
+# Stops at the first one that fails.
 #   house     rules that need no compiler: includes, blanks, sizes; shellcheck of the scripts
 #   format    clang-format would change nothing
-#   lto       the program, built with link-time optimisation, passes one end-to-end test
+#   lto       the program, built with link-time optimisation, opens a page file of each kind
 #   tidy      clang-tidy reports nothing
 #   busy      all tests while two busy loops per core run, LUMENTA_BUSY_ROUNDS (3) times; LUMENTA_BUSY_TESTS,
 #             a regular expression, selects tests
@@ -122,7 +122,8 @@ fuzz_targets()
   build_preset fuzz "$@" -- fuzz/all
   private_environment
   export QT_QPA_PLATFORM=offscreen
-  local build=$root/build/$1 findings=$root/build/fuzz/findings target name corpus new seconds=${LUMENTA_FUZZ_SECONDS:-20} targets=0
+  local build=$root/build/$1 findings=$root/build/fuzz/findings target name corpus new
+  local seconds=${LUMENTA_FUZZ_SECONDS:-20} targets=0
   mkdir -p "$findings"
   for target in "$build"/fuzz/*_fuzz; do
     [[ -x $target ]] || continue
@@ -241,8 +242,8 @@ matrix_cross()
     "-DTIFF_INCLUDE_DIR=$system/usr/include/$triplet" "-DTIFF_LIBRARY=$libraries/libtiff.so" \
     "-DLUMENTA_JBIGKIT=$libraries/libjbig.a" "-DCMAKE_CXX_FLAGS=-idirafter $system/usr/include" \
     "-DCMAKE_EXE_LINKER_FLAGS=-Wl,-rpath-link,$libraries:$system/lib/$triplet"
-  # This test starts its own program again. The emulator passes that to the system, which cannot run the
-  # program.
+  # The excluded test starts its own program again. The emulator passes this request to the system, which
+  # cannot run a program for another processor.
   run_tests "$root/build/$processor" -E '^CallbackDeathTest\.FatalReportsEndTheProcess$'
 }
 
@@ -256,7 +257,7 @@ for step in "${steps[@]}"; do
 done
 for step in "${steps[@]}"; do
   if ((${#steps[@]} > 1)); then
-    "$0" "$step" # each with a display and an environment of its own
+    "$0" "$step" # each step has a display and an environment of its own
   else
     say "check: $step"
     "check_$step"

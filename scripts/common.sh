@@ -4,7 +4,7 @@
 #   scratch       a temporary directory, which is deleted when the script ends
 #   at_exit_kill  the processes that are ended when the script ends
 # and functions that print the script's head comment as its manual, install packages, configure and build, and
-# set up a private display and environment. It sets the EXIT trap.
+# set up a private display and environment. It sets the traps for EXIT, INT, TERM and HUP.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 scratch=$(mktemp -d "${TMPDIR:-/tmp}/lumenta-XXXXXX")
@@ -61,8 +61,8 @@ end_process()
   wait "$pid" 2>/dev/null || true
 }
 
-# process_gone PID: whether the process has ended. A process that has not been waited for yet (a zombie) has
-# ended.
+# process_gone PID: whether the process has ended. A zombie (ended, but its parent has not called wait) counts
+# as ended.
 process_gone()
 {
   local line
@@ -116,8 +116,8 @@ Install them as root: apt-get install --no-install-recommends ${missing[*]}"
     install --no-install-recommends "${missing[@]}"
 }
 
-# Prints how many compilers to run at once: one per core, but no more than fit in memory. LUMENTA_JOBS
-# overrides this.
+# Prints how many compilers and tests to run at once: one per core, but no more than fit in memory.
+# LUMENTA_JOBS overrides this.
 parallel_jobs()
 {
   local cores room
@@ -147,7 +147,8 @@ build_preset()
   cmake --build "$directory" --parallel "$(parallel_jobs)" ${1+--target "$@"}
 }
 
-# Builds what the tests need. Benchmark programs are left out, so their packages are not needed.
+# Builds what the tests need, without the benchmark programs. So the packages of these programs are not
+# needed.
 build_tests() { build_preset release test -DLUMENTA_BENCH=OFF; }
 
 # tree_files DIRECTORY: prints the files of the source tree in DIRECTORY, one per line: those that git tracks

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # house.sh [DIRECTORY]: checks the rules that need no compiler, in this source tree or in that of DIRECTORY:
-# which folder may include which, names of files and test classes, trailing blanks, file sizes, and references
-# that a reader of the tree cannot follow.
-# Prints one line per finding, FILE:LINE: TEXT, and ends with status 1 if there is any.
+# which folder may include which, names of files and test classes, trailing blanks, file sizes, and paths and
+# hosts that exist on one machine only. Prints one line per finding, FILE:LINE: TEXT, and ends with status 1
+# if there is any.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -21,8 +21,8 @@ grep -vE '^(fuzz/corpus|samples)/|\.(png|tif|ico)$' "$scratch/files" >"$scratch/
 grep -E '\.(h|hpp|c|cc|cpp)$' "$scratch/texts" >"$scratch/sources" || true
 [[ -s $scratch/files ]] || die "no files in $tree"
 
-# A room is a top folder of the tree. of_rooms PATTERN: prints the sources whose path matches.
-of_rooms() { grep -E "$1" "$scratch/sources" || true; }
+# sources_in PATTERN: prints the sources whose path matches.
+sources_in() { grep -E "$1" "$scratch/sources" || true; }
 
 # complain TEXT PATTERN [GREP-OPTION...]: reads file names from the input, and adds a finding for each line
 # that matches.
@@ -40,10 +40,10 @@ qt_include='^[[:space:]]*#[[:space:]]*include[[:space:]]*([<"]([^">]*/)?Q([A-Z]|
 qt_name='\bQt::|^[[:space:]]*(class|struct)[[:space:]]+Q[A-Z][A-Za-z]*[[:space:]]*;'
 qt_name+='|^[^#]*\bQ(Widget|String|Object|Event|Image|Painter|Application|Settings|Printer|Dialog|Menu|Timer)\b'
 qt_free='^(app|lib)/|^platform/([^/]+|posix/.*|testing/.*\.h)$'
-of_rooms "$qt_free" | complain "includes Qt outside platform/qt" "$qt_include"
-of_rooms "$qt_free" | complain "uses a type of Qt outside platform/qt" "$qt_name"
+sources_in "$qt_free" | complain "includes Qt outside platform/qt" "$qt_include"
+sources_in "$qt_free" | complain "uses a type of Qt outside platform/qt" "$qt_name"
 
-# --- Which room may include which ---------------------------------------------------------------------------
+# --- Which top folder may include which ---------------------------------------------------------------------
 
 # Prints FILE LINE NAME for each include. NAME has its opening quote or angle bracket: "wnd.h or <vector.
 list_includes()
@@ -52,43 +52,43 @@ list_includes()
     sed -E 's/^([^:]*):([0-9]+):[[:space:]]*#[[:space:]]*include[[:space:]]*(["<][^">]*).*/\1 \2 \3/'
 }
 
-# The keys of is_source are the paths of all sources. Those of room_has are "ROOM TAIL", for every tail of
-# each path.
-declare -A is_source=() room_has=()
+# The keys of is_source are the paths of all sources. For every path, folder_has has the keys "FOLDER TAIL":
+# FOLDER is its top folder, and TAIL is the rest of the path after any slash.
+declare -A is_source=() folder_has=()
 while IFS= read -r file; do
   is_source[$file]=1
   tail=$file
   while [[ $tail == */* ]]; do
     tail=${tail#*/}
-    room_has["${file%%/*} $tail"]=1
+    folder_has["${file%%/*} $tail"]=1
   done
 done <"$scratch/sources"
 
-# in_room ROOM FILE NAME: whether NAME, included by FILE, is a header of that room. As the compiler does, this
-# first searches the folder of FILE and its own room.
-in_room()
+# in_folder FOLDER FILE NAME: whether NAME, included by FILE, is a header of that top folder. Like the
+# compiler, this first searches the folder of FILE, and then its top folder.
+in_folder()
 {
-  local room=$1 file=$2 name=$3
-  [[ $name != "$room"/* && $name != */"$room"/* ]] || return 0
-  [[ -z ${is_source[${file%/*}/$name]:-} && -z ${room_has["${file%%/*} $name"]:-} ]] || return 1
-  [[ -n ${room_has["$room $name"]:-} || ($room == lib && $name == kesterlib/*) ]]
+  local folder=$1 file=$2 name=$3
+  [[ $name != "$folder"/* && $name != */"$folder"/* ]] || return 0
+  [[ -z ${is_source[${file%/*}/$name]:-} && -z ${folder_has["${file%%/*} $name"]:-} ]] || return 1
+  [[ -n ${folder_has["$folder $name"]:-} || ($folder == lib && $name == kesterlib/*) ]]
 }
 
 c_headers='assert|complex|ctype|errno|fenv|float|inttypes|iso646|limits|locale|math|setjmp|signal|stdalign|stdarg'
 c_headers+='|stdatomic|stdbool|stddef|stdint|stdio|stdlib|stdnoreturn|string|tgmath|threads|time|uchar|wchar|wctype'
 c_headers+='|immintrin|arm_neon' # headers of the compiler, for vector instructions
 
-of_rooms '^(app|lib|platform|tools)/' | list_includes | while read -r file line include; do
+sources_in '^(app|lib|platform|tools)/' | list_includes | while read -r file line include; do
   name=${include:1}
   wrong=
   case ${file%%/*} in
   platform)
-    ! in_room app "$file" "$name" || wrong="platform includes app"
-    ! in_room lib "$file" "$name" || wrong="platform includes lib"
+    ! in_folder app "$file" "$name" || wrong="platform includes app"
+    ! in_folder lib "$file" "$name" || wrong="platform includes lib"
     ;;
   lib)
-    ! in_room app "$file" "$name" || wrong="lib includes app"
-    ! in_room platform "$file" "$name" || wrong="lib includes platform"
+    ! in_folder app "$file" "$name" || wrong="lib includes app"
+    ! in_folder platform "$file" "$name" || wrong="lib includes platform"
     if [[ -z $wrong && $include == '<'* && $name != kesterlib/* ]]; then
       [[ $name =~ ^([a-z_]+|($c_headers)\.h)$ ]] || wrong="lib includes more than the standard library"
     fi
@@ -110,7 +110,7 @@ awk -F/ '{ if ($NF in first) print $0 ":0: has the name of " first[$NF]; else fi
   "$scratch/sources" >>"$found"
 
 # The name of a test class or test suite says which file has it.
-of_rooms '^tests/' | tr '\n' '\0' |
+sources_in '^tests/' | tr '\n' '\0' |
   { xargs -0 -r grep -HnoE '^(class [A-Za-z0-9_]+ : public |[A-Z_]*TEST[A-Z_]*\([A-Za-z0-9_]+,)' -- || true; } |
   sed -E 's/:(class|[A-Z_]*TEST[A-Z_]*)[ (]([A-Za-z0-9_]+).*/:\1:\2/; s/:[A-Z_]*TEST[A-Z_]*:/:suite:/' |
   awk -F: '{
@@ -122,9 +122,9 @@ of_rooms '^tests/' | tr '\n' '\0' |
   }' >>"$found"
 
 # A header without an include guard is included to be compiled again with other macros. Its name says so.
-of_rooms '\.h$' | tr '\n' '\0' | { xargs -0 -r grep -LE '^#(pragma once|ifndef [A-Z0-9_]+_H)$' -- || true; } |
+sources_in '\.h$' | tr '\n' '\0' | { xargs -0 -r grep -LE '^#(pragma once|ifndef [A-Z0-9_]+_H)$' -- || true; } |
   { grep -vE '_tmpl\.h$' || true; } | sed 's/$/:0: has no include guard and no _tmpl in its name/' >>"$found"
-of_rooms '_tmpl\.h$' | complain "has an include guard and _tmpl in its name" '^#(pragma once|ifndef [A-Z0-9_]+_H)$'
+sources_in '_tmpl\.h$' | complain "has an include guard and _tmpl in its name" '^#(pragma once|ifndef [A-Z0-9_]+_H)$'
 
 # --- Blanks, sizes, references ------------------------------------------------------------------------------
 

@@ -4,14 +4,14 @@
 # line:
 #   apt-get install --no-install-recommends $(scripts/packages.sh build test)
 
-newest_clang=22 # of Debian 12
+newest_clang=22 # the newest clang in Debian 12
 
 packages_of()
 {
   local group
   for group in "$@"; do
     case $group in
-    run) # needed to run the program; qt6-wayland is recommended on a Wayland desktop
+    run) # needed to run the program; a Wayland desktop also needs qt6-wayland, which is in the group test
       echo libqt6widgets6 libqt6printsupport6 libtiff6 libelf1 hicolor-icon-theme fonts-dejavu-core
       ;;
     build) # needed to compile it

@@ -35,7 +35,7 @@ give_up()
   die "$1"
 }
 
-# Whether the viewer has a window on the screen. If the viewer has ended, the script ends, too.
+# Whether the viewer has a window on the screen. If the viewer has ended, ends the script with an error.
 window_shown()
 {
   ! process_gone "$viewer_pid" || give_up "the viewer ended before it showed a window"
@@ -43,8 +43,8 @@ window_shown()
   [[ -n $window ]]
 }
 
-# Whether the window has painted: it shows more than one colour, and since the last check the screen is
-# unchanged and the viewer has used no processor time.
+# Whether the window has finished painting: it shows more than one colour, and since the last call the screen
+# is unchanged and the viewer has used no processor time.
 window_painted()
 {
   local colours now

@@ -14,7 +14,7 @@ BEGIN { FS = "\t" }
     order[++keys] = key
     program[key] = $2; name[key] = $3; unit[key] = $6; goal[key] = $7; where[key] = $8
   }
-  # Some goals depend on what the machine could do in that run. The strictest one is shown.
+  # Some goals depend on the speed of the machine in that run. The strictest one is shown.
   number = $7
   sub(/.* /, "", number)
   shown = goal[key]
@@ -44,8 +44,9 @@ speed_table()
 $2 runs of all programs. A figure is the median of the medians of the runs, with the lowest and the highest of them. In
 a run, our code and its peer take turns in one process. The first round is not counted. Each result is compared before
 it is timed. "X" figures include the display's answer, "memory" figures use no display. "cached": the page's file is in
-the system's cache. "cold": the file was dropped from the cache before (posix_fadvise), but programs stay in it. "plain"
-figures are without AVX2. A goal is missed if a run's median is worse than the goal by more than a tenth.
+the system's cache. "cold": the page's file was dropped from the cache before (posix_fadvise), but the programs are
+still in it. "plain" figures are without AVX2. A goal is missed if a run's median is worse than the goal by more than a
+tenth.
 END
   awk "$speed_figures"'
   END {
@@ -88,8 +89,8 @@ full repaint, 1280 x 960	X
 Next Page, TIFF, Group 4	X, cached
 Group 4, text, times as fast as libtiff	memory'
 
-# speed_in_readme FIGURES README: replaces the text between these two lines. Ends the script if a figure is
-# missing.
+# speed_in_readme FIGURES README: replaces the text between the two marker lines. Ends the script if a figure
+# is missing.
 speed_in_readme()
 {
   local figures=$1 readme=$2 block missing
