@@ -16,8 +16,7 @@ constexpr const char* kSource = "jbigdecode";
 constexpr const char* kNoEndMarker = "End of file not in JBIG format";
 constexpr int32_t kEndMarkerBytes = 2;
 constexpr uint8_t kMarker = 0xFF;
-constexpr uint32_t kWidthLimit =
-    0x7ffffff8; // refused from this width on: columns may exceed int32_t
+constexpr uint32_t kWidthLimit = 0x7ffffff8; // refused from this width on: columns may exceed int32_t
 
 struct HeaderByte {
     int32_t at;
