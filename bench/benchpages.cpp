@@ -11,8 +11,9 @@
 
 namespace
 {
-// A patch of solid ink, as in a control strip, near the upper left corner. It makes the middle of a screen of
-// 1280 x 960 black as soon as the page is shown, for any text and any height of the bars above the page.
+// A black rectangle near the upper left corner, like a patch of a control strip. It makes the middle of a
+// screen of 1280 x 960 black as soon as the page is shown, for any text and any height of the bars above the
+// page.
 constexpr int kPatchLeft = 320, kPatchRight = 960, kPatchTop = 240, kPatchBottom = 720; // multiples of 8
 
 pages::Bitmap WithPatch(pages::Bitmap page)

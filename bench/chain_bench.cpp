@@ -1,6 +1,6 @@
-// A chain of empty steps: each paint posts a message, whose handler invalidates a strip of 640 x 16 pixels,
-// which causes the next paint. Measures the steps per second, and how long a key waits meanwhile for its
-// paint and for its pixels on the screen. Needs a display.
+// A chain of steps: each paint posts a message, whose handler invalidates a strip of 640 x 16 pixels, which
+// causes the next paint. The paints draw nothing. Measures the steps per second, and the time from a key that
+// is pressed meanwhile to its paint and to its pixels on the screen. Needs a display.
 #include "bench/harness.h"
 #include "platform/qt/qt_view.h"
 #include "platform/testing/testing.h"
@@ -118,7 +118,7 @@ void RunFor(int milliseconds)
     QCoreApplication::exec();
 }
 
-// Reads one pixel of the screen over its own connection, as another program would see it.
+// Reads one pixel of the screen over its own connection to the display, like another program.
 class Eye
 {
 public:
@@ -156,8 +156,8 @@ void PressKeys(ChainView* view, ViewWidget* widget, CPoint on_screen, int keys, 
     const Eye eye(on_screen);
     bool black = eye.SeesBlack();
     for (int i = 0; i < keys; ++i) {
-        usleep(static_cast<useconds_t>(15'000 +
-                                       i * 1'777 % 10'000)); // not in step with the copies to the screen
+        // The pauses differ, so that keys arrive at any time relative to the copies to the screen.
+        usleep(static_cast<useconds_t>(15'000 + i * 1'777 % 10'000));
         view->key_painted_ms = 0;
         const double start = NowMs();
         QCoreApplication::postEvent(widget, new QKeyEvent(QEvent::KeyPress, Qt::Key_Down, Qt::NoModifier));

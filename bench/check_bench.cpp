@@ -1,5 +1,5 @@
-// The check of a page of 600 million pixels, which decodes all rows and counts their ink, beside decoding the
-// same rows alone. Both store the rows as the program does.
+// Compares two times for a page of 600 million pixels: the check of the page, which decodes all rows and
+// counts their ink, and decoding the same rows alone. Both store the rows as the program does.
 #include "app/lumentadoc.h"
 #include "app/pagecheck.h"
 #include "bench/harness.h"
@@ -67,16 +67,16 @@ double Check(const Page& page, double* ink)
 int main(int argc, char** argv)
 {
     Harness bench(argc, argv,
-                  {.purpose = "the check of a large page, beside decoding its rows alone", .rounds = 9});
+                  {.purpose = "the check of a large page, and decoding its rows alone", .rounds = 9});
     TestApplication application(argc, argv);
     double first_ink = 0;
     for (const Page& page : kPages) {
         double ink = 0;
         const auto times =
             bench.InTurn({{true, [&] { return Check(page, &ink); }}, {false, [&] { return Decode(page); }}});
-        // All are the same page.
+        // All files show the same page, so they must have the same ink.
         first_ink = first_ink == 0 ? ink : first_ink;
-        Require(ink > 0 && ink == first_ink, "the ink is another one");
+        Require(ink > 0 && ink == first_ink, "the ink differs from that of the first page");
         const std::string name = std::string{", "} + page.name;
         bench.Report("check of 20 000 x 30 000" + name, times[0], "ms");
         bench.Report("decoding alone" + name, times[1], "ms");

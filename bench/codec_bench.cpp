@@ -1,5 +1,5 @@
-// Our decoders and libtiff's, in memory: both decode the same whole page into one buffer, in turn. All bytes
-// are compared first.
+// Compares our run decoders with libtiff's Group 4 decoder, in memory. Both decode the same whole page into
+// one buffer, in turn. All bytes are compared first.
 #include "bench/harness.h"
 #include "kesterlib/unccitt.h"
 #include "kesterlib/unsqz.h"
@@ -81,7 +81,8 @@ constexpr double kMillion = 1e6;
 // to that of a memcpy of the page. This is for pages whose rows are all raw or all equal: decoding them is
 // mostly copying.
 struct PageGoal {
-    double fastest, plain; // goals of the fastest row loops of this machine, and of those of every machine
+    // Goals of the fastest row loops of this machine, and of the loops that run on every machine.
+    double fastest, plain;
     bool copy = false;
 };
 using RowLoop = int32_t(kesterlib::Frame* frame, int32_t rows, uint8_t* buffer, int32_t stride);
@@ -94,7 +95,7 @@ struct Codec {
     PageGoal goals[kPageCount];
 };
 // A blank page is decoded at the speed of the memory. libtiff's time then varies by a factor of 2 with the
-// place of its buffer, so the goal is its best one.
+// address of its buffer, so the goal is relative to its best time.
 constexpr Codec kCodecs[] = {
     {"Squeeze",
      Unsqz_Open_MMapped,

@@ -1,3 +1,4 @@
+// Runs the contenders, prints the figures and compares them with their goals.
 #include "bench/harness.h"
 
 #include <algorithm>
@@ -10,7 +11,8 @@
 
 namespace
 {
-constexpr double kTolerance = 0.1; // share of a goal; noise alone does not make a figure miss it
+// A figure misses its goal only if it is worse by more than this share, so that noise alone causes no miss.
+constexpr double kTolerance = 0.1;
 
 std::string GoalText(Goal goal)
 {

@@ -1,4 +1,5 @@
-// Time to parse and to write a page header of 4096 bytes. Opening a page and the Open dialog parse one.
+// Measures the time to parse and to write a page header of 4096 bytes. The program parses one to open a page
+// and to show the label of a page in the Open dialog.
 #include "app/pageheader.h"
 #include "bench/harness.h"
 

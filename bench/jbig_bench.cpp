@@ -1,5 +1,5 @@
-// Our JBIG decoder and jbigkit's, in memory: both decode the same whole page, coded by jbigkit, in turn. All
-// bytes are compared first. A 1 is white, as in page files.
+// Compares our JBIG decoder with jbigkit's, in memory. Both decode the same whole page, coded by jbigkit, in
+// turn. All bytes are compared first. A 1 is white, as in page files.
 #include "bench/harness.h"
 #include "kesterlib/jbig.h"
 #include "pages.h"

@@ -1,6 +1,6 @@
-// Jump from the top of a page of 600 million pixels to its last row, with an empty row store, and back to the
-// rows that are decoded. In turn with it, libtiff alone decodes the same page, each row into the same buffer.
-// The last rows are compared first.
+// Measures a jump from the top of a page of 600 million pixels to its last row, with an empty row store, and
+// the jump back to rows that are already decoded. In turn with it, libtiff alone decodes the same page, each
+// row into the same buffer. The last rows are compared first.
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "bench/countingimage.h"

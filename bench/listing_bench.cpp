@@ -1,6 +1,6 @@
 // A directory of 10 000 page files with viewed marks. Measures the listing, the time until Open Multiple
-// shows the files that are not viewed, and the time until it returns all files. In turn with them run the
-// bare system calls that every listing needs, on the same directory.
+// shows the files that are not viewed, and the time until it returns all files. The system calls that
+// every listing needs are timed alone, in turn with them, on the same directory.
 #include "app/lumentaapp.h"
 #include "app/openmultipledialog.h"
 #include "bench/harness.h"

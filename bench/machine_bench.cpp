@@ -1,5 +1,5 @@
-// The speed of this machine's memory: sets, copies and reads as many bytes as the rows of a page of 8 000 x
-// 11 000 pixels have, and of a page of 20 000 x 30 000. No decoder can be faster.
+// Measures the speed of this machine's memory: sets, copies and reads as many bytes as a page has. The pages
+// have 8 000 x 11 000 and 20 000 x 30 000 pixels. No decoder can be faster.
 #include "bench/harness.h"
 #include "bench/support.h"
 

@@ -1,7 +1,7 @@
 // Time from the key of Next Page to the end of the paint that shows the top of the next page. On X the time
 // includes the display's answer. Two pages of 600 million pixels are shown in turn, in a window that fits on
-// a screen of 1920 x 1080. The pages are marked as viewed. Their files are first in the system's cache, then
-// dropped from it.
+// a screen of 1920 x 1080. The pages are marked as viewed. The page files are in the system's cache in the
+// first part, and are dropped from it before each page in the second.
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "app/lumentavw.h"
@@ -38,7 +38,7 @@ constexpr int kPagesARound = 8, kDefaultRounds = 5;
 struct Format {
     const char* name;
     std::optional<pages::Raster> raster; // empty: a TIFF file, Group 4 in one strip
-    bool to_the_end = false;             // before the key, scroll to the last row: all rows are in the store
+    bool to_the_end = false;             // true: first scroll to the last row, so that the store has all rows
 };
 constexpr Format kFormats[] = {
     {"TIFF, Group 4", {}},
@@ -134,7 +134,7 @@ void Sync()
         std::free(xcb_get_input_focus_reply(x->connection(), xcb_get_input_focus(x->connection()), nullptr));
 }
 
-// Shows the next page of the list. Returns false if its top is not on the screen when the clock stops.
+// Shows the next page of the list. Returns false if its top is not on the screen when the time is taken.
 bool TurnPage(CLumentaView* view, Watcher* watcher, const Format& format, const std::string& path,
               const pages::Bitmap& top, bool cold, Times* times)
 {

@@ -162,7 +162,7 @@ bool MeasureReduction(Harness& bench, const Format& format)
         batches[round] = bench.Ours(batches[round]);
     }
 
-    // A batch is the same work in each round. So its median does not include other work of the machine.
+    // A batch does the same work in each round. So its median excludes delays by other work of the machine.
     std::vector<double> lines;
     double longest = 0;
     for (size_t line = 0; line < batches.front().size(); ++line) {

@@ -1,5 +1,5 @@
-// Peak memory and time of a print into a PDF file. The memory is that of the whole program with the page on
-// the screen. Each print runs in a process of its own: this program starts itself with --print.
+// Measures peak memory and time of a print into a PDF file. The memory is that of the whole program with the
+// page on the screen. Each print runs in a process of its own: this program starts itself with --print.
 #include "app/lumentaapp.h"
 #include "bench/harness.h"
 #include "bench/support.h"

@@ -1,4 +1,4 @@
-// Widening pixels from 1 bit to 32, which is the whole cost of a repaint from decoded rows. Compares the
+// Measures widening pixels from 1 bit to 32, the main work of a repaint from decoded rows. Compares the
 // vector variant with the plain one, at two sizes that fit in the cache and one that does not, starting at
 // the first bit of a byte and within a byte.
 #include "bench/harness.h"
@@ -11,10 +11,10 @@
 
 namespace
 {
-// In the cache the compiled plain variant is as fast. For larger sizes the vector variant bypasses the cache.
+// Within the cache the plain variant is as fast. For larger sizes the vector variant bypasses the cache.
 struct Size {
     int width, height;
-    double goal; // times as fast as the plain form
+    double goal; // times as fast as the plain variant
 };
 constexpr Size kSizes[] = {{1280, 960, 0.9}, {1920, 1080, 0.9}, {3840, 2160, 1.5}};
 

@@ -23,7 +23,7 @@ constexpr double kOfReady = 1.35, kSmallOfReady = 1.5, kOfMono = 0.55,
 constexpr double kScrollOfRepaint = 0.6;
 // The X server of the benchmarks moves pixels sideways row by row, and other costs are small at this size.
 constexpr double kSmallSidewaysOfRepaint = 0.85;
-constexpr int kInARow = 5; // repaints, or steps as of a held key
+constexpr int kInARow = 5; // repaints, or steps like those of a held key
 
 class PaintCounter : public QObject
 {
@@ -95,7 +95,7 @@ public:
     Scene& operator=(const Scene&) = delete;
     ~Scene() { m_widget->removeEventFilter(&m_counter); }
 
-    // Both return the time of one, as the mean of kInARow.
+    // Both return the time of one repaint or step, as the mean of kInARow.
     double Repaint()
     {
         const double start = NowMs();
@@ -166,7 +166,7 @@ double Mean(const std::vector<double>& values)
     return std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
 }
 
-// Decodes the rows that the steps of all rounds will show, and goes to their beginning.
+// Decodes the rows that the steps of all rounds will show, and scrolls back to the first one.
 void PrepareSteps(const Harness& bench, CLumentaView* view)
 {
     CSize sum;
@@ -195,7 +195,7 @@ void Measure(Harness& bench, CFrameWnd* frame, CLumentaView* view, CSize size)
     const QImage picture = widget->Buffer().copy();
     const QImage bits = picture.convertToFormat(QImage::Format_Mono);
     Require(bits.convertToFormat(QImage::Format_RGB32) == picture.convertToFormat(QImage::Format_RGB32),
-            "the picture of 1 bit is another one");
+            "the picture of 1 bit differs from the view");
     ImageWidget ready(picture, widget->window());
     ImageWidget mono(bits, widget->window());
     ImageWidget converted(bits, widget->window(), true);
@@ -206,7 +206,8 @@ void Measure(Harness& bench, CFrameWnd* frame, CLumentaView* view, CSize size)
         {false, [&] { return RepaintOver(widget, &mono); }},
         {false, [&] { return RepaintOver(widget, &converted); }},
     };
-    // All steps go the same way, as an operator's do. So they pay for the moves that have to copy the buffer.
+    // All steps have the same direction, like those of an operator. So the times include the moves that copy
+    // the buffer.
     for (const Step& step : kSteps)
         contenders.push_back({true, [&] { return scene.ScrollBy(step.size); }});
     const auto times = bench.InTurn(contenders);
@@ -228,7 +229,7 @@ void Measure(Harness& bench, CFrameWnd* frame, CLumentaView* view, CSize size)
         bench.Report(name + at, scroll, "ms");
         const bool small_sideways = client.Width() < kLargeWidth && kSteps[i].size.cx != 0;
         const Goal goal = AtMost(small_sideways ? kSmallSidewaysOfRepaint : kScrollOfRepaint);
-        // Both times are ours, so the planted slowdown counts once.
+        // Both times are ours, so LUMENTA_BENCH_SLOWDOWN has no effect on their ratio. Ours() applies it.
         bench.Report(std::string{name}.append(" / full repaint").append(at), bench.Ours(Ratios(scroll, ours)),
                      "x", goal);
         bench.Report(std::string{name}.append(", mean / full repaint, mean").append(at),

@@ -1,6 +1,6 @@
-// Our scale engine and leptonica's reductions, in memory: both reduce the same page, in turn. The engine gets
-// one row at a time. Its greys are compared with a plain count first. The time to read the rows from memory
-// is a lower limit.
+// Compares our scale engine with leptonica's reductions, in memory. Both reduce the same page, in turn. The
+// engine receives one row at a time. Its greys are compared with a plain count first. No reduction can take
+// less time than reading the rows from memory.
 #include "bench/harness.h"
 #include "bench/support.h"
 #include "kesterlib/scale.h"

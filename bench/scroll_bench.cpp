@@ -1,6 +1,6 @@
-// What a step of scrolling requests: only the lines that became visible. Of these, only lines that have never
-// been decoded are read from the file. This program counts and takes no times. A wrong count ends it with
-// status 1.
+// Counts the lines that a step of scrolling requests and decodes. It must request only the lines that became
+// visible, and decode only those of them that were never decoded before. This program measures no times.
+// After a wrong count it ends with status 1.
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
 #include "app/lumentaresources.h"

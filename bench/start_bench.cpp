@@ -1,6 +1,7 @@
-// Measures from the start of the program to the first pixels of the page on the screen, in turn with a bare
-// window of Qt. The file of the large page is in the system's cache, then out of it. Needs a display of its
-// own: the display is covered with white, and its middle is read until it turns black.
+// Measures the time from the start of the program to the first pixels of the page on the screen, in turn with
+// a bare window of Qt. The large page is measured twice: with its file in the system's cache, and with its
+// file dropped from the cache. Needs a display of its own: the program covers the display with white, and
+// reads its middle until it is black.
 #include "bench/harness.h"
 #include "bench/support.h"
 

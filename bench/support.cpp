@@ -1,3 +1,4 @@
+// Reads /proc, selects the display, and drops files from the system's cache.
 #include "bench/support.h"
 
 #include "bench/harness.h"
@@ -77,7 +78,7 @@ bool DropFromCache(const std::string& path)
     const off_t bytes = file < 0 ? 0 : lseek(file, 0, SEEK_END);
     bool gone = false;
     if (bytes > 0) {
-        fdatasync(file); // only clean pages leave
+        fdatasync(file); // pages that are not written yet would stay in the cache
         posix_fadvise(file, 0, 0, POSIX_FADV_DONTNEED);
         void* const mapped = mmap(nullptr, static_cast<size_t>(bytes), PROT_READ, MAP_SHARED, file, 0);
         if (mapped != MAP_FAILED) {

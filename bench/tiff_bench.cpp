@@ -1,5 +1,5 @@
-// Opening large Group 4 TIFF pages and reading all rows: TIFFImage and libtiff in turn, each into a buffer of
-// one row. All rows are compared first.
+// Measures opening large Group 4 TIFF pages and reading all rows, by TIFFImage and libtiff in turn, each into
+// a buffer of one row. All rows are compared first.
 #include "app/tifimage.h"
 #include "bench/harness.h"
 #include "pages.h"

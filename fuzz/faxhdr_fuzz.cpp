@@ -1,6 +1,6 @@
-// The input is the text of a page header. The reader in memory gets exactly these bytes. The reader over a
-// callback block gets them as the start of a stream. All values must stay within their fields, and both
-// readers must agree.
+// The input is the text of a page header. The reader in memory receives exactly these bytes. The reader over
+// a callback block receives them as the start of a stream. All values must fit their fields, and both readers
+// must return the same.
 #include "promise.h"
 
 #include <kesterlib/callback.h>
@@ -93,7 +93,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (result > 0)
         CheckRecord(*header);
 
-    // The stream is the input, followed by zeros. Only its first 4096 bytes count.
+    // The stream is the input, followed by zeros. The reader reads only its first 4096 bytes.
     char first[FAXHEADER_BYTES] = {};
     if (size > 0)
         memcpy(first, data, std::min(size, sizeof first));

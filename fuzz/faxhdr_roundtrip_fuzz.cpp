@@ -46,7 +46,7 @@ bool IsPlain(std::string_view text, std::string_view none_of)
     return text.find_first_of(none_of) == std::string_view::npos;
 }
 
-// Whether a line of the text keeps this field: no line feed, no white space at its ends, and a final 0.
+// Whether a line can represent this field: it has no line feed, no white space at its ends, and a final 0.
 template <size_t N>
 bool IsLineText(const char (&field)[N])
 {
@@ -132,7 +132,7 @@ bool Same(const FAXHeader& a, const FAXHeader& b)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static const bool in_utc = setenv("TZ", "UTC0", 1) == 0; // no hour is missing in UTC
+    static const bool in_utc = setenv("TZ", "UTC0", 1) == 0; // UTC has no summer time, so every hour exists
     Promise(in_utc);
     FAXHeader header{};
     memcpy(static_cast<void*>(&header), data, std::min(size, sizeof header));

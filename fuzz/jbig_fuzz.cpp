@@ -1,6 +1,6 @@
 // JBIG image entities. The last five bytes of an input choose how it is decoded: rows, rows per call, kind of
 // input, bytes per read and in total, pitch. So a seed is an ordinary entity followed by five bytes. Both row
-// loops and the slow decoder of the tests must agree in every byte, every message and every read.
+// loops and the slow decoder of the tests must return the same bytes and messages, and read the same pieces.
 #include "kesterlib/jbig.h"
 
 #include "promise.h"
@@ -30,7 +30,8 @@ constexpr size_t kHow = 5;
 
 Decoded Decode(kesterlib::JbigRowLoop* loop, const JbigInput& input, const uint8_t* how)
 {
-    const int32_t rows = how[2] == 0 ? 0 : 1 + how[0] % 64; // 0: sides of any size, only opened
+    // 0 rows: the page may have any width and height, and no row is decoded.
+    const int32_t rows = how[2] == 0 ? 0 : 1 + how[0] % 64;
     const int32_t per_call = 1 + how[1] % 8;
     Decoded decoded;
     SeekBlock block(input);
@@ -94,7 +95,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                 number = number << 8 | input.bytes[i];
             return number;
         };
-        constexpr uint64_t kModest = 1 << 24; // bytes of a stripe buffer for which there is always memory
+        constexpr uint64_t kModest = 1 << 24; // bytes of a stripe buffer that can always be allocated
         const uint64_t stripe_bytes = (number_at(12) + 2) * ((number_at(4) + 7) / 8 + 2);
         if (any_sides && stripe_bytes > kModest && stripe_bytes <= JBIG_LARGEST_STRIPE)
             return 0;

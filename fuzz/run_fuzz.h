@@ -1,6 +1,7 @@
 // What the fuzz targets of the run decoders share. The last five bytes of an input choose how it is decoded:
 // width, rows, rows per call, bytes per read, stride. So a seed is an ordinary raster with five bytes after
-// it. The row loops must agree in every byte and message, each with another number of rows per call.
+// it. Each row loop decodes with another number of rows per call. All must return the same bytes and
+// messages.
 #pragma once
 
 #include "kesterlib/uncompress.h"

@@ -1,7 +1,7 @@
-// The input is a TIFF file. The codec library decodes its strips (Group 4), or libtiff does. If the page
-// opens, reading must stay within the buffer and write zeros after each scanline. The same file opened again
-// must return the same rows. Rewind and a second run must also return them, except with the fax codes of
-// libtiff: on damaged data its decoder uses runs from what it decoded before.
+// The input is a TIFF file. The codec library decodes Group 4 strips, libtiff all others. If the page opens,
+// reading a row must not write outside the buffer, and must write zeros after the scanline. The same file
+// opened again must return the same rows. Rewind and a second run must also return them, except with the fax
+// decoders of libtiff: in damaged data they use runs of rows that they decoded before.
 #include "app/tifimage.h"
 #include "promise.h"
 

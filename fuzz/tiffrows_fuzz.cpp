@@ -1,9 +1,9 @@
 // The input is the rows of a page and four bytes after them. These choose width, fill order, where the strip
 // is cut off, and how a byte is changed there. libtiff codes the rows as one Group 4 strip, and TIFFImage
-// reads it. It must read
-// - the whole strip as libtiff does,
-// - of a strip that is cut off, only rows of the page,
-// - of a damaged strip, at least the rows that are complete before the damage.
+// reads it. TIFFImage must return
+// - all rows of the page from the whole strip,
+// - only rows of the page from a strip that is cut off,
+// - at least the rows before the damage from a damaged strip.
 #include "app/tifimage.h"
 #include "promise.h"
 #include "tests/support/hostile_tiff.h"
@@ -47,7 +47,7 @@ std::string Code(const pages::Bitmap& page, uint16_t fill_order)
     return {strip.begin(), strip.end()};
 }
 
-// Returns how many rows of the file TIFFImage delivers. The first `sound` rows must be those of `page`.
+// Returns the number of rows that TIFFImage delivers. The first `sound` rows must be those of `page`.
 int CountRows(const StripFile& file, const pages::Bitmap& page, int sound)
 {
     TIFFImage image;
