@@ -178,8 +178,8 @@ constexpr GlyphLine kGlyphs[] = {
     {'z', 450, "t 65 440 375 440 t 60 20 385 20 l 350 450 95 10 t 77 460 65 330 t 375 0 397 140"},
 };
 
-// In units: half axes of the broad pen, half width of the fine pen, how far a serif reaches beyond its stem,
-// and how much wider a bold letter is.
+// In units: half axes of the broad pen, half width of the fine pen, length of a serif beyond its stem, and
+// additional width of a bold letter.
 struct Pens {
     int broad_x, broad_y, fine, serif_reach, spread;
 };
@@ -199,7 +199,7 @@ int64_t floor_div(int64_t a, int64_t b)
     return a / b - (a % b != 0 && (a < 0) != (b < 0) ? 1 : 0);
 }
 
-// Halves a direction until the products of its squares with squared pen widths fit in 64 bits.
+// Halves a direction vector until the products of its squares and the squares of pen widths fit in 64 bits.
 Point short_direction(Point direction)
 {
     int64_t largest = std::max(std::abs(direction.x), std::abs(direction.y));
@@ -299,8 +299,8 @@ private:
                               {to.x - cut.x, to.y - cut.y}});
     }
 
-    // Each step of a curve is a quadrilateral between the two edges of the pen's track. Neighbours share a
-    // side.
+    // Each step of a curve is a quadrilateral between the two edges of the area that the pen covers.
+    // Successive steps share a side.
     void curve(Point p0, Point p1, Point p2, Point p3, Pen pen)
     {
         Point last{}, last_reach{};

@@ -443,7 +443,7 @@ void folio(Setter& setter, Random& random)
                        "- " + std::to_string(random.between(1, 400)) + " -");
 }
 
-// Draws the scene at most kMostWidth px wide, then enlarges it: enlarging is much cheaper than drawing.
+// Draws the landscape at most kMostWidth px wide, then enlarges it: enlarging is much faster than drawing.
 void landscape_in(Setter& setter, const Box& box, int cell)
 {
     constexpr int kMostWidth = 1024;

@@ -1,6 +1,6 @@
-// The landscape consists of layers of lattice noise in integers. Heights and positions are in units of 1/4096
-// of the picture's height. The enlarger and the screen handle every pixel of a page, with a few operations
-// for each.
+// The pictures of test pages, their enlarger and the halftone screen. The landscape consists of layers of
+// lattice noise in integers. Heights and positions are in units of 1/4096 of the picture's height. The
+// enlarger and the screen handle every pixel of a page, with a few operations for each.
 
 #include "picture.h"
 
@@ -79,7 +79,7 @@ int ridge(const Range& range, int x)
     return range.foot - rough(range.salt, range.octaves, x * 256 / range.stretch) * range.rise / 510;
 }
 
-// Returns the light on a mountain side: how fast the rough ground rises to the right and down.
+// Returns the brightness of a mountain side: how steeply the rough ground rises to the right and down.
 int relief(const Range& range, int x, int y)
 {
     const auto ground = [&](int gx, int gy) {
@@ -221,8 +221,8 @@ const uint8_t* Enlarger::row(int y)
 
 Screen::Screen(int cell)
 {
-    // From one dot to the next x and y both change by cell / sqrt(2). So one pixel along x + y or x - y is a
-    // phase of 2^32 / (cell * sqrt(2)).
+    // From one dot to the next, x and y both change by cell / sqrt(2). So x + y or x - y changes by cell *
+    // sqrt(2), which is a phase of 2^32. One pixel is a phase of 2^32 / (cell * sqrt(2)).
     m_step = square_root((uint64_t{1} << 63) / (static_cast<uint64_t>(cell) * static_cast<uint64_t>(cell)));
 
     // The heights of a dot are the sum of two waves. A threshold is the rank of a height, so that the tones

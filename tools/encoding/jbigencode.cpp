@@ -1,5 +1,6 @@
-// A stripe's bytes are kept until the stripe ends. This allows a carry to run back through them. Zeros at
-// their end are dropped, because a decoder supplies them itself. Only then are bytes of 0xff escaped.
+// Encodes rows as JBIG, a stripe at a time. The bytes of a stripe are kept until the stripe ends, because a
+// later carry can change them. At the end of the stripe, zeros at the end of its bytes are dropped, because a
+// decoder adds them itself. Then bytes of 0xff are escaped.
 
 #include "jbigencode.h"
 
@@ -16,7 +17,8 @@ namespace
 {
 
 constexpr uint8_t kEscape = 0xff;
-constexpr uint8_t kStuffed = 0x00, kNormalEnd = 0x02, kResetEnd = 0x03; // after it: STUFF, SDNORM, SDRST
+// Bytes after 0xff: STUFF, SDNORM, SDRST.
+constexpr uint8_t kStuffed = 0x00, kNormalEnd = 0x02, kResetEnd = 0x03;
 
 // The states of the estimator, indexed by a context's byte: 2 * state + the more probable pixel.
 struct State {
@@ -51,7 +53,7 @@ void put_number(uint32_t value, std::vector<uint8_t>& stream)
 
 JbigEncoder::Registers JbigEncoder::fresh_registers()
 {
-    // The code has 16 bits at first. Its top bit, 15, is at the top of the byte, bit 26, after 11 shifts.
+    // The code has 16 bits at first. After 11 shifts its top bit, 15, is the top bit of the byte, 26.
     return {kWholeInterval, 0, kByteAt - 8};
 }
 

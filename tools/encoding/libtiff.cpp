@@ -1,3 +1,5 @@
+// Connects libtiff to the page writers and readers: stores its messages, and opens files in memory.
+
 #include "libtiff.h"
 
 #include <algorithm>
@@ -11,7 +13,7 @@ namespace pages
 namespace
 {
 
-// Keeps only the first message: the next ones are its consequences.
+// Keeps only the first message: the later ones are consequences of the same fault.
 int keep_first_message(TIFF* /*file*/, void* user, const char* /*module*/, const char* format,
                        va_list arguments)
 {

@@ -1,4 +1,5 @@
-// The codec library writes the header. The raster is written in pieces of several rows.
+// Writes page files. The codec library writes the header. The raster is encoded and written in pieces of
+// several rows.
 
 #include "pagefile.h"
 
@@ -41,7 +42,7 @@ bool write_bytes(FILE* file, const std::vector<uint8_t>& bytes)
     return std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
 }
 
-// piece: the part of the raster that is already coded: all of it for Group 4, else nothing.
+// Encodes and writes the raster. `piece` is the complete raster if it is Group 4, else it is empty.
 bool write_raster(FILE* file, const Bitmap& page, const PageFileOptions& options, std::vector<uint8_t> piece)
 {
     constexpr std::size_t kPieceBytes = 1 << 16;

@@ -1,5 +1,5 @@
-// TIFF is read through libtiff, one scanline at a time. A warning of libtiff about a row counts as damage: a
-// page for a test is exactly what its file says, or it is refused.
+// Reads pages from TIFF and PBM files. TIFF is read through libtiff, one scanline at a time. If libtiff warns
+// about a row, the page is refused as damaged, so that a test never uses rows that libtiff has guessed.
 
 #include "pagein.h"
 
@@ -51,7 +51,7 @@ bool is_space(int character)
     return character == ' ' || (character >= '\t' && character <= '\r');
 }
 
-// Returns the next character of the header. A comment counts as its line end.
+// Returns the next character of the header. Skips a comment and returns the end of its line.
 int head_character(FILE* file)
 {
     int next = std::fgetc(file);
@@ -110,7 +110,7 @@ std::string read_pbm(FILE* file, bool packed, Bitmap& page)
         return "has no PBM size";
     if (std::string error = judge_size(*width, *height); !error.empty())
         return error;
-    // Refuses before allocating: a header alone must not cause a page of its size.
+    // Checks the size of the file before allocating, because a short file can claim a large page.
     const int64_t needed = packed ? bitmap_bytes(*width, *height) : int64_t{*width} * *height;
     const long at = std::ftell(file);
     if (at >= 0 && std::fseek(file, 0, SEEK_END) == 0) {

@@ -1,9 +1,9 @@
-// A row consists of vertical codes and add codes. A vertical code says that a change is within three pixels
-// of a change in the row above. It moves one entry along the row above. An add code holds two runs, measured
-// from the last change. It moves along the row above in steps of two entries, past all changes that are three
-// pixels or more to the left of its end. So only add codes catch up with a row above that has more changes,
-// and always taking a vertical code can cost more than it saves. If a choice is close, the encoder compares
-// both variants over the next few changes.
+// Encodes rows as Squeeze. A row consists of vertical codes and add codes. A vertical code says that a change
+// is within three pixels of a change in the row above. The next vertical code then refers to the next change
+// of the row above. An add code holds two runs, measured from the last change. After it, pairs of changes of
+// the row above are skipped if they are three pixels or more to the left of its end. Vertical codes skip no
+// changes. So, if the row above has more changes than this row, a longer add code can save bits later. If the
+// choice is not clear, the encoder compares both variants over the next few changes.
 
 #include "sqzencode.h"
 
@@ -25,8 +25,8 @@ constexpr int kPadding = 4;             // entries of kFar: two that are read, a
 constexpr int kCodedClosing = 4;        // copies of the length after a coded row, if there is room
 constexpr int kRawClosing = 3;          // copies after a raw row, and after the white row above the first
 constexpr int kBesides = 5;             // entries that a list has in addition to one per pixel
-// Changes that a choice looks ahead. On a page of noise nearly all rows are raw, and a long look ahead is
-// wasted: the short one is twice as fast there.
+// Number of changes over which two variants are compared. On a page of noise nearly all rows are raw, and the
+// comparison is useless: with the smaller number the encoder is twice as fast there.
 constexpr int kAhead = 5, kAheadAfterRaw = 2;
 constexpr uint8_t kRawMark = 0x80;
 
@@ -94,7 +94,7 @@ void SqueezeEncoder::find_changes(const uint8_t* row)
             changes &= ~(uint64_t{1} << 63 >> in_word);
         }
         if (bytes < sizeof(uint64_t) && out[-1] == m_length)
-            --out; // if the row ends in black, the white fill after it is no change
+            --out; // the row ends in black: the white padding after it is not a change
     }
     m_row.changes = static_cast<int>(out - m_row.at.data()) - 1;
 }
@@ -188,7 +188,7 @@ void SqueezeEncoder::put_add(const Place& place)
         put_number(static_cast<uint32_t>(second_run - kLongSecondRun));
 }
 
-// Returns the bits from here until `goal` entries are written, with the cheaper code at each step.
+// Returns the bits from `place` until `goal` entries are written, with the shorter code at each step.
 int SqueezeEncoder::bits_to(const Place& place, int goal) const
 {
     constexpr int kWorthOfOneMore = 3; // bits; an add code may write one entry more than requested
@@ -201,7 +201,7 @@ int SqueezeEncoder::bits_to(const Place& place, int goal) const
     return std::min(by_add, own + bits_to(after_vertical(place), goal));
 }
 
-// Returns whether a vertical code is better than an add code. Call it only if a vertical code reaches.
+// Returns whether a vertical code is better than an add code. Call it only if a vertical code is possible.
 bool SqueezeEncoder::take_vertical(const Place& place) const
 {
     const Place next = after_vertical(place);

@@ -65,7 +65,7 @@ private:
     int32_t m_length; // px
     RawRows m_raw_rows;
     Row m_row, m_above;
-    int m_ahead; // changes that a choice in the next row looks ahead
+    int m_ahead; // number of changes over which two variants are compared in the next row
 
     std::vector<uint8_t> m_coded; // code of one row
     std::size_t m_coded_bytes = 0;

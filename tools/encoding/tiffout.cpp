@@ -1,5 +1,5 @@
-// Writes through libtiff, one scanline at a time. A file that could not be written whole is deleted. A Group
-// 4 stream is the only strip of a TIFF file in memory.
+// Writes TIFF files through libtiff, one scanline at a time. A file that could not be written completely is
+// deleted. To make a Group 4 stream, writes a TIFF file of one strip in memory and returns this strip.
 
 #include "tiffout.h"
 
@@ -61,7 +61,7 @@ bool set_tags(TIFF* file, const Rows& page, const TiffOptions& options)
                TIFFSetField(file, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH) == 1;
     if (good && !options.document_name.empty())
         good = TIFFSetField(file, TIFFTAG_DOCUMENTNAME, options.document_name.c_str()) == 1;
-    if (options.directory_first) // without offsets and byte counts, which are filled in at the end
+    if (options.directory_first) // libtiff adds the offsets and byte counts of the strips at the end
         good = good && TIFFDeferStrileArrayWriting(file) == 1 && TIFFWriteCheck(file, 0, "page") == 1 &&
                TIFFWriteDirectory(file) == 1 && TIFFSetDirectory(file, 0) == 1;
     // Otherwise libtiff would allocate a buffer for a whole strip.
