@@ -12,12 +12,12 @@
 
 namespace
 {
-constexpr int kWidthChars = 76;
-constexpr int kMostWidthChars = 100; // wider rows are wrapped
-constexpr int kUsualLines = 16;
+constexpr int kWidthChars = 76;     // usual width of both controls, in average characters
+constexpr int kMaxWidthChars = 100; // wider rows are wrapped
+constexpr int kUsualLines = 16;     // height of a text that grows with the dialog, at first
 constexpr int kChartLines = 5;
 constexpr int kColumnGapChars = 3;
-constexpr int kFrame = 1;
+constexpr int kFrame = 1; // logical pixels of the line around the chart
 } // namespace
 
 RowsText::RowsText(QWidget* parent, int lines) : QPlainTextEdit(parent), m_lines(lines)
@@ -58,7 +58,7 @@ QSize RowsText::sizeHint() const
     const int border = 2 * (frameWidth() + static_cast<int>(std::ceil(document()->documentMargin())));
     const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent);
     const int char_width = metrics.averageCharWidth();
-    const int width = std::clamp(m_rowWidth + bar, char_width * kWidthChars, char_width * kMostWidthChars);
+    const int width = std::clamp(m_rowWidth + bar, char_width * kWidthChars, char_width * kMaxWidthChars);
     return {width + border, metrics.lineSpacing() * lines + border};
 }
 

@@ -1,4 +1,5 @@
-// The controls of dialogs that only show something: a text in rows and a bar chart.
+// The controls of dialogs that only show something: a text in rows and a bar chart. CDialog passes the rows
+// and the bars to them.
 #pragma once
 
 #include "platform/dialog.h"

@@ -62,7 +62,7 @@ DialogWidget::DialogWidget(CDialog* owner, const DialogTemplate& contents, QWidg
     page->addLayout(top, 1);
     auto* buttons = new QDialogButtonBox(this);
     QHBoxLayout* line = nullptr;
-    QLabel* label = nullptr; // label without its item yet
+    QLabel* label = nullptr; // the last label, until the item that it belongs to is made
     bool grows = false;
     for (const DialogItem& item : contents.items) {
         if (item.kind == DialogItemKind::button || item.kind == DialogItemKind::defaultButton) {

@@ -1,4 +1,5 @@
-// The widget of a dialog: its items, made from a template.
+// The widget of a dialog. Receives a template, and makes a control for each item. Sends the notifications of
+// the controls to the CDialog, as messages.
 #pragma once
 
 #include "platform/dialog.h"
@@ -13,6 +14,7 @@ class DialogWidget : public QDialog
 public:
     DialogWidget(CDialog* owner, const DialogTemplate& contents, QWidget* parent);
 
+    // Called when the dialog has ended. No message is sent to its object after this.
     void Detach() { m_owner = nullptr; }
     [[nodiscard]] CDialog* Owner() const { return m_owner; }
     [[nodiscard]] const DialogTemplate& Contents() const { return m_contents; }

@@ -1,4 +1,4 @@
-// The display: its kind, its screens, and the conversion to device pixels.
+// The display: its kind, its screens, and the conversion of Qt's logical units to device pixels.
 #pragma once
 
 #include <QRect>
@@ -11,7 +11,7 @@ struct xcb_connection_t;
 [[nodiscard]] int ToDevicePixels(double logical, double ratio);
 
 [[nodiscard]] bool IsWayland();
-[[nodiscard]] xcb_connection_t* XConnection();
+[[nodiscard]] xcb_connection_t* XConnection(); // null if the display is not X11
 
 // Returns the size of all screens together, in device pixels. No window needs to be larger.
 [[nodiscard]] QSize AllScreens();

@@ -1,4 +1,5 @@
-// The place of a frame on the screen: position, size, and the full screen.
+// The place of a frame on the screen: position, size, and the full screen. Requests a place from the window
+// manager, and compares it with the place that the window manager reports.
 #include "platform/qt/display.h"
 #include "platform/qt/framewidget.h"
 
@@ -10,10 +11,11 @@
 
 namespace
 {
-// Returns the number of logical units that cover the device pixels.
+// Returns the smallest number of logical units that covers the device pixels.
 int CoveringUnits(int64_t device_pixels, double ratio)
 {
-    // A whole number of units, multiplied by the ratio and rounded, must convert back to itself.
+    // ToDevicePixels rounds its result. So the result for a whole number of units may be up to half a pixel
+    // too large, and must still convert back to this number.
     constexpr double kRounding = 0.5;
     return static_cast<int>(std::ceil((static_cast<double>(device_pixels) - kRounding) / ratio));
 }
@@ -38,8 +40,8 @@ void FrameWidget::PlaceFrame(const CRect& rect)
     const double ratio = devicePixelRatioF();
     const QScreen* const screen = QGuiApplication::primaryScreen();
     QRect wanted = screen ? screen->geometry() : QRect(QPoint(0, 0), kLeastSize);
-    // The settings may contain any numbers. The window is never larger than all screens together, and is on a
-    // screen.
+    // The settings may contain any numbers. So the size is limited to that of all screens together. A place
+    // that is on no screen is not used.
     const QSize most = screen ? screen->virtualSize() : wanted.size();
     const QRect bounded(QPoint(ToLogical(rect.left, ratio), ToLogical(rect.top, ratio)),
                         QSize(CoveringUnits(int64_t{rect.right} - rect.left, ratio),
@@ -65,7 +67,7 @@ bool FrameWidget::IsTooLarge() const
            height() >= screen()->geometry().height();
 }
 
-// If the user makes the window smaller, it gets three quarters of the screen.
+// If the user later ends the maximised state, the window has three quarters of the size of the screen.
 void FrameWidget::ShowInsteadMaximized()
 {
     m_wanted = {};
@@ -86,7 +88,8 @@ void FrameWidget::PlaceClient(CPoint corner, CSize client)
         move(ToLogical(corner.x, ratio), ToLogical(corner.y, ratio));
 }
 
-// Size hints may have made the client area a pixel too small. Then requests one more logical pixel, once.
+// Size hints may have made the client area a pixel too small. If so, requests one more logical pixel. This is
+// done only once.
 void FrameWidget::MatchClient()
 {
     if (m_wantedClient.cx == 0 && m_wantedClient.cy == 0)
@@ -124,8 +127,9 @@ void FrameWidget::Shown()
         m_settle.start();
 }
 
-// A window that is maximised from the start gets its margins when it is made smaller. This happens by several
-// events whose order depends on the window manager.
+// A window that is maximised from the start has its margins only after the maximised state ends. Several
+// events report this, in an order that depends on the window manager. So the place is matched after the last
+// of them.
 void FrameWidget::MatchPlaceSoon()
 {
     if (isVisible() && !m_placing && !m_wanted.IsEmpty())
@@ -162,8 +166,9 @@ void FrameWidget::SetFullScreen(bool on)
         key->setEnabled(on);
 }
 
-// A window manager reports intermediate states: a maximised window may first be a normal one. A request may
-// be lost meanwhile. So MatchFullScreen checks the states after no more of them arrive.
+// A window manager may report other states before the requested one. For example, a window that becomes
+// maximised may first be a normal one. A request during this time may be lost. So MatchFullScreen checks the
+// state when no more reports arrive.
 void FrameWidget::SetFullScreenState()
 {
     if (m_fullScreen)

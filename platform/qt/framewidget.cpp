@@ -26,7 +26,8 @@ namespace
 {
 constexpr int kSettleMs = 50; // time without events after which place and state are matched
 
-QPointer<FrameWidget> g_active_frame; // the last active one while another program is active
+// The active frame; while another program is active, the last active one.
+QPointer<FrameWidget> g_active_frame;
 
 bool IsThisHost(const QString& host)
 {
@@ -136,8 +137,8 @@ void FrameWidget::dropEvent(QDropEvent* event)
     if (paths.empty() || !m_owner)
         return;
     event->acceptProposedAction();
-    // The files are opened later. A page may show a box, and the program that the files come from waits for
-    // the end of this event.
+    // The files are opened later, because the program that the files come from waits for the end of this
+    // event, and a page may show a box.
     QCoreApplication::postEvent(this, new DroppedFilesEvent(paths));
 }
 
@@ -197,8 +198,8 @@ void FrameWidget::showEvent(QShowEvent* event)
     QMainWindow::showEvent(event);
     m_placing = true;
     windowHandle()->installEventFilter(this);
-    // The window manager reports its margins when it shows the window, by events that are handled before this
-    // call.
+    // The window manager reports its margins when it shows the window. The timer calls this function after
+    // the events that report them.
     QTimer::singleShot(0, this, [this] {
         m_placeAtExpose = true;
         if (windowHandle() && windowHandle()->isExposed())
@@ -220,7 +221,8 @@ bool FrameWidget::eventFilter(QObject* object, QEvent* event)
         if (event->type() == QEvent::Expose && windowHandle()->isExposed())
             Exposed();
         ViewWidget* const view = View();
-        // Qt sends pixels of the window from its own store, without a paint event for each widget.
+        // In these two events Qt sends pixels of the window from its backing store, without a paint event for
+        // each widget.
         if (view && (event->type() == QEvent::Expose || event->type() == QEvent::Paint))
             view->StoreIsUsed();
         // A part of the window was uncovered.

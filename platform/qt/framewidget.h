@@ -1,4 +1,5 @@
-// The widget of a frame: menu, accelerators, place on the screen.
+// The widget of a frame: menu, accelerators, place on the screen. Receives events from Qt, and sends them to
+// the CFrameWnd as messages.
 #pragma once
 
 #include "platform/framewnd.h"
@@ -23,7 +24,7 @@ public:
     [[nodiscard]] CFrameWnd* Owner() const { return m_owner; }
     void PlaceFrame(const CRect& rect); // rect: of the frame, in device pixels
     void PlaceClient(CPoint corner, CSize client);
-    [[nodiscard]] CRect NormalFrame() const { return m_normal; }
+    [[nodiscard]] CRect NormalFrame() const { return m_normal; } // see m_normal
     // Returns true if the frame is maximised, or was before it filled the screen.
     [[nodiscard]] bool IsMaximizedOrWas() const
     {
@@ -31,9 +32,10 @@ public:
     }
     void ShowFullScreen(bool on);
     [[nodiscard]] bool IsFullScreen() const { return m_fullScreen; }
-    // Call this before another state is requested. The state from before the full screen is then not
+    // Call this before another state is requested, so that the state from before the full screen is not
     // restored.
     void ForgetRestoring() { m_restoring = false; }
+    // Returns the rectangle of the frame with its margins, in device pixels.
     [[nodiscard]] CRect FrameToDevice() const;
     // Returns true if the frame is shown but has not been matched to its place yet.
     [[nodiscard]] bool IsPlacing() const { return m_placing && isVisible() && !isMinimized(); }

@@ -25,7 +25,7 @@ constexpr int64_t kFirstCheckMs = 1000;
 constexpr int64_t kCheckIntervalMs = 30;
 constexpr int kLongestCheckMs = 10; // limit of a check, even if more events arrive
 
-// Qt would send the pointer's new shape with its next message to the display, after the work.
+// Sends waiting requests to the display. Otherwise Qt would send the pointer's new shape only after the work.
 void FlushDisplay()
 {
     if (xcb_connection_t* const connection = XConnection())
@@ -54,8 +54,8 @@ bool IsMainWindow(const QObject* receiver)
     return widget && (receiver == widget->window() || receiver == widget->window()->windowHandle());
 }
 
-// An open dialog may have been opened by held input. As for input from the display, no event may reach the
-// windows that the dialog blocks, except that the pointer has left them.
+// Returns true if an open dialog blocks the receiver. The dialog may have been opened by held input. No later
+// event may then reach the windows that it blocks, except the event that the pointer has left them.
 bool IsBlocked(const QObject* receiver)
 {
     const QWidget* const modal = QApplication::activeModalWidget();
@@ -133,8 +133,8 @@ void LongWork::HideCursor()
     QGuiApplication::restoreOverrideCursor();
 }
 
-// Works like a very short box without a window: the queue handles nothing, and exposed windows are copied
-// from their buffers.
+// During the check, the queue handles nothing, and uncovered windows are copied from their buffers, as while
+// a box is open.
 void LongWork::Check()
 {
     const ModalScope modal;
@@ -165,7 +165,7 @@ bool LongWork::eventFilter(QObject* receiver, QEvent* event)
     case QEvent::MouseButtonRelease:
     case QEvent::MouseButtonDblClick:
     case QEvent::MouseMove:
-    case QEvent::Leave: // keeps its place after the moves that came before it
+    case QEvent::Leave: // also held, so that it stays after the moves that came before it
     case QEvent::Wheel:
     case QEvent::TouchBegin:
     case QEvent::TouchUpdate:
@@ -190,7 +190,8 @@ void LongWork::Hold(QObject* receiver, const QEvent* event)
         m_held.back().event->type() == QEvent::MouseMove)
         m_held.pop_back();
     HeldEvent held{receiver, std::unique_ptr<QEvent>(event->clone()), {}, {}, {}};
-    // Qt shares the positions in a copied event with later events of the pointer.
+    // A copied event shares its positions with later events of the pointer, which change them. So the
+    // positions are stored too.
     if (event->isSinglePointEvent()) {
         const auto* const pointer = static_cast<const QSinglePointEvent*>(event);
         held.local = pointer->position();
@@ -210,7 +211,7 @@ void LongWork::SendHeld()
         m_ready.push_back(std::move(held));
         QCoreApplication::postEvent(this, new QEvent(QEvent::User));
     }
-    QCoreApplication::postEvent(this, new QEvent(QEvent::User)); // finds no event
+    QCoreApplication::postEvent(this, new QEvent(QEvent::User)); // when it is handled, m_ready is empty
 }
 
 bool LongWork::event(QEvent* event)
@@ -218,7 +219,7 @@ bool LongWork::event(QEvent* event)
     if (event->type() != QEvent::User)
         return QObject::event(event);
     if (m_ready.empty()) {
-        // The window has received its close event, and has closed or refused to.
+        // The window has handled its close event: it is closed, or it has refused.
         m_closing = m_closing && m_checking;
         return true;
     }

@@ -1,4 +1,5 @@
-// Work that takes long: the hourglass, and the checks for input meanwhile.
+// Work that takes long: shows the hourglass, and checks for input. BeginWaitCursor, EndWaitCursor and
+// WorkInterrupted call it (see messages.h).
 #pragma once
 
 #include "platform/cstring.h"

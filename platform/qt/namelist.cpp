@@ -114,7 +114,7 @@ void NameList::keyPressEvent(QKeyEvent* event)
             selectionModel()->select(currentIndex(), QItemSelectionModel::ClearAndSelect);
         notify(LBN_DBLCLK);
     } else if (event->key() == Qt::Key_Space && (event->modifiers() & Qt::ControlModifier)) {
-        // Qt would search for the next entry that begins with the key's empty text.
+        // Without this, Qt would search for the next entry that begins with the key's text, which is empty.
         selectionModel()->select(currentIndex(), QItemSelectionModel::Toggle);
     } else {
         QListView::keyPressEvent(event);

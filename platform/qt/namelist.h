@@ -1,4 +1,5 @@
-// The control of a list box.
+// The widget of a list box. Receives the names from CListBox, and shows them sorted. Reports double clicks to
+// the dialog.
 #pragma once
 
 #include "platform/cstring.h"
@@ -32,7 +33,7 @@ public:
     [[nodiscard]] NameModel& Names() { return *m_model; }
     QSize sizeHint() const override;
 
-    std::function<void(UINT code)> notify;
+    std::function<void(UINT code)> notify; // called with LBN_DBLCLK
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;

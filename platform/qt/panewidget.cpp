@@ -11,12 +11,12 @@
 
 PaneBar::Look PaneBar::CurrentLook() const
 {
-    constexpr int kAround = 4;
+    constexpr int kEdgePixels = 4; // for the edge or shadow that a style may draw around the slider
     QStyleOptionSlider option;
     initStyleOption(&option);
     const QRect slider =
         style()->subControlRect(QStyle::CC_ScrollBar, &option, QStyle::SC_ScrollBarSlider, this);
-    return {slider.adjusted(-kAround, -kAround, kAround, kAround), value() == minimum(),
+    return {slider.adjusted(-kEdgePixels, -kEdgePixels, kEdgePixels, kEdgePixels), value() == minimum(),
             value() == maximum()};
 }
 
@@ -30,8 +30,8 @@ void PaneBar::sliderChange(SliderChange change)
         update(look.slider | m_painted.slider);
 }
 
-// A new style, font or size moves the slider without a change of its value. It causes a full paint, and only
-// what is painted can leave a trace.
+// A new style, font or size can also move the slider, but then Qt paints the whole bar. So it is sufficient
+// to store the look of each paint.
 void PaneBar::paintEvent(QPaintEvent* event)
 {
     QScrollBar::paintEvent(event);
@@ -41,7 +41,7 @@ void PaneBar::paintEvent(QPaintEvent* event)
 bool PaneWidget::eventFilter(QObject* object, QEvent* event)
 {
     if (event->type() == QEvent::MouseButtonPress)
-        ShowPositions(); // the bar steps from its own value
+        ShowPositions(); // the bar computes its step from its own value
     if (event->type() != QEvent::Wheel)
         return QWidget::eventFilter(object, event);
     wheelEvent(static_cast<QWheelEvent*>(event));
@@ -96,7 +96,8 @@ bool PaneWidget::Place(bool horizontal, bool vertical)
 
 void PaneWidget::Relayout()
 {
-    // A handler of WM_SIZE, below, has called this: the new range is valid at once, the bars follow later.
+    // The handler of the WM_SIZE that is sent below has called this function. The new range is valid at once.
+    // The loop below places the bars again.
     if (m_inLayout) {
         m_layoutAgain = true;
         UpdateBars();

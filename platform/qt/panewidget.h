@@ -1,4 +1,5 @@
-// The inside of a frame: a view and its scroll bars.
+// The inside of a frame: a view and its scroll bars. Receives the size of the picture from CScrollView. Sends
+// size and scroll messages to the view.
 #pragma once
 
 #include "platform/types.h"
@@ -9,9 +10,9 @@
 class CView;
 class ViewWidget;
 
-// A scroll bar. Painting one costs as much as painting a small picture. So a new value repaints only the
-// slider's old and new place, unless the slider reaches or leaves an end of its range: a style may then draw
-// the arrow there differently.
+// A scroll bar. Painting a whole bar costs as much as painting a small picture. So a new value repaints only
+// the slider's old and new place. If the slider reaches or leaves an end of its range, the whole bar is
+// repainted, because a style may draw the arrow there differently.
 class PaneBar : public QScrollBar
 {
 public:
@@ -31,7 +32,8 @@ private:
     Look m_painted;
 };
 
-// The inside of a frame: a view, and the scroll bars that it needs.
+// Shows a scroll bar for each axis in which the picture is larger than the view. Keeps the range and the
+// position of both axes.
 class PaneWidget : public QWidget
 {
 public:

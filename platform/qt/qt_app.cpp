@@ -1,4 +1,4 @@
-// Message boxes.
+// The message box of the application, AfxMessageBox.
 #include "platform/app.h"
 
 #include "platform/displaytext.h"
@@ -14,15 +14,15 @@
 
 namespace
 {
-// Most bytes of a text in a message box: the longest path that can be opened, and what is wrong with it.
-// Laying out megabytes of text takes minutes.
+// Limits of a text in a message box. The start has room for the longest path that can be opened, and the end
+// for the reason. The layout of megabytes of text would take minutes.
 constexpr size_t kBoxHeadBytes = 4200;
 constexpr size_t kBoxTailBytes = 400;
 } // namespace
 
 void AfxMessageBox(const CString& text)
 {
-    if (LongWork::Get().IsClosing()) // no user is there to read it
+    if (LongWork::Get().IsClosing()) // the program is ending, and no user waits for messages
         return;
     if (const auto& instead = Hooks::Get().message_box) {
         instead(text);

@@ -1,4 +1,4 @@
-// Dialogs on Qt: their controls and the modal loop.
+// The functions of dialogs and controls that use Qt: access to the controls, and the modal loop.
 #include "platform/qt/qt_dialog.h"
 
 #include "platform/app.h"
@@ -207,7 +207,8 @@ CString CListBox::GetText(int index) const
                : CString{};
 }
 
-// Uses ranges, because a hundred thousand single indices would take noticeable time.
+// Reads the selection as ranges, because reading a hundred thousand single indices would take noticeable
+// time.
 std::vector<int> CListBox::GetSelItems() const
 {
     std::vector<int> items;

@@ -1,4 +1,5 @@
-// The Qt side of dialogs and their controls.
+// The peers of dialogs and of their controls. They connect CDialog and the control classes to their Qt
+// widgets.
 #pragma once
 
 #include "platform/qt/dialogwidget.h"

@@ -1,4 +1,4 @@
-// Texts that Qt shows, made safe.
+// Makes texts safe for Qt's controls and tool tips, because Qt would interpret some characters in them.
 #pragma once
 
 #include <QString>

@@ -164,8 +164,8 @@ void FileDialogWidget::PlaceLabel()
     grid->addWidget(m_label, kRowBelowLists, 0, 1, columns);
 }
 
-// Gives the names all the width that sizes and dates do not need. Hides the kind, which is the same for all
-// page files.
+// The column of the names gets all the width that sizes and dates do not need. Hides the column of the kind,
+// which is the same for all page files.
 void FileDialogWidget::PlaceColumns()
 {
     if (!m_parts.details)
@@ -187,8 +187,8 @@ QModelIndex FileDialogWidget::Entry(int row) const
     return IsExtended() && row >= 0 ? m_parts.model->index(row, 0, Directory()) : QModelIndex();
 }
 
-// Returns the entry itself. Qt would use the text of the name field, and read quotation marks in a name as
-// separators.
+// Reads the selection of the list. Qt's own function reads the name field instead, and takes quotation marks
+// in a name for separators.
 QModelIndex FileDialogWidget::Selected() const
 {
     if (!IsExtended())
@@ -228,7 +228,7 @@ int FileDialogWidget::SelectedFilter() const
     return found == filters.end() ? 0 : static_cast<int>(found - filters.begin()) + 1;
 }
 
-// A file whose name really has quotation marks or begins with "~/" is tried first.
+// Tries the text as it is first, because a name may really have quotation marks or begin with "~/".
 QString FileDialogWidget::Named() const
 {
     const QString text = m_parts.name->text();
@@ -253,7 +253,7 @@ bool FileDialogWidget::AcceptWanted()
             m_parts.views.first()->selectionModel()->clearSelection();
         return false;
     }
-    if (status.IsFile()) { // for a device or another special file the dialog stays open
+    if (status.IsFile()) { // if it is a device or another special file, the dialog stays open
         m_chosen = Cleaned(wanted);
         done(Accepted);
     }

@@ -1,4 +1,5 @@
-// The Qt side of the file dialog.
+// The peer and the widget of the file dialog. The widget is Qt's own file dialog, to which it adds a label
+// and notifications for CFileDialog.
 #pragma once
 
 #include "platform/filedialog.h"
@@ -24,7 +25,7 @@ class StatusIcons : public QFileIconProvider
 public:
     QIcon icon(IconType type) const override { return QFileIconProvider::icon(type); }
     QIcon icon(const QFileInfo& info) const override { return info.isDir() ? m_folder : m_file; }
-    // Must not be empty, or Qt would leave out the entry.
+    // Must not be empty. Otherwise Qt would skip the entry.
     QString type(const QFileInfo& info) const override
     {
         return info.isDir() ? QStringLiteral("Folder") : QStringLiteral("File");

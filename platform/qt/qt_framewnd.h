@@ -1,4 +1,4 @@
-// The peer of a frame.
+// The peer of a frame. It connects a CFrameWnd to its widget.
 #pragma once
 
 #include "platform/qt/framewidget.h"

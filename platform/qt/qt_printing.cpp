@@ -1,4 +1,5 @@
-// The print loop, page setup and preview. A PDF file is produced in the same way as a print on paper.
+// The print loop, page setup and preview. The view draws on a CDC whose target is the printer. A PDF file is
+// produced in the same way as a print on paper.
 #include "platform/view.h"
 
 #include "platform/app.h"
@@ -32,10 +33,11 @@ namespace
 // or than LargestBlock returns. Each band is an image of its own in the file, and a viewer may round their
 // common edges. So there are as few bands as possible.
 constexpr int64_t kBilevelBytes = int64_t{768} << 20;
-constexpr int64_t kBilevelCopies = 3; // the image, its packed rows, and these compressed
+constexpr int64_t kBilevelCopies = 3; // the image, its packed rows, and the compressed rows
 constexpr int64_t kGreyBytes = int64_t{44} << 20;
-constexpr int64_t kGreyPixelBytes = 7; // 4 in the image, a grey and an opacity made of it, compressed grey
-constexpr int kOverlapPixels = 32;     // of the printer; more than a viewer's pixel at a small scale
+// 4 in the image, 1 of grey and 1 of opacity that Qt makes of it, 1 of compressed grey.
+constexpr int64_t kGreyPixelBytes = 7;
+constexpr int kOverlapPixels = 32; // in printer pixels: more than one pixel of a viewer at a small scale
 
 constexpr int kWidestImage = INT32_MAX / 32; // Qt counts the bits of a row in an int
 
@@ -111,18 +113,19 @@ public:
         // Each band except the last overlaps the next band, which covers the overlap. Otherwise paper would
         // show between bands in a viewer that smooths the edges of an image.
         const int64_t most = BandBytes(kGreyBytes) / (kGreyPixelBytes * source.Width());
-        const int64_t pixel = (lines - 1) / dest.Height() + 1;
-        const int64_t overlap =
-            std::max(pixel, std::min((int64_t{kOverlapPixels} * lines - 1) / dest.Height() + 1, most / 8));
+        const int64_t pixel_lines = (lines - 1) / dest.Height() + 1; // lines in one printer pixel
+        const int64_t overlap = std::max(
+            pixel_lines, std::min((int64_t{kOverlapPixels} * lines - 1) / dest.Height() + 1, most / 8));
         const int64_t bands = (lines - 1) / std::max(most - overlap, overlap) + 1;
         const int64_t band = (lines - 1) / bands + 1;
-        // Edges are at whole printer pixels.
+        // The edges of a band are at whole printer pixels.
         const auto edge = [&](int64_t line) {
             return dest.top + static_cast<int>((line * dest.Height() + lines / 2) / lines);
         };
         m_painter->setRenderHint(QPainter::SmoothPixmapTransform);
         for (int64_t top = 0; top < lines; top += band) {
-            // Qt takes long to compress a band. PrintPages then ends the print.
+            // Qt takes long to compress a band, so this is checked before each one. PrintPages then ends the
+            // print.
             if (CCmdTarget::WorkInterrupted())
                 return false;
             const int64_t end = top + band < lines ? std::min<int64_t>(top + band + overlap, lines) : lines;
@@ -140,8 +143,8 @@ public:
 
 private:
     // The colours are greys. If an 8-bit image is printed to a file, Qt converts it to 32 bits per pixel, and
-    // reports nothing if memory is short. So such an image has 32 bits. A preview keeps the image, so that
-    // image has 8 bits.
+    // reports nothing if memory is short. So an image for a file has 32 bits from the start. A preview keeps
+    // its images, so they have 8 bits.
     bool DrawBand(const QRect& place, const BitmapInfo& info, const uint8_t* bits, const CRect& source,
                   const COLORREF* colors)
     {
@@ -240,7 +243,7 @@ Print PrintPages(CView* view, CPrintInfo* info, QPrinter* printer)
 {
     const QByteArray path = QFile::encodeName(printer->outputFileName());
     QPainter painter;
-    if (IsPipe(path) || !painter.begin(printer)) // begin creates or truncates the file at its end
+    if (IsPipe(path) || !painter.begin(printer)) // the last step of begin creates or truncates the file
         return Print::failed;
     Print result = Print::done;
     CCmdTarget::BeginWaitCursor();
@@ -303,8 +306,7 @@ bool CView::DoPreparePrinting(CPrintInfo* info)
         return true;
     }
     const ModalScope modal;
-    // The printer still has the file of the last print, unknown to the dialog. Only its directory is used
-    // again.
+    // The printer still has the file name of the last print. Only the directory of that file is used again.
     if (const QString last = printer.outputFileName(); !last.isEmpty())
         printer.setOutputFileName(QFileInfo(last).dir().filePath(PdfName(label)));
     printer.setDocName(PdfName(label));
@@ -335,8 +337,8 @@ void CView::OnFilePrintPreview()
     bool print = false;
     {
         const ModalScope modal;
-        // The preview has its own printer. The preview records what is drawn, and a print must not replay
-        // that record.
+        // The preview has a printer of its own. This printer records what is drawn, and a print must not
+        // repeat that record.
         QPrinter printer(QPrinter::HighResolution);
         printer.setPageLayout(Printer().pageLayout());
         QDialog window(ParentForBox());

@@ -1,4 +1,5 @@
-// The start, the message loop and the end of the program.
+// The start, the message loop and the end of the program. Creates Qt's application object, and runs
+// InitInstance and ExitInstance of the CWinApp.
 #include "platform/run.h"
 
 #include "platform/qt/longwork.h"
@@ -128,8 +129,8 @@ void OnEndSignal(int)
     errno = error;
 }
 
-// Ends the program after a signal as a user would: cancels what is modal, the innermost first, and closes the
-// main window when no modal window is left.
+// Ends the program after a signal as a user would: cancels the modal windows, the innermost first, and then
+// closes the main window.
 class SignalCloser : public QObject
 {
 public:
@@ -184,7 +185,7 @@ private:
         }
         CWnd* const main = AfxGetMainWnd();
         if (Queue::Get().IsModal() || !main || !main->Peer())
-            return; // a box is about to open or to return
+            return; // a box is about to open or to close; try again later
         m_again.stop();
         main->Peer()->Widget()->close();
     }
@@ -210,8 +211,8 @@ void PrepareProcess()
     // The main window ends the loop. Closing the last box does not.
     QApplication::setQuitOnLastWindowClosed(false);
     // Qt's own dialogs store their last places and columns in a settings file of all programs, which this
-    // program must not change. So that file is placed where none can be created. Our own settings do not use
-    // this format.
+    // program must not change. So the path of that file is set to a place where no file can be created. Our
+    // own settings do not use this format.
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("/dev/null"));
 }
 

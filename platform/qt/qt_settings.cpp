@@ -1,7 +1,7 @@
-// Settings: a small file that is read for each value, and replaced as a whole for each change. Nothing here
-// waits, neither for another program that writes the file, nor for a FIFO or device with the file's name.
-// Qt's own settings would wait half a minute for a lock that another machine has left, and would create
-// objects from the file's text.
+// The settings of the application, in a small file. The file is read for each value, and replaced as a whole
+// for each change. Nothing here waits, neither for another program that writes the file, nor for a FIFO or
+// device with the file's name. Qt's own settings would wait half a minute for a lock that another machine has
+// left, and would create objects from the file's text.
 #include "platform/app.h"
 #include "platform/file.h"
 #include "platform/hooks.h"
@@ -17,7 +17,7 @@
 
 namespace
 {
-constexpr qint64 kMostBytes = 1 << 20; // a larger file is not this program's
+constexpr qint64 kMostBytes = 1 << 20; // this program does not write a larger file
 
 QString SettingsPath(const CString& company)
 {
@@ -60,7 +60,8 @@ bool WriteValue(const CString& company, const char* section, const char* key, st
     if (!values)
         return false;
     std::string& stored = (*values)[std::string(section) + '/' + key];
-    // Most values written at the end of a run have not changed, and each replacement waits for the disk.
+    // Most values written at the end of a run have not changed. They are not written, because each
+    // replacement waits for the disk.
     if (!stored.empty() && stored == value)
         return true;
     stored = std::move(value);

@@ -1,3 +1,4 @@
+// The functions of the status bar that use Qt. Each pane is a label.
 #include "platform/statusbar.h"
 
 #include "platform/app.h"
@@ -98,7 +99,8 @@ bool CStatusBar::SetIndicators(std::span<const UINT> ids)
             label->setFrameStyle(QFrame::Panel | QFrame::Sunken);
             label->setMargin(2);
             label->setText(ToQString(AfxGetApp()->LoadString(id)));
-            // In both directions. Otherwise a new text would cause a new layout and paint of the whole bar.
+            // Width and height are fixed. Otherwise a new text would cause a new layout and paint of the
+            // whole bar.
             label->setFixedSize(label->sizeHint() + QSize(label->fontMetrics().averageCharWidth(), 0));
             bar->addPermanentWidget(label);
         }

@@ -1,4 +1,4 @@
-// The peer of a view.
+// The peer of a view. It connects a CView to its widget, and to the pane with the scroll bars.
 #pragma once
 
 #include "platform/qt/panewidget.h"

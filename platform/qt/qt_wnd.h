@@ -1,4 +1,4 @@
-// The peer of a window: it connects the window to its widget.
+// The peer of a window: the part of a CWnd that uses Qt. It connects the window to its widget.
 #pragma once
 
 #include "platform/wnd.h"

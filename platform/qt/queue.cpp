@@ -10,8 +10,8 @@
 
 namespace
 {
-// Minimum time between two copies to the screen while work is waiting. A copy at each step would cost more
-// than an empty step. After input, pixels are copied at once.
+// Minimum time between two copies to the screen while work is waiting. Otherwise the copies could take more
+// time than the work itself. After input, pixels are copied at once.
 constexpr qint64 kShowEveryMs = 8;
 
 bool g_control_down = false;
@@ -103,7 +103,7 @@ void Queue::AddDirty(ViewWidget* view)
 void Queue::PaintNow(ViewWidget* view)
 {
     if (m_modal > 0)
-        return; // the window stays invalid until then
+        return; // the window stays invalid until the modal window is closed
     std::erase(m_dirty, view);
     view->Paint(m_turn);
 }
@@ -142,7 +142,7 @@ void Queue::Forget(const ViewWidget* view)
 
 void Queue::EnterModal()
 {
-    ShowGathered(); // meanwhile exposed windows show what is in the buffers now
+    ShowGathered(); // so the screen shows the current pixels while the modal window is open
     ++m_modal;
 }
 
@@ -185,7 +185,8 @@ void Queue::Turn()
     else if (!PaintOne())
         HandlePosted();
     const bool left = !m_keys.empty() || !m_dirty.empty() || !m_posted.empty();
-    // The answer to input is the next paint, not what was drawn before.
+    // The next paint shows the result of input. So after input, pixels are copied as soon as no paint is
+    // waiting.
     const bool answered = m_inputSinceShow && m_dirty.empty();
     if (!left || answered || !m_sinceShow.isValid() || m_sinceShow.elapsed() >= kShowEveryMs)
         ShowGathered();
@@ -248,6 +249,6 @@ void Queue::ShowGathered()
     m_shown.clear();
     if (m_dirty.empty())
         m_inputSinceShow = false;
-    UpdateStatusPanes(); // a chain of paints and messages may last, so this does not wait for its end
+    UpdateStatusPanes(); // not only when idle, because paints and messages may continue for long
     m_sinceShow.start();
 }

@@ -24,12 +24,12 @@ public:
     void DispatchKeys(); // handles all waiting keys, before a mouse message that came later
     void SetTimer(CWnd* window, UINT id, UINT milliseconds);
     void KillTimer(const CWnd* window, UINT id); // also drops its waiting WM_TIMER
-    // The window has an invalid part.
+    // Adds a view that has an invalid part, so that it is painted.
     void AddDirty(ViewWidget* view);
     // Paints an invalid window at once, unless a modal window is open.
     void PaintNow(ViewWidget* view);
-    void AddShown(ViewWidget* view); // has drawn pixels that are not on the screen yet
-    // Call this after input: the paint that follows is copied to the screen without delay.
+    void AddShown(ViewWidget* view); // adds a view with drawn pixels that are not on the screen yet
+    // Call this after input, so that the next paint is copied to the screen without delay.
     void InputHandled();
     // Removes the window or widget from the queue.
     void Forget(const CWnd* window);
@@ -73,22 +73,23 @@ private:
     void DispatchKey();
     [[nodiscard]] bool PaintOne();
     void HandlePosted();
-    // Tells Qt to copy the drawn pixels of all windows to the screen, and updates the status panes.
+    // Requests that Qt copies the drawn pixels of all windows to the screen, and updates the status panes.
     void ShowGathered();
 
-    bool m_armed = false;
-    int m_modal = 0;
+    bool m_armed = false; // the event for the next turn is posted
+    int m_modal = 0;      // EnterModal calls without their LeaveModal
     uint64_t m_turn = 0;
-    bool m_inputSinceShow = false;
-    QElapsedTimer m_sinceShow;
+    bool m_inputSinceShow = false; // input was handled after the last copy to the screen
+    QElapsedTimer m_sinceShow;     // started by each copy to the screen
     std::deque<KeyRecord> m_keys;
     const CWnd* m_keyWindow = nullptr; // window that receives the current key; null once it is destroyed
-    std::vector<ViewWidget*> m_dirty;
+    std::vector<ViewWidget*> m_dirty;  // have an invalid part
     std::deque<PostedMessage> m_posted;
     std::vector<TimerRecord> m_timers;
-    std::vector<ViewWidget*> m_shown;
+    std::vector<ViewWidget*> m_shown; // have drawn pixels that are not on the screen yet
 };
 
+// Exists while a box or dialog is open.
 class ModalScope
 {
 public:
@@ -98,5 +99,5 @@ public:
     ~ModalScope() { Queue::Get().LeaveModal(); }
 };
 
-// Sets the state of the control key for GetKeyState. It is that of the current message.
+// Sets the state of the control key for GetKeyState. This is the state when the current message was created.
 void SetControlState(bool down);

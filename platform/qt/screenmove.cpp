@@ -13,7 +13,8 @@
 
 namespace
 {
-// A window that is partly covered loses pixels with each move. So the next moves are done by a repaint.
+// If a window is partly covered, each move lacks pixels. So after a move that lacked pixels, this number of
+// moves is refused. The caller then sends all pixels instead.
 constexpr int kPauseAfterMissing = 50;
 
 std::vector<ScreenMove*> g_moves; // of all views
@@ -39,7 +40,7 @@ ScreenMove::ScreenMove(const QWidget* widget, std::function<void()> missing)
     : m_widget(widget), m_missing(std::move(missing))
 {
     static ExposureFilter filter;
-    QCoreApplication::instance()->installNativeEventFilter(&filter); // has an effect once
+    QCoreApplication::instance()->installNativeEventFilter(&filter); // only the first call has an effect
     g_moves.push_back(this);
 }
 
@@ -84,7 +85,7 @@ bool ScreenMove::Move(const QRect& area, QPoint by)
         xcb_create_gc(connection, m_context, window, XCB_GC_GRAPHICS_EXPOSURES, &wants_exposures);
     }
     const QRect source = target.translated(-by);
-    // The protocol has 16 bits for places and sizes, which are those of windows too.
+    // The protocol has 16 bits for positions and sizes. No window is larger.
     xcb_copy_area(connection, window, window, m_context, static_cast<int16_t>(source.x()),
                   static_cast<int16_t>(source.y()), static_cast<int16_t>(target.x()),
                   static_cast<int16_t>(target.y()), static_cast<uint16_t>(target.width()),

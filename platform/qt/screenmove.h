@@ -1,5 +1,5 @@
 // Moves pixels of a widget that are on the screen already. The display copies them inside the window, which
-// costs a fraction of sending them again. Only on X11.
+// takes a fraction of the time of sending them again. Works only on X11. Views use it to scroll.
 #pragma once
 
 #include <QPoint>
@@ -31,7 +31,7 @@ private:
 
     const QWidget* m_widget;
     std::function<void()> m_missing;
-    uint32_t m_window = 0;  // for which m_context was created
+    uint32_t m_window = 0;  // the window for which m_context was created
     uint32_t m_context = 0; // graphics context
-    int m_pause = 0;        // moves that are refused yet
+    int m_pause = 0;        // number of moves that are still refused
 };

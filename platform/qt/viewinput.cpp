@@ -1,4 +1,5 @@
-// The input of a view: keys, the pointer, the wheel and the focus become messages.
+// The input of a view. Receives Qt's events of keys, pointer, wheel and focus. Sends them to the CView as
+// messages, and keys through the queue.
 #include "platform/framewnd.h"
 #include "platform/qt/display.h"
 #include "platform/qt/queue.h"
@@ -157,7 +158,7 @@ void ViewWidget::wheelEvent(QWheelEvent* event)
 void ViewWidget::Wheel(const QWheelEvent* event)
 {
     QPoint move; // in 120ths of a device pixel
-    // On X11 Qt computes pixel deltas, and the result depends on the driver.
+    // Pixel deltas are used only on Wayland. On X11 Qt computes them, and the result depends on the driver.
     if (IsWayland() && !event->pixelDelta().isNull())
         move = event->pixelDelta() * kWheelNotch;
     else

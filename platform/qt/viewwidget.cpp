@@ -1,4 +1,5 @@
-// The pixels of a view: its buffer, the invalid part, moves, and the copy to the screen.
+// The pixels of a view: its buffer, the invalid part, moves, and the copy to the screen. The input of a view
+// is in viewinput.cpp.
 #include "platform/qt/viewwidget.h"
 
 #include "platform/hooks.h"
@@ -35,14 +36,16 @@ QRgb BackgroundFrom(const QPalette& palette)
 } // namespace
 
 // Adds modulo 2^32. In a long session the sum of all moves may exceed an int.
-static int Wrapped(int a, int b)
+static int AddWrapping(int a, int b)
 {
     return static_cast<int>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
 }
 
 QPoint ViewWidget::MovedSince(QPoint start) const
 {
-    return {Wrapped(m_moved.x(), Wrapped(~start.x(), 1)), Wrapped(m_moved.y(), Wrapped(~start.y(), 1))};
+    // ~n + 1 is -n modulo 2^32.
+    return {AddWrapping(m_moved.x(), AddWrapping(~start.x(), 1)),
+            AddWrapping(m_moved.y(), AddWrapping(~start.y(), 1))};
 }
 
 namespace
@@ -100,7 +103,7 @@ PixelBuffer ViewWidget::Pixels()
 }
 
 // Creates the buffer again at the first use after its size has changed. At the start of the program the size
-// changes several times before that, and touching memory for the first time costs more than drawing into it.
+// changes several times before that use. The first access to new memory takes longer than drawing into it.
 QImage& ViewWidget::Buffer()
 {
     if (m_buffer.size() == m_client && m_kept == m_client && m_buffer.devicePixelRatio() == m_ratio)
@@ -202,7 +205,7 @@ void ViewWidget::Scroll(int dx, int dy)
     const int height = ClientHeight();
     if (width <= 0 || height <= 0 || (dx == 0 && dy == 0))
         return;
-    m_moved = {Wrapped(m_moved.x(), dx), Wrapped(m_moved.y(), dy)};
+    m_moved = {AddWrapping(m_moved.x(), dx), AddWrapping(m_moved.y(), dy)};
     const QRect whole(0, 0, width, height);
     if (dx <= -width || dx >= width || dy <= -height || dy >= height) {
         m_invalid = whole;
@@ -270,7 +273,7 @@ void ViewWidget::StoreIsUsed()
         UpdateAll();
 }
 
-// Moves what the screen shows, or marks it as changed.
+// Moves the pixels on the screen by m_shift. If the display cannot move them, marks them as changed.
 void ViewWidget::MoveScreen()
 {
     const QPoint by = std::exchange(m_shift, QPoint());
@@ -280,7 +283,8 @@ void ViewWidget::MoveScreen()
     const CRect place = DeviceRect();
     const bool moved = m_screen.Move(whole.translated(place.left, place.top), by);
     m_storeIsOld |= moved;
-    // The display has moved pixels that Qt has not sent yet as they were.
+    // The display has also moved old pixels for which Qt has not sent the new ones yet. These must be sent
+    // again at their new place.
     const QRegion wrong = moved ? m_updates : QRegion(whole);
     m_changed += wrong.translated(by) & whole;
 }
@@ -338,14 +342,14 @@ void ViewWidget::paintEvent(QPaintEvent* event)
                     static_cast<PaneWidget*>(pane)->Relayout();
             },
             Qt::QueuedConnection);
-    MoveScreen(); // later it would move what is painted now
+    MoveScreen(); // done first, because a later move would also move the pixels that are painted now
     m_updates = {};
     if ((QRegion(rect()) - event->region()).isEmpty())
         m_storeIsOld = false;
     QPainter painter(this);
     const QImage& buffer = Buffer();
     const QSizeF drawn = QSizeF(buffer.size()) / m_ratio;
-    if (width() > drawn.width() + 1 || height() > drawn.height() + 1) // larger than all screens
+    if (width() > drawn.width() + 1 || height() > drawn.height() + 1) // the widget is larger than all screens
         painter.fillRect(rect(), QColor(m_background));
     // The shapes are drawn into the buffer, so that their pixels are exact device pixels.
     std::optional<OverlayOnPixels> overlay;

@@ -1,4 +1,5 @@
-// The widget of a view.
+// The widget of a view. Receives paints, moves and overlays from the CView, and input from Qt. Copies its
+// pixels to the screen.
 #pragma once
 
 #include "platform/movingpixels.h"
@@ -23,7 +24,7 @@ public:
     ViewWidget(CView* owner, PaneWidget* pane);
     ~ViewWidget() override;
 
-    // The view object or its window is being destroyed: no message is sent to it any more.
+    // Called when the view object or its window is destroyed. No message is sent to it after this.
     void Detach();
     [[nodiscard]] CView* Owner() const { return m_owner; }
     // Returns the place of the client area in the top-level window, in device pixels, for the current
@@ -42,11 +43,12 @@ public:
     void Invalidate(const CRect& rect);
     void Scroll(int dx, int dy);
     void Paint(uint64_t turn);
-    void Changed(const QRegion& region); // call after drawing: the next copy to the screen includes this
+    // Call this after drawing, so that the next copy to the screen includes the region.
+    void Changed(const QRegion& region);
     void ShowChanged();
     void SetOverlay(std::vector<OverlayShape> shapes);
-    // Call before Qt sends pixels of its own store to the display. If the store lacks pixels that the display
-    // has moved, the whole view is sent instead.
+    // Call this before Qt sends pixels of its backing store to the display. If the store does not have the
+    // pixels that the display has moved, the whole view is updated.
     void StoreIsUsed();
     // Requests a paint message even if every pixel is valid. A window that was uncovered receives one,
     // although its pixels come from the buffer.
