@@ -7,7 +7,7 @@ class CAboutDialog : public CDialog
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CAboutDialog();
 

@@ -9,7 +9,7 @@ class CGoToDialog : public CDialog
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CGoToDialog();
 

@@ -8,7 +8,7 @@ class Group4Image : public RunImage
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     Group4Image() : RunImage(kKind, kCodec) {}
 

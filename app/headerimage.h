@@ -14,7 +14,7 @@ class HeaderImage : public Image
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     [[nodiscard]] int Open(const CString& path) override;
     int Close() override;

@@ -18,7 +18,7 @@ class Image : public CObject
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CString Path;               // as passed to Open; empty while closed
     CString Name;               // the page's label for display; empty while closed

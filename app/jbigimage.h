@@ -11,7 +11,7 @@ class JBIGImage : public HeaderImage
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     JBIGImage() : HeaderImage(kKind) { MinIsBlack = kKind.min_is_black; }
     ~JBIGImage() override { JBIGImage::EndDecoder(); }

@@ -10,7 +10,7 @@ class CLinesPerUpdateDialog : public CDialog
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CLinesPerUpdateDialog();
 

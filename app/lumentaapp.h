@@ -12,7 +12,7 @@ class CLumentaApp : public CWinApp
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CLumentaApp();
 
@@ -44,7 +44,7 @@ public:
 
 protected:
     static const MessageMap messages;
-    const MessageMap& GetMessageMap() const override { return messages; }
+    [[nodiscard]] const MessageMap& GetMessageMap() const override { return messages; }
 
 private:
     static const MessageEntry entries[];

@@ -20,7 +20,7 @@ class CLumentaDoc : public CDocument
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CLumentaDoc();
     ~CLumentaDoc() override;
@@ -131,7 +131,7 @@ public:
 
 protected:
     static const MessageMap messages;
-    const MessageMap& GetMessageMap() const override { return messages; }
+    [[nodiscard]] const MessageMap& GetMessageMap() const override { return messages; }
 
     void OnLinesPerUpdate();
 

@@ -13,7 +13,7 @@ class CLumentaView : public CLumenta
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CLumentaView();
 
@@ -41,7 +41,7 @@ public:
 
 protected:
     static const MessageMap messages;
-    const MessageMap& GetMessageMap() const override { return messages; }
+    [[nodiscard]] const MessageMap& GetMessageMap() const override { return messages; }
 
     void OnScaledPage();
     void OnUpdateScaledPage(CCmdUI& ui);

@@ -13,7 +13,7 @@ class CMainFrame : public CPageFrame
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CMainFrame();
 
@@ -34,7 +34,7 @@ public:
 
 protected:
     static const MessageMap messages;
-    const MessageMap& GetMessageMap() const override { return messages; }
+    [[nodiscard]] const MessageMap& GetMessageMap() const override { return messages; }
 
     bool PreCreateWindow(CREATESTRUCT& cs) override;
     int OnCreate(const CREATESTRUCT& cs) override;

@@ -14,7 +14,7 @@ class COpenMultipleDialog : public CDialog
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     COpenMultipleDialog();
 
@@ -39,7 +39,7 @@ public:
 
 protected:
     static const MessageMap messages;
-    const MessageMap& GetMessageMap() const override { return messages; }
+    [[nodiscard]] const MessageMap& GetMessageMap() const override { return messages; }
 
     bool OnInitDialog() override;
     void OnOK() override;

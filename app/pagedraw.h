@@ -21,7 +21,7 @@ constexpr int kMaxReduction = 248;
 
 // Returns the bytes of a line of an 8-bit bitmap: the width, rounded up to a multiple of 4. The sides of a
 // page are limited so that this does not overflow.
-constexpr int RoundUpTo4(int width)
+[[nodiscard]] constexpr int RoundUpTo4(int width)
 {
     return (width + 3) & ~3;
 }

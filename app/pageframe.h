@@ -8,13 +8,13 @@ class CPageFrame : public CFrameWnd
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     [[nodiscard]] bool IsActive() const { return m_bActive; }
 
 protected:
     static const MessageMap messages;
-    const MessageMap& GetMessageMap() const override { return messages; }
+    [[nodiscard]] const MessageMap& GetMessageMap() const override { return messages; }
 
     // Starts or stops watching. The document then checks the file when the frame becomes active, and every
     // second while it is active. Without a page or in an inactive frame no timer runs, so that an idle

@@ -23,7 +23,7 @@ class CPageInformationDialog : public CDialog
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     // The arguments are as for DescribePage.
     CPageInformationDialog(CLumentaDoc* document, int units);
@@ -34,7 +34,7 @@ protected:
     void OnCancel() override; // stops the check, or closes the dialog if there is no check
 
     static const MessageMap messages;
-    const MessageMap& GetMessageMap() const override { return messages; }
+    [[nodiscard]] const MessageMap& GetMessageMap() const override { return messages; }
 
     void OnCheck();
 

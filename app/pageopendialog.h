@@ -7,7 +7,7 @@ class CPageOpenDialog : public CFileDialog
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     explicit CPageOpenDialog(const CString& filter); // see CFileDialog
 

@@ -11,7 +11,7 @@ class RunImage : public HeaderImage
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
 protected:
     // The functions of the decoder, as documented in kesterlib.

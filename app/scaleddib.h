@@ -19,7 +19,7 @@ class CScaledDIBitmap : public CObject
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     //   width, height  sides of the page in pixels
     //   scale          side of a cell in page pixels; each cell becomes one pixel
@@ -73,7 +73,7 @@ class ScaleUpdateHint : public CObject
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     ScaleUpdateHint(int32_t first, int32_t last) : m_nFirstLine(first), m_nLastLine(last) {}
 

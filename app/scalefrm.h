@@ -8,7 +8,7 @@ class CScaleFrame : public CPageFrame
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     CScaleFrame() { WatchFile(true); } // it closes with its page, so it always has one
 

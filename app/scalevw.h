@@ -9,7 +9,7 @@ class CScaleView : public CLumenta
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     void OnInitialUpdate() override;
     void OnActivateView(bool activate, CView* activated, CView* deactivated) override;
@@ -26,7 +26,7 @@ public:
 
 protected:
     static const MessageMap messages;
-    const MessageMap& GetMessageMap() const override { return messages; }
+    [[nodiscard]] const MessageMap& GetMessageMap() const override { return messages; }
 
     void OnSize(UINT type, int cx, int cy);
     void OnLButtonDown(UINT flags, CPoint point);

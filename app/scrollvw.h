@@ -21,7 +21,7 @@ class CLumenta : public CScrollView
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     [[nodiscard]] CLumentaDoc* GetPageDocument() const; // null if there is none
 
@@ -37,7 +37,7 @@ public:
 
 protected:
     static const MessageMap messages;
-    const MessageMap& GetMessageMap() const override { return messages; }
+    [[nodiscard]] const MessageMap& GetMessageMap() const override { return messages; }
 
     // Realizes the palette of the page, or of its reduced picture if `scaled`, for a view that has become
     // active: in the foreground if `focus` is this view, otherwise in the background.

@@ -8,7 +8,7 @@ class SqzImage : public RunImage
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     SqzImage() : RunImage(kKind, kCodec) {}
 

@@ -7,7 +7,7 @@ class SqzNoneImage : public HeaderImage
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     SqzNoneImage() : HeaderImage(kKind) {}
 

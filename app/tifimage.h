@@ -9,7 +9,7 @@ class TIFFImage : public Image
 {
 public:
     static const CRuntimeClass classRecord;
-    const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
+    [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
     // Switches off libtiff's warnings for the whole program. Of its errors with this object's file, only the
     // first is printed to the standard error stream.

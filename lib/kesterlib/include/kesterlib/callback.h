@@ -120,10 +120,10 @@ KESTERLIB_API void set_stdout_callback(callback_block* block);
 KESTERLIB_API void dispose_callback_block(callback_block* block);
 
 /* Returns the size of the record in bytes. */
-KESTERLIB_API size_t callback_block_size(void);
+KESTERLIB_NODISCARD KESTERLIB_API size_t callback_block_size(void);
 
 /* Returns the number of slots, 17. */
-KESTERLIB_API int callback_n_entries(void);
+KESTERLIB_NODISCARD KESTERLIB_API int callback_n_entries(void);
 
 /* ---- The default block ------------------------------------------------------------------------------- */
 
@@ -132,7 +132,7 @@ KESTERLIB_API int callback_n_entries(void);
 KESTERLIB_NODISCARD KESTERLIB_API callback_block* dfcb(void);
 
 /* Returns the default block, or null if there is none. */
-KESTERLIB_API callback_block* get_default_callback_block(void);
+KESTERLIB_NODISCARD KESTERLIB_API callback_block* get_default_callback_block(void);
 
 /* Makes `block` the default block; null: none. The caller keeps the ownership. A block that dfcb has made
  * is not disposed of: the function then writes a warning to the new block's data stream, or as a message if
@@ -169,10 +169,10 @@ KESTERLIB_NODISCARD KESTERLIB_API int callback_fputc(callback_block* block, int 
 
 KESTERLIB_NODISCARD KESTERLIB_API int callback_fseek(callback_block* block, long offset, int whence);
 KESTERLIB_NODISCARD KESTERLIB_API long callback_ftell(callback_block* block);
-KESTERLIB_API int callback_feof(callback_block* block);
+KESTERLIB_NODISCARD KESTERLIB_API int callback_feof(callback_block* block);
 KESTERLIB_API int callback_fflush(callback_block* block);
 KESTERLIB_API int callback_message_fflush(callback_block* block);
-KESTERLIB_API int callback_ferror(callback_block* block);
+KESTERLIB_NODISCARD KESTERLIB_API int callback_ferror(callback_block* block);
 KESTERLIB_API int callback_fprintf(callback_block* block, const char* format, ...) KESTERLIB_PRINTF(2, 3);
 KESTERLIB_API void callback_exit(callback_block* block, int code);
 
@@ -199,7 +199,7 @@ KESTERLIB_NODISCARD KESTERLIB_API void* callback_allocate(callback_block* block,
 KESTERLIB_API void callback_deallocate(callback_block* block, void* pointer, const char* description);
 
 /* Returns the field debug_memory. */
-KESTERLIB_API int32_t debug_memory_state(const callback_block* block);
+KESTERLIB_NODISCARD KESTERLIB_API int32_t debug_memory_state(const callback_block* block);
 
 /* Sets debug_memory, with effect from the next call on. Earlier allocations are not tracked. */
 KESTERLIB_API void set_callback_debug_memory(callback_block* block, int32_t mode);

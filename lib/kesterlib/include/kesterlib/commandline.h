@@ -63,7 +63,7 @@ KESTERLIB_API void dispose_argc_commands(int argc, char** argv);
 
 /* Returns the number of elements from argv[1] on that begin with a dash, up to the first that does not. If
  * all of them begin with a dash, returns argc. If argc is below 2, returns 1. */
-KESTERLIB_API int count_leading_dash_args(int argc, char* const* argv);
+KESTERLIB_NODISCARD KESTERLIB_API int count_leading_dash_args(int argc, char* const* argv);
 
 KESTERLIB_END
 

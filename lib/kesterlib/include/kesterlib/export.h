@@ -12,7 +12,8 @@
 #define KESTERLIB_PRINTF(text, first)
 #endif
 
-/* The compiler warns if a call ignores the result, which says whether the call has failed. */
+/* The compiler warns if a call ignores the result: it says whether the call has failed, or it is all that the
+ * call is for. */
 #if defined(__cplusplus)
 #define KESTERLIB_NODISCARD [[nodiscard]]
 #elif defined(__GNUC__)

@@ -118,7 +118,7 @@ KESTERLIB_NODISCARD KESTERLIB_API int32_t Jbig_Decode(jbig_data* dat, int32_t li
 KESTERLIB_NODISCARD KESTERLIB_API int32_t Jbig_Decode_Discard(jbig_data* dat, int32_t lines);
 
 /* Returns the message of the first error; null if there was none. It is valid until the decoder is closed. */
-KESTERLIB_API const char* Jbig_Error_String(const jbig_data* dat);
+KESTERLIB_NODISCARD KESTERLIB_API const char* Jbig_Error_String(const jbig_data* dat);
 
 KESTERLIB_END
 

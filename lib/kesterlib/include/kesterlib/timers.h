@@ -8,7 +8,7 @@
 KESTERLIB_BEGIN
 
 /* Returns the seconds of a monotonic clock, in steps of a millisecond. The clock wraps to 0 after 2^32 ms. */
-KESTERLIB_API double millisec_time(void);
+KESTERLIB_NODISCARD KESTERLIB_API double millisec_time(void);
 
 /* Clears the name, passes and total of the timers from first to last, both included. */
 KESTERLIB_API void timerReset(int first, int last);

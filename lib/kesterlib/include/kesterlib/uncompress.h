@@ -64,14 +64,14 @@ enum {
  * A row that failed was not delivered, so it has no reason. A white row after the end of a Group 4 page has
  * none either. The row with the end of line code can have used filler: eleven zero bits and the first bit
  * of the filler look like that code. */
-KESTERLIB_API int32_t Uncomp_First_Suspicious_Row(const UNCOMP* frame, int32_t reasons);
+KESTERLIB_NODISCARD KESTERLIB_API int32_t Uncomp_First_Suspicious_Row(const UNCOMP* frame, int32_t reasons);
 
 /* Frees the frame, and the callback block if the open function made it. The stream stays open. Null is
  * ignored. */
 KESTERLIB_API void Uncomp_Free(UNCOMP* frame);
 
 /* Returns the message of the last error, a constant text; null if there was none. */
-KESTERLIB_API const char* Uncomp_Error_String(const UNCOMP* frame);
+KESTERLIB_NODISCARD KESTERLIB_API const char* Uncomp_Error_String(const UNCOMP* frame);
 
 KESTERLIB_END
 
