@@ -111,11 +111,6 @@ CFrameWnd* CWnd::GetParentFrame() const
     return nullptr;
 }
 
-CWnd* CWnd::GetParent() const
-{
-    return m_parent;
-}
-
 CWnd* AfxGetMainWnd()
 {
     return AfxGetApp() ? AfxGetApp()->m_pMainWnd : nullptr;

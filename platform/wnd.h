@@ -108,7 +108,6 @@ public:
     void DragAcceptFiles(bool accept); // dropped files arrive as WM_DROPFILES
 
     [[nodiscard]] CFrameWnd* GetParentFrame() const; // the nearest frame that contains the window, or null
-    [[nodiscard]] CWnd* GetParent() const;
 
     [[nodiscard]] WindowPeer* Peer() const { return m_peer.get(); }
 

@@ -30,7 +30,6 @@ public:
     explicit BarChart(QWidget* parent);
 
     void SetBars(std::vector<ChartBar> bars);
-    [[nodiscard]] const std::vector<ChartBar>& Bars() const { return m_bars; }
     [[nodiscard]] int BarAt(int x) const; // index of the bar at a horizontal position in the widget; -1: none
     QSize sizeHint() const override;
 
