@@ -541,6 +541,7 @@ TEST_F(ScaledWindow, LinesPerUpdateIsAskedForAndKept)
     app->WriteProfileInt("App", "Lines Per Update", -3);
     Start();
     EXPECT_EQ(document->m_nLinesPerUpdate, 1);
+    EXPECT_EQ(app->GetProfileInt("App", "Lines Per Update", -1), 1) << "the stored number is corrected";
 }
 
 // Random actions at random stages of the growth. There is never more than one window and no dead pointer. The
