@@ -18,11 +18,9 @@ struct GlyphImage {
     int advance = 0; // 1/64 px
 };
 
-// Largest em size, in 1/64 px. Up to this size the products of squares in a glyph fit in 64 bits.
-constexpr int64_t kMostEm = int64_t{1} << 22;
-
-// em_x and em_y are in 1/64 px, 1 to kMostEm. They differ if the two resolutions differ. A character that the
-// typeface does not contain is drawn as a blank.
+// em_x and em_y are in 1/64 px, from 1 to 2 to the power of 22: up to this size the products of squares in a
+// glyph fit in 64 bits. They differ if the two resolutions differ. A character that the typeface does not
+// contain is drawn as a blank.
 GlyphImage draw_glyph(char character, Weight weight, int64_t em_x, int64_t em_y);
 
 } // namespace pages
