@@ -23,8 +23,8 @@ double NowMs(); // time of a monotonic clock
 
 // Median and Percentile need at least one value.
 double Median(std::vector<double> values);
-double Percentile(std::vector<double> values,
-                  double share); // the least value that a share of 0 to 1 of all values does not exceed
+// Returns the least value that a share of 0 to 1 of all values does not exceed.
+double Percentile(std::vector<double> values, double share);
 std::vector<double> Ratios(const std::vector<double>& of, const std::vector<double>& to); // round by round
 std::vector<double> Differences(const std::vector<double>& of, const std::vector<double>& from);
 
