@@ -20,8 +20,8 @@ namespace
 using Bytes = std::vector<uint8_t>;
 constexpr uint8_t kUntouched = 0xa5;
 
-// What a read after the last row does. A code with an end mark delivers rows without end.
-enum class AtEnd { Fails, GoesOn };
+// Result of a read after the last row. A decoder whose code has an end mark delivers more rows without end.
+enum class AtEnd { Fails, Continues };
 
 struct ImageClass {
     const char* name;
@@ -44,9 +44,9 @@ const ImageClass kClasses[] = {
     {"plain", pages::Raster::Plain, Make<SqzNoneImage>, "Not Squeeze uncompressed file",
      "Invalid Squeeze object", "Squeeze file read error", AtEnd::Fails, 0},
     {"Group 4", pages::Raster::Group4, Make<Group4Image>, "Not CCITT Group 4 compressed file",
-     "Invalid CCITT Group 4 object", "CCITT Group 4 decode error", AtEnd::GoesOn, 0},
+     "Invalid CCITT Group 4 object", "CCITT Group 4 decode error", AtEnd::Continues, 0},
     {"JBIG", pages::Raster::Jbig, Make<JBIGImage>, "Not JBIG compressed file", "Invalid JBIG object",
-     "JBIG decode error", AtEnd::GoesOn, 1},
+     "JBIG decode error", AtEnd::Continues, 1},
 };
 
 // Returns the rows of the page as the class delivers them.
@@ -128,7 +128,7 @@ TEST(HeaderImage, DeliversEveryRowByEveryMethod)
                     expect_row(row.data(), y);
                 }
                 // The file may have more rows than the header says, so this read asks the decoder.
-                ASSERT_EQ(image->ReadRow(row.data(), row_bytes), one.at_end == AtEnd::GoesOn);
+                ASSERT_EQ(image->ReadRow(row.data(), row_bytes), one.at_end == AtEnd::Continues);
                 if (one.at_end == AtEnd::Fails) {
                     ASSERT_STREQ(image->ErrorText.c_str(), one.read_error);
                 }

@@ -12,7 +12,7 @@ namespace
 constexpr int64_t kRowMs = 10; // time for a row
 constexpr int32_t kRows = 3000;
 constexpr int32_t kRowsOfASecond = 1000 / kRowMs;
-constexpr int32_t kRowsToTheLook = 50 / kRowMs; // rows between two checks for input
+constexpr int32_t kRowsPerCheck = 50 / kRowMs; // rows between two checks for input
 
 class LongWorkTest : public AppWindowTest
 {
@@ -104,7 +104,7 @@ TEST_F(LongWorkTest, EscapeEndsWorkThatHasLastedASecond)
             (this->*work.work)();
             const int32_t after = InterruptedAfter();
             EXPECT_GE(after, std::max(pressed, kRowsOfASecond - 1));
-            EXPECT_LE(after, std::max(pressed, kRowsOfASecond) + kRowsToTheLook);
+            EXPECT_LE(after, std::max(pressed, kRowsOfASecond) + kRowsPerCheck);
             EXPECT_EQ(rows_read, at_top + after) << "no further row was read";
             EXPECT_TRUE(document->m_bReadError);
             // While the page is open, the rows before that one are right, and the rows from it on are zero.
@@ -203,7 +203,7 @@ TEST_F(LongWorkTest, ClosingTheMainWindowEndsTheProgramWithoutABox)
     });
     view->ScrollToPosition({0, kRows});
     ASSERT_TRUE(PumpUntil([this] { return app->m_pMainWnd == nullptr; }));
-    EXPECT_LE(rows_read, at_top + 150 + kRowsToTheLook);
+    EXPECT_LE(rows_read, at_top + 150 + kRowsPerCheck);
     EXPECT_EQ(boxes.Take(), Texts{});
     Start();
     AfxMessageBox("of the next");
@@ -216,6 +216,6 @@ TEST_F(LongWorkTest, ClosingTheOverviewEndsItsWorkAndReportsIt)
     When(150, [this] { CloseFrame(*view->m_pScaleFrame); });
     MakeOverview();
     ASSERT_TRUE(PumpUntil([this] { return view->m_pScaleFrame == nullptr; }));
-    EXPECT_LE(InterruptedAfter(), 150 + kRowsToTheLook);
+    EXPECT_LE(InterruptedAfter(), 150 + kRowsPerCheck);
 }
 } // namespace

@@ -174,7 +174,7 @@ TEST(DrawPage, ThePrinterGetsTheWholePage)
 
 TEST(DrawPage, AStoreWithTooFewRowsIsReportedAtEveryPaint)
 {
-    const Texts told{"Insufficient memory to display page"};
+    const Texts memory_error{"Insufficient memory to display page"};
     struct {
         Kind kind;
         bool printing;
@@ -196,7 +196,7 @@ TEST(DrawPage, AStoreWithTooFewRowsIsReportedAtEveryPaint)
             if (c.printing) {
                 EXPECT_EQ(calls.front(), "abort, shown") << "the print is aborted without a sheet";
             }
-            EXPECT_EQ(boxes.Take(), c.fits ? Texts{} : told);
+            EXPECT_EQ(boxes.Take(), c.fits ? Texts{} : memory_error);
         }
     }
 }

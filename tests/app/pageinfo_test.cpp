@@ -333,13 +333,13 @@ TEST_F(PageInformation, CheckOfADamagedPageNamesTheRowOfTheBox)
         const int64_t reads = image->reads;
         const int32_t window = document->m_nWindowFirst;
         std::map<std::string, std::string> rows = Check();
-        const Texts told = boxes.Take();
+        const Texts box_texts = boxes.Take();
         const std::string row = std::to_string(c.fail_at);
         if (c.fail_at < 0) {
-            EXPECT_EQ(told, Texts{});
+            EXPECT_EQ(box_texts, Texts{});
             EXPECT_EQ(rows["Good rows"], "5000 of 5000");
         } else {
-            EXPECT_EQ(told, Texts{"error at line " + row + ": decoder lost"});
+            EXPECT_EQ(box_texts, Texts{"error at line " + row + ": decoder lost"});
             EXPECT_EQ(rows["Good rows"], row + " of 5000");
         }
         EXPECT_EQ(rows["First bad row"], c.fail_at < 0 ? "" : row);

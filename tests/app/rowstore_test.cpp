@@ -348,9 +348,9 @@ TEST(Document, APageOpenedDuringABoxIsUntouchedByTheOldRequest)
             CLumentaDoc document;
             ASSERT_TRUE(document.OnOpenDocument(damaged));
             ASSERT_EQ(document.m_hTempFile != kInvalidFile, mapped);
-            int told = 0;
+            int boxes_shown = 0;
             SetMessageBoxHook([&](const CString&) {
-                if (++told > 1) // "Image file is not open"
+                if (++boxes_shown > 1) // "Image file is not open"
                     return;
                 if (opens)
                     document.OnOpenDocument(sound);
@@ -358,7 +358,7 @@ TEST(Document, APageOpenedDuringABoxIsUntouchedByTheOldRequest)
                     document.DeleteContents();
             });
             EXPECT_FALSE(document.GetRows(0, 40));
-            EXPECT_EQ(told, 1);
+            EXPECT_EQ(boxes_shown, 1);
             EXPECT_EQ(document.GetRows(30, 10), opens);
             if (opens) {
                 EXPECT_EQ(document.RowAddress(39)[7], HostileTiff::RowByte(39, 7));
@@ -373,8 +373,8 @@ TEST(Document, APathEndsAtATabOrSemicolonAndAFailureLeavesNoPage)
     const std::string path = scratch.Write("front.tif", HostileTiff{100, 20, 20}.Bytes());
     BoxTexts boxes;
     CLumentaDoc document;
-    for (const char* const behind : {";extra", "\t1;2", ""}) {
-        EXPECT_TRUE(document.OnOpenDocument(path + behind));
+    for (const char* const suffix : {";extra", "\t1;2", ""}) {
+        EXPECT_TRUE(document.OnOpenDocument(path + suffix));
         EXPECT_EQ(document.GetPathName(), path);
     }
     document.SetTitle("anything");

@@ -128,14 +128,14 @@ TEST(ScaledBitmap, IsDeletedWithItsPageEvenWhileABoxIsOpen)
     page->fail_at = 40;
     EXPECT_TRUE(document.MakeScaledBitmap(8));
     document.m_nLinesPerUpdate = 100;
-    int told = 0;
+    int boxes_shown = 0;
     SetMessageBoxHook([&](const CString&) {
-        ++told;
+        ++boxes_shown;
         document.DeleteContents();
     });
     document.ScaleNextLines();
     SetMessageBoxHook({});
-    EXPECT_EQ(told, 1);
+    EXPECT_EQ(boxes_shown, 1);
     EXPECT_EQ(document.m_pScaled, nullptr);
     EXPECT_FALSE(document.BlitScaled(nullptr, {0, 0, 10, 10}));
 }

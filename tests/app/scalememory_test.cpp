@@ -72,22 +72,22 @@ namespace
 TEST(ScaleMemory, EachFailedAllocationIsReported)
 {
     // The hook suspends the count, because it allocates memory itself.
-    static std::vector<std::string> told;
+    static std::vector<std::string> box_texts;
     SetMessageBoxHook([](const CString& text) {
         const int left = std::exchange(g_allocations_left, -1);
-        told.emplace_back(text.c_str());
+        box_texts.emplace_back(text.c_str());
         g_allocations_left = left;
     });
     int at = 0;
     for (bool made = false; !made && at < 100; ++at) {
         CLumentaDoc document;
         PutPageOnHeap(document, std::make_unique<FakeImage>(400, 300), 300);
-        told.clear();
+        box_texts.clear();
         g_allocations_left = at;
         made = document.MakeScaledBitmap(8);
         g_allocations_left = -1;
-        EXPECT_EQ(told, made ? std::vector<std::string>{}
-                             : std::vector<std::string>{"Unable to create scaled bitmap"})
+        EXPECT_EQ(box_texts, made ? std::vector<std::string>{}
+                                  : std::vector<std::string>{"Unable to create scaled bitmap"})
             << at;
         EXPECT_EQ(document.m_pScaled != nullptr, made) << at;
     }

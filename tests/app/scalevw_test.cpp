@@ -544,8 +544,8 @@ TEST_F(ScaledWindow, LinesPerUpdateIsAskedForAndKept)
     EXPECT_EQ(app->GetProfileInt("App", "Lines Per Update", -1), 1) << "the stored number is corrected";
 }
 
-// Random actions at random stages of the growth. There is never more than one window and no dead pointer. The
-// final picture is complete and right.
+// Random actions at random stages of the growth. There is never more than one window, and no pointer to a
+// deleted one. The final picture is complete and right.
 TEST_F(ScaledWindow, SurvivesARandomWalk)
 {
     const std::string other = WritePage("other.tif", 333, 444);

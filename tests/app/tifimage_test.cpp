@@ -178,9 +178,9 @@ std::string Describe(const std::string& path)
             CLumentaDoc document;
             if (document.OnOpenDocument(path)) {
                 text = std::to_string(document.m_nWidth) + "x" + std::to_string(document.m_nDepth);
-                const int32_t looked_at = std::min(document.m_nDepth, static_cast<int32_t>(kHeight));
-                DescribeRows(document, 0, looked_at, text);
-                if (document.m_nDepth > looked_at)
+                const int32_t described = std::min(document.m_nDepth, static_cast<int32_t>(kHeight));
+                DescribeRows(document, 0, described, text);
+                if (document.m_nDepth > described)
                     DescribeRows(document, document.m_nDepth - 1, document.m_nDepth, text);
             } else {
                 text = document.m_pRows || document.m_nWidth || document.m_nDepth ? "half a page" : "no page";

@@ -1,3 +1,4 @@
+// The harness of the benchmark programs: goals, figures, rounds, arguments and statistics.
 #include "bench/harness.h"
 
 #include <gtest/gtest.h>

@@ -213,8 +213,8 @@ int number_in(std::string_view text)
 
 int run(const std::vector<const char*>& arguments)
 {
-    const std::string_view wish = arguments.empty() ? "" : arguments[0];
-    if ((wish == "view" && arguments.size() == 3) || (wish == "same" && arguments.size() == 9)) {
+    const std::string_view command = arguments.empty() ? "" : arguments[0];
+    if ((command == "view" && arguments.size() == 3) || (command == "same" && arguments.size() == 9)) {
         const Screen screen = read_screen(Display(), static_cast<xcb_window_t>(number_in(arguments[1])));
         std::vector<int> numbers;
         for (size_t i = 3; i < arguments.size(); ++i)
@@ -223,7 +223,7 @@ int run(const std::vector<const char*>& arguments)
         const Raster page = read_page(arguments[2], first, screen.height);
         return numbers.empty() ? find_view(screen, page) : compare_screen(screen, page, numbers);
     }
-    if (wish == "cover" && arguments.size() == 5)
+    if (command == "cover" && arguments.size() == 5)
         cover_screen(Display(), {number_in(arguments[1]), number_in(arguments[2]), number_in(arguments[3]),
                                  number_in(arguments[4])});
     throw std::runtime_error("usage: grab view|same|cover ...");

@@ -36,7 +36,7 @@ await_page 1 0 "the way back"
 drag -101 -53
 await_page 102 53 "a drag"
 xdotool mousemove_relative -- 7 -10
-await_page 95 63 "a drag that goes on"
+await_page 95 63 "a drag that continues"
 xdotool mouseup 1 mousemove_relative 30 30 key Right
 await_page 96 63 "a step after the button is up"
 drag 300 30

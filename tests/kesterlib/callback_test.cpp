@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-// So that an oversized request returns null under the address sanitizer too, instead of ending the process.
+// Makes an oversized request return null under the address sanitizer. Otherwise it would end the process.
 extern "C" __attribute__((visibility("default"))) const char* __asan_default_options() // NOLINT
 {
     return "allocator_may_return_null=1";

@@ -1,4 +1,4 @@
-// The command-line parser: the walk over a vector, the help, and lines split into vectors.
+// The command-line parser: the options of a vector, the help, and lines split into vectors.
 #include "kesterlib/commandline.h"
 
 #include <gtest/gtest.h>

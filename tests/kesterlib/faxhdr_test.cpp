@@ -254,8 +254,8 @@ TEST(FaxHeaderReader, EachDamagedLineEndsTheParseThere)
         expect_with("another word", "x" + good[i]);
         expect_with("after 300 blanks", std::string(300, ' ') + good[i]);
     }
-    // Cut at every length. Complete are the text without its last line feed, and the text before the
-    // destinations.
+    // The text is cut at every length. Two of the results are complete: the text without its last line feed,
+    // and the text before the destinations.
     const std::string whole = Joined(good);
     const size_t first_end = whole.find(">>") + 2;
     for (size_t n = 0; n <= whole.size(); ++n) {

@@ -283,7 +283,7 @@ TEST(Jbig, SurvivesEveryCutAndEveryFlippedBit)
     }
 }
 
-// Random bytes decode to a page of noise. 0xFF comes often, also near the end of a read.
+// Random bytes decode to a page of noise. Many bytes are 0xFF, also near the end of a read.
 TEST(Jbig, AgreesWithTheReferenceOnRandomBytes)
 {
     std::mt19937 random(3);

@@ -29,12 +29,12 @@ public:
     static std::string TakeMessages()
     {
         const std::string mark = "At line ";
-        std::string said = std::exchange(s_messages, {});
-        for (size_t at = 0; (at = said.find(mark, at)) != std::string::npos;) {
+        std::string taken = std::exchange(s_messages, {});
+        for (size_t at = 0; (at = taken.find(mark, at)) != std::string::npos;) {
             at += mark.size();
-            said.replace(at, said.find(' ', at) - at, "N");
+            taken.replace(at, taken.find(' ', at) - at, "N");
         }
-        return said;
+        return taken;
     }
 
     // Returns the exit codes since the last call.

@@ -1,3 +1,4 @@
+// The string class: copies, parts, searches and comparison.
 #include "platform/cstring.h"
 
 #include <clocale>

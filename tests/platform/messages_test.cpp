@@ -1,3 +1,4 @@
+// The downcast of a pointer by the runtime class records.
 #include "platform/doc.h"
 #include "platform/messages.h"
 

@@ -1,3 +1,4 @@
+// The only source of these tests that uses Qt: boxes, timers, repaints, styles and palettes.
 #include "qt_support.h"
 
 #include "platform/qt/queue.h"

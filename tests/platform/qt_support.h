@@ -25,7 +25,7 @@ double ScreenRatio();
 // does. If there is no window to compare, it returns "nothing compared".
 std::string DifferenceFromRepaint();
 
-// While it lives, the desktop style draws scroll bars with their minimum at the right or bottom end. The
+// While it exists, the desktop style draws scroll bars with their minimum at the right or bottom end. The
 // buttons of the bars show whether the slider is at an end.
 class BarStyleForTest
 {
@@ -43,7 +43,7 @@ CPoint BarValues(); // values of the scroll bars of the only frame
 
 std::string TitleOnScreen(); // title of the only frame, as the display knows it
 
-// While it lives, the palette of the desktop has these greys.
+// While it exists, the palette of the desktop has these greys.
 class PaletteForTest
 {
 public:

@@ -95,15 +95,15 @@ TEST_F(ScrollTest, TheSizeHandlerSeesTheNewRangesAndMaySetOthers)
 {
     view->ShowPage(TestPage::Random(1500, 1200));
     view->ScrollToPosition({1500, 1200});
-    int told = 0;
+    int calls = 0;
     view->on_message[WM_SIZE] = [&] {
-        ++told;
+        ++calls;
         const CRect client = view->GetClientRect();
         EXPECT_EQ(End(), (CPoint{1500 - client.right, 1200 - client.bottom}));
         EXPECT_EQ(view->GetScrollPosition(), End());
     };
     ResizeFrame(*frame, {600, 500});
-    EXPECT_EQ(told, 1);
+    EXPECT_EQ(calls, 1);
     view->on_message[WM_SIZE] = [&] {
         const CRect client = view->GetClientRect();
         view->SetScrollSizes(MM_TEXT, {client.right + 100, 1200}, {10, 10}, {1, 1});

@@ -1,3 +1,4 @@
+// The main function of the test programs that need a Qt application. Listing the tests needs none.
 #include "platform/testing/testing.h"
 
 #include <gtest/gtest.h>

@@ -294,17 +294,17 @@ TEST_F(WindowTest, AFrameIsNotifiedOfItsActivation)
     TestFrame* const further = MakeFurtherFrame("B");
     frame->records_activation = further->records_activation = true;
     ActivateByUser(*further);
-    const auto told = [] {
+    const auto take_activations = [] {
         Lines lines = Only(g_recorder.Take(), {"active"});
         std::sort(lines.begin(), lines.end());
         return lines;
     };
-    told();
+    take_activations();
     for (int i = 0; i < 2; ++i) {
         ActivateByUser(*frame);
-        EXPECT_EQ(told(), (Lines{"active B 0", "active frame 1"}));
+        EXPECT_EQ(take_activations(), (Lines{"active B 0", "active frame 1"}));
         ActivateByUser(*further);
-        EXPECT_EQ(told(), (Lines{"active B 1", "active frame 0"}));
+        EXPECT_EQ(take_activations(), (Lines{"active B 1", "active frame 0"}));
     }
     bool left = false;
     InNextBox([&] { left = PumpUntil([] { return g_recorder.Count("active B 0") > 0; }); });

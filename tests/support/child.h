@@ -1,5 +1,5 @@
-// Runs work in a child process. For work with effects that would remain in this process: peak memory, another
-// user id.
+// Runs work in a child process. Use it for work whose effects would remain in this process: peak memory,
+// another user id.
 #pragma once
 
 #include <gtest/gtest.h>

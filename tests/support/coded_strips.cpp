@@ -1,3 +1,4 @@
+// Writes pages as TIFF files with libtiff, and reads their coded strips.
 #include "tests/support/coded_strips.h"
 
 #include "tiffout.h"

@@ -83,7 +83,7 @@ public:
     std::function<void(int32_t row)> on_read; // before each row
 };
 
-// While it lives, the document finds these amounts of free memory, in bytes.
+// While it exists, the document finds these amounts of free memory, in bytes.
 class MemoryFigures
 {
 public:

@@ -1,3 +1,4 @@
+// Builds the bytes of a TIFF file: the header, the directory, the values of long tags, then the strips.
 #include "tests/support/hostile_tiff.h"
 
 #include <algorithm>
@@ -66,7 +67,7 @@ void HostileTiff::SetText(uint16_t tag, const std::string& text)
 std::string HostileTiff::Bytes() const
 {
     std::map<uint16_t, Tag> tags = m_tags;
-    const size_t behind_directory = 8 + 2 + 12 * tags.size() + 4;
+    const size_t after_directory = 8 + 2 + 12 * tags.size() + 4;
     size_t first_row = 0;
     // Sets the offsets of the strips, which begin at first_row. Their number can change the size of the tags,
     // so first_row is known only after the first call.
@@ -87,7 +88,7 @@ std::string HostileTiff::Bytes() const
     const bool places = m_move_strips && tags.count(tag::kStripOffsets);
     if (places)
         place_strips();
-    first_row = behind_directory;
+    first_row = after_directory;
     for (const auto& [number, tag] : tags)
         first_row += tag.bytes.size() > 4 ? tag.bytes.size() : 0;
     if (places)
@@ -103,7 +104,7 @@ std::string HostileTiff::Bytes() const
         Put(file, tag.type, 2);
         Put(file, tag.count, 4);
         if (tag.bytes.size() > 4) {
-            Put(file, static_cast<uint32_t>(behind_directory + outside.size()), 4);
+            Put(file, static_cast<uint32_t>(after_directory + outside.size()), 4);
             outside += tag.bytes;
         } else {
             std::string inside = tag.bytes;

@@ -47,7 +47,7 @@ private:
     std::string m_path;
 };
 
-// While it lives, collects the texts of all message boxes. None of them blocks.
+// While it exists, collects the texts of all message boxes. None of them blocks.
 class BoxTexts
 {
 public:
@@ -66,7 +66,7 @@ private:
     Recorder m_texts;
 };
 
-// While it lives, no file can grow beyond `bytes`, similar to a full disk.
+// While it exists, no file can grow beyond `bytes`, similar to a full disk.
 class FileSizeLimit
 {
 public:

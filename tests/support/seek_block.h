@@ -79,12 +79,12 @@ private:
     static int Message(FILE*, const char*, va_list) { return 0; }
     static void Hear(const char* text)
     {
-        std::string said = text;
-        if (size_t at = said.find("t line "); at != std::string::npos) { // "at line" or "At line"
+        std::string message = text;
+        if (size_t at = message.find("t line "); at != std::string::npos) { // "at line" or "At line"
             at += 7;
-            said.replace(at, said.find(' ', at) - at, "N");
+            message.replace(at, message.find(' ', at) - at, "N");
         }
-        the_block->messages += said;
+        the_block->messages += message;
     }
 
     static inline SeekBlock* the_block = nullptr;

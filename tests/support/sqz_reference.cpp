@@ -1,4 +1,5 @@
-// Each step is a step of the format's definition. Positions have 64 bits, and every bound is checked at once.
+// Decodes Squeeze as the format is defined, step by step. Positions have 64 bits, and every bound is checked
+// where it applies.
 
 #include "tests/support/sqz_reference.h"
 
