@@ -64,9 +64,9 @@ public:
     // Rows that are read in order are decoded once each. A jump forward within a strip decodes the rows in
     // between. A jump back or to another strip decodes from the first row of the strip.
     [[nodiscard]] Row ReadRow(uint8_t* buffer, int32_t row_bytes, uint32_t row);
-    // Skips rows, from `row` on, that are white because the coded data of their strip has ended. This costs
-    // nothing. Returns the number of rows skipped: at most `count`, and 0 if `row` is not the row after the
-    // last one that was read or skipped.
+    // Skips rows, from `row` on, that are white because the coded data of their strip has ended. This takes
+    // almost no time. Returns the number of rows skipped: at most `count`, and 0 if `row` is not the row
+    // after the last one that was read or skipped.
     [[nodiscard]] uint32_t SkipWhiteRows(uint32_t row, uint32_t count);
 
 private:

@@ -67,7 +67,7 @@ void CLumentaView::OnUpdate(CView* sender, LPARAM hint, CObject* hint_object)
     const CLumentaDoc* const document = GetPageDocument();
     if (m_sizeReloaded && m_pScaleFrame &&
         !(document->IsBilevelPage() && CSize{document->m_nWidth, document->m_nDepth} == *m_sizeReloaded))
-        m_pScaleFrame->DestroyWindow(); // before the document updates the view in it
+        m_pScaleFrame->DestroyWindow(); // done before the document updates the view in this frame
 }
 
 void CLumentaView::OnSize(UINT type, int cx, int cy)

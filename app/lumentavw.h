@@ -31,8 +31,8 @@ public:
 
     // Returns the page pixel under the pointer, or nothing if the pointer is not over the page.
     [[nodiscard]] std::optional<CPoint> GetPointedPixel() const;
-    // Returns the distance in pixels from the point where the right button was pressed to the pointer, while
-    // the button is held. Returns nothing if the user does not measure.
+    // While the right button is held, returns the distance in pixels from the point where it was pressed to
+    // the pointer. Returns nothing if the user does not measure.
     [[nodiscard]] std::optional<CSize> GetMeasuredDistance() const;
 
     // The frame of the open overview, or null. The frame owns itself, and sets this to null when it is

@@ -31,7 +31,7 @@ public:
     CComboBox m_wndType;
     bool m_bShowViewed = false;   // also list files that are marked as viewed
     bool m_bMarkViewed = true;    // mark pages as viewed when they are opened
-    CString m_szListSpec;         // directory and pattern; only the pattern after a listing
+    CString m_szListSpec;         // directory and pattern; after a listing, only the pattern
     CString m_strDirectory;       // ends with a separator. In: empty means the working directory
     CString m_strFilter;          // a pattern such as "*.fax"
     std::vector<CString> m_Files; // names without directory, in the order of the list

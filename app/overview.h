@@ -16,7 +16,8 @@ constexpr int32_t kScaleWithoutPage = 32;
 
 struct OverviewGeometry {
     int32_t scale = kScaleWithoutPage; // factor by which the page is reduced
-    CSize client;                      // size of the client area: the whole cells of the reduced page
+    // Size of the client area: one pixel for each whole cell of scale x scale page pixels.
+    CSize client;
 };
 // Returns the geometry of a new overview. Without a page, `page` is empty, and so is the client area.
 [[nodiscard]] OverviewGeometry PlanOverview(CSize page, CSize screen);

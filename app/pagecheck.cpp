@@ -12,8 +12,8 @@ namespace
 // Rows of this size are decoded, then counted while they are in the cache.
 constexpr int32_t kChunkBytes = 64 << 10;
 constexpr int64_t kReleaseBytes = 8 << 20; // after rows of this size, the memory of the store is released
-constexpr std::chrono::milliseconds kStepTime{4};
-constexpr int32_t kBlack8 = 255;
+constexpr std::chrono::milliseconds kStepTime{4}; // after this time, Step returns
+constexpr int32_t kBlack8 = 255;                  // the ink of a black pixel at 8 bits per pixel
 
 // Returns whether the ink can be counted. After a bad row, the document does not read the page again. If a
 // heap store no longer has the first rows, they are lost.
@@ -86,6 +86,7 @@ PageCheck::Result PageCheck::Step()
         const int32_t count = std::min({chunk, m_document->m_nWindowRows, KnownRows() - m_next});
         if (!m_document->GetRows(m_next, count) || m_page != m_document->GetPageSerial())
             return Result::pageClosed;
+        // GetRows may have found a bad row. KnownRows is then smaller than before.
         const int32_t good = std::min(count, KnownRows() - m_next);
         if (good > 0)
             m_ink.Add(m_document->RowAddress(m_next), m_document->m_nRowBytes, good);

@@ -13,27 +13,27 @@ std::string_view FromFirstOf(std::string_view text, std::string_view set)
     return at == std::string_view::npos ? std::string_view{} : text.substr(at);
 }
 
-// Calls wanted(number, pattern) for each "text|pattern|" pair until it returns true. If the bar after a text
-// is followed directly by a second bar, the pair is counted but not passed on. The second bar then ends the
-// empty text of the next pair.
+// Calls wanted(number, pattern) for each "text|pattern|" pair until it returns true. If two bars follow a
+// text, its pattern is missing: the pair is counted but not passed on. The second bar then ends the text of
+// the next pair, which is empty.
 template <class Wanted>
-void WalkFilters(std::string_view left, Wanted wanted)
+void WalkFilters(std::string_view rest, Wanted wanted)
 {
-    for (int number = 1; !left.empty(); ++number) {
-        left = FromFirstOf(left, "|");
-        if (left.empty())
+    for (int number = 1; !rest.empty(); ++number) {
+        rest = FromFirstOf(rest, "|");
+        if (rest.empty())
             return;
-        left.remove_prefix(1);
-        if (left.empty() || left.front() == '|')
+        rest.remove_prefix(1);
+        if (rest.empty() || rest.front() == '|')
             continue;
-        const size_t start = left.find_first_not_of(kBlanks);
+        const size_t start = rest.find_first_not_of(kBlanks);
         if (start == std::string_view::npos)
             return;
-        left.remove_prefix(start);
-        if (wanted(number, left.substr(0, left.size() - FromFirstOf(left, kBlanksAndBar).size())))
+        rest.remove_prefix(start);
+        if (wanted(number, rest.substr(0, rest.size() - FromFirstOf(rest, kBlanksAndBar).size())))
             return;
-        left = FromFirstOf(left, "|");
-        left.remove_prefix(left.empty() ? 0 : 1);
+        rest = FromFirstOf(rest, "|");
+        rest.remove_prefix(rest.empty() ? 0 : 1);
     }
 }
 } // namespace

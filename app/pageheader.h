@@ -30,7 +30,7 @@ public:
     // Reads the header from a text of `size` bytes. If this fails before the HeaderSize is read, HeaderSize
     // is 0.
     [[nodiscard]] int32_t ParseBuffer(const char* buffer, uint32_t size);
-    // These functions first read 4096 bytes. If they hold no complete header, but a HeaderSize above 4096,
+    // These functions first read 4096 bytes. If these have a HeaderSize above 4096 and no complete header,
     // the rest of the header is read too. It is not an error by itself if the file ends early.
     //
     // `overlapped` is needed for a handle that does not block, and may be null for others. The function waits
@@ -46,7 +46,8 @@ public:
     // Write the text as WriteToBuffer does. If HeaderSize is 0, they write nothing and return 0.
     [[nodiscard]] int32_t WriteToHandle(HANDLE handle, OVERLAPPED* overlapped, bool pad);
     [[nodiscard]] int32_t WriteToFile(CFile& file, bool pad);
-    // The same. Creates the file if it does not exist. An existing file keeps its contents after the header.
+    // Writes the text at the start of the file. Creates the file if it does not exist. An existing file keeps
+    // its contents after the header.
     [[nodiscard]] int32_t WriteToPath(const CString& path, bool pad);
 
     // A setter cuts the text to the given number of bytes. Null counts as an empty text.

@@ -104,6 +104,8 @@ void CPageInformationDialog::OnCheck()
 
 bool CPageInformationDialog::OnWork()
 {
+    // A step may show a message box, and the user may close the dialog meanwhile. OnCancel then sets only
+    // m_stop_requested.
     PageCheck::Result result = PageCheck::Result::done;
     m_stop_requested = false;
     m_in_step = true;
@@ -117,7 +119,7 @@ bool CPageInformationDialog::OnWork()
         return false;
     }
     if (result == PageCheck::Result::pageClosed) {
-        EndDialog(IDCANCEL); // the page that it shows was closed
+        EndDialog(IDCANCEL); // the page that the dialog shows was closed
         return false;
     }
     if (result == PageCheck::Result::done || m_stop_requested) {

@@ -49,5 +49,5 @@ private:
     std::optional<PageCheck> m_check; // the running check; empty if there is none
     bool m_in_step = false;           // a step of m_check is on the stack, perhaps with a message box
     bool m_stop_requested = false;    // the user has pressed Cancel during this step
-    std::chrono::steady_clock::time_point m_progress_shown; // last update of the progress bar
+    std::chrono::steady_clock::time_point m_progress_shown; // time of the last update of the progress bar
 };

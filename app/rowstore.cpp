@@ -13,7 +13,7 @@ namespace
 {
 // Sizes of groups of rows, in bytes.
 constexpr int32_t kZeroBytes = 1 << 20;          // cleared between two calls of WorkInterrupted
-constexpr int32_t kMostZeroBytes = 64 << 20;     // rows of 0 that are stored before the requested rows
+constexpr int32_t kMaxZeroBytes = 64 << 20;      // rows of 0 that are stored before the requested rows
 constexpr int32_t kStoreBlockBytes = 256 * 1024; // decoded in memory, then written to the temporary file
 } // namespace
 
@@ -109,7 +109,7 @@ bool CLumentaDoc::ReadImageRow(uint8_t* slot)
 // closed while the message was open.
 bool CLumentaDoc::ReportRow(int32_t row)
 {
-    // Set before the message opens, so that each page shows only one.
+    // Set before the message opens, so that there is only one message for each page.
     m_bReadError = true;
     m_nErrorRow = row;
     m_strErrorMessage.Format("error at line %d: %s", row, m_pImage->ErrorText.c_str());
@@ -250,7 +250,7 @@ bool CLumentaDoc::GetRows(int32_t first, int32_t count)
     if (m_nLastRow + 1 < m_nWindowFirst) {
         // All rows are 0 from here on. The window is moved closer to the requested rows, because clearing
         // gigabytes of rows before them would take long.
-        m_nWindowFirst = std::max(m_nWindowFirst, first - kMostZeroBytes / m_nRowBytes);
+        m_nWindowFirst = std::max(m_nWindowFirst, first - kMaxZeroBytes / m_nRowBytes);
         m_nLastRow = m_nWindowFirst - 1;
     }
     if (m_nLastRow + 1 < end) {

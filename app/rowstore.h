@@ -1,8 +1,8 @@
 // The row store of the document: a contiguous range of decoded rows, filled when rows are requested.
 //
-// Usually the store is a mapped temporary file that has room for the whole page. If there is no such file, it
-// is a heap block of as many rows as memory allows, and these rows are a window that moves over the page. The
-// image is read forward only.
+// Usually the store is a mapped temporary file that has room for the whole page. If there is no such file,
+// the store is a heap block with as many rows as memory allows. These rows are a window that moves over the
+// page. The image is read only forward. To go back, it is read again from row 0.
 //
 // The store has no class: its fields and functions are members of CLumentaDoc, and rowstore.cpp defines the
 // functions. Between two calls of GetRows:

@@ -55,8 +55,8 @@ bool CScaledDIBitmap::Make(int32_t width, int32_t height, int32_t polarity)
     m_pInfo->x_pixels_per_metre = MulDiv(kPixelsPerInch, 3937, 100);
     m_pInfo->y_pixels_per_metre = m_pInfo->x_pixels_per_metre;
 
-    // A pixel's value grows with the share of 1 bits. Only the ramp decides whether 1 bits are black or
-    // white.
+    // The value of a pixel is higher if its cell has more 1 bits. The ramp decides whether 1 bits are black
+    // or white.
     std::vector<COLORREF> ramp(m_pInfo->colors.size());
     for (unsigned i = 0; i < ramp.size(); ++i) {
         const auto grey = static_cast<uint8_t>(polarity ? i : 255 - i);

@@ -14,7 +14,7 @@ public:
     void OnInitialUpdate() override;
     void OnActivateView(bool activate, CView* activated, CView* deactivated) override;
     // Continues the reduction. If the hint is kHintReducedLines, invalidates the new lines. If none of them
-    // is in the window, there will be no paint, so it requests the next batch itself.
+    // is in the window, there will be no paint, so this function requests the next batch.
     void OnUpdate(CView* sender, LPARAM hint, CObject* hint_object) override;
     void OnDraw(CDC* dc) override;
     [[nodiscard]] CPoint GetPickedPoint() const override;

@@ -68,8 +68,8 @@ CString CompressionName(uint16_t compression)
     return number;
 }
 
-// Notes damage if the message comes from a fax decoder of libtiff.
-void NoteDamage(TIFFImage::Messages& messages, const char* module)
+// Records damage if the message comes from a fax decoder of libtiff.
+void RecordDamage(TIFFImage::Messages& messages, const char* module)
 {
     if (module && strncmp(module, "Fax", 3) == 0)
         messages.damage = true;
@@ -79,7 +79,7 @@ void NoteDamage(TIFFImage::Messages& messages, const char* module)
 // own handler.
 int OnWarning(TIFF*, void* messages, const char* module, const char*, va_list)
 {
-    NoteDamage(*static_cast<TIFFImage::Messages*>(messages), module);
+    RecordDamage(*static_cast<TIFFImage::Messages*>(messages), module);
     return 1;
 }
 
@@ -87,7 +87,7 @@ int OnWarning(TIFF*, void* messages, const char* module, const char*, va_list)
 int OnError(TIFF*, void* user, const char* module, const char*, va_list)
 {
     auto& messages = *static_cast<TIFFImage::Messages*>(user);
-    NoteDamage(messages, module);
+    RecordDamage(messages, module);
     return std::exchange(messages.printed, true) ? 1 : 0;
 }
 

@@ -11,8 +11,8 @@ public:
     static const CRuntimeClass classRecord;
     [[nodiscard]] const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
 
-    // Switches off libtiff's warnings for the whole program. Of its errors with this object's file, only the
-    // first is printed to the standard error stream.
+    // Switches off libtiff's warnings for the whole program. Of libtiff's errors for the file of this object,
+    // only the first is printed to the standard error stream.
     TIFFImage();
     ~TIFFImage() override;
 

@@ -27,8 +27,8 @@ constexpr int kPoints = 3; // printer's points, 72.27 to the inch
 
 // Returns a number with the digits that the read-outs show in this unit. Never returns "-0".
 [[nodiscard]] CString FormatNumber(int units, double value);
-// Returns a length in the unit with so many digits that UnitsToPixels returns the same pixel, up to 4000 dots
-// per inch.
+// Returns a length in the unit, with enough digits for UnitsToPixels to return the same pixel. This is true
+// for up to 4000 dots per inch.
 [[nodiscard]] CString FormatExact(int32_t pixels, int units, int dpi);
 // Returns a length in the unit with the digits that the read-outs show.
 [[nodiscard]] CString FormatLength(int32_t pixels, int units, int dpi);

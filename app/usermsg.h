@@ -45,5 +45,5 @@ constexpr UINT kSizeIndicator = 59138;
 constexpr UINT kDragCursor = 103;
 constexpr UINT kFrameResource = 2; // menu, accelerators, icon and the template's string
 
-constexpr LPARAM kHintPage = 0;         // another page is open, or none
+constexpr LPARAM kHintPage = 0;         // another page was opened, or the page was closed
 constexpr LPARAM kHintReducedLines = 1; // the reduced picture has new lines; the page is unchanged

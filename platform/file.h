@@ -29,8 +29,8 @@ public:
     int32_t m_lOsError; // errno of the failed operation
 };
 
-// A regular file with its own position, opened by the rule of OpenRegularFile. The constructor, Seek, Read,
-// Write and Close throw a CFileException if they fail.
+// A regular file with its own position, opened with the checks of OpenRegularFile. The constructor, Seek,
+// Read, Write and Close throw a CFileException if they fail.
 class CFile
 {
 public:
@@ -65,7 +65,8 @@ private:
 
 using HANDLE = int; // a file descriptor
 
-constexpr int32_t kIoPending = 997; // last error of a transfer that is not complete; no errno has this value
+// GetLastError for a transfer that is not complete; no errno has this value.
+constexpr int32_t kIoPending = 997;
 
 // A pending transfer. A handle can have one at a time. The record and the buffer must stay in place until the
 // transfer is complete.

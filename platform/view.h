@@ -51,9 +51,9 @@ public:
     // Called when the view is activated or no longer active. An activated view takes the focus.
     virtual void OnActivateView(bool activate, CView* activated, CView* deactivated);
 
-    // Shows these shapes over the picture, instead of those set before, from the next copy to the screen on.
-    // The view's own pixels, prints and further drawing never contain the shapes. The view is not painted:
-    // only the pixels of the old and the new shapes are copied again.
+    // Shows these shapes over the picture, and no longer those set before. The change is visible after the
+    // next copy to the screen. The view's own pixels, prints and further drawing never contain the shapes.
+    // The view is not painted: only the pixels of the old and the new shapes are copied again.
     void SetOverlay(std::vector<OverlayShape> shapes);
 
     // The steps of a print, in this order. If OnPreparePrinting returns false, nothing is printed. OnPrint is

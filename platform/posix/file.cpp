@@ -154,7 +154,7 @@ namespace
 int32_t g_last_error = 0;
 
 // Transfers bytes until the handle is not ready. Returns true after the transfer is complete.
-bool Advance(HANDLE handle, OVERLAPPED& transfer)
+bool ContinueTransfer(HANDLE handle, OVERLAPPED& transfer)
 {
     while (transfer.bytes > 0) {
         const ssize_t count = transfer.writes ? write(handle, transfer.buffer, transfer.bytes)
@@ -179,7 +179,7 @@ bool Advance(HANDLE handle, OVERLAPPED& transfer)
 
 bool BeginTransfer(HANDLE handle, OVERLAPPED transfer, uint32_t* done, OVERLAPPED* overlapped)
 {
-    const bool is_complete = Advance(handle, transfer);
+    const bool is_complete = ContinueTransfer(handle, transfer);
     *done = transfer.done;
     if (!is_complete && g_last_error == kIoPending) {
         if (overlapped)
@@ -206,7 +206,7 @@ bool WriteFile(HANDLE handle, const void* buffer, uint32_t bytes, uint32_t* done
 bool GetOverlappedResult(HANDLE handle, OVERLAPPED* overlapped, uint32_t* done, bool wait)
 {
     bool is_complete = false;
-    while (!(is_complete = Advance(handle, *overlapped)) && g_last_error == kIoPending && wait) {
+    while (!(is_complete = ContinueTransfer(handle, *overlapped)) && g_last_error == kIoPending && wait) {
         pollfd ready{handle, static_cast<short>(overlapped->writes ? POLLOUT : POLLIN), 0};
         if (poll(&ready, 1, -1) < 0 && errno != EINTR) {
             g_last_error = errno;

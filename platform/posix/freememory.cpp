@@ -64,7 +64,7 @@ std::optional<uint64_t> ParseNumber(std::string_view text)
 }
 
 // Returns the number after a name at the start of a line, or 0 if there is none.
-uint64_t Field(std::string_view text, std::string_view name)
+uint64_t FieldNumber(std::string_view text, std::string_view name)
 {
     for (size_t at = 0; at != std::string_view::npos && at < text.size();) {
         if (text.substr(at).starts_with(name))
@@ -77,15 +77,15 @@ uint64_t Field(std::string_view text, std::string_view name)
 
 uint64_t KibField(std::string_view text, std::string_view name)
 {
-    return std::min(Field(text, name), UINT64_MAX / 1024) * 1024;
+    return std::min(FieldNumber(text, name), UINT64_MAX / 1024) * 1024;
 }
 
-uint64_t Sum(uint64_t one, uint64_t other)
+uint64_t SaturatedSum(uint64_t one, uint64_t other)
 {
     return one > UINT64_MAX - other ? UINT64_MAX : one + other;
 }
 
-uint64_t Left(uint64_t limit, uint64_t used)
+uint64_t Remaining(uint64_t limit, uint64_t used)
 {
     return limit - std::min(limit, used);
 }
@@ -117,19 +117,20 @@ void ClampToGroup(TextReader& reader, const GroupFiles& files, std::string_view 
         const std::optional<uint64_t> limit = ParseNumber(reader.Read(files.directory, group, limit_name));
         const std::optional<uint64_t> usage =
             limit ? ParseNumber(reader.Read(files.directory, group, usage_name)) : std::nullopt;
-        return usage ? std::optional{Left(*limit, *usage)} : std::nullopt;
+        return usage ? std::optional{Remaining(*limit, *usage)} : std::nullopt;
     };
     uint64_t cache = 0;
     if (const std::optional<uint64_t> room = left(files.limit, files.usage);
         room && *room < memory->physical) {
-        cache = Field(reader.Read(files.directory, group, "memory.stat"), files.reclaimable);
-        memory->physical = std::min(memory->physical, Sum(*room, cache));
+        cache = FieldNumber(reader.Read(files.directory, group, "memory.stat"), files.reclaimable);
+        memory->physical = std::min(memory->physical, SaturatedSum(*room, cache));
     }
     if (memory->page_file == 0)
         return;
     if (const std::optional<uint64_t> room = left(files.swap_limit, files.swap_usage))
         memory->page_file = std::min(
-            memory->page_file, files.swap_counts_memory ? Left(Sum(*room, cache), memory->physical) : *room);
+            memory->page_file,
+            files.swap_counts_memory ? Remaining(SaturatedSum(*room, cache), memory->physical) : *room);
 }
 
 // Applies the limits of the group and of all groups above it. In a container, the path of a group may contain
@@ -178,7 +179,7 @@ void ClampToAddressSpace(TextReader& reader, FreeMemory* memory)
     if (getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY)
         return;
     const uint64_t pages = ParseNumber(reader.Read("/proc/self", "", "statm")).value_or(0);
-    const uint64_t room = Left(limit.rlim_cur, pages * static_cast<uint64_t>(sysconf(_SC_PAGESIZE)));
+    const uint64_t room = Remaining(limit.rlim_cur, pages * static_cast<uint64_t>(sysconf(_SC_PAGESIZE)));
     memory->physical = std::min(memory->physical, room);
     memory->page_file = std::min(memory->page_file, room - memory->physical);
 }

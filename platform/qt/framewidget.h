@@ -39,10 +39,10 @@ public:
     [[nodiscard]] CRect FrameToDevice() const;
     // Returns true if the frame is shown but has not been matched to its place yet.
     [[nodiscard]] bool IsPlacing() const { return m_placing && isVisible() && !isMinimized(); }
-    void MatchPlace(); // called after the window manager has reported its margins
+    void MatchPlace(); // corrects the size; called after the window manager has reported its margins
     // Called when the frame is active or about to be. New boxes then belong to it.
     void Activated();
-    void ShownAgain(); // raised, restored or activated: its view receives a paint
+    void ShownAgain(); // called after the frame is restored or activated: its view receives a paint
     // Returns true on Wayland if the window is as large as the screen. It would begin below the panel and end
     // outside the screen.
     [[nodiscard]] bool IsTooLarge() const;

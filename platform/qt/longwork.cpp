@@ -20,10 +20,10 @@
 
 namespace
 {
-constexpr int64_t kCursorAfterMs = 100;
-constexpr int64_t kFirstCheckMs = 1000;
-constexpr int64_t kCheckIntervalMs = 30;
-constexpr int kLongestCheckMs = 10; // limit of a check, even if more events arrive
+constexpr int64_t kCursorAfterMs = 100;  // duration of the work after which the hourglass is shown
+constexpr int64_t kFirstCheckMs = 1000;  // duration of the work before the first check for input
+constexpr int64_t kCheckIntervalMs = 30; // time from the end of a check to the next one
+constexpr int kLongestCheckMs = 10;      // limit of a check, even if more events arrive
 
 // Sends waiting requests to the display. Otherwise Qt would send the pointer's new shape only after the work.
 void FlushDisplay()
@@ -56,7 +56,7 @@ bool IsMainWindow(const QObject* receiver)
 
 // Returns true if an open dialog blocks the receiver. The dialog may have been opened by held input. No later
 // event may then reach the windows that it blocks, except the event that the pointer has left them.
-bool IsBlocked(const QObject* receiver)
+bool IsBlockedByDialog(const QObject* receiver)
 {
     const QWidget* const modal = QApplication::activeModalWidget();
     if (!modal)
@@ -201,8 +201,8 @@ void LongWork::Hold(QObject* receiver, const QEvent* event)
     m_held.push_back(std::move(held));
 }
 
-// Sends the events after the work, outside of its message: one event per round of the loop, in the order of
-// arrival.
+// Sends the events after the handler that did the work has returned: one event per round of the loop, in the
+// order of arrival.
 void LongWork::SendHeld()
 {
     if (m_held.empty() && !m_closing)
@@ -227,7 +227,7 @@ bool LongWork::event(QEvent* event)
     m_ready.pop_front();
     if (m_checking) // the next work has begun
         m_held.push_back(std::move(held));
-    else if (held.receiver && (held.event->type() == QEvent::Leave || !IsBlocked(held.receiver)))
+    else if (held.receiver && (held.event->type() == QEvent::Leave || !IsBlockedByDialog(held.receiver)))
         Send(held);
     return true;
 }

@@ -108,7 +108,7 @@ void PaneWidget::Relayout()
     // A new size may change the size of the picture once. So a third round changes nothing.
     for (int round = 0; round < 3; ++round) {
         m_layoutAgain = false;
-        // Both bars are needed if neither no bar nor a single bar is enough.
+        // Tries no bar, then each bar alone. If none of these is enough, shows both bars.
         const bool horizontal_only = !Place(false, false) && Place(true, false);
         bool horizontal = horizontal_only;
         bool vertical = false;

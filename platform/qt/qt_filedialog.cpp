@@ -72,7 +72,7 @@ QString Cleaned(const QString& path)
 
 // Returns the part that was found, or none if a test hides it.
 template <class Part>
-Part Found(Part part)
+Part FoundUnlessHidden(Part part)
 {
     const auto& hide = Hooks::Get().hide_file_dialog_part;
     return hide && hide() ? Part{} : part;
@@ -105,16 +105,16 @@ FileDialogWidget::FileDialogWidget(CFileDialog* owner, const CString& filter, St
 
 void FileDialogWidget::FindParts()
 {
-    m_parts.model = Found(findChild<QFileSystemModel*>());
+    m_parts.model = FoundUnlessHidden(findChild<QFileSystemModel*>());
     QList<QAbstractItemView*> views = findChildren<QAbstractItemView*>();
     views.removeIf([this](const QAbstractItemView* view) { return view->model() != m_parts.model; });
-    m_parts.views = Found(views);
-    m_parts.name = Found(findChild<QLineEdit*>(QStringLiteral("fileNameEdit")));
-    m_parts.buttons = Found(findChild<QDialogButtonBox*>());
-    m_parts.grid = Found(qobject_cast<QGridLayout*>(layout()));
-    m_parts.filters = Found(findChild<QComboBox*>(QStringLiteral("fileTypeCombo")));
-    m_parts.details = Found(findChild<QTreeView*>(QStringLiteral("treeView")));
-    m_parts.splitter = Found(findChild<QSplitter*>(QStringLiteral("splitter")));
+    m_parts.views = FoundUnlessHidden(views);
+    m_parts.name = FoundUnlessHidden(findChild<QLineEdit*>(QStringLiteral("fileNameEdit")));
+    m_parts.buttons = FoundUnlessHidden(findChild<QDialogButtonBox*>());
+    m_parts.grid = FoundUnlessHidden(qobject_cast<QGridLayout*>(layout()));
+    m_parts.filters = FoundUnlessHidden(findChild<QComboBox*>(QStringLiteral("fileTypeCombo")));
+    m_parts.details = FoundUnlessHidden(findChild<QTreeView*>(QStringLiteral("treeView")));
+    m_parts.splitter = FoundUnlessHidden(findChild<QSplitter*>(QStringLiteral("splitter")));
 }
 
 bool FileDialogWidget::IsExtended() const

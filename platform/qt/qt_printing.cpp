@@ -275,7 +275,7 @@ Print PrintPages(CView* view, CPrintInfo* info, QPrinter* printer)
 // name without its last suffix, and a label may contain a dot.
 QString PdfName(const QString& label)
 {
-    constexpr qsizetype kMostBytes = 255; // limit of the system for a file name
+    constexpr qsizetype kMaxNameBytes = 255; // limit of the system for a file name
     const QString suffix = QStringLiteral(".pdf");
     QString name = label;
     for (QChar& letter : name)
@@ -283,7 +283,7 @@ QString PdfName(const QString& label)
             letter.category() == QChar::Separator_Line || letter.category() == QChar::Separator_Paragraph)
             letter = u'_';
     name = name.trimmed();
-    while (name.toUtf8().size() > kMostBytes - suffix.size())
+    while (name.toUtf8().size() > kMaxNameBytes - suffix.size())
         name.chop(name.back().isLowSurrogate() ? 2 : 1);
     if (name.startsWith(u'.')) // otherwise the file would be hidden
         name.front() = u'_';

@@ -17,7 +17,7 @@
 
 namespace
 {
-constexpr qint64 kMostBytes = 1 << 20; // this program does not write a larger file
+constexpr qint64 kMaxFileBytes = 1 << 20; // this program does not write a larger file
 
 QString SettingsPath(const CString& company)
 {
@@ -28,8 +28,8 @@ QString SettingsPath(const CString& company)
            QLatin1String(".ini");
 }
 
-// Returns the values of the file, none if it does not exist. Returns no result if the path is not a regular
-// file, or the file is too large or cannot be read. The file must then not be replaced.
+// Returns the values of the file. If it does not exist, there are no values. Returns std::nullopt if the path
+// is not a regular file, or if the file is too large or cannot be read. The file must then not be replaced.
 std::optional<ProfileValues> ReadSettings(const QString& path)
 {
     if (FileStatusOf(FromQString(path)).kind == FileStatus::Kind::none)
@@ -38,8 +38,8 @@ std::optional<ProfileValues> ReadSettings(const QString& path)
     QFile file;
     if (descriptor < 0 || !file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
         return std::nullopt;
-    const QByteArray text = file.read(kMostBytes + 1);
-    if (text.size() > kMostBytes || file.error() != QFileDevice::NoError)
+    const QByteArray text = file.read(kMaxFileBytes + 1);
+    if (text.size() > kMaxFileBytes || file.error() != QFileDevice::NoError)
         return std::nullopt;
     return ParseProfile(text.toStdString());
 }

@@ -116,8 +116,8 @@ int CWnd::SetScrollPos(int bar, int position, bool)
     return old;
 }
 
-// Qt sends the messages of a pressed pointer to the widget in which it was pressed, even outside of the
-// widget. So there is nothing to do.
+// While a mouse button is down, Qt sends mouse events to the widget in which it was pressed, even if the
+// pointer is outside. So there is nothing to do.
 void CWnd::SetCapture() {}
 void CWnd::ReleaseCapture() {}
 

@@ -66,7 +66,8 @@ bool ScreenMove::Move(const QRect& area, QPoint by)
         return false;
     const auto window = static_cast<xcb_window_t>(m_widget->window()->internalWinId());
     const double ratio = handle->devicePixelRatio();
-    // At other scale factors Qt may copy pixels at the edge of an update from its backing store.
+    // At other scale factors Qt may copy pixels at the edge of an update from its backing store, which does
+    // not have the moved pixels.
     if (window == 0 || ratio != std::floor(ratio))
         return false;
     if (m_pause > 0) {

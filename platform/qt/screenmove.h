@@ -22,7 +22,7 @@ public:
     // Moves the pixels of `area`, in device pixels of the top-level window, by `by`. Those that would leave
     // the area are dropped. The uncovered pixels are unchanged. Qt's backing store does not have the moved
     // pixels. Returns false if nothing was moved: the platform is not X11, the scale factor is not a whole
-    // number, or pixels were missing lately.
+    // number, or pixels were missing in one of the last moves.
     [[nodiscard]] bool Move(const QRect& area, QPoint by);
 
 private:

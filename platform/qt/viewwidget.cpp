@@ -24,11 +24,11 @@ namespace
 // the first two roles are nearly black.
 QRgb BackgroundFrom(const QPalette& palette)
 {
-    constexpr int kLeastContrast = 48;
+    constexpr int kMinContrast = 48;
     for (const QPalette::ColorRole role :
          {QPalette::Mid, QPalette::Dark, QPalette::Midlight, QPalette::Light}) {
         const int grey = qGray(palette.color(QPalette::Active, role).rgb());
-        if (grey >= kLeastContrast && grey <= 255 - kLeastContrast)
+        if (grey >= kMinContrast && grey <= 255 - kMinContrast)
             return qRgb(grey, grey, grey);
     }
     return qRgb(128, 128, 128);

@@ -64,7 +64,7 @@ public:
 
     void Wheel(const QWheelEvent* event);
 
-    [[nodiscard]] bool FitBuffer(); // to the current geometry; true if that has changed
+    [[nodiscard]] bool FitBuffer(); // fits the size to the current geometry; true if this has changed
     void SetShape(CursorShape shape);
 
     // Returns the view that is handling a message of the pointer, or null.
@@ -99,7 +99,7 @@ private:
     QRgb m_background;     // outside the picture
     QSize m_client{0, 0};  // in device pixels, at m_ratio
     double m_ratio = 1;    // device pixels per logical unit
-    MovingPixels m_pixels; // backing store of size m_client; allocated on first use
+    MovingPixels m_pixels; // the memory of m_buffer, of size m_client; allocated on first use
     QImage m_buffer;       // an image of m_pixels' memory
     QSize m_kept{0, 0};    // part of m_buffer that is still valid after a resize
     QRegion m_invalid;
