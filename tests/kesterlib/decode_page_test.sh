@@ -2,18 +2,11 @@
 # decode_page_test.sh DECODE_PAGE MAKEPAGE SAMPLES: tests the example program with pages of all kinds and with
 # files that it must refuse.
 set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
+
 export LC_ALL=C
 decode_page=$1 makepage=$2 samples=$3
-top=$(mktemp -d "${TMPDIR:-/tmp}/lumenta-decode-page-XXXXXX")
-trap 'rm -rf "$top"' EXIT
-cd "$top"
-failures=0
-
-fail()
-{
-  printf 'FAILED: %s\n' "$1"
-  failures=$((failures + 1))
-}
+cd "$scratch"
 
 # refuses TEXT FILE: the program ends with status 1 and a message that begins with the file's name and has the
 # text.
@@ -22,7 +15,7 @@ refuses()
   local status=0
   "$decode_page" "$2" >stdout 2>stderr || status=$?
   if [[ $status != 1 ]] || ! grep -q "^$2: .*$1" stderr; then
-    fail "$2: status $status, $(<stderr)"
+    die "$2: status $status, $(<stderr)"
   fi
 }
 
@@ -35,11 +28,11 @@ draw squeeze --raw-rows always raw.fax
 draw group4 group4.fax
 draw jbig jbig.fax
 for page in plain squeeze raw group4 jbig; do
-  "$decode_page" $page.fax >got.pbm || fail "$page.fax: status $?"
-  cmp got.pbm wanted.pbm || fail "$page.fax: wrong rows"
+  "$decode_page" $page.fax >got.pbm || die "$page.fax: status $?"
+  cmp got.pbm wanted.pbm || die "$page.fax: wrong rows"
 done
 for page in "$samples"/*.fax; do
-  "$decode_page" "$page" >got.pbm || fail "$page: status $?"
+  "$decode_page" "$page" >got.pbm || die "$page: status $?"
 done
 
 refuses "No such file" missing.fax
@@ -59,5 +52,3 @@ head -c 50000 jbig.fax >cut.fax
 refuses "cannot open" cut.fax
 head -c 4000 plain.fax >short.fax
 refuses "not a page file" short.fax
-
-((failures == 0))

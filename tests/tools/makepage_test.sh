@@ -1,18 +1,10 @@
 #!/usr/bin/env bash
 # makepage_test.sh MAKEPAGE: tests the files, the messages and the exit status of that program.
 set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
 
 makepage=$1
-top=$(mktemp -d "${TMPDIR:-/tmp}/lumenta-makepage-XXXXXX")
-trap 'rm -rf "$top"' EXIT
-cd "$top"
-failures=0
-
-fail()
-{
-  printf 'FAILED: %s\n' "$1"
-  failures=$((failures + 1))
-}
+cd "$scratch"
 
 # ends STATUS TEXT ARGUMENT...: the program ends with that status and a message that contains the text, and
 # leaves no file out.*
@@ -20,11 +12,11 @@ ends()
 {
   local status=0
   "$makepage" "${@:3}" >stdout 2>stderr || status=$?
-  [[ $status == "$1" && $(<stderr) == "makepage: "*"$2"* ]] || fail "${*:3}: status $status, $(<stderr)"
-  ! compgen -G 'out.*' >leftovers || fail "${*:3}: left $(<leftovers)"
+  [[ $status == "$1" && $(<stderr) == "makepage: "*"$2"* ]] || die "${*:3}: status $status, $(<stderr)"
+  ! compgen -G 'out.*' >leftovers || die "${*:3}: left $(<leftovers)"
 }
 
-same() { cmp "$1" "$2" || fail "$1 and $2 differ"; }
+same() { cmp "$1" "$2" || die "$1 and $2 differ"; }
 
 draw=(--draw mixed --width 333 --height 250)
 "$makepage" "${draw[@]}" --dpi 120 --dpi-y 240 --photometric minisblack page.tif
@@ -46,7 +38,7 @@ same wanted got
 "$makepage" page.pbm --dpi 120 --dpi-y 240 --kind plain "${job[@]}" pbm.plain
 same drawn.plain pbm.plain
 "$makepage" --raw-rows always --kind squeeze page.pbm raw.fax
-(($(stat -c %s raw.fax) == 4096 + 250 * (1 + 42))) || fail "raw rows of $(stat -c %s raw.fax) bytes"
+(($(stat -c %s raw.fax) == 4096 + 250 * (1 + 42))) || die "raw rows of $(stat -c %s raw.fax) bytes"
 # stripe L0 LAST-BYTE ARGUMENT...: the header has L0 rows per stripe, and the last byte is that of a marker.
 stripe()
 {
@@ -54,13 +46,13 @@ stripe()
   local got
   got="$(tail -c +4109 stripes.fax | head -c 4 | od -An -tu1) $(tail -c 1 stripes.fax | od -An -tu1)"
   got=$(xargs <<<"$got")
-  [[ $got == "0 0 0 $1 $2" ]] || fail "${*:3}: $got"
+  [[ $got == "0 0 0 $1 $2" ]] || die "${*:3}: $got"
 }
 stripe 1 2 --stripe 1
 stripe 40 3 --stripe 40 --reset
 "$makepage" page.pbm again.tif
 "$makepage" --dpi 300 again.tif --kind plain "${job[@]}" --multiplier 4 again.plain
-cmp <(tail -c +5001 drawn.plain) <(tail -c +5001 again.plain) || fail "the page differs after PBM and TIFF"
+cmp <(tail -c +5001 drawn.plain) <(tail -c +5001 again.plain) || die "the page differs after PBM and TIFF"
 
 ends 2 "no output file"
 ends 2 "--draw is missing" out.tif
@@ -72,5 +64,3 @@ ends 2 "a number from 1 to 9600" "${draw[@]}" --dpi 0 --dpi 100 out.tif
 ends 2 "hh:mm:ss" "${draw[@]}" --kind squeeze --time yesterday out.fax
 ends 1 "none.tif: No such file" --kind plain none.tif out.fax
 ends 1 "Header is too large" --kind plain --header-size 99 page.pbm out.fax
-
-((failures == 0))
