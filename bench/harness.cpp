@@ -187,7 +187,7 @@ std::vector<double> Harness::Ours(std::vector<double> values) const
 std::vector<std::vector<double>> Harness::InTurn(const std::vector<Contender>& contenders, Warm warm) const
 {
     std::vector<std::vector<double>> times(contenders.size());
-    for (int round = -1; round < m_rounds; ++round)
+    for (int round = -1; round < m_rounds; ++round) // round -1 is not counted
         for (size_t i = 0; i < contenders.size(); ++i) {
             if (warm == Warm::each_run)
                 contenders[i].run();

@@ -24,7 +24,7 @@
 namespace
 {
 constexpr double kLimitMs = 20'000;
-constexpr useconds_t kLookEveryUs = 250;
+constexpr useconds_t kPollUs = 250;       // between two readings of the screen
 constexpr useconds_t kSettleUs = 300'000; // for the work after the first picture
 
 // Part of the screen that is watched while another viewer shows the page.
@@ -32,8 +32,9 @@ constexpr int16_t kPeerLeft = 400, kPeerTop = 300;
 constexpr uint16_t kPeerSide = 256;
 constexpr int kPeerRounds = 3;
 constexpr double kPeerIdleMs = 3000, kPeerLimitMs = 120'000;
-constexpr useconds_t kPeerLookEveryUs = 10'000;
+constexpr useconds_t kPeerPollUs = 10'000;
 
+// The screen, covered by a white window below all others. Reads its pixels.
 class Screen
 {
 public:
@@ -60,15 +61,15 @@ public:
 
     bool Good() const { return m_screen != nullptr; }
 
-    // Waits until the pixel in the middle of the window is black, or until it is not. Returns the time of
-    // that, or 0 after kLimitMs.
+    // Waits until the pixel in the middle of the screen is black or, if `black` is false, has another colour.
+    // Returns the time at which this is so, or 0 after kLimitMs.
     double WaitFor(bool black) const
     {
         const double start = NowMs();
         while (NowMs() - start < kLimitMs) {
             if (IsBlack() == black)
                 return NowMs();
-            usleep(kLookEveryUs);
+            usleep(kPollUs);
         }
         return 0;
     }
@@ -140,7 +141,8 @@ void RunOnce(const Harness& bench, const Screen& screen, Contender& contender)
     contender.peaks_mb.push_back(contender.is_ours ? bench.Ours(megabytes) : megabytes);
 }
 
-double CpuMs(pid_t process) // processor time so far
+// Returns the processor time of a process so far.
+double CpuMs(pid_t process)
 {
     std::ifstream file("/proc/" + std::to_string(process) + "/stat");
     std::string text{std::istreambuf_iterator<char>(file), {}};
@@ -175,7 +177,7 @@ void MeasurePeer(Harness& bench, const Screen& screen, const std::string& name,
                 used = now;
                 busy = NowMs();
             }
-            usleep(kPeerLookEveryUs);
+            usleep(kPeerPollUs);
         }
         const ProcessMemory memory = ReadProcessMemory(process);
         cpu.push_back(CpuMs(process));

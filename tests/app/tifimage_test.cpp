@@ -18,9 +18,8 @@
 
 namespace
 {
-constexpr uint8_t kUntouched = 0xa5;
-
-constexpr uint16_t kFloat = 11;
+constexpr uint8_t kUntouched = 0xa5; // fills buffers, to detect bytes that were not written
+constexpr uint16_t kFloat = 11;      // type of a tag
 
 TEST(TIFFImage, ResolutionsAreWholeDotsPerInch)
 {
@@ -123,10 +122,13 @@ TEST(TIFFImage, EachFailureHasItsMessage)
 
 // --- Bad files, opened through the document ---
 
-constexpr uint32_t kWidth = 200; // of the bad pages
+// Sides of the bad pages, and rows of a strip.
+constexpr uint32_t kWidth = 200;
 constexpr uint32_t kHeight = 64;
 constexpr uint32_t kStrip = 16;
 
+// In bytes: peak memory that a page may take in addition to its rows, free memory that the document finds,
+// and largest temporary file.
 constexpr int64_t kMemoryLimit = int64_t{64} << 20;
 constexpr uint32_t kMemoryFigure = 16 << 20;
 constexpr rlim_t kDiskLimit = 32 << 20;
@@ -142,8 +144,8 @@ char KindOf(const uint8_t* row, int32_t row_bytes, uint32_t y)
     return 'r';
 }
 
-// Appends a description of rows first to end - 1, as " r32 z16". Each letter names a kind of row: "r" right,
-// "z" zero, "x" anything else. The number after it is how many such rows follow each other.
+// Appends a description of rows first to end - 1, as in " r32 z16": 32 right rows, then 16 zero rows. "x"
+// means rows that are neither right nor zero.
 void DescribeRows(CLumentaDoc& document, int32_t first, int32_t end, std::string& text)
 {
     std::string kinds;

@@ -32,8 +32,8 @@ static int refuse(const struct open_page* page, const char* reason)
     return 0;
 }
 
-/* Copies what the decoders need, and moves the file to the raster. The numbers of a header can have any
- * value. */
+/* Checks and copies the numbers that the decoders need, because a header can have any numbers. Then seeks to
+ * the start of the raster. */
 static int use_header(struct open_page* page, const FAXHeader* header)
 {
     if (header->DataWidth == 0 || header->DataWidth > INT32_MAX - 7) {

@@ -1,6 +1,6 @@
-// Bytes and numbers to and from a file. Both families use the same templates, with a small type each that
-// moves bytes and makes reports. If a client's slot claims to have moved more bytes than requested, it
-// counts as having moved none.
+// Reads and writes bytes and numbers. The functions for streams and those for blocks use the same templates.
+// Stream and Block transfer the bytes and make the reports. If a client's slot returns more bytes than
+// requested, this is treated as no bytes.
 #include "kesterlib/files.h"
 
 #include "read_up_to.h"

@@ -15,11 +15,11 @@ KESTERLIB_BEGIN
 
 /* ---- Bytes ------------------------------------------------------------------------------------------- */
 
-/* Each function reads or writes n bytes. It repeats the underlying call until all bytes are moved or a call
- * moves none.
+/* Each function reads or writes n bytes. It repeats the underlying call until all bytes are transferred or a
+ * call transfers none.
  *
- * Returns the number of bytes moved. Fewer than n are reported as "reading file" or "writing file", except
- * if a read reached the end of the file. */
+ * Returns the number of bytes transferred. If it is below n, the function reports "reading file" or "writing
+ * file", unless a read has reached the end of the file. */
 
 KESTERLIB_NODISCARD KESTERLIB_API size_t file_read(FILE* stream, void* buffer, size_t n);
 KESTERLIB_NODISCARD KESTERLIB_API size_t file_write(FILE* stream, const void* buffer, size_t n);

@@ -42,7 +42,8 @@ typedef struct scale_engine {
     uint8_t* counts;                 /* 1 bits per source byte, over the last counted_rows rows of the band */
     int32_t counted_rows;            /* 0 to 31 */
 
-    /* At scales from 24 on, a cell's step, 0 to 256, is
+    /* The step of a cell is its share of 1 bits, from 0 for none to 256 for all. From it the table makes the
+     * grey. At scales from 24 on, the step is
      *     (count >> shift_before) * multiplier >> 16 >> shift_after */
     uint32_t shift_before;
     uint32_t multiplier;
@@ -68,8 +69,8 @@ typedef int32_t scale_row_sink(int32_t out_row, int32_t out_width, const uint8_t
 typedef uint8_t* scale_row_fetch(void* user_data, uint8_t* row_buffer);
 
 /* Builds the process-wide tables for a polarity, if they are not built yet. make_scale_engine calls it. One
- * table has the number of 1 bits of each byte. The other maps a step of 0 to 256 to a grey: min(step, 255),
- * or 255 - min(step, 255) if `invert` is not 0. Existing engines continue with the new polarity.
+ * table has the number of 1 bits of each byte. The other maps the step of a cell, its share of 1 bits from 0
+ * to 256, to a grey: min(step, 255), or 255 - min(step, 255) if `invert` is not 0. Existing engines continue with the new polarity.
  *
  * Returns the first table, 256 bytes. */
 KESTERLIB_API const uint8_t* init_countones(int32_t invert);
