@@ -6,7 +6,7 @@
 const char kHelpText[] = "Usage: lumenta [FILE]\n"
                          "Shows a page bitmap at one page pixel to one screen pixel.\n"
                          "\n"
-                         "FILE is a page file; all arguments together, a blank between two, are one path.\n"
+                         "FILE is a page file. Several arguments are joined with blanks into one path.\n"
                          "\n"
                          "  --help     show this text\n"
                          "  --version  show the version\n";

@@ -14,8 +14,8 @@ constexpr KeyAction kActions[] = {
     {"Up, Down", "one pixel up or down; with Ctrl one window"},
     {"Page Up, Page Down", "one window up or down"},
     {"Home, End", "to the left or right edge; with Ctrl to the top or bottom"},
-    {"Escape",
-     "ends measuring, long work and the growth of the overview; in the main window also the full screen"},
+    {"Escape", "stops measuring, long work and the reduction in the overview; in the main window also ends "
+               "the full screen"},
     {"left button, drag", "the page follows the pointer"},
     {"right button, drag", "draws a line; the message field shows its length"},
     {"right button, double click", "next page of the list"},
@@ -23,7 +23,8 @@ constexpr KeyAction kActions[] = {
     {"wheel", "48 screen pixels per notch; with Shift sideways"},
     {"left button in the overview", "brings that place to the middle of the window"},
     {"left button, drag in a whole overview", "keeps moving the page"},
-    {"files dropped on a window", "the first opens, the others join the list of pages; local files only"},
+    {"files dropped on a window",
+     "opens the first and adds the others to the list of pages; local files only"},
 };
 
 // Returns the name in the text of a menu entry: without the access key mark "&", and without the tab and the
