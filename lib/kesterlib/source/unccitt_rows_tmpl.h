@@ -47,7 +47,8 @@ inline int32_t run_in(Window* window, const uint16_t* table, const uint8_t* next
 }
 
 // Decodes codes as long as they are entirely in the buffer and the lists have room. The frame's window is
-// up to date before the call, and after it unless the row has failed.
+// up to date before the call, and after it unless the row has failed. The dense variant is for a row above
+// with many transitions: it decodes vertical codes one at a time, because few follow each other in order.
 template <bool dense>
 inline Fast fast_codes(Frame* frame, Group4Row* row)
 {
@@ -90,7 +91,7 @@ inline Fast fast_codes(Frame* frame, Group4Row* row)
                     result = Fast::RowDone;
                     break;
                 }
-                ref += ref == base.ref_list + 1 ? 1 : -1;
+                ref += ref == base.ref_list + 1 ? 1 : -1; // as in unccitt4_single_code
                 ref += *ref <= position ? 2 : 0;
                 while (*ref <= position && *ref < width)
                     ref += 2;
@@ -171,7 +172,8 @@ inline Fast fast_codes(Frame* frame, Group4Row* row)
             break;
         }
         // Skips to the first transition of the same direction to the right. The copies of the row length
-        // stop this.
+        // stop this. Transitions of one direction are two entries apart, so the mask 0x55 selects every
+        // second lane.
         const Lanes here = lanes_of(position);
         uint32_t right = lanes_above(lanes_load(ref), here) & 0x55;
         while (right == 0) {

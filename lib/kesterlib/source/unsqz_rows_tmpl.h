@@ -121,7 +121,7 @@ inline Fast fast_codes(Frame* frame, RowState* row)
             position += probe.first;
             out[0] = position;
             if (__builtin_expect(position >= row_length, 0)) {
-                window.drop(probe.length - 2u);
+                window.drop(probe.length - 2u); // the row is complete: no second run follows
                 ++out;
                 result = Fast::RowDone;
                 break;
@@ -174,7 +174,8 @@ inline Fast fast_codes(Frame* frame, RowState* row)
             break;
         }
         // Skips to the first transition of the same direction that is less than three pixels to the left of
-        // the position. The copies of the row length stop this.
+        // the position. The copies of the row length stop this. Transitions of one direction are two entries
+        // apart, so the mask 0x55 selects every second lane.
         const Lanes far_left = lanes_of(position - 3);
         uint32_t near = lanes_above(lanes_load(ref + 1), far_left) & 0x55;
         while (near == 0) {

@@ -70,7 +70,8 @@ typedef uint8_t* scale_row_fetch(void* user_data, uint8_t* row_buffer);
 
 /* Builds the process-wide tables for a polarity, if they are not built yet. make_scale_engine calls it. One
  * table has the number of 1 bits of each byte. The other maps the step of a cell, its share of 1 bits from 0
- * to 256, to a grey: min(step, 255), or 255 - min(step, 255) if `invert` is not 0. Existing engines continue with the new polarity.
+ * to 256, to a grey: min(step, 255), or 255 - min(step, 255) if `invert` is not 0. Existing engines continue
+ * with the new polarity.
  *
  * Returns the first table, 256 bytes. */
 KESTERLIB_API const uint8_t* init_countones(int32_t invert);
