@@ -65,8 +65,8 @@ void Click(const QPointer<QWidget>& widget, QPoint point, Qt::KeyboardModifiers 
     }
 }
 
-// Returns the name that assistive technology reads out, in quotation marks. For a combo box, Qt's accessible name is its current
-// entry, so this returns its label.
+// Returns the name that assistive technology reads out, in quotation marks. For a combo box, Qt's accessible
+// name is its current entry, so this returns its label.
 QString QuotedName(QWidget* widget)
 {
     const QAccessibleInterface* object = QAccessible::queryAccessibleInterface(widget);

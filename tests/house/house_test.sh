@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Tests scripts/house.sh. It must find nothing in a small tree that keeps all rules. Then lines are added that
-# break each rule, and lines that only seem to break them. It must find each line that breaks a rule, and nothing
-# else.
+# break each rule, and lines that only seem to break them. It must find each line that breaks a rule, and
+# nothing else.
 set -euo pipefail
 unset GIT_DIR GIT_WORK_TREE GIT_INDEX_FILE # a commit hook sets them
 
