@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # house.sh [DIRECTORY]: checks the rules that need no compiler, in this source tree or in that of DIRECTORY:
-# which folder may include which, names of files and test classes, trailing blanks, file sizes, and paths and
-# hosts that exist on one machine only. Prints one line per finding, FILE:LINE: TEXT, and ends with status 1
-# if there is any.
+# which folder may include which, names of files and test classes, trailing blanks, long lines, file sizes,
+# and paths and hosts that exist on one machine only. Prints one line per finding, FILE:LINE: TEXT, and ends
+# with status 1 if there is any.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -126,9 +126,12 @@ sources_in '\.h$' | tr '\n' '\0' | { xargs -0 -r grep -LE '^#(pragma once|ifndef
   { grep -vE '_tmpl\.h$' || true; } | sed 's/$/:0: has no include guard and no _tmpl in its name/' >>"$found"
 sources_in '_tmpl\.h$' | complain "has an include guard and _tmpl in its name" '^#(pragma once|ifndef [A-Z0-9_]+_H)$'
 
-# --- Blanks, sizes, references ------------------------------------------------------------------------------
+# --- Blanks, lines, sizes, references -----------------------------------------------------------------------
 
 complain "blanks at the end of the line" $'[ \t\r]+$' <"$scratch/texts"
+
+# clang-format wraps code, but not comments.
+complain "longer than 110 columns" '.{111}' <"$scratch/sources"
 
 tr '\n' '\0' <"$scratch/files" | xargs -0 stat -c '%s %n' -- |
   awk '$1 > 1000000 { size = $1; sub(/^[0-9]+ /, ""); print $0 ":0: larger than 1 MB (" size " bytes)" }' >>"$found"

@@ -81,6 +81,8 @@ echo "platform/rows.h:0: has no include guard and no _tmpl in its name" >>"$top/
 offence lib/kesterlib/source/rows_tmpl.h "has an include guard and _tmpl in its name" '#pragma once'
 
 offence app/page.cpp "blanks at the end of the line" 'int x; '
+offence app/page.cpp "longer than 110 columns" "// $(printf '%0108d' 0)"
+fine app/page.cpp "// $(printf '%0107d' 0)"
 
 place="names a path or host of one machine"
 offence docs/notes.md "$place" "pages in /h""ome/anna/pages"
