@@ -169,8 +169,8 @@ Group4Step unccitt4_single_code(Frame* frame, Group4Row* row)
             return Group4Step::Failed;
         *row->out++ = row->position;
         KESTERLIB_TRACE_LINE(3, base.cb, "  vertical %+d: %d\n", offset_of(probe.mode), row->position);
-        // The next code refers to a transition of the other direction. This can be the entry before, except at
-        // the start of the list.
+        // The next code refers to a transition of the other direction. This can be the entry before, except
+        // at the start of the list.
         row->ref += row->ref == base.ref_list + 1 ? 1 : -1;
     }
     if (row->position >= width)
