@@ -1,3 +1,5 @@
+// Opens a page file, reads its header, and sets the fields of Image from it. The decoder of the derived class
+// then reads the rows.
 #include "app/headerimage.h"
 
 #include "app/description.h"

@@ -1,3 +1,5 @@
+// The page view: scroll range and position, the measuring line, the window of the overview, reload and print.
+// The document draws the page.
 #include "app/lumentavw.h"
 
 #include "app/lumentadoc.h"

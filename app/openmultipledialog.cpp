@@ -1,3 +1,4 @@
+// Lists a directory, changes to another one after a double click, and returns the selected files.
 #include "app/openmultipledialog.h"
 
 #include "app/dialogids.h"

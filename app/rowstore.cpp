@@ -1,3 +1,5 @@
+// The functions of the row store. GetRows moves the window to the requested rows, skips the rows of the image
+// before the window, and reads the others into the store.
 #include "app/rowstore.h"
 
 #include "app/lumentadoc.h"

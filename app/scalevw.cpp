@@ -1,3 +1,5 @@
+// Shows the reduced picture while it grows. Each paint requests the next batch of lines with a posted
+// message, until all lines exist or Escape stops the reduction.
 #include "app/scalevw.h"
 
 #include "app/lumentadoc.h"

@@ -1,3 +1,5 @@
+// Places the view and the scroll bars, and keeps the range and the position of both axes. A bar shows a new
+// position when the moved picture is shown.
 #include "platform/qt/panewidget.h"
 
 #include "platform/qt/queue.h"

@@ -1,3 +1,5 @@
+// Moves pixels with a request of X11 that copies an area of a window. The X server reports with events which
+// pixels it could not copy.
 #include "platform/qt/screenmove.h"
 
 #include "platform/qt/display.h"
