@@ -63,7 +63,7 @@ int main(int argc, char** argv)
     auto* const view = frame ? DynamicDowncast<CountingView>(frame->GetActiveView()) : nullptr;
     CLumentaDoc* const document = view ? view->GetPageDocument() : nullptr;
     Require(document != nullptr, "the page cannot be opened");
-    // The first size of a window is not its final size.
+    // A window changes its size after it is first shown. Waits until the size is the same twice.
     CRect client;
     const auto settled = [&] {
         return std::exchange(client, view->GetClientRect()) == view->GetClientRect();

@@ -15,7 +15,7 @@ struct ProcessMemory {
 };
 ProcessMemory ReadProcessMemory(pid_t process); // all 0 if there is no such process
 
-// Call before Qt starts. Selects X if DISPLAY is set, else windows in memory. Returns true for X.
+// Call before Qt starts. Selects the X display if DISPLAY is set, else windows in memory. Returns true for X.
 bool ChooseDisplay();
 bool HasDisplayOf(int width, int height); // whether there is an X display with a screen of that size
 // Call before Qt starts. Puts all windows of this program on one screen of that size, in memory.

@@ -34,7 +34,7 @@ complain()
     sed "s|\$|: $text|" >>"$found"
 }
 
-# --- Qt is used only in platform/qt and in the sources of platform/testing -----------------------------------
+# --- Qt is used only in platform/qt and in the sources of platform/testing ----------------------------------
 
 qt_include='^[[:space:]]*#[[:space:]]*include[[:space:]]*([<"]([^">]*/)?Q([A-Z]|t[A-Z])|<q[a-z]+\.h>)'
 qt_name='\bQt::|^[[:space:]]*(class|struct)[[:space:]]+Q[A-Z][A-Za-z]*[[:space:]]*;'

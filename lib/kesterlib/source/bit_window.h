@@ -45,13 +45,13 @@ struct Window {
     uint32_t used_bits() const { return (0 - valid) & 7; }
 };
 
-// A window on the frame's input, and the limits within which a row loop may work.
+// A window that starts at the frame's next bit, and the limits within which a row loop may work.
 struct Reach {
     Window window;
-    // Largest window.next after a refill. After it, too few bits are left for a code and the frame's own
-    // window, or a load would read outside the allowed memory.
+    // Largest window.next after a refill. If window.next is larger, too few bits are left for a code and the
+    // frame's own window, or a load would read outside the allowed memory.
     const uint8_t* next_limit;
-    // Largest places in the lists at which kLanes + 1 entries can be read or written.
+    // Last entries of ref_list and cur_list from which kLanes + 1 entries can be read or written.
     const int32_t* ref_limit;
     const int32_t* out_limit;
 

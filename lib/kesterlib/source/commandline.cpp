@@ -96,7 +96,7 @@ bool is_separator(int character)
 }
 
 // Reads a line. `next` returns a character, or EOF at the end of the input. Returns false if the input
-// ended before the line or memory is short.
+// ended before the line did, or if memory is short.
 template <typename Source>
 [[nodiscard]] bool split_line(Source&& next, Tokens* tokens)
 {

@@ -115,7 +115,7 @@ KESTERLIB_NODISCARD KESTERLIB_API int32_t createFaxHeader(char* buffer, uint32_t
  *
  * A number out of range is clamped to the range of its field, and a text is cut to the length of its field.
  * In an unsigned field, -1 is 0xffffffff. NumDestinations may be negative, which means none. CreateTime is
- * normalised as local time and gets its weekday, day of the year and daylight flag.
+ * normalised as local time, and its weekday, day of the year and daylight flag are set.
  *
  * Returns the number of bytes read, above 0 and at most 0x7fffffff. If the text has no destinations, this
  * includes the line after the text. After a failure, returns 0 or the number of bytes read as a negative

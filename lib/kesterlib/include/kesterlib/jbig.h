@@ -67,8 +67,8 @@ typedef struct jbig_data {
 
 /* Open a decoder for an image entity.
  *
- *   stream        the input, from its current position to its end; must be able to seek; stays open and the
- *                 caller's
+ *   stream        the input, from its current position to its end; must be able to seek; stays open; the
+ *                 caller closes it
  *   block         the block whose stream is the input; needs the fread, fseek and ftell slots; must live as
  *                 long as the decoder
  *   data, length  the input in memory; must be unchanged as long as the decoder lives

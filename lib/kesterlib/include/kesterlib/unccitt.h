@@ -13,7 +13,7 @@ KESTERLIB_BEGIN
 
 /* Open a frame for a Group 4 stream. The first bit of the stream is the top bit of its first byte.
  *
- *   file           the input, read from its current position; stays open and the caller's
+ *   file           the input, read from its current position; stays open; the caller closes it
  *   cb             the block whose fread slot supplies the input, and whose ferror slot says whether the
  *                  input has failed or ended; must live as long as the frame
  *   base, size     the input in memory; must be unchanged as long as the frame lives

@@ -14,7 +14,7 @@ KESTERLIB_BEGIN
 
 /* Open a frame for a Squeeze stream.
  *
- *   file           the input, read from its current position; stays open and the caller's
+ *   file           the input, read from its current position; stays open; the caller closes it
  *   cb             the block whose fread slot supplies the input, and whose ferror slot says whether the
  *                  input has failed or ended; must live as long as the frame
  *   base, size     the input in memory; must be unchanged as long as the frame lives
@@ -43,8 +43,8 @@ KESTERLIB_NODISCARD KESTERLIB_API UNCOMP* Unsqz_Open_MMapped(const uint8_t* base
  *   stride  bytes from one row to the next. A raw row is copied whole: every row start needs row_bytes
  *           writable bytes after it, even if stride is smaller. A coded row writes at most stride bytes
  *
- * A row is packed: 1 bit per pixel, the leftmost in the top bit, 1 for the code's black. Bits after the
- * width are 0 in a coded row. In a raw row they are unchanged from the stream.
+ * A row is packed: 1 bit per pixel, the leftmost in the top bit. A 1 is black. Bits after the width are 0
+ * in a coded row. In a raw row they are those of the stream.
  *
  * Returns the number of rows delivered: rows, or fewer if the stream is damaged or at its end. Those rows
  * stay in buffer. If the stream was cut off, the last of them may be painted from filler. After fewer rows
