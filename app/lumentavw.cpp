@@ -341,6 +341,7 @@ void CLumentaView::OnScaledPage()
     CCreateContext context;
     context.m_pNewViewClass = &CScaleView::classRecord;
     context.m_pCurrentDoc = document;
+    context.m_pLastView = this;
     const CString title = OverviewTitle(document ? document->GetTitle() : CString{"Untitled"}, plan.scale);
     // If Create fails, it has deleted the frame.
     if (!frame->Create(title, WS_OVERLAPPEDWINDOW, {}, &context))

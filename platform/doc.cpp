@@ -103,7 +103,7 @@ CDocument* CSingleDocTemplate::OpenDocumentFile(const CString* path)
     if (!m_document) {
         m_document = static_cast<CDocument*>(m_documentClass.CreateObject());
         frame = static_cast<CFrameWnd*>(m_frameClass.CreateObject());
-        CCreateContext context{&m_viewClass, m_document};
+        CCreateContext context{&m_viewClass, m_document, nullptr};
         if (!frame->LoadFrame(m_resource, WS_OVERLAPPEDWINDOW | FWS_ADDTOTITLE, &context)) {
             delete m_document;
             m_document = nullptr;

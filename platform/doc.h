@@ -60,6 +60,7 @@ class CCreateContext
 public:
     const CRuntimeClass* m_pNewViewClass = nullptr;
     CDocument* m_pCurrentDoc = nullptr;
+    CView* m_pLastView = nullptr; // the view from which the window is opened, or null
 };
 
 // Manages the document and its main frame. There is one document object, which opens one file after the

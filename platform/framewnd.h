@@ -8,6 +8,9 @@
 enum FrameStyle : uint32_t {
     WS_OVERLAPPEDWINDOW = 0x00cf0000,
     FWS_ADDTOTITLE = 0x00008000, // the window's title contains the document's title
+    WS_CHILD = 0x40000000,
+    WS_VISIBLE = 0x10000000,
+    CBRS_BOTTOM = 0x8000,
 };
 
 constexpr size_t kTitleBytes = 255; // largest length of a title
@@ -42,8 +45,8 @@ public:
     // Shows the current title of the document.
     virtual void OnUpdateFrameTitle(bool add_to_title);
 
-    [[nodiscard]] CWnd*
-    GetDescendantWindow(UINT id) const; // the view; null for any number but AFX_IDW_PANE_FIRST
+    // Returns the view; null for any number but AFX_IDW_PANE_FIRST.
+    [[nodiscard]] CWnd* GetDescendantWindow(UINT id) const;
     // Places the upper left corner of the frame, and resizes the frame so that its client area has at least
     // the size `client`. Call it before the frame is shown. The client area is a pixel larger if the screen's
     // device pixel ratio does not allow the exact size, and never larger than all screens together. The frame

@@ -1,6 +1,7 @@
 // The status bar of a frame: a message pane, and panes of fixed width. The frame sets the texts.
 #pragma once
 
+#include "platform/framewnd.h"
 #include "platform/resources.h"
 #include "platform/wnd.h"
 
@@ -15,8 +16,9 @@ public:
     CStatusBar();
     ~CStatusBar() override;
 
-    // Makes the bar in a frame. Returns false if `parent` has no window.
-    [[nodiscard]] bool Create(CFrameWnd* parent);
+    // Makes the bar in a frame. style and id have no effect. Returns false if `parent` has no window.
+    [[nodiscard]] bool Create(CFrameWnd* parent, uint32_t style = WS_CHILD | WS_VISIBLE | CBRS_BOTTOM,
+                              UINT id = 59393);
     // Makes one pane for each number. ID_SEPARATOR is the message pane, which takes the free width. The
     // others are as wide as their string resource. Returns false if the bar has no window.
     [[nodiscard]] bool SetIndicators(std::span<const UINT> ids);

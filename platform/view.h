@@ -59,8 +59,8 @@ public:
     // The steps of a print, in this order. If OnPreparePrinting returns false, nothing is printed. OnPrint is
     // called once for each page.
     virtual bool OnPreparePrinting(CPrintInfo* info);
-    [[nodiscard]] bool
-    DoPreparePrinting(CPrintInfo* info); // shows the print dialog; false if the user cancelled
+    // Shows the print dialog. Returns false if the user cancelled.
+    [[nodiscard]] bool DoPreparePrinting(CPrintInfo* info);
     virtual void OnBeginPrinting(CDC* dc, CPrintInfo* info);
     virtual void OnPrint(CDC* dc, CPrintInfo* info); // calls OnDraw
     virtual void OnEndPrinting(CDC* dc, CPrintInfo* info);

@@ -79,8 +79,8 @@ private:
     void PlaceColumns();
     void SelectionChanged();
     [[nodiscard]] QModelIndex Directory() const { return m_parts.model->index(m_parts.model->rootPath()); }
-    [[nodiscard]] QString
-    Named() const; // full path of the existing file or directory named in the name field, or empty
+    // Returns the full path of the existing file or directory named in the name field, or an empty text.
+    [[nodiscard]] QString Named() const;
     [[nodiscard]] bool AcceptWanted(); // false if Qt must decide
 
     CFileDialog* m_owner;

@@ -71,7 +71,7 @@ void ShowPane(StatusPeer::Pane& pane)
 }
 } // namespace
 
-bool CStatusBar::Create(CFrameWnd* parent)
+bool CStatusBar::Create(CFrameWnd* parent, uint32_t, UINT)
 {
     FrameWidget* frame = FrameOf(parent);
     if (!frame)

@@ -209,7 +209,7 @@ TestFrame* WindowTest::MakeFurtherFrame(const char* name)
 {
     auto* further = new TestFrame;
     further->name = name;
-    CCreateContext context{&TestView::classRecord, frame->GetActiveDocument()};
+    CCreateContext context{&TestView::classRecord, frame->GetActiveDocument(), nullptr};
     EXPECT_TRUE(further->Create(name, WS_OVERLAPPEDWINDOW, {10, 10, 310, 260}, &context));
     further->View()->name = std::string(" ") + name;
     further->ActivateFrame();

@@ -449,7 +449,7 @@ TEST_F(WindowTest, AFrameMayRefuseItsCreation)
         int OnCreate(const CREATESTRUCT& cs) override { return TestFrame::OnCreate(cs) == 0 ? -1 : 0; }
     };
     const int before = g_alive;
-    CCreateContext context{&TestView::classRecord, frame->GetActiveDocument()};
+    CCreateContext context{&TestView::classRecord, frame->GetActiveDocument(), nullptr};
     EXPECT_FALSE((new Refusing)->Create("x", 0, {}, &context)); // deletes the frame and its view
     EXPECT_FALSE((new Failing)->Create("x", 0, {}, &context));
     EXPECT_EQ(g_alive, before);
