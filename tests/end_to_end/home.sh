@@ -10,7 +10,8 @@ everything()
   find "$HOME" "$XDG_CONFIG_HOME" "$XDG_RUNTIME_DIR" "$TMPDIR" -mindepth 1 -not -path '*/.cache' \
     -not -path '*/.cache/fontconfig*' | sort
 }
-temporary_files() { find "$TMPDIR" /var/tmp /tmp -maxdepth 1 -name 'SQZ*' 2>/dev/null | sort; }
+# find fails if a file of another program vanishes while it reads a directory.
+temporary_files() { { find "$TMPDIR" /var/tmp /tmp -maxdepth 1 -name 'SQZ*' 2>/dev/null || true; } | sort; }
 # A temporary file of another program may be seen for a moment, before its name is removed.
 no_temporary_files() { [[ -z $(comm -13 <(echo "$before") <(temporary_files)) ]]; }
 has_temporary_file() { grep -qE " $1/SQZ[^/]* \(deleted\)\$" "/proc/$program_pid/maps"; }
