@@ -5,7 +5,7 @@
 
 #include <QHelpEvent>
 #include <QPainter>
-#include <QStyleOptionFrame>
+#include <QStyle>
 #include <QToolTip>
 #include <algorithm>
 #include <cmath>

@@ -11,7 +11,6 @@
 #include "platform/wnd.h"
 
 #include <QApplication>
-#include <QCloseEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QWheelEvent>

@@ -6,7 +6,6 @@
 #include "platform/qt/qt_wnd.h"
 
 #include <QPointer>
-#include <functional>
 
 class DialogPeer final : public WindowPeer
 {

@@ -4,7 +4,6 @@
 #include "tests/app/window_fixture.h"
 #include "tests/support/recorder.h"
 
-#include <filesystem>
 #include <map>
 
 namespace

@@ -1,8 +1,6 @@
 // Builds the bytes of a TIFF file: the header, the directory, the values of long tags, then the strips.
 #include "tests/support/hostile_tiff.h"
 
-#include <algorithm>
-
 namespace
 {
 std::vector<std::string> PlainStrips(uint32_t width, uint32_t height, uint32_t rows_per_strip)

@@ -9,7 +9,6 @@
 #include "trace.h"
 
 #include <cstdint>
-#include <cstring>
 
 namespace kesterlib
 {
