@@ -7,17 +7,8 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 full_screen() { xprop -id "$window" _NET_WM_STATE | grep -q FULLSCREEN; }
 no_full_screen() { ! full_screen; }
 overview_open() { visible 'Plate 7  .1/8.'; }
-
-# quit_by_key: ends the program. Its exit status must be 0 and its standard error stream empty.
-quit_by_key()
-{
-  local status=0
-  xdotool key ctrl+q
-  await "Ctrl+Q does not end the program" process_gone "$program_pid"
-  wait "$program_pid" || status=$?
-  equal "exit status" 0 "$status"
-  equal "standard error stream" "" "$(<"$scratch/program.err")"
-}
+fill_screen() { xdotool key F11 && await "F11 does not fill the screen" full_screen; }
+quit_by_key() { xdotool key ctrl+q && program_ends Ctrl+Q; }
 
 for seed in 1 2 3; do
   noise_page "$scratch/$seed.tif" 3001 4003 --seed "$seed"
@@ -53,8 +44,7 @@ await "a page moved back is still reported" same_status_bar "$quiet"
 # The full screen has no menu, but the keys work as before. Both keys back keep the visible part.
 normal=("$view_x" "$view_y" "$view_width" "$view_height")
 for way_back in F11 Escape; do
-  xdotool key F11
-  await "F11 does not fill the screen" full_screen
+  fill_screen
   await "the window does not fill the screen" frame_is "0 0 1280 960"
   xdotool key --delay 1 ctrl+Home Home
   find_view "$page"
@@ -81,8 +71,7 @@ for from in itself main; do
 done
 
 # If the program ends in full screen, it stores the window as it was before.
-xdotool key F11
-await "F11 does not fill the screen" full_screen
+fill_screen
 quit_by_key
 want "the place is not stored" setting "MainFrame=$place"
 want "the state is not stored" setting "Maximize%20MainFrame=0"
@@ -91,13 +80,11 @@ open_page "$page" "Plate 7"
 await "the place is not restored" frame_is "$place"
 toggle_maximized
 await "the window is not maximized" maximized
-xdotool key F11
-await "F11 does not fill the screen" full_screen
+fill_screen
 xdotool key Escape
 await "Escape does not end the full screen" no_full_screen
 await "the window is no longer maximized" maximized
-xdotool key F11
-await "F11 does not fill the screen" full_screen
+fill_screen
 quit_by_key
 want "the place is not stored" setting "MainFrame=$place"
 want "the state is not stored" setting "Maximize%20MainFrame=1"

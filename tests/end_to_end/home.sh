@@ -56,10 +56,7 @@ while read -r signal file keys dialog_title; do
   [[ $keys == - ]] || xdotool key "$keys"
   [[ -z $dialog_title ]] || dialog_named "$dialog_title"
   kill -"$signal" "$program_pid"
-  await "SIG$signal does not end the program ($file, $keys)" process_gone "$program_pid"
-  status=0
-  wait "$program_pid" || status=$?
-  equal "status after SIG$signal ($file, $keys)" 0 "$status"
+  program_ends "SIG$signal ($file, $keys)"
   want "SIG$signal does not store the window's place ($file, $keys)" grep -q '^MainFrame=' "$settings_file"
   want "SIG$signal does not store the settings ($file, $keys)" setting "Mark%20Viewed=0"
   equal "files after SIG$signal ($file, $keys)" "$ours" "$(everything)"

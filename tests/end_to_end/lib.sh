@@ -106,19 +106,21 @@ menus_closed()
 
 window_gone() { ! xwininfo -id "$1" >/dev/null 2>&1 || ! xwininfo -id "$1" | grep -q IsViewable; }
 
-# quit_program: ends the program by its menu. Its exit status must be 0, and its standard error stream must be
-# empty, except for lines that contain $tolerated.
+# program_ends CAUSE: waits until the program has ended. Its exit status must be 0, and its standard error
+# stream must be empty, except for lines that contain $tolerated.
 tolerated=
-quit_program()
+program_ends()
 {
   local status=0
-  xdotool key alt+f x
-  await "Exit does not end the program" process_gone "$program_pid"
+  await "$1 does not end the program" process_gone "$program_pid"
   wait "$program_pid" || status=$?
-  equal "exit status" 0 "$status"
-  equal "standard error stream" "" \
+  equal "exit status after $1" 0 "$status"
+  equal "standard error stream after $1" "" \
     "$(awk -v words="$tolerated" 'words == "" || index($0, words) == 0' "$scratch/program.err")"
 }
+
+# quit_program: ends the program by its menu.
+quit_program() { xdotool key alt+f x && program_ends Exit; }
 
 setting() { [[ -f $settings_file ]] && grep -qxF -e "$1" "$settings_file"; }
 
