@@ -22,7 +22,7 @@ constexpr KeyAction kActions[] = {
     {"back and forward buttons", "previous and next page of the list"},
     {"wheel", "48 screen pixels per notch; with Shift sideways"},
     {"left button in the overview", "brings that place to the middle of the window"},
-    {"left button, drag in a whole overview", "keeps moving the page"},
+    {"left button, drag in an overview that fits its window", "keeps moving the page"},
     {"files dropped on a window",
      "opens the first and adds the others to the list of pages; local files only"},
 };

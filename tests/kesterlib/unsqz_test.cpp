@@ -108,6 +108,7 @@ TEST(Unsqz, DecodesTheLimitsOfARow)
          3,
          "0 0011101" + zeros(11) + "0010 0001, 01, 0 0010000 11" + zeros(200) + "1111",
          {{0}, {0}, {0xFF}}},
+        {"the 21st group counts as much as the 20th", 8, 1, "0 0011101" + zeros(20) + "0011", {Bytes(8)}},
         {"the filler ends a number", 1, 2, "0 0011101", {{0}}, "eof code not zero"},
         {"the filler never ends a number", 1, 2, "0 0010000 11 0000 00", {{0xFF}}, "eof code not zero"},
         {"left of the row", 1, 2, "0 0010000 00 1, 0 010", {{0x80}}, kRuns},
