@@ -6,7 +6,6 @@
 #include "promise.h"
 #include "qdecoder.h"
 #include "tests/support/jbig_reference.h"
-#include "tests/support/seek_block.h"
 
 #include <algorithm>
 #include <string>
@@ -15,9 +14,9 @@
 namespace
 {
 using Bytes = std::vector<uint8_t>;
-using test_support::JbigInput;
+using test_support::InputBlock;
 using test_support::JbigReference;
-using test_support::SeekBlock;
+using test_support::TestInput;
 
 struct Decoded {
     Bytes rows;
@@ -28,18 +27,18 @@ struct Decoded {
 
 constexpr size_t kHow = 5;
 
-Decoded Decode(kesterlib::JbigRowLoop* loop, const JbigInput& input, const uint8_t* how)
+Decoded Decode(kesterlib::JbigRowLoop* loop, const TestInput& input, const uint8_t* how)
 {
     // 0 rows: the page may have any width and height, and no row is decoded.
     const int32_t rows = how[2] == 0 ? 0 : 1 + how[0] % 64;
     const int32_t per_call = 1 + how[1] % 8;
     Decoded decoded;
-    SeekBlock block(input);
+    InputBlock block(input);
     const Bytes exact(input.bytes);
     jbig_data* const dat =
         input.mapped ? Jbig_Open_Input_MMapped(exact.data(), exact.size()) : Jbig_Open_Input_Callback(block);
     if (dat) {
-        SeekBlock::Silence(dat->block);
+        InputBlock::Silence(dat->block);
         reinterpret_cast<kesterlib::Decoder*>(dat)->row_loop = loop;
         const auto row_bytes = static_cast<std::ptrdiff_t>(dat->row_bytes);
         const std::ptrdiff_t pitch = row_bytes + how[4] % 16;
@@ -60,13 +59,13 @@ Decoded Decode(kesterlib::JbigRowLoop* loop, const JbigInput& input, const uint8
         Jbig_Close_Input(dat);
     }
     block.Dispose();
-    decoded.messages = block.messages; // including those about memory leaks
+    decoded.messages = InputBlock::TakeMessages(); // including those about memory leaks
     decoded.reads = block.reads;
-    Promise(block.exits == 0); // no broken invariant
+    Promise(InputBlock::TakeExits().empty()); // no broken invariant
     return decoded;
 }
 
-Decoded Foretell(const JbigInput& input, const uint8_t* how)
+Decoded Foretell(const TestInput& input, const uint8_t* how)
 {
     const int32_t rows = 1 + how[0] % 64;
     Decoded decoded;
@@ -85,7 +84,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (size < kHow)
         return 0;
     const uint8_t* const how = data + size - kHow;
-    JbigInput input;
+    TestInput input;
     input.bytes.assign(data, data + size - kHow);
     const bool any_sides = how[2] == 0;
     if (input.bytes.size() >= READ_BIH_BYTES) {

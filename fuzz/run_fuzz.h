@@ -8,7 +8,7 @@
 
 #include "promise.h"
 #include "run_frame.h"
-#include "tests/support/chunk_block.h"
+#include "tests/support/test_block.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -41,8 +41,8 @@ inline Decoded Decode(const Codec& codec, RowLoop* loop, std::span<const uint8_t
     const int32_t rows = 1 + how[1] % 64;
     const int32_t stride = row_bytes + how[4] % 16;
     Decoded decoded;
-    test_support::ChunkBlock block;
-    block.SetInput(stream, how[3] == 0 ? SIZE_MAX : size_t{how[3]} * 2);
+    test_support::InputBlock block({.bytes = {stream.begin(), stream.end()},
+                                    .most_a_read = how[3] == 0 ? SIZE_MAX : size_t{how[3]} * 2});
     UNCOMP* const frame = how[3] % 4 == 3
                               ? codec.open_mapped(stream.data(), stream.size(), width, row_bytes, nullptr)
                               : codec.open(block, width, row_bytes, nullptr);
@@ -65,7 +65,8 @@ inline Decoded Decode(const Codec& codec, RowLoop* loop, std::span<const uint8_t
         decoded.error = Uncomp_Error_String(frame);
     Uncomp_Free(frame);
     block.Dispose();
-    Promise(block.messages.empty() && block.exits == 0); // no memory leak, and no broken invariant
+    Promise(block.TakeMessages().empty() &&
+            block.TakeExits().empty()); // no memory leak, and no broken invariant
     return decoded;
 }
 

@@ -1,8 +1,8 @@
 // Compares the writer and the reader of the page header with each other, also on damaged headers, in memory
 // and over a callback block.
 #include "faxhdr_lines.h"
-#include "tests/kesterlib/recorded_block.h"
 #include "tests/support/short_malloc.h"
+#include "tests/support/test_block.h"
 
 #include <gtest/gtest.h>
 
@@ -18,6 +18,7 @@ using namespace kesterlib;
 
 namespace
 {
+using test_support::RecordedBlock;
 // Every field has a different value. The time is a Thursday.
 // clang-format off
 constexpr FAXHeader kSample = {

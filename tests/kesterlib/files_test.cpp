@@ -1,7 +1,7 @@
 // Bytes and numbers to and from a file, on a stream and on a callback block.
 #include "kesterlib/files.h"
 
-#include "tests/kesterlib/recorded_block.h"
+#include "tests/support/test_block.h"
 
 #include <gtest/gtest.h>
 
@@ -11,6 +11,7 @@
 
 namespace
 {
+using test_support::RecordedBlock;
 FILE* FileWith(const std::string& content)
 {
     FILE* file = tmpfile();

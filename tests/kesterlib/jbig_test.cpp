@@ -8,7 +8,6 @@
 #include "tests/support/jbig_reference.h"
 #include "tests/support/jbigkit.h"
 #include "tests/support/random_page.h"
-#include "tests/support/seek_block.h"
 #include "tests/support/short_malloc.h"
 
 #include <gtest/gtest.h>
@@ -24,10 +23,10 @@ namespace
 {
 using Bytes = std::vector<uint8_t>;
 using pages::Bitmap;
-using test_support::JbigInput;
+using test_support::InputBlock;
 using test_support::JbigReference;
 using test_support::RandomPage;
-using test_support::SeekBlock;
+using test_support::TestInput;
 
 enum class From { Memory, Block, Stream };
 struct Variant {
@@ -42,7 +41,7 @@ constexpr Variant kVariants[] = {
     {"stream", From::Stream, false, 5, 9},
 };
 
-JbigInput On(const Variant& variant, JbigInput input)
+TestInput On(const Variant& variant, TestInput input)
 {
     input.mapped = variant.from == From::Memory;
     if (input.mapped) {
@@ -59,7 +58,7 @@ bool Discards(int call)
     return call % 3 == 2;
 }
 
-JbigReference Foretell(const Variant& variant, const JbigInput& input, int rows, Bytes* want)
+JbigReference Foretell(const Variant& variant, const TestInput& input, int rows, Bytes* want)
 {
     JbigReference reference(input);
     for (int done = 0, call = 0; reference.is_open && done < rows; ++call) {
@@ -91,11 +90,11 @@ void ExpectSameState(const jbig_data* dat, const JbigReference& want)
 }
 
 // Decodes in one variant, each call into memory of exactly its size, and compares with the reference.
-void ExpectAsReference(const Variant& variant, const JbigInput& input, int rows)
+void ExpectAsReference(const Variant& variant, const TestInput& input, int rows)
 {
     Bytes want_rows;
     const JbigReference want = Foretell(variant, input, rows, &want_rows);
-    SeekBlock block(input);
+    InputBlock block(input);
     const std::unique_ptr<FILE, int (*)(FILE*)> file(std::tmpfile(), fclose);
     Bytes exact = input.bytes; // so that a read after the end is detected
     exact.shrink_to_fit();
@@ -109,9 +108,9 @@ void ExpectAsReference(const Variant& variant, const JbigInput& input, int rows)
         fseek(file.get(), static_cast<long>(input.start), SEEK_SET);
         dat = Jbig_Open_Input(file.get());
     }
-    ASSERT_EQ(dat != nullptr, want.is_open) << block.messages;
+    ASSERT_EQ(dat != nullptr, want.is_open) << block.TakeMessages();
     if (dat) {
-        SeekBlock::Silence(dat->block);
+        InputBlock::Silence(dat->block);
         if (variant.plain)
             reinterpret_cast<kesterlib::Decoder*>(dat)->row_loop = kesterlib::jbig_rows_plain;
         const size_t row_bytes = (want.width + size_t{7}) / 8;
@@ -143,14 +142,14 @@ void ExpectAsReference(const Variant& variant, const JbigInput& input, int rows)
         EXPECT_EQ(Jbig_Close_Input(dat), 1);
     }
     block.Dispose();
-    EXPECT_EQ(block.messages, want.messages); // with those about memory that was not released
-    EXPECT_EQ(block.exits, 0);
+    EXPECT_EQ(block.TakeMessages(), want.messages); // with those about memory that was not released
+    EXPECT_EQ(block.TakeExits(), std::vector<int>{});
     if (variant.from == From::Block) {
         EXPECT_EQ(block.reads, want.reads);
     }
 }
 
-void ExpectAsReference(const JbigInput& input, int rows)
+void ExpectAsReference(const TestInput& input, int rows)
 {
     const bool breaks_off = input.most_a_read != SIZE_MAX || input.most_in_all != SIZE_MAX;
     for (const Variant& variant : kVariants) {
@@ -192,9 +191,9 @@ Bytes Header(uint32_t width, uint32_t stripe_lines)
     return header;
 }
 
-JbigInput Behind(size_t start, const Bytes& stream)
+TestInput Behind(size_t start, const Bytes& stream)
 {
-    JbigInput input;
+    TestInput input;
     input.bytes.assign(start, 0x41);
     input.bytes.insert(input.bytes.end(), stream.begin(), stream.end());
     input.start = start;
@@ -310,7 +309,7 @@ TEST(Jbig, AgreesWithTheReferenceOnRandomBytes)
         if (random() % 4 == 0)
             stream.push_back(0xFF);
         stream.insert(stream.end(), {0xFF, static_cast<uint8_t>(2 + random() % 2)});
-        JbigInput input = Behind(random() % 9, stream);
+        TestInput input = Behind(random() % 9, stream);
         const int rows = static_cast<int>(2 + random() % (n % 8 == 0 ? 150 : 60));
         SCOPED_TRACE(testing::Message() << "stream " << n << ", " << width << " wide, L0 " << stripe_lines);
         ExpectAsReference(input, rows);
@@ -328,10 +327,10 @@ TEST(Jbig, AgreesWithTheReferenceOnRandomBytes)
 TEST(Jbig, AnUnknownReadErrorNeedsNoMemory)
 {
     const Bitmap page(8, 300);
-    JbigInput input{EncodeOwn(page, 300, pages::StripeEnd::KeepContexts)};
+    TestInput input{EncodeOwn(page, 300, pages::StripeEnd::KeepContexts)};
     input.most_in_all = 20;
     input.error = 100'000;
-    SeekBlock block(input);
+    InputBlock block(input);
     jbig_data* const dat = Jbig_Open_Input_Callback(block);
     ASSERT_NE(dat, nullptr);
     block.allocations_left = 0;
@@ -383,8 +382,7 @@ TEST(Jbig, ReportsEveryFaultOfAHeader)
     for (const uint32_t rows : {(256u << 20) / 1024 - 2, (256u << 20) / 1024 - 1}) {
         Bytes stream = Header((1024 - 2) * 8, rows);
         stream.insert(stream.end(), {0xFF, 0x02});
-        const JbigInput input = Behind(0, stream);
-        SeekBlock block(input);
+        InputBlock block(Behind(0, stream));
         jbig_data* const dat = Jbig_Open_Input_Callback(block);
         EXPECT_EQ(dat != nullptr, rows == (256u << 20) / 1024 - 2);
         if (!dat) {
@@ -401,15 +399,14 @@ TEST(Jbig, OpensOnlyWithMemoryAndASeekableStream)
 {
     std::mt19937 random(5);
     const Bitmap page = RandomPage(random, 20000, 4);
-    const JbigInput input = Behind(30, EncodeOwn(page, 128, pages::StripeEnd::KeepContexts));
+    const TestInput input = Behind(30, EncodeOwn(page, 128, pages::StripeEnd::KeepContexts));
     int needed = -1;
     for (jbig_data* dat = nullptr; !dat;) {
-        SeekBlock block(input);
+        InputBlock block(input);
         set_callback_debug_memory(block, 0); // tracking would allocate too
         block.allocations_left = ++needed;
         dat = Jbig_Open_Input_Callback(block);
-        callback_block* const counts = block;
-        EXPECT_EQ(counts->allocation_count - counts->deallocation_count, dat ? 4u : 1u) << needed;
+        EXPECT_EQ(block->allocation_count - block->deallocation_count, dat ? 4u : 1u) << needed;
         if (!dat)
             continue;
         // The rows, the input buffer, the contexts and the record. Decoding allocates nothing.
@@ -418,18 +415,18 @@ TEST(Jbig, OpensOnlyWithMemoryAndASeekableStream)
         EXPECT_EQ(Jbig_Decode(dat, 4, rows.data(), 2500), 4);
         EXPECT_EQ(rows, page.rows);
         Jbig_Close_Input(dat);
-        EXPECT_EQ(counts->allocation_count, 4u);
+        EXPECT_EQ(block->allocation_count, 4u);
     }
     EXPECT_EQ(needed, 4);
 
     for (const int seeks : {0, 1}) {
-        SeekBlock block(input);
+        InputBlock block(input);
         block.seeks_left = seeks;
         EXPECT_EQ(Jbig_Open_Input_Callback(block), nullptr);
-        EXPECT_NE(block.messages.find(seeks == 0 ? "seeking EOF -2" : "Seek failed"), std::string::npos);
-        block.messages.clear();
+        EXPECT_NE(block.TakeMessages().find(seeks == 0 ? "seeking EOF -2" : "Seek failed"),
+                  std::string::npos);
         block.Dispose();
-        EXPECT_EQ(block.messages, "") << "memory was not released";
+        EXPECT_EQ(block.TakeMessages(), "") << "memory was not released";
     }
 }
 
@@ -492,13 +489,11 @@ TEST(Jbig, CallsTheErrorSlotWithinALargeStripe)
             SCOPED_TRACE(testing::Message() << width << " wide, " << end);
             Bytes stream = Header(width, kStripeRows);
             stream.insert(stream.end(), {0xFF, 0x02});
-            const JbigInput input = Behind(0, stream);
-            SeekBlock block(input);
-            static_cast<callback_block*>(block)->file = stdin; // without a stream the slot is not called
+            InputBlock block(Behind(0, stream));
+            block->file = stdin; // without a stream the slot is not called
             asked = 0;
             ends_at = end;
-            block.Set(CALLBACK_FERROR, reinterpret_cast<callback_slot_value>(
-                                           +[](FILE*) -> int { return ++asked == ends_at; }));
+            block->ferror = [](FILE*) -> int { return ++asked == ends_at; };
             jbig_data* const dat = Jbig_Open_Input_Callback(block);
             ASSERT_NE(dat, nullptr);
             const bool large = width > 640;
@@ -506,7 +501,7 @@ TEST(Jbig, CallsTheErrorSlotWithinALargeStripe)
             EXPECT_EQ(Jbig_Decode_Discard(dat, 2 * kStripeRows), ends ? 0 : 2 * kStripeRows);
             EXPECT_EQ(asked, !large ? 0 : ends ? end : 6); // 65536 x 100 pixels are more than 3 x 2^21
             EXPECT_STREQ(Jbig_Error_String(dat), ends ? "Error reading file" : nullptr);
-            EXPECT_EQ(block.messages, "");
+            EXPECT_EQ(block.TakeMessages(), "");
             EXPECT_EQ(Jbig_Decode_Discard(dat, 1), ends ? 0 : 1);
             Jbig_Close_Input(dat);
         }
@@ -517,15 +512,13 @@ TEST(Jbig, AReadOfMoreBytesThanRequestedIsTheEndOfTheInput)
     Bytes stream = Header(64, 8);
     stream.resize(400, 0x55);
     stream.insert(stream.end(), {0xFF, 0x02});
-    const JbigInput input = Behind(0, stream);
-    SeekBlock block(input);
+    InputBlock block(Behind(0, stream));
     jbig_data* const dat = Jbig_Open_Input_Callback(block);
     ASSERT_NE(dat, nullptr);
-    block.Set(CALLBACK_FREAD, reinterpret_cast<callback_slot_value>(
-                                  +[](void*, size_t, size_t count, FILE*) -> size_t { return count + 1; }));
+    block->fread = [](void*, size_t, size_t count, FILE*) { return count + 1; };
     uint8_t row[8];
     EXPECT_EQ(Jbig_Decode(dat, 1, row, 8), 0);
-    EXPECT_NE(block.messages.find("Ran out of JBIG data"), std::string::npos);
+    EXPECT_NE(block.TakeMessages().find("Ran out of JBIG data"), std::string::npos);
     Jbig_Close_Input(dat);
 }
 } // namespace

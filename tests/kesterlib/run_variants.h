@@ -3,7 +3,7 @@
 #pragma once
 
 #include "run_frame.h"
-#include "tests/support/chunk_block.h"
+#include "tests/support/test_block.h"
 
 #include <gtest/gtest.h>
 
@@ -51,10 +51,9 @@ inline void ExpectInEveryVariant(const RunCodec& codec, std::span<const uint8_t>
     };
     for (const auto& variant : variants) {
         SCOPED_TRACE(variant.name);
-        test_support::ChunkBlock block;
-        block.SetInput(stream, variant.chunk);
         // Input and rows have memory of exactly their size, so that a step outside is detected.
         const std::vector<uint8_t> exact(stream.begin(), stream.end());
+        test_support::InputBlock block({.bytes = exact, .most_a_read = variant.chunk});
         UNCOMP* const frame = variant.chunk == 0 ? codec.open_mapped(exact.data(), exact.size(), page.width,
                                                                      page.row_bytes, page.above)
                                                  : codec.open(block, page.width, page.row_bytes, page.above);
@@ -90,6 +89,6 @@ inline void ExpectInEveryVariant(const RunCodec& codec, std::span<const uint8_t>
                 << "reason " << reason;
         Uncomp_Free(frame);
         block.Dispose();
-        EXPECT_EQ(block.messages, "") << "memory was not released";
+        EXPECT_EQ(block.TakeMessages(), "") << "memory was not released";
     }
 }

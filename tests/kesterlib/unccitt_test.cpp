@@ -25,8 +25,8 @@ extern Unccitt4RowLoop unccitt4_rows_words; // plain_lanes_group4.cpp
 namespace
 {
 using Bytes = std::vector<uint8_t>;
-using test_support::ChunkBlock;
 using test_support::FromBits;
+using test_support::InputBlock;
 using test_support::RandomPage;
 
 // ---- A decoder bit by bit ------------------------------------------------------------------------------
@@ -268,7 +268,7 @@ TEST(Unccitt, DecodesBelowAGivenRowAndReportsAReadError)
     Uncomp_Free(frame);
     fclose(file);
 
-    ChunkBlock block;
+    InputBlock block;
     block.read_error = true;
     frame = Unccitt4_Open_Callback(block, 8, 1, nullptr);
     EXPECT_LT(Unccitt4_Decode(frame, 4, rows, 1), 4);

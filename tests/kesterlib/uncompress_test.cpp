@@ -3,7 +3,7 @@
 
 #include "run_frame.h"
 
-#include "tests/support/chunk_block.h"
+#include "tests/support/test_block.h"
 
 #include <gtest/gtest.h>
 
@@ -14,11 +14,12 @@ namespace
 {
 using Bytes = std::vector<uint8_t>;
 using List = std::vector<int32_t>;
-using test_support::ChunkBlock;
+using test_support::InputBlock;
+using test_support::RecordedBlock;
 
 TEST(Getruns, AgreesWithASearchPixelByPixel)
 {
-    const ChunkBlock block;
+    const RecordedBlock block;
     std::mt19937 random(1);
     for (int n = 0; n < 400; ++n) {
         const int width = n < 140 ? n : static_cast<int>(random() % 2000);
@@ -44,15 +45,13 @@ TEST(Getruns, AgreesWithASearchPixelByPixel)
             << n;
         ASSERT_EQ(list, want) << n;
     }
-    EXPECT_EQ(block.messages, "");
+    EXPECT_EQ(block.TakeMessages(), "");
 
     const Bytes chequered(4, 0xAA);
     List list(20, -7);
     kesterlib::getruns(block, chequered.data(), 32, list.data(), list.data() + 10);
-    EXPECT_NE(block.messages.find(
-                  "Assertion rout<endruns failed;\nnumber of runs must not overrun buffer allocated"),
-              std::string::npos)
-        << block.messages;
+    EXPECT_EQ(block.TakeMessages(), "Assertion rout<endruns failed;\nnumber of runs must not overrun buffer "
+                                    "allocated\nAt line N in file getruns");
     EXPECT_EQ(List(list.begin() + 10, list.end()), List(10, -7));
 }
 
@@ -62,8 +61,7 @@ TEST(Frame, CountsTheBytesBeforeItsBufferForEveryInput)
     constexpr int kRows = 8 * 1100;
     std::vector<uint8_t> rows(kRows);
     for (const size_t most_a_read : {size_t{0}, size_t{7}, SIZE_MAX}) { // 0: in memory
-        ChunkBlock block;
-        block.SetInput(stream, most_a_read);
+        InputBlock block({.bytes = stream, .most_a_read = most_a_read});
         UNCOMP* const frame = most_a_read == 0
                                   ? Unccitt4_Open_MMapped(stream.data(), stream.size(), 8, 1, nullptr)
                                   : Unccitt4_Open_Callback(block, 8, 1, nullptr);
@@ -76,13 +74,11 @@ TEST(Frame, CountsTheBytesBeforeItsBufferForEveryInput)
 
 TEST(PaintRow, ReportsAListWithoutItsEnd)
 {
-    const ChunkBlock block;
+    const RecordedBlock block;
     const List open_end{0, 1, 2, 3, 4};
     uint8_t row = 0;
     kesterlib::uncomp_paint_row(block, &row, open_end.data(), open_end.data() + open_end.size(), 1, 8);
-    EXPECT_NE(block.messages.find(
-                  "Assertion trans<endtrans failed;\nnumber of transitions must not overrun buffer"),
-              std::string::npos)
-        << block.messages;
+    EXPECT_EQ(block.TakeMessages(), "Assertion trans<endtrans failed;\nnumber of transitions must not "
+                                    "overrun buffer\nAt line N in file uncompress");
 }
 } // namespace

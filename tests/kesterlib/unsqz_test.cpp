@@ -25,8 +25,8 @@ extern UnsqzRowLoop unsqz_rows_words; // plain_lanes.cpp
 namespace
 {
 using Bytes = std::vector<uint8_t>;
-using test_support::ChunkBlock;
 using test_support::DecodeSqueeze;
+using test_support::InputBlock;
 using test_support::RandomPage;
 using test_support::SqzReference;
 
@@ -202,12 +202,11 @@ TEST(Unsqz, AgreesWithTheReferenceOnRandomBytes)
 TEST(Unsqz, AReadErrorIsReportedAndThenTheFillerEndsTheStream)
 {
     const Bytes stream = {0x40}; // one white row
-    ChunkBlock block;
-    block.SetInput(stream, 1);
+    InputBlock block({.bytes = stream, .most_a_read = 1});
     block.read_error = true;
     UNCOMP* const frame = Unsqz_Open_Callback(block, 8, 1, nullptr);
     EXPECT_STREQ(Uncomp_Error_String(frame), "Error reading file");
-    EXPECT_NE(block.messages.find("Error reading file"), std::string::npos);
+    EXPECT_NE(block.TakeMessages().find("Error reading file"), std::string::npos);
     uint8_t row = 1;
     EXPECT_EQ(Unsqz_Decode(frame, 0, &row, 1), 0);
     EXPECT_EQ(Unsqz_Decode(frame, 1, &row, 1), 1);
@@ -221,8 +220,7 @@ TEST(Unsqz, AnErrorOfTheStreamEndsALongNumber)
 {
     Bytes stream(1 << 20);
     stream[0] = 0x1D; // an add code with a long run, whose number has a million groups
-    ChunkBlock block;
-    block.SetInput(stream);
+    InputBlock block({.bytes = stream});
     UNCOMP* const frame = Unsqz_Open_Callback(block, 8, 1, nullptr);
     block.read_error = true;
     uint8_t row = 1;
@@ -237,13 +235,11 @@ TEST(Unsqz, OpensOnlyWithEnoughMemory)
     UNCOMP* frame = nullptr;
     int needed = -1;
     while (!frame) {
-        ChunkBlock block;
-        block.SetInput(stream);
+        InputBlock block({.bytes = stream});
         set_callback_debug_memory(block, 0); // tracking would allocate too
         block.allocations_left = ++needed;
         frame = Unsqz_Open_Callback(block, 80, 10, nullptr);
-        callback_block* const counts = block;
-        EXPECT_EQ(counts->allocation_count - counts->deallocation_count, frame ? 3u : 1u)
+        EXPECT_EQ(block->allocation_count - block->deallocation_count, frame ? 3u : 1u)
             << needed; // 1: the one that failed
         if (!frame)
             continue;
@@ -268,8 +264,7 @@ TEST(Unsqz, OpensOnlyWithEnoughMemory)
 TEST(Unsqz, ReadsItsInputOnlyWhenNeeded)
 {
     const Bytes stream(1200, 0x40); // each byte is one white row
-    ChunkBlock block;
-    block.SetInput(stream);
+    InputBlock block({.bytes = stream});
     UNCOMP* const frame = Unsqz_Open_Callback(block, 80, 10, nullptr);
     EXPECT_EQ(block.reads, std::vector<size_t>{512});
     // The window holds two bytes more than the rows so far have used.

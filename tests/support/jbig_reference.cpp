@@ -16,7 +16,7 @@ std::string Number(uint64_t number)
 }
 } // namespace
 
-JbigReference::JbigReference(const JbigInput& input) : m_input(input), m_stream(input.start), m_contexts(1024)
+JbigReference::JbigReference(const TestInput& input) : m_input(input), m_stream(input.start), m_contexts(1024)
 {
     is_open = Open();
 }

@@ -2,26 +2,19 @@
 // it. In addition to the rows, it predicts the messages and each request for input.
 #pragma once
 
+#include "tests/support/test_block.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
 
 namespace test_support
 {
-struct JbigInput {
-    std::vector<uint8_t> bytes;
-    size_t start = 0;              // position of the image entity in `bytes`
-    bool mapped = false;           // true: in memory; false: a stream
-    size_t most_a_read = SIZE_MAX; // bytes that the stream returns per read at most
-    size_t most_in_all = SIZE_MAX; // position in `bytes` at which the stream ends
-    int error = 22;                // errno after a short read or a failed seek
-};
-
 class JbigReference
 {
 public:
     // Line numbers of sources are replaced by N in the messages.
-    explicit JbigReference(const JbigInput& input);
+    explicit JbigReference(const TestInput& input);
 
     bool is_open = false;
     // Decodes up to `lines` rows and appends them to `rows`, (width + 7) / 8 bytes each. If `rows` is null,
@@ -52,7 +45,7 @@ private:
     int Decide(Context& context);
     void DecodeStripe();
 
-    const JbigInput m_input;
+    const TestInput m_input;
     size_t m_stream = 0; // position of the stream
     int64_t m_bytes_left = 0;
     std::vector<uint8_t> m_buffer;
