@@ -39,17 +39,16 @@ Reply<T> owned(T* reply)
     return {reply, &std::free};
 }
 
-// One grey value per pixel; 0 is black.
-struct Raster {
+template <typename Pixel>
+struct Picture {
     int width = 0, height = 0;
-    std::vector<uint8_t> pixels;
+    std::vector<Pixel> pixels;
 
-    uint8_t* row(int y) { return pixels.data() + static_cast<size_t>(y) * static_cast<size_t>(width); }
-    const uint8_t* row(int y) const
-    {
-        return pixels.data() + static_cast<size_t>(y) * static_cast<size_t>(width);
-    }
+    Pixel* row(int y) { return pixels.data() + static_cast<size_t>(y) * static_cast<size_t>(width); }
+    const Pixel* row(int y) const { return const_cast<Picture*>(this)->row(y); }
 };
+using Raster = Picture<uint8_t>; // grey values; 0 is black
+using Screen = Picture<uint32_t>;
 
 // Reads a page of 1 bit per pixel. Rows outside first to first + count - 1 remain black, because unpacking a
 // whole page would take longer than all other work here.
@@ -92,16 +91,6 @@ public:
 
 private:
     std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> m_connection;
-};
-
-struct Screen {
-    int width = 0, height = 0;
-    std::vector<uint32_t> pixels;
-
-    const uint32_t* row(int y) const
-    {
-        return pixels.data() + static_cast<size_t>(y) * static_cast<size_t>(width);
-    }
 };
 
 // Returns the part of the screen at the place of the window, with any other windows above it.
