@@ -24,6 +24,7 @@ namespace
 using Bytes = std::vector<uint8_t>;
 using pages::Bitmap;
 using test_support::InputBlock;
+using test_support::Inverted;
 using test_support::JbigReference;
 using test_support::RandomPage;
 using test_support::TestInput;
@@ -161,14 +162,6 @@ void ExpectAsReference(const TestInput& input, int rows)
 }
 
 // ---- Pages and encoders
-
-Bitmap Inverted(Bitmap page)
-{
-    for (int y = 0; y < page.height; ++y)
-        for (int x = 0; x < page.width; ++x)
-            page.row(y)[x / 8] ^= static_cast<uint8_t>(0x80 >> x % 8);
-    return page;
-}
 
 Bytes EncodePublic(const Bitmap& page, unsigned long stripe_rows)
 {

@@ -46,4 +46,12 @@ inline pages::Bitmap RandomPage(std::mt19937& random, int width, int height)
     return page;
 }
 
+inline pages::Bitmap Inverted(pages::Bitmap page)
+{
+    for (int y = 0; y < page.height; ++y)
+        for (int x = 0; x < page.width; ++x)
+            page.row(y)[x / 8] ^= static_cast<uint8_t>(0x80 >> x % 8);
+    return page;
+}
+
 } // namespace test_support
