@@ -29,7 +29,7 @@ HostileTiff::HostileTiff(uint32_t width, uint32_t height, uint32_t rows_per_stri
 
 HostileTiff::HostileTiff(uint32_t width, uint32_t height, uint32_t rows_per_strip,
                          const std::vector<std::string>& strips, ByteOrder order)
-    : m_order(order), m_row_bytes((width + 7) / 8)
+    : m_order(order)
 {
     for (const std::string& strip : strips) {
         m_rows += strip;

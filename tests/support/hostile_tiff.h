@@ -36,7 +36,6 @@ public:
     void MoveStrips(const std::function<void(std::vector<uint32_t>&)>& move) { m_move_strips = move; }
 
     std::string Bytes() const;
-    size_t RowBytes() const { return m_row_bytes; }
     // Returns byte i of row y. Rows differ, and so do neighbouring bytes.
     static uint8_t RowByte(uint32_t y, size_t i)
     {
@@ -54,7 +53,6 @@ private:
     ByteOrder m_order;
     std::map<uint16_t, Tag> m_tags;
     std::vector<uint32_t> m_strip_bytes;
-    size_t m_row_bytes;
     std::string m_rows;
     uint32_t m_next_directory = 0;
     std::function<void(std::vector<uint32_t>&)> m_move_strips;
