@@ -9,6 +9,7 @@
 #include "platform/view.h"
 
 #include <functional>
+#include <string>
 
 class MarkCalls;
 
@@ -73,24 +74,23 @@ CString ShownEntry(CDialog& dialog, UINT id, int index);
 //     103 list "File list for" [keys] 2 of 17 selected
 // A line contains the accessible name of the control, and its content. [keys] marks the control with the
 // focus.
-std::vector<CString> DescribeDialog(CDialog& dialog);
+std::vector<std::string> DescribeDialog(CDialog& dialog);
 
 // Sets the hook for the dialog that asks for a file. It is called as the hook of SetDialogHook. This dialog
 // reads directories from the loop, so call PumpUntil to wait for the expected entries.
 void SetFileDialogHook(std::function<void(CFileDialog&)> hook);
 // Returns the entries, including directories, in the order shown.
-std::vector<CString> ShownFiles(CFileDialog& dialog);
+std::vector<std::string> ShownFiles(CFileDialog& dialog);
 // Clicks an entry. Returns false if it is not shown.
 bool ClickFile(CFileDialog& dialog, int index, bool twice = false);
 void TypeFileName(CFileDialog& dialog, const CString& name);
-// The next file dialog fails to find one of the parts of Qt's dialog that it looks for. number counts these
-// parts from 1.
-void LoseFileDialogPart(int number);
-bool IsFileDialogPartLost();                           // false if the dialog looked for fewer parts
+// A file dialog calls the hook for each part of Qt's dialog that it looks for, and does not find the part if
+// the hook returns true. An empty function removes the hook.
+void SetHidePartHook(std::function<bool()> hook);
 void ChooseFilter(CFileDialog& dialog, int index);     // from 1
 void ClickFileButton(CFileDialog& dialog, int result); // IDOK or IDCANCEL
 // Returns the title, then the filters, with "> " before the selected one.
-std::vector<CString> DescribeFileDialog(CFileDialog& dialog);
+std::vector<std::string> DescribeFileDialog(CFileDialog& dialog);
 
 // A copy of a window's client pixels as they would be shown: `height` rows of `width` pixels.
 struct GrabbedPixels {
@@ -128,7 +128,7 @@ void UncoverFrame(CWnd& frame);              // as if a window in front of it wa
 void ActivateByUser(CWnd& frame);
 
 // Returns the menu of a frame as it is shown, one line per entry: "View/&Next Page\tCtrl+Alt+N [disabled]".
-std::vector<CString> DescribeMenu(CFrameWnd& frame);
+std::vector<std::string> DescribeMenu(CFrameWnd& frame);
 
 uint64_t PaintCount(const CWnd& window); // paints of a view since the first call for any view
 // Returns the number of device pixels of a window that were copied to the screen since the first call for it,

@@ -79,35 +79,33 @@ QString QuotedName(QWidget* widget)
 
 QString DescribeItem(const DialogItem& item, QWidget* widget)
 {
-    const QString keys = widget->hasFocus() ? QStringLiteral(" [keys]") : QString();
     const QString number = QString::number(item.id) + QLatin1Char(' ');
+    const auto describe = [&](const char* kind, const QString& content) {
+        return number + QLatin1String(kind) + QuotedName(widget) +
+               (widget->hasFocus() ? QStringLiteral(" [keys]") : QString()) +
+               (content.isEmpty() ? QString() : QLatin1Char(' ') + content);
+    };
     if (const auto* list = dynamic_cast<const NameList*>(widget)) {
         int selected = 0;
         for (const QItemSelectionRange& range : list->selectionModel()->selection())
             selected += range.height();
-        return number + QStringLiteral("list") + QuotedName(widget) + keys +
-               QStringLiteral(" %1 of %2 selected").arg(selected).arg(list->model()->rowCount());
+        return describe("list",
+                        QStringLiteral("%1 of %2 selected").arg(selected).arg(list->model()->rowCount()));
     }
-    if (auto* combo = qobject_cast<QComboBox*>(widget))
-        return number + QStringLiteral("combo") + QuotedName(widget) + keys + QLatin1Char(' ') +
-               combo->currentText();
+    if (const auto* combo = qobject_cast<const QComboBox*>(widget))
+        return describe("combo", combo->currentText());
     if (const auto* edit = qobject_cast<const QLineEdit*>(widget))
-        return number + QStringLiteral("number") + QuotedName(widget) + keys + QLatin1Char(' ') +
-               edit->text();
+        return describe("number", edit->text());
     if (const auto* check = qobject_cast<const QCheckBox*>(widget))
-        return number + QStringLiteral("check") + QuotedName(widget) + keys +
-               (check->isChecked() ? QStringLiteral(" on") : QStringLiteral(" off"));
+        return describe("check", check->isChecked() ? QStringLiteral("on") : QStringLiteral("off"));
     if (qobject_cast<const QAbstractButton*>(widget))
-        return number + QStringLiteral("button") + QuotedName(widget) + keys;
+        return describe("button", {});
     if (const auto* text = qobject_cast<const QPlainTextEdit*>(widget))
-        return number + QStringLiteral("text") + QuotedName(widget) + keys + QLatin1Char(' ') +
-               text->toPlainText().replace(QLatin1Char('\n'), QLatin1String(" | "));
+        return describe("text", text->toPlainText().replace(QLatin1Char('\n'), QLatin1String(" | ")));
     if (const auto* progress = qobject_cast<const QProgressBar*>(widget))
-        return number + QStringLiteral("progress") + QuotedName(widget) +
-               QStringLiteral(" %1").arg(progress->value());
+        return describe("progress", QString::number(progress->value()));
     if (const auto* chart = dynamic_cast<const BarChart*>(widget))
-        return number + QStringLiteral("bars") + QuotedName(widget) + QLatin1Char(' ') +
-               chart->accessibleDescription();
+        return describe("bars", chart->accessibleDescription());
     const auto* label = qobject_cast<const QLabel*>(widget);
     return number + (label && !label->text().isEmpty() ? label->text() : QStringLiteral("(empty)"));
 }
@@ -171,15 +169,15 @@ CString ShownEntry(CDialog& dialog, UINT id, int index)
     return view ? FromQString(view->model()->index(index, 0).data().toString()) : CString{};
 }
 
-std::vector<CString> DescribeDialog(CDialog& dialog)
+std::vector<std::string> DescribeDialog(CDialog& dialog)
 {
-    std::vector<CString> lines;
+    std::vector<std::string> lines;
     const DialogWidget* widget = DialogOf(&dialog);
     if (!widget)
         return lines;
-    lines.push_back(FromQString(widget->windowTitle()));
+    lines.push_back(widget->windowTitle().toStdString());
     for (const DialogItem& item : widget->Contents().items)
         if (QWidget* control = item.id != 0 ? widget->Control(item.id) : nullptr)
-            lines.push_back(FromQString(DescribeItem(item, control)));
+            lines.push_back(DescribeItem(item, control).toStdString());
     return lines;
 }

@@ -41,57 +41,38 @@ public:
     static DialogWatcher& Get()
     {
         static DialogWatcher watcher;
+        if (qApp)
+            qApp->installEventFilter(&watcher);
         return watcher;
     }
 
-    void SetHook(std::function<void(CDialog&)> hook)
-    {
-        m_hook = std::move(hook);
-        Watch();
-    }
-    void SetFileHook(std::function<void(CFileDialog&)> hook)
-    {
-        m_file_hook = std::move(hook);
-        Watch();
-    }
+    std::function<void(CDialog&)> hook;
+    std::function<void(CFileDialog&)> file_hook;
 
 protected:
     bool eventFilter(QObject* object, QEvent* event) override
     {
         if (event->type() != QEvent::Show || event->spontaneous()) // spontaneous: from the window manager
             return false;
-        if (auto* dialog = dynamic_cast<DialogWidget*>(object); dialog && m_hook)
+        if (auto* dialog = dynamic_cast<DialogWidget*>(object); dialog && hook)
             RunWhenReady(
-                dialog, [this, owner = dialog->Owner()] { m_hook(*owner); },
+                dialog, [this, owner = dialog->Owner()] { hook(*owner); },
                 [owner = dialog->Owner()] { owner->EndDialog(IDCANCEL); });
-        else if (auto* file_dialog = dynamic_cast<FileDialogWidget*>(object); file_dialog && m_file_hook)
+        else if (auto* file_dialog = dynamic_cast<FileDialogWidget*>(object); file_dialog && file_hook)
             RunWhenReady(
-                file_dialog, [this, owner = file_dialog->Owner()] { m_file_hook(*owner); },
+                file_dialog, [this, owner = file_dialog->Owner()] { file_hook(*owner); },
                 [file_dialog] { file_dialog->reject(); });
         return false;
     }
-
-private:
-    void Watch()
-    {
-        if (!qApp)
-            return;
-        qApp->removeEventFilter(this);
-        if (m_hook || m_file_hook)
-            qApp->installEventFilter(this);
-    }
-
-    std::function<void(CDialog&)> m_hook;
-    std::function<void(CFileDialog&)> m_file_hook;
 };
 } // namespace
 
 void SetDialogHook(std::function<void(CDialog&)> hook)
 {
-    DialogWatcher::Get().SetHook(std::move(hook));
+    DialogWatcher::Get().hook = std::move(hook);
 }
 
 void SetFileDialogHook(std::function<void(CFileDialog&)> hook)
 {
-    DialogWatcher::Get().SetFileHook(std::move(hook));
+    DialogWatcher::Get().file_hook = std::move(hook);
 }

@@ -2,7 +2,6 @@
 #include "platform/testing/testing.h"
 
 #include "platform/dialog.h"
-#include "platform/hooks.h"
 #include "platform/qt/qt_cstring.h"
 #include "platform/qt/qt_filedialog.h"
 #include "platform/qt/qt_view.h"
@@ -13,19 +12,6 @@
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QPushButton>
-
-static int g_parts_until_lost = 0; // 0: the part is lost, or none is to be lost
-
-void LoseFileDialogPart(int number)
-{
-    g_parts_until_lost = number;
-    Hooks::Get().hide_file_dialog_part = [] { return g_parts_until_lost > 0 && --g_parts_until_lost == 0; };
-}
-
-bool IsFileDialogPartLost()
-{
-    return g_parts_until_lost == 0;
-}
 
 // Searches for the list itself, independent of the parts that the dialog has found.
 static QAbstractItemView* ViewOf(const CFileDialog& dialog)
@@ -44,12 +30,12 @@ static QModelIndex EntryOf(const QAbstractItemView& view, int row)
     return model->index(row, 0, model->index(model->rootPath()));
 }
 
-std::vector<CString> ShownFiles(CFileDialog& dialog)
+std::vector<std::string> ShownFiles(CFileDialog& dialog)
 {
-    std::vector<CString> names;
+    std::vector<std::string> names;
     if (const QAbstractItemView* view = ViewOf(dialog))
         for (int row = 0; EntryOf(*view, row).isValid(); ++row)
-            names.push_back(FromQString(EntryOf(*view, row).data().toString()));
+            names.push_back(EntryOf(*view, row).data().toString().toStdString());
     return names;
 }
 
@@ -100,15 +86,14 @@ void ClickFileButton(CFileDialog& dialog, int result)
             ->click();
 }
 
-std::vector<CString> DescribeFileDialog(CFileDialog& dialog)
+std::vector<std::string> DescribeFileDialog(CFileDialog& dialog)
 {
-    std::vector<CString> lines;
+    std::vector<std::string> lines;
     if (const FileDialogWidget* widget = FileDialogOf(&dialog)) {
-        lines.push_back(FromQString(widget->windowTitle()));
+        lines.push_back(widget->windowTitle().toStdString());
         const auto* combo = widget->findChild<QComboBox*>(QStringLiteral("fileTypeCombo"));
         for (int i = 0; i < combo->count(); ++i)
-            lines.push_back((i == combo->currentIndex() ? CString("> ") : CString("  ")) +
-                            FromQString(combo->itemText(i)));
+            lines.push_back((i == combo->currentIndex() ? "> " : "  ") + combo->itemText(i).toStdString());
     }
     return lines;
 }

@@ -2,7 +2,6 @@
 #include "platform/testing/testing.h"
 
 #include "platform/qt/longwork.h"
-#include "platform/qt/qt_cstring.h"
 #include "platform/qt/qt_framewnd.h"
 
 #include <QCoreApplication>
@@ -70,16 +69,16 @@ void ActivateByUser(CWnd& window)
     }
 }
 
-std::vector<CString> DescribeMenu(CFrameWnd& window)
+std::vector<std::string> DescribeMenu(CFrameWnd& window)
 {
-    std::vector<CString> lines;
+    std::vector<std::string> lines;
     FrameWidget* frame = FrameOf(&window);
     if (!frame)
         return lines;
     for (const QAction* popup : frame->menuBar()->actions()) {
         emit popup->menu()->aboutToShow();
         for (const QAction* action : popup->menu()->actions()) {
-            CString line = FromQString(popup->text() + QLatin1Char('/') + action->text());
+            std::string line = (popup->text() + QLatin1Char('/') + action->text()).toStdString();
             if (!action->isEnabled())
                 line += " [disabled]";
             if (action->isChecked())

@@ -28,6 +28,11 @@ void SetMemoryStatusSource(std::function<MemoryStatus()> source)
     Hooks::Get().memory_status = std::move(source);
 }
 
+void SetHidePartHook(std::function<bool()> hook)
+{
+    Hooks::Get().hide_file_dialog_part = std::move(hook);
+}
+
 void SetMarkCalls(MarkCalls* calls)
 {
     Hooks::Get().mark_calls = calls;

@@ -17,21 +17,9 @@ extern bool qt_sendShortcutOverrideEvent(QObject* object, ulong timestamp, int k
 
 namespace
 {
-int ToQtKey(TestKey key)
-{
-    switch (key) {
-    case TestKey::left: return Qt::Key_Left;
-    case TestKey::right: return Qt::Key_Right;
-    case TestKey::up: return Qt::Key_Up;
-    case TestKey::down: return Qt::Key_Down;
-    case TestKey::pageUp: return Qt::Key_PageUp;
-    case TestKey::pageDown: return Qt::Key_PageDown;
-    case TestKey::home: return Qt::Key_Home;
-    case TestKey::end: return Qt::Key_End;
-    case TestKey::escape: return Qt::Key_Escape;
-    }
-    return 0;
-}
+constexpr Qt::Key kQtKeys[] = {
+    Qt::Key_Left,     Qt::Key_Right, Qt::Key_Up,  Qt::Key_Down,  Qt::Key_PageUp,
+    Qt::Key_PageDown, Qt::Key_Home,  Qt::Key_End, Qt::Key_Escape}; // in the order of TestKey
 
 // Qt's coordinates of a device pixel of the client area. ToDevicePixels converts them back to the same pixel.
 struct MousePlace {
@@ -68,7 +56,7 @@ void PressKey(CWnd& window, TestKey key, bool control, int times)
     for (int i = 0; view && i < times; ++i) {
         const Qt::KeyboardModifiers modifiers = control ? Qt::ControlModifier : Qt::NoModifier;
         const QString text = key == TestKey::escape ? QStringLiteral("\x1b") : QString();
-        QKeyEvent press(QEvent::KeyPress, ToQtKey(key), modifiers, text, i > 0);
+        QKeyEvent press(QEvent::KeyPress, kQtKeys[static_cast<size_t>(key)], modifiers, text, i > 0);
         QCoreApplication::sendEvent(view, &press);
     }
 }

@@ -25,7 +25,7 @@ TEST_F(AppDialogTest, AboutShowsVersionAndBuildStamp)
         dialog.m_strProgram = c.program;
         EXPECT_EQ(Show(dialog,
                        [&] {
-                           EXPECT_EQ(Strings(DescribeDialog(dialog)).front(), "About LUMENTA");
+                           EXPECT_EQ(DescribeDialog(dialog).front(), "About LUMENTA");
                            EXPECT_EQ(dialog.GetDlgItemText(kVersionText), CString(c.want));
                            const std::string stamp = dialog.GetDlgItemText(kBuildStampText).c_str();
                            EXPECT_EQ(stamp.size(), strlen("11:02:57  Jul 20 2001"));

@@ -24,13 +24,6 @@ protected:
         SetDialogHook([script = std::move(script)](CDialog&) { script(); });
         return static_cast<int>(dialog.DoModal());
     }
-    static Texts Strings(const std::vector<CString>& texts)
-    {
-        Texts strings;
-        for (const CString& text : texts)
-            strings.emplace_back(text.View());
-        return strings;
-    }
 
     BoxTexts boxes;
 

@@ -65,12 +65,7 @@ TEST(Units, DecimalNumbersAreReadInEveryLanguage)
 class GoTo : public AppWindowTest
 {
 protected:
-    void Show(std::function<void(CDialog&)> script)
-    {
-        SetDialogHook(std::move(script));
-        PressAccelerator(*frame, "Ctrl+G");
-        ASSERT_TRUE(PumpUntilIdle());
-    }
+    void Show(std::function<void(CDialog&)> script) { ShowDialog("Ctrl+G", std::move(script)); }
     // Replaces the text of both fields and presses Return.
     void Type(const char* x, const char* y)
     {
@@ -89,7 +84,6 @@ TEST_F(GoTo, CentresTheGivenPointWithinThePage)
 {
     Start(WritePage("page.tif", 1200, 900, 300, 150));
     ResizeFrame(*frame, {400, 300});
-    ASSERT_TRUE(PumpUntilIdle());
     const CSize client{view->GetClientRect().Width(), view->GetClientRect().Height()};
     const CPoint end = Range();
     const struct {
@@ -133,7 +127,7 @@ TEST_F(GoTo, RefusesTextThatIsNoNumber)
 
 TEST_F(GoTo, NamesItsUnitAndFields)
 {
-    std::vector<CString> lines;
+    Texts lines;
     const auto describe = [&](CDialog& dialog) { lines = DescribeDialog(dialog); };
     StartWithPage(1000, 900);
     frame->SendMessage(WM_COMMAND, kInchesCommand);

@@ -38,13 +38,6 @@ TEST(ReadOut, ConvertsByTheUnitAndTheResolution)
     EXPECT_EQ(FormatSize(kMillimeters, 300, 9000, 300, -1), "width=25.4 depth=0.0");
 }
 
-TEST(Notes, AreJoinedWithoutEmptyNotes)
-{
-    EXPECT_EQ(JoinNotes({"", ""}), "");
-    EXPECT_EQ(JoinNotes({"", "page 4 of 24", ""}), "page 4 of 24");
-    EXPECT_EQ(JoinNotes({"damaged from line 7", "", "x=1 y=2"}), "damaged from line 7, x=1 y=2");
-}
-
 TEST(Placement, IsReadFromFourNumbers)
 {
     const std::optional<CRect> none;
@@ -155,9 +148,9 @@ TEST_F(MainFrame, AUnitAppliesAtOnceAndInTheNextRun)
 TEST_F(MainFrame, WithoutAPageTheseCommandsAreDisabled)
 {
     Start();
-    std::vector<CString> disabled = DescribeMenu(*frame);
-    std::erase_if(disabled, [](const CString& item) { return !item.View().ends_with(" [disabled]"); });
-    const std::vector<CString> want{
+    Texts disabled = DescribeMenu(*frame);
+    std::erase_if(disabled, [](const std::string& item) { return !item.ends_with(" [disabled]"); });
+    const Texts want{
         "&File/&Print...\tCtrl+P [disabled]",
         "&File/Print Pre&view... [disabled]",
         "&View/&Scaled Page\tCtrl+Alt+S [disabled]",

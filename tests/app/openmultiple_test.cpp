@@ -12,19 +12,6 @@ namespace
 {
 namespace fs = std::filesystem;
 
-// Files with "seen" in their names are marked as viewed.
-struct NamedMarks : FakeMarks {
-    int64_t GetMark(const char* path, char* value, size_t room) override
-    {
-        const FileStatus file = FileStatusOf(path);
-        CString text;
-        text.Format("1 %lld.%09u %lld", static_cast<long long>(file.modified_s), file.modified_ns,
-                    static_cast<long long>(file.size_bytes));
-        mark = std::string(path).find("seen") == std::string::npos ? "" : text.c_str();
-        return FakeMarks::GetMark(path, value, room);
-    }
-};
-
 class OpenMultipleTest : public AppDialogTest
 {
 protected:
@@ -32,6 +19,7 @@ protected:
     {
         for (const char* name : {"new2.fax", "New1.fax", "seen.fax", "page.low", "page.TIF", "page.f"})
             scratch.Write(name, "x");
+        MarkViewed(scratch.File("seen.fax"), FileStatusOf(scratch.File("seen.fax")));
         fs::create_directories(scratch.File("sub/deep"));
         scratch.Write("sub/inner.fax", "x");
         dialog.m_strDirectory = scratch.Path(); // without a separator at the end
@@ -63,14 +51,14 @@ protected:
     std::string Directory() const { return dialog.m_strDirectory.c_str(); }
 
     ScratchDirectory scratch;
-    NamedMarks marks;
+    const KeptMarks marks;
     COpenMultipleDialog dialog;
 };
 
 TEST_F(OpenMultipleTest, ShowsDirectoryFilterAndFlags)
 {
     EXPECT_EQ(Run([&] {
-                  EXPECT_EQ(Strings(DescribeDialog(dialog)),
+                  EXPECT_EQ(DescribeDialog(dialog),
                             (Texts{"Open Multiple", "102 " + scratch.Path(),
                                    "103 list \"File list for\" [keys] 0 of 4 selected",
                                    "104 combo \"Display files of type:\" Fax (*.fax)",
@@ -187,7 +175,7 @@ TEST_F(OpenMultipleTest, ReturnsOnlyFiles)
     const struct {
         const char* name;
         Texts choose;
-        Texts want;
+        std::vector<CString> want;
     } cases[] = {
         {"in the order of the list",
          {"seen.fax", "page.f", "[sub]", "New1.fax"},
@@ -204,7 +192,7 @@ TEST_F(OpenMultipleTest, ReturnsOnlyFiles)
                       ClickControl(dialog, IDOK);
                   }),
                   IDOK);
-        EXPECT_EQ(Strings(dialog.m_Files), c.want);
+        EXPECT_EQ(dialog.m_Files, c.want);
     }
     EXPECT_EQ(Run([&] {
                   Choose({"New1.fax", "page.f"});
@@ -214,7 +202,7 @@ TEST_F(OpenMultipleTest, ReturnsOnlyFiles)
                   DoubleClick("page.f");
               }),
               IDOK);
-    EXPECT_EQ(Strings(dialog.m_Files), Texts{"page.f"});
+    EXPECT_EQ(dialog.m_Files, std::vector<CString>{"page.f"});
 }
 
 TEST_F(OpenMultipleTest, AnUnreadableDirectoryLeavesAWayOut)

@@ -23,12 +23,7 @@ protected:
             Start();
         ASSERT_NE(app->OpenDocumentFile(path), nullptr);
     }
-    void Show(std::function<void(CDialog&)> script)
-    {
-        SetDialogHook(std::move(script));
-        PressAccelerator(*frame, "Ctrl+I");
-        ASSERT_TRUE(PumpUntilIdle());
-    }
+    void Show(std::function<void(CDialog&)> script) { ShowDialog("Ctrl+I", std::move(script)); }
     // Opens the dialog and returns its rows by name.
     std::map<std::string, std::string> Rows()
     {

@@ -29,7 +29,7 @@ protected:
     {
         int index = -1;
         const bool shows = PumpUntil([&] {
-            const Texts names = Strings(ShownFiles(dialog));
+            const Texts names = ShownFiles(dialog);
             const auto found = std::find(names.begin(), names.end(), name);
             index = static_cast<int>(found - names.begin());
             return found != names.end();

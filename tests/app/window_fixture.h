@@ -15,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <ostream>
 
@@ -65,6 +66,14 @@ protected:
         app.reset();
     }
 
+    // Opens a dialog by its keys and runs script while it is open.
+    void ShowDialog(const char* keys, std::function<void(CDialog&)> script)
+    {
+        SetDialogHook(std::move(script));
+        PressAccelerator(*frame, keys);
+        ASSERT_TRUE(PumpUntilIdle());
+    }
+
     // Writes a page of noise as a TIFF file and returns its path. `page` keeps the samples, so that the
     // screen can be compared with them.
     std::string WritePage(const std::string& name, int width, int height, int dpi_x = 300, int dpi_y = 300,
@@ -83,15 +92,15 @@ protected:
     {
         Start(WritePage("page.tif", width, height));
         ResizeFrame(*frame, inside);
-        ASSERT_TRUE(PumpUntilIdle());
     }
 
     bool IsOne(int x, int y) const { return (page.row(y)[x / 8] << x % 8 & 0x80) != 0; }
 
-    // Returns the first differing pixel, or an empty text. Expects one device pixel per page pixel, and the
-    // background grey beyond the page.
+    // Pumps until idle. Returns the first differing pixel, or an empty text. Expects one device pixel per
+    // page pixel, and the background grey beyond the page.
     std::string ScreenDiffersFromPage()
     {
+        EXPECT_TRUE(PumpUntilIdle());
         const GrabbedPixels shown = GrabWindow(*view);
         const CRect client = view->GetClientRect();
         if (shown.width != client.Width() || shown.height != client.Height() || client.IsEmpty())
@@ -122,10 +131,8 @@ protected:
     std::string Title() const { return frame->GetWindowText().c_str(); }
     bool MenuHas(const char* line) const
     {
-        for (const CString& entry : DescribeMenu(*frame))
-            if (entry == line)
-                return true;
-        return false;
+        const Texts lines = DescribeMenu(*frame);
+        return std::find(lines.begin(), lines.end(), line) != lines.end();
     }
 
     ScratchDirectory scratch;

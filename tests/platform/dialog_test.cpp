@@ -3,8 +3,6 @@
 #include "tests/platform/test_classes.h"
 #include "tests/support/scratch.h"
 
-#include <sys/stat.h>
-
 namespace
 {
 using Lines = std::vector<std::string>;
@@ -21,14 +19,6 @@ public:
     std::vector<CString> names{"beta", "alpha", "gamma", "Beta2"};
     int end_at_start = 0;
 
-    Lines Shown() { return Texts(DescribeDialog(*this)); }
-    static Lines Texts(const std::vector<CString>& texts)
-    {
-        Lines lines;
-        for (const CString& text : texts)
-            lines.emplace_back(text.View());
-        return lines;
-    }
     Lines Chosen()
     {
         Lines lines;
@@ -100,7 +90,7 @@ std::string Keys(const Lines& lines)
 TEST_F(DialogTest, ShowsNamesValuesAndSortedEntries)
 {
     EXPECT_EQ(Show([&] {
-                  EXPECT_EQ(dialog.Shown(),
+                  EXPECT_EQ(DescribeDialog(dialog),
                             (Lines{"Test", "201 (empty)", "202 list \"Names\" [keys] 0 of 4 selected",
                                    "203 combo \"Kinds:\" fig", "204 check \"Flag\" on",
                                    "205 number \"Count\" 3", "1 button \"OK\"", "2 button \"Cancel\""}));
@@ -132,7 +122,7 @@ TEST_F(DialogTest, CanBeUsedByKeysOnly)
         Lines chosen;
         EXPECT_EQ(Show([&] {
                       PressDialogKeys(dialog, c.keys);
-                      EXPECT_EQ(Keys(dialog.Shown()), c.at);
+                      EXPECT_EQ(Keys(DescribeDialog(dialog)), c.at);
                       chosen = dialog.Chosen();
                       PressDialogKeys(dialog, {"Return"}); // the default button, wherever the focus is
                   }),
@@ -180,7 +170,7 @@ TEST_F(DialogTest, AcceptsOnlyWholeNumbersInTheirRange)
             if (c.want == 0)
                 PressDialogKeys(dialog, {"Shift+Tab"});
             PressDialogKeys(dialog, {"Return"});
-            EXPECT_EQ(Keys(dialog.Shown()), c.want == 0 ? "205" : "none");
+            EXPECT_EQ(Keys(DescribeDialog(dialog)), c.want == 0 ? "205" : "none");
         });
         EXPECT_EQ(result, c.want == 0 ? IDCANCEL : IDOK);
         EXPECT_EQ(dialog.count, c.want == 0 ? 3 : c.want);
@@ -242,7 +232,7 @@ TEST_F(DialogTest, ReportsShowTextProgressAndBars)
         report.SetDlgItemRows(kTestText, {{"Name", "a\x1b\xff"}, {"Other", "<b>"}});
         report.SetDlgItemProgress(kTestProgress, 40);
         report.SetDlgItemBars(kTestBars, {{0.5, "1: 50 %"}, {7, "2: <b>"}, {-1, "3"}});
-        EXPECT_EQ(TestDialog::Texts(DescribeDialog(report)),
+        EXPECT_EQ(DescribeDialog(report),
                   (Lines{"Report", "211 text \"Report\" [keys] Name\ta\uFFFD\uFFFD | Other\t<b>",
                          "212 progress \"Progress\" 40", "213 bars \"Shares\" 1: 50 %; 2: <b>; 3",
                          "2 button \"Close\""}));
@@ -335,34 +325,6 @@ TEST_F(DialogTest, NamesKeepTheirBytes)
         EXPECT_EQ(ShownEntry(dialog, kTestList, 1), "a\uFFFD\uFFFD.fax");
         EXPECT_EQ(ShownEntry(dialog, kTestList, 2), "b\uFFFD\uFFFDc\uFFFD");
         EXPECT_EQ(ShownEntry(dialog, kTestList, 4), "\uFFFDxaf.\u00E4");
-    });
-}
-
-TEST_F(DialogTest, ListsADirectory)
-{
-    constexpr UINT kAll = DDL_DRIVES | DDL_DIRECTORY | DDL_ARCHIVE;
-    const ScratchDirectory scratch;
-    for (const char* name : {"B.fax", "a.FAX", "1.fax", "c.tif"})
-        scratch.Write(name, "x");
-    mkdir(scratch.File("Sub").c_str(), 0755);
-    Show([&] {
-        const auto list = [&](const std::string& path, UINT types, bool is_good, const char* pattern_left) {
-            CString target{path};
-            EXPECT_EQ(DlgDirList(dialog, &target, kTestList, kTestPath, types), is_good);
-            EXPECT_STREQ(target.c_str(), pattern_left);
-            std::string got;
-            for (int i = 0; i < dialog.list.GetCount(); ++i)
-                got.append(dialog.list.GetText(i).View()) += ' ';
-            return got;
-        };
-        const std::string all = "[..] [Sub] 1.fax a.FAX B.fax ";
-        const std::string missing = scratch.File("gone/*.*");
-        EXPECT_EQ(list(scratch.File("*.fax"), kAll, true, "*.fax"), all);
-        EXPECT_EQ(list(missing, kAll, false, missing.c_str()), all) << "the list is unchanged";
-        EXPECT_EQ(dialog.GetDlgItemText(kTestPath), CString(scratch.Path()));
-        EXPECT_EQ(list(scratch.File("*.tif"), 0, true, "*.tif"), "c.tif ");
-        EXPECT_FALSE(list("/*.no such", kAll, true, "*.no such").starts_with("[..]"));
-        EXPECT_EQ(dialog.GetDlgItemText(kTestPath), "/");
     });
 }
 

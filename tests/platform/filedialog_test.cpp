@@ -46,25 +46,18 @@ protected:
         SetFileDialogHook([script = std::move(script)](CFileDialog&) { script(); });
         return dialog.DoModal();
     }
-    Lines Files()
-    {
-        Lines names;
-        for (const CString& name : ShownFiles(dialog))
-            names.emplace_back(name.View());
-        return names;
-    }
     bool WaitFor(Lines wanted) // in any order
     {
         std::sort(wanted.begin(), wanted.end());
         return PumpUntil([&] {
-            Lines names = Files();
+            Lines names = ShownFiles(dialog);
             std::sort(names.begin(), names.end());
             return names == wanted;
         });
     }
     void Click(const std::string& name, bool twice = false)
     {
-        const Lines names = Files();
+        const Lines names = ShownFiles(dialog);
         const auto found = std::find(names.begin(), names.end(), name);
         ASSERT_NE(found, names.end()) << name;
         EXPECT_TRUE(ClickFile(dialog, static_cast<int>(found - names.begin()), twice));
@@ -95,8 +88,8 @@ TEST_F(FileDialogTest, TheFilterSelectsFilesAndItsIndexIsReturned)
         EXPECT_EQ(Show([&] {
                       if (c.chosen != 0)
                           ChooseFilter(dialog, c.chosen);
-                      EXPECT_TRUE(WaitFor(c.shown)) << testing::PrintToString(Files());
-                      const std::vector<CString> lines = DescribeFileDialog(dialog);
+                      EXPECT_TRUE(WaitFor(c.shown)) << testing::PrintToString(ShownFiles(dialog));
+                      const Lines lines = DescribeFileDialog(dialog);
                       ASSERT_EQ(lines.size(), 5U);
                       EXPECT_EQ(lines[1], c.index_out == 1 ? "> Fax *.fax" : "  Fax *.fax");
                       EXPECT_EQ(dialog.DoModal(), -1);
@@ -178,7 +171,7 @@ TEST_F(FileDialogTest, ReturnsTheChosenFile)
         for (const bool twice : {false, true}) {
             SCOPED_TRACE(name);
             EXPECT_EQ(Show([&] {
-                          ASSERT_TRUE(WaitFor(odd)) << testing::PrintToString(Files());
+                          ASSERT_TRUE(WaitFor(odd)) << testing::PrintToString(ShownFiles(dialog));
                           Click(name, twice);
                           ClickFileButton(dialog, IDOK);
                       }),
@@ -196,11 +189,12 @@ TEST_F(FileDialogTest, OpensWithoutEachPartOfQtsDialog)
     bool is_lost = true;
     for (int number = 1; is_lost; ++number) {
         SCOPED_TRACE(number);
-        LoseFileDialogPart(number);
+        int looked_for = 0;
+        SetHidePartHook([&] { return ++looked_for == number; });
         dialog.m_nFilterIndex = 2;
         dialog.notes.Take();
         EXPECT_EQ(Show([&] {
-                      is_lost = IsFileDialogPartLost();
+                      is_lost = looked_for >= number;
                       ASSERT_TRUE(WaitFor({"sub", "c.low"}));
                       dialog.SetDlgItemText(kFileDialogLabel, "line");
                       has_label = dialog.GetDlgItemText(kFileDialogLabel) == "line";
@@ -215,7 +209,7 @@ TEST_F(FileDialogTest, OpensWithoutEachPartOfQtsDialog)
         EXPECT_EQ(dialog.m_strFileName.View(), Path("c.low"));
         EXPECT_EQ(dialog.m_nFilterIndex, 2);
     }
-    LoseFileDialogPart(0);
+    SetHidePartHook({});
     EXPECT_TRUE(has_label) << "no part was missing in the last round";
     EXPECT_TRUE(was_without_label);
 }

@@ -104,10 +104,10 @@ TEST_F(WindowTest, CommandsReachTheFirstHandlerOfViewDocumentFrameAndApplication
     PressAccelerator(*frame, "Ctrl+F");
     PressAccelerator(*frame, "Ctrl+D");
     EXPECT_EQ(g_recorder.Take(), Lines{"frame"});
-    const std::vector<CString> menu = DescribeMenu(*frame);
-    EXPECT_EQ(std::vector<CString>(menu.begin() + 3, menu.end()),
-              (std::vector<CString>{"&All/&App", "&All/&Nobody [disabled]", "&All/D&isabled [disabled]",
-                                    "&All/&Checked [checked]"}));
+    const Lines menu = DescribeMenu(*frame);
+    EXPECT_EQ(Lines(menu.begin() + 3, menu.end()),
+              (Lines{"&All/&App", "&All/&Nobody [disabled]", "&All/D&isabled [disabled]",
+                     "&All/&Checked [checked]"}));
     frame->status.SetPaneText(1, "shown");
     frame->status.SetPaneText(2, "not shown");
     view->PostMessage(WM_TEST);

@@ -3,10 +3,14 @@
 
 #include "platform/posix/markcalls.h"
 #include "platform/testing/testing.h"
+#include "platform/viewedmark.h"
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <map>
 #include <string>
+#include <vector>
 
 constexpr int64_t kExt4Type = 0xef53, kFatType = 0x4d44, kExfatType = 0x2011bab0;
 
@@ -58,4 +62,38 @@ private:
         trace += what + " ";
         return result;
     }
+};
+
+// Keeps the viewed marks in memory, so that the test needs no support of the file system.
+class KeptMarks : public FakeMarks
+{
+public:
+    int Open(const char* path) override
+    {
+        m_open = path;
+        return FakeMarks::Open(path);
+    }
+    int Status(int, FileStatus* result) override
+    {
+        *result = FileStatusOf(m_open.c_str());
+        return 0;
+    }
+    int64_t GetMark(const char* path, char* value, size_t room) override
+    {
+        const auto found = m_marks.find(std::filesystem::path(path).lexically_normal());
+        mark = found == m_marks.end() ? "" : found->second;
+        return FakeMarks::GetMark(path, value, room);
+    }
+    int SetMark(int, const char* value, size_t bytes) override
+    {
+        m_marks[m_open].assign(value, bytes);
+        set.push_back(std::filesystem::path{m_open}.filename());
+        return 0;
+    }
+
+    std::vector<std::string> set; // names of the files, in the order in which they were marked
+
+private:
+    std::map<std::string, std::string> m_marks;
+    std::string m_open;
 };
