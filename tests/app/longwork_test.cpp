@@ -81,26 +81,22 @@ public:
     std::map<int32_t, std::function<void()>> input; // see When
     std::function<void()> while_reading;
 
-    struct Work {
-        const char* name;
-        void (LongWorkTest::*work)();
+    const std::pair<const char*, std::function<void()>> works[3] = {
+        {"a jump", [this] { Jump(); }},
+        {"an overview", [this] { MakeOverview(); }},
+        {"a print", [this] { Print(); }},
     };
-    static const Work kWorks[3];
 };
-
-const LongWorkTest::Work LongWorkTest::kWorks[3] = {{"a jump", &LongWorkTest::Jump},
-                                                    {"an overview", &LongWorkTest::MakeOverview},
-                                                    {"a print", &LongWorkTest::Print}};
 
 TEST_F(LongWorkTest, EscapeEndsWorkThatHasLastedASecond)
 {
-    for (const auto& work : kWorks)
+    for (const auto& [name, work] : works)
         for (const int32_t pressed : {20, 250}) {
-            SCOPED_TRACE(testing::Message() << work.name << ", " << pressed);
+            SCOPED_TRACE(testing::Message() << name << ", " << pressed);
             StartWithSlowPage();
             input.clear();
             When(pressed, [this] { PressEscape(); });
-            (this->*work.work)();
+            work();
             const int32_t after = InterruptedAfter();
             EXPECT_GE(after, std::max(pressed, kRowsOfASecond - 1));
             EXPECT_LE(after, std::max(pressed, kRowsOfASecond) + kRowsPerCheck);
@@ -117,13 +113,13 @@ TEST_F(LongWorkTest, EscapeEndsWorkThatHasLastedASecond)
 
 TEST_F(LongWorkTest, ThePointerIsAnHourglassWhileTheUserWaits)
 {
-    for (const auto& work : kWorks) {
-        SCOPED_TRACE(work.name);
+    for (const auto& [name, work] : works) {
+        SCOPED_TRACE(name);
         StartWithSlowPage();
         while_reading = [this] {
             EXPECT_EQ(IsWaitCursorShown(), rows_read - at_top > 100 / kRowMs) << rows_read - at_top;
         };
-        (this->*work.work)();
+        work();
         EXPECT_FALSE(IsWaitCursorShown());
     }
     bool shown = false;

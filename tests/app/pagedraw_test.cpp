@@ -19,10 +19,6 @@ void PrintTo(const CSize& size, std::ostream* out)
 {
     *out << size.cx << "x" << size.cy;
 }
-void PrintTo(const CRect& rect, std::ostream* out)
-{
-    *out << rect.left << "," << rect.top << "," << rect.right << "," << rect.bottom;
-}
 
 namespace
 {
