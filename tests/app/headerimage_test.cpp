@@ -74,12 +74,6 @@ void WritePage(const std::string& path, const pages::Bitmap& page, pages::Raster
     ASSERT_EQ(pages::write_page_file(path, page, options), "");
 }
 
-std::string ReadAll(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 // Returns the page file with another value in the line of its header that begins with `key`. The padding
 // after the text shrinks or grows, so that the header keeps its size.
 std::string WithField(const std::string& file, const std::string& key, const std::string& value)
@@ -172,7 +166,7 @@ TEST(HeaderImage, ClearsTheBytesAfterARow)
         WritePage(path, page, one.raster);
         // The text header of the JBIG page claims a larger width than its stream has.
         if (one.raster == pages::Raster::Jbig)
-            scratch.Write("page.fax", WithField(ReadAll(path), "/DataWidth", "96"));
+            scratch.Write("page.fax", WithField(scratch.Read("page.fax"), "/DataWidth", "96"));
         const std::unique_ptr<Image> image = one.make();
         ASSERT_EQ(image->Open(path), 1);
         Bytes rows(4 * 14, kUntouched);
@@ -249,7 +243,7 @@ TEST(HeaderImage, RefusesFilesOfOtherClasses)
         EXPECT_STREQ(image->ErrorText.c_str(), "Open failed");
 
         WritePage(good, DrawPage(300, 300), one.raster);
-        const std::string bytes = ReadAll(good);
+        const std::string bytes = scratch.Read("good.fax");
         const std::string refused[] = {
             bytes.substr(0, 4095),
             std::string(5000, '\0'),
@@ -297,7 +291,9 @@ TEST(HeaderImage, RefusesFilesOfOtherClasses)
     // There is no memory for the lists of such a wide row, so the decoder is not made.
     WritePage(good, DrawPage(300, 300), pages::Raster::Squeeze);
     SqzImage image;
-    EXPECT_EQ(image.Open(scratch.Write("wide.fax", WithField(ReadAll(good), "/DataWidth", "2000000000"))), 0);
+    EXPECT_EQ(image.Open(
+                  scratch.Write("wide.fax", WithField(scratch.Read("good.fax"), "/DataWidth", "2000000000"))),
+              0);
     EXPECT_STREQ(image.ErrorText.c_str(), "Unable to open unsqz");
 }
 
@@ -341,7 +337,7 @@ TEST(HeaderImage, DeliversTheGoodRowsOfAPageThatEndsEarly)
         const std::unique_ptr<Image> image = one.make();
         if (one.raster == pages::Raster::Jbig) {
             // A stream without its end mark is refused. A wrong mark in a stripe loses this stripe.
-            std::string text = ReadAll(path);
+            std::string text = scratch.Read("page.fax");
             EXPECT_EQ(image->Open(scratch.Write("cut.fax", text.substr(0, text.size() - 1))), 0);
             EXPECT_STREQ(image->ErrorText.c_str(), "Unable to open unsqz");
             text.replace(4096 + raster / 2, 2, "\xff\x05");
@@ -390,7 +386,7 @@ TEST(HeaderImage, AClaimedSizeTakesNoMemory)
     for (const ImageClass& one : kClasses)
         for (const auto& [width, height] : {std::pair{200000000, 2147483639}, {1, 2000000000}}) {
             WritePage(path, DrawPage(300, 300), one.raster);
-            const std::string wide = WithField(ReadAll(path), "/DataWidth", std::to_string(width));
+            const std::string wide = WithField(scratch.Read("page.fax"), "/DataWidth", std::to_string(width));
             scratch.Write("page.fax", WithField(wide, "/ImageHeight", std::to_string(height)));
             SCOPED_TRACE(testing::Message() << one.name << ", " << width << " x " << height);
             EXPECT_EQ(InChild([&path] {

@@ -13,7 +13,6 @@
 #include <tiffio.h>
 
 #include <cstring>
-#include <fstream>
 #include <random>
 
 namespace
@@ -455,8 +454,7 @@ TEST(TIFFRows, MostChangedBytesAreDetected)
     pages::PageFileOptions options;
     options.raster = pages::Raster::Group4;
     ASSERT_EQ(pages::write_page_file(scratch.File("page.fax"), page, options), "");
-    std::ifstream stream(scratch.File("page.fax"), std::ios::binary);
-    const std::string fax{std::istreambuf_iterator<char>(stream), {}};
+    const std::string fax = scratch.Read("page.fax");
 
     const auto noticed = [&](Image& image, const std::string& whole, size_t first_byte) {
         std::mt19937 random(8);

@@ -58,10 +58,7 @@ void SendTimerEvents(int times)
 
 PaletteForTest::PaletteForTest(unsigned mid, unsigned dark, unsigned midlight, unsigned light)
 {
-    const auto grey = [](unsigned value) {
-        return QColor::fromRgb(
-            qRgb(static_cast<int>(value), static_cast<int>(value), static_cast<int>(value)));
-    };
+    const auto grey = [](unsigned value) { return QColor::fromRgb(Grey(value)); };
     QPalette palette = QApplication::palette();
     palette.setColor(QPalette::Mid, grey(mid));
     palette.setColor(QPalette::Dark, grey(dark));

@@ -7,9 +7,7 @@
 
 namespace
 {
-class RatioTest : public WindowTest
-{
-};
+using RatioTest = WindowTest;
 
 TEST_F(RatioTest, AChequeredPageIsShownBitForBit)
 {

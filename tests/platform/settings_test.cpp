@@ -3,7 +3,6 @@
 #include "tests/support/scratch.h"
 
 #include <filesystem>
-#include <fstream>
 #include <sys/stat.h>
 
 namespace
@@ -13,11 +12,6 @@ class SettingsTest : public testing::Test
 protected:
     void SetUp() override { SetSettingsFile(scratch.File("settings.ini")); }
     void TearDown() override { SetSettingsFile({}); }
-    std::string ReadFile(const char* name) const
-    {
-        std::ifstream file(scratch.File(name));
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
     const ScratchDirectory scratch;
     TestApp app;
 };
@@ -72,7 +66,7 @@ TEST_F(SettingsTest, TheFormatOfTheFileIsFixed)
     app.WriteProfileString("A Section", "Page Directory", "/p/\xc3\xa4;\xff/");
     app.WriteProfileInt("A Section", "Mark Viewed", 1);
     app.WriteProfileInt("App", "Units", 3);
-    EXPECT_EQ(ReadFile("settings.ini"),
+    EXPECT_EQ(scratch.Read("settings.ini"),
               "[A%20Section]\nMark%20Viewed=1\nPage%20Directory=\"/p/\xc3\xa4;\\xff/\"\n\n[App]\nUnits=3\n");
 }
 
@@ -84,11 +78,11 @@ TEST_F(SettingsTest, OtherFilesAreLeftAlone)
     const std::string large = "[S]\nk=1\nlong=" + std::string(1 << 20, 'x') + "\n";
     scratch.Write("settings.ini.lock", lock);
     EXPECT_TRUE(app.WriteProfileInt("S", "k", 1));
-    EXPECT_EQ(ReadFile("settings.ini.lock"), lock);
+    EXPECT_EQ(scratch.Read("settings.ini.lock"), lock);
     scratch.Write("settings.ini", large);
     EXPECT_EQ(app.GetProfileInt("S", "k", 7), 7);
     EXPECT_FALSE(app.WriteProfileInt("S", "k", 2));
-    EXPECT_EQ(ReadFile("settings.ini"), large);
+    EXPECT_EQ(scratch.Read("settings.ini"), large);
     std::filesystem::remove(scratch.File("settings.ini"));
     ASSERT_EQ(mkfifo(scratch.File("settings.ini").c_str(), 0600), 0);
     EXPECT_EQ(app.GetProfileInt("S", "k", 7), 7);
@@ -98,7 +92,7 @@ TEST_F(SettingsTest, OtherFilesAreLeftAlone)
     std::filesystem::create_symlink("target.ini", scratch.File("settings.ini"));
     EXPECT_TRUE(app.WriteProfileInt("S", "k", 2));
     EXPECT_TRUE(std::filesystem::is_symlink(scratch.File("settings.ini")));
-    EXPECT_EQ(ReadFile("target.ini"), "[S]\nk=2\n");
+    EXPECT_EQ(scratch.Read("target.ini"), "[S]\nk=2\n");
 }
 
 TEST_F(SettingsTest, AFailedWriteIsSilent)

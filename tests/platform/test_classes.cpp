@@ -61,16 +61,6 @@ const MessageEntry TestView::entries[] = {
 };
 const MessageMap TestView::messages{&CScrollView::messages, entries};
 
-TestView::TestView()
-{
-    ++g_alive;
-}
-
-TestView::~TestView()
-{
-    --g_alive;
-}
-
 void TestView::ShowPage(TestPage shown)
 {
     page = std::move(shown);
@@ -127,12 +117,6 @@ bool TestView::OnPreparePrinting(CPrintInfo* info)
 {
     info->SetMaxPage(1);
     return DoPreparePrinting(info);
-}
-
-void TestView::OnPrint(CDC* dc, CPrintInfo* info)
-{
-    if (print)
-        print(dc, info);
 }
 
 const CRuntimeClass TestFrame::classRecord{"TestFrame", &CFrameWnd::classRecord, &CreateObjectOf<TestFrame>};

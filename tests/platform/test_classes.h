@@ -52,8 +52,8 @@ class TestView : public CScrollView
 public:
     static const CRuntimeClass classRecord;
     const CRuntimeClass& GetRuntimeClass() const override { return classRecord; }
-    TestView();
-    ~TestView() override;
+    TestView() { ++g_alive; }
+    ~TestView() override { --g_alive; }
 
     void ShowPage(TestPage shown);
     void OnDraw(CDC* dc) override;
@@ -62,7 +62,7 @@ public:
 
     bool OnPreparePrinting(CPrintInfo* info) override;
     void OnBeginPrinting(CDC*, CPrintInfo*) override { g_recorder.Add("begin printing"); }
-    void OnPrint(CDC* dc, CPrintInfo* info) override;
+    void OnPrint(CDC* dc, CPrintInfo* info) override { print(dc, info); }
     void OnEndPrinting(CDC*, CPrintInfo*) override { g_recorder.Add("end printing"); }
 
     std::string name;

@@ -42,6 +42,11 @@ public:
         std::ofstream(File(name), std::ios::binary) << bytes;
         return File(name);
     }
+    std::string Read(const std::string& name) const
+    {
+        std::ifstream file(File(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
 
 private:
     std::string m_path;
