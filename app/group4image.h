@@ -12,6 +12,7 @@ public:
 
     Group4Image() : RunImage(kKind, kCodec) {}
 
+    // Skips only the white rows after the end code of the stream, for either value of `which`.
     [[nodiscard]] int32_t SkipRows(int32_t count, Skip which) override;
 
 private:

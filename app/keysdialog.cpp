@@ -8,7 +8,8 @@
 
 namespace
 {
-// docs/MANUAL.md has a row for each entry. A test compares the two lists.
+// Keys and mouse actions that are not in the accelerator table. docs/MANUAL.md has a row for each entry. A
+// test compares the two lists.
 constexpr KeyAction kActions[] = {
     {"Left, Right", "one pixel sideways; with Ctrl one window"},
     {"Up, Down", "one pixel up or down; with Ctrl one window"},
@@ -27,8 +28,8 @@ constexpr KeyAction kActions[] = {
      "opens the first and adds the others to the list of pages; local files only"},
 };
 
-// Returns the name in the text of a menu entry: without the access key mark "&", and without the tab and the
-// keys after it.
+// Returns the name of a menu entry. `text` is the text in the menu: the name, in which "&" precedes the
+// access key, and then a tab and the keys.
 std::string EntryName(const char* text)
 {
     std::string name = text;

@@ -6,10 +6,10 @@
 
 #include <vector>
 
-// The caller sets m_strDirectory, m_strFilter and m_bMarkViewed. After IDOK they hold what the user chose,
-// and m_Files holds the chosen files. In the list, directories are in brackets, and "[..]" is the directory
-// above. A file whose name begins with "[" cannot be chosen, because only the brackets distinguish
-// directories from files.
+// The caller sets m_strDirectory, m_strFilter and m_bMarkViewed. If DoModal returns IDOK, these members and
+// m_Files hold the user's choices. The list shows directories in brackets. "[..]" is the directory above. The
+// user cannot choose a file whose name begins with "[", because only the brackets distinguish directories
+// from files.
 class COpenMultipleDialog : public CDialog
 {
 public:
@@ -31,7 +31,7 @@ public:
     CComboBox m_wndType;
     bool m_bShowViewed = false;   // also list files that are marked as viewed
     bool m_bMarkViewed = true;    // mark pages as viewed when they are opened
-    CString m_szListSpec;         // directory and pattern; after a listing, only the pattern
+    CString m_szListSpec;         // for DlgDirList: directory and pattern; it removes the directory
     CString m_strDirectory;       // ends with a separator. In: empty means the working directory
     CString m_strFilter;          // a pattern such as "*.fax"
     std::vector<CString> m_Files; // names without directory, in the order of the list

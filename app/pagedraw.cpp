@@ -1,6 +1,6 @@
-// Draws and prints the page. On the screen, draws only the clip area, one page pixel to one device pixel. A
-// bilevel page is drawn directly from the row store. An 8-bit page is first copied into a block whose
-// bottom line comes first. A printer receives the whole page.
+// Draws and prints the page. On the screen, draws only the clip area. Each page pixel becomes one device
+// pixel. A bilevel page is drawn directly from the row store. An 8-bit page is first copied into a block of
+// memory. The block begins with the bottom line. A printer receives the whole page.
 #include "app/pagedraw.h"
 
 #include "app/lumentadoc.h"
@@ -26,7 +26,7 @@ PaletteInUse::~PaletteInUse()
 
 namespace
 {
-// Bytes of rows that a print reduces before it releases their memory.
+// A print that reduces the page releases the memory of the rows each time it has reduced this many bytes.
 constexpr int32_t kReducedBytes = 8 << 20;
 } // namespace
 
@@ -47,7 +47,7 @@ CSize FitInto(CSize page, CSize room)
 {
     if (page.cx < 1 || page.cy < 1 || room.cx < 1 || room.cy < 1)
         return {};
-    const int height = MulDiv(page.cy, room.cx, page.cx); // -1 if it does not fit an int
+    const int height = MulDiv(page.cy, room.cx, page.cx); // -1 if the result does not fit into an int
     if (height >= 0 && height <= room.cy)
         return {room.cx, height};
     return {MulDiv(page.cx, room.cy, page.cy), room.cy};
@@ -82,8 +82,8 @@ void CLumentaDoc::DrawPage(CDC* dc, const CRect& rect)
     }
 }
 
-// Makes rows available for a drawing, which needs all of them in the store at once. On failure shows a
-// message, aborts a print and returns false.
+// Reads rows into the store. A drawing uses all of them at once, so the store must have room for all. On
+// failure shows a message, aborts a print and returns false.
 bool CLumentaDoc::FetchRows(CDC* dc, int32_t first, int32_t count)
 {
     if (m_nWindowRows < count)
@@ -100,9 +100,9 @@ void CLumentaDoc::DrawBilevel(CDC* dc, const CRect& rect)
     const PageSpan lines = ClipToPage(rect.top, rect.Height(), m_nDepth);
     if (columns.count <= 0 || lines.count <= 0)
         return;
-    // Starts at the byte that holds the first pixel. The clipping of the device hides the additional pixels
-    // on the left. The bitmap refers to the rows in the store, and copies nothing. Nothing after a row's last
-    // pixel is drawn.
+    // The bitmap uses the rows in the store and does not copy them. It starts at the byte that holds the
+    // first pixel. So it may have up to 7 more pixels on the left, which the clipping of the device hides. It
+    // ends at the last byte of a row at the latest.
     const int left_byte = columns.first / 8;
     const int left = left_byte * 8;
     const int width = static_cast<int>(
@@ -133,8 +133,8 @@ void CLumentaDoc::DrawGrey(CDC* dc, const CRect& rect)
         return;
     const int stride = RoundUpTo4(columns.count);
     const int copied = std::min(stride, m_nRowBytes - columns.first);
-    // In the colour table 0 is white. If the lowest value of the page is black, its bytes are inverted while
-    // they are copied.
+    // The colour table has white as entry 0. If the lowest value of the page is black, its bytes are inverted
+    // while they are copied.
     const uint8_t flip = m_pImage->MinIsBlack ? 0xff : 0;
     // The block is at most as large as the window, so the free memory need not be checked.
     std::vector<uint8_t> block(static_cast<size_t>(stride) * static_cast<size_t>(lines.count));
@@ -156,7 +156,7 @@ void CLumentaDoc::PrintGrey(CDC* dc, const CRect& rect)
     MakeDibInfo();
     const int stride = RoundUpTo4(m_nWidth);
     const CSize target = FitInto({stride, m_nDepth}, {rect.Width(), rect.Height()});
-    // The proportions are those of lines with their padding, but the padding is not drawn.
+    // `target` has the proportions of the page with its lines padded to `stride`. The padding is not drawn.
     const int target_width = MulDiv(target.cx, m_nWidth, stride);
     if (target_width <= 0 || target.cy <= 0)
         return;
@@ -172,8 +172,8 @@ void CLumentaDoc::PrintGrey(CDC* dc, const CRect& rect)
 }
 
 // Prints a bilevel page that is larger than the printable area: reduces it to grey, then fits it into the
-// area. The grey picture has about half as many pixels on a side as the area. Its grey values show the detail
-// that is lost by the smaller size.
+// area. The width and the height of the grey picture are about half those of the area, in pixels. The grey
+// values keep detail that would be lost if the smaller picture were bilevel.
 void CLumentaDoc::PrintReduced(CDC* dc, const CRect& rect)
 {
     const int room_x = std::max(rect.Width() / 2, 1);
@@ -187,7 +187,8 @@ void CLumentaDoc::PrintReduced(CDC* dc, const CRect& rect)
     }
     const uint64_t page = m_nPageSerial;
     const int32_t lines = std::max(kReducedBytes / std::max(m_nRowBytes, 1) / factor, 1);
-    // If lines cannot be made, they stay blank.
+    // `until` and `lines` count lines of the reduced picture. If ScaleRows fails, the remaining lines are
+    // blank.
     for (int32_t until = 0; until < bitmap.m_nHeight;) {
         until += std::min(lines, bitmap.m_nHeight - until);
         if (!ScaleRows(&bitmap, until))

@@ -13,7 +13,8 @@ public:
     SqzImage() : RunImage(kKind, kCodec) {}
 
 protected:
-    // The decoder always copies a raw row whole, so the buffer must have room for a whole row.
+    // A raw row is a row that the stream contains without coding. The decoder copies all of its bytes, even
+    // if the buffer is smaller. So the buffer must have room for a whole row.
     [[nodiscard]] bool HasRoom(int32_t row_bytes) const override { return row_bytes >= BytesPerRow; }
 
 private:

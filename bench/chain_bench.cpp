@@ -1,6 +1,7 @@
 // A chain of steps: each paint posts a message, whose handler invalidates a strip of 640 x 16 pixels, which
-// causes the next paint. The paints draw nothing. Measures the steps per second, and the time from a key that
-// is pressed meanwhile to its paint and to its pixels on the screen. Needs a display.
+// causes the next paint. The paints draw nothing. Measures the steps per second. Then presses keys while the
+// chain runs. Measures the time from each key press to the paint that it causes, and to the moment when the
+// painted pixels are on the screen. Needs a display.
 #include "bench/harness.h"
 #include "platform/qt/qt_view.h"
 #include "platform/testing/testing.h"
@@ -43,7 +44,7 @@ public:
 
     bool running = false;
     int64_t steps = 0;
-    std::atomic<double> key_painted_ms = 0;
+    std::atomic<double> key_painted_ms = 0; // time of the last paint that a key caused
 
 protected:
     static const MessageMap messages;
@@ -66,7 +67,7 @@ protected:
 private:
     static const MessageEntry entries[];
 
-    // Draws black and white in turn.
+    // Draws a square. Each key press changes its colour from black to white, or from white to black.
     void DrawKeyMark(CDC* dc)
     {
         static constexpr uint8_t kRows[64 * 8] = {};
@@ -111,7 +112,7 @@ public:
     ChainView* view = nullptr;
 };
 
-// Runs the event loop as the program does. Ends it with exit, because quit would close the windows first.
+// Runs the event loop as the program does. Ends the loop with exit(), because quit() would close the windows.
 void RunFor(int milliseconds)
 {
     QTimer::singleShot(milliseconds, qApp, [] { QCoreApplication::exit(); });
@@ -156,7 +157,8 @@ void PressKeys(ChainView* view, ViewWidget* widget, CPoint on_screen, int keys, 
     const Eye eye(on_screen);
     bool black = eye.SeesBlack();
     for (int i = 0; i < keys; ++i) {
-        // The pauses differ, so that keys arrive at any time relative to the copies to the screen.
+        // Each pause has another length, so that the keys arrive at different times between two copies to the
+        // screen.
         usleep(static_cast<useconds_t>(15'000 + i * 1'777 % 10'000));
         view->key_painted_ms = 0;
         const double start = NowMs();
@@ -190,11 +192,11 @@ int main(int argc, char** argv)
     Require(app.view != nullptr, "there is no view");
     ChainView* const view = app.view;
     ViewWidget* const widget = ViewOf(view);
-    RunFor(500); // until the window is on the screen
+    RunFor(500); // enough time for the window to appear
 
     view->running = true;
     view->PostMessage(kStepMessage);
-    RunFor(500);
+    RunFor(500); // the first half second is not measured
     std::vector<double> rates;
     for (int round = 0; round < rounds; ++round) {
         const int64_t before = view->steps;

@@ -1,5 +1,6 @@
-// Compares our JBIG decoder with jbigkit's, in memory. Both decode the same whole page, coded by jbigkit, in
-// turn. All bytes are compared first. A 1 is white, as in page files.
+// Compares the speed of our JBIG decoder with that of jbigkit, in memory. jbigkit encodes a page. Then the
+// two decoders decode the whole page in turn. Before that, the program checks that both return the rows of
+// the page. Without --black, a 1 is white, as in page files.
 #include "bench/harness.h"
 #include "kesterlib/jbig.h"
 #include "pages.h"
@@ -17,7 +18,7 @@ namespace
 using Bytes = std::vector<uint8_t>;
 
 constexpr unsigned long kStripeRows = 128;
-bool plain = false;
+bool plain = false; // our decoder uses the row loop that runs on every machine
 } // namespace
 
 // extern "C", so that callgrind finds the names.
@@ -33,6 +34,7 @@ extern "C" __attribute__((noinline)) int DecodePeerOnce(jbg_dec_state* state, By
 
 namespace
 {
+// Returns the time that jbigkit needs for the page. Copies the rows to `rows` if it is not null.
 double TimePeer(Bytes* stream, Bytes* rows)
 {
     jbg_dec_state state;
@@ -47,7 +49,7 @@ double TimePeer(Bytes* stream, Bytes* rows)
     return end - start;
 }
 
-// Includes opening and closing the decoder.
+// Returns the time that our decoder needs for the page. The time includes opening and closing the decoder.
 double TimeOurs(const Bytes& stream, const pages::Bitmap& page, Bytes* rows)
 {
     const double start = NowMs();
@@ -65,10 +67,11 @@ struct PageKind {
     const char* name;
     pages::Draw draw;
     int width, height;
-    double goal; // times as fast as jbigkit
+    double goal; // our decoder must be this many times as fast as jbigkit
 };
-// The blank page depends only on the speed of the core: our decoder compares 8 bytes of two rows at a time.
-// So the ratio differs between processors. It was 129 to 164, and 123 on a busy machine.
+// For the blank page the time of our decoder depends only on the speed of the core, because the decoder
+// compares 8 bytes of two rows at a time. So the ratio differs between processors. Measured ratios were 129
+// to 164, and 123 on a busy machine.
 constexpr double kBlankGoal = 125;
 constexpr PageKind kPages[] = {
     {"text", pages::Draw::Text, 8000, 11000, 6.5},   {"halftone", pages::Draw::Halftone, 8000, 11000, 2.1},
@@ -76,7 +79,7 @@ constexpr PageKind kPages[] = {
     {"line", pages::Draw::Line, 8000, 11000, 7},     {"noise", pages::Draw::Noise, 8000, 11000, 2.0},
     {"big", pages::Draw::Mixed, 20000, 30000, 6},
 };
-constexpr double kPlainPart = 0.75; // share of the goal for the row loop that runs on every machine
+constexpr double kPlainPart = 0.75; // the plain row loop must reach this share of the goal
 constexpr int kDpi = 1000;
 
 void Measure(Harness& bench, const PageKind& kind, const pages::Bitmap& page)
@@ -118,7 +121,7 @@ int main(int argc, char** argv)
         if (!only.empty() && only != kind.name)
             continue;
         pages::Bitmap page = pages::draw_page({kind.draw, kind.width, kind.height, kDpi, kDpi, 1});
-        if (white) // widths are multiples of 8
+        if (white) // no bits after the width: all widths are multiples of 8
             for (uint8_t& byte : page.rows)
                 byte = static_cast<uint8_t>(~byte);
         if (once.empty()) {

@@ -15,18 +15,21 @@ struct ProcessMemory {
 };
 ProcessMemory ReadProcessMemory(pid_t process); // all 0 if there is no such process
 
-// Call before Qt starts. Selects the X display if DISPLAY is set, else windows in memory. Returns true for X.
+// Call before Qt starts. If DISPLAY is set, selects the X display and returns true. Otherwise selects windows
+// in memory and returns false.
 bool ChooseDisplay();
-bool HasDisplayOf(int width, int height); // whether there is an X display with a screen of that size
-// Call before Qt starts. Puts all windows of this program on one screen of that size, in memory.
+bool HasDisplayOf(int width, int height); // true if the first screen of the X display has this size
+// Call before Qt starts. Puts all windows of this program on one screen of this size, in memory.
 bool ChooseScreen(int width, int height);
 
-// Returns the path of a file that benchpages.cpp has drawn.
+// Returns the path of a page file that the program bench_pages has written.
 std::string PagePathOf(const char* name);
-constexpr const char* kBigPage = "big.tif"; // 20 000 x 30 000 px, half text, a picture; Group 4, one strip
-constexpr const char* kSmallPage = "small.tif"; // its upper left corner of 1 000 x 1 000 px
+// 20 000 x 30 000 px with text and halftones, coded as Group 4 in one strip.
+constexpr const char* kBigPage = "big.tif";
+constexpr const char* kSmallPage = "small.tif"; // the upper left 1 000 x 1 000 px of kBigPage
 
-// Drops a file from the system's cache. Returns false if parts of it remain, as on a file system in memory.
+// Removes a file from the system's cache. Returns false if a part of it is still in the cache. On a file
+// system in memory it always returns false.
 bool DropFromCache(const std::string& path);
 
 // Reads the bytes from memory as fast as possible and returns the time in ms.

@@ -1,6 +1,7 @@
-// Pages for the scale engine. The last six bytes of an input choose scale, width (two bytes), height, number
-// of rows passed and polarity. The bytes before them are the pattern of the rows, repeated. Every variant of
-// the loops must return the same greys as a count pixel by pixel.
+// Reduces pages with the scale engine of kesterlib. The last six bytes of an input select the scale, the
+// width (two bytes), the height, the number of rows that the engine receives, and the polarity. The bytes
+// before them are repeated to fill the rows. Each variant of the engine's loops must return the same greys as
+// ExpectedGreys, which counts the 1 bits pixel by pixel.
 #include "kesterlib/scale.h"
 
 #include "promise.h"
@@ -16,7 +17,7 @@ using Bytes = std::vector<uint8_t>;
 
 struct Page {
     int32_t width, height;
-    std::vector<Bytes> rows; // those passed to the engine, each of its exact size
+    std::vector<Bytes> rows; // rows that the engine receives; the memory of each ends after its last byte
 };
 
 Bytes ExpectedGreys(const Page& page, int32_t scale, bool invert)
@@ -29,6 +30,7 @@ Bytes ExpectedGreys(const Page& page, int32_t scale, bool invert)
             for (int32_t y = top; y < std::min(top + scale, passed_rows); ++y)
                 for (int32_t x = left; x < std::min(left + scale, page.width); ++x)
                     count += page.rows[static_cast<size_t>(y)][static_cast<size_t>(x / 8)] >> (7 - x % 8) & 1;
+            // `step` is the share of 1 bits in the cell, from 0 to 256.
             const int32_t area = scale * scale;
             const int32_t step = area <= 256 ? count * (256 / area) : count / ((area + 255) / 256);
             greys.push_back(static_cast<uint8_t>(std::min(step, 255) ^ (invert ? 255 : 0)));
@@ -40,6 +42,7 @@ struct Reduced {
     Bytes greys;
     int32_t rows = 0;
 };
+// Receives a reduced row from the engine and stores it.
 int32_t Keep(int32_t out_row, int32_t out_width, const uint8_t* grey_row, void* user_data)
 {
     auto* const reduced = static_cast<Reduced*>(user_data);
@@ -58,6 +61,7 @@ void Check(const Page& page, int32_t scale, bool invert, const scale_loops* loop
     for (const Bytes& row : page.rows)
         Promise(scale_one_row(engine, row.data(), Keep) == (valid ? 1 : 0));
     Bytes blank(static_cast<size_t>(engine->row_bytes), 0xFF);
+    // If the page has a height, but the engine accepts no rows, finish_scaling adds a blank row and fails.
     const bool owed = page.height > 0 && !valid;
     Promise(finish_scaling(engine, page.width > 0 ? blank.data() : nullptr, Keep) ==
             (owed && page.width > 0 ? 0 : 1));
@@ -68,12 +72,13 @@ void Check(const Page& page, int32_t scale, bool invert, const scale_loops* loop
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    constexpr size_t kHow = 6;
+    constexpr size_t kHow = 6; // number of bytes that select
     if (size < kHow)
         return 0;
     const size_t pattern = size - kHow;
     const uint8_t* const how = data + pattern;
-    // how[0] = 0 to 30: the multiples of 8; 31 to 33: 1, 2 and 4; from 34 on: most scales are invalid.
+    // Values of how[0] from 0 to 30 select the multiples of 8. Values from 31 to 33 select 1, 2 and 4. Most
+    // of the other values select an invalid scale.
     const int32_t scale = how[0] < 31    ? (how[0] + 1) * 8
                           : how[0] < 34  ? 1 << (how[0] - 31)
                           : how[0] < 200 ? how[0] - 100
@@ -86,7 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         for (uint8_t& byte : row)
             byte = pattern == 0 ? uint8_t{0xFF} : data[at++ % pattern];
         if (page.width > 0 && page.width % 8 != 0)
-            row.back() &= static_cast<uint8_t>(0xFF00 >> page.width % 8); // 0 after the width
+            row.back() &= static_cast<uint8_t>(0xFF00 >> page.width % 8); // bits after the width are 0
         page.rows.push_back(row);
     }
     Check(page, scale, how[5] % 2 != 0, &kesterlib::scale_loops_plain);

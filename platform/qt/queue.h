@@ -1,5 +1,6 @@
-// The layer's own queue: pending keys, invalid windows, posted messages. Each turn of the event loop handles
-// one of them, so that Qt can handle input and copy pixels to the screen in between.
+// The message queue of platform/: waiting keys, views with an invalid part, and posted messages. Each turn of
+// the queue is one event of Qt's event loop and handles one of them. Between two turns, Qt can handle input
+// and copy pixels to the screen.
 #pragma once
 
 #include "platform/wnd.h"
@@ -18,20 +19,22 @@ public:
     [[nodiscard]] static Queue& Get();
 
     void Post(CWnd* window, UINT message, WPARAM wParam, LPARAM lParam);
-    // A key press that equals the last waiting one increases its count. Each waiting press becomes one
-    // WM_KEYDOWN with its count, and a WM_CHAR unless character is 0.
+    // Adds a key press. If it equals the last waiting key press, only increases the count of that key press.
+    // Each waiting key press is sent as a WM_KEYDOWN and a WM_CHAR, both with the count. If `key` is 0, there
+    // is no WM_KEYDOWN. If `character` is 0, there is no WM_CHAR.
     void AddKey(CWnd* window, UINT key, UINT character, bool control);
-    void DispatchKeys(); // handles all waiting keys, before a mouse message that came later
+    void DispatchKeys(); // handles all waiting keys; call this before sending a mouse message
     void SetTimer(CWnd* window, UINT id, UINT milliseconds);
     void KillTimer(const CWnd* window, UINT id); // also drops its waiting WM_TIMER
     // Adds a view that has an invalid part, so that it is painted.
     void AddDirty(ViewWidget* view);
-    // Paints an invalid window at once, unless a modal window is open.
+    // Paints the view at once, unless a modal window is open.
     void PaintNow(ViewWidget* view);
-    void AddShown(ViewWidget* view); // adds a view with drawn pixels that are not on the screen yet
+    // Adds a view that has drawn pixels which are not on the screen yet, so that they are copied to it.
+    void AddShown(ViewWidget* view);
     // Call this after input, so that the next paint is copied to the screen without delay.
     void InputHandled();
-    // Removes the window or widget from the queue.
+    // Call this before a window or widget is destroyed. Removes everything in the queue that refers to it.
     void Forget(const CWnd* window);
     void Forget(const ViewWidget* view);
 
@@ -73,23 +76,24 @@ private:
     void DispatchKey();
     [[nodiscard]] bool PaintOne();
     void HandlePosted();
-    // Requests that Qt copies the drawn pixels of all windows to the screen, and updates the status panes.
+    // Requests that Qt copy the pixels of the views in m_shown to the screen. Updates the status panes.
     void ShowGathered();
 
     bool m_armed = false; // the event for the next turn is posted
-    int m_modal = 0;      // EnterModal calls without their LeaveModal
+    int m_modal = 0;      // number of EnterModal calls that no LeaveModal has followed yet
     uint64_t m_turn = 0;
     bool m_inputSinceShow = false; // input was handled after the last copy to the screen
     QElapsedTimer m_sinceShow;     // started by each copy to the screen
     std::deque<KeyRecord> m_keys;
-    const CWnd* m_keyWindow = nullptr; // window that receives the current key; null once it is destroyed
-    std::vector<ViewWidget*> m_dirty;  // have an invalid part
+    const CWnd* m_keyWindow = nullptr; // window that receives the current key; null after its destruction
+    std::vector<ViewWidget*> m_dirty;  // views with an invalid part
     std::deque<PostedMessage> m_posted;
     std::vector<TimerRecord> m_timers;
-    std::vector<ViewWidget*> m_shown; // have drawn pixels that are not on the screen yet
+    std::vector<ViewWidget*> m_shown; // views with drawn pixels that are not on the screen yet
 };
 
-// Exists while a box or dialog is open.
+// Create this for the time while a message box or dialog is open. Calls EnterModal, and LeaveModal at the
+// end.
 class ModalScope
 {
 public:
@@ -99,5 +103,6 @@ public:
     ~ModalScope() { Queue::Get().LeaveModal(); }
 };
 
-// Sets the state of the control key for GetKeyState. This is the state when the current message was created.
+// Sets the state that GetKeyState returns for the control key. Call this before a key or mouse message is
+// sent. `down` is true if the control key was pressed when the user pressed that key or used the mouse.
 void SetControlState(bool down);

@@ -1,5 +1,5 @@
-// The widget of a view. Receives paints, moves and overlays from the CView, and input from Qt. Copies its
-// pixels to the screen.
+// The widget of a view. Receives drawn pixels, moves and overlays from the view object (CView), and input
+// from Qt. Copies its pixels to the screen.
 #pragma once
 
 #include "platform/movingpixels.h"
@@ -16,19 +16,20 @@
 
 class PaneWidget;
 
-// The client area of a view: a buffer of device pixels. Paints draw into the buffer, and Qt's paint event
-// copies it.
+// The client area of a view: a buffer of device pixels. The view object draws into the buffer when it handles
+// WM_PAINT. Qt's paint event copies the buffer to the screen.
 class ViewWidget : public QWidget
 {
 public:
     ViewWidget(CView* owner, PaneWidget* pane);
     ~ViewWidget() override;
 
-    // Called when the view object or its window is destroyed. No message is sent to it after this.
+    // Call this when the view object or its window is destroyed. After this, the widget sends no message to
+    // the view object.
     void Detach();
     [[nodiscard]] CView* Owner() const { return m_owner; }
-    // Returns the place of the client area in the top-level window, in device pixels, for the current
-    // geometry. It is not larger than all screens.
+    // Returns the rectangle of the client area in the top-level window, in device pixels. The function uses
+    // the current geometry. The rectangle is at most as large as all screens together.
     [[nodiscard]] CRect DeviceRect() const;
 
     [[nodiscard]] int ClientWidth() const { return m_client.width(); }
@@ -36,38 +37,41 @@ public:
     // Return the buffer, in two forms. It is empty if memory is short.
     [[nodiscard]] PixelBuffer Pixels();
     [[nodiscard]] QImage& Buffer();
-    // Fills pixels that no paint has drawn: white inside the picture, the background grey outside it.
+    // Fills the region: white inside the picture, the background grey outside it. Call this for pixels that
+    // no paint has drawn.
     void FillUndrawn(const QRegion& region);
     [[nodiscard]] QRgb Background() const { return m_background; }
 
     void Invalidate(const CRect& rect);
     void Scroll(int dx, int dy);
-    void Paint(uint64_t turn);
+    void Paint(uint64_t turn); // sends WM_PAINT; `turn` is the current turn of the queue
     // Call this after drawing, so that the next copy to the screen includes the region.
     void Changed(const QRegion& region);
     void ShowChanged();
     void SetOverlay(std::vector<OverlayShape> shapes);
-    // Call this before Qt sends pixels of its backing store to the display. If the store does not have the
-    // pixels that the display has moved, the whole view is updated.
+    // Call this before Qt sends pixels of its backing store to the display. Updates the whole view if the
+    // store does not have the pixels that the display has moved.
     void StoreIsUsed();
-    // Requests a paint message even if every pixel is valid. A window that was uncovered receives one,
-    // although its pixels come from the buffer.
+    // Requests a paint message even if every pixel is valid. Call this after the window was shown again or a
+    // part of it was uncovered. The view then receives a paint message, although the buffer has the pixels.
     void WantPaint();
     [[nodiscard]] bool NeedsPaint() const { return m_paintWanted || !m_invalid.isEmpty(); }
     [[nodiscard]] uint64_t LastPaintTurn() const { return m_lastPaintTurn; }
 
-    // For a paint: TakeInvalid returns the invalid part, which is valid from then on. Moved returns the sum
-    // of all moves of the picture, and MovedSince the moves after `start`.
+    // For a paint. TakeInvalid returns the invalid part and marks it as valid. Moved returns the sum of all
+    // moves of the picture. MovedSince returns the sum of the moves after Moved returned `start`.
     [[nodiscard]] QRegion TakeInvalid();
     [[nodiscard]] QPoint Moved() const { return m_moved; }
     [[nodiscard]] QPoint MovedSince(QPoint start) const;
 
     void Wheel(const QWheelEvent* event);
 
-    [[nodiscard]] bool FitBuffer(); // fits the size to the current geometry; true if this has changed
-    void SetShape(CursorShape shape);
+    // Adapts the size and ratio of the buffer to the current geometry. Returns true if one of them has
+    // changed.
+    [[nodiscard]] bool FitBuffer();
+    void SetShape(CursorShape shape); // the shape of the mouse pointer
 
-    // Returns the view that is handling a message of the pointer, or null.
+    // Returns the view that is handling a mouse message, or null.
     [[nodiscard]] static ViewWidget* PointerView() { return s_pointerView; }
 
 protected:
@@ -97,22 +101,22 @@ private:
     CView* m_owner;
     PaneWidget* m_pane;    // the parent
     QRgb m_background;     // outside the picture
-    QSize m_client{0, 0};  // in device pixels, at m_ratio
+    QSize m_client{0, 0};  // size of the client area, in device pixels
     double m_ratio = 1;    // device pixels per logical unit
     MovingPixels m_pixels; // the memory of m_buffer, of size m_client; allocated on first use
-    QImage m_buffer;       // an image of m_pixels' memory
+    QImage m_buffer;       // an image that uses the memory of m_pixels
     QSize m_kept{0, 0};    // part of m_buffer that is still valid after a resize
     QRegion m_invalid;
     bool m_paintWanted = false;
     QRegion m_changed;         // drawn but not copied to the screen yet
-    QPoint m_shift;            // by which the pixels on the screen must still be moved
+    QPoint m_shift;            // distance by which the pixels on the screen must still be moved
     QRegion m_updates;         // requested from Qt since the last paint event
     bool m_storeIsOld = false; // Qt's backing store lacks pixels that the display has moved
     ScreenMove m_screen;
     std::vector<OverlayShape> m_overlay;
     QPoint m_moved; // sum of all moves, modulo 2^32
-    // Part of the wheel's turns that is not a whole pixel yet, in 120ths of a device pixel.
+    // Wheel movement that is not sent yet, because it is less than a pixel. In 120ths of a device pixel.
     QPoint m_wheelRest;
     uint64_t m_lastPaintTurn = 0;
-    bool m_shapeSet = false; // by the handler of the current pointer message
+    bool m_shapeSet = false; // the handler of the current mouse message has called SetShape
 };

@@ -16,8 +16,8 @@ GrabbedPixels GrabWindow(CWnd& window)
     ViewWidget* view = ViewOf(&window);
     if (!view || view->DeviceRect().IsEmpty())
         return grabbed;
-    // Handles only the copies to the screen that are due, and then reads Qt's backing store. After a scroll
-    // step on X11, the store does not have the pixels that the display has moved.
+    // Makes Qt do the copies to the screen that are due, but handles no other events. Then reads Qt's backing
+    // store. After a scroll step on X11, the store does not have the pixels that the display has moved.
     QWidget* top = view->window();
     QCoreApplication::sendPostedEvents(top, QEvent::UpdateRequest);
     QBackingStore* store = top->backingStore();
@@ -56,6 +56,7 @@ COLORREF BackgroundOf(const CWnd& window)
     return view ? view->Background() : 0;
 }
 
+// The first call installs the hook that counts the paints of all windows.
 uint64_t PaintCount(const CWnd& window)
 {
     static std::unordered_map<const CWnd*, uint64_t> paints;
@@ -67,7 +68,7 @@ uint64_t PaintCount(const CWnd& window)
 
 namespace
 {
-// Counts the device pixels that its view copies to the screen.
+// Counts the device pixels that a view copies to the screen.
 class CopyCounter : public QObject
 {
 public:
@@ -90,6 +91,7 @@ private:
 };
 } // namespace
 
+// The first call for a view installs its counter.
 uint64_t CopiedPixels(CWnd& window)
 {
     ViewWidget* view = ViewOf(&window);

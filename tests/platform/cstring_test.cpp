@@ -15,8 +15,8 @@ TEST(CString, CopiesShareUntilOneIsChanged)
     a += ".fax";
     EXPECT_STREQ(a.c_str(), "page\xff.fax");
     EXPECT_STREQ(b.c_str(), "page\xff");
-    a.Format("%s-%s", a.c_str(),
-             std::string(5000, 'x').c_str()); // an argument is the text itself; longer than a stack buffer
+    // The first argument is the old text of `a`. The result is too long for a buffer on the stack.
+    a.Format("%s-%s", a.c_str(), std::string(5000, 'x').c_str());
     EXPECT_EQ(a.View(), "page\xff.fax-" + std::string(5000, 'x'));
     EXPECT_TRUE((CString{static_cast<const char*>(nullptr)}).IsEmpty());
 }
@@ -46,7 +46,7 @@ TEST(CString, CompareNoCaseFoldsAsciiOnlyInEveryLocale)
         {"", "a", -1}, {"\xc4", "\xe4", -1},        {"a\xff", "A", 1}, {"_", "A", -1}, {"[", "a", -1},
     };
     for (const char* locale : {"C", "tr_TR.UTF-8", "de_DE.ISO-8859-1"}) {
-        std::setlocale(LC_ALL, locale); // if it is not installed, the locale before remains
+        std::setlocale(LC_ALL, locale); // without effect if the locale is not installed
         for (const auto& c : cases) {
             const int order = CString{c.a}.CompareNoCase(c.b);
             EXPECT_EQ((order > 0) - (order < 0), c.sign) << c.a << " and " << c.b << " in " << locale;

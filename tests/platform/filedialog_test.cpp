@@ -12,6 +12,8 @@ namespace
 using Lines = std::vector<std::string>;
 namespace fs = std::filesystem;
 
+// Records each notification as a line: number of the list, notification code, path of the entry. "current"
+// follows if the entry is also the current selection of the list of files.
 class NotingDialog : public CFileDialog
 {
 public:
@@ -46,7 +48,7 @@ protected:
         SetFileDialogHook([script = std::move(script)](CFileDialog&) { script(); });
         return dialog.DoModal();
     }
-    bool WaitFor(Lines wanted) // in any order
+    bool WaitFor(Lines wanted) // for these entries in any order
     {
         std::sort(wanted.begin(), wanted.end());
         return PumpUntil([&] {
@@ -72,16 +74,16 @@ TEST_F(FileDialogTest, TheFilterSelectsFilesAndItsIndexIsReturned)
 {
     const struct {
         int index_in;
-        int chosen; // by the user; 0: none
+        int chosen; // index of the filter that the user selects; 0: the user selects none
         int index_out;
         Lines shown;
     } cases[] = {
         {0, 0, 1, {"sub", "a.fax", "B.FAX"}},
         {2, 0, 2, {"sub", "c.low"}},
-        {4, 0, 4, {"sub", "c.low"}}, // the same text as the second
+        {4, 0, 4, {"sub", "c.low"}}, // has the same text as filter 2
         {9, 3, 3, {"sub", "a.fax", "B.FAX", "c.low", "bare"}},
     };
-    dialog.m_strInitialDir = Path("gone/deeper/"); // shows the nearest directory above
+    dialog.m_strInitialDir = Path("gone/deeper/"); // does not exist; the dialog shows the scratch directory
     for (const auto& c : cases) {
         dialog.m_nFilterIndex = c.index_in;
         dialog.m_strFileName = "old";
@@ -92,7 +94,7 @@ TEST_F(FileDialogTest, TheFilterSelectsFilesAndItsIndexIsReturned)
                       const Lines lines = DescribeFileDialog(dialog);
                       ASSERT_EQ(lines.size(), 5U);
                       EXPECT_EQ(lines[1], c.index_out == 1 ? "> Fax *.fax" : "  Fax *.fax");
-                      EXPECT_EQ(dialog.DoModal(), -1);
+                      EXPECT_EQ(dialog.DoModal(), -1); // the dialog is open already
                       ClickFileButton(dialog, IDCANCEL);
                   }),
                   IDCANCEL);
@@ -118,6 +120,7 @@ TEST_F(FileDialogTest, ReportsTheSelectionAndReturnsThePath)
                   ASSERT_TRUE(WaitFor({"inner.fax"}));
                   const Lines notes = dialog.notes.Take();
                   EXPECT_NE(std::find(notes.begin(), notes.end(), "1121 0 "), notes.end());
+                  // The label shows markup as plain text, and U+FFFD for a line feed.
                   dialog.SetDlgItemText(kFileDialogLabel, "<b>line\n");
                   EXPECT_EQ(dialog.GetDlgItemText(kFileDialogLabel), "<b>line\xef\xbf\xbd");
                   Click("inner.fax", true);
@@ -161,7 +164,7 @@ TEST_F(FileDialogTest, ReturnsTheChosenFile)
               }),
               IDOK);
     EXPECT_EQ(dialog.m_strFileName.View(), Path("c.low"));
-    // Qt would parse these names differently if they were typed.
+    // If the user typed these names, Qt would return other names. A click must return them unchanged.
     const Lines odd{"a\"b.fax", "b.fax", "\"c\".fax", " lead.fax", "~x.fax", "two\nlines.fax"};
     fs::create_directory(scratch.File("odd"));
     for (const std::string& name : odd)
@@ -180,8 +183,9 @@ TEST_F(FileDialogTest, ReturnsTheChosenFile)
         }
 }
 
-// Another version of Qt may lack a part of its dialog. The dialog must still open and return a file, at worst
-// without the label.
+// In another version of Qt, its dialog may not have all the parts that ours uses. Our dialog must still open
+// and return a file. It may then have no label and send no notifications. Round `number` hides the part that
+// our dialog looks for as number `number`. The last round hides nothing, because there is no such part.
 TEST_F(FileDialogTest, OpensWithoutEachPartOfQtsDialog)
 {
     bool has_label = false;
@@ -214,7 +218,7 @@ TEST_F(FileDialogTest, OpensWithoutEachPartOfQtsDialog)
     EXPECT_TRUE(was_without_label);
 }
 
-// The time of the last access is unchanged.
+// If the dialog read a file, the system would change the file's time of last access.
 TEST_F(FileDialogTest, ListsFilesWithoutReadingThem)
 {
     const std::string file = Path("a.fax");

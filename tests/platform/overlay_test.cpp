@@ -1,4 +1,4 @@
-// The pixels of shapes over a picture, compared with a simple reference.
+// Draws shapes over a picture and compares the pixels with a simple reference.
 #include "platform/overlay.h"
 
 #include <algorithm>
@@ -22,6 +22,8 @@ COLORREF WantedAt(const OverlayShape& shape, int64_t x, int64_t y)
     }
     const int64_t dx = int64_t{shape.to.x} - shape.from.x;
     const int64_t dy = int64_t{shape.to.y} - shape.from.y;
+    // The line has one black pixel for each step in its longer direction. `along` and `length` count these
+    // steps. `off` and `slant` count pixels in the other direction.
     const bool across = std::abs(dx) >= std::abs(dy);
     const int64_t along = across ? x - shape.from.x : y - shape.from.y;
     const int64_t off = across ? y - shape.from.y : x - shape.from.x;
@@ -29,8 +31,9 @@ COLORREF WantedAt(const OverlayShape& shape, int64_t x, int64_t y)
     const int64_t slant = across ? dy : dx;
     if (length < 0 ? along > 0 || along < length : along < 0 || along > length)
         return 0;
-    // A pixel is black if it is at most half a pixel from the line. Next to it there is a white pixel. If the
-    // line is exactly between two pixels, either may be chosen.
+    // A pixel is black if it is at most half a pixel from the line. The pixel below it is white, or the pixel
+    // to the right of it if the line is steep. If the line is exactly between two pixels, either of them may
+    // be black.
     const long double from_line = length == 0
                                       ? static_cast<long double>(off)
                                       : static_cast<long double>(off) - static_cast<long double>(along) *
@@ -113,6 +116,8 @@ TEST(Overlay, ManyShapesAreCoveredTightlyAndLeaveNoTrace)
                               {below(90) - 15, below(80) - 15}});
         const CPoint scrolled{below(30) - 15, below(30) - 15};
         const std::vector<OverlayPart> parts = OverlayParts(shapes, scrolled, kClient);
+        // The picture has the value 7. A covered pixel that a shape has changed becomes 8. Both colours of
+        // the shapes are greater.
         std::vector<uint32_t> pixels(size_t{kClient.cx} * kClient.cy, 7);
         {
             const OverlayOnPixels on({pixels.data(), kClient.cx, kClient.cx, kClient.cy}, parts);
@@ -134,6 +139,6 @@ TEST(Overlay, ManyShapesAreCoveredTightlyAndLeaveNoTrace)
     }
     EXPECT_EQ(OverlayParts({}, {0, 0}, kClient), std::vector<OverlayPart>{});
     EXPECT_EQ(OverlayParts({{frame, {0, 0}, {9, 9}}}, {0, 0}, {0, 0}), std::vector<OverlayPart>{});
-    const OverlayOnPixels nothing({}, {{{0, 0, 5, 5}, kBlack}}); // as for a view without memory
+    const OverlayOnPixels nothing({}, {{{0, 0, 5, 5}, kBlack}}); // a view has no buffer if memory is short
 }
 } // namespace

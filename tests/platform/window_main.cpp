@@ -1,4 +1,5 @@
-// The main function of the test programs that need a Qt application. Listing the tests needs none.
+// The main function of the test programs that need a Qt application. If a program only lists its tests,
+// it creates no application.
 #include "platform/testing/testing.h"
 
 #include <gtest/gtest.h>

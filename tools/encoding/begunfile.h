@@ -1,4 +1,4 @@
-// Clean-up after a failed write, shared by the TIFF writer and the page file writer.
+// Deletes an output file if writing it fails. The TIFF writer and the page file writer use this.
 #pragma once
 
 #include <filesystem>
@@ -7,7 +7,8 @@
 namespace pages
 {
 
-// Deletes `path` if it is a regular file. A device is kept. Errors are ignored.
+// Deletes the partly written file `path`. Does nothing if `path` is not a regular file, such as /dev/null.
+// Ignores errors.
 inline void remove_begun_file(const std::string& path)
 {
     std::error_code ignored;

@@ -12,7 +12,7 @@
 
 KESTERLIB_BEGIN
 
-/* Open a frame for a Squeeze stream.
+/* Open a frame, the state of the decoder, for a Squeeze stream.
  *
  *   file           the input, read from its current position; stays open; the caller closes it
  *   cb             the block whose fread slot supplies the input, and whose ferror slot says whether the
@@ -20,11 +20,16 @@ KESTERLIB_BEGIN
  *   base, size     the input in memory; must be unchanged as long as the frame lives
  *   width          pixels of a row
  *   row_bytes      bytes of a row in the stream, normally (width + 7) / 8
- *   first_ref_row  packed row of row_bytes bytes above the first row, read during the call; null: a row of 0
+ *   first_ref_row  packed row of row_bytes bytes above the first row, read during the call; null: a row
+ *                  of 0 bits
  *
- * Returns the frame, which the caller frees with Uncomp_Free. Returns null if width or row_bytes is below
- * 0, width is above 8 * row_bytes, the transition lists would take more than 256 MiB, `cb` is null, or
- * there is no memory. A null `file` makes a fatal report and ends the process.
+ * Returns the frame, which the caller frees with Uncomp_Free. Returns null if
+ * - width or row_bytes is below 0,
+ * - width is above 8 * row_bytes,
+ * - the transition lists (see uncompress.h) would take more than 256 MiB,
+ * - `cb` is null,
+ * - memory is short.
+ * If `file` is null, the call makes a fatal report (see callback.h), which ends the process.
  *
  * The functions for `file` and `cb` read the first 512 bytes. If that read fails, they still return
  * a frame; Uncomp_Error_String then returns a message. */
@@ -40,16 +45,18 @@ KESTERLIB_NODISCARD KESTERLIB_API UNCOMP* Unsqz_Open_MMapped(const uint8_t* base
  *   frame   from one of the open functions
  *   rows    rows requested; 0 or less decodes nothing and returns 0
  *   buffer  row k of this call starts at buffer + k * stride
- *   stride  bytes from one row to the next. A raw row is copied whole: every row start needs row_bytes
- *           writable bytes after it, even if stride is smaller. A coded row writes at most stride bytes
+ *   stride  bytes from one row to the next. A coded row writes at most stride bytes. A raw row, which is
+ *           in the stream without coding, writes row_bytes bytes even if stride is smaller. So row_bytes
+ *           bytes from each row start must be writable
  *
  * A row is packed: 1 bit per pixel, the leftmost in the top bit. A 1 is black. Bits after the width are 0
- * in a coded row. In a raw row they are those of the stream.
+ * in a coded row. A raw row keeps those of the stream.
  *
- * Returns the number of rows delivered: rows, or fewer if the stream is damaged or at its end. Those rows
- * stay in buffer. If the stream was cut off, the last of them may be painted from filler. After fewer rows
- * the frame is finished: Uncomp_Error_String returns the message, and further calls return 0. A stream has
- * no end mark; request as many rows as the page has.
+ * Returns the number of rows delivered: rows, or fewer if the stream is damaged or at its end. The delivered
+ * rows stay in buffer. If the stream was cut off, the decoder reads filler bytes after its end, so the last
+ * rows may have wrong pixels (see UNCOMP_FILLER). If the call delivers fewer rows than requested, the frame
+ * is finished: Uncomp_Error_String returns the message, and further calls return 0. A stream has no end
+ * mark, so request as many rows as the page has.
  *
  * Allocates nothing. Input that is not in memory is read 512 bytes at a time. */
 KESTERLIB_NODISCARD KESTERLIB_API int32_t Unsqz_Decode(UNCOMP* frame, int32_t rows, uint8_t* buffer,
