@@ -180,7 +180,7 @@ int main(int argc, char** argv)
 {
     Harness bench(
         argc, argv,
-        {.purpose = "steps of empty paints per second, and how long a key waits meanwhile", .rounds = 9});
+        {.purpose = "measures empty paints per second, and how long a key waits meanwhile", .rounds = 9});
     const int rounds = bench.Rounds();
     Require(std::getenv("DISPLAY") != nullptr, "chain_bench needs a display");
     bench.SetWhere(kOnX);

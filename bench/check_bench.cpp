@@ -66,8 +66,9 @@ double Check(const Page& page, double* ink)
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv,
-                  {.purpose = "the check of a large page, and decoding its rows alone", .rounds = 9});
+    Harness bench(
+        argc, argv,
+        {.purpose = "compares the check of a large page with decoding its rows alone", .rounds = 9});
     TestApplication application(argc, argv);
     double first_ink = 0;
     for (const Page& page : kPages) {

@@ -171,11 +171,11 @@ void Measure(Harness& bench, const Codec& codec, const PageKind& kind, const pag
 int main(int argc, char** argv)
 {
     Harness bench(argc, argv,
-                  {.purpose = "our Squeeze and Group 4 decoders and libtiff's Group 4 decoder",
+                  {.purpose = "compares our Squeeze and Group 4 decoders with libtiff's Group 4 decoder",
                    .rounds = 9,
-                   .options = {{"--plain", "the row loops that run on every machine"},
+                   .options = {{"--plain", "uses the row loops that run on every machine"},
                                {"--once=squeeze", "decodes once, for callgrind --toggle-collect=DecodeOnce"},
-                               {"--once=group4", "the same"}},
+                               {"--once=group4", "the same for Group 4"}},
                    .pages = NamesOf(kPages)});
     const std::string_view only = bench.Value("page"), once = bench.Value("once");
     const bool plain = bench.Has("plain");

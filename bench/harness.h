@@ -56,8 +56,8 @@ struct Manual {
         std::string form; // as in "--plain", "--once=ours" or, for any value, "--scale=N"
         std::string meaning;
     };
-    std::string purpose;
-    int rounds = 1; // rounds without --rounds=N
+    std::string purpose; // continues "NAME: ", as in "measures opening a page"
+    int rounds = 1;      // rounds without --rounds=N
     std::vector<Option> options = {};
     std::vector<std::string> pages = {}; // if there are any, --page=NAME selects one, and --list prints them
 };

@@ -37,7 +37,7 @@ double TimeEach(Work work)
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, {.purpose = "parsing and writing a page header", .rounds = 21});
+    Harness bench(argc, argv, {.purpose = "measures parsing and writing a page header", .rounds = 21});
     for (const int32_t destinations : {0, 64}) {
         const std::string text = TextWith(destinations);
         std::string written(FAXHEADER_BYTES, '\0');

@@ -107,9 +107,9 @@ int main(int argc, char** argv)
 {
     Harness bench(
         argc, argv,
-        {.purpose = "our JBIG decoder and jbigkit's",
+        {.purpose = "compares our JBIG decoder with jbigkit's",
          .rounds = 7,
-         .options = {{"--plain", "the row loop that runs on every machine"},
+         .options = {{"--plain", "uses the row loop that runs on every machine"},
                      {"--black", "a 1 is black; without it a 1 is white, as in page files"},
                      {"--once=ours", "decodes once, for callgrind --toggle-collect=DecodeJbigOnce"},
                      {"--once=jbigkit", "decodes once, for callgrind --toggle-collect=DecodePeerOnce"}},

@@ -82,7 +82,8 @@ int main(int argc, char** argv)
 {
     Harness bench(
         argc, argv,
-        {.purpose = "a jump to the last row of a large page, and libtiff's decoding of it", .rounds = 9});
+        {.purpose = "compares a jump to the last row of a large page with libtiff's decoding of the page",
+         .rounds = 9});
     bench.SetWhere("memory, cached");
     TestApplication application(argc, argv);
     SetSettingsFile("/dev/null");

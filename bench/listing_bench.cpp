@@ -175,7 +175,7 @@ void Measure(Harness& bench, const std::string& directory)
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, {.purpose = "listing a directory of 10 000 page files", .rounds = 15});
+    Harness bench(argc, argv, {.purpose = "measures listing a directory of 10 000 page files", .rounds = 15});
     bench.SetWhere(std::string{ChooseDisplay() ? kOnX : kInMemory} + ", cached");
     TestApplication application(argc, argv);
     CLumentaApp app; // only for its dialogs; not started

@@ -9,7 +9,7 @@
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, {.purpose = "setting, copying and reading memory", .rounds = 15});
+    Harness bench(argc, argv, {.purpose = "measures setting, copying and reading memory", .rounds = 15});
     for (const size_t megabytes : {11, 75}) {
         const size_t count = megabytes * 1'000'000;
         std::vector<uint8_t> from(count, 1), to(count, 2);

@@ -191,7 +191,7 @@ void Measure(Harness& bench, CLumentaApp& app, CLumentaView* view, size_t format
 int main(int argc, char** argv)
 {
     Harness bench(argc, argv,
-                  {.purpose = "the time from the key of Next Page to the page on the screen",
+                  {.purpose = "measures the time from the key of Next Page to the page on the screen",
                    .rounds = kDefaultRounds});
     const bool is_x = ChooseDisplay();
     Require(is_x || ChooseScreen(kWindow.cx, kWindow.cy), "no screen");

@@ -138,7 +138,7 @@ constexpr double kGrowth = 1.2;
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, {.purpose = "opening a page", .rounds = 21});
+    Harness bench(argc, argv, {.purpose = "measures opening a page", .rounds = 21});
     bench.SetWhere("memory, cached");
     TestApplication application(argc, argv);
     SetSettingsFile("/dev/null"); // ignores the user's settings

@@ -294,7 +294,7 @@ bool MeasureKeys(Harness& bench, CLumentaApp& app, const Format& format, const c
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, {.purpose = "the overview of a large page", .rounds = 9});
+    Harness bench(argc, argv, {.purpose = "measures making the overview of a large page", .rounds = 9});
     bench.SetWhere("memory, cached");
     const bool is_x = HasDisplayOf(kScreen.cx, kScreen.cy) && ChooseDisplay();
     Require(is_x || ChooseScreen(kScreen.cx, kScreen.cy), "no screen"); // the scale depends on its size

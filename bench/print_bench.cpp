@@ -123,7 +123,8 @@ int main(int argc, char** argv)
     if (argc == 4 && std::strcmp(argv[1], "--print") == 0)
         return PrintOnce(1, argv, argv[2], argv[3]);
 
-    Harness bench(argc, argv, {.purpose = "peak memory and time of a print into a PDF file", .rounds = 3});
+    Harness bench(argc, argv,
+                  {.purpose = "measures peak memory and time of a print into a PDF file", .rounds = 3});
     bench.SetWhere("memory, cached");
     std::string scratch = std::filesystem::temp_directory_path() / "lumenta-print-XXXXXX";
     Require(mkdtemp(scratch.data()) != nullptr, "no directory for the files");

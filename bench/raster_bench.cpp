@@ -52,7 +52,7 @@ void Measure(Harness& bench, const Size& size, int first_bit)
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv, {.purpose = "widening pixels from 1 bit to 32", .rounds = 21});
+    Harness bench(argc, argv, {.purpose = "measures widening pixels from 1 bit to 32", .rounds = 21});
     for (const int first_bit : {0, 3})
         for (const Size& size : kSizes)
             Measure(bench, size, first_bit);

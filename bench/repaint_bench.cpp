@@ -241,7 +241,7 @@ void Measure(Harness& bench, CFrameWnd* frame, CLumentaView* view, CSize size)
 int main(int argc, char** argv)
 {
     Harness bench(argc, argv,
-                  {.purpose = "a full repaint of the view, and steps of scrolling", .rounds = 41});
+                  {.purpose = "measures a full repaint of the view, and steps of scrolling", .rounds = 41});
     Require(std::getenv("DISPLAY") != nullptr, "repaint_bench needs a display");
     bench.SetWhere(kOnX);
     ChooseDisplay();

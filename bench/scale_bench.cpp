@@ -172,7 +172,7 @@ void Measure(Harness& bench, const PageKind& kind, const pages::Bitmap& page, PI
 int main(int argc, char** argv)
 {
     Harness bench(argc, argv,
-                  {.purpose = "our scale engine and leptonica's reductions",
+                  {.purpose = "compares our reduction of pages with leptonica's",
                    .rounds = 9,
                    .options = {{"--scale=N", "one scale only"},
                                {"--once=fastest", "reduces once, for callgrind --toggle-collect=ReduceOnce"},

@@ -52,8 +52,9 @@ public:
 
 int main(int argc, char** argv)
 {
-    Harness bench(argc, argv,
-                  {.purpose = "the rows that a step of scrolling requests; counts, no times", .rounds = 1});
+    Harness bench(
+        argc, argv,
+        {.purpose = "counts the rows that a step of scrolling requests; measures no times", .rounds = 1});
     bench.SetWhere(ChooseDisplay() ? kOnX : kInMemory);
     TestApplication application(argc, argv);
     SetSettingsFile("/dev/null");

@@ -223,9 +223,9 @@ int main(int argc, char** argv)
 {
     Harness bench(
         argc, argv,
-        {.purpose = "the time from the start of the program to the page on the screen",
+        {.purpose = "measures the time from the start of the program to the page on the screen",
          .rounds = 21,
-         .options = {{"--peers", "afterwards, the large page in feh and Geeqie, if they are installed"}}});
+         .options = {{"--peers", "also measures the large page in feh and Geeqie, if they are installed"}}});
     bench.SetWhere("X, cached");
     const Screen screen;
     Require(screen.Good(), "start_bench needs a display");

@@ -97,11 +97,10 @@ double TimeOurs(const std::string& path)
 
 int main(int argc, char** argv)
 {
-    Harness bench(
-        argc, argv,
-        {.purpose = "opening large Group 4 TIFF pages and reading all rows, and libtiff's time for the same",
-         .rounds = 5,
-         .pages = NamesOf(kPages)});
+    Harness bench(argc, argv,
+                  {.purpose = "compares our opening and reading of large Group 4 TIFF pages with libtiff's",
+                   .rounds = 5,
+                   .pages = NamesOf(kPages)});
     bench.SetWhere("memory, cached");
     const std::string_view only = bench.Value("page");
     std::string directory = std::filesystem::temp_directory_path() / "lumenta-tiff-XXXXXX";

@@ -2,12 +2,13 @@
 # bench.sh [peers] [--rounds=N]: builds the benchmark programs with optimisation, runs all of them
 # LUMENTA_BENCH_RUNS (3) times, and writes the figures to docs/SPEED.md and README.md. No other work should
 # run on the machine meanwhile. If a program failed, or if a goal was missed by more than a tenth in any run,
-# the script says which and ends with status 1.
+# the script says which and ends with status 1. On Debian it first installs missing packages with apt, as root
+# or through sudo.
 #   peers     also measures the large page in feh and Geeqie, if they are installed
 #   --rounds  the number of rounds of each program
-# docs/SPEED.md is not changed if a program failed, if --rounds or LUMENTA_BENCH_SLOWDOWN is set, or if the
-# number of runs is not 3. The table is then written to build/release/SPEED.md. So the figures in
-# docs/SPEED.md are complete and always measured with the same method.
+# The two files are not changed if a program failed, if --rounds or LUMENTA_BENCH_SLOWDOWN is set, or if the
+# number of runs is not 3. The figures are then written to build/release/SPEED.md only. So the figures in the
+# two files are complete and always measured with the same method.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 # shellcheck source=scripts/speed.sh

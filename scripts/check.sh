@@ -1,19 +1,20 @@
 #!/usr/bin/env bash
-# check.sh [STEP...]: runs the checks that test.sh does not run: all, the fast ones first, or the named ones.
-# Stops at the first one that fails.
+# check.sh [STEP...]: runs the named steps, or without arguments the first seven steps below, in this order.
+# Stops at the first step that fails. On Debian each step first installs missing packages with apt, as root or
+# through sudo.
 #   house     rules that need no compiler: includes, blanks, sizes; shellcheck of the scripts
 #   format    clang-format would change nothing
 #   lto       the program, built with link-time optimisation, opens a page file of each kind
 #   tidy      clang-tidy reports nothing
-#   busy      all tests while two busy loops per core run, LUMENTA_BUSY_ROUNDS (3) times; LUMENTA_BUSY_TESTS,
-#             a regular expression, selects tests
+#   busy      all tests, LUMENTA_BUSY_ROUNDS (3) times, while two busy loops per core run;
+#             LUMENTA_BUSY_TESTS, a regular expression, selects tests
 #   sanitize  all tests under the address, leak and undefined-behaviour sanitizers
-#   fuzz      every fuzz target: its corpus, then LUMENTA_FUZZ_SECONDS (20) of new inputs
-# This step runs only if named, because it takes hours:
+#   fuzz      every fuzz target on the files of its corpus, then for LUMENTA_FUZZ_SECONDS (20) on new inputs
+# This step runs only if it is named, because it takes hours:
 #   matrix    all tests in builds with other compilers and flags: link-time optimisation, the flags of Debian
 #             packages, the newest clang (with its sanitizers and fuzz targets) and gcc, the assertions of the
-#             standard library; the codec library on aarch64 and s390x. matrix_NAME runs one of these, see
-#             matrix_parts below.
+#             standard library; the codec library on aarch64 and s390x. To run one of these builds, name the
+#             step matrix_NAME; NAME is lto, debian, clang, gcc, assertions, aarch64 or s390x.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

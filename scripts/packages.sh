@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# packages.sh GROUP...: the Debian packages that Lumenta needs, in groups. No other file lists packages.
-# If sourced, this file defines packages_of. If called, it prints the packages of the given groups on one
-# line:
+# packages.sh GROUP...: prints the Debian packages of these groups on one line, as in
 #   apt-get install --no-install-recommends $(scripts/packages.sh build test)
+# The groups are run, build, display, test, check, matrix and bench. No other file lists packages. If sourced,
+# this file prints nothing and defines packages_of.
 
 newest_clang=22 # the newest clang in Debian 12
 

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# run.sh [PAGE]: builds the viewer and opens PAGE in it, or the sample page. If there is no display, it shows
-# the viewer on a private display, saves a screenshot in build/lumenta.png and ends.
+# run.sh [PAGE]: builds the viewer in build/run and opens PAGE in it, or the sample page. If there is no
+# display, it shows the viewer on a private display, saves a screenshot in build/lumenta.png and ends.
+# On Debian it first installs missing packages with apt, as root or through sudo.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

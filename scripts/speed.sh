@@ -41,12 +41,16 @@ function sort_values(key,   i, j, v) {
 speed_table()
 {
   cat <<END
-$2 runs of all programs. A figure is the median of the medians of the runs, with the lowest and the highest of them. In
-a run, our code and its peer take turns in one process. The first round is not counted. Each result is compared before
-it is timed. "X" figures include the display's answer, "memory" figures use no display. "cached": the page's file is in
-the system's cache. "cold": the page's file was dropped from the cache before (posix_fadvise), but the programs are
-still in it. "plain" figures are without AVX2. A goal is missed if a run's median is worse than the goal by more than a
-tenth.
+$2 runs of all programs. A run has several rounds. In each round, our code and its peer (the library or program that we
+compare with) run once, in turn. The first round is not counted. A figure is the median of the medians of the runs, with
+the lowest and the highest of these medians. Before a program measures, it checks that the results are right. A goal is
+missed if a run's median is worse than the goal by more than a tenth.
+
+- "A / B" is the time of A divided by the time of B. "A, times as fast as B" is the time of B divided by the time of A.
+- "X": measured on an X display, and the time includes the display's answer. "memory": measured without a display.
+- "cached": the file of the page is in the system's file cache. "cold": the file was dropped from this cache before
+  (posix_fadvise), but the programs are still in it.
+- "plain" after the name of a code: measured without AVX2. "plain rows" and "image, plain": pages without compression.
 END
   awk "$speed_figures"'
   END {
