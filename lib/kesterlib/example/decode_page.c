@@ -12,7 +12,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-enum { BATCH_BYTES = 1 << 20 }; /* rows that are decoded at a time; one row may be larger */
+enum { BATCH_BYTES = 1 << 20 }; /* size of the buffer of rows; a single row may be larger */
 
 struct open_page {
     const char* path;
