@@ -29,20 +29,6 @@ int Image::Fail(const char* text)
     return 0;
 }
 
-// After the last row CurrentRow is Height - 1, so one more read reaches the decoder and usually fails there.
-bool Image::CanRead(bool has_buffer, const char* invalid)
-{
-    if (!IsValid())
-        ErrorText = invalid;
-    else if (CurrentRow >= Height)
-        ErrorText = "Past end of image";
-    else if (!has_buffer)
-        ErrorText = "Invalid Buffer";
-    else
-        return true;
-    return false;
-}
-
 void Image::ClearAfterRows(uint8_t* rows, int32_t stride, int32_t count, int64_t row_bytes)
 {
     if (stride <= row_bytes)

@@ -68,7 +68,21 @@ protected:
     //
     //   has_buffer  the caller's buffer has room for a row
     //   invalid     the text if IsValid returns 0
-    [[nodiscard]] bool CanRead(bool has_buffer, const char* invalid);
+    //
+    // After the last row CurrentRow is Height - 1, so one more read reaches the decoder and usually fails
+    // there.
+    [[nodiscard]] bool CanRead(bool has_buffer, const char* invalid)
+    {
+        if (!IsValid())
+            ErrorText = invalid;
+        else if (CurrentRow >= Height)
+            ErrorText = "Past end of image";
+        else if (!has_buffer)
+            ErrorText = "Invalid Buffer";
+        else
+            return true;
+        return false;
+    }
     // Sets the bytes after each row to 0. Row k has row_bytes bytes and starts at rows + k * stride. Does
     // nothing if the stride is not larger than the row.
     static void ClearAfterRows(uint8_t* rows, int32_t stride, int32_t count, int64_t row_bytes);
