@@ -236,7 +236,7 @@ matrix_cross()
   fi
   local triplet=$processor-linux-gnu
   local libraries=$system/usr/lib/$triplet
-  build_preset release "$processor" -DLUMENTA_BENCH=OFF -DLUMENTA_LIBRARY_ONLY=ON \
+  build_preset release "$processor" -DLUMENTA_BENCH=OFF -DLUMENTA_APP=OFF \
     -DLUMENTA_GTEST_SOURCE=/usr/src/googletest -DCMAKE_SYSTEM_NAME=Linux "-DCMAKE_SYSTEM_PROCESSOR=$processor" \
     "-DCMAKE_C_COMPILER=$triplet-gcc" "-DCMAKE_CXX_COMPILER=$triplet-g++" \
     "-DCMAKE_CROSSCOMPILING_EMULATOR=qemu-$processor-static;-L;$system" \
