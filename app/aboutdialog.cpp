@@ -1,7 +1,7 @@
 #include "app/aboutdialog.h"
 
 #include "app/dialogids.h"
-#include "app/version.h"
+#include "app/programversion.h"
 #include "platform/versionnote.h"
 
 const CRuntimeClass CAboutDialog::classRecord{"CAboutDialog", &CDialog::classRecord, nullptr};

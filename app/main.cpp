@@ -1,7 +1,7 @@
 // The program. Answers --help and --version; otherwise runs the application.
 #include "app/arguments.h"
 #include "app/lumentaapp.h"
-#include "app/version.h"
+#include "app/programversion.h"
 #include "platform/run.h"
 
 #include <cstdio>

@@ -14,4 +14,4 @@ set(months Jan Feb Mar Apr May Jun Jul Aug Sep Oct Nov Dec) # English in any loc
 math(EXPR month "1${month} - 101") # without the 1, "08" would be an octal number
 list(GET months ${month} month)
 string(REGEX REPLACE "^0" " " day ${day})
-file(WRITE ${OUTPUT} "#include \"app/version.h\"\n\nconst char kBuildStamp[] = \"${time}  ${month} ${day} ${year}\";\n")
+file(WRITE ${OUTPUT} "#include \"app/programversion.h\"\n\nconst char kBuildStamp[] = \"${time}  ${month} ${day} ${year}\";\n")

@@ -1,4 +1,4 @@
-#include "app/version.h"
+#include "app/programversion.h"
 
 #include <cstdint>
 #include <iterator>

@@ -1,0 +1,6 @@
+#include "kesterlib/version.h"
+
+const char* kesterlib_version(void)
+{
+    return KESTERLIB_VERSION;
+}
