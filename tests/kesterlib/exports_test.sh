@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# exports_test.sh LIBRARY HEADERS...: checks that the shared library exports exactly the names that the public
-# headers declare with KESTERLIB_API, that it does not need the C++ runtime, and that no text of the trace
+# exports_test.sh LIBRARY MAP HEADERS...: checks that the shared library exports exactly the names that the
+# public headers declare with KESTERLIB_API and the version script MAP lists, that it does not need the C++ runtime, and that no text of the trace
 # remains.
 set -euo pipefail
 export LC_ALL=C
 library=$1
-shift
+map=$2
+shift 2
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
@@ -21,6 +22,11 @@ fi
 nm -D --defined-only "$library" | awk '{ print $3 }' | sort >"$scratch/exported"
 if ! diff "$scratch/declared" "$scratch/exported"; then
   echo "names that are declared but not exported (<), or exported but not declared (>)" >&2
+  exit 1
+fi
+sed -nE 's/^ *([A-Za-z_0-9]+);$/\1/p' "$map" | sort >"$scratch/listed"
+if ! diff "$scratch/listed" "$scratch/exported"; then
+  echo "names that $map lists but the library does not export (<), or the reverse (>)" >&2
   exit 1
 fi
 if readelf -d "$library" | grep -E 'NEEDED.*lib(stdc\+\+|c\+\+)'; then
