@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # exports_test.sh LIBRARY MAP HEADERS...: checks that the shared library exports exactly the names that the
-# public headers declare with KESTERLIB_API and the version script MAP lists, that it does not need the C++ runtime, and that no text of the trace
-# remains.
+# public headers declare with KESTERLIB_API and that the version script MAP lists, that it does not need the
+# C++ runtime, and that no text of the trace remains.
 set -euo pipefail
 export LC_ALL=C
 library=$1
