@@ -360,10 +360,11 @@ CString PageHeader::SeparationName() const
 
 CString FormatPageLabel(const char* job_name, int32_t page_number, int32_t layer)
 {
-    CString label;
-    if (layer >= 0 && layer < 4)
-        label.Format("%d.%c %s", page_number, "BCMY"[layer], job_name);
-    else
-        label.Format("%d.%d %s", page_number, layer, job_name);
+    FAXHeader header{};
+    memcpy(header.JobName, job_name, strnlen(job_name, sizeof header.JobName));
+    header.PageNumber = page_number;
+    header.Layer = layer;
+    char label[2 * sizeof header.JobName];
+    FAXHeader_Label(&header, label, sizeof label);
     return label;
 }

@@ -89,5 +89,5 @@ private:
 };
 
 // Returns a page's label: "12.C News" for page 12 of job News and layer 1, which is cyan; "12.5 News" for
-// layer 5.
+// layer 5. The job name is cut to 32 bytes, the size of its field.
 [[nodiscard]] CString FormatPageLabel(const char* job_name, int32_t page_number, int32_t layer);

@@ -419,6 +419,45 @@ void* NoMemory(size_t, const char*)
     return nullptr;
 }
 
+TEST(FaxHeaderRecord, RowBytesOfSidesThatCanBeUsed)
+{
+    const struct {
+        uint32_t width, height;
+        int32_t bytes;
+    } cases[] = {
+        {1, 0, 1},          {8, 1, 1}, {9, 0x7FFFFFFF, 2}, {0x7FFFFFF8, 5, 0x0FFFFFFF}, {0x7FFFFFF9, 5, 0},
+        {0xFFFFFFFF, 5, 0}, {0, 5, 0}, {8, 0x80000000, 0}, {8, 3000000000, 0},
+    };
+    for (const auto& one : cases) {
+        FAXHeader header{};
+        header.DataWidth = one.width;
+        header.ImageHeight = one.height;
+        EXPECT_EQ(FAXHeader_Row_Bytes(&header), one.bytes) << one.width << " x " << one.height;
+    }
+}
+
+TEST(FaxHeaderRecord, LabelsOfAnySize)
+{
+    FAXHeader header{};
+    memset(header.JobName, 'x', sizeof header.JobName); // no terminator
+    header.PageNumber = INT32_MIN;
+    header.Layer = INT32_MIN;
+    const std::string longest = "-2147483648.-2147483648 " + std::string(32, 'x');
+    for (const size_t size : {size_t{0}, size_t{1}, size_t{20}, longest.size(), longest.size() + 1}) {
+        std::vector<char> buffer(size, '!'); // exact size
+        EXPECT_EQ(FAXHeader_Label(&header, buffer.data(), size), static_cast<int>(longest.size()));
+        if (size > 0) {
+            EXPECT_EQ(std::string(buffer.data(), size - 1), longest.substr(0, size - 1));
+            EXPECT_EQ(buffer.back(), 0);
+        }
+    }
+    char letter[8];
+    header.PageNumber = 7;
+    header.Layer = 1;
+    EXPECT_EQ(FAXHeader_Label(&header, letter, sizeof letter), 36);
+    EXPECT_STREQ(letter, "7.C xxx");
+}
+
 TEST(FaxHeaderStreams, ReadFromABlock)
 {
     std::string good{kText};

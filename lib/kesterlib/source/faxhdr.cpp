@@ -625,3 +625,22 @@ uint32_t print_FAXHeader_to_file(const FAXHeader* header, FILE* stream, char fil
     dispose_callback_block(callbacks);
     return written;
 }
+
+int32_t FAXHeader_Row_Bytes(const FAXHeader* header)
+{
+    constexpr uint32_t kWidest = INT32_MAX - 7; // so that width + 7 does not overflow
+    if (header->DataWidth == 0 || header->DataWidth > kWidest || header->ImageHeight > INT32_MAX)
+        return 0;
+    return (static_cast<int32_t>(header->DataWidth) + 7) / 8;
+}
+
+int FAXHeader_Label(const FAXHeader* header, char* buffer, size_t size)
+{
+    constexpr char kLetters[] = "BCMY"; // black, cyan, magenta, yellow
+    constexpr int kNameBytes = FAXHEADER_JOB_NAME;
+    const int32_t layer = header->Layer;
+    if (layer >= 0 && layer < 4)
+        return snprintf(buffer, size, "%d.%c %.*s", header->PageNumber, kLetters[layer], kNameBytes,
+                        header->JobName);
+    return snprintf(buffer, size, "%d.%d %.*s", header->PageNumber, layer, kNameBytes, header->JobName);
+}

@@ -6,6 +6,7 @@
 #include "kesterlib/callback.h"
 #include "kesterlib/export.h"
 
+#include <stddef.h>
 #include <stdint.h>
 #include <stdio.h>
 
@@ -79,6 +80,23 @@ typedef struct FAXHeader {
     uint32_t JobID;
     char Mux[FAXHEADER_MUX];
 } FAXHeader;
+
+/* ---- The record -------------------------------------------------------------------------------------- */
+
+/* Returns the bytes of a packed row, (DataWidth + 7) / 8. Returns 0 if the decoders cannot use the sides, so
+ * check for it before any other use of them: DataWidth is 0 or above 0x7ffffff8, or ImageHeight is above
+ * 0x7fffffff. An ImageHeight of 0 is accepted. */
+KESTERLIB_NODISCARD KESTERLIB_API int32_t FAXHeader_Row_Bytes(const FAXHeader* header);
+
+/* Writes the page's label, a text such as "12.C News": PageNumber, a point, Layer, a blank, JobName. Layer is
+ * a letter, "B", "C", "M" or "Y" for 0 to 3, or the number of any other layer.
+ *
+ *   header  JobName needs no terminator. It may have any bytes, and these are not changed
+ *   buffer  receives the label and a terminator; may be null if size is 0
+ *   size    bytes of buffer. A longer label is cut. With 64 bytes no label is cut. 0: writes nothing
+ *
+ * Returns the length of the whole label without the terminator, also if it was cut. */
+KESTERLIB_API int FAXHeader_Label(const FAXHeader* header, char* buffer, size_t size);
 
 /* ---- Text in memory ---------------------------------------------------------------------------------- */
 
