@@ -18,6 +18,8 @@ struct RunCodec {
     UNCOMP* (*open)(callback_block* cb, int32_t width, int32_t row_bytes, const uint8_t* first_ref_row);
     UNCOMP* (*open_mapped)(const uint8_t* base, size_t size, int32_t width, int32_t row_bytes,
                            const uint8_t* first_ref_row);
+    UNCOMP* (*open_memory)(callback_block* cb, const uint8_t* base, size_t size, int32_t width,
+                           int32_t row_bytes, const uint8_t* first_ref_row);
     RowLoop *plain, *words, *fastest;
 };
 
@@ -41,6 +43,7 @@ inline void ExpectInEveryVariant(const RunCodec& codec, std::span<const uint8_t>
         RunCodec::RowLoop* loop;
         int per_call; // rows per call
         int more_stride;
+        bool skips = false; // every second call skips its rows; the input is in memory
     } variants[] = {
         {"mapped, plain", 0, codec.plain, 1 << 20, 0},
         {"11 bytes per read, words", 11, codec.words, 3, 0},
@@ -48,27 +51,37 @@ inline void ExpectInEveryVariant(const RunCodec& codec, std::span<const uint8_t>
         {"mapped, fastest", 0, codec.fastest, 1 << 20, 0},
         {"mapped, fastest, row by row", 0, codec.fastest, 1, 1},
         {"7 bytes per read, fastest", 7, codec.fastest, 2, 0},
+        {"fastest, skips rows", 0, codec.fastest, 1, 0, true},
+        {"plain, skips two rows", 0, codec.plain, 2, 3, true},
     };
+    int32_t status = -1;
     for (const auto& variant : variants) {
         SCOPED_TRACE(variant.name);
         // Input and rows have memory of exactly their size, so that a step outside is detected.
         const std::vector<uint8_t> exact(stream.begin(), stream.end());
         test_support::InputBlock block({.bytes = exact, .most_a_read = variant.chunk});
-        UNCOMP* const frame = variant.chunk == 0 ? codec.open_mapped(exact.data(), exact.size(), page.width,
-                                                                     page.row_bytes, page.above)
-                                                 : codec.open(block, page.width, page.row_bytes, page.above);
+        UNCOMP* const frame =
+            variant.skips
+                ? codec.open_memory(block, exact.data(), exact.size(), page.width, page.row_bytes, page.above)
+            : variant.chunk == 0
+                ? codec.open_mapped(exact.data(), exact.size(), page.width, page.row_bytes, page.above)
+                : codec.open(block, page.width, page.row_bytes, page.above);
         ASSERT_NE(frame, nullptr);
         const int stride = page.row_bytes + variant.more_stride;
         int delivered = 0;
-        while (delivered < page.rows) {
+        for (int call = 0; delivered < page.rows; ++call) {
+            const bool skip = variant.skips && call % 2 == 0;
             const int ask = std::min(variant.per_call, page.rows - delivered);
             std::vector<uint8_t> buffer(static_cast<size_t>(ask * stride), 0xA5);
             const auto decode = [&](int rows) {
-                return variant.loop(reinterpret_cast<kesterlib::Frame*>(frame), rows, buffer.data(), stride);
+                return variant.loop(reinterpret_cast<kesterlib::Frame*>(frame), rows,
+                                    skip ? nullptr : buffer.data(), skip ? 0 : stride);
             };
             const int got = decode(ask);
             for (int i = 0; i < got; ++i, ++delivered) {
                 ASSERT_LT(delivered, std::ssize(want.rows)) << "more rows than expected";
+                if (skip)
+                    continue;
                 const uint8_t* const row = buffer.data() + i * stride;
                 ASSERT_TRUE(std::equal(row, row + (page.width + 7) / 8,
                                        want.rows[static_cast<size_t>(delivered)].data()))
@@ -82,12 +95,16 @@ inline void ExpectInEveryVariant(const RunCodec& codec, std::span<const uint8_t>
             }
         }
         EXPECT_EQ(delivered, std::ssize(want.rows));
-        EXPECT_EQ(frame->rows_done, delivered);
+        EXPECT_EQ(Uncomp_Rows_Done(frame), delivered);
+        status = status < 0 ? Uncomp_Status(frame) : status;
+        EXPECT_EQ(Uncomp_Status(frame), status);
+        EXPECT_EQ(status == KESTERLIB_OK, delivered == page.rows);
         EXPECT_EQ(std::string(Uncomp_Error_String(frame) ? Uncomp_Error_String(frame) : ""), want.error);
         for (int reason = 0; reason < 3; ++reason)
             EXPECT_EQ(Uncomp_First_Suspicious_Row(frame, 1 << reason), want.suspicious[reason])
                 << "reason " << reason;
         Uncomp_Free(frame);
+        EXPECT_TRUE(!variant.skips || block.reads.empty()) << "input after the memory";
         block.Dispose();
         EXPECT_EQ(block.TakeMessages(), "") << "memory was not released";
     }

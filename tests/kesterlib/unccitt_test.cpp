@@ -184,8 +184,9 @@ private:
 
 void ExpectRows(const Bytes& stream, int width, int rows, const RunResult& want)
 {
-    ExpectInEveryVariant({Unccitt4_Open_Callback, Unccitt4_Open_MMapped, kesterlib::unccitt4_rows_plain,
-                          kesterlib::unccitt4_rows_words, kesterlib::unccitt4_row_loop()},
+    ExpectInEveryVariant({Unccitt4_Open_Callback, Unccitt4_Open_MMapped, Unccitt4_Open_Memory,
+                          kesterlib::unccitt4_rows_plain, kesterlib::unccitt4_rows_words,
+                          kesterlib::unccitt4_row_loop()},
                          stream, {width, (width + 7) / 8, rows}, want);
 }
 

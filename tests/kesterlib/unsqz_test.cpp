@@ -33,8 +33,9 @@ using test_support::SqzReference;
 void ExpectAsReference(const Bytes& stream, const RunPage& page)
 {
     const SqzReference want = DecodeSqueeze(stream, page.width, page.row_bytes, page.rows, page.above);
-    ExpectInEveryVariant({Unsqz_Open_Callback, Unsqz_Open_MMapped, kesterlib::unsqz_rows_plain,
-                          kesterlib::unsqz_rows_words, kesterlib::unsqz_row_loop()},
+    ExpectInEveryVariant({Unsqz_Open_Callback, Unsqz_Open_MMapped, Unsqz_Open_Memory,
+                          kesterlib::unsqz_rows_plain, kesterlib::unsqz_rows_words,
+                          kesterlib::unsqz_row_loop()},
                          stream, page, {want.rows, want.error, {want.decreasing, -1, want.filler}});
 }
 

@@ -49,6 +49,11 @@ struct Frame {
     const uint8_t* filler; // first filler byte in in_buffer; null until a read has met the end of the input
     int32_t filler_before; // filler bytes in earlier buffers
     int32_t first_suspicious[3]; // first row with each reason, in the order of the UNCOMP_ bits; -1: none
+
+    int32_t status;     // why the frame is finished
+    int32_t fault_bits; // bits after those taken that show why the row failed: of a code that is none
+    bool memory_only;   // the input is in memory, and the slots of the block are not called for more
+    bool read_failed;   // a read ended with an error
 };
 
 // Notes reasons to doubt the current row, number rows_done. Only the first row with each reason is kept.
@@ -56,20 +61,30 @@ void uncomp_note(Frame* frame, int32_t reasons);
 // Notes the current row if it used filler. Call this after the last bit of the row is taken, and only if
 // frame->filler is set.
 void uncomp_note_filler(Frame* frame);
+// Ends the frame because the current row has failed. Call this with the window after the last bit of the row
+// that was taken. Sets the status.
+void uncomp_finish(Frame* frame);
+
+// Who owns the block of a frame, and what supplies the input after the input in memory.
+enum class Block {
+    Callers,               // the caller owns it; its fread slot supplies the input
+    Callers_without_input, // the caller owns it; there is no input but that in memory
+    Own                    // made by the open function; its fread slot supplies the input
+};
 
 // Makes a frame.
 //
 //   cb             the callback block; null: the open fails
-//   owns_cb        true: freeing the frame disposes of cb, and so does this function if the open fails
-//   base, size     the input in memory; base null: the input is that of cb
+//   kind           Own: freeing the frame disposes of cb, and so does this function if the open fails
+//   base, size     the input in memory; base null: none
 //   width          pixels of a row
 //   row_bytes      bytes of a row
 //   first_ref_row  packed row above the first row, or null for a row of 0
 //   row_length     pixels of a row of transitions: width, or 8 * row_bytes
 //
 // Returns null if width or row_bytes is below 0, width is above 8 * row_bytes, the lists would be too
-// large, or there is no block or no memory.
-[[nodiscard]] Frame* uncomp_open(callback_block* cb, bool owns_cb, const uint8_t* base, size_t size,
+// large, or there is no block or no memory. Sets the status that kesterlib_open_status returns.
+[[nodiscard]] Frame* uncomp_open(callback_block* cb, Block kind, const uint8_t* base, size_t size,
                                  int32_t width, int32_t row_bytes, const uint8_t* first_ref_row,
                                  int64_t row_length);
 // Makes the block of a frame that reads a stream. A null `file` makes a fatal report, which names
@@ -85,6 +100,8 @@ void uncomp_set_reference(Frame* frame, const uint8_t* first_ref_row, int32_t ro
 // Fill the bit window until it holds 16 to 23 bits. uncomp_start_bits empties it first.
 void uncomp_start_bits(UNCOMP* frame);
 void uncomp_load_bits(UNCOMP* frame);
+// Returns whether the input has an error, as its ferror slot says.
+[[nodiscard]] bool uncomp_input_failed(Frame* frame);
 // Reads the next 512 bytes into in_buffer. Filler replaces those that the input does not have. Returns the
 // new in_ptr.
 const uint8_t* uncomp_refill(UNCOMP* frame);

@@ -80,10 +80,10 @@ void make_tables(callback_block* cb)
     tables_made = true;
 }
 
-UNCOMP* open_frame(callback_block* cb, bool owns_cb, const uint8_t* base, size_t size, int32_t width,
+UNCOMP* open_frame(callback_block* cb, Block kind, const uint8_t* base, size_t size, int32_t width,
                    int32_t row_bytes, const uint8_t* first_ref_row)
 {
-    Frame* const frame = uncomp_open(cb, owns_cb, base, size, width, row_bytes, first_ref_row, width);
+    Frame* const frame = uncomp_open(cb, kind, base, size, width, row_bytes, first_ref_row, width);
     if (!frame)
         return nullptr;
     if (!tables_made)
@@ -92,6 +92,13 @@ UNCOMP* open_frame(callback_block* cb, bool owns_cb, const uint8_t* base, size_t
     uncomp_start_bits(&frame->base);
     KESTERLIB_TRACE_LINE(1, frame->base.cb, "Group 4: width %d, row_bytes %d\n", width, row_bytes);
     return &frame->base;
+}
+
+UNCOMP* open_in_memory(callback_block* cb, Block kind, const uint8_t* base, size_t size, int32_t width,
+                       int32_t row_bytes, const uint8_t* first_ref_row)
+{
+    static const uint8_t nothing = 0;
+    return open_frame(cb, kind, base ? base : &nothing, base ? size : 0, width, row_bytes, first_ref_row);
 }
 
 // Reads the length of a run from the frame's window: make-up codes and a terminating code. Returns -1 if
@@ -110,6 +117,22 @@ int32_t run_length(UNCOMP* frame, bool white)
         if (more < kMakeUpFrom)
             return run;
     }
+}
+// Returns how many of the next bits show that no code follows. `bits` is the length of the longest code.
+// is_code(i) returns whether a code begins with the bits of the number i.
+template <typename IsCode>
+int32_t bits_of_no_code(const UNCOMP& frame, int bits, const IsCode& is_code)
+{
+    const int32_t next = frame.bits_hi >> (16 - bits);
+    int unknown = bits; // bits after those that are tried
+    for (bool code = true; code && unknown > 0;) {
+        --unknown;
+        const int32_t first = next >> unknown << unknown;
+        code = false;
+        for (int32_t i = 0; i < 1 << unknown && !code; ++i)
+            code = is_code(first + i);
+    }
+    return bits - unknown;
 }
 } // namespace
 
@@ -133,8 +156,11 @@ Group4Step unccitt4_single_code(Frame* frame, Group4Row* row)
     };
 
     const ModeProbe probe = unccitt4_tables.modes[base.bits_hi >> (16 - kModeBits)];
-    if (probe.mode == kNoCode)
+    if (probe.mode == kNoCode) {
+        frame->fault_bits = bits_of_no_code(
+            base, kModeBits, [](int32_t i) { return unccitt4_tables.modes[i].mode != kNoCode; });
         return Group4Step::Failed;
+    }
     uncomp_take(&base, probe.first_length);
 
     switch (probe.mode) {
@@ -152,9 +178,16 @@ Group4Step unccitt4_single_code(Frame* frame, Group4Row* row)
         if (row->position < 0)
             row->position = 0;
         for (int i = 0; i < 2; ++i) {
-            const int32_t run = run_length(&base, white == (i == 0));
-            if (run < 0)
+            const bool white_run = white == (i == 0);
+            const int32_t run = run_length(&base, white_run);
+            if (run < 0) {
+                frame->fault_bits =
+                    white_run ? bits_of_no_code(base, kWhiteBits,
+                                                [](int32_t k) { return unccitt4_tables.white[k] != 0; })
+                              : bits_of_no_code(base, kBlackBits,
+                                                [](int32_t k) { return unccitt4_tables.black[k] != 0; });
                 return Group4Step::Failed;
+            }
             row->position = row->position > kFarAfterRow ? row->position : row->position + run;
             *row->out++ = row->position;
         }
@@ -186,24 +219,35 @@ using kesterlib::Frame;
 UNCOMP* Unccitt4_Open_Callback(callback_block* cb, int32_t width, int32_t row_bytes,
                                const uint8_t* first_ref_row)
 {
-    return kesterlib::open_frame(cb, false, nullptr, 0, width, row_bytes, first_ref_row);
+    return kesterlib::open_frame(cb, kesterlib::Block::Callers, nullptr, 0, width, row_bytes, first_ref_row);
 }
 
 UNCOMP* Unccitt4_Open(FILE* file, int32_t width, int32_t row_bytes, const uint8_t* first_ref_row)
 {
     callback_block* const cb = kesterlib::stream_block(file, "f!=NULL", "unccitt");
-    return kesterlib::open_frame(cb, true, nullptr, 0, width, row_bytes, first_ref_row);
+    return kesterlib::open_frame(cb, kesterlib::Block::Own, nullptr, 0, width, row_bytes, first_ref_row);
 }
 
 UNCOMP* Unccitt4_Open_MMapped(const uint8_t* base, size_t size, int32_t width, int32_t row_bytes,
                               const uint8_t* first_ref_row)
 {
-    static const uint8_t nothing = 0;
-    return kesterlib::open_frame(kesterlib::mapped_block(), true, base ? base : &nothing, base ? size : 0,
-                                 width, row_bytes, first_ref_row);
+    return kesterlib::open_in_memory(kesterlib::mapped_block(), kesterlib::Block::Own, base, size, width,
+                                     row_bytes, first_ref_row);
+}
+
+UNCOMP* Unccitt4_Open_Memory(callback_block* cb, const uint8_t* base, size_t size, int32_t width,
+                             int32_t row_bytes, const uint8_t* first_ref_row)
+{
+    return kesterlib::open_in_memory(cb, kesterlib::Block::Callers_without_input, base, size, width,
+                                     row_bytes, first_ref_row);
 }
 
 int32_t Unccitt4_Decode(UNCOMP* frame, int32_t rows, uint8_t* buffer, int32_t stride)
 {
     return kesterlib::unccitt4_row_loop()(reinterpret_cast<Frame*>(frame), rows, buffer, stride);
+}
+
+int32_t Unccitt4_Discard(UNCOMP* frame, int32_t rows)
+{
+    return Unccitt4_Decode(frame, rows, nullptr, 0);
 }

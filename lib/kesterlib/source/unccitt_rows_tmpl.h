@@ -47,7 +47,7 @@ inline int32_t run_in(Window* window, const uint16_t* table, const uint8_t* next
 }
 
 // Decodes codes as long as they are entirely in the buffer and the lists have room. The frame's window is
-// up to date before the call, and after it unless the row has failed. The dense variant is for a row above
+// up to date before and after the call. The dense variant is for a row above
 // with many transitions: it decodes vertical codes one at a time, because few follow each other in order.
 template <bool dense>
 inline Fast fast_codes(Frame* frame, Group4Row* row)
@@ -80,12 +80,12 @@ inline Fast fast_codes(Frame* frame, Group4Row* row)
         if (__builtin_expect(probe.lanes != 0, 1)) {
             if constexpr (dense) {
                 position = *ref + (probe.mode - kVertical0);
+                window.drop(probe.first_length);
                 if (position < 0 || ref >= ref_end) {
                     base.error_text = position < 0 ? base.error_text : kTooManyRunsAllocated;
                     result = Fast::Failed;
                     break;
                 }
-                window.drop(probe.first_length);
                 *out++ = position;
                 if (position >= width) {
                     result = Fast::RowDone;
@@ -116,13 +116,13 @@ inline Fast fast_codes(Frame* frame, Group4Row* row)
             // The codes up to this one have moved the right entries.
             const int32_t last = __builtin_ctz(odd);
             position = out[last];
+            for (int32_t i = 0; i <= last; ++i)
+                window.drop(static_cast<uint32_t>(kModeLength[offsets[i] + kVertical0]));
             if (position < 0 || ref_end - ref < last + 1) {
                 base.error_text = position < 0 ? base.error_text : kTooManyRunsAllocated;
                 result = Fast::Failed;
                 break;
             }
-            for (int32_t i = 0; i <= last; ++i)
-                window.drop(static_cast<uint32_t>(kModeLength[offsets[i] + kVertical0]));
             out += last + 1;
             ref += last;
             if (position >= width) {
@@ -189,8 +189,7 @@ inline Fast fast_codes(Frame* frame, Group4Row* row)
         ref += __builtin_ctz(right);
     }
 
-    if (result != Fast::Failed)
-        give_back(&base, window.byte(), window.used_bits());
+    give_back(&base, window.byte(), window.used_bits());
     row->out = out;
     row->ref = ref;
     row->position = position;
@@ -260,17 +259,18 @@ int32_t KESTERLIB_UNCCITT4_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int
     UNCOMP& base = frame->base;
     const int32_t row_bytes_used = base.width / 8 + (base.width % 8 != 0);
     const int32_t nbytes = row_bytes_used < stride ? row_bytes_used : stride;
-    if (base.eol_seen && nbytes <= 0 && rows > 0) { // white rows that write nothing
-        base.rows_done = rows < INT32_MAX - base.rows_done ? base.rows_done + rows : INT32_MAX;
-        return rows;
-    }
     int32_t done = 0;
     for (; done < rows && !frame->finished; ++done) {
+        if (base.eol_seen && nbytes <= 0) { // white rows that write nothing
+            const int32_t left = rows - done;
+            base.rows_done = left < INT32_MAX - base.rows_done ? base.rows_done + left : INT32_MAX;
+            return rows;
+        }
         uint8_t* const row = buffer + int64_t{done} * stride;
         if (!base.eol_seen) {
             const Group4Step step = coded_row(frame, row, nbytes);
             if (step == Group4Step::Failed) {
-                frame->finished = true;
+                uncomp_finish(frame);
                 KESTERLIB_TRACE_LINE(2, base.cb, "Group 4 row %d: %s\n", base.rows_done,
                                      base.error_text ? base.error_text : "no code");
                 break;

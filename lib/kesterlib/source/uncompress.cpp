@@ -1,4 +1,5 @@
 // The frame of the run decoders: its memory, its input with filler, and the painter of lists.
+#include "open_status.h"
 #include "read_up_to.h"
 #include "run_frame.h"
 
@@ -43,15 +44,21 @@ int memory_input_error(FILE*)
     return 0;
 }
 
+// Returns the frame. Sets the status of the open to that of a failure.
 Frame* uncomp_make(callback_block* cb, int32_t width, int32_t row_bytes)
 {
-    if (width < 0 || row_bytes < 0 || width > int64_t{row_bytes} * 8)
+    if (width < 0 || row_bytes < 0 || width > int64_t{row_bytes} * 8) {
+        set_open_status(KESTERLIB_NOT_SUPPORTED);
         return nullptr;
+    }
     const int64_t list_entries = int64_t{row_bytes} * 8 + kListOverhead;
     const int64_t list_bytes = 2 * list_entries * static_cast<int64_t>(sizeof(int32_t));
-    if (list_bytes > kLargestListBlock)
+    if (list_bytes > kLargestListBlock) {
+        set_open_status(KESTERLIB_TOO_LARGE);
         return nullptr;
+    }
 
+    set_open_status(KESTERLIB_NO_MEMORY);
     const size_t row_words =
         static_cast<size_t>(row_bytes) / 8 + 1; // one more if a row ends at the end of a word
     const size_t words_bytes = (row_words + 1) * sizeof(uint64_t);
@@ -86,20 +93,35 @@ Frame* uncomp_make(callback_block* cb, int32_t width, int32_t row_bytes)
     base.ref_end = base.ref_list + list_entries;
     for (int32_t& row : frame->first_suspicious)
         row = -1;
+    set_open_status(KESTERLIB_OK);
     return frame;
+}
+
+// Returns whether the row uses filler: in the bits taken, and `more` bits after them.
+bool uses_filler(const Frame* frame, int32_t more)
+{
+    if (!frame->filler)
+        return false;
+    const UNCOMP& base = frame->base;
+    const auto taken = static_cast<int32_t>(base.in_ptr - frame->filler); // bytes, with those in the window
+    return int64_t{frame->filler_before + taken} * 8 + more > base.bitsloaded;
 }
 } // namespace
 
-Frame* uncomp_open(callback_block* cb, bool owns_cb, const uint8_t* base, size_t size, int32_t width,
+Frame* uncomp_open(callback_block* cb, Block kind, const uint8_t* base, size_t size, int32_t width,
                    int32_t row_bytes, const uint8_t* first_ref_row, int64_t row_length)
 {
+    const bool owns_cb = kind == Block::Own;
     Frame* const frame = cb ? uncomp_make(cb, width, row_bytes) : nullptr;
     if (!frame) {
+        if (!cb) // either the caller passed no block, or there was no memory for one
+            set_open_status(owns_cb ? KESTERLIB_NO_MEMORY : KESTERLIB_NOT_SUPPORTED);
         if (owns_cb)
             dispose_callback_block(cb);
         return nullptr;
     }
     frame->base.owns_cb = owns_cb;
+    frame->memory_only = kind == Block::Callers_without_input;
     if (base) {
         frame->base.buf_start = base;
         frame->base.in_ptr = base;
@@ -231,13 +253,19 @@ void uncomp_load_bits(UNCOMP* frame)
     frame->bits_lo = static_cast<uint16_t>(window);
 }
 
+bool uncomp_input_failed(Frame* frame)
+{
+    return !frame->memory_only && callback_ferror(frame->base.cb) != 0;
+}
+
 const uint8_t* uncomp_refill(UNCOMP* frame)
 {
     auto* const whole = reinterpret_cast<Frame*>(frame);
     const auto used = static_cast<uint32_t>(frame->in_ptr - frame->buf_start);
     frame->bytes_before = static_cast<int32_t>(static_cast<uint32_t>(frame->bytes_before) + used);
-    const size_t arrived = read_up_to(frame->cb, frame->in_buffer, UNCOMP_IN_BUFFER);
-    if (arrived < UNCOMP_IN_BUFFER && callback_ferror(frame->cb)) {
+    const size_t arrived = whole->memory_only ? 0 : read_up_to(frame->cb, frame->in_buffer, UNCOMP_IN_BUFFER);
+    if (arrived < UNCOMP_IN_BUFFER && uncomp_input_failed(whole)) {
+        whole->read_failed = true;
         frame->error_text = kReadError;
         callback_perror(frame->cb, kReadError);
     }
@@ -269,10 +297,17 @@ void uncomp_note(Frame* frame, int32_t reasons)
 
 void uncomp_note_filler(Frame* frame)
 {
-    const UNCOMP& base = frame->base;
-    const auto taken = static_cast<int32_t>(base.in_ptr - frame->filler); // bytes, with those in the window
-    if (int64_t{frame->filler_before + taken} * 8 > base.bitsloaded)
+    if (uses_filler(frame, 0))
         uncomp_note(frame, UNCOMP_FILLER);
+}
+
+void uncomp_finish(Frame* frame)
+{
+    frame->finished = true;
+    if (!uses_filler(frame, frame->fault_bits))
+        frame->status = KESTERLIB_BAD_CODE;
+    else
+        frame->status = frame->read_failed ? KESTERLIB_READ_ERROR : KESTERLIB_CUT_OFF;
 }
 
 void uncomp_paint_row(callback_block* cb, uint8_t* row, const int32_t* trans, const int32_t* endtrans,
@@ -338,4 +373,14 @@ int32_t Uncomp_First_Suspicious_Row(const UNCOMP* frame, int32_t reasons)
 const char* Uncomp_Error_String(const UNCOMP* frame)
 {
     return frame->error_text;
+}
+
+int32_t Uncomp_Status(const UNCOMP* frame)
+{
+    return reinterpret_cast<const kesterlib::Frame*>(frame)->status;
+}
+
+int32_t Uncomp_Rows_Done(const UNCOMP* frame)
+{
+    return frame->rows_done;
 }

@@ -118,7 +118,7 @@ int64_t extension_number(Frame* frame)
     for (int32_t at_end = 0; at_end < kMostGroupsAtEnd; at_end += frame->filler != nullptr) {
         if (bytes_before != base.bytes_before) { // a number can be as long as the file
             bytes_before = base.bytes_before;
-            if (callback_ferror(base.cb))
+            if (uncomp_input_failed(frame))
                 return int64_t{1} << kHighestShift;
         }
         const uint16_t group = base.bits_hi >> 12;
@@ -138,11 +138,11 @@ int32_t moved(int32_t position, int64_t run)
     return to > kFarAfterRow ? kFarAfterRow : static_cast<int32_t>(to);
 }
 
-UNCOMP* open_frame(callback_block* cb, bool owns_cb, const uint8_t* base, size_t size, int32_t width,
+UNCOMP* open_frame(callback_block* cb, Block kind, const uint8_t* base, size_t size, int32_t width,
                    int32_t row_bytes, const uint8_t* first_ref_row)
 {
     Frame* const frame =
-        uncomp_open(cb, owns_cb, base, size, width, row_bytes, first_ref_row, int64_t{row_bytes} * 8);
+        uncomp_open(cb, kind, base, size, width, row_bytes, first_ref_row, int64_t{row_bytes} * 8);
     if (!frame)
         return nullptr;
     if (!tables_made)
@@ -150,6 +150,13 @@ UNCOMP* open_frame(callback_block* cb, bool owns_cb, const uint8_t* base, size_t
     uncomp_start_bits(&frame->base);
     KESTERLIB_TRACE_LINE(1, frame->base.cb, "Squeeze: width %d, row_bytes %d\n", width, row_bytes);
     return &frame->base;
+}
+
+UNCOMP* open_in_memory(callback_block* cb, Block kind, const uint8_t* base, size_t size, int32_t width,
+                       int32_t row_bytes, const uint8_t* first_ref_row)
+{
+    static const uint8_t nothing = 0;
+    return open_frame(cb, kind, base ? base : &nothing, base ? size : 0, width, row_bytes, first_ref_row);
 }
 } // namespace
 
@@ -232,6 +239,11 @@ Step unsqz_single_code(Frame* frame, RowState* row)
 void unsqz_raw_row(Frame* frame, uint8_t* row)
 {
     UNCOMP& base = frame->base;
+    uncomp_forget_raw_row(frame);
+    if (!row) {
+        row = reinterpret_cast<uint8_t*>(frame->words);
+        frame->words_hold_row = true;
+    }
     // Two bytes are in the window: the start byte and the first byte after it.
     int32_t copied = 0;
     int32_t unread = 0;
@@ -254,7 +266,6 @@ void unsqz_raw_row(Frame* frame, uint8_t* row)
     base.bits_lo = 0;
     base.bitsloaded = unread * 8;
     uncomp_load_bits(&base);
-    uncomp_forget_raw_row(frame);
     frame->raw_row = row;
 }
 } // namespace kesterlib
@@ -264,25 +275,36 @@ using kesterlib::Frame;
 UNCOMP* Unsqz_Open_Callback(callback_block* cb, int32_t width, int32_t row_bytes,
                             const uint8_t* first_ref_row)
 {
-    return kesterlib::open_frame(cb, false, nullptr, 0, width, row_bytes, first_ref_row);
+    return kesterlib::open_frame(cb, kesterlib::Block::Callers, nullptr, 0, width, row_bytes, first_ref_row);
 }
 
 UNCOMP* Unsqz_Open(FILE* file, int32_t width, int32_t row_bytes, const uint8_t* first_ref_row)
 {
     callback_block* const cb = kesterlib::stream_block(file, "f", "unsqz");
-    return kesterlib::open_frame(cb, true, nullptr, 0, width, row_bytes, first_ref_row);
+    return kesterlib::open_frame(cb, kesterlib::Block::Own, nullptr, 0, width, row_bytes, first_ref_row);
 }
 
 UNCOMP* Unsqz_Open_MMapped(const uint8_t* base, size_t size, int32_t width, int32_t row_bytes,
                            const uint8_t* first_ref_row)
 {
-    static const uint8_t nothing = 0;
-    return kesterlib::open_frame(kesterlib::mapped_block(), true, base ? base : &nothing, base ? size : 0,
-                                 width, row_bytes, first_ref_row);
+    return kesterlib::open_in_memory(kesterlib::mapped_block(), kesterlib::Block::Own, base, size, width,
+                                     row_bytes, first_ref_row);
+}
+
+UNCOMP* Unsqz_Open_Memory(callback_block* cb, const uint8_t* base, size_t size, int32_t width,
+                          int32_t row_bytes, const uint8_t* first_ref_row)
+{
+    return kesterlib::open_in_memory(cb, kesterlib::Block::Callers_without_input, base, size, width,
+                                     row_bytes, first_ref_row);
 }
 
 int32_t Unsqz_Decode(UNCOMP* frame, int32_t rows, uint8_t* buffer, int32_t stride)
 {
     auto* const whole = reinterpret_cast<Frame*>(frame);
     return kesterlib::unsqz_row_loop()(whole, rows, buffer, stride);
+}
+
+int32_t Unsqz_Discard(UNCOMP* frame, int32_t rows)
+{
+    return Unsqz_Decode(frame, rows, nullptr, 0);
 }

@@ -46,10 +46,12 @@ enum class Step { More, RowDone, Failed };
 
 // Decodes one code from the frame's own window. After a failure the frame has the message.
 Step unsqz_single_code(Frame* frame, RowState* row);
-// Copies the raw row after a start byte of 0x80, which is the first byte in the window.
+// Copies the raw row after a start byte of 0x80, which is the first byte in the window. If `row` is null,
+// copies it into the frame's memory only.
 void unsqz_raw_row(Frame* frame, uint8_t* row);
 
-// The row loop of one instruction set; see Unsqz_Decode.
+// The row loop of one instruction set; see Unsqz_Decode. With a null buffer and a stride of 0 it is
+// Unsqz_Discard.
 using UnsqzRowLoop = int32_t(Frame* frame, int32_t rows, uint8_t* buffer, int32_t stride);
 UnsqzRowLoop unsqz_rows_plain;
 UnsqzRowLoop unsqz_rows_avx2;   // only for machines with AVX2

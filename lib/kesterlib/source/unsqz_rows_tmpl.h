@@ -39,7 +39,7 @@ inline int64_t extension(Window* window)
 enum class Fast { RowDone, Failed, Slow };
 
 // Decodes codes as long as they are entirely in the buffer and the lists have room. The frame's window is
-// up to date before the call, and after it unless the row has failed.
+// up to date before and after the call.
 inline Fast fast_codes(Frame* frame, RowState* row)
 {
     UNCOMP& base = frame->base;
@@ -83,13 +83,13 @@ inline Fast fast_codes(Frame* frame, RowState* row)
                 }
                 // The row ends with the first of these, or is damaged.
                 const int32_t last = __builtin_ctz(outside);
+                for (int32_t i = 0; i <= last; ++i)
+                    window.drop(static_cast<uint32_t>(kVerticalLength[offsets[i] + 3]));
                 if (out[last] < 0 || ref_end - ref < last + 2) {
                     base.error_text = kTooManyRuns;
                     result = Fast::Failed;
                     break;
                 }
-                for (int32_t i = 0; i <= last; ++i)
-                    window.drop(static_cast<uint32_t>(kVerticalLength[offsets[i] + 3]));
                 out += last + 1;
                 result = Fast::RowDone;
                 break;
@@ -99,12 +99,12 @@ inline Fast fast_codes(Frame* frame, RowState* row)
             probe = tables.probe_b[index];
             if (probe.lanes != 0) {
                 const int32_t position = ref[1] + tables.offset_b[index];
+                window.drop(probe.length);
                 if (position < 0 || ref_end - ref < 2) {
                     base.error_text = kTooManyRuns;
                     result = Fast::Failed;
                     break;
                 }
-                window.drop(probe.length);
                 *out++ = position;
                 ++ref;
                 adds = 0;
@@ -191,8 +191,7 @@ inline Fast fast_codes(Frame* frame, RowState* row)
         ref += __builtin_ctz(near);
     }
 
-    if (result != Fast::Failed)
-        give_back(&base, window.byte(), window.used_bits());
+    give_back(&base, window.byte(), window.used_bits());
     row->out = out;
     row->ref = ref;
     row->position = out[-1];
@@ -276,7 +275,8 @@ int32_t KESTERLIB_UNSQZ_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int32_
         if (start & 0x80) {
             if (start != 0x80) {
                 base.error_text = "eof code not zero";
-                frame->finished = true;
+                frame->fault_bits = 8;
+                uncomp_finish(frame);
                 KESTERLIB_TRACE_LINE(2, base.cb, "Squeeze row %d: %s\n", base.rows_done, base.error_text);
                 break;
             }
@@ -291,7 +291,7 @@ int32_t KESTERLIB_UNSQZ_ROWS(Frame* frame, int32_t rows, uint8_t* buffer, int32_
             base.bitsloaded -= 1;
             uncomp_load_bits(&base);
             if (!coded_row(frame, row, nbytes)) {
-                frame->finished = true;
+                uncomp_finish(frame);
                 KESTERLIB_TRACE_LINE(2, base.cb, "Squeeze row %d: %s\n", base.rows_done, base.error_text);
                 break;
             }

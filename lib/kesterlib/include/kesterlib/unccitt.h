@@ -14,9 +14,10 @@ KESTERLIB_BEGIN
 /* Open a frame for a Group 4 stream. The first bit of the stream is the top bit of its first byte.
  *
  *   file           the input, read from its current position; stays open; the caller closes it
- *   cb             the block whose fread slot supplies the input, and whose ferror slot says whether the
- *                  input has failed or ended; must live as long as the frame
- *   base, size     the input in memory; must be unchanged as long as the frame lives
+ *   cb             the caller's block, which must live as long as the frame and is not disposed of with it.
+ *                  For Unccitt4_Open_Callback its fread slot supplies the input, and its ferror slot says
+ *                  whether the input has failed or ended. For Unccitt4_Open_Memory no data slot is called
+ *   base, size     the input in memory; must be unchanged as long as the frame lives; null: 0 bytes
  *   width          pixels of a row
  *   row_bytes      bytes of a row, normally (width + 7) / 8
  *   first_ref_row  packed row of width pixels above the first row, read during the call; null: a white row
@@ -24,8 +25,16 @@ KESTERLIB_BEGIN
  * Returns the frame, which the caller frees with Uncomp_Free. Returns null if width or row_bytes is below
  * 0, width is above 8 * row_bytes, the transition lists would take more than 256 MiB, `cb` is null, or
  * there is no memory. A null `file` makes a fatal report and ends the process.
+ * kesterlib_open_status then returns the reason:
+ *   - KESTERLIB_NOT_SUPPORTED: `cb` is null, or width or row_bytes is wrong;
+ *   - KESTERLIB_TOO_LARGE: the lists are too large;
+ *   - KESTERLIB_NO_MEMORY: memory is short.
  *
- * The functions for `file` and `cb` read the first 512 bytes. If that read fails, they still return
+ * The functions for `file` and for `base` without `cb` make a block of their own. It writes its messages to
+ * standard error. If memory is short, it makes a fatal report, which ends the process. To avoid both, pass a
+ * block: open with the functions that have `cb`.
+ *
+ * Unccitt4_Open and Unccitt4_Open_Callback read the first 512 bytes. If that read fails, they still return
  * a frame; Uncomp_Error_String then returns a message. */
 KESTERLIB_NODISCARD KESTERLIB_API UNCOMP* Unccitt4_Open(FILE* file, int32_t width, int32_t row_bytes,
                                                         const uint8_t* first_ref_row);
@@ -34,6 +43,9 @@ Unccitt4_Open_Callback(callback_block* cb, int32_t width, int32_t row_bytes, con
 KESTERLIB_NODISCARD KESTERLIB_API UNCOMP* Unccitt4_Open_MMapped(const uint8_t* base, size_t size,
                                                                 int32_t width, int32_t row_bytes,
                                                                 const uint8_t* first_ref_row);
+KESTERLIB_NODISCARD KESTERLIB_API UNCOMP* Unccitt4_Open_Memory(callback_block* cb, const uint8_t* base,
+                                                               size_t size, int32_t width, int32_t row_bytes,
+                                                               const uint8_t* first_ref_row);
 
 /* Decodes the next rows, in order from the top.
  *
@@ -55,6 +67,12 @@ KESTERLIB_NODISCARD KESTERLIB_API UNCOMP* Unccitt4_Open_MMapped(const uint8_t* b
  * Allocates nothing. Input that is not in memory is read 512 bytes at a time. */
 KESTERLIB_NODISCARD KESTERLIB_API int32_t Unccitt4_Decode(UNCOMP* frame, int32_t rows, uint8_t* buffer,
                                                           int32_t stride);
+
+/* Skips the next rows. Returns the same count as Unccitt4_Decode and leaves the same state: rows decoded
+ * after it, message, status and suspicious rows are the same. Takes the same time without the painting. Rows
+ * after the end of the page cost nothing, so the time is limited by the bytes of the input. Allocates
+ * nothing. */
+KESTERLIB_NODISCARD KESTERLIB_API int32_t Unccitt4_Discard(UNCOMP* frame, int32_t rows);
 
 KESTERLIB_END
 

@@ -6,6 +6,7 @@
 
 #include "kesterlib/callback.h"
 #include "kesterlib/export.h"
+#include "kesterlib/status.h"
 
 #include <stdint.h>
 
@@ -72,6 +73,19 @@ KESTERLIB_API void Uncomp_Free(UNCOMP* frame);
 
 /* Returns the message of the last error, a constant text; null if there was none. */
 KESTERLIB_NODISCARD KESTERLIB_API const char* Uncomp_Error_String(const UNCOMP* frame);
+
+/* Returns why the frame is finished:
+ *   - KESTERLIB_OK: no row has failed so far, also if a read has failed and its bytes are not needed yet;
+ *   - KESTERLIB_CUT_OFF: the row that failed needed bits after the end of the data;
+ *   - KESTERLIB_READ_ERROR: the same, and the ferror slot has reported an error after a read;
+ *   - KESTERLIB_BAD_CODE: any other failure. The data are damaged, here or earlier.
+ * It is set even if Uncomp_Error_String returns null. Rows that were delivered before may already have used
+ * bits after the end of the data: see UNCOMP_FILLER. */
+KESTERLIB_NODISCARD KESTERLIB_API int32_t Uncomp_Status(const UNCOMP* frame);
+
+/* Returns the number of rows delivered or skipped since the open, INT32_MAX at most. The row that failed, if
+ * any, has this number, counted from 0. */
+KESTERLIB_NODISCARD KESTERLIB_API int32_t Uncomp_Rows_Done(const UNCOMP* frame);
 
 KESTERLIB_END
 
