@@ -132,12 +132,14 @@ void ExpectAsReference(const Variant& variant, const TestInput& input, int rows)
             }
             done += got;
             EXPECT_EQ(dat->lines_delivered, static_cast<uint32_t>(done));
+            EXPECT_EQ(Jbig_Rows_Done(dat), done);
             if (got < ask) {
                 EXPECT_EQ(Jbig_Decode(dat, 1, buffer.data(), 1), 0) << "a row after the end";
                 EXPECT_EQ(Jbig_Decode_Discard(dat, 1), 0) << "a row after the end";
                 break;
             }
         }
+        EXPECT_EQ(Jbig_Status(dat) == KESTERLIB_OK, want.error.empty());
         ASSERT_EQ(got_rows, want_rows);
         ExpectSameState(dat, want);
         EXPECT_EQ(Jbig_Close_Input(dat), 1);
@@ -341,21 +343,31 @@ TEST(Jbig, ReportsEveryFaultOfAHeader)
         const char* what;
         std::vector<std::pair<size_t, uint8_t>> patches; // offset and new byte
         const char* word;                                // expected in the messages; null: the open succeeds
+        int32_t status;
     } cases[] = {
-        {"a valid header", {}, nullptr},
-        {"layers", {{0, 1}, {1, 9}}, "BIE Byte 0 (initial resolution) /= 0"},
-        {"planes", {{2, 2}}, "BIE Byte 2 (number of bitplanes) /= 1"},
-        {"the spare byte", {{3, 1}}, "BIE Byte 3 (spare) /=0"},
-        {"three faults", {{1, 1}, {17, 127}, {19, 0x40}}, "BIE Byte 17 ( MY ) /= 0"},
-        {"two other faults", {{16, 8}, {18, 1}}, "BIE Byte 18 ( BIH spec ) /= 0"},
-        {"no width", {{7, 0}}, "BIE XD (width) is 0"},
-        {"no stripe", {{15, 0}}, "BIE L0 (lines in a stripe) is 0"},
-        {"widest", {{4, 0x7F}, {5, 0xFF}, {6, 0xFF}, {7, 0xF8}}, "BIE XD (width) is too large"},
-        {"one pixel less", {{4, 0x7F}, {5, 0xFF}, {6, 0xFF}, {7, 0xF7}}, "BIE stripe is too large"},
-        {"longest stripe", {{12, 0xFF}, {13, 0xFF}, {14, 0xFF}, {15, 0xFF}}, "BIE stripe is too large"},
-        {"any height", {{8, 0xFF}, {11, 0xFF}}, nullptr},
-        {"a wrong end", {{22, 0xFE}}, "End of file not in JBIG format"},
-        {"the other right end", {{23, 3}}, nullptr},
+        {"a valid header", {}, nullptr, KESTERLIB_OK},
+        {"layers", {{0, 1}, {1, 9}}, "BIE Byte 0 (initial resolution) /= 0", KESTERLIB_NOT_SUPPORTED},
+        {"planes", {{2, 2}}, "BIE Byte 2 (number of bitplanes) /= 1", KESTERLIB_NOT_SUPPORTED},
+        {"the spare byte", {{3, 1}}, "BIE Byte 3 (spare) /=0", KESTERLIB_NOT_SUPPORTED},
+        {"three faults", {{1, 1}, {17, 127}, {19, 0x40}}, "BIE Byte 17 ( MY ) /= 0", KESTERLIB_NOT_SUPPORTED},
+        {"two other faults", {{16, 8}, {18, 1}}, "BIE Byte 18 ( BIH spec ) /= 0", KESTERLIB_NOT_SUPPORTED},
+        {"no width", {{7, 0}}, "BIE XD (width) is 0", KESTERLIB_BAD_CODE},
+        {"no stripe", {{15, 0}}, "BIE L0 (lines in a stripe) is 0", KESTERLIB_BAD_CODE},
+        {"widest",
+         {{4, 0x7F}, {5, 0xFF}, {6, 0xFF}, {7, 0xF8}},
+         "BIE XD (width) is too large",
+         KESTERLIB_TOO_LARGE},
+        {"one pixel less",
+         {{4, 0x7F}, {5, 0xFF}, {6, 0xFF}, {7, 0xF7}},
+         "BIE stripe is too large",
+         KESTERLIB_TOO_LARGE},
+        {"longest stripe",
+         {{12, 0xFF}, {13, 0xFF}, {14, 0xFF}, {15, 0xFF}},
+         "BIE stripe is too large",
+         KESTERLIB_TOO_LARGE},
+        {"any height", {{8, 0xFF}, {11, 0xFF}}, nullptr, KESTERLIB_OK},
+        {"a wrong end", {{22, 0xFE}}, "End of file not in JBIG format", KESTERLIB_CUT_OFF},
+        {"the other right end", {{23, 3}}, nullptr, KESTERLIB_OK},
     };
     for (const auto& one : cases) {
         SCOPED_TRACE(one.what);
@@ -366,6 +378,8 @@ TEST(Jbig, ReportsEveryFaultOfAHeader)
         ExpectAsReference(Behind(7, stream), 3);
         const JbigReference reference(Behind(7, stream));
         EXPECT_EQ(reference.is_open, one.word == nullptr);
+        Jbig_Close_Input(Jbig_Open_Input_MMapped(stream.data(), stream.size()));
+        EXPECT_EQ(kesterlib_open_status(), one.status);
         if (one.word) {
             EXPECT_NE(reference.messages.find(one.word), std::string::npos) << reference.messages;
         }
@@ -379,13 +393,20 @@ TEST(Jbig, ReportsEveryFaultOfAHeader)
         jbig_data* const dat = Jbig_Open_Input_Callback(block);
         EXPECT_EQ(dat != nullptr, rows == (256u << 20) / 1024 - 2);
         if (!dat) {
+            EXPECT_EQ(kesterlib_open_status(), KESTERLIB_TOO_LARGE);
             EXPECT_LT(block.allocated_bytes, 16384u) << "memory for the rows was allocated";
         }
         Jbig_Close_Input(dat);
     }
     EXPECT_EQ(Jbig_Open_Input(nullptr), nullptr);
-    EXPECT_EQ(Jbig_Open_Input_Callback(nullptr), nullptr);
+    EXPECT_EQ(kesterlib_open_status(), KESTERLIB_NOT_SUPPORTED);
     EXPECT_EQ(Jbig_Open_Input_MMapped(nullptr, 100), nullptr);
+    EXPECT_EQ(kesterlib_open_status(), KESTERLIB_CUT_OFF);
+    EXPECT_EQ(Jbig_Open_Input_Callback(nullptr), nullptr);
+    EXPECT_EQ(kesterlib_open_status(), KESTERLIB_NOT_SUPPORTED);
+    InputBlock too_short(Behind(0, {0, 0, 1, 0, 0xFF, 0x02}));
+    EXPECT_EQ(Jbig_Open_Input_Callback(too_short), nullptr);
+    EXPECT_EQ(kesterlib_open_status(), KESTERLIB_CUT_OFF);
 }
 
 TEST(Jbig, OpensOnlyWithMemoryAndASeekableStream)
@@ -400,6 +421,7 @@ TEST(Jbig, OpensOnlyWithMemoryAndASeekableStream)
         block.allocations_left = ++needed;
         dat = Jbig_Open_Input_Callback(block);
         EXPECT_EQ(block->allocation_count - block->deallocation_count, dat ? 4u : 1u) << needed;
+        EXPECT_EQ(kesterlib_open_status(), dat ? KESTERLIB_OK : KESTERLIB_NO_MEMORY);
         if (!dat)
             continue;
         // The rows, the input buffer, the contexts and the record. Decoding allocates nothing.
@@ -416,6 +438,7 @@ TEST(Jbig, OpensOnlyWithMemoryAndASeekableStream)
         InputBlock block(input);
         block.seeks_left = seeks;
         EXPECT_EQ(Jbig_Open_Input_Callback(block), nullptr);
+        EXPECT_EQ(kesterlib_open_status(), KESTERLIB_READ_ERROR);
         EXPECT_NE(block.TakeMessages().find(seeks == 0 ? "seeking EOF -2" : "Seek failed"),
                   std::string::npos);
         block.Dispose();
@@ -466,9 +489,13 @@ TEST(Jbig, StripesThatRepeatAreNotDecodedAgain)
     EXPECT_EQ(Jbig_Decode_Discard(dat, 2010), 2010);
     EXPECT_EQ(Jbig_Decode_Discard(dat, INT32_MAX), INT32_MAX);
     EXPECT_EQ(dat->lines_delivered, 2010u + INT32_MAX);
+    EXPECT_EQ(Jbig_First_Row_After_Data(dat), 300);
     EXPECT_EQ(dat->stripe_number, (dat->lines_delivered + 99) / 100);
     EXPECT_EQ(Jbig_Decode(dat, 1, row.data(), 125), 1);
     EXPECT_EQ(row, Bytes(125, 0));
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(Jbig_Decode_Discard(dat, INT32_MAX), INT32_MAX);
+    EXPECT_EQ(Jbig_Rows_Done(dat), 2011 + int64_t{4} * INT32_MAX);
     Jbig_Close_Input(dat);
 }
 
@@ -494,6 +521,7 @@ TEST(Jbig, CallsTheErrorSlotWithinALargeStripe)
             EXPECT_EQ(Jbig_Decode_Discard(dat, 2 * kStripeRows), ends ? 0 : 2 * kStripeRows);
             EXPECT_EQ(asked, !large ? 0 : ends ? end : 6); // 65536 x 100 pixels are more than 3 x 2^21
             EXPECT_STREQ(Jbig_Error_String(dat), ends ? "Error reading file" : nullptr);
+            EXPECT_EQ(Jbig_Status(dat), ends ? KESTERLIB_INTERRUPTED : KESTERLIB_OK);
             EXPECT_EQ(block.TakeMessages(), "");
             EXPECT_EQ(Jbig_Decode_Discard(dat, 1), ends ? 0 : 1);
             Jbig_Close_Input(dat);
@@ -512,6 +540,115 @@ TEST(Jbig, AReadOfMoreBytesThanRequestedIsTheEndOfTheInput)
     uint8_t row[8];
     EXPECT_EQ(Jbig_Decode(dat, 1, row, 8), 0);
     EXPECT_NE(block.TakeMessages().find("Ran out of JBIG data"), std::string::npos);
+    Jbig_Close_Input(dat);
+}
+
+TEST(Jbig, SaysWhyAStripeFailed)
+{
+    const struct {
+        const char* name;
+        Bytes data;          // after the header
+        size_t most_in_all;  // position at which the stream ends too early
+        bool stream, failed; // the block has a stream; its ferror slot reports an error
+        int32_t status;
+    } cases[] = {
+        {"a stripe of bits of 0", {}, SIZE_MAX, false, false, KESTERLIB_OK},
+        {"another marker", {0xFF, 0x04}, SIZE_MAX, false, false, KESTERLIB_BAD_CODE},
+        {"a short stream", Bytes(50, 0x55), 30, true, false, KESTERLIB_CUT_OFF},
+        {"an empty stream", Bytes(50, 0x55), 20, true, false, KESTERLIB_CUT_OFF},
+        {"a read error", Bytes(50, 0x55), 30, true, true, KESTERLIB_READ_ERROR},
+        {"a short block without a stream", Bytes(50, 0x55), 30, false, true, KESTERLIB_CUT_OFF},
+    };
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.name);
+        TestInput input = Behind(0, Header(640, 100));
+        input.bytes.insert(input.bytes.end(), one.data.begin(), one.data.end());
+        input.bytes.insert(input.bytes.end(), {0xFF, 0x02});
+        input.most_in_all = one.most_in_all;
+        InputBlock block(input);
+        block->file = one.stream ? stdin : nullptr;
+        block.read_error = one.failed;
+        jbig_data* const dat = Jbig_Open_Input_Callback(block);
+        ASSERT_NE(dat, nullptr);
+        EXPECT_EQ(Jbig_Decode_Discard(dat, 1), one.status == KESTERLIB_OK);
+        EXPECT_EQ(Jbig_Status(dat), one.status);
+        Jbig_Close_Input(dat);
+    }
+}
+
+TEST(Jbig, FindsTheFirstRowAfterTheData)
+{
+    std::mt19937 random(11);
+    constexpr int kStripeRows = 8;
+    for (int n = 0; n < 60; ++n) {
+        const int stripes = 1 + n % 4;
+        Bitmap page = RandomPage(random, n % 2 ? 9 + n : 1000, stripes * kStripeRows);
+        if (n % 3 == 0) // stripes without a byte of their own
+            std::fill(page.rows.begin() + (n % 2) * static_cast<std::ptrdiff_t>(page.rows.size() / 2),
+                      page.rows.end(), uint8_t{0});
+        const Bytes stream =
+            n % 5 == 0 ? EncodePublic(page, kStripeRows)
+                       : EncodeOwn(page, kStripeRows,
+                                   n % 2 ? pages::StripeEnd::ResetContexts : pages::StripeEnd::KeepContexts);
+        for (const bool memory : {false, true}) {
+            SCOPED_TRACE(testing::Message() << "page " << n << (memory ? " in memory" : ""));
+            InputBlock block(Behind(0, stream));
+            jbig_data* const dat = memory ? Jbig_Open_Memory(block, stream.data(), stream.size(), nullptr)
+                                          : Jbig_Open_Limited(block, nullptr);
+            EXPECT_EQ(Jbig_Decode_Discard(dat, page.height), page.height);
+            EXPECT_EQ(Jbig_First_Row_After_Data(dat), -1);
+            EXPECT_EQ(Jbig_Decode_Discard(dat, 1), 1);
+            EXPECT_EQ(Jbig_First_Row_After_Data(dat), page.height);
+            EXPECT_EQ(Jbig_Decode_Discard(dat, 9 * kStripeRows), 9 * kStripeRows);
+            EXPECT_EQ(Jbig_First_Row_After_Data(dat), page.height);
+            Jbig_Close_Input(dat);
+            if (HasFailure())
+                return;
+        }
+    }
+}
+
+TEST(Jbig, RespectsTheLimitsOfTheCaller)
+{
+    std::mt19937 random(12);
+    constexpr int32_t kRows = 10; // of a stripe
+    constexpr int64_t kStripeBytes = (kRows + 2) * (100 / 8 + 1 + 2);
+    const Bytes stream = EncodeOwn(RandomPage(random, 100, 5 * kRows), kRows, pages::StripeEnd::KeepContexts);
+    const struct {
+        jbig_limits limits;
+        int32_t rows; // delivered, of 50; -1: the open fails
+    } cases[] = {
+        {{0, 0}, 50},
+        {{-1, -1}, 50},
+        {{INT64_MAX, INT64_MAX}, 50},
+        {{kStripeBytes, 5 * kRows * 100}, 50},
+        {{kStripeBytes - 1, 0}, -1},
+        {{1, 0}, -1},
+        {{0, 5 * kRows * 100 - 1}, 40},
+        {{0, 999}, 0},
+    };
+    for (const auto& one : cases)
+        for (const bool memory : {false, true}) {
+            SCOPED_TRACE(testing::Message() << one.limits.stripe_bytes << ", " << one.limits.pixels);
+            InputBlock block(Behind(0, stream));
+            jbig_data* const dat = memory ? Jbig_Open_Memory(block, stream.data(), stream.size(), &one.limits)
+                                          : Jbig_Open_Limited(block, &one.limits);
+            EXPECT_EQ(dat != nullptr, one.rows >= 0);
+            EXPECT_EQ(kesterlib_open_status(), dat ? KESTERLIB_OK : KESTERLIB_TOO_LARGE);
+            if (dat) {
+                EXPECT_EQ(Jbig_Decode_Discard(dat, 5 * kRows), one.rows);
+                EXPECT_EQ(Jbig_Status(dat), one.rows == 50 ? KESTERLIB_OK : KESTERLIB_TOO_LARGE);
+                EXPECT_EQ(Jbig_Error_String(dat) == nullptr, one.rows == 50);
+                Jbig_Close_Input(dat);
+            }
+            EXPECT_EQ(block->deallocation_count, block->allocation_count);
+        }
+    // Stripes that repeat do not count.
+    const jbig_limits one_page{0, 600 * 1000};
+    const Bytes blank = EncodeOwn(Bitmap(1000, 300), 100, pages::StripeEnd::KeepContexts);
+    InputBlock block;
+    jbig_data* const dat = Jbig_Open_Memory(block, blank.data(), blank.size(), &one_page);
+    EXPECT_EQ(Jbig_Decode_Discard(dat, INT32_MAX), INT32_MAX);
     Jbig_Close_Input(dat);
 }
 } // namespace

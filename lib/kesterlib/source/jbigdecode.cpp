@@ -2,6 +2,7 @@
 #include "kesterlib/files.h"
 #include "kesterlib/jbig.h"
 
+#include "open_status.h"
 #include "qdecoder.h"
 #include "run_frame.h"
 #include "trace.h"
@@ -50,16 +51,31 @@ int32_t clamped_to_int32(int64_t value)
     return value > INT32_MAX ? INT32_MAX : value < 0 ? 0 : static_cast<int32_t>(value);
 }
 
-jbig_data* jbig_make_data(callback_block* block)
+// Returns the record, or null if there is no block or no memory.
+jbig_data* jbig_make_data(callback_block* block, const jbig_limits* limits)
 {
+    set_open_status(block ? KESTERLIB_NO_MEMORY : KESTERLIB_NOT_SUPPORTED);
     auto* const decoder =
-        static_cast<Decoder*>(callback_allocate(block, sizeof(Decoder), "jbig data object"));
+        block ? static_cast<Decoder*>(callback_allocate(block, sizeof(Decoder), "jbig data object"))
+              : nullptr;
     if (!decoder)
         return nullptr;
     memset(decoder, 0, sizeof *decoder);
+    decoder->first_row_after_data = -1;
+    if (limits)
+        decoder->limits = *limits;
     decoder->row_loop = jbig_row_loop();
     decoder->base.block = block;
     return &decoder->base;
+}
+
+// Closes a decoder whose open failed, and sets the status of the open. Returns null.
+jbig_data* jbig_refuse(jbig_data* dat)
+{
+    const int32_t status = reinterpret_cast<const Decoder*>(dat)->status;
+    Jbig_Close_Input(dat);
+    set_open_status(status);
+    return nullptr;
 }
 
 // Checks the end marker at the end of the input, and sets bytes_left. Then seeks back to the start.
@@ -67,20 +83,28 @@ bool jbig_check_eof_marker(jbig_data* dat)
 {
     callback_block* const block = dat->block;
     const long start = callback_ftell(block);
+    int32_t status = KESTERLIB_CUT_OFF;
     bool good = callback_fseek(block, -kEndMarkerBytes, SEEK_END) == 0;
     if (!good) {
+        status = KESTERLIB_READ_ERROR;
         callback_perror(block, "seeking EOF -2");
     } else {
         dat->bytes_left = clamped_to_int32(int64_t{callback_ftell(block)} + kEndMarkerBytes - start);
+        const auto read = [dat, block, &status](uint8_t* byte) {
+            const bool there = callback_read_byte(block, byte) != 0;
+            if (!there)
+                status = jbig_status_of_short_read(dat);
+            return there;
+        };
         uint8_t byte = 0;
-        good = callback_read_byte(block, &byte) != 0 && byte == kMarker &&
-               callback_read_byte(block, &byte) != 0 && is_stripe_end(byte);
+        good = read(&byte) && byte == kMarker && read(&byte) && is_stripe_end(byte);
     }
     if (!good) {
-        jbig_error(dat, kNoEndMarker, __LINE__, kSource);
+        jbig_error(dat, status, kNoEndMarker, __LINE__, kSource);
         return false;
     }
     if (callback_fseek(block, start, SEEK_SET) != 0) {
+        jbig_note_status(dat, KESTERLIB_READ_ERROR);
         callback_perror(block, "Seek failed");
         return false;
     }
@@ -91,7 +115,7 @@ bool jbig_check_eof_marker_mapped(jbig_data* dat, size_t length)
 {
     if (length >= kEndMarkerBytes && dat->io_buffer_end[0] == kMarker && is_stripe_end(dat->io_buffer_end[1]))
         return true;
-    jbig_error(dat, kNoEndMarker, __LINE__, kSource);
+    jbig_error(dat, KESTERLIB_CUT_OFF, kNoEndMarker, __LINE__, kSource);
     return false;
 }
 
@@ -106,15 +130,15 @@ bool jbig_read_bih(jbig_data* dat)
         return false;
     }
     bool good = true;
-    const auto fault = [dat, &good](const char* text, int32_t line) {
-        jbig_error(dat, text, line, kSource);
+    const auto fault = [dat, &good](int32_t status, const char* text, int32_t line) {
+        jbig_error(dat, status, text, line, kSource);
         good = false;
     };
     dat->bytes_left -= READ_BIH_BYTES;
     const auto check = [&addr, &fault](int32_t from, int32_t to) {
         for (const HeaderByte& byte : kHeaderBytes)
             if (byte.at >= from && byte.at < to && *addr++ != byte.wanted)
-                fault(byte.text, __LINE__);
+                fault(KESTERLIB_NOT_SUPPORTED, byte.text, __LINE__);
     };
     check(0, 4);
     uint32_t* const numbers[] = {&dat->width, &dat->height, &dat->stripe_lines};
@@ -123,14 +147,18 @@ bool jbig_read_bih(jbig_data* dat)
         addr += sizeof *number;
     }
     if (dat->width == 0)
-        fault("BIE XD (width) is 0", __LINE__);
+        fault(KESTERLIB_BAD_CODE, "BIE XD (width) is 0", __LINE__);
     if (dat->width >= kWidthLimit)
-        fault("BIE XD (width) is too large", __LINE__);
+        fault(KESTERLIB_TOO_LARGE, "BIE XD (width) is too large", __LINE__);
     if (dat->stripe_lines == 0)
-        fault("BIE L0 (lines in a stripe) is 0", __LINE__);
+        fault(KESTERLIB_BAD_CODE, "BIE L0 (lines in a stripe) is 0", __LINE__);
     const uint64_t row_stride = (uint64_t{dat->width} + 7) / 8 + 2;
-    if (dat->width < kWidthLimit && (uint64_t{dat->stripe_lines} + 2) * row_stride > JBIG_LARGEST_STRIPE)
-        fault("BIE stripe is too large", __LINE__);
+    const int64_t limit = reinterpret_cast<const Decoder*>(dat)->limits.stripe_bytes;
+    constexpr uint64_t kMostBytes = JBIG_LARGEST_STRIPE;
+    const uint64_t most_bytes =
+        limit > 0 && limit < JBIG_LARGEST_STRIPE ? static_cast<uint64_t>(limit) : kMostBytes;
+    if (dat->width < kWidthLimit && (uint64_t{dat->stripe_lines} + 2) * row_stride > most_bytes)
+        fault(KESTERLIB_TOO_LARGE, "BIE stripe is too large", __LINE__);
     check(16, READ_BIH_BYTES);
     if (addr - dat->io_buffer != READ_BIH_BYTES)
         callback_assertion_failed(dat->block, "addr-dat->io_buffer == READ_BIH_BYTES",
@@ -144,8 +172,7 @@ jbig_data* jbig_open_common(jbig_data* dat)
 {
     if (!jbig_read_bih(dat)) {
         callback_message(dat->block, "not a .jbg file\n");
-        Jbig_Close_Input(dat);
-        return nullptr;
+        return jbig_refuse(dat);
     }
     dat->row_bytes = (dat->width + 7) / 8;
     dat->row_stride = dat->row_bytes + 2;
@@ -157,8 +184,8 @@ jbig_data* jbig_open_common(jbig_data* dat)
             static_cast<uint8_t*>(callback_allocate(dat->block, stripe_bytes, "stripe buffer"));
     }
     if (!dat->stripe_buffer) {
-        Jbig_Close_Input(dat);
-        return nullptr;
+        jbig_note_status(dat, KESTERLIB_NO_MEMORY);
+        return jbig_refuse(dat);
     }
     memset(dat->stripe_buffer, 0, stripe_bytes);
     dat->stripe_buffer_end = dat->stripe_buffer + stripe_bytes;
@@ -166,6 +193,7 @@ jbig_data* jbig_open_common(jbig_data* dat)
     dat->next_row = dat->first_row;
     KESTERLIB_TRACE_LINE(1, dat->block, "JBIG: width %u, height %u, %u rows per stripe\n", dat->width,
                          dat->height, dat->stripe_lines);
+    set_open_status(KESTERLIB_OK);
     return dat;
 }
 
@@ -186,6 +214,7 @@ void advance_rows(jbig_data* dat, int32_t rows)
     dat->next_row += static_cast<size_t>(rows) * dat->row_stride;
     dat->lines_left -= rows;
     dat->lines_delivered += static_cast<uint32_t>(rows);
+    reinterpret_cast<Decoder*>(dat)->rows_done += rows;
 }
 
 // Skips whole stripes of the next rows if all are equal to the stripe in the buffer. Returns the number of
@@ -198,12 +227,26 @@ int32_t skip_same_stripes(jbig_data* dat, int32_t rows)
     const uint32_t passed = stripes * dat->stripe_lines;
     dat->stripe_number += stripes;
     dat->lines_delivered += passed;
+    reinterpret_cast<Decoder*>(dat)->rows_done += passed;
     return static_cast<int32_t>(passed);
 }
 } // namespace
 
-void jbig_error(jbig_data* dat, const char* text, int32_t line, const char* file)
+void jbig_note_status(jbig_data* dat, int32_t status)
 {
+    auto* const decoder = reinterpret_cast<Decoder*>(dat);
+    if (decoder->status == KESTERLIB_OK)
+        decoder->status = status;
+}
+
+int32_t jbig_status_of_short_read(jbig_data* dat)
+{
+    return dat->block->file && callback_ferror(dat->block) != 0 ? KESTERLIB_READ_ERROR : KESTERLIB_CUT_OFF;
+}
+
+void jbig_error(jbig_data* dat, int32_t status, const char* text, int32_t line, const char* file)
+{
+    jbig_note_status(dat, status);
     ++dat->error_count;
     callback_message(dat->block, "\nJbig error, at line %ld in file %s:\n %s\n", long{line}, file, text);
     jbig_print_position(dat->block, dat);
@@ -231,30 +274,45 @@ void jbig_print_position(callback_block* block, jbig_data* dat)
 }
 } // namespace kesterlib
 
-jbig_data* Jbig_Open_Input_Callback(callback_block* block)
+jbig_data* Jbig_Open_Limited(callback_block* block, const jbig_limits* limits)
 {
-    if (!block)
-        return nullptr;
-    jbig_data* const dat = kesterlib::jbig_make_data(block);
+    using namespace kesterlib;
+    jbig_data* const dat = jbig_make_data(block, limits);
     if (!dat)
         return nullptr;
     dat->input_buffer = static_cast<uint8_t*>(callback_allocate(block, JBIG_INPUT_BUFFER, "i/o buffer"));
     dat->buffer_origin = dat->input_buffer;
     dat->io_buffer = dat->input_buffer;
-    if (!dat->input_buffer || !kesterlib::jbig_check_eof_marker(dat) ||
-        callback_fread(block, 1, READ_BIH_BYTES, dat->input_buffer) != READ_BIH_BYTES) {
-        Jbig_Close_Input(dat);
-        return nullptr;
+    if (!dat->input_buffer) {
+        jbig_note_status(dat, KESTERLIB_NO_MEMORY);
+        return jbig_refuse(dat);
+    }
+    if (!jbig_check_eof_marker(dat))
+        return jbig_refuse(dat);
+    if (callback_fread(block, 1, READ_BIH_BYTES, dat->input_buffer) != READ_BIH_BYTES) {
+        jbig_note_status(dat, jbig_status_of_short_read(dat));
+        return jbig_refuse(dat);
     }
     dat->io_buffer_end = dat->input_buffer + READ_BIH_BYTES;
-    return kesterlib::jbig_open_common(dat);
+    return jbig_open_common(dat);
+}
+
+jbig_data* Jbig_Open_Input_Callback(callback_block* block)
+{
+    return Jbig_Open_Limited(block, nullptr);
 }
 
 jbig_data* Jbig_Open_Input(FILE* stream)
 {
-    callback_block* const block = stream ? make_unix_callback_block() : nullptr;
-    if (!block)
+    if (!stream) {
+        kesterlib::set_open_status(KESTERLIB_NOT_SUPPORTED);
         return nullptr;
+    }
+    callback_block* const block = make_unix_callback_block();
+    if (!block) {
+        kesterlib::set_open_status(KESTERLIB_NO_MEMORY);
+        return nullptr;
+    }
     set_callback_slot(CALLBACK_FILE, block, reinterpret_cast<callback_slot_value>(stream));
     jbig_data* const dat = Jbig_Open_Input_Callback(block);
     if (dat)
@@ -266,32 +324,42 @@ jbig_data* Jbig_Open_Input(FILE* stream)
 
 jbig_data* Jbig_Open_Input_MMapped(const uint8_t* data, size_t length)
 {
+    callback_block* const block = kesterlib::mapped_block();
+    if (!block) {
+        kesterlib::set_open_status(KESTERLIB_NO_MEMORY);
+        return nullptr;
+    }
+    jbig_data* const dat = Jbig_Open_Memory(block, data, length, nullptr);
+    if (dat)
+        dat->owns_block = 1;
+    else
+        dispose_callback_block(block);
+    return dat;
+}
+
+jbig_data* Jbig_Open_Memory(callback_block* block, const uint8_t* data, size_t length,
+                            const jbig_limits* limits)
+{
     using namespace kesterlib;
     static const uint8_t nothing = 0;
     if (!data) {
         data = &nothing;
         length = 0;
     }
-    callback_block* const block = mapped_block();
-    jbig_data* const dat = block ? jbig_make_data(block) : nullptr;
-    if (!dat) {
-        dispose_callback_block(block);
+    jbig_data* const dat = jbig_make_data(block, limits);
+    if (!dat)
         return nullptr;
-    }
-    dat->owns_block = 1;
     const size_t before_marker = length < kEndMarkerBytes ? 0 : length - kEndMarkerBytes;
     dat->io_buffer = data;
     dat->buffer_origin = data;
     dat->io_buffer_end = data + before_marker;
     dat->bytes_left = before_marker > INT32_MAX ? INT32_MAX : static_cast<int32_t>(before_marker);
-    bool good = jbig_check_eof_marker_mapped(dat, length);
-    if (good && before_marker < READ_BIH_BYTES) {
+    if (!jbig_check_eof_marker_mapped(dat, length))
+        return jbig_refuse(dat);
+    if (before_marker < READ_BIH_BYTES) {
         callback_message(block, "not a .jbg file\n");
-        good = false;
-    }
-    if (!good) {
-        Jbig_Close_Input(dat);
-        return nullptr;
+        jbig_note_status(dat, KESTERLIB_CUT_OFF);
+        return jbig_refuse(dat);
     }
     return jbig_open_common(dat);
 }
@@ -362,4 +430,19 @@ int32_t Jbig_Decode_Discard(jbig_data* dat, int32_t lines)
 const char* Jbig_Error_String(const jbig_data* dat)
 {
     return dat->error_count == 0 ? nullptr : dat->error_text;
+}
+
+int32_t Jbig_Status(const jbig_data* dat)
+{
+    return reinterpret_cast<const kesterlib::Decoder*>(dat)->status;
+}
+
+int64_t Jbig_Rows_Done(const jbig_data* dat)
+{
+    return reinterpret_cast<const kesterlib::Decoder*>(dat)->rows_done;
+}
+
+int64_t Jbig_First_Row_After_Data(const jbig_data* dat)
+{
+    return reinterpret_cast<const kesterlib::Decoder*>(dat)->first_row_after_data;
 }

@@ -39,11 +39,14 @@ void jbig_refill(jbig_data* dat)
     dat->io_buffer = dat->input_buffer;
     dat->io_buffer_end = dat->input_buffer + got;
     dat->bytes_left -= static_cast<int32_t>(got);
-    if (got < wanted)
-        jbig_error(dat, system_error_text(errno, reinterpret_cast<Decoder*>(dat)->unknown_error), __LINE__,
-                   kSource);
+    if (got < wanted) {
+        const int error = errno; // the ferror slot may change it
+        const int32_t status = jbig_status_of_short_read(dat);
+        jbig_error(dat, status, system_error_text(error, reinterpret_cast<Decoder*>(dat)->unknown_error),
+                   __LINE__, kSource);
+    }
     if (got == 0)
-        jbig_error(dat, "Ran out of JBIG data", __LINE__, kSource);
+        jbig_error(dat, KESTERLIB_CUT_OFF, "Ran out of JBIG data", __LINE__, kSource);
 }
 
 bool next_byte(jbig_data* dat, uint8_t* byte)
@@ -79,7 +82,7 @@ void qm_byte_in(jbig_data* dat)
         dat->reset_pending = 1;
         dat->marker_seen = 1;
         break;
-    default: jbig_error(dat, "Non-stuffed FF found in PSCD\n", __LINE__, kSource);
+    default: jbig_error(dat, KESTERLIB_BAD_CODE, "Non-stuffed FF found in PSCD\n", __LINE__, kSource);
     }
 }
 
@@ -195,6 +198,7 @@ void jbig_poll(jbig_data* dat, uint32_t line)
     if (!dat->block->file || callback_ferror(dat->block) == 0)
         return;
     // No message, because the client requested the end.
+    jbig_note_status(dat, KESTERLIB_INTERRUPTED);
     ++dat->error_count;
     dat->error_line = __LINE__;
     dat->error_file = kSource;
@@ -226,6 +230,18 @@ void jbig_reset_adaptor(jbig_data* dat)
 
 namespace
 {
+// Returns whether the next stripe begins after the last byte of the data. In memory the data end before the
+// last marker. So one stripe begins there without a byte of its own and is ended by this marker: the first
+// stripe, or one after a stripe that another marker has ended.
+bool begins_after_data(const jbig_data* dat)
+{
+    if (dat->io_buffer != dat->io_buffer_end)
+        return false;
+    if (dat->input_buffer)
+        return dat->bytes_left <= 0;
+    return dat->stripe_number > 0 && dat->marker_seen == 0;
+}
+
 // Returns whether the next stripe equals the one in the buffer. After the end of the data, a stripe and the
 // registers after it depend only on the contexts and the two rows above. If both are the same as one stripe
 // earlier, the stripe is the same too.
@@ -252,14 +268,21 @@ void finish_stripe(jbig_data* dat)
     dat->next_row = dat->first_row;
     dat->lines_left = static_cast<int32_t>(dat->stripe_lines);
 }
-} // namespace
-
-void jbig_decode_stripe(jbig_data* dat)
+// Returns whether the next stripe is within the limit of pixels, and counts it. If not, reports an error.
+bool is_within_limit(jbig_data* dat)
 {
-    if (is_same_stripe(dat)) {
-        finish_stripe(dat);
-        return;
+    auto* const decoder = reinterpret_cast<Decoder*>(dat);
+    const int64_t pixels = int64_t{dat->width} * dat->stripe_lines;
+    if (decoder->limits.pixels > 0 && pixels > decoder->limits.pixels - decoder->pixels_done) {
+        jbig_error(dat, KESTERLIB_TOO_LARGE, "JBIG pixels are above the limit", __LINE__, kSource);
+        return false;
     }
+    decoder->pixels_done += pixels;
+    return true;
+}
+
+void decode_stripe(jbig_data* dat)
+{
     qm_init_decoder(dat);
     memmove(dat->stripe_buffer, dat->stripe_buffer + size_t{dat->stripe_lines} * dat->row_stride,
             size_t{2} * dat->row_stride);
@@ -275,5 +298,18 @@ void jbig_decode_stripe(jbig_data* dat)
 
     store_coder(dat, coder);
     finish_stripe(dat);
+}
+} // namespace
+
+void jbig_decode_stripe(jbig_data* dat)
+{
+    auto* const decoder = reinterpret_cast<Decoder*>(dat);
+    const bool after_data = begins_after_data(dat);
+    if (is_same_stripe(dat))
+        finish_stripe(dat);
+    else if (is_within_limit(dat))
+        decode_stripe(dat);
+    if (after_data && dat->error_count == 0 && decoder->first_row_after_data < 0)
+        decoder->first_row_after_data = decoder->rows_done;
 }
 } // namespace kesterlib

@@ -41,17 +41,31 @@ struct Decoder {
     bool began_after_data; // the data were over before the stripe in the buffer began
     bool repeats;          // every further stripe equals the one in the buffer
 
+    int32_t status;               // of the first error
+    int64_t rows_done;            // rows delivered or skipped; jbig_data::lines_delivered has only 32 bits
+    int64_t first_row_after_data; // of the first stripe that began after the data; -1: none
+
+    jbig_limits limits;
+    int64_t pixels_done; // pixels of the stripes that were decoded
+
     char unknown_error[kErrorTextBytes]; // text of a system error that the system has no text for
 };
 
 // ---- jbigdecode.cpp
 
-void jbig_error(jbig_data* dat, const char* text, int32_t line, const char* file);
+// Notes the status of a failure. Only that of the first failure is kept.
+void jbig_note_status(jbig_data* dat, int32_t status);
+// Returns the status of a read that returned too few bytes.
+[[nodiscard]] int32_t jbig_status_of_short_read(jbig_data* dat);
+// Reports an error.
+void jbig_error(jbig_data* dat, int32_t status, const char* text, int32_t line, const char* file);
 void jbig_print_position(callback_block* block, jbig_data* dat);
 
 // ---- qdecoder.cpp
 
 void jbig_reset_adaptor(jbig_data* dat);
+// Decodes the next stripe into the buffer. If that would exceed the limit of pixels, reports an error
+// instead.
 void jbig_decode_stripe(jbig_data* dat);
 
 // Calls the client's ferror slot between two rows, after row `line`. A result other than 0 ends the stripe

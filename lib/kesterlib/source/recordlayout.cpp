@@ -100,6 +100,10 @@ OFFSET(FAXHeader, Destination, 184);
 OFFSET(FAXHeader, JobID, 1208);
 OFFSET(FAXHeader, Mux, 1212);
 
+SIZE(jbig_limits, 16);
+OFFSET(jbig_limits, stripe_bytes, 0);
+OFFSET(jbig_limits, pixels, 8);
+
 SIZE(jbig_data, 176);
 OFFSET(jbig_data, block, 0);
 OFFSET(jbig_data, bytes_left, 8);

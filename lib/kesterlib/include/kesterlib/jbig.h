@@ -6,6 +6,7 @@
 
 #include "kesterlib/callback.h"
 #include "kesterlib/export.h"
+#include "kesterlib/status.h"
 
 #include <stddef.h>
 #include <stdint.h>
@@ -65,13 +66,27 @@ typedef struct jbig_data {
     const uint8_t* buffer_origin;    /* first byte of the input buffer or of the input in memory */
 } jbig_data;
 
+/* Limits of one decoder. 0 or less in a field: only the library's own limit. */
+typedef struct jbig_limits {
+    /* Bytes of the stripe buffer, which has (stripe_lines + 2) * row_stride bytes. If the header needs more,
+     * the open fails. The library's own limit is JBIG_LARGEST_STRIPE. */
+    int64_t stripe_bytes;
+    /* Pixels that are decoded after the open. A stripe counts as width * stripe_lines pixels, also if the
+     * page ends within it. The stripe that would exceed the limit is not decoded: the rows before it are
+     * good, and the decoder is finished with KESTERLIB_TOO_LARGE. Stripes after the end of the data that are
+     * not decoded because they equal the one before do not count. The library has no limit of its own. */
+    int64_t pixels;
+} jbig_limits;
+
 /* Open a decoder for an image entity.
  *
  *   stream        the input, from its current position to its end; must be able to seek; stays open; the
  *                 caller closes it
- *   block         the block whose stream is the input; needs the fread, fseek and ftell slots; must live as
- *                 long as the decoder
- *   data, length  the input in memory; must be unchanged as long as the decoder lives
+ *   block         the caller's block, which must live as long as the decoder and is not disposed of with it.
+ *                 Its stream is the input, and it needs the fread, fseek and ftell slots. For
+ *                 Jbig_Open_Memory it needs none of them
+ *   data, length  the input in memory; must be unchanged as long as the decoder lives; null: 0 bytes
+ *   limits        read during the call; null: only the library's own limits
  *
  * Returns the decoder, which the caller closes with Jbig_Close_Input. Returns null if
  *   - the header requires a feature that this decoder does not have, or a stripe buffer above
@@ -80,13 +95,27 @@ typedef struct jbig_data {
  *   - the input cannot be read or cannot seek, or `stream`, `block` or `data` is null,
  *   - there is no memory.
  * The block's messages say what is wrong with the input, but a stream that is too short for the header makes
- * no message. After a failure nothing stays allocated.
+ * no message. After a failure nothing stays allocated. kesterlib_open_status then returns the reason; if the
+ * header has several faults, that of the first one:
+ *   - KESTERLIB_CUT_OFF: the last two bytes are not an end marker, or the entity is shorter than its header;
+ *   - KESTERLIB_READ_ERROR: the input cannot be read or cannot seek;
+ *   - KESTERLIB_BAD_CODE: the header states a width or a stripe of 0;
+ *   - KESTERLIB_TOO_LARGE: the width or the stripe buffer is above a limit;
+ *   - KESTERLIB_NOT_SUPPORTED: the header requires another feature, or `stream` or `block` is null;
+ *   - KESTERLIB_NO_MEMORY: there is no memory.
+ *
+ * Jbig_Open_Input and Jbig_Open_Input_MMapped make a block of their own. It writes its messages to standard
+ * error. If memory is short, it makes a fatal report, which ends the process. To avoid both, pass a block.
  *
  * Decodes no row. Reads only the header and the last two bytes. From a stream, only the first 2^31 - 1
  * bytes of an entity are read; bits of 0 follow them. */
 KESTERLIB_NODISCARD KESTERLIB_API jbig_data* Jbig_Open_Input(FILE* stream);
 KESTERLIB_NODISCARD KESTERLIB_API jbig_data* Jbig_Open_Input_Callback(callback_block* block);
 KESTERLIB_NODISCARD KESTERLIB_API jbig_data* Jbig_Open_Input_MMapped(const uint8_t* data, size_t length);
+KESTERLIB_NODISCARD KESTERLIB_API jbig_data* Jbig_Open_Limited(callback_block* block,
+                                                               const jbig_limits* limits);
+KESTERLIB_NODISCARD KESTERLIB_API jbig_data* Jbig_Open_Memory(callback_block* block, const uint8_t* data,
+                                                              size_t length, const jbig_limits* limits);
 
 /* Frees the decoder, and the block if the open function made it. The stream stays open. Null is ignored.
  * Always returns 1. */
@@ -119,6 +148,23 @@ KESTERLIB_NODISCARD KESTERLIB_API int32_t Jbig_Decode_Discard(jbig_data* dat, in
 
 /* Returns the message of the first error; null if there was none. It is valid until the decoder is closed. */
 KESTERLIB_NODISCARD KESTERLIB_API const char* Jbig_Error_String(const jbig_data* dat);
+
+/* Returns the status of the first error; KESTERLIB_OK if there was none:
+ *   - KESTERLIB_BAD_CODE: the data have a byte after 0xFF that is no marker of this profile;
+ *   - KESTERLIB_CUT_OFF: a read returned fewer bytes than the stream had at the open;
+ *   - KESTERLIB_READ_ERROR: the same, and the ferror slot reports an error. This slot is called only if the
+ *     block has a stream;
+ *   - KESTERLIB_TOO_LARGE: the next stripe is above the caller's limit of pixels;
+ *   - KESTERLIB_INTERRUPTED: the ferror slot has ended a stripe. */
+KESTERLIB_NODISCARD KESTERLIB_API int32_t Jbig_Status(const jbig_data* dat);
+
+/* Returns the number of rows delivered or skipped since the open. */
+KESTERLIB_NODISCARD KESTERLIB_API int64_t Jbig_Rows_Done(const jbig_data* dat);
+
+/* Returns the first row, counted from 0, of the first stripe that began after the last byte of the data. If
+ * no such row has been delivered or skipped, returns -1. Data that were cut off at the end of a stripe are
+ * decoded without an error. So if this row is above the last row of the page, the page was cut off. */
+KESTERLIB_NODISCARD KESTERLIB_API int64_t Jbig_First_Row_After_Data(const jbig_data* dat);
 
 KESTERLIB_END
 
