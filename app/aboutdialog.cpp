@@ -12,6 +12,7 @@ bool CAboutDialog::OnInitDialog()
 {
     CDialog::OnInitDialog();
     SetDlgItemText(kBuildStampText, kBuildStamp);
+    SetDlgItemText(kCommitText, kLumentaCommit);
     if (const CString version = GetFileVersionText(m_strProgram); !version.IsEmpty())
         SetDlgItemText(kVersionText, version);
     return true;

@@ -8,6 +8,7 @@ constexpr UINT kAboutDialog = 100;
 constexpr UINT kBuildStampText = 101;
 constexpr UINT kVersionText = 107;
 constexpr UINT kAboutIcon = 108;
+constexpr UINT kCommitText = 111;
 
 constexpr UINT kOpenMultipleDialog = 106;
 constexpr UINT kDirectoryText = 102;

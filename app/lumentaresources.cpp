@@ -115,6 +115,7 @@ constexpr DialogItem kAboutItems[] = {
     {.kind = DialogItemKind::label, .text = "LUMENTA Bitmap Viewer"},
     {.kind = DialogItemKind::label, .text = "Version"},
     {.kind = DialogItemKind::label, .beside = true, .id = kVersionText, .text = "1.2.1.0"},
+    {.kind = DialogItemKind::label, .beside = true, .id = kCommitText},
     {.kind = DialogItemKind::label, .id = kBuildStampText},
     {.kind = DialogItemKind::defaultButton, .id = IDOK, .text = "OK"},
 };

@@ -18,6 +18,14 @@ static void OpenStandardStreams()
             open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
 }
 
+// Prints the version, and the commit in brackets if it is known. Returns false if this fails.
+static bool PrintVersion()
+{
+    const bool has_commit = kLumentaCommit[0] != '\0';
+    return printf(has_commit ? "lumenta %s (%s)\n" : "lumenta %s\n", kLumentaVersion, kLumentaCommit) >= 0 &&
+           fflush(stdout) == 0;
+}
+
 int main(int argc, char** argv)
 {
     OpenStandardStreams();
@@ -25,8 +33,7 @@ int main(int argc, char** argv)
     const CommandLine line = ReadCommandLine(all.subspan(argc > 0 ? 1 : 0), PathExists);
     switch (line.action) {
     case CommandLine::Action::help: return fputs(kHelpText, stdout) < 0 || fflush(stdout) != 0;
-    case CommandLine::Action::version:
-        return printf("lumenta %s\n", kLumentaVersion) < 0 || fflush(stdout) != 0;
+    case CommandLine::Action::version: return !PrintVersion();
     case CommandLine::Action::run: break;
     }
     CLumentaApp app;

@@ -1,6 +1,7 @@
 // The About box.
 #include "app/aboutdialog.h"
 #include "app/dialogids.h"
+#include "app/programversion.h"
 #include "platform/versionnote.h"
 #include "tests/app/dialog_fixture.h"
 
@@ -27,6 +28,7 @@ TEST_F(AppDialogTest, AboutShowsVersionAndBuildStamp)
                        [&] {
                            EXPECT_EQ(DescribeDialog(dialog).front(), "About LUMENTA");
                            EXPECT_EQ(dialog.GetDlgItemText(kVersionText), CString(c.want));
+                           EXPECT_EQ(dialog.GetDlgItemText(kCommitText), CString(kLumentaCommit));
                            const std::string stamp = dialog.GetDlgItemText(kBuildStampText).c_str();
                            EXPECT_EQ(stamp.size(), strlen("11:02:57  Jul 20 2001"));
                            tm time{};

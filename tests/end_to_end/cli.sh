@@ -20,7 +20,7 @@ equal "status of --help" 0 "$status"
 equal "first line of --help" "Usage: lumenta [FILE]" "$(head -n 1 "$scratch/out")"
 without_display --version
 equal "status of --version" 0 "$status"
-want "--version prints no version" grep -qE '^lumenta [0-9]+\.[0-9]+\.[0-9]+$' "$scratch/out"
+want "--version prints no version" grep -qE '^lumenta [0-9]+\.[0-9]+\.[0-9]+( \([-.0-9a-z]+\))?$' "$scratch/out"
 
 # --- Displays that do not answer ------------------------------------------------------------------------------
 
