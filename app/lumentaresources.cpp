@@ -223,4 +223,5 @@ constinit const ApplicationResources kLumentaResources{
     .cursors = kCursors,
     .icon = kIcon,
     .dialogs = kDialogs,
+    .desktop_entry = "com.vestrel.Lumenta",
 };

@@ -77,6 +77,9 @@ struct ApplicationResources {
     std::span<const CursorResource> cursors;
     const char* const* icon; // an XPM picture, or null
     std::span<const DialogTemplate> dialogs = {};
+    // Name of the installed desktop entry, without ".desktop", or null. A Wayland desktop finds the name and
+    // the icon of the application by it.
+    const char* desktop_entry = nullptr;
 
     [[nodiscard]] const char* FindString(UINT id) const;           // null if there is none
     [[nodiscard]] const DialogTemplate* FindDialog(UINT id) const; // null if there is none

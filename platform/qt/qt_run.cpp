@@ -229,6 +229,8 @@ int RunApplication(CWinApp& app, const char* program_name, const CString& comman
     EndStart();
     PrepareProcess();
     const SignalCloser signal_closer;
+    if (const char* const entry = app.GetResources().desktop_entry)
+        QApplication::setDesktopFileName(QString::fromLatin1(entry));
     QApplication::setApplicationName(ToQString(app.LoadString(AFX_IDS_APP_TITLE)));
     app.m_lpCmdLine = command_line;
     const bool started = app.InitInstance();
