@@ -4,22 +4,26 @@
 # through sudo.
 #   house     rules that need no compiler: includes, blanks, sizes; shellcheck of the scripts
 #   format    clang-format would change nothing
-#   lto       the program, built with link-time optimisation, opens a page file of each kind
+#   package   the Debian packages, built with link-time optimisation: the program opens a page file of each
+#             kind; lintian and the checkers of the desktop's files report nothing
 #   tidy      clang-tidy reports nothing
 #   busy      all tests, LUMENTA_BUSY_ROUNDS (3) times, while two busy loops per core run;
 #             LUMENTA_BUSY_TESTS, a regular expression, selects tests
 #   sanitize  all tests under the address, leak and undefined-behaviour sanitizers
 #   fuzz      every fuzz target on the files of its corpus, then for LUMENTA_FUZZ_SECONDS (20) on new inputs
-# This step runs only if it is named, because it takes hours:
+# These steps run only if they are named:
+#   bare      installs the packages in a bare Debian 12 in build/bare, starts the viewer there, uses the tools
+#             and the library, and removes the packages. Saves a picture of the viewer in build/bare.png. Needs
+#             root, and the packages in build/package/packages from the step `package`
 #   matrix    all tests in builds with other compilers and flags: link-time optimisation, the flags of Debian
 #             packages, the newest clang (with its sanitizers and fuzz targets) and gcc, the assertions of the
-#             standard library; the codec library on aarch64 and s390x. To run one of these builds, name the
-#             step matrix_NAME; NAME is lto, debian, clang, gcc, assertions, aarch64 or s390x.
+#             standard library; the codec library on aarch64 and s390x. It takes hours. To run one of these
+#             builds, name the step matrix_NAME; NAME is lto, debian, clang, gcc, assertions, aarch64 or s390x.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 answer_help "$@"
-all_steps=(house format lto tidy busy sanitize fuzz)
+all_steps=(house format package tidy busy sanitize fuzz)
 matrix_parts=(lto debian clang gcc assertions aarch64 s390x)
 
 # sources PATTERN: prints the C and C++ files of the tree whose path matches, each followed by a zero byte.
@@ -66,11 +70,100 @@ check_tidy()
   return "$status"
 }
 
-check_lto()
+# --- The Debian packages ------------------------------------------------------------------------------------
+
+check_package()
 {
-  need build test
-  build_preset release lto -DLUMENTA_BENCH=OFF -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON -- lumenta makepage grab
-  run_tests "$root/build/lto" -R '^end_to_end_kinds$'
+  need build test package
+  umask 022
+  local build=$root/build/package
+  build_preset package package -DLUMENTA_TESTS=ON -- packaged makepage grab
+  run_tests "$build" -R '^end_to_end_kinds$'
+  say "making the packages"
+  rm -rf "$build/packages"
+  (cd "$build" && cpack) >"$scratch/cpack.log" || { cat "$scratch/cpack.log" >&2; return 1; }
+  package_versions
+  desktop_files
+  page_types
+  say "lintian"
+  lintian --no-cfg --allow-root --tag-display-limit 0 "$build"/packages/*.deb | tee "$scratch/lintian"
+  [[ ! -s $scratch/lintian ]] || die "lintian has found faults"
+}
+
+# The version of the packages must be that of the changelogs and of the description for software catalogues.
+package_versions()
+{
+  local package version file
+  for package in lumenta kesterlib-tools libkesterlib1 libkesterlib-dev; do
+    file=$(compgen -G "$root/build/package/packages/${package}_*.deb") || die "there is no package $package"
+    version=$(dpkg-deb -f "$file" Version)
+  done
+  cd "$root"
+  [[ $(dpkg-parsechangelog -l packaging/debian/changelog -S Version) == "$version" ]] ||
+    die "packaging/debian/changelog is not about version $version"
+  [[ $(grep -m 1 -oE '^## \[[^]]+' CHANGELOG.md) == "## [$version" ]] ||
+    die "CHANGELOG.md does not begin with version $version"
+  [[ $(xmllint --xpath 'string(//release[1]/@version)' packaging/com.vestrel.Lumenta.metainfo.xml) == "$version" ]] ||
+    die "packaging/com.vestrel.Lumenta.metainfo.xml does not begin with version $version"
+}
+
+desktop_files()
+{
+  say "checking the files for the desktop, the manual pages and the completion"
+  local file size
+  cd "$root"
+  desktop-file-validate packaging/*.desktop
+  appstreamcli validate --pedantic --no-net packaging/*.metainfo.xml
+  xmllint --noout packaging/*.xml packaging/*.svg
+  for size in 16 32 48; do
+    [[ $(identify -format '%wx%h' "build/package/packaging/icon$size.png") == "${size}x$size" ]] ||
+      die "the icon of $size pixels has another size"
+  done
+  tree_files . | { grep -E '\.[1-9]$' || true; } | while read -r file; do
+    mandoc -Tlint -W warning "$file"
+  done
+  tree_files . | { grep -E '^packaging/completion/' || true; } | while read -r file; do
+    bash -n "$file"
+  done
+  ! cmake --build build/package --target help | grep -q '^kesterlib_manual:' ||
+    cmake --build build/package --target kesterlib_manual
+}
+
+# The desktop must find out the type of a page file by its content, whatever its name. A file of another kind
+# with the name of a page file counts as a page file: the program looks at the content.
+page_types()
+{
+  say "checking the types of files"
+  local pages=$scratch/pages sample
+  mkdir -p "$scratch/data/mime/packages" "$pages"
+  cp /usr/share/mime/packages/freedesktop.org.xml "$root"/packaging/*.mime.xml "$scratch/data/mime/packages"
+  update-mime-database -V "$scratch/data/mime"
+  for sample in "$root"/samples/*.fax; do
+    cp "$sample" "$pages/$(basename "$sample" .fax)"
+  done
+  head -c 4096 "$root/samples/sample-plain.fax" | sed 's/$/\r/' >"$pages/lines-end-in-cr-lf"
+  cp "$root/samples/sample.tif" "$pages/tiff.fax"
+  for sample in "$pages"/*; do
+    type_is "$sample" image/x-lumenta-page
+  done
+  cp "$root/samples/sample.tif" "$scratch/tiff"
+  type_is "$scratch/tiff" image/tiff
+}
+
+# type_is FILE TYPE
+type_is()
+{
+  local type
+  type=$(XDG_DATA_DIRS=$scratch/data XDG_DATA_HOME=$scratch/nothing gio info -a standard::content-type "$1" |
+    sed -n 's/^ *standard::content-type: //p')
+  [[ $type == "$2" ]] || die "the type of ${1##*/} is $type, not $2"
+}
+
+check_bare()
+{
+  need package bare
+  ((EUID == 0)) || die "the step bare needs root"
+  "$root/scripts/bare.sh"
 }
 
 # Keeps a core busy until the script has ended, even if the script was killed.
@@ -250,7 +343,7 @@ matrix_cross()
 
 steps=("$@")
 ((${#steps[@]})) || steps=("${all_steps[@]}")
-named_steps=(matrix "${matrix_parts[@]/#/matrix_}")
+named_steps=(bare matrix "${matrix_parts[@]/#/matrix_}")
 for step in "${steps[@]}"; do
   if [[ " ${all_steps[*]} ${named_steps[*]} " != *" $step "* ]]; then
     wrong_usage "unknown step '$step'; the steps are: ${all_steps[*]} ${named_steps[*]}"

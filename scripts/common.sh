@@ -3,12 +3,14 @@
 #   root          the top of the source tree
 #   scratch       a temporary directory, which is deleted when the script ends
 #   at_exit_kill  the processes that are ended when the script ends
+#   at_exit_unmount  the mounts that are removed after that
 # and functions that print the script's head comment as its manual, install packages, configure and build, and
 # set up a private display and environment. It sets the traps for EXIT, INT, TERM and HUP.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 scratch=$(mktemp -d "${TMPDIR:-/tmp}/lumenta-XXXXXX")
 at_exit_kill=()
+at_exit_unmount=()
 
 # shellcheck source=scripts/packages.sh
 source "$root/scripts/packages.sh"
@@ -44,6 +46,9 @@ clean_up()
   # In reverse order: programs end before the window manager, and the window manager before its display.
   for ((i = ${#at_exit_kill[@]} - 1; i >= 0; i--)); do
     end_process "${at_exit_kill[i]}"
+  done
+  for ((i = ${#at_exit_unmount[@]} - 1; i >= 0; i--)); do
+    umount "${at_exit_unmount[i]}"
   done
   rm -rf "$scratch"
 }

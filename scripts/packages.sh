@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # packages.sh GROUP...: prints the Debian packages of these groups on one line, as in
 #   apt-get install --no-install-recommends $(scripts/packages.sh build test)
-# The groups are run, build, display, test, check, matrix and bench. No other file lists packages. If sourced,
+# The groups are run, build, display, test, check, package, bare, matrix and bench. No other file lists packages. If sourced,
 # this file prints nothing and defines packages_of.
 
 newest_clang=22 # the newest clang in Debian 12
@@ -27,6 +27,14 @@ packages_of()
     check)
       echo clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev llvm-14 shellcheck git
       ;;
+    package) # what makes the Debian packages and checks them
+      echo dpkg-dev file librsvg2-bin desktop-file-utils appstream libxml2-utils shared-mime-info libglib2.0-bin
+      echo mandoc lintian imagemagick doxygen
+      ;;
+    bare) # a bare system to install the packages in
+      packages_of display
+      echo debootstrap
+      ;;
     matrix) # other compilers, and tools that build and run the codec library for other processors
       echo "clang-$newest_clang" "libclang-rt-$newest_clang-dev" "llvm-$newest_clang" dpkg-dev
       echo g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user-static googletest
@@ -36,7 +44,7 @@ packages_of()
       echo libjbig-dev libleptonica-dev fonts-dejavu-core
       ;;
     *)
-      wrong_usage "unknown group '$group'; the groups are: run build display test check matrix bench"
+      wrong_usage "unknown group '$group'; the groups are: run build display test check package bare matrix bench"
       ;;
     esac
   done
