@@ -211,9 +211,7 @@ JbigRowLoop* jbig_row_loop()
 {
 #if defined(__x86_64__)
     // On processors that run pext in microcode, single steps are faster.
-    static const bool has_fast_pext =
-        has_avx2() && !__builtin_cpu_is("znver1") && !__builtin_cpu_is("znver2");
-    if (has_fast_pext)
+    if (has_avx2() && !__builtin_cpu_is("znver1") && !__builtin_cpu_is("znver2"))
         return jbig_rows_avx2;
 #endif
     return jbig_rows_plain;

@@ -15,12 +15,20 @@
 
 namespace kesterlib
 {
-uint8_t grey_table[kGreySteps];
-
 namespace
 {
-bool tables_made;
-int32_t tables_invert;
+using GreyTable = std::array<uint8_t, kGreySteps>;
+constexpr GreyTable make_grey_table(bool invert)
+{
+    GreyTable table{};
+    for (int step = 0; step < kGreySteps; ++step) {
+        const int grey = std::min(step, 255);
+        table[static_cast<size_t>(step)] = static_cast<uint8_t>(invert ? 255 - grey : grey);
+    }
+    return table;
+}
+constexpr GreyTable kGreys = make_grey_table(false);
+constexpr GreyTable kInvertedGreys = make_grey_table(true);
 
 constexpr bool is_valid(int32_t scale)
 {
@@ -146,6 +154,8 @@ void add_cut_bytes(const uint8_t* rows, ptrdiff_t stride, int32_t height, const 
 }
 } // namespace
 
+constinit std::atomic<const uint8_t*> grey_table = kGreys.data();
+
 const scale_loops* fastest_scale_loops()
 {
 #if defined(__x86_64__)
@@ -160,14 +170,7 @@ using namespace kesterlib;
 
 const uint8_t* init_countones(int32_t invert)
 {
-    if (tables_made && tables_invert == invert)
-        return count_table.data();
-    for (int i = 0; i < kGreySteps; ++i) {
-        const int grey = std::min(i, 255);
-        grey_table[i] = static_cast<uint8_t>(invert != 0 ? 255 - grey : grey);
-    }
-    tables_made = true;
-    tables_invert = invert;
+    grey_table.store((invert != 0 ? kInvertedGreys : kGreys).data(), std::memory_order_relaxed);
     return count_table.data();
 }
 

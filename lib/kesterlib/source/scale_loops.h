@@ -4,6 +4,7 @@
 #include "kesterlib/scale.h"
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -33,7 +34,8 @@ inline constexpr std::array<uint8_t, 256> count_table = [] {
         table[byte] = static_cast<uint8_t>(__builtin_popcount(byte));
     return table;
 }();
-extern uint8_t grey_table[kGreySteps];
+// The greys of the steps: one of two constant tables. init_countones selects it, for all engines.
+extern std::atomic<const uint8_t*> grey_table;
 
 constexpr int32_t kLargestScale = 248; // a full cell of 61 504 fits in 16 bits, one of scale 256 does not
 constexpr int32_t kMostCounted = 31;   // rows: 31 x 8 bits make 248, and 32 x 8 do not fit in a byte

@@ -391,7 +391,7 @@ void finish_band(scale_engine* engine)
     uint8_t* const greys = engine->bytes;
     const uint8_t* const counts = engine->counts;
     const auto columns = static_cast<size_t>(engine->out_width);
-    const uint8_t turned = grey_table[0];
+    const uint8_t turned = grey_table.load(std::memory_order_relaxed)[0]; // the tables never change
     switch (engine->scale) {
     case 1: greys_of_bytes<8>(greys, greys, columns, turned); break;
     case 2: greys_of_bytes<6>(greys, greys, columns, turned); break;

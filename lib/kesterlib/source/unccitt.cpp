@@ -11,8 +11,7 @@
 
 namespace kesterlib
 {
-Unccitt4Tables unccitt4_tables;
-const int8_t kModeLength[kModes] = {12, 4, 3, 7, 6, 3, 1, 3, 6, 7};
+constexpr int8_t kModeLength[kModes] = {12, 4, 3, 7, 6, 3, 1, 3, 6, 7};
 
 namespace
 {
@@ -22,8 +21,6 @@ constexpr Code kModeCodes[kModes] = {
     {0x4000, 3},  {0x8000, 1}, {0x6000, 3}, {0x0C00, 6}, {0x0600, 7},
 };
 constexpr CodeTableFault kFault{"!((length == 15) || (ncodes > 255))", "code too long", "unccitt"};
-
-bool tables_made;
 
 constexpr bool is_vertical(uint8_t mode)
 {
@@ -38,7 +35,7 @@ constexpr int32_t run_of(uint8_t index)
     return index < kFirstTerminating ? index * kMakeUpFrom : index - kFirstTerminating;
 }
 
-ModeProbe probe_of(uint32_t leading, const uint8_t* modes, int8_t* offsets)
+constexpr ModeProbe probe_of(uint32_t leading, const uint8_t* modes, int8_t* offsets)
 {
     ModeProbe probe{};
     const uint32_t window = leading << (32 - kModeBits);
@@ -58,26 +55,26 @@ ModeProbe probe_of(uint32_t leading, const uint8_t* modes, int8_t* offsets)
     return probe;
 }
 
-void make_run_table(callback_block* cb, const Code* codes, uint16_t* table, int bits)
+constexpr void make_run_table(const Code* codes, uint16_t* table, int bits)
 {
-    uint8_t index[1 << kBlackBits];
-    build_decode_table(cb, codes, kRunCodes, index, kFault);
+    uint8_t index[1 << kBlackBits] = {};
+    build_decode_table(nullptr, codes, kRunCodes, index, kFault);
     for (int32_t i = 0; i < 1 << bits; ++i)
         table[i] = index[i] == kNoCode
                        ? uint16_t{0}
                        : static_cast<uint16_t>(run_of(index[i]) << 4 | codes[index[i]].length);
 }
 
-void make_tables(callback_block* cb)
+constexpr Unccitt4Tables make_tables()
 {
-    Unccitt4Tables& tables = unccitt4_tables;
-    make_run_table(cb, kWhiteCodes, tables.white, kWhiteBits);
-    make_run_table(cb, kBlackCodes, tables.black, kBlackBits);
-    uint8_t modes[1 << kModeBits];
-    build_decode_table(cb, kModeCodes, kModes, modes, kFault);
+    Unccitt4Tables tables{};
+    make_run_table(kWhiteCodes, tables.white, kWhiteBits);
+    make_run_table(kBlackCodes, tables.black, kBlackBits);
+    uint8_t modes[1 << kModeBits] = {};
+    build_decode_table(nullptr, kModeCodes, kModes, modes, kFault);
     for (uint32_t i = 0; i < 1 << kModeBits; ++i)
         tables.modes[i] = probe_of(i, modes, tables.offsets[i]);
-    tables_made = true;
+    return tables;
 }
 
 UNCOMP* open_frame(callback_block* cb, Block kind, const uint8_t* base, size_t size, int32_t width,
@@ -86,8 +83,6 @@ UNCOMP* open_frame(callback_block* cb, Block kind, const uint8_t* base, size_t s
     Frame* const frame = uncomp_open(cb, kind, base, size, width, row_bytes, first_ref_row, width);
     if (!frame)
         return nullptr;
-    if (!tables_made)
-        make_tables(frame->base.cb);
     frame->ref_ascends = true; // true for a list from getruns and for that of a white row
     uncomp_start_bits(&frame->base);
     KESTERLIB_TRACE_LINE(1, frame->base.cb, "Group 4: width %d, row_bytes %d\n", width, row_bytes);
@@ -135,6 +130,8 @@ int32_t bits_of_no_code(const UNCOMP& frame, int bits, const IsCode& is_code)
     return bits - unknown;
 }
 } // namespace
+
+constinit const Unccitt4Tables unccitt4_tables = make_tables();
 
 Unccitt4RowLoop* unccitt4_row_loop()
 {

@@ -27,7 +27,7 @@ struct Unccitt4Tables {
     uint16_t white[1 << kWhiteBits];
     uint16_t black[1 << kBlackBits];
 };
-extern Unccitt4Tables unccitt4_tables;
+extern const Unccitt4Tables unccitt4_tables;
 
 enum Mode : uint8_t {
     kEndOfLine,

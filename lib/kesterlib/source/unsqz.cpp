@@ -12,7 +12,6 @@
 
 namespace kesterlib
 {
-UnsqzTables unsqz_tables;
 const int8_t kVerticalLength[7] = {7, 4, 3, 1, 3, 4, 7};
 
 namespace
@@ -40,7 +39,6 @@ constexpr int32_t kVerticalCodes = 7;
 constexpr int32_t kLargestOffset = 3;
 constexpr int32_t kSecondRunBits = 2;
 constexpr int32_t kSecondRunExtended = 3; // an extension number follows a second run with this value
-bool tables_made;
 
 constexpr bool is_vertical(int32_t index)
 {
@@ -56,8 +54,8 @@ constexpr int32_t first_run_of(int32_t index)
 }
 
 // Returns the codes in `leading`, which are the `bits` leading bits of a window, decoded one by one.
-Probe probe_of(int32_t leading, int bits, const uint8_t* index, const Code* codes, int longest,
-               int32_t long_run, int8_t* offsets, int32_t most_verticals)
+constexpr Probe probe_of(int32_t leading, int bits, const uint8_t* index, const Code* codes, int longest,
+                         int32_t long_run, int8_t* offsets, int32_t most_verticals)
 {
     Probe probe{};
     // The unknown bits after them are read as 0. A code that needs one of them is not taken.
@@ -86,18 +84,18 @@ Probe probe_of(int32_t leading, int bits, const uint8_t* index, const Code* code
     return probe;
 }
 
-void make_tables(callback_block* cb)
+constexpr UnsqzTables make_tables()
 {
-    UnsqzTables& tables = unsqz_tables;
-    build_decode_table(cb, kCodesA, kCountA, tables.index_a, kFault);
-    build_decode_table(cb, kCodesB, kCountB, tables.index_b, kFault);
+    UnsqzTables tables{};
+    build_decode_table(nullptr, kCodesA, kCountA, tables.index_a, kFault);
+    build_decode_table(nullptr, kCodesB, kCountB, tables.index_b, kFault);
     for (int32_t i = 0; i < 1 << kProbeBits; ++i)
         tables.probe_a[i] = probe_of(i, kProbeBits, tables.index_a, kCodesA, kLongestA, kCountA - 1,
                                      tables.offsets[i], kLanes);
     for (int32_t i = 0; i < 1 << kProbeBitsB; ++i)
         tables.probe_b[i] =
             probe_of(i, kProbeBitsB, tables.index_b, kCodesB, kLongestB, kCountB - 1, &tables.offset_b[i], 1);
-    tables_made = true;
+    return tables;
 }
 
 // Reads a number: groups of three bits, the lowest first, each with a flag that ends the number. There may
@@ -145,8 +143,6 @@ UNCOMP* open_frame(callback_block* cb, Block kind, const uint8_t* base, size_t s
         uncomp_open(cb, kind, base, size, width, row_bytes, first_ref_row, int64_t{row_bytes} * 8);
     if (!frame)
         return nullptr;
-    if (!tables_made)
-        make_tables(frame->base.cb);
     uncomp_start_bits(&frame->base);
     KESTERLIB_TRACE_LINE(1, frame->base.cb, "Squeeze: width %d, row_bytes %d\n", width, row_bytes);
     return &frame->base;
@@ -159,6 +155,8 @@ UNCOMP* open_in_memory(callback_block* cb, Block kind, const uint8_t* base, size
     return open_frame(cb, kind, base ? base : &nothing, base ? size : 0, width, row_bytes, first_ref_row);
 }
 } // namespace
+
+constinit const UnsqzTables unsqz_tables = make_tables();
 
 UnsqzRowLoop* unsqz_row_loop()
 {

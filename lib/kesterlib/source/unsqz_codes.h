@@ -31,7 +31,7 @@ struct UnsqzTables {
     uint8_t index_a[1 << 7];
     uint8_t index_b[1 << 5];
 };
-extern UnsqzTables unsqz_tables;
+extern const UnsqzTables unsqz_tables;
 extern const int8_t kVerticalLength[7]; // bits of the vertical codes in table A, by offset + 3
 
 // The state of a row between two codes.

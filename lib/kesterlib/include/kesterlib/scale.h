@@ -68,12 +68,11 @@ typedef int32_t scale_row_sink(int32_t out_row, int32_t out_width, const uint8_t
  * Returns the next row, of (width + 7) / 8 writable bytes, or null after a failure. */
 typedef uint8_t* scale_row_fetch(void* user_data, uint8_t* row_buffer);
 
-/* Builds the process-wide tables for a polarity, if they are not built yet. make_scale_engine calls it. One
- * table has the number of 1 bits of each byte. The other maps the step of a cell, its share of 1 bits from 0
- * to 256, to a grey: min(step, 255), or 255 - min(step, 255) if `invert` is not 0. Existing engines continue
- * with the new polarity.
+/* Selects the process-wide polarity, which says how the step of a cell, its share of 1 bits from 0 to 256,
+ * becomes a grey: min(step, 255), or 255 - min(step, 255) if `invert` is not 0. make_scale_engine calls it.
+ * Existing engines continue with the new polarity, also those of other threads.
  *
- * Returns the first table, 256 bytes. */
+ * Returns a constant table of 256 bytes: the number of 1 bits of each byte. */
 KESTERLIB_API const uint8_t* init_countones(int32_t invert);
 
 /* Makes an engine.
