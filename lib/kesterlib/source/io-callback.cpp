@@ -2,17 +2,20 @@
 // block. Memory and reports are in tracking.cpp and report.cpp.
 #include "io-callback.h"
 
+#include <atomic>
 #include <stdlib.h>
 
 namespace
 {
-// The block used last, for the reports of the default slots. Null after that block is disposed of.
-callback_block* current_callback_block = nullptr;
+// The block that this thread used last, for the reports of the default slots. Null after the thread has
+// disposed of that block.
+constinit thread_local callback_block* current_callback_block = nullptr;
 
-callback_block* default_callbacks = nullptr;
-bool default_callback_made = false; // dfcb has made a block that is not disposed of
+constinit thread_local callback_block* default_callbacks = nullptr;
+constinit thread_local bool default_callback_made = false; // dfcb has made a block that is not disposed of
 
-void (*debug_message_sink)(const char* text) = nullptr;
+using MessageSink = void(const char* text);
+constinit std::atomic<MessageSink*> debug_message_sink = nullptr; // of all threads
 
 // ---- Slots of a void block --------------------------------------------------------------------------
 
@@ -362,10 +365,10 @@ int callback_message(callback_block* block, const char* format, ...)
     va_list again;
     va_copy(again, arguments);
     const int result = block->message(block->message_file, format, arguments);
-    if (debug_message_sink != nullptr) {
+    if (MessageSink* const sink = debug_message_sink) {
         char copy[256];
         vsnprintf(copy, sizeof copy, format, again);
-        debug_message_sink(copy);
+        sink(copy);
     }
     va_end(again);
     va_end(arguments);

@@ -14,8 +14,8 @@ struct Assertion {
     int line;
 };
 
-int assertion_guard = 0;        // above 0 while a report is running
-Assertion saved_assertion = {}; // the failure that is being reported
+constinit thread_local int assertion_guard = 0;        // above 0 while this thread makes a report
+constinit thread_local Assertion saved_assertion = {}; // the failure that is being reported
 
 const char* text_or_null(const char* text)
 {

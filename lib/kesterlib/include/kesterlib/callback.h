@@ -1,7 +1,13 @@
 /* The callback block: a record of replaceable functions, its slots. Decoders and header functions read,
  * write, allocate, report and exit only through the block that their caller passes.
  *
- * Use a block and the library's few globals from one thread at a time. */
+ * Threads. Different threads may use different blocks, frames, decoders, headers and scale engines at the
+ * same time. Use each of these objects from one thread at a time. A frame or decoder uses its block, so two
+ * of them with the same block count as one object. Each thread has its own default block and its own state of
+ * reports. All threads share:
+ * - the message sink (set_debug_message_sink), which any thread may set at any time,
+ * - the polarity of scale engines (init_countones), which any thread may set at any time,
+ * - the timers (timers.h): use them from one thread at a time. */
 #ifndef KESTERLIB_CALLBACK_H
 #define KESTERLIB_CALLBACK_H
 
@@ -88,7 +94,8 @@ typedef uintptr_t callback_slot_value;
 /* ---- Blocks ------------------------------------------------------------------------------------------ */
 
 /* The two make functions return a new block, which the caller releases with dispose_callback_block. Without
- * memory they make a fatal report through the block used last, and return null if its exit slot returns. */
+ * memory they make a fatal report through the block that the thread used last, and return null if its exit
+ * slot returns. */
 
 /* Returns a block that can report (to stderr), allocate and exit. Each data operation is a fatal report
  * until its slot is set. */
@@ -116,7 +123,11 @@ KESTERLIB_API void set_stdin_callback(callback_block* block);
 KESTERLIB_API void set_stdout_callback(callback_block* block);
 
 /* Ends the tracking as debug_memory_cleanup does, then frees the block. The data stream stays open. Null is
- * ignored. If the block was the default block, there is no default block afterwards. */
+ * ignored. If the block was the thread's default block, the thread has no default block afterwards.
+ *
+ * Do not dispose of the default block of another thread. If another thread has used the block, and no block
+ * after it, a make function without memory still reports through the freed block in that thread. To prevent
+ * this, dispose of a block in the thread that has used it, or after that thread has ended. */
 KESTERLIB_API void dispose_callback_block(callback_block* block);
 
 /* Returns the size of the record in bytes. */
@@ -126,6 +137,8 @@ KESTERLIB_NODISCARD KESTERLIB_API size_t callback_block_size(void);
 KESTERLIB_NODISCARD KESTERLIB_API int callback_n_entries(void);
 
 /* ---- The default block ------------------------------------------------------------------------------- */
+
+/* Each thread has its own default block. A thread that has one must dispose of it before it ends. */
 
 /* Returns the default block, which functions without a block parameter use. If there is none, makes one
  * with make_unix_callback_block. */
@@ -146,7 +159,7 @@ KESTERLIB_API void dispose_default_callback_block(void);
 
 /* Each function calls the block's slot of the same name and returns the slot's result, unless stated
  * otherwise. Data operations work on the block's data stream. The function also marks the block as the one
- * used last: the default slots make their reports through that block. */
+ * that the thread used last: the default slots make their reports through that block. */
 
 /* Stores the opened stream, or null, as the block's data stream. */
 KESTERLIB_NODISCARD KESTERLIB_API FILE* callback_fopen(callback_block* block, const char* name,
@@ -179,8 +192,8 @@ KESTERLIB_API void callback_exit(callback_block* block, int code);
 /* Sends a message to the message slot, and a copy of at most 255 bytes to the debug sink. */
 KESTERLIB_API int callback_message(callback_block* block, const char* format, ...) KESTERLIB_PRINTF(2, 3);
 
-/* Sets the function that receives a copy of each message; null, as at the start, means none. `text` is
- * valid during the call only. */
+/* Sets the function that receives a copy of each message of all threads; null, as at the start, means none.
+ * `text` is valid during the call only. Several threads may call the function at the same time. */
 KESTERLIB_API void set_debug_message_sink(void (*sink)(const char* text));
 
 /* ---- Memory ------------------------------------------------------------------------------------------ */
