@@ -7,7 +7,23 @@
  * reports. All threads share:
  * - the message sink (set_debug_message_sink), which any thread may set at any time,
  * - the polarity of scale engines (init_countones), which any thread may set at any time,
- * - the timers (timers.h): use them from one thread at a time. */
+ * - the timers (timers.h): use them from one thread at a time.
+ *
+ * Null. In all headers of the library, a pointer must not be null unless the comment of its function says
+ * what null means. A null that is not allowed is not detected.
+ *
+ * Slots that the library calls. A client's block must have them; the other slots serve the client's own
+ * calls.
+ *
+ *   all functions      allocate, deallocate, message, message_fflush, exit; after a failed system call fflush
+ *   Squeeze, Group 4   fread, ferror
+ *   JBIG               fread, fseek, ftell; if the block has a data stream, ferror
+ *   header reader      fread
+ *   header writer      fwrite
+ *   files.h            fread, fwrite, feof
+ *
+ * A slot must not throw a C++ exception. Only the exit slot may leave with longjmp: then do not use the
+ * frame or decoder of the interrupted call again, and see callback_assertion_failed. */
 #ifndef KESTERLIB_CALLBACK_H
 #define KESTERLIB_CALLBACK_H
 
@@ -23,7 +39,7 @@ KESTERLIB_BEGIN
 
 /* ---- The record -------------------------------------------------------------------------------------- */
 
-/* One tracked allocation. The texts are not copied: pass literals as descriptions. */
+/* One tracked allocation. Only the library makes this record. The texts are not copied: pass literals. */
 typedef struct memory_debug_record {
     uint32_t size;            /* bytes requested, at most UINT32_MAX */
     const char* allocated_by; /* description passed to callback_allocate */
@@ -34,7 +50,16 @@ typedef struct memory_debug_record {
 } memory_debug_record;
 
 /* A slot has the signature of the C library function of the same name. fprintf and message have that of
- * vfprintf. */
+ * vfprintf.
+ *
+ * The library only passes `file` and `message_file` to the slots, and compares `file` with null. So they
+ * need not be streams: if a client sets all slots that receive them, they can be the address of any object
+ * of the client, cast to FILE*. For `file` these slots are the ones in the table above, with fflush; for
+ * `message_file` they are message and message_fflush.
+ *
+ * A later version of the library may append fields to the record. So let make_callback_block or
+ * make_unix_callback_block allocate it. Do not copy a block or use sizeof(callback_block), which is too
+ * small in a program that was compiled with an older header. callback_block_size returns the true size. */
 typedef struct callback_block {
     FILE* file;         /* stream of the data operations; null: none */
     FILE* message_file; /* stream of messages */
@@ -104,7 +129,9 @@ KESTERLIB_NODISCARD KESTERLIB_API callback_block* make_callback_block(void);
 /* Returns a block whose data slots are the C library's stream functions. Its stream is null. */
 KESTERLIB_NODISCARD KESTERLIB_API callback_block* make_unix_callback_block(void);
 
-/* Sets every field of the block as in make_callback_block, and so clears the tracking fields. */
+/* Sets every field of the block as in make_callback_block, and so clears the tracking fields. `block` needs
+ * callback_block_size() bytes. If the client has allocated it, do not dispose of it with
+ * dispose_callback_block: call debug_memory_cleanup, then release the memory. */
 KESTERLIB_API void fill_void_callback_block(callback_block* block);
 
 /* Sets the streams and all slots but `message` as in make_unix_callback_block. `message` and the tracking
@@ -115,7 +142,8 @@ KESTERLIB_API void fill_unix_callback_block(callback_block* block);
  *
  *   slot_id  0 to 16; any other number is a fatal report and sets nothing
  *   block    the block to change
- *   value    the stream or function */
+ *   value    the stream or function; 0 only for the two streams. The library calls a slot without comparing
+ *            it with null */
 KESTERLIB_API void set_callback_slot(int slot_id, callback_block* block, callback_slot_value value);
 
 /* The first function sets the data stream to standard input, the second to standard output. */
@@ -130,7 +158,8 @@ KESTERLIB_API void set_stdout_callback(callback_block* block);
  * this, dispose of a block in the thread that has used it, or after that thread has ended. */
 KESTERLIB_API void dispose_callback_block(callback_block* block);
 
-/* Returns the size of the record in bytes. */
+/* Returns the size of the record in the library that the program runs with, in bytes. It is not below
+ * sizeof(callback_block) of any older header of the same shared library. */
 KESTERLIB_NODISCARD KESTERLIB_API size_t callback_block_size(void);
 
 /* Returns the number of slots, 17. */
@@ -161,19 +190,22 @@ KESTERLIB_API void dispose_default_callback_block(void);
  * otherwise. Data operations work on the block's data stream. The function also marks the block as the one
  * that the thread used last: the default slots make their reports through that block. */
 
-/* Stores the opened stream, or null, as the block's data stream. */
+/* Stores the opened stream, or null, as the block's data stream. A stream that the block had before is not
+ * closed. */
 KESTERLIB_NODISCARD KESTERLIB_API FILE* callback_fopen(callback_block* block, const char* name,
                                                        const char* mode);
 
 /* Sets the data stream to null, then closes it. Without a stream, calls nothing and returns 0. */
 KESTERLIB_NODISCARD KESTERLIB_API int callback_fclose(callback_block* block);
 
+/* Note the order of the parameters: size, count, buffer. */
 KESTERLIB_NODISCARD KESTERLIB_API size_t callback_fread(callback_block* block, size_t size, size_t count,
                                                         void* buffer);
 
 /* Reads a byte through the fread slot. Returns 0 to 255, or -1 if no byte was read. */
 KESTERLIB_NODISCARD KESTERLIB_API int callback_fgetc(callback_block* block);
 
+/* The same order of parameters. */
 KESTERLIB_NODISCARD KESTERLIB_API size_t callback_fwrite(callback_block* block, size_t size, size_t count,
                                                          const void* buffer);
 
@@ -189,7 +221,8 @@ KESTERLIB_NODISCARD KESTERLIB_API int callback_ferror(callback_block* block);
 KESTERLIB_API int callback_fprintf(callback_block* block, const char* format, ...) KESTERLIB_PRINTF(2, 3);
 KESTERLIB_API void callback_exit(callback_block* block, int code);
 
-/* Sends a message to the message slot, and a copy of at most 255 bytes to the debug sink. */
+/* Sends a message to the message slot, and a copy of at most 255 bytes to the debug sink. The library's own
+ * messages contain no texts from files. Some begin or end within a line. */
 KESTERLIB_API int callback_message(callback_block* block, const char* format, ...) KESTERLIB_PRINTF(2, 3);
 
 /* Sets the function that receives a copy of each message of all threads; null, as at the start, means none.
@@ -198,8 +231,8 @@ KESTERLIB_API void set_debug_message_sink(void (*sink)(const char* text));
 
 /* ---- Memory ------------------------------------------------------------------------------------------ */
 
-/* Allocates `size` bytes. `description`, a literal, says what they are for. The caller releases them with
- * callback_deallocate.
+/* Allocates `size` bytes, aligned as by malloc. `description`, a literal, says what they are for. The caller
+ * releases them with callback_deallocate and the same block.
  *
  * Returns the slot's result. If memory is short, the default slot makes a fatal report; it returns null if
  * the exit slot returns. A client's slot may return null without a report. */
@@ -225,9 +258,9 @@ KESTERLIB_API void debug_memory_report(callback_block* block);
  * usable. */
 KESTERLIB_API void debug_memory_cleanup(callback_block* block);
 
-/* Allocates `size` bytes with malloc, outside any block. The caller frees them with free. Never returns
- * null: without memory, prints a line with `description` to stderr, then jumps to `recover` or, if that is
- * null, exits with code 1. */
+/* Allocates `size` bytes, at least 1, with malloc, outside any block. The caller frees them with free.
+ * Never returns null: without memory, prints a line with `description` to stderr, then jumps to `recover`
+ * or, if that is null, exits with code 1. */
 KESTERLIB_NODISCARD KESTERLIB_API void* safe_malloc(size_t size, const char* description, jmp_buf* recover);
 
 /* ---- Reports ----------------------------------------------------------------------------------------- */
@@ -240,8 +273,11 @@ KESTERLIB_NODISCARD KESTERLIB_API void* safe_malloc(size_t size, const char* des
  *   text        what the failure means
  *   file, line  where it was detected
  *
- * A failure during a report is printed to stderr and ends the process. If the exit slot leaves with longjmp,
- * the report is not finished. The next failure is then treated as a failure during a report. */
+ * The texts must be literals: a later report may print them.
+ *
+ * A failure during a report is printed to stderr and ends the process. If the exit slot leaves with
+ * longjmp, the report is not finished. The next failure in this thread is then treated as a failure during
+ * a report. */
 KESTERLIB_API void callback_assertion_failed(callback_block* block, const char* expression, const char* text,
                                              const char* file, int line);
 
@@ -254,7 +290,8 @@ KESTERLIB_API void callback_perror(callback_block* block, const char* text);
 KESTERLIB_NODISCARD KESTERLIB_API const char* callback_system_error_string(callback_block* block, int code);
 KESTERLIB_NODISCARD KESTERLIB_API const char* system_error_string(int code);
 
-/* Formats into `buffer`, which has `size` bytes. A longer text is cut.
+/* Formats into `buffer`, which has `size` bytes. A longer text is cut. `buffer` may be null if size is 100
+ * or less.
  *
  * Returns the number of characters written, without the terminator. If size is 100 or less, writes nothing
  * and returns 0. */
