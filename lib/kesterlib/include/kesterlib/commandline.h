@@ -16,7 +16,7 @@ typedef void (*option_handler)(void);
 
 typedef struct option_record {
     const char* name; /* the exact word, with its dash; "": a line of help only; null: end of the table */
-    const char* help; /* for print_help; may be null */
+    const char* help; /* for print_help; may be null, which means none */
     int32_t argument_count; /* 0 to 4 */
     option_handler handler; /* may be null only in a line of help, which is never called */
 } option_record;

@@ -21,9 +21,25 @@ enum {
     FAXHEADER_MUX = 33
 };
 
-/* Formats of the raster: the values of Compression. */
+/* Formats of the raster: the values of Compression. A row is packed: 1 bit per pixel, the leftmost in the top
+ * bit of its first byte. Rows follow in order from the top.
+ *
+ *   Compression   decoder    bytes of a row        a 1 is  bits after the width  after the data
+ *   UNCOMPRESSED  none       (DataWidth + 7) / 8   black   as in the file        the file ends
+ *   SQUEEZE       unsqz.h    (DataWidth + 7) / 8   black   0; any in raw rows    a row fails
+ *   GROUP4        unccitt.h  (DataWidth + 7) / 8   black   0                     white rows, or a row fails
+ *   JBIG          jbig.h     jbig_data::row_bytes  white   0                     rows without meaning
+ *
+ * The decoders do not know how many rows a page has: request ImageHeight rows and no more. In Group 4 all
+ * rows are white after an end of line code, and a row fails if the data end without one. If Squeeze or
+ * Group 4 data are cut off, the last rows before the one that fails can be wrong (see
+ * Uncomp_First_Suspicious_Row). JBIG data have a width of their own: compare jbig_data::width with
+ * DataWidth.
+ *
+ * The rows are delivered as they are stored. ImageNegate, DoubleTruck, Mirror and Rotation have no effect on
+ * them. The viewer shows these fields, but does not turn or invert a page because of them. */
 enum {
-    FAXHEADER_UNCOMPRESSED = -1, /* packed rows of (DataWidth + 7) / 8 bytes */
+    FAXHEADER_UNCOMPRESSED = -1,
     FAXHEADER_SQUEEZE = 1000,
     FAXHEADER_GROUP4 = 2000,
     FAXHEADER_JBIG = 2001
@@ -42,7 +58,13 @@ typedef struct FAXTime {
     int32_t tm_isdst;
 } FAXTime;
 
-/* The library only stores the fields without a comment; it defines no unit or range for them. */
+/* The library only stores the fields without a comment; it defines no unit or range for them. A reader
+ * accepts any numbers, so check a number before you use it.
+ *
+ * A text field holds the bytes of the file and a terminator. The file does not state an encoding, and readers
+ * check none: the bytes can be invalid UTF-8 and contain control characters, but no line feed.
+ *
+ * Clients may make this record themselves. Its size is the same in all versions of libkesterlib.so.1. */
 typedef struct FAXHeader {
     int32_t FaxHeaderVersion; /* version of the text; it has JobID from 2 on, Mux from 3 on */
     uint32_t HeaderSize;      /* bytes before the raster */
@@ -132,8 +154,9 @@ KESTERLIB_NODISCARD KESTERLIB_API int32_t createFaxHeader(char* buffer, uint32_t
  *   message  receives a constant text, empty after a success
  *
  * A number out of range is clamped to the range of its field, and a text is cut to the length of its field.
- * In an unsigned field, -1 is 0xffffffff. NumDestinations may be negative, which means none. CreateTime is
- * normalised as local time, and its weekday, day of the year and daylight flag are set.
+ * In an unsigned field, -1 is 0xffffffff. NumDestinations may be negative, which means none. The text has no
+ * time zone: CreateTime is normalised by mktime, as local time of this process, and its weekday, day of the
+ * year and daylight flag are set. A time that mktime refuses keeps its numbers.
  *
  * Returns the number of bytes read, above 0 and at most 0x7fffffff. If the text has no destinations, this
  * includes the line after the text. After a failure, returns 0 or the number of bytes read as a negative
@@ -156,11 +179,13 @@ KESTERLIB_NODISCARD KESTERLIB_API int32_t extractFaxHeader(const char* buffer, u
 KESTERLIB_NODISCARD KESTERLIB_API FAXHeader* read_FAXHeader_from_callback(callback_block* callbacks,
                                                                           FAXHeader* header);
 
-/* The same from a stream, which stays open. The record comes from the memory of the default block, dfcb(). */
+/* The same from a stream, which stays open, at its current position. The record is new. It comes from the
+ * memory of the default block of the thread: release it with callback_deallocate(dfcb(), header,
+ * "FAXHeader") in the same thread. Messages go to stderr. If memory is short, the process ends. */
 KESTERLIB_NODISCARD KESTERLIB_API FAXHeader* read_FAXHeader_from_file(FILE* stream);
 
 /* Writes HeaderSize bytes to the block's stream: the text, a zero byte if there is room, then bytes of
- * `fill`. Needs the fwrite slot.
+ * `fill`. Needs the fwrite slot. `header` may be null, which is a failure.
  *
  * Returns HeaderSize. Returns 0 if header is null, the text is longer than HeaderSize, or the write fails;
  * a message of the block then says which. Also returns 0 if the block returns no memory. Allocates
@@ -168,7 +193,7 @@ KESTERLIB_NODISCARD KESTERLIB_API FAXHeader* read_FAXHeader_from_file(FILE* stre
 KESTERLIB_NODISCARD KESTERLIB_API uint32_t print_FAXHeader_to_callback(const FAXHeader* header,
                                                                        callback_block* callbacks, char fill);
 
-/* The same to a stream, which stays open. */
+/* The same to a stream, which stays open. Messages go to stderr. If memory is short, the process ends. */
 KESTERLIB_NODISCARD KESTERLIB_API uint32_t print_FAXHeader_to_file(const FAXHeader* header, FILE* stream,
                                                                    char fill);
 

@@ -17,6 +17,8 @@ KESTERLIB_BEGIN
 
 struct scale_loops;
 
+/* Only make_scale_engine makes this record, because a later version of the library may append fields. Clients
+ * read the fields and change none. */
 typedef struct scale_engine {
     int32_t scale;    /* side of a cell in pixels */
     uint8_t* bytes;   /* counts per column at scales below 8; the reduced row while the sink runs */
@@ -80,7 +82,7 @@ KESTERLIB_API const uint8_t* init_countones(int32_t invert);
  *   scale          side of a cell. If it is not valid, the engine has no columns and accepts no rows
  *   width, height  pixels of the page, up to INT32_MAX; below 0 counts as 0
  *   invert         polarity: 0 maps a cell without 1 bits to 0, any other value maps it to 255
- *   user_data      passed to the sink
+ *   user_data      passed to the sink; may be null
  *
  * Never returns null: without memory, prints a line to stderr and exits with code 1. finish_scaling frees
  * the engine. Allocates the record, out_width bytes and shorts, and a byte for each byte of a source row. */
@@ -91,7 +93,7 @@ make_scale_engine(int32_t scale, int32_t width, int32_t height, int32_t invert, 
  *
  *   row   row_bytes bytes, read during the call only: 1 bit per pixel, the leftmost in the top bit. Bits
  *         after the width in the last byte may be counted, so they should be 0
- *   sink  called if the row completes a band
+ *   sink  called if the row completes a band. It must not finish the engine or add rows to it
  *
  * A cell at the right edge counts only the pixels that the row has.
  *
@@ -105,7 +107,7 @@ KESTERLIB_NODISCARD KESTERLIB_API int32_t scale_one_row(scale_engine* engine, co
  *   blank_row  row_bytes writable bytes, which are set to 0 and added as rows until `height` rows were
  *              received and no band is incomplete, or scale_one_row returns 0; null: an incomplete band is
  *              dropped
- *   sink       receives the completed bands
+ *   sink       receives the completed bands; may be null if blank_row is null
  *
  * Returns the result of the last scale_one_row, or 1 if no row was added. */
 KESTERLIB_API int32_t finish_scaling(scale_engine* engine, uint8_t* blank_row, scale_row_sink* sink);
@@ -113,7 +115,7 @@ KESTERLIB_API int32_t finish_scaling(scale_engine* engine, uint8_t* blank_row, s
 /* Reduces a whole page in one call.
  *
  *   scale to user_data  as for make_scale_engine
- *   row_buffer          passed to the first call of fetch
+ *   row_buffer          passed to the first call of fetch; may be null
  *   fetch               called `height` times. The last row that it returned is overwritten with 0 if the
  *                       band at the bottom is to be completed
  *   sink                receives the reduced rows
