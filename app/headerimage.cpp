@@ -40,7 +40,7 @@ int HeaderImage::Open(const CString& path)
             close(file);
         return Fail(kOpenFailed);
     }
-    if (!TakeHeader())
+    if (!UseHeader())
         return Fail(m_kind.refused);
     Rewind();
     if (!HasDecoder())
@@ -50,7 +50,7 @@ int HeaderImage::Open(const CString& path)
 
 // Reads the header, and sets the fields of Image from it. Returns false if the file is not a page of this
 // kind.
-bool HeaderImage::TakeHeader()
+bool HeaderImage::UseHeader()
 {
     PageHeader header;
     char text[FAXHEADER_BYTES];

@@ -57,7 +57,7 @@ protected:
     int64_t DataOffset = 4096; // position of the raster in the file
 
 private:
-    [[nodiscard]] bool TakeHeader();
+    [[nodiscard]] bool UseHeader();
     [[nodiscard]] bool CanReadInto(const uint8_t* buffer, int32_t row_bytes);
 
     const Kind& m_kind;

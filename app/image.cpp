@@ -49,7 +49,7 @@ void Image::ClearFields()
     SuspiciousRow = -1;
 }
 
-void Image::SuspectRow(int32_t row)
+void Image::NoteSuspiciousRow(int32_t row)
 {
     if (row >= 0 && (SuspiciousRow < 0 || row < SuspiciousRow))
         SuspiciousRow = row;

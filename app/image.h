@@ -91,5 +91,5 @@ protected:
     void ClearFields();
     // Records that a delivered row may be wrong. SuspiciousRow is the first such row. A negative `row` has no
     // effect.
-    void SuspectRow(int32_t row);
+    void NoteSuspiciousRow(int32_t row);
 };

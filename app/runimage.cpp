@@ -21,7 +21,8 @@ void RunImage::EndDecoder()
 int32_t RunImage::Decode(uint8_t* buffer, int32_t stride, int32_t count)
 {
     const int32_t rows = m_codec.decode(Decoder, count, buffer, stride);
-    SuspectRow(Uncomp_First_Suspicious_Row(Decoder, UNCOMP_DECREASING | UNCOMP_PAST_WIDTH | UNCOMP_FILLER));
+    NoteSuspiciousRow(
+        Uncomp_First_Suspicious_Row(Decoder, UNCOMP_DECREASING | UNCOMP_PAST_WIDTH | UNCOMP_FILLER));
     return rows;
 }
 

@@ -253,7 +253,7 @@ int TIFFImage::ReadRow(uint8_t* buffer, int32_t rowBytes)
         const Group4Strips::Row result = m_strips.ReadRow(buffer, ScanlineSize, row);
         good = result != Group4Strips::Row::Failed;
         if (result == Group4Strips::Row::Suspicious)
-            SuspectRow(CurrentRow);
+            NoteSuspiciousRow(CurrentRow);
     } else {
         good = ReadLibtiffRow(buffer, row);
     }
@@ -273,7 +273,7 @@ bool TIFFImage::ReadLibtiffRow(uint8_t* buffer, uint32_t row)
     if (TIFFReadScanline(Tiff, buffer, row, 0) != 1 || (m_messages.damage && m_bGroup4))
         return false;
     if (m_messages.damage)
-        SuspectRow(CurrentRow);
+        NoteSuspiciousRow(CurrentRow);
     return true;
 }
 

@@ -1,5 +1,4 @@
-// Converts the system's record of a file's status to a FileStatus. viewedmark.cpp defines the function, and
-// directory.cpp uses it too.
+// Converts the system's record of a file's status to a FileStatus.
 #pragma once
 
 #include "platform/viewedmark.h"

@@ -224,7 +224,7 @@ bool FrameWidget::eventFilter(QObject* object, QEvent* event)
         // In these two events Qt sends pixels of the window from its backing store, without a paint event for
         // each widget.
         if (view && (event->type() == QEvent::Expose || event->type() == QEvent::Paint))
-            view->StoreIsUsed();
+            view->PrepareStore();
         // A part of the window was uncovered.
         if (view && event->type() == QEvent::Paint &&
             static_cast<QPaintEvent*>(event)->region().intersects(

@@ -40,6 +40,21 @@ void PaneBar::paintEvent(QPaintEvent* event)
     m_painted = CurrentLook();
 }
 
+PaneWidget::PaneWidget(CView* owner, QWidget* parent)
+    : QWidget(parent), m_view(new ViewWidget(owner, this)), m_bars{new PaneBar(Qt::Horizontal, this),
+                                                                   new PaneBar(Qt::Vertical, this)}
+{
+    setFocusProxy(m_view);
+    for (int bar : {SB_HORZ, SB_VERT}) {
+        m_bars[bar]->hide();
+        m_bars[bar]->setSingleStep(1);
+        m_bars[bar]->setFocusPolicy(Qt::NoFocus);
+        m_bars[bar]->installEventFilter(this); // a bar would turn a notch into three single steps
+        connect(m_bars[bar], &QScrollBar::valueChanged, this,
+                [this, bar](int value) { BarMoved(bar, value); });
+    }
+}
+
 bool PaneWidget::eventFilter(QObject* object, QEvent* event)
 {
     if (event->type() == QEvent::MouseButtonPress)
@@ -161,7 +176,7 @@ void PaneWidget::UpdateBar(int bar, int client)
 void PaneWidget::SetPosition(int bar, int position)
 {
     m_position[bar] = std::clamp(position, 0, m_range[bar]);
-    Queue::Get().AddShown(m_view);
+    Queue::Get().AddUnsent(m_view);
 }
 
 void PaneWidget::ShowPositions()

@@ -110,10 +110,10 @@ void Queue::PaintNow(ViewWidget* view)
     view->Paint(m_turn);
 }
 
-void Queue::AddShown(ViewWidget* view)
+void Queue::AddUnsent(ViewWidget* view)
 {
-    if (std::find(m_shown.begin(), m_shown.end(), view) == m_shown.end())
-        m_shown.push_back(view);
+    if (std::find(m_unsent.begin(), m_unsent.end(), view) == m_unsent.end())
+        m_unsent.push_back(view);
     ScheduleTurn();
 }
 
@@ -139,7 +139,7 @@ void Queue::Forget(const CWnd* window)
 void Queue::Forget(const ViewWidget* view)
 {
     std::erase(m_dirty, view);
-    std::erase(m_shown, view);
+    std::erase(m_unsent, view);
 }
 
 void Queue::EnterModal()
@@ -156,7 +156,7 @@ void Queue::LeaveModal()
 
 bool Queue::IsIdle() const
 {
-    return m_keys.empty() && m_posted.empty() && m_dirty.empty() && m_shown.empty();
+    return m_keys.empty() && m_posted.empty() && m_dirty.empty() && m_unsent.empty();
 }
 
 void Queue::ScheduleTurn()
@@ -246,9 +246,9 @@ void Queue::HandlePosted()
 
 void Queue::ShowGathered()
 {
-    for (ViewWidget* view : m_shown)
+    for (ViewWidget* view : m_unsent)
         view->ShowChanged();
-    m_shown.clear();
+    m_unsent.clear();
     if (m_dirty.empty())
         m_inputSinceShow = false;
     UpdateStatusPanes(); // not only when idle, because paints and messages may continue for long

@@ -31,7 +31,7 @@ public:
     // Paints the view at once, unless a modal window is open.
     void PaintNow(ViewWidget* view);
     // Adds a view that has drawn pixels which are not on the screen yet, so that they are copied to it.
-    void AddShown(ViewWidget* view);
+    void AddUnsent(ViewWidget* view);
     // Call this after input, so that the next paint is copied to the screen without delay.
     void InputHandled();
     // Call this before a window or widget is destroyed. Removes everything in the queue that refers to it.
@@ -76,7 +76,7 @@ private:
     void DispatchKey();
     [[nodiscard]] bool PaintOne();
     void HandlePosted();
-    // Requests that Qt copy the pixels of the views in m_shown to the screen. Updates the status panes.
+    // Requests that Qt copy the pixels of the views in m_unsent to the screen. Updates the status panes.
     void ShowGathered();
 
     bool m_armed = false; // the event for the next turn is posted
@@ -89,7 +89,7 @@ private:
     std::vector<ViewWidget*> m_dirty;  // views with an invalid part
     std::deque<PostedMessage> m_posted;
     std::vector<TimerRecord> m_timers;
-    std::vector<ViewWidget*> m_shown; // views with drawn pixels that are not on the screen yet
+    std::vector<ViewWidget*> m_unsent; // views with drawn pixels that are not on the screen yet
 };
 
 // Create this for the time while a message box or dialog is open. Calls EnterModal, and LeaveModal at the

@@ -223,7 +223,7 @@ void ViewWidget::Scroll(int dx, int dy)
         m_changed = m_changed.translated(dx, dy) & whole;
         if (m_overlay.empty()) {
             m_shift += QPoint(dx, dy);
-            Queue::Get().AddShown(this);
+            Queue::Get().AddUnsent(this);
         } else {
             Changed(moved); // the overlay does not move with the picture
         }
@@ -258,7 +258,7 @@ void ViewWidget::Paint(uint64_t turn)
 void ViewWidget::Changed(const QRegion& region)
 {
     m_changed += region;
-    Queue::Get().AddShown(this);
+    Queue::Get().AddUnsent(this);
 }
 
 void ViewWidget::UpdateAll()
@@ -267,7 +267,7 @@ void ViewWidget::UpdateAll()
     update();
 }
 
-void ViewWidget::StoreIsUsed()
+void ViewWidget::PrepareStore()
 {
     if (m_storeIsOld)
         UpdateAll();
@@ -361,19 +361,4 @@ void ViewWidget::paintEvent(QPaintEvent* event)
 void ViewWidget::resizeEvent(QResizeEvent*)
 {
     // The pane sets the size, and fits the buffer after it has placed the bars.
-}
-
-PaneWidget::PaneWidget(CView* owner, QWidget* parent)
-    : QWidget(parent), m_view(new ViewWidget(owner, this)), m_bars{new PaneBar(Qt::Horizontal, this),
-                                                                   new PaneBar(Qt::Vertical, this)}
-{
-    setFocusProxy(m_view);
-    for (int bar : {SB_HORZ, SB_VERT}) {
-        m_bars[bar]->hide();
-        m_bars[bar]->setSingleStep(1);
-        m_bars[bar]->setFocusPolicy(Qt::NoFocus);
-        m_bars[bar]->installEventFilter(this); // a bar would turn a notch into three single steps
-        connect(m_bars[bar], &QScrollBar::valueChanged, this,
-                [this, bar](int value) { BarMoved(bar, value); });
-    }
 }

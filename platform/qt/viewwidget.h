@@ -51,7 +51,7 @@ public:
     void SetOverlay(std::vector<OverlayShape> shapes);
     // Call this before Qt sends pixels of its backing store to the display. Updates the whole view if the
     // store does not have the pixels that the display has moved.
-    void StoreIsUsed();
+    void PrepareStore();
     // Requests a paint message even if every pixel is valid. Call this after the window was shown again or a
     // part of it was uncovered. The view then receives a paint message, although the buffer has the pixels.
     void WantPaint();
