@@ -2,8 +2,8 @@
 // counts their ink, and decoding the same rows alone. Both store the rows as the program does.
 #include "app/lumentadoc.h"
 #include "app/pagecheck.h"
+#include "bench/benchsystem.h"
 #include "bench/harness.h"
-#include "bench/support.h"
 #include "platform/testing/testing.h"
 
 #include <algorithm>

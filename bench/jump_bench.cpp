@@ -3,9 +3,9 @@
 // row into the same buffer. The last rows are compared first.
 #include "app/lumentaapp.h"
 #include "app/lumentadoc.h"
+#include "bench/benchsystem.h"
 #include "bench/countingimage.h"
 #include "bench/harness.h"
-#include "bench/support.h"
 #include "platform/testing/testing.h"
 
 #include <algorithm>

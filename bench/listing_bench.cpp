@@ -3,8 +3,8 @@
 // every listing needs are timed alone, in turn with them, on the same directory.
 #include "app/lumentaapp.h"
 #include "app/openmultipledialog.h"
+#include "bench/benchsystem.h"
 #include "bench/harness.h"
-#include "bench/support.h"
 #include "platform/directory.h"
 #include "platform/testing/testing.h"
 #include "platform/text.h"

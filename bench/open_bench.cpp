@@ -7,8 +7,8 @@
 #include "app/sqzimage.h"
 #include "app/sqznoneimage.h"
 #include "app/tifimage.h"
+#include "bench/benchsystem.h"
 #include "bench/harness.h"
-#include "bench/support.h"
 #include "platform/tempstore.h"
 #include "platform/testing/testing.h"
 

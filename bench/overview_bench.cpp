@@ -9,8 +9,8 @@
 #include "app/overview.h"
 #include "app/scaleddib.h"
 #include "app/usermsg.h"
+#include "bench/benchsystem.h"
 #include "bench/harness.h"
-#include "bench/support.h"
 #include "platform/qt/qt_view.h"
 #include "platform/testing/testing.h"
 

@@ -1,8 +1,8 @@
 // Measures peak memory and time of a print into a PDF file. The memory is that of the whole program with the
 // page on the screen. Each print runs in a process of its own: this program starts itself with --print.
 #include "app/lumentaapp.h"
+#include "bench/benchsystem.h"
 #include "bench/harness.h"
-#include "bench/support.h"
 #include "pages.h"
 #include "platform/testing/testing.h"
 #include "tiffout.h"

@@ -3,8 +3,8 @@
 // bit, and one of 1 bit that is converted first, which is faster. Needs a display.
 #include "app/lumentaapp.h"
 #include "app/lumentavw.h"
+#include "bench/benchsystem.h"
 #include "bench/harness.h"
-#include "bench/support.h"
 #include "platform/qt/qt_view.h"
 #include "platform/testing/testing.h"
 

@@ -1,8 +1,8 @@
 // Compares our scale engine with leptonica's reductions, in memory. Both reduce the same page, in turn. The
 // engine receives one row at a time. Its greys are compared with a plain count first. No reduction can take
 // less time than reading the rows from memory.
+#include "bench/benchsystem.h"
 #include "bench/harness.h"
-#include "bench/support.h"
 #include "kesterlib/scale.h"
 #include "pages.h"
 #include "scale_loops.h"

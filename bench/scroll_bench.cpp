@@ -7,9 +7,9 @@
 #include "app/lumentavw.h"
 #include "app/mainfrm.h"
 #include "app/usermsg.h"
+#include "bench/benchsystem.h"
 #include "bench/countingimage.h"
 #include "bench/harness.h"
-#include "bench/support.h"
 #include "platform/testing/testing.h"
 
 #include <cstdio>

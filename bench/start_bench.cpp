@@ -2,8 +2,8 @@
 // a bare window of Qt. The large page is measured twice: with its file in the system's cache, and with its
 // file dropped from the cache. Needs a display of its own: the program covers the display with white, and
 // reads its middle until it is black.
+#include "bench/benchsystem.h"
 #include "bench/harness.h"
-#include "bench/support.h"
 
 #include <algorithm>
 #include <csignal>

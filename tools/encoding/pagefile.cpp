@@ -3,7 +3,7 @@
 
 #include "pagefile.h"
 
-#include "begunfile.h"
+#include "removefile.h"
 #include "tiffout.h"
 
 #include <algorithm>
@@ -133,7 +133,7 @@ std::string write_page_file(const std::string& path, const Bitmap& page, const P
     if (written && closed)
         return {};
     const int cause = written ? errno : write_error;
-    remove_begun_file(path);
+    remove_partial_file(path);
     return cause == 0 ? "cannot be written" : std::strerror(cause);
 }
 

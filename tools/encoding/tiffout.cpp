@@ -3,8 +3,8 @@
 
 #include "tiffout.h"
 
-#include "begunfile.h"
 #include "libtiff.h"
+#include "removefile.h"
 
 #include <algorithm>
 #include <vector>
@@ -106,7 +106,7 @@ std::string write_rows_to(const std::string& path, const Rows& page, const TiffO
     file.reset(); // writes what is still buffered
     if (good && error.empty())
         return {};
-    remove_begun_file(path);
+    remove_partial_file(path);
     return error.empty() ? "cannot be written" : error;
 }
 

@@ -9,7 +9,7 @@ namespace pages
 
 // Deletes the partly written file `path`. Does nothing if `path` is not a regular file, such as /dev/null.
 // Ignores errors.
-inline void remove_begun_file(const std::string& path)
+inline void remove_partial_file(const std::string& path)
 {
     std::error_code ignored;
     if (std::filesystem::is_regular_file(path, ignored))

@@ -1,5 +1,5 @@
 // Reads /proc, selects the display, and drops files from the system's cache.
-#include "bench/support.h"
+#include "bench/benchsystem.h"
 
 #include "bench/harness.h"
 
