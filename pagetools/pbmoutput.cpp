@@ -1,0 +1,174 @@
+// Writes through a temporary file, which is removed if the program ends early.
+#include "pbmoutput.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGPIPE, SIGTERM};
+
+// Name of the temporary file that a signal removes; null: none. The memory is never freed, because a signal
+// may arrive at any time.
+const char* volatile g_temporary = nullptr;
+
+void RemoveTemporaryFile()
+{
+    if (g_temporary)
+        unlink(g_temporary);
+    g_temporary = nullptr;
+}
+
+// The signal has its default action again, which ends the program when this function returns.
+void EndBySignal(int signal)
+{
+    RemoveTemporaryFile();
+    raise(signal);
+}
+
+// Signals that the program ignores, such as SIGHUP under nohup, stay ignored.
+void HandleEndingSignals()
+{
+    for (const int signal : kEndingSignals) {
+        struct sigaction old {
+        };
+        sigaction(signal, nullptr, &old);
+        if (old.sa_handler == SIG_IGN)
+            continue;
+        struct sigaction action {
+        };
+        action.sa_handler = EndBySignal;
+        action.sa_flags = static_cast<int>(SA_RESETHAND);
+        sigaction(signal, &action, nullptr);
+    }
+}
+
+// Blocks the ending signals while it exists.
+class SignalsBlocked
+{
+public:
+    SignalsBlocked()
+    {
+        sigset_t signals;
+        sigemptyset(&signals);
+        for (const int signal : kEndingSignals)
+            sigaddset(&signals, signal);
+        sigprocmask(SIG_BLOCK, &signals, &m_before);
+    }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+    ~SignalsBlocked() { sigprocmask(SIG_SETMASK, &m_before, nullptr); }
+
+private:
+    sigset_t m_before;
+};
+
+// Returns the path of the file that the path names after all symbolic links, or the path if there is no such
+// file.
+std::string WithoutLinks(const char* path)
+{
+    const std::unique_ptr<char, decltype(&std::free)> resolved{realpath(path, nullptr), &std::free};
+    return resolved ? resolved.get() : path;
+}
+
+std::string SystemError()
+{
+    return std::strerror(errno);
+}
+} // namespace
+
+PbmOutput::~PbmOutput()
+{
+    const SignalsBlocked blocked;
+    RemoveTemporaryFile();
+    if (m_descriptor > STDERR_FILENO)
+        close(m_descriptor);
+}
+
+std::string PbmOutput::Open(const char* path)
+{
+    std::signal(SIGXFSZ, SIG_IGN); // a write above the file size limit returns an error
+    struct stat about {
+    };
+    if (!path) {
+        m_descriptor = STDOUT_FILENO;
+    } else if (stat(path, &about) == 0 && !S_ISREG(about.st_mode)) {
+        m_descriptor = open(path, O_WRONLY | O_CLOEXEC | O_NOCTTY);
+    } else {
+        m_path = WithoutLinks(path);
+        if (std::string error = OpenTemporaryFile(); !error.empty())
+            return error;
+    }
+    if (m_descriptor < 0)
+        return SystemError();
+    if (isatty(m_descriptor))
+        return "will not write an image to a terminal";
+    const int flags = fcntl(m_descriptor, F_GETFL);
+    if (fstat(m_descriptor, &about) == 0 && S_ISREG(about.st_mode) && flags >= 0 && !(flags & O_APPEND))
+        m_start = lseek(m_descriptor, 0, SEEK_CUR);
+    return {};
+}
+
+std::string PbmOutput::OpenTemporaryFile()
+{
+    const size_t slash = m_path.find_last_of('/');
+    const std::string directory = slash == std::string::npos ? "" : m_path.substr(0, slash + 1);
+    const std::string prefix = directory + ".page-to-pbm." + std::to_string(getpid()) + '.';
+    const SignalsBlocked blocked;
+    constexpr int kTries = 100; // other processes can have had the same number
+    for (int i = 0; i < kTries && m_descriptor < 0; ++i) {
+        const std::string name = prefix + std::to_string(i);
+        m_descriptor = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666); // minus the umask
+        if (m_descriptor < 0 && errno != EEXIST)
+            break;
+        if (m_descriptor >= 0)
+            g_temporary = strdup(name.c_str());
+    }
+    if (m_descriptor < 0)
+        return SystemError();
+    HandleEndingSignals();
+    return {};
+}
+
+std::string PbmOutput::Write(const void* bytes, size_t count)
+{
+    const char* next = static_cast<const char*>(bytes);
+    while (count > 0) {
+        const ssize_t written = write(m_descriptor, next, count);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0)
+            return SystemError();
+        next += written;
+        count -= static_cast<size_t>(written);
+    }
+    return {};
+}
+
+std::string PbmOutput::Rewrite(const void* bytes, size_t count)
+{
+    // The first bytes are few, so they are written completely or not at all.
+    return pwrite(m_descriptor, bytes, count, m_start) == static_cast<ssize_t>(count) ? "" : SystemError();
+}
+
+std::string PbmOutput::Finish()
+{
+    const int descriptor = m_descriptor;
+    m_descriptor = -1;
+    if (close(descriptor) != 0)
+        return SystemError();
+    if (m_path.empty())
+        return {};
+    const SignalsBlocked blocked;
+    if (std::rename(g_temporary, m_path.c_str()) != 0)
+        return SystemError();
+    g_temporary = nullptr;
+    return {};
+}
