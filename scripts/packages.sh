@@ -22,7 +22,7 @@ packages_of()
       ;;
     test)
       packages_of display
-      echo libgtest-dev libgmock-dev libjbig-dev libtiff-tools poppler-utils fonts-dejavu-core git weston qt6-wayland
+      echo libgtest-dev libgmock-dev libjbig-dev libtiff-tools poppler-utils fonts-dejavu-core git weston qt6-wayland jq
       ;;
     check)
       echo clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev llvm-14 shellcheck git
