@@ -55,7 +55,7 @@ check_tidy()
   build_tests
   local status=0
   sed -n 's/^ *"file": "\(.*\)",*$/\1/p' "$root/build/test/compile_commands.json" | sort -u >"$scratch/built"
-  sources '^(app|lib|platform|tools|tests|fuzz)/.*\.(c|cc|cpp)$' | tr '\0' '\n' | sed "s,^,$root/," |
+  sources '^(app|lib|pagetools|platform|tools|tests|fuzz)/.*\.(c|cc|cpp)$' | tr '\0' '\n' | sed "s,^,$root/," |
     sort >"$scratch/ours"
   comm -12 "$scratch/ours" "$scratch/built" >"$scratch/both"
   [[ -s $scratch/both ]] || die "no source of ours is in the compile database"

@@ -39,7 +39,7 @@ complain()
 qt_include='^[[:space:]]*#[[:space:]]*include[[:space:]]*([<"]([^">]*/)?Q([A-Z]|t[A-Z])|<q[a-z]+\.h>)'
 qt_name='\bQt::|^[[:space:]]*(class|struct)[[:space:]]+Q[A-Z][A-Za-z]*[[:space:]]*;'
 qt_name+='|^[^#]*\bQ(Widget|String|Object|Event|Image|Painter|Application|Settings|Printer|Dialog|Menu|Timer)\b'
-qt_free='^(app|lib)/|^platform/([^/]+|posix/.*|testing/.*\.h)$'
+qt_free='^(app|lib|pagetools)/|^platform/([^/]+|posix/.*|testing/.*\.h)$'
 sources_in "$qt_free" | complain "includes Qt outside platform/qt" "$qt_include"
 sources_in "$qt_free" | complain "uses a type of Qt outside platform/qt" "$qt_name"
 
@@ -78,7 +78,9 @@ c_headers='assert|complex|ctype|errno|fenv|float|inttypes|iso646|limits|locale|m
 c_headers+='|stdatomic|stdbool|stddef|stdint|stdio|stdlib|stdnoreturn|string|tgmath|threads|time|uchar|wchar|wctype'
 c_headers+='|immintrin|arm_neon' # headers of the compiler, for vector instructions
 
-sources_in '^(app|lib|platform|tools)/' | list_includes | while read -r file line include; do
+posix_headers='fcntl|sys/[a-z]+|unistd'
+
+sources_in '^(app|lib|pagetools|platform|tools)/' | list_includes | while read -r file line include; do
   name=${include:1}
   wrong=
   case ${file%%/*} in
@@ -91,6 +93,13 @@ sources_in '^(app|lib|platform|tools)/' | list_includes | while read -r file lin
     ! in_folder platform "$file" "$name" || wrong="lib includes platform"
     if [[ -z $wrong && $include == '<'* && $name != kesterlib/* ]]; then
       [[ $name =~ ^([a-z_]+|($c_headers)\.h)$ ]] || wrong="lib includes more than the standard library"
+    fi
+    ;;
+  pagetools)
+    # Only headers of its own folder are in quotes.
+    [[ $include == '<'* || -n ${is_source[pagetools/$name]:-} ]] || wrong="pagetools includes another folder"
+    if [[ $include == '<'* && $name != kesterlib/* ]]; then
+      [[ $name =~ ^([a-z_]+|($c_headers|$posix_headers)\.h)$ ]] || wrong="pagetools includes more than kesterlib"
     fi
     ;;
   app)

@@ -17,7 +17,7 @@ fail()
   failures=$((failures + 1))
 }
 
-mkdir -p "$top"/tree/{app,docs,scripts,tests/app,platform/qt,platform/posix,platform/testing,tools/drawing,lib/kesterlib/{include/kesterlib,source},fuzz/corpus/x}
+mkdir -p "$top"/tree/{app,docs,scripts,tests/app,platform/qt,platform/posix,platform/testing,tools/drawing,pagetools,lib/kesterlib/{include/kesterlib,source},fuzz/corpus/x}
 cd "$top/tree"
 printf '#pragma once\n#include "platform/wnd.h"\n#include <kesterlib/unsqz.h>\n#include <tiffio.h>\n' >app/page.h
 printf '#include "page.h"\n#include <vector>\n' >app/page.cpp
@@ -29,6 +29,8 @@ printf '#pragma once\n#include "platform/wnd.h"\n' >platform/testing/testing.h
 printf '#include "platform/testing/testing.h"\n#include "platform/qt/qt_window.h"\n#include <QWidget>\n' >platform/testing/keys.cpp
 printf '#pragma once\n#include "platform/testing/testing.h"\n' >tests/app/window_fixture.h
 printf '#include <cstdint>\n' >tools/drawing/draw.cpp
+printf '#include "drop.h"\n#include <kesterlib/unsqz.h>\n#include <span>\n#include <sys/stat.h>\n' >pagetools/drop.cpp
+printf '#pragma once\n' >pagetools/drop.h
 printf '#ifndef KESTERLIB_UNSQZ_H\n#include <stdint.h>\n#endif\n' >lib/kesterlib/include/kesterlib/unsqz.h
 printf '#include <cstdint>\n' >lib/kesterlib/source/rows_tmpl.h
 printf '#include "kesterlib/unsqz.h"\n#include <algorithm>\n#include <immintrin.h>\n' >lib/kesterlib/source/unsqz.cpp
@@ -63,6 +65,9 @@ offence lib/kesterlib/source/unsqz.cpp "lib includes app: app/page.h" '#include 
 offence lib/kesterlib/source/unsqz.cpp "lib includes more than the standard library: tiffio.h" '#include <tiffio.h>'
 offence app/page.cpp "app includes a private header of platform: platform/qt/qt_window.h" '#include "platform/qt/qt_window.h"'
 offence app/page.cpp "app includes a private header of platform: platform/hooks.h" '#include "platform/hooks.h"'
+offence pagetools/drop.cpp "pagetools includes another folder: page.h" '#include "page.h"'
+offence pagetools/drop.cpp "pagetools includes another folder: kesterlib/unsqz.h" '#include "kesterlib/unsqz.h"'
+offence pagetools/drop.cpp "pagetools includes more than kesterlib: tiffio.h" '#include <tiffio.h>'
 testing="the program includes code that only tests use"
 offence app/page.cpp "$testing: platform/testing/testing.h" '#include "platform/testing/testing.h"'
 offence platform/wnd.h "$testing: testing/testing.h" '#include "testing/testing.h"'
