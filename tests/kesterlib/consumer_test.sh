@@ -2,7 +2,8 @@
 # consumer_test.sh BUILD SOURCE LIBDIR VERSION CMAKE GENERATOR CC CXX: installs kesterlib from the directory
 # BUILD, moves the installed tree, and checks that programs in C99 and C++ build and run with it in five ways:
 # by hand with the static and with the shared library, with pkg-config, with find_package, and with
-# add_subdirectory of SOURCE. LIBDIR is the directory of libraries below the prefix, VERSION that of the library.
+# add_subdirectory of SOURCE. Compiles the example of the manual page too, which must write the same image as
+# the example program. LIBDIR is the directory of libraries below the prefix, VERSION that of the library.
 set -euo pipefail
 build=$1 source=$2 libdir=$3 version=$4 cmake=$5 generator=$6 cc=$7 cxx=$8
 here=$(cd "$(dirname "$0")/consumer" && pwd)
@@ -40,6 +41,20 @@ run()
 }
 
 by_hand static "-I$include" "$lib/libkesterlib.a"
+echo "== example of the manual page"
+page=$(find moved -name kesterlib.3)
+sed -n '/^\.Bd/,/^\.Ed/{ /^\.Ed/q; /^\.Bd/d; s/\\e/\\/g; p }' "$page" >example.c
+"$cc" -std=c99 -Wall -Wextra -Wpedantic -Werror example.c "-I$include" "$lib/libkesterlib.a" -o example
+"$cc" "$source/example/decode_page.c" "-I$include" "$lib/libkesterlib.a" -o decode_page
+sample=$source/../../samples/sample-group4.fax
+./example "$sample" >example.pbm
+./decode_page "$sample" | cmp - example.pbm
+head -c 9000 "$sample" >cut.fax
+if ./example cut.fax >cut.pbm 2>cut.log; then
+  echo "the example does not notice that a page is cut off" >&2
+  exit 1
+fi
+
 by_hand shared "-I$include" "-L$lib" -lkesterlib
 readelf -d c_shared | grep -q 'NEEDED.*libkesterlib\.so\.1]'
 
