@@ -13,14 +13,14 @@
  * what null means. A null that is not allowed is not detected.
  *
  * Slots that the library calls. A client's block must have them; the other slots serve the client's own
- * calls.
+ * calls. The run decoders are those of Squeeze and Group 4.
  *
- *   all functions      allocate, deallocate, message, message_fflush, exit; after a failed system call fflush
- *   Squeeze, Group 4   fread, ferror
- *   JBIG               fread, fseek, ftell; if the block has a data stream, ferror
- *   header reader      fread
- *   header writer      fwrite
- *   files.h            fread, fwrite, feof
+ *   all functions   allocate, deallocate, message, message_fflush, exit; after a failed system call fflush
+ *   run decoders    fread, ferror
+ *   jbig decoder    fread, fseek, ftell; if the block has a data stream, ferror
+ *   header reader   fread
+ *   header writer   fwrite
+ *   byte functions  of files.h: fread, fwrite, feof
  *
  * A slot must not throw a C++ exception. Only the exit slot may leave with longjmp: then do not use the
  * frame or decoder of the interrupted call again, and see callback_assertion_failed. */

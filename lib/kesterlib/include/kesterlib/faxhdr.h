@@ -24,17 +24,17 @@ enum {
 /* Formats of the raster: the values of Compression. A row is packed: 1 bit per pixel, the leftmost in the top
  * bit of its first byte. Rows follow in order from the top.
  *
- *   Compression   decoder    bytes of a row        a 1 is  bits after the width  after the data
- *   UNCOMPRESSED  none       (DataWidth + 7) / 8   black   as in the file        the file ends
- *   SQUEEZE       unsqz.h    (DataWidth + 7) / 8   black   0; any in raw rows    a row fails
- *   GROUP4        unccitt.h  (DataWidth + 7) / 8   black   0                     white rows, or a row fails
- *   JBIG          jbig.h     jbig_data::row_bytes  white   0                     rows without meaning
+ * | Compression  | decoder   | bytes of a row       | a 1 is | bits after the width | rows after the data |
+ * | ------------ | --------- | -------------------- | ------ | -------------------- | ------------------- |
+ * | UNCOMPRESSED | none      | (DataWidth + 7) / 8  | black  | as in the file       | none                |
+ * | SQUEEZE      | unsqz.h   | (DataWidth + 7) / 8  | black  | 0; any in raw rows   | fail                |
+ * | GROUP4       | unccitt.h | (DataWidth + 7) / 8  | black  | 0                    | are white, or fail  |
+ * | JBIG         | jbig.h    | jbig_data::row_bytes | white  | 0                    | have no meaning     |
  *
  * The decoders do not know how many rows a page has: request ImageHeight rows and no more. In Group 4 all
- * rows are white after an end of line code, and a row fails if the data end without one. If Squeeze or
+ * rows after an end of line code are white, and rows fail if the data end without this code. If Squeeze or
  * Group 4 data are cut off, the last rows before the one that fails can be wrong (see
- * Uncomp_First_Suspicious_Row). JBIG data have a width of their own: compare jbig_data::width with
- * DataWidth.
+ * Uncomp_First_Suspicious_Row). JBIG data have a width of their own: compare jbig_data::width with DataWidth.
  *
  * The rows are delivered as they are stored. ImageNegate, DoubleTruck, Mirror and Rotation have no effect on
  * them. The viewer shows these fields, but does not turn or invert a page because of them. */
@@ -126,7 +126,8 @@ KESTERLIB_API int FAXHeader_Label(const FAXHeader* header, char* buffer, size_t 
  *
  *   buffer      receives the text
  *   bufferSize  bytes of buffer; nothing is written after them
- *   header      the record; its HeaderSize is the limit of the text and must be at most bufferSize
+ *   header      the record; its HeaderSize is the limit of the text and must be at most bufferSize. Null is a
+ *               failure
  *   pad         0: a zero byte follows the text if the buffer has room for it; the rest of the buffer is
  *               unchanged. Not 0: blanks follow the text up to HeaderSize, and no zero byte; a text of
  *               exactly HeaderSize bytes ends as with 0
@@ -147,7 +148,7 @@ KESTERLIB_NODISCARD KESTERLIB_API int32_t createFaxHeader(char* buffer, uint32_t
  * version are skipped, but only after the last key of version 3.
  *
  *   buffer   the text; needs no terminator, and may hold any bytes
- *   size     bytes of buffer
+ *   size     bytes of buffer, which may be null if size is 0
  *   header   receives the values. Fields that no line sets are unchanged, so clear a new record first.
  *            Exceptions: NumDestinations is 0 without destinations, and JobID and Mux are cleared if the
  *            version does not have them

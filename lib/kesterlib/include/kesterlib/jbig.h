@@ -21,6 +21,8 @@ enum {
     JBIG_LARGEST_STRIPE = 256 << 20 /* bytes of a stripe buffer; a header that needs more is refused */
 };
 
+/* Only the open functions make this record, because private data follow it and a later version of the library
+ * may append fields. Clients read the fields and change none. */
 typedef struct jbig_data {
     callback_block* block; /* input, memory and messages */
     int32_t bytes_left;    /* bytes of the entity that are still to be read from the stream */
@@ -83,8 +85,8 @@ typedef struct jbig_limits {
  *   stream        the input, from its current position to its end; must be able to seek; stays open; the
  *                 caller closes it
  *   block         the caller's block, which must live as long as the decoder and is not disposed of with it.
- *                 Its stream is the input, and it needs the fread, fseek and ftell slots. For
- *                 Jbig_Open_Memory it needs none of them
+ *                 Its stream is the input, and it needs the fread, fseek and ftell slots; also ferror if
+ *                 its stream is not null. For Jbig_Open_Memory no data slot but this ferror is called
  *   data, length  the input in memory; must be unchanged as long as the decoder lives; null: 0 bytes
  *   limits        read during the call; null: only the library's own limits
  *
@@ -126,7 +128,8 @@ KESTERLIB_API int32_t Jbig_Close_Input(jbig_data* dat);
  *   dat     from one of the open functions
  *   lines   rows requested; 0 or less decodes nothing and returns 0
  *   buffer  row k of this call starts at buffer + k * pitch
- *   pitch   bytes from one row to the next, and the most bytes that are written per row
+ *   pitch   bytes from one row to the next, normally row_bytes, and the most bytes that are written per row.
+ *           If it is 0 or below, no row is written
  *
  * A row is packed, 1 bit per pixel, the leftmost in the top bit, as coded. Bits after the width are 0; if
  * pitch leaves room for them, two bytes of 0 follow the row_bytes of a row.
@@ -146,7 +149,8 @@ KESTERLIB_NODISCARD KESTERLIB_API int32_t Jbig_Decode(jbig_data* dat, int32_t li
  * If, after the end of the data, a stripe equals the one before, all further rows are skipped at once. */
 KESTERLIB_NODISCARD KESTERLIB_API int32_t Jbig_Decode_Discard(jbig_data* dat, int32_t lines);
 
-/* Returns the message of the first error; null if there was none. It is valid until the decoder is closed. */
+/* Returns the message of the first error; null if there was none. It is valid until the decoder is closed. It
+ * can end with a newline. */
 KESTERLIB_NODISCARD KESTERLIB_API const char* Jbig_Error_String(const jbig_data* dat);
 
 /* Returns the status of the first error; KESTERLIB_OK if there was none:

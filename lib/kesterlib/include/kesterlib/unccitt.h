@@ -52,12 +52,17 @@ KESTERLIB_NODISCARD KESTERLIB_API UNCOMP* Unccitt4_Open_Memory(callback_block* c
  *   frame   from one of the open functions
  *   rows    rows requested; 0 or less decodes nothing and returns 0
  *   buffer  row k of this call starts at buffer + k * stride
- *   stride  bytes from one row to the next, and the most bytes that are written per row
+ *   stride  bytes from one row to the next, normally row_bytes, and the most bytes that are written per row.
+ *           If it is 0 or below, no row is written
  *
  * A row is packed: 1 bit per pixel, the leftmost in the top bit. Bits after the width are 0.
  *
  * The first end of line code ends the page: its row and all later rows are white, as many as are requested.
- * If stride is 0, these rows write nothing and cost nothing.
+ * If stride is 0 or below, these rows cost nothing.
+ *
+ * The filler after the end of the data begins with the code of a row that is equal to a white row above. So
+ * an empty stream delivers one white row, unless first_ref_row has black pixels. The row has the reason
+ * UNCOMP_FILLER.
  *
  * Returns the number of rows delivered: rows, or fewer if the stream is damaged or ends without an end of
  * line code. Those rows stay in buffer. The frame is then finished: further calls return 0.

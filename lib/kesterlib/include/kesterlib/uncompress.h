@@ -14,7 +14,10 @@ KESTERLIB_BEGIN
 
 enum { UNCOMP_IN_BUFFER = 512 }; /* bytes per read */
 
-/* A list of transitions describes one row. Entry 0 is always 0. Entry 1 is the first position whose pixel
+/* Only the open functions make this record, because private data follow it and a later version of the library
+ * may append fields. Clients read the fields and change none.
+ *
+ * A list of transitions describes one row. Entry 0 is always 0. Entry 1 is the first position whose pixel
  * is 1, entry 2 the next position whose pixel is 0, and so on. At least three copies of the row length
  * follow the last transition. */
 typedef struct UNCOMP {

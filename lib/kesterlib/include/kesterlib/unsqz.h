@@ -57,9 +57,9 @@ KESTERLIB_NODISCARD KESTERLIB_API UNCOMP* Unsqz_Open_Memory(callback_block* cb, 
  *   frame   from one of the open functions
  *   rows    rows requested; 0 or less decodes nothing and returns 0
  *   buffer  row k of this call starts at buffer + k * stride
- *   stride  bytes from one row to the next. A coded row writes at most stride bytes. A raw row, which is
- *           in the stream without coding, writes row_bytes bytes even if stride is smaller. So row_bytes
- *           bytes from each row start must be writable
+ *   stride  bytes from one row to the next, normally row_bytes. A coded row writes at most stride bytes, and
+ *           none if stride is 0 or below. A raw row, which is in the stream without coding, always writes
+ *           row_bytes bytes. So row_bytes bytes from each row start must be writable
  *
  * A row is packed: 1 bit per pixel, the leftmost in the top bit. A 1 is black. Bits after the width are 0
  * in a coded row. A raw row keeps those of the stream.
