@@ -4,6 +4,7 @@
 #include "kesterlib/faxhdr.h"
 #include "kesterlib/jbig.h"
 #include "kesterlib/scale.h"
+#include "kesterlib/status.h"
 #include "kesterlib/unccitt.h"
 #include "kesterlib/unsqz.h"
 
@@ -64,7 +65,7 @@ Bytes Decode(const std::string& path)
         Uncomp_Free(frame);
     }
     fclose(file);
-    return got == height ? rows : Bytes{};
+    return got == height && kesterlib_open_status() == KESTERLIB_OK ? rows : Bytes{};
 }
 
 int32_t Append(int32_t, int32_t out_width, const uint8_t* greys, void* reduced)
@@ -101,6 +102,7 @@ std::string Fail()
     char byte = 0;
     EXPECT_EQ(callback_fread(block, 1, 1, &byte), 0U);
     EXPECT_EQ(Jbig_Open_Input_Callback(block), nullptr);
+    EXPECT_EQ(kesterlib_open_status(), KESTERLIB_READ_ERROR);
     dispose_callback_block(block);
     return messages;
 }
