@@ -1,8 +1,9 @@
 // The sizes and offsets of the public records on systems with 64-bit pointers. Programs that use the shared
-// library were compiled with these numbers. If a line here fails, the change would break those programs. Put
-// new data into the private records instead, such as Frame in run_frame.h. If a public record must change,
-// correct the lines, and increase soversion and the major version (see CMakeLists.txt). A new public record
-// must be added.
+// library were compiled with these numbers. If a line here fails, the change can break those programs. Put
+// new data into the private records instead, such as Frame in run_frame.h. Fields may be appended to a record
+// that only the library makes, such as callback_block: then correct its size here. If any other change is
+// necessary, correct the lines, and increase soversion and the major version (see CMakeLists.txt). A new
+// public record must be added.
 #include "kesterlib/callback.h"
 #include "kesterlib/commandline.h"
 #include "kesterlib/faxhdr.h"
