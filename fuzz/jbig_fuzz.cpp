@@ -1,6 +1,7 @@
 // JBIG image entities. The last five bytes of an input choose how it is decoded: rows, rows per call, kind of
 // input, bytes per read and in total, pitch. So a seed is an ordinary entity followed by five bytes. Both row
 // loops and the slow decoder of the tests must return the same bytes and messages, and read the same pieces.
+// Limits that the first two of the five bytes choose must be respected, and change nothing else.
 #include "kesterlib/jbig.h"
 
 #include "promise.h"
@@ -35,14 +36,15 @@ Decoded Decode(kesterlib::JbigRowLoop* loop, const TestInput& input, const uint8
     Decoded decoded;
     InputBlock block(input);
     const Bytes exact(input.bytes);
-    jbig_data* const dat =
-        input.mapped ? Jbig_Open_Input_MMapped(exact.data(), exact.size()) : Jbig_Open_Input_Callback(block);
+    jbig_data* const dat = input.mapped ? Jbig_Open_Memory(block, exact.data(), exact.size(), nullptr)
+                                        : Jbig_Open_Input_Callback(block);
+    Promise((dat != nullptr) == (kesterlib_open_status() == KESTERLIB_OK));
     if (dat) {
-        InputBlock::Silence(dat->block);
         reinterpret_cast<kesterlib::Decoder*>(dat)->row_loop = loop;
         const auto row_bytes = static_cast<std::ptrdiff_t>(dat->row_bytes);
         const std::ptrdiff_t pitch = row_bytes + how[4] % 16;
-        for (int32_t done = 0; done < rows;) {
+        int32_t done = 0;
+        while (done < rows) {
             const int32_t ask = std::min(per_call, rows - done);
             Bytes out(static_cast<size_t>(ask * pitch)); // exact size: shows a byte too far
             const int32_t got = Jbig_Decode(dat, ask, out.data(), static_cast<int32_t>(pitch));
@@ -50,10 +52,14 @@ Decoded Decode(kesterlib::JbigRowLoop* loop, const TestInput& input, const uint8
             for (std::ptrdiff_t row = 0; row < got; ++row)
                 decoded.rows.insert(decoded.rows.end(), out.begin() + row * pitch,
                                     out.begin() + row * pitch + row_bytes);
+            done += got;
             if (got < ask)
                 break;
-            done += got;
         }
+        Promise(Jbig_Rows_Done(dat) == done);
+        Promise((Jbig_Status(dat) == KESTERLIB_OK) == (done == rows));
+        const int64_t after = Jbig_First_Row_After_Data(dat);
+        Promise(after < done && (after == -1 || after % dat->stripe_lines == 0));
         if (Jbig_Error_String(dat))
             decoded.error = Jbig_Error_String(dat);
         Jbig_Close_Input(dat);
@@ -63,6 +69,28 @@ Decoded Decode(kesterlib::JbigRowLoop* loop, const TestInput& input, const uint8
     decoded.reads = block.reads;
     Promise(InputBlock::TakeExits().empty()); // no broken invariant
     return decoded;
+}
+
+void CheckLimits(const TestInput& input, const uint8_t* how, const Decoded& wanted)
+{
+    const jbig_limits limits{int64_t{1} << how[1] % 24, int64_t{1} << how[0] % 24};
+    const int32_t rows = how[2] == 0 ? 0 : 1 + how[0] % 64;
+    InputBlock block(input);
+    set_callback_debug_memory(block, 0); // tracking would allocate too
+    const Bytes exact(input.bytes);
+    jbig_data* const dat = input.mapped ? Jbig_Open_Memory(block, exact.data(), exact.size(), &limits)
+                                        : Jbig_Open_Limited(block, &limits);
+    constexpr size_t kOthers = sizeof(kesterlib::Decoder) + JBIG_ADAPTOR_BYTES + JBIG_INPUT_BUFFER;
+    Promise(block.allocated_bytes <= kOthers + static_cast<size_t>(limits.stripe_bytes));
+    if (!dat)
+        return;
+    const int32_t passed = Jbig_Decode_Discard(dat, rows);
+    const auto* const decoder = reinterpret_cast<const kesterlib::Decoder*>(dat);
+    Promise(decoder->pixels_done <= limits.pixels);
+    const size_t good = wanted.rows.size() / dat->row_bytes;
+    Promise(Jbig_Status(dat) == KESTERLIB_TOO_LARGE ? static_cast<size_t>(passed) <= good
+                                                    : static_cast<size_t>(passed) == good);
+    Jbig_Close_Input(dat);
 }
 
 Decoded Foretell(const TestInput& input, const uint8_t* how)
@@ -114,5 +142,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const Decoded wanted = any_sides ? Decode(kesterlib::jbig_rows_plain, input, how) : Foretell(input, how);
     Promise(Decode(kesterlib::jbig_rows_plain, input, how) == wanted);
     Promise(Decode(kesterlib::jbig_row_loop(), input, how) == wanted);
+    CheckLimits(input, how, wanted);
     return 0;
 }
