@@ -7,9 +7,11 @@
 #include <kesterlib/unsqz.h>
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <sys/mman.h>
 #include <unistd.h>
 #include <utility>
 
@@ -69,6 +71,21 @@ constexpr struct {
 
 constexpr int32_t kAnyDoubt = UNCOMP_FILLER | UNCOMP_DECREASING | UNCOMP_PAST_WIDTH;
 
+// Returns the number of transitions in a row. Pixels after the last eight bytes are not counted.
+int64_t CountTransitions(const uint8_t* row, int32_t bytes)
+{
+    int64_t transitions = 0;
+    uint64_t before = 0;
+    for (int32_t i = 0; i + 8 <= bytes; i += 8) {
+        uint64_t word = 0;
+        for (int32_t k = 0; k < 8; ++k)
+            word = word << 8 | row[i + k];
+        transitions += std::popcount(word ^ (word >> 1 | before << 63));
+        before = word;
+    }
+    return transitions;
+}
+
 // Texts of the library can have line ends and blanks at their end.
 std::string Trimmed(std::string text)
 {
@@ -91,15 +108,24 @@ int FlushNothing(FILE* /*stream*/)
     return 0;
 }
 
+// A stripe can have hundreds of megabytes. With large pages its memory is available several times as fast.
 void* Allocate(size_t size, const char* /*description*/)
 {
-    return std::malloc(size);
+    constexpr size_t kLargePage = size_t{2} << 20;
+    if (size < 8 * kLargePage)
+        return std::malloc(size);
+    void* const memory = std::aligned_alloc(kLargePage, (size + kLargePage - 1) / kLargePage * kLargePage);
+    if (memory)
+        madvise(memory, size, MADV_HUGEPAGE);
+    return memory;
 }
 
 void Deallocate(void* memory, const char* /*description*/)
 {
     std::free(memory);
 }
+
+thread_local PageReader* g_polled = nullptr; // the reader whose JBIG decoder is running with a limit
 
 [[noreturn]] void EndAfterFatalReport(int /*code*/)
 {
@@ -179,7 +205,9 @@ bool PageReader::OpenRaster(int64_t most_pixels)
         const int64_t most_rows = most_pixels / std::max(m_width, kLeastCountedWidth);
         if (m_height > most_rows)
             return Fail(PageState::bad, sides + " are above the limit");
-        m_limits.pixels = most_rows * m_width;
+        m_most_pixels = most_pixels;
+        m_limits.stripe_bytes = (most_rows + 2) * (int64_t{m_row_bytes} + 2);
+        m_block.ferror = PollDecoder;
     }
     if (std::string error = m_input.MakeSeekable(); !error.empty())
         return Fail(PageState::unreadable, error);
@@ -209,6 +237,8 @@ bool PageReader::StartDecoder()
         m_jbig = Jbig_Open_Limited(&m_block, &m_limits);
     if (!m_frame && !m_jbig) {
         const int32_t status = kesterlib_open_status();
+        if (status == KESTERLIB_TOO_LARGE && m_limits.stripe_bytes > 0)
+            return Fail(PageState::bad, "the rows or stripes of the raster are above the limit");
         const bool unreadable = status == KESTERLIB_READ_ERROR || status == KESTERLIB_NO_MEMORY;
         return Fail(unreadable ? PageState::unreadable : PageState::bad, StatusText(status));
     }
@@ -296,10 +326,57 @@ void PageReader::JudgeMissingRow()
         text = Jbig_Error_String(m_jbig);
         status = Jbig_Status(m_jbig);
     }
-    if (status == KESTERLIB_TOO_LARGE)
-        Fail(PageState::bad, "the stripes of the raster are above the limit");
+    if (status == KESTERLIB_INTERRUPTED && g_polled)
+        Fail(PageState::bad, "decoding takes longer than the limit allows");
     else
         Fail(PageState::damaged, text ? Trimmed(text) : StatusText(status));
+}
+
+// The decoder calls this function about every kBatchPixels pixels of a stripe. A result above 0 ends the
+// stripe.
+int PageReader::PollDecoder(FILE* stream)
+{
+    if (g_polled && g_polled->m_jbig) {
+        PageReader& page = *g_polled;
+        const jbig_data& jbig = *page.m_jbig;
+        if (page.m_polled_stripe != jbig.stripe_number)
+            page.m_polled_rows = 0;
+        page.m_polled_stripe = jbig.stripe_number;
+        const int64_t rows =
+            std::min<int64_t>(kBatchPixels / page.m_width + 1, jbig.stripe_lines - page.m_polled_rows);
+        page.AddCost(jbig.first_row + page.m_polled_rows * jbig.row_stride, rows);
+        page.m_polled_rows += rows;
+        if (page.IsTooCostly())
+            return 1;
+    }
+    return std::ferror(stream);
+}
+
+// Estimates how many pixels of the next rows the JBIG decoder has decoded one by one. It decodes runs of one
+// colour at once, and needs some pixels after each transition. `first_row` is the first one of `rows` rows in
+// the stripe buffer.
+void PageReader::AddCost(const uint8_t* first_row, int64_t rows)
+{
+    constexpr int64_t kStep = 8; // only each eighth row is counted
+    constexpr int64_t kPixelsPerTransition = 32;
+    for (int64_t row = 0; row < rows; row += kStep) {
+        const uint8_t* const bytes =
+            first_row + std::min<int64_t>(row, m_jbig->stripe_lines - 1) * m_jbig->row_stride;
+        const int64_t pixels = CountTransitions(bytes, m_row_bytes) * kPixelsPerTransition + m_width / 64;
+        m_cost += std::min<int64_t>(m_width, pixels) * std::min(kStep, rows - row);
+    }
+}
+
+// With a limit of 2000 megapixels, each byte of data allows 1000 pixels that are decoded one by one. Drawn
+// pages of 600 megapixels have at most a quarter as many. A small file that takes longer was made to waste
+// time, or repeats a dense pattern that needs no data.
+bool PageReader::IsTooCostly() const
+{
+    constexpr double kFreeBytes = 50'000;  // so that no page of less than a fortieth of the limit is refused
+    constexpr double kBytesPerLimit = 2e6; // as many bytes allow as many pixels as the limit has
+    const auto bytes = static_cast<double>(std::max<off_t>(ftello(m_input.File()), 0));
+    return static_cast<double>(m_cost) >
+           static_cast<double>(m_most_pixels) * ((bytes + kFreeBytes) / kBytesPerLimit);
 }
 
 int32_t PageReader::ReadRows(uint8_t* buffer, int32_t rows)
@@ -320,10 +397,17 @@ int32_t PageReader::ReadRows(uint8_t* buffer, int32_t rows)
 int32_t PageReader::SkipAllRows()
 {
     const int32_t batch = std::max(kBatchPixels / m_width, 1);
+    g_polled = m_jbig && m_most_pixels != kNoLimit ? this : nullptr;
     while (m_verdict.state == PageState::good && m_done < m_height) {
         errno = 0;
         const int32_t rows = std::min(batch, m_height - m_done);
-        JudgeRows(DropRows(rows), rows);
+        const int32_t good = JudgeRows(DropRows(rows), rows);
+        // There are no polls in small stripes.
+        if (g_polled && int64_t{m_width} * m_jbig->stripe_lines < kBatchPixels)
+            AddCost(m_jbig->first_row, good);
+        if (m_verdict.state == PageState::good && g_polled && IsTooCostly())
+            Fail(PageState::bad, "decoding takes longer than the limit allows");
     }
+    g_polled = nullptr;
     return m_done;
 }

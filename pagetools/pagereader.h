@@ -49,6 +49,7 @@ public:
 
     // Checks the sides and starts the decoder. Refuses a page with more pixels than the limit. A page that is
     // narrower than kLeastCountedWidth counts as having this width, because each row takes some time.
+    // With a limit, SkipAllRows also ends if a JBIG raster takes much longer than its data suggest.
     [[nodiscard]] bool OpenRaster(int64_t most_pixels = kNoLimit);
     static constexpr int32_t kLeastCountedWidth = 256;
 
@@ -75,6 +76,9 @@ private:
     [[nodiscard]] int32_t DropRows(int32_t rows);
     int32_t JudgeRows(int32_t delivered, int32_t rows);
     void JudgeMissingRow();
+    static int PollDecoder(FILE* stream);
+    void AddCost(const uint8_t* first_row, int64_t rows);
+    [[nodiscard]] bool IsTooCostly() const;
 
     PageInput m_input;
     callback_block m_block; // reads m_input and prints nothing
@@ -82,10 +86,14 @@ private:
     int32_t m_width = 0;
     int32_t m_height = 0;
     int32_t m_row_bytes = 0;
+    int64_t m_most_pixels = kNoLimit;
     jbig_limits m_limits{};
-    UNCOMP* m_frame = nullptr;   // decoder of a Squeeze or Group 4 raster
-    jbig_data* m_jbig = nullptr; // decoder of a JBIG raster
-    int32_t m_done = 0;          // good rows since the start of the raster
+    UNCOMP* m_frame = nullptr;    // decoder of a Squeeze or Group 4 raster
+    jbig_data* m_jbig = nullptr;  // decoder of a JBIG raster
+    int64_t m_cost = 0;           // estimated decisions of the JBIG decoder, see AddCost
+    uint32_t m_polled_stripe = 0; // stripe of the last poll
+    int64_t m_polled_rows = 0;    // its rows that are in m_cost
+    int32_t m_done = 0;           // good rows since the start of the raster
     std::unique_ptr<uint8_t[]> m_dropped;
     Verdict m_verdict;
 };

@@ -110,6 +110,15 @@ END
 expect 0 '?[1m?v??.fax: OK' '' page-check "$name"
 expect 1 'plain.fax: BAD: 2001 x 1000 pixels are above the limit' '' page-check -m2 plain.fax
 expect 1 'narrow.fax: BAD: 1 x 9000000 pixels are above the limit' '' page-check -m 2000 narrow.fax
+# A stripe of 600 megapixels without data. Its pattern needs none, but its pixels are decoded one by one.
+header ImageHeight 30000 jbig.fax | sed 's,/DataWidth 2001,/DataWidth 20000,' >sides.fax
+{
+  head -c 4096 sides.fax
+  printf '\0\0\1\0\0\0\x4e\x20\0\0\x75\x30\0\0\x75\x30\0\0\0\0\xff\x02'
+} >costly.fax
+expect 1 'costly.fax: BAD: decoding takes longer than the limit allows' '' page-check costly.fax
+expect 1 'costly.fax: BAD: 20000 x 30000 pixels are above the limit' '' page-check -m 599 costly.fax
+expect 0 'costly.fax: OK' '' page-check -m 100000 costly.fax
 expect 2 'plain.fax: OK' 'page-check: none.fax: No such file or directory' page-check none.fax plain.fax
 expect 2 '' 'page-check: .: Is a directory' page-check .
 
