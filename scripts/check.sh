@@ -136,7 +136,7 @@ page_types()
   local pages=$scratch/pages sample
   mkdir -p "$scratch/data/mime/packages" "$pages"
   cp /usr/share/mime/packages/freedesktop.org.xml "$root"/packaging/*.mime.xml "$scratch/data/mime/packages"
-  update-mime-database -V "$scratch/data/mime"
+  update-mime-database "$scratch/data/mime"
   for sample in "$root"/samples/*.fax; do
     cp "$sample" "$pages/$(basename "$sample" .fax)"
   done
