@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/aboutdialog.h"
 
 #include "app/dialogids.h"

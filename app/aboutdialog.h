@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The About dialog. It shows the version, which it reads from the program file, and the time of the build.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads the command line. Receives the program's arguments from main.cpp. Returns the requested action and
 // the path of the page to open.
 #pragma once

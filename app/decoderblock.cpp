@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/decoderblock.h"
 
 #include "platform/messages.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Connects the page images to the decoders of kesterlib. Receives an open file or another source of bytes.
 // Returns the callback block through which a decoder reads its input and allocates memory.
 #pragma once

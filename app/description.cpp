@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/description.h"
 
 #include "platform/displaytext.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The description of a page, as rows of a name and a value. The page images add rows, and the Page
 // Information dialog shows them. A value may come from a file and hold any bytes. It is stored as one line of
 // valid UTF-8 (see DisplayText). A value of more than 2000 bytes is cut, and "..." is added.

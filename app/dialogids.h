@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The numbers of the dialogs and their controls. The templates in lumentaresources.cpp and the dialog classes
 // use them.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Go To dialog: asks for a position on the page, in the unit of the status bar. Receives and returns the
 // position in page pixels.
 #pragma once

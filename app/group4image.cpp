@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/group4image.h"
 
 #include <kesterlib/faxhdr.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Decodes the strips of a TIFF file row by row, and checks each row. After a row that cannot be a row of the
 // page, the rest of its strip fails.
 #include "app/group4strips.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads the rows of a TIFF file with Group 4 strips. libtiff reports the position of a strip in the file, and
 // kesterlib decodes it. TIFFImage receives the rows.
 #pragma once

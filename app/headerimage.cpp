@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opens a page file, reads its header, and sets the fields of Image from it. The decoder of the derived class
 // then reads the rows.
 #include "app/headerimage.h"

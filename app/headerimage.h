@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The base of all page files with a text header: reads and checks the header, then reads the raster after it.
 // Open receives a path. ReadRow and ReadRows deliver the rows, which a decoder of the derived class decodes.
 #pragma once

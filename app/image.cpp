@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/image.h"
 
 #include "platform/file.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The page image: an open page file as a sequence of rows, numbered from 0. Open receives a path. ReadRow and
 // ReadRows deliver decoded rows. Each derived class reads one format.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/jbigimage.h"
 
 #include <algorithm>

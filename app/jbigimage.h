@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Page files whose raster is a JBIG stream. Width and height come from the text header, even if the header of
 // the stream differs.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/keysdialog.h"
 
 #include "app/dialogids.h"

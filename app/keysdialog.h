@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Keys dialog: lists the keys and mouse actions. Those of the menu entries come from
 // lumentaresources.cpp.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/linesperupdatedialog.h"
 
 #include "app/dialogids.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Lines per update dialog: asks how many lines of the reduced picture are made between two updates of the
 // screen. CLumentaDoc passes the number and stores the new one.
 #pragma once

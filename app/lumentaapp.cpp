@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Starts and ends the application, and handles the list of pages. m_PageList has the pages that are still to
 // be shown, and m_ShownPages those that were shown.
 #include "app/lumentaapp.h"

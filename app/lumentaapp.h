@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The application: its start and end, its settings, and the list of pages that are viewed one by one.
 // Receives commands and dropped files from the windows. Opens pages through CLumentaDoc.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opens and closes pages. The row store is in rowstore.cpp, drawing in pagedraw.cpp and reduction in
 // pagescale.cpp.
 #include "app/lumentadoc.h"

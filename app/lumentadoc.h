@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The document: at most one open page, its sizes, and the store of its decoded rows. Receives paths from the
 // application, and rows from the page image. Draws the page for the views and the printer. Reports size and
 // resolution to the main window.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/lumentaresources.h"
 
 #include "app/dialogids.h"

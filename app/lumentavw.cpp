@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The page view: scroll range and position, the measuring line, the window of the overview, reload and print.
 // The document draws the page.
 #include "app/lumentavw.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The page view: shows the page at full size in the main window, and prints it. Receives input and paints as
 // messages. CLumentaDoc draws the page. Reports the scroll position to the main window and the overview.
 #pragma once

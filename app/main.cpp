@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program. Answers --help and --version; otherwise runs the application.
 #include "app/arguments.h"
 #include "app/lumentaapp.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The main window: reads and stores its place, shows the numbers of the page in the status panes, and handles
 // the commands for units, Go To, Page Information and full screen.
 #include "app/mainfrm.h"

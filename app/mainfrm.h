@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The main window. It stores its place in the settings, and restores it in the next run. Its status bar shows
 // the page's position, size and resolution, which it receives as messages (see usermsg.h).
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lists a directory, changes to another one after a double click, and returns the selected files.
 #include "app/openmultipledialog.h"
 

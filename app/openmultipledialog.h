@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Open Multiple dialog: asks for page files of one directory. CLumentaApp then shows them one after the
 // other.
 #pragma once

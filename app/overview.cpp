@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/overview.h"
 
 #include "app/pagedraw.h"

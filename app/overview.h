@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The geometry of the overview, computed from numbers: its scale factor, its size, its title, and the frame
 // around the visible part of the page.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Checks a page in steps of a few milliseconds. A step requests rows from the document, counts their ink in
 // the row store, and releases their memory after each 8 MB of rows.
 #include "app/pagecheck.h"

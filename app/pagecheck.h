@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The check of a page: decodes its rows into the row store and counts their ink. Receives the document. The
 // Page Information dialog calls its steps and shows the result.
 #pragma once

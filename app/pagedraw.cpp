@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Draws and prints the page. On the screen, draws only the clip area. Each page pixel becomes one device
 // pixel. A bilevel page is drawn directly from the row store. An 8-bit page is first copied into a block of
 // memory. The block begins with the bottom line. A printer receives the whole page.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sizes, factors and clipping for the drawing of pages, computed from numbers, and a guard for palettes. The
 // members of CLumentaDoc in pagedraw.cpp and pagescale.cpp use them, and so does the overview.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/pagefilter.h"
 
 #include "platform/text.h"

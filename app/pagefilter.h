@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The file filters of the Open dialog. The dialog identifies a filter by its number, and the settings by its
 // pattern. The functions convert one to the other.
 #pragma once

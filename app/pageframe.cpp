@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/pageframe.h"
 
 #include "app/lumentadoc.h"

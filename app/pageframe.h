@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The base of the main window and of the overview's frame: while the frame is active, it watches the page's
 // file.
 #pragma once

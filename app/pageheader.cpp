@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Converts the header between record and text, and reads and writes the text in files. The functions for
 // handles, open files and paths share ReadText and WriteText. Their arguments are functions that transfer the
 // bytes.

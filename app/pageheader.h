@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The header of a page file: reads and writes its text in memory and in files, and accesses its text fields.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Makes the texts of the dialog from the document and from the check. OnWork runs one step of the check, so
 // that the dialog handles input between two steps.
 #include "app/pageinfodialog.h"

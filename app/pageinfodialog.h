@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Page Information dialog: shows what is known about the open page, and can check the page. Receives the
 // document and the unit for lengths.
 #pragma once

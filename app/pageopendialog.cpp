@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/pageopendialog.h"
 
 #include "app/pageheader.h"

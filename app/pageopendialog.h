@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Open dialog: asks for a page file, and shows the page label of the selected file.
 #pragma once
 

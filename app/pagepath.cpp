@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/pagepath.h"
 
 CString PagePath(const CString& path)

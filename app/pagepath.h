@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The paths of pages and of their directories.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reduces the page in batches of lines. Each batch notifies the views, and their paint requests the next
 // batch. So input is handled between two batches, without a thread or a timer.
 #include "app/linesperupdatedialog.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Converts the place of the main window on the screen to a text for the settings, and back.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program's version, its commit and the time of its build.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The functions of the row store. GetRows moves the window to the requested rows, skips the rows of the image
 // before the window, and reads the others into the store.
 #include "app/rowstore.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The row store of the document: a contiguous range of decoded rows, filled when rows are requested.
 //
 // Usually the store is a mapped temporary file that has room for the whole page. If there is no such file,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The base of page files whose raster is coded as runs of black and white pixels: Squeeze and Group 4. Passes
 // the open file to the decoder of kesterlib that the derived class supplies. Records suspicious rows.
 #pragma once

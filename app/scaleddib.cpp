@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Makes the bitmap and the scale engine, passes page rows to the engine, and stores the lines that the engine
 // returns.
 #include "app/scaleddib.h"

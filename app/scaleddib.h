@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The reduced picture of a bilevel page: 8 bits of grey per pixel, made line by line from the page's rows.
 // CLumentaDoc passes the rows. The scale engine of kesterlib reduces them and passes finished lines to
 // row_sink.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/scalefrm.h"
 
 const CRuntimeClass CScaleFrame::classRecord{"CScaleFrame", &CPageFrame::classRecord,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The frame of the overview: a second top-level window, without menu and status bar. CLumentaView creates it
 // and keeps a pointer to it.
 #pragma once

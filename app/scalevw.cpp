@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Shows the reduced picture while it grows. Each paint requests the next batch of lines with a posted
 // message, until all lines exist or Escape stops the reduction.
 #include "app/scalevw.h"

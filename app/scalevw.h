@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The view of the overview: shows the reduced picture of the whole page. Its paints request the next lines of
 // the picture. A click in it moves the page view.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Scrolls the picture in steps by keys, and by dragging with the left button. The first functions compute
 // positions and clamp them to their range.
 #include "app/scrollvw.h"

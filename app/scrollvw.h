@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The base of the page view and the overview: the scrollable size, scrolling by keys, and dragging the
 // picture with the mouse.
 #pragma once

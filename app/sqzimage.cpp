@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/sqzimage.h"
 
 #include <kesterlib/faxhdr.h>

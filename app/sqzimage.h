@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Page files whose raster is a Squeeze stream. The base classes read the header and the rows. This class
 // supplies the decoder of kesterlib and the error texts.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/sqznoneimage.h"
 
 #include <kesterlib/faxhdr.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Page files whose raster is not compressed: packed rows, one after the other.
 #pragma once
 

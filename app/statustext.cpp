@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/statustext.h"
 
 #include "app/units.h"

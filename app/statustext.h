@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The texts of the status bar, computed from numbers: the read-outs and the message field.
 #pragma once
 

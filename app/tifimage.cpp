@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads the tags of a TIFF file, and its rows with libtiff or Group4Strips. The file is not mapped into
 // memory, because an access to a mapped file that has become shorter would end the program. If the end of a
 // file is missing, the rows before it can still be read (see ClampByteCounts).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Page bitmaps in TIFF files, with one sample of 1 or 8 bits per pixel. libtiff reads the directory and the
 // rows. The rows of Group 4 strips are decoded by kesterlib.
 #pragma once

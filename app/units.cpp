@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/units.h"
 
 #include "platform/text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The units of the read-outs, which are the numbers in the status bar. Converts lengths from and to pixels,
 // and formats them.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The application's own messages and commands, and the hints of UpdateAllViews.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The peer of start_bench: a Qt window of 1280 x 960 with a menu bar, a status bar of three panes, two scroll
 // bars and a black area. It shows the cost of a Qt program that does nothing. With the argument --picture it
 // draws the area from an image in its own memory, as a program must do that shows more than one colour.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // bench_pages DIRECTORY: draws the pages that the benchmark programs read.
 #include "pagefile.h"
 #include "pages.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads /proc, selects the display, and drops files from the system's cache.
 #include "bench/benchsystem.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Shared by several benchmark programs: memory figures, the pages and their files, and the display.
 #pragma once
 

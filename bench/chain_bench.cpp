@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A chain of steps: each paint posts a message, whose handler invalidates a strip of 640 x 16 pixels, which
 // causes the next paint. The paints draw nothing. Measures the steps per second. Then presses keys while the
 // chain runs. Measures the time from each key press to the paint that it causes, and to the moment when the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Compares two times for a page of 600 million pixels: the check of the page, which decodes all rows and
 // counts their ink, and decoding the same rows alone. Both store the rows as the program does.
 #include "app/lumentadoc.h"

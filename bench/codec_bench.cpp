@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Compares our run decoders with libtiff's Group 4 decoder, in memory. Both decode the same whole page into
 // one buffer, in turn. All bytes are compared first.
 #include "bench/harness.h"

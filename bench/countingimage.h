@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An image that counts the rows that are read through it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs the contenders, prints the figures and compares them with their goals.
 #include "bench/harness.h"
 

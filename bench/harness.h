@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Shared by all benchmark programs: rounds in which our code and its peers run in turn, medians with their
 // spread, and goals that a program can miss.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Measures the time to parse and to write a page header of 4096 bytes. The program parses one to open a page
 // and to show the label of a page in the Open dialog.
 #include "app/pageheader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Compares the speed of our JBIG decoder with that of jbigkit, in memory. jbigkit encodes a page. Then the
 // two decoders decode the whole page in turn. Before that, the program checks that both return the rows of
 // the page. Without --black, a 1 is white, as in page files.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Measures a jump from the top of a page of 600 million pixels to its last row, with an empty row store, and
 // the jump back to rows that are already decoded. In turn with it, libtiff alone decodes the same page, each
 // row into the same buffer. The last rows are compared first.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A directory of 10 000 page files with viewed marks. Measures the listing, the time until Open Multiple
 // shows the files that are not viewed, and the time until it returns all files. The system calls that
 // every listing needs are timed alone, in turn with them, on the same directory.

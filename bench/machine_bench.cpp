@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Measures the speed of this machine's memory: sets, copies and reads 11 and 75 MB. A page of 8 000 x 11 000
 // pixels and a page of 20 000 x 30 000 pixels have these sizes. No decoder can be faster than these figures.
 #include "bench/benchsystem.h"

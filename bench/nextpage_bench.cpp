@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Time from the key of Next Page to the end of the paint that shows the top of the next page. On X the time
 // includes the display's answer. Two pages of 600 million pixels are shown in turn, in a window that fits on
 // a screen of 1920 x 1080. The pages are marked as viewed. The page files are in the system's cache in the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Times the opening of a page. In every format this must take the same time for 100 rows and for 100 000
 // rows, because it decodes no row. If each row of a TIFF file is a strip, libtiff also reads the offsets of
 // all strips. A document also reserves the file of its row store. The time of this depends on what the file

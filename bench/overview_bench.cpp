@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The overview of a page of 600 million pixels in three formats, on a screen of 1280 x 960. Measures its
 // processor time without paints, the time of a batch of one line, its memory, and how long a key in the page
 // view waits for its paint while the picture grows in its own window. The windows are on X if the display has

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Measures peak memory and time of a print into a PDF file. The memory is that of the whole program with the
 // page on the screen. Each print runs in a process of its own: this program starts itself with --print.
 #include "app/lumentaapp.h"

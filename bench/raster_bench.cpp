@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Measures widening pixels from 1 bit to 32, the main work of a repaint from decoded rows. Compares the
 // vector variant with the plain one, at two sizes that fit in the cache and one that does not, starting at
 // the first bit of a byte and within a byte.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Times a full repaint of the view, from the decoded rows to the display's answer, and steps of scrolling.
 // Both are compared with three images that Qt draws in the same window: one of 32 bits per pixel, one of 1
 // bit, and one of 1 bit that is converted first, which is faster. Needs a display.

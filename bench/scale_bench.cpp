@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Compares our scale engine with leptonica's reductions, in memory. Both reduce the same page, in turn. The
 // engine receives one row at a time. Its greys are compared with a plain count first. No reduction can take
 // less time than reading the rows from memory.

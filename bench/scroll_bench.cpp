@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Counts the lines that a step of scrolling requests and decodes. It must request only the lines that became
 // visible, and decode only those of them that were never decoded before. This program measures no times.
 // After a wrong count it ends with status 1.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Measures the time from the start of the program to the first pixels of the page on the screen, in turn with
 // a bare window of Qt. The large page is measured twice: with its file in the system's cache, and with its
 // file dropped from the cache. Needs a display of its own: the program covers the display with white, and

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Measures opening large Group 4 TIFF pages and reading all rows, by TIFFImage and libtiff in turn, each into
 // a buffer of one row. All rows are compared first.
 #include "app/tifimage.h"

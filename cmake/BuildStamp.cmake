@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # cmake -D OUTPUT=FILE -P BuildStamp.cmake: writes a source with the time of the build, as "11:02:57  Jul 20
 # 2001". A day of one digit has a blank before it. If SOURCE_DATE_EPOCH is set, the stamp is that time in UTC,
 # so that a later build of the same source has the same bytes.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # cmake -D OUTPUT=FILE -D TREE=DIRECTORY -P Commit.cmake: writes a source with the output of `git describe` for
 # the source tree TREE. The text is empty if there is no git, or if TREE is not the top of a git tree: a tree that
 # was unpacked somewhere in another git tree must not get the commit of that tree.

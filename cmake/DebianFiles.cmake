@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # CPack runs this script when it has put the files of each component into a directory, before it makes the
 # packages. Adds what Debian wants in every package: licence, changelog, compressed manual pages. Finds out
 # what the library's package depends on.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # The Debian packages, one for each component of the installation. In a build of the preset `package`, `cpack`
 # writes them to the directory packages/ of the build.
 set(LUMENTA_MAINTAINER "The Lumenta authors <lumenta@vestrel.com>" CACHE STRING "Maintainer in the Debian packages")

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Compiler warnings for our own code. Every target of ours links this library. LUMENTA_WERROR makes them
 # errors. The options are those of the codec library, which can also be built alone.
 set(LUMENTA_WERROR_FLAG $<$<BOOL:${LUMENTA_WERROR}>:-Werror>)

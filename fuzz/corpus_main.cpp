@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs a fuzz target over every file of a directory, in the order of the file names.
 #include <algorithm>
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The input is the text of a page header. The reader in memory receives exactly these bytes. The reader over
 // a callback block receives them as the start of a stream. All values must fit their fields, and both readers
 // must return the same.

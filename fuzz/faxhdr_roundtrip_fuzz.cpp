@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The input is a record as it is in memory. Missing bytes are 0. The record is written as text and read back.
 // All fields that the text contains must be equal. A second round trip must not change the record.
 #include "promise.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // JBIG image entities. The last five bytes of an input choose how it is decoded: rows, rows per call, kind of
 // input, bytes per read and in total, pitch. So a seed is an ordinary entity followed by five bytes. Both row
 // loops and the slow decoder of the tests must return the same bytes and messages, and read the same pieces.

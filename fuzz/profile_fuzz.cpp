@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The input is a settings file. Its values are read, written as text and read again. All values whose name
 // has a group and a key must be unchanged.
 #include "platform/profiletext.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the fuzz targets of the run decoders share. The last five bytes of an input choose how it is decoded:
 // width, rows, rows per call, bytes per read, stride. So a seed is an ordinary raster with five bytes after
 // it. Each row loop decodes with another number of rows per call. All must return the same bytes, messages

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reduces pages with the scale engine of kesterlib. The last six bytes of an input select the scale, the
 // width (two bytes), the height, the number of rows that the engine receives, and the polarity. The bytes
 // before them are repeated to fill the rows. Each variant of the engine's loops must return the same greys as

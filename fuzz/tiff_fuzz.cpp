@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The input is a TIFF file. The codec library decodes Group 4 strips, libtiff all others. If the page opens,
 // reading a row must not write outside the buffer, and must write zeros after the scanline. The same file
 // opened again must return the same rows. Rewind and a second run must also return them, except with the fax

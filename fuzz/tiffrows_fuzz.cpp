@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The input is the rows of a page and four bytes after them. These choose width, fill order, where the strip
 // is cut off, and how a byte is changed there. libtiff codes the rows as one Group 4 strip, and TIFFImage
 // reads it. TIFFImage must return

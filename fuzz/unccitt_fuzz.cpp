@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Group 4 rasters. run_fuzz.h describes the five bytes after them.
 #include "kesterlib/unccitt.h"
 

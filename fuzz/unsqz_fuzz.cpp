@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Squeeze rasters. run_fuzz.h describes the five bytes after them.
 #include "kesterlib/unsqz.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The input is a program file. The result must be empty, or a version that the input contains after the
 // owner's name. The position of the file descriptor must be unchanged.
 #include "platform/versionnote.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // page-check: decodes every row of every page and prints one line per page.
 #include "pagereader.h"
 #include "showntext.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // page-info: prints the header of page files. Decodes nothing.
 #include "pagereader.h"
 #include "showntext.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // page-to-pbm: decodes a page file of any kind and writes it as a raw PBM image.
 #include "pagereader.h"
 #include "pbmoutput.h"

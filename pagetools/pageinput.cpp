@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opens inputs, and copies those that cannot seek.
 #include "pageinput.h"
 

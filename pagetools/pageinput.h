@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The bytes of a page file, from a file or from standard input.
 #pragma once
 

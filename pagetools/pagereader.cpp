@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Starts a decoder of kesterlib for the raster of a page, and finds out which rows are good.
 #include "pagereader.h"
 

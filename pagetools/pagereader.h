@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads a page file of any kind: its header, then its rows from the top.
 #pragma once
 

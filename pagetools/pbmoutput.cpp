@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writes through a temporary file, which is removed if the program ends early.
 #include "pbmoutput.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The output of page-to-pbm: standard output or a file.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads a text one UTF-8 character at a time.
 #include "showntext.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts of files and command lines in a form that is safe to print: any bytes may be in them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads the arguments of a tool and runs it.
 #include "tool.h"
 

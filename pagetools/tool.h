@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the page tools have in common: arguments, messages and exit statuses.
 #pragma once
 

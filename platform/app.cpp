@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The part of the application object that does not use Qt.
 #include "platform/app.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The application object: start, settings, its own commands, and the message box. RunApplication starts it
 // (see run.h). It receives commands from the frames, and opens files through its document template.
 #pragma once

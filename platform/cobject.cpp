@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/cobject.h"
 
 const CRuntimeClass CObject::classRecord{"CObject", nullptr, nullptr};

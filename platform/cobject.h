@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The base class of all classes of the layer, and its run-time class records.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Text of the application layer: UTF-8 bytes in a shared, reference-counted block. Copies share the block,
 // and a change makes a new one. Bytes that are not valid UTF-8 are kept unchanged.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Device contexts. Each drawing call is clipped to its bitmap and converted to device pixels, and its colours
 // are chosen. The target of the context then draws it.
 #include "platform/dc.h"

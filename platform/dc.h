@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Device contexts: one set of drawing calls for the screen, an image in memory, a printer, or a target of a
 // test.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The parts of dialogs that do not use Qt: buttons, the exchange of values, and directory listings.
 #include "platform/dialog.h"
 

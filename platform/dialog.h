@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Modal dialogs, their controls, and the exchange between the controls and the dialog's own values.
 #pragma once
 

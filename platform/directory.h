@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lists a directory for a dialog. Receives the path and patterns for file names. Returns the matching files,
 // all sub-directories, and which files were viewed.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Converts text from files and from the system for the screen. Receives any bytes, and returns one line of
 // valid UTF-8.
 #pragma once

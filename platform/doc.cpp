@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Documents and the single-document template.
 #include "platform/doc.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Documents, and the template that makes the document, its frame and its view. A document receives paths from
 // the template, and notifies its views of changes.
 #pragma once

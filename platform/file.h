@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opens, reads and writes files. Page files are regular files, opened as descriptors or as CFile. The
 // functions with a HANDLE transfer bytes with any open descriptor.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A dialog that asks for one file to open, with a line of text under its list. Receives a directory and
 // filters. Returns the path of the file.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Frames: they make their view, pass commands to the view and the application, and show the title. The main
 // window closes its document.
 #include "platform/framewnd.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Top-level windows with a menu, a status bar and one view. A frame receives events as messages from its
 // widget in platform/qt. It passes commands to the view, the document and the application.
 #pragma once

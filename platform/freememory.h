@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The memory that this process can still allocate.
 #pragma once
 

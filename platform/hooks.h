@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The parts of the program that tests and benchmarks can replace. platform/testing sets the members. In the
 // program itself every member is empty, so nothing is replaced.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lines for the system's log, which the program does not show to the user.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/messages.h"
 
 const MessageEntry* MessageMap::Find(MessageEntry::Kind kind, UINT id) const

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Messages and commands: their numbers, and the constant tables that map them to handlers.
 //
 // A class that handles messages has a table of entries, and a map that links the table to the map of its

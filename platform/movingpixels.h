@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A picture of 32-bit pixels that can be moved without being copied. Views use it as their buffer, so that a
 // scroll step is fast.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Computes the rectangles of frames and lines, clipped to the client area. Draws them into a buffer, stores
 // the pixels that they cover, and restores these pixels.
 #include "platform/overlay.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Shapes that are shown over a view's picture. Receives the shapes in pixels of the picture. Returns the
 // rectangles that they cover in the window, and draws them into a buffer.
 #pragma once

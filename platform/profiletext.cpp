@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads the text of the settings line by line, and writes it group by group. Bytes that have a special
 // meaning in the text are escaped.
 #include "platform/profiletext.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Converts the text of the settings file to groups of keys and values, and back. The parser only copies
 // values. Nothing in the text makes it run code or create objects.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Copies bitmaps to pixels in memory. When decoded rows are painted again, almost all of the time is spent on
 // expanding 1 bit to 32. So this step has a variant with vector instructions. The plain variant is as fast
 // only if the target is in the cache.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Pixels in memory, 32 bits each, and the functions that copy bitmaps to them. Receives bitmaps of 1 or 8
 // bits per pixel, and their colours.
 #pragma once

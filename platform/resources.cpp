@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/resources.h"
 
 const char* ApplicationResources::FindString(UINT id) const

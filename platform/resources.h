@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The constant data of an application: menus, accelerators, texts, cursors, icon, dialogs. The application
 // defines them. This layer makes its menus and dialogs from them.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs the program. Receives the application object and the command line from main.cpp. Returns the exit
 // status.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/statusbar.h"
 
 const CRuntimeClass CStatusBar::classRecord{"CStatusBar", &CWnd::classRecord, &CreateObjectOf<CStatusBar>};

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The status bar of a frame: a message pane, and panes of fixed width. The frame sets the texts.
 #pragma once
 

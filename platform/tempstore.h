@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A temporary file without a name, and its mapping into memory. Its space on the disk is reserved. The system
 // deletes it when it is closed or the program ends. The row store of the document uses it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/text.h"
 
 std::string_view Trimmed(std::string_view text, std::string_view blanks)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Operations on bytes of text: blanks, the case of ASCII letters, characters of UTF-8.
 #pragma once
 

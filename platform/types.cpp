@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/types.h"
 
 int MulDiv(int a, int b, int c)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plain types of this layer: message parameters, points, rectangles, colours. All coordinates of this
 // layer are device pixels.
 #pragma once

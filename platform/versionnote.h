@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The version in a program file: an ELF note with the owner "Vestrel" and the type 1. Its content starts with
 // four 16-bit numbers in the byte order of the file. The build puts such a note into Lumenta's own file.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Views: joining a document, painting, and scrolling a picture that is larger than its window.
 #include "platform/view.h"
 

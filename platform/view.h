@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Views: a view is a window inside a frame that shows a document, and prints it. A scroll view has scroll
 // bars. Views receive input and paints as messages from platform/qt, and draw on a CDC.
 #pragma once

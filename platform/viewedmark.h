@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The viewed mark of page files. It is off for a new file, on after the file was viewed, and off again after
 // the file is rewritten. Every user of the directory sees the same mark. On FAT file systems, a file is
 // marked if its archive attribute is off: each write switches this attribute on. On other file systems, the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sends messages to their handlers in the message maps, and deletes windows that own themselves.
 #include "platform/wnd.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Windows: messages, invalid regions, scroll bars, capture. A window receives events as messages from its
 // widget in platform/qt, and calls its handlers.
 #pragma once

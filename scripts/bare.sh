@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # bare.sh [DIRECTORY]: installs the Debian packages of DIRECTORY (build/package/packages) in a bare Debian 12 in
 # build/bare, as a user would, and checks them:
 #   1. lumenta alone: the viewer starts and shows a sample. Its picture is saved in build/bare.png. Then the

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # bench.sh [peers] [--rounds=N]: builds the benchmark programs with optimisation, runs all of them
 # LUMENTA_BENCH_RUNS (3) times, and writes the figures to docs/SPEED.md and README.md. No other work should
 # run on the machine meanwhile. If a program failed, or if a goal was missed by more than a tenth in any run,

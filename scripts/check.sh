@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # check.sh [STEP...]: runs the named steps, or without arguments the first seven steps below, in this order.
 # Stops at the first step that fails. On Debian each step first installs missing packages with apt, as root or
 # through sudo.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=bash
 # Shared by the scripts. Source this file. It defines
 #   root          the top of the source tree
@@ -18,8 +19,8 @@ source "$root/scripts/packages.sh"
 say() { printf '\n== %s\n' "$*"; }
 die() { printf '%s: %s\n' "${0##*/}" "$*" >&2; exit 1; }
 
-# Prints the head comment of the script.
-print_manual() { sed -n '2,${ /^#/!q; s/^# \{0,1\}//; p }' "$0"; }
+# Prints the head comment of the script, which begins after the line with the licence.
+print_manual() { sed -n '3,${ /^#/!q; s/^# \{0,1\}//; p }' "$0"; }
 
 # wrong_usage TEXT: ends the script with status 2, after the text and the manual.
 wrong_usage()

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # house.sh [DIRECTORY]: checks the rules that need no compiler, in this source tree or in that of DIRECTORY:
-# which folder may include which, names of files and test classes, trailing blanks, long lines, file sizes,
-# and paths and hosts that exist on one machine only. Prints one line per finding, FILE:LINE: TEXT, and ends
-# with status 1 if there is any.
+# which folder may include which, names of files and test classes, the line with the licence, trailing blanks,
+# long lines, file sizes, and paths and hosts that exist on one machine only. Prints one line per finding,
+# FILE:LINE: TEXT, and ends with status 1 if there is any.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -134,6 +135,17 @@ sources_in '^tests/' | tr '\n' '\0' |
 sources_in '\.h$' | tr '\n' '\0' | { xargs -0 -r grep -LE '^#(pragma once|ifndef [A-Z0-9_]+_H)$' -- || true; } |
   { grep -vE '_tmpl\.h$' || true; } | sed 's/$/:0: has no include guard and no _tmpl in its name/' >>"$found"
 sources_in '_tmpl\.h$' | complain "has an include guard and _tmpl in its name" '^#(pragma once|ifndef [A-Z0-9_]+_H)$'
+
+# --- The licence --------------------------------------------------------------------------------------------
+
+# It is in the first line, or in the second one after "#!".
+{ grep -E '\.(h|hpp|c|cc|cpp|sh|cmake|awk)$|(^|/)CMakeLists\.txt$|^\.ci/' "$scratch/texts" || true; } | tr '\n' '\0' |
+  xargs -0 -r awk 'function finish() {
+      if (name != "" && !has_licence) print name ":1: has no line SPDX-License-Identifier: MIT"
+    }
+    FNR == 1 { finish(); name = FILENAME; has_licence = 0; last = /^#!/ ? 2 : 1 }
+    FNR == last && /^(#|\/\/|\/\*) SPDX-License-Identifier: MIT( \*\/)?$/ { has_licence = 1 }
+    END { finish() }' >>"$found"
 
 # --- Blanks, lines, sizes, references -----------------------------------------------------------------------
 

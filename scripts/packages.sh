@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # packages.sh GROUP...: prints the Debian packages of these groups on one line, as in
 #   apt-get install --no-install-recommends $(scripts/packages.sh build test)
 # The groups are run, build, display, test, check, package, bare, matrix and bench. No other file lists packages. If sourced,

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # run.sh [PAGE]: builds the viewer in build/run and opens PAGE in it, or the sample page. If there is no
 # display, it shows the viewer on a private display, saves a screenshot in build/lumenta.png and ends.
 # On Debian it first installs missing packages with apt, as root or through sudo.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=bash
 # Makes tables of the figures that the benchmark programs report. Source this file. The input is a file with
 # one line per figure and tabs between the fields: run, program, name, median, spread, unit, goal, where,

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # test.sh [CTEST-ARGUMENT...]: builds everything that is tested in build/test and runs all tests, or those that
 # the arguments select, as in: test.sh -R tiff. The last line of the output is ctest's count of the tests.
 # On Debian it first installs missing packages with apt, as root or through sudo.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // makepage draws a test page, or reads a page from a file, and writes it as a TIFF file or a page file. The
 // command line determines all that is written: the same command line and input write the same bytes.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lists a directory in one pass, with one status call per entry. Matches names with patterns, and reads the
 // viewed marks of the listed files.
 #include "platform/directory.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opens, reads and writes files with system calls. Page files must be regular files. A handle is a descriptor
 // of any kind.
 #include "platform/file.h"

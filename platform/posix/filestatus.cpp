@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/posix/filestatus.h"
 
 FileStatus FileStatusFrom(const struct stat& system)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Converts the system's record of a file's status to a FileStatus.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads the free memory of the machine from the kernel's files, and then the limits of the control groups and
 // of the process.
 #include "platform/freememory.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writes lines to the system log.
 #include "platform/log.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The system calls that read and write viewed marks. viewedmark.cpp calls them through this interface, so
 // that tests can replace them.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Creates, writes and maps temporary files. The space of a file is reserved before the file is mapped. So a
 // full disk is an error here, and does not end the program during a later paint.
 #include "platform/tempstore.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Finds the version note of a program file with libelf. Searches the program headers first, because strip
 // does not remove them. If they have no such note, searches the section headers, which object and debug files
 // have. libelf reads the file with pread and maps nothing, because an access to a mapped file that has become

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sets and reads the viewed mark: the archive attribute on FAT, and an extended attribute on other file
 // systems.
 #include "platform/viewedmark.h"

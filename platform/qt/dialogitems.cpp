@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/qt/dialogitems.h"
 
 #include "platform/qt/qt_cstring.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The controls of dialogs that only show something: a text in rows and a bar chart. CDialog passes the rows
 // and the bars to them.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Makes the controls of a dialog from top to bottom. Each item begins a new line of the layout, unless it is
 // beside the item before it. The buttons are in one row at the bottom.
 #include "platform/qt/dialogwidget.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The widget of a dialog. Receives a template, and makes a control for each item. Sends the notifications of
 // the controls to the CDialog, as messages.
 #pragma once

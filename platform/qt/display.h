@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The display: its kind, its screens, and the conversion of Qt's logical units to device pixels.
 #pragma once
 

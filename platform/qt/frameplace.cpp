@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The place of a frame on the screen: position, size, and the full screen. Requests a place from the window
 // manager, and compares it with the place that the window manager reports.
 #include "platform/qt/display.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The widget of a frame: menu, accelerators, and events.
 #include "platform/qt/framewidget.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The widget of a frame: menu, accelerators, place on the screen. Receives events from Qt, and sends them to
 // the CFrameWnd as messages.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Measures how long work lasts. After a moment, shows the hourglass. After a second, handles Qt's events for
 // a few milliseconds from time to time. During this time all input is held, and Escape or a close event
 // interrupts the work. Sends the held input after the work.

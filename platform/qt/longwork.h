@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Work that takes long: shows the hourglass, and checks for input. BeginWaitCursor, EndWaitCursor and
 // WorkInterrupted call it (see messages.h).
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sorts the names, and converts each name when it is shown. Adds to Qt's list that Ctrl+Enter works like a
 // double click.
 #include "platform/qt/namelist.h"

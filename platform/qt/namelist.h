@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The widget of a list box. Receives the names from CListBox, and shows them sorted. Reports double clicks to
 // the dialog.
 #pragma once

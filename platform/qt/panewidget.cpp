@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Places the view and the scroll bars, and keeps the range and the position of both axes. A bar shows a new
 // position when the moved picture is shown.
 #include "platform/qt/panewidget.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The inside of a frame: a view and its scroll bars. Receives the size of the picture from CScrollView. Sends
 // size and scroll messages to the view.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The message box of the application, AfxMessageBox.
 #include "platform/app.h"
 

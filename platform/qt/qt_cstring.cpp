@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/qt/qt_cstring.h"
 
 QString ToQString(const CString& text)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Conversions between the texts of the application and those of Qt.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Device contexts for the screen. A paint draws into the window's buffer, outside of Qt's paint event. So a
 // paint may open a box or scroll the picture.
 #include "platform/dc.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The functions of dialogs and controls that use Qt: access to the controls, and the modal loop.
 #include "platform/qt/qt_dialog.h"
 

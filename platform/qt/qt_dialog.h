@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The peers of dialogs and of their controls. They connect CDialog and the control classes to their Qt
 // widgets.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/qt/qt_displaytext.h"
 
 QString Showable(QString text)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Makes texts safe for Qt's controls and tool tips, because Qt would interpret some characters in them.
 #pragma once
 

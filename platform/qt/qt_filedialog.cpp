@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Qt's own file dialog, with a label below its lists and a notification of every selection.
 #include "platform/qt/qt_filedialog.h"
 

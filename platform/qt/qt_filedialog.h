@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The peer and the widget of the file dialog. The widget is Qt's own file dialog, to which it adds a label
 // and notifications for CFileDialog.
 #pragma once

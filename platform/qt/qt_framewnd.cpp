@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/qt/qt_framewnd.h"
 
 #include "platform/qt/qt_cstring.h"

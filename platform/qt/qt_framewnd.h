@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The peer of a frame. It connects a CFrameWnd to its widget.
 #pragma once
 

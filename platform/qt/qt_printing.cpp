@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The print loop, page setup and preview. The view draws on a CDC whose target is the printer. A PDF file is
 // produced in the same way as a print on paper.
 #include "platform/view.h"

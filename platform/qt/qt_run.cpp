@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The start, the message loop and the end of the program. Creates Qt's application object, and runs
 // InitInstance and ExitInstance of the CWinApp.
 #include "platform/run.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The part of the program's start that test programs use too.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The settings of the application, in a small file. The file is read for each value, and replaced as a whole
 // for each change. Nothing here waits, neither for another program that writes the file, nor for a FIFO or
 // device with the file's name. Qt's own settings would wait half a minute for a lock that another machine has

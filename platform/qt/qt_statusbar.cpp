@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The functions of the status bar that use Qt. Each pane is a label.
 #include "platform/statusbar.h"
 

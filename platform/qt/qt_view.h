@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The peer of a view. It connects a CView to its widget, and to the pane with the scroll bars.
 #pragma once
 

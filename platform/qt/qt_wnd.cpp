@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The operations of windows that use Qt.
 #include "platform/qt/qt_wnd.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The peer of a window: the part of a CWnd that uses Qt. It connects the window to its widget.
 #pragma once
 

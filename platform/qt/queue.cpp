@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Each turn handles a key if one is waiting, else a paint, else a posted message. Views that have drawn
 // pixels are collected, and their pixels are copied to the screen together.
 #include "platform/qt/queue.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The message queue of platform/: waiting keys, views with an invalid part, and posted messages. Each turn of
 // the queue is one event of Qt's event loop and handles one of them. Between two turns, Qt can handle input
 // and copy pixels to the screen.

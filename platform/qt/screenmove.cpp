@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Moves pixels with a request of X11 that copies an area of a window. The X server reports with events which
 // pixels it could not copy.
 #include "platform/qt/screenmove.h"

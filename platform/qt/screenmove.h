@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Moves pixels of a widget that are on the screen already. The display copies them inside the window, which
 // takes a fraction of the time of sending them again. Works only on X11. Views use it to scroll.
 #pragma once

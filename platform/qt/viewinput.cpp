@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The input of a view. Receives Qt's events of keys, pointer, wheel and focus. Sends them to the CView as
 // messages, and keys through the queue.
 #include "platform/framewnd.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pixels of a view: its buffer, the invalid part, moves, and the copy to the screen. The input of a view
 // is in viewinput.cpp.
 #include "platform/qt/viewwidget.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The widget of a view. Receives drawn pixels, moves and overlays from the view object (CView), and input
 // from Qt. Copies its pixels to the screen.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Functions for tests and benchmarks: they replace parts of the program, act like a user, and read what a
 // window shows.
 #pragma once

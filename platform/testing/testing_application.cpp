@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The functions of testing.h for the application and its event loop.
 #include "platform/testing/testing.h"
 

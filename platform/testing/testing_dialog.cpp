@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The functions of testing.h for dialogs.
 #include "platform/testing/testing.h"
 

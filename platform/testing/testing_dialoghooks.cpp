@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Calls the hooks of testing.h when a dialog is shown.
 #include "platform/testing/testing.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The functions of testing.h for frames.
 #include "platform/testing/testing.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The functions of testing.h that replace a part of the program.
 #include "platform/testing/testing.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The functions of testing.h that send keys and mouse events to a window.
 #include "platform/testing/testing.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The functions of testing.h that read what a window shows, and count its paints.
 #include "platform/testing/testing.h"
 

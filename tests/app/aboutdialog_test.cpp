@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The About box.
 #include "app/aboutdialog.h"
 #include "app/dialogids.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The application: its command line, dropped files, the list of pages, both Open commands, printing and
 // settings.
 #include "app/arguments.h"

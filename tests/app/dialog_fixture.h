@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fixture for dialogs of the application without a main window.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Conversion of lengths between the units of the read-outs, and the Go To dialog.
 #include "app/dialogids.h"
 #include "app/gotodialog.h"

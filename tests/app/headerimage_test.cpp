@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Page files with a header, read as images and through the document: intact and damaged files of every image
 // class, and other files.
 #include "app/group4image.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The list of keys. It must agree with the tables of docs/MANUAL.md and with the menus.
 #include "app/dialogids.h"
 #include "app/keysdialog.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Work that takes long: what interrupts it, and when other input is handled. The test's own clock advances by
 // ten milliseconds for each row of the page.
 #include "app/scalefrm.h"

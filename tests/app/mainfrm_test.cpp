@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The main window: read-outs in four units, notes, title, disabled commands, and invalid placements.
 #include "app/placement.h"
 #include "app/scalefrm.h"

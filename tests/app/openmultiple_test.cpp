@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Open Multiple dialog: its list, its directories and the files that it returns.
 #include "app/dialogids.h"
 #include "app/openmultipledialog.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Page drawing: the calls on a recording device, and each pixel that is drawn into memory.
 #include "app/lumentadoc.h"
 #include "app/pagedraw.h"

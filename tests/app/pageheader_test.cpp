@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The page header: reading and writing by path, file and handle, the report of each failure, and the text
 // fields.
 #include "app/pageheader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Page Information dialog for every kind of page, and the check of a page.
 #include "app/dialogids.h"
 #include "app/pagecheck.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Open dialog: the label of the selected page, and the filters.
 #include "app/pagefilter.h"
 #include "app/pageheader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The expected value of a pixel of a reduced page: a count of the 1 bits in its cell, scaled to 0 to 255.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Changes of the open page's file: the note in the message field, and F5, which reads the page again at the
 // same place.
 #include "app/dialogids.h"

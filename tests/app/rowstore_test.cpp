@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The document's row store: the window on the heap, the temporary file, and rows that cannot be read. In the
 // fake page each byte depends on its row.
 #include "app/lumentadoc.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The reduced picture: its values, which are compared with a count of every pixel, its batches, and failures.
 #include "app/lumentadoc.h"
 #include "app/scaleddib.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The reduced picture if one allocation fails, for each allocation in turn. This is a separate program,
 // because it replaces the allocator.
 #include "app/lumentadoc.h"

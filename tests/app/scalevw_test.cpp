@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The scaled window: its size, its growth between paints and input, picking, and every way to close it.
 #include "app/overview.h"
 #include "app/scalefrm.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // TIFF pages in every kind of strip: whole, cut off and damaged. Good rows are delivered unchanged, and the
 // first bad row is reported. Group 4 page files with the same damage.
 #include "app/group4image.h"

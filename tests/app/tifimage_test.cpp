@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // TIFF files: the fields of an open page, and files with bad tags or structures. Each bad file is opened
 // through the document, in a separate process whose peak memory is measured. Strips are tested in
 // tiffdamage_test.cpp.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The page view: the screen after every way of moving the page, and the cost of a move.
 #include "tests/app/window_fixture.h"
 

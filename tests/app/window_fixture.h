@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fixture for the application with its real windows, on Qt without a display. Settings are kept in a scratch
 // directory.
 #pragma once

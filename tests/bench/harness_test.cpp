@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The harness of the benchmark programs: goals, figures, rounds, arguments and statistics.
 #include "bench/harness.h"
 

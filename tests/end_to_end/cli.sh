@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # The command line: options that need no display, displays that do not answer, and arguments that open a page.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"

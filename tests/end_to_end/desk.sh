@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Work by keys: a changed page file is reported, and F5 reads it again. F11 fills the screen and restores the
 # window. Keys close the overview and end the program.
 set -euo pipefail

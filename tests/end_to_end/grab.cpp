@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // grab: compares each pixel of the screen with a page file, for the end-to-end tests. Exit status: 0 if
 // equal; 1 if not (a line on the standard error stream says where); 2 after bad usage or if an input cannot
 // be read.

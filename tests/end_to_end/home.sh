@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # The files that a run leaves: only the settings. There is no other file in the user's directories and no
 # temporary file, however the run ends.
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Opens the samples of the tree, one of each kind of page file. The picture must be the same in each pixel.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=bash
 # Shared functions of the end-to-end tests. Each test sources this file; its arguments are the paths of
 # lumenta, makepage and grab. The file starts a private display with a window manager. Its functions start and

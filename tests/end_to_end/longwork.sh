@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # A page that takes hours to decode: 26 bytes of JBIG for two billion rows, in stripes that take a second or
 # more. Escape ends a jump to the end of the page with one message box, and the keyboard works again. Closing
 # the window or a signal ends the program without a box.

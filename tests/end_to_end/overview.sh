@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # The page and the overview at three scales of the desktop. One page pixel is one pixel of the screen. The
 # overview becomes complete in its own size, and clicks in it move the page.
 set -euo pipefail

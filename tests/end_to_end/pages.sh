@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Many pages. Twenty pages of all kinds are chosen by keys and shown one after the other. The dialog must list
 # those not viewed yet: after a rewrite, for a page that cannot be marked, and in the next run.
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # The print dialog prints a page into a PDF file as one lossless image with one bit per pixel.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"

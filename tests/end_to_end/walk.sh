@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Moves over a page by keys and pointer, and compares each step with the page. Then it checks that the place
 # and the state of the window are kept for the next run.
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # The program on Wayland. The screen of the compositor is a window on the private display, which gives it a
 # keyboard and a pointer. One page pixel is one pixel of that screen at the scales 1 and 2.
 set -euo pipefail

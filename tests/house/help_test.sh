@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Tests that each script prints its head comment with --help, and ends with status 2 if it does not know an
+# SPDX-License-Identifier: MIT
+# Tests that each script prints its head comment with --help, without the line with the licence, and ends with status 2 if it does not know an
 # argument.
 set -euo pipefail
 scripts=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../scripts" && pwd -P)
@@ -11,7 +12,7 @@ expect()
 {
   local status=0 output
   output=$("$1" "$3" 2>&1 </dev/null) || status=$?
-  if [[ $status != "$2" || $output != *"${1##*/} "*": "* ]]; then
+  if [[ $status != "$2" || $output != *"${1##*/} "*": "* || $output == *SPDX* ]]; then
     printf 'FAILED: %s %s: status %s\n%s\n' "$1" "$3" "$status" "$output"
     failures=$((failures + 1))
   fi

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Tests scripts/house.sh. It must find nothing in a small tree that keeps all rules. Then lines are added that
 # break each rule, and lines that only seem to break them. It must find each line that breaks a rule, and
 # nothing else.
@@ -39,6 +40,14 @@ touch docs/notes.md scripts/x.sh
 printf 'class Window : public testing::Test\nTEST_F(Window, Opens)\nTEST_F(Window, Closes)\nTEST(Page, IsRead)\n' >tests/app/one_test.cpp
 printf 'struct Case {\nTEST(Rows, AreRead)\n' | tee tests/app/rows_test.cpp | sed s/Rows/Columns/ >tests/app/columns_test.cpp
 
+licence="SPDX-License-Identifier: MIT"
+find . -name '*.cpp' -o -name '*.h' | while read -r file; do
+  { echo "// $licence" && cat "$file"; } >"$top/file"
+  cp "$top/file" "$file"
+done
+printf '#!/bin/sh\n# %s\n' "$licence" >scripts/x.sh
+printf '# %s\n' "$licence" >app/CMakeLists.txt
+
 got=$("$house" . 2>&1) || fail "found something in a tree that keeps all rules" "$got"
 
 # fine FILE TEXT: adds a line that breaks no rule.
@@ -77,13 +86,21 @@ offence lib/kesterlib/source/unsqz.cpp "$testing: platform/testing/testing.h" '#
 offence tools/drawing/draw.cpp "$testing: platform/testing/testing.h" '#include "platform/testing/testing.h"'
 fine platform/posix/map.cpp '#include <map>\n#include "platform/wnd.h"'
 
-touch lib/kesterlib/source/page.cpp
+echo "// $licence" >lib/kesterlib/source/page.cpp
 echo "lib/kesterlib/source/page.cpp:0: has the name of app/page.cpp" >>"$top/wanted"
+echo "// $licence" >tests/app/two_test.cpp
 offence tests/app/two_test.cpp "class Window is in tests/app/one_test.cpp too" 'class Window : public testing::Test'
 offence tests/app/two_test.cpp "suite Window is in tests/app/one_test.cpp too" 'TEST_F(Window, Shrinks)'
-touch platform/rows.h
+echo "// $licence" >platform/rows.h
 echo "platform/rows.h:0: has no include guard and no _tmpl in its name" >>"$top/wanted"
 offence lib/kesterlib/source/rows_tmpl.h "has an include guard and _tmpl in its name" '#pragma once'
+
+no_licence="has no line SPDX-License-Identifier: MIT"
+printf '\n# %s\n' "$licence" >lib/CMakeLists.txt
+printf '#!/bin/sh\n\n# %s\n' "$licence" >scripts/late.sh
+for file in lib/CMakeLists.txt scripts/late.sh; do
+  echo "$file:1: $no_licence" >>"$top/wanted"
+done
 
 offence app/page.cpp "blanks at the end of the line" 'int x; '
 offence app/page.cpp "longer than 110 columns" "// $(printf '%0108d' 0)"
@@ -105,7 +122,7 @@ difference=$(diff <(sort "$top/wanted") <(sort "$top/got")) || fail "expected (<
 rm -rf "$top/tree" && mkdir -p "$top/tree/app" "$top/tree/made" && cd "$top/tree"
 git init -q .
 printf '/made/\n' >.gitignore
-printf '#pragma once\n#include <QString>\n' | tee made/page.h >app/page.h
+printf '// %s\n#include <QString>\n#pragma once\n' "$licence" | tee made/page.h >app/page.h
 got=$("$house" . 2>&1) && fail "passed a file that git does not track yet" "$got"
 [[ $got == "app/page.h:2: $outside" ]] || fail "expected a finding in app/page.h only" "$got"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The callback block: slots and their defaults, the calls through them, allocation tracking, and reports.
 #include "tests/support/test_block.h"
 

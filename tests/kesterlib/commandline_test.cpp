@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The command-line parser: the options of a vector, the help, and lines split into vectors.
 #include "kesterlib/commandline.h"
 

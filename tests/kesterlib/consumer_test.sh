@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # consumer_test.sh BUILD SOURCE LIBDIR VERSION CMAKE GENERATOR CC CXX: installs kesterlib from the directory
 # BUILD, moves the installed tree, and checks that programs in C99 and C++ build and run with it in five ways:
 # by hand with the static and with the shared library, with pkg-config, with find_package, and with

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # decode_page_test.sh DECODE_PAGE MAKEPAGE SAMPLES: tests the example program with pages of all kinds and with
 # files that it must refuse.
 set -euo pipefail

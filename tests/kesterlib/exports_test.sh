@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # exports_test.sh LIBRARY MAP HEADERS...: checks that the shared library exports exactly the names that the
 # public headers declare with KESTERLIB_API and that the version script MAP lists, that it does not need the
 # C++ runtime, and that no text of the trace remains.

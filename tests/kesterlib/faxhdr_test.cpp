@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Compares the writer and the reader of the page header with each other, also on damaged headers, in memory
 // and over a callback block.
 #include "faxhdr_lines.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Bytes and numbers to and from a file, on a stream and on a callback block.
 #include "kesterlib/files.h"
 

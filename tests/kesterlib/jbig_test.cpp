@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Compares the JBIG decoder with a slow reference decoder. Rows, counts, messages, positions and reads must
 // be the same in every variant and for any stream. Also decodes streams of the public library's encoder.
 #include "kesterlib/jbig.h"

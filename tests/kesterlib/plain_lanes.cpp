@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Squeeze row loop with plain words, as for a machine without vector instructions.
 #define KESTERLIB_PLAIN_LANES
 #define KESTERLIB_UNSQZ_ROWS unsqz_rows_words

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Decodes a stream of a run decoder by each of its row loops, from memory and from a callback block. Rows,
 // counts and messages must be those of a slow decoder.
 #pragma once

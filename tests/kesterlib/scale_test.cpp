@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Compares the scale engine, in every variant, with a count pixel by pixel. Also checks its limits and its
 // failures.
 #include "kesterlib/scale.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Statuses of the run decoders and of their open functions, and input in memory with the caller's block.
 #include "kesterlib/status.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Several threads decode, reduce and fail at the same time, each with its own decoders, headers, engines and
 // blocks. The library is compiled with the thread sanitizer, which fails the test after a data race.
 #include "kesterlib/callback.h"

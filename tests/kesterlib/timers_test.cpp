@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The timers: what they return and print.
 #include "kesterlib/timers.h"
 

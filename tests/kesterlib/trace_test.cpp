@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The trace of the run decoders, compiled with a line for each code. The README of the library shows the
 // first trace here, as the explanation of the Squeeze code.
 #include "kesterlib/unccitt.h"

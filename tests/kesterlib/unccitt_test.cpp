@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Compares the Group 4 decoder with libtiff and with a slow decoder written here. Rows and counts must be
 // the same in every variant and for any stream.
 #include "kesterlib/unccitt.h"

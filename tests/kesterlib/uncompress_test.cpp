@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lists of transitions: made from rows, and painted into rows.
 #include "kesterlib/unccitt.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Compares the Squeeze decoder with a slow reference decoder. Rows, counts and messages must be the same in
 // every variant and for any stream.
 #include "kesterlib/unsqz.h"

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # pagetools_mutants_test.sh TOOLS MAKEPAGE [COUNT]: damages COUNT (40) pages, always in the same way, and runs
 # the tools on them. The image must have the rows before the one that page-check names, whether it is written
 # to a file or to a pipe.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The string class: copies, parts, searches and comparison.
 #include "platform/cstring.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Modal dialogs: keys and pointer, notifications, data exchange, background work and listings.
 #include "platform/dialog.h"
 #include "tests/platform/test_classes.h"

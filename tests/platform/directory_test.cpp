@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Listings of a directory for the dialogs.
 #include "platform/directory.h"
 #include "platform/text.h"

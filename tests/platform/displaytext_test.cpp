@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The conversion of a text of any encoding to one line of UTF-8.
 #include "platform/displaytext.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The dialog that asks for a file: its list, its notifications and its results.
 #include "platform/filedialog.h"
 #include "tests/platform/test_classes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The downcast of a pointer by the runtime class records.
 #include "platform/doc.h"
 #include "platform/messages.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Draws shapes over a picture and compares the pixels with a simple reference.
 #include "platform/overlay.h"
 

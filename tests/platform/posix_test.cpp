@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The amount of free memory, the opening of page files, and the temporary store.
 #include "platform/file.h"
 #include "platform/freememory.h"

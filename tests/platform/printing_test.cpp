@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Printing to a file. The pictures are read back from the file and must equal the page.
 #include "platform/freememory.h"
 #include "tests/platform/test_classes.h"

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # program_names_test.sh PROGRAM TESTING PLATFORM: checks that the program contains no name that the library of
 # the testing code defines. PLATFORM is the library of which the program must contain names. This shows that
 # its names can be read.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The only source of these tests that uses Qt: boxes, timers, repaints, styles and palettes.
 #include "qt_support.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Functions for tests that need Qt itself. Only qt_support.cpp includes it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The blits. Each pixel is compared with a simple reference.
 #include "platform/raster.h"
 

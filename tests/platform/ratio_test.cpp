@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One page pixel is one pixel of the screen at every ratio. The environment sets the ratio.
 #include "tests/platform/qt_support.h"
 #include "tests/platform/test_classes.h"

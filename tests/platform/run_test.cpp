@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program's start and message loop. They run in a child process, because a process can have only one Qt
 // application.
 #include "platform/framewnd.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Scroll ranges, moved pixels, and paints during which the window scrolls or changes its size.
 #include "tests/platform/test_classes.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The settings, which are kept from one run of the program to the next.
 #include "tests/platform/test_classes.h"
 #include "tests/support/scratch.h"

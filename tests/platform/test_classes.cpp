@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A minimal application with menus and dialogs. Its classes record the messages that reach them.
 #include "test_classes.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A minimal application. Each of its classes records the messages that reach it.
 #pragma once
 

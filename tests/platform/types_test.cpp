@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Rounding and message parameters.
 #include "platform/types.h"
 

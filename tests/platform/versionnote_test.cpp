@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The version note: in generated files of every kind, whole and damaged, and in the built program.
 #include "platform/versionnote.h"
 #include "tests/support/scratch.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The viewed mark: on a fake file system, in which every call can fail, and on real files.
 #include "platform/viewedmark.h"
 #include "tests/support/child.h"

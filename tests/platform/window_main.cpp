@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The main function of the test programs that need a Qt application. If a program only lists its tests,
 // it creates no application.
 #include "platform/testing/testing.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Windows: the order of their messages, message boxes, timers, and the destruction of windows.
 #include "platform/testing/testing.h"
 #include "tests/platform/test_classes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Forks a child process, and reads the text of its work from a pipe.
 #include "tests/support/child.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs work in a child process. Use it for work whose effects would remain in this process: peak memory,
 // another user id.
 #pragma once

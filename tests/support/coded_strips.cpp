@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writes pages as TIFF files with libtiff, and reads their coded strips.
 #include "tests/support/coded_strips.h"
 

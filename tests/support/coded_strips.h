@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Codes rows as the strips of a TIFF file, with libtiff. Group4Bits says how many rows a cut Group 4 strip
 // contains.
 #pragma once

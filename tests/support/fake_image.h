@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A page without a file. Each byte depends on its row and position. Reads are counted and can take time, and
 // one row can fail.
 #pragma once

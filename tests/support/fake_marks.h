@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A fake file system for viewed marks, in which every call can fail.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Streams of Group 4 or Squeeze codes, written by hand.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Builds the bytes of a TIFF file: the header, the directory, the values of long tags, then the strips.
 #include "tests/support/hostile_tiff.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A small writer of TIFF files with any kind of damage: every tag can be replaced or left out. The rows
 // follow the directory, so that a file that is cut off loses rows and keeps its directory.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Decodes JBIG as ITU-T T.82 describes it, and predicts the messages and reads of the library.
 #include "tests/support/jbig_reference.h"
 

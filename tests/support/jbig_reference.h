@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A slow and simple JBIG decoder: one decision per pixel, one byte at a time. Tests compare the library with
 // it. In addition to the rows, it predicts the messages and each request for input.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // JBIG streams by jbigkit, for comparison with our encoder and decoder. Rows are packed, and a 1 stays a 1.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Random pages that use all codes of a row coder. Each page mixes rows with different statistics.
 #pragma once
 

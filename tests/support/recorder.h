@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Records events in their order, each as a line of text.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A device that records each call as one line of text and keeps the pixels of the last call.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Helpers that leave no trace when a test ends: a temporary directory, collected message boxes, and a limit
 // of the process.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A malloc that can fail, for programs that are linked with --wrap=malloc. The linker then replaces malloc by
 // __wrap_malloc, and __real_malloc is the system's malloc.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Decodes Squeeze as the format is defined, step by step. Positions have 64 bits, and every bound is checked
 // where it applies.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A slow Squeeze decoder that tests compare the library with. It reads bit by bit, has its code words as text
 // and handles one list entry at a time. It shares nothing with the library's decoder or the encoder in
 // tools/.

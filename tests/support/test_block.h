@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Callback blocks for tests of the codec library. They record their messages and exit codes, and their exit
 // slot returns. Only one can exist at a time.
 #pragma once

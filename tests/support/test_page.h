@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A page of 1 bit per pixel in memory, which can be drawn as a view draws it.
 #pragma once
 

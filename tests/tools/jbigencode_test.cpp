@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Compares the JBIG encoder with jbigkit. The tests of the decoder cover stripes of one row and stripes with
 // fresh contexts, which jbigkit codes in another way.
 

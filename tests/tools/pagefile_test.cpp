@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Page files: a file that could not be written whole is deleted, and texts that do not fit are refused. The
 // tests of makepage and of the example program read page files of all kinds.
 

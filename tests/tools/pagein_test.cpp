@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading pages from files: a page is read as it was written, and any other file is refused.
 
 #include "pagein.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pages that other tests and the benchmarks use.
 
 #include "pagein.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The reference decoder returns the pages that the Squeeze encoder coded, and the code is short.
 
 #include "sqzencode.h"

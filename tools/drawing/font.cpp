@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The typeface. A glyph is a list of strokes along the centre lines of its stems and bowls. An em has 1000
 // units, and the baseline is at y = 0. An elliptical pen, wider than high, follows the strokes: stems are
 // heavy and crossbars are fine, as in a book face. The pen is rounded to whole pixels, so that all stems of

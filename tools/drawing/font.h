@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A built-in roman typeface in two weights. Glyphs are made of pen strokes and can be drawn at any size.
 // Input: a character and the em size. Output: a bitmap of the glyph, its position and its advance.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The kinds of pages. Each is drawn on a surface, which is a bitmap or a grey map, so that a page looks the
 // same in both. A surface fills rectangles, stamps glyphs and draws pictures, and clips all three.
 

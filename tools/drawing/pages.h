@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Test pages, drawn in memory: text, screened pictures, line work, noise. Input: the kind of page, its size
 // and its resolution. Output: a packed bitmap or a grey map. All arithmetic is in integers, so that the same
 // options draw the same page on every machine. tiffout.h and pagefile.h write pages to files.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pictures of test pages, their enlarger and the halftone screen. The landscape consists of layers of
 // lattice noise in integers. Heights and positions are in units of 1/4096 of the picture's height. The
 // enlarger and the screen handle every pixel of a page, with a few operations for each.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Pictures for the test pages: a landscape and a grey ramp as small grey maps, an enlarger that works row by
 // row, and the screen that turns tones into dots.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Integer square root, for the drawing of pages.
 #pragma once
 

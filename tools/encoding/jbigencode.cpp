@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Encodes rows as JBIG, a stripe at a time. The bytes of a stripe are kept until the stripe ends, because a
 // later carry can change them. At the end of the stripe, zeros at the end of its bytes are dropped, because a
 // decoder adds them itself. Then bytes of 0xff are escaped.

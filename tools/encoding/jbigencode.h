@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // JBIG encoder (ITU-T T.82): one bit plane in one resolution, three-line template, no prediction, the
 // adaptive pixel at its default position. Input: packed rows from the top. Output: a bi-level image entity.
 // Its last two bytes are the marker of the last stripe.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Connects libtiff to the page writers and readers: stores its messages, and opens files in memory.
 
 #include "libtiff.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the sources that use libtiff share: the messages of a file, and a file in memory.
 #pragma once
 

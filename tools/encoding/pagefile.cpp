@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writes page files. The codec library writes the header. The raster is encoded and written in pieces of
 // several rows.
 

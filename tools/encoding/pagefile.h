@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writes a page as a page file: a text header, followed by the raster. Input: a bitmap and the values for the
 // header. Rows are streamed, so that no second copy of the page is allocated. But a Group 4 raster is coded
 // as a whole, and a JBIG raster one stripe at a time.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads pages from TIFF and PBM files. TIFF is read through libtiff, one scanline at a time. If libtiff warns
 // about a row, the page is refused as damaged, so that a test never uses rows that libtiff has guessed.
 

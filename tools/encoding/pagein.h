@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads a page of 1 bit per pixel from a file: TIFF with either photometric interpretation, or PBM, binary or
 // text. Input: a path. Output: a bitmap in which 1 is black, and the resolution if the file has one.
 #pragma once

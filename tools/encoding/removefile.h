@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Deletes an output file if writing it fails. The TIFF writer and the page file writer use this.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Encodes rows as Squeeze. A row consists of vertical codes and add codes. A vertical code says that a change
 // is within three pixels of a change in the row above. The next vertical code then refers to the next change
 // of the row above. An add code holds two runs, measured from the last change. After it, pairs of changes of

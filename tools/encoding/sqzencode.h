@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Squeeze encoder: a two-dimensional run code for 1-bit rows. Input: packed rows from the top. Output: a
 // stream without sizes and without an end mark. Its reader must know the width and the number of rows.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writes TIFF files through libtiff, one scanline at a time. A file that could not be written completely is
 // deleted. To make a Group 4 stream, writes a TIFF file of one strip in memory and returns this strip.
 

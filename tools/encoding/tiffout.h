@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writes a page as a TIFF file, or codes it as a Group 4 stream. Input: a bitmap or a grey map, and the tags
 // of the file. Rows are streamed, so that no second copy of the page is allocated. Files are little-endian on
 // every machine.

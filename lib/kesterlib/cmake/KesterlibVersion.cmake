@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Sets kesterlib_version to the version in kesterlib/version.h, which no other file states.
 set(kesterlib_version_header ${CMAKE_CURRENT_LIST_DIR}/../include/kesterlib/version.h)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${kesterlib_version_header})

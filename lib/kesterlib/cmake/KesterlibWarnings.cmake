@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Sets kesterlib_warnings to the compiler options for warnings.
 set(kesterlib_warnings -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
 # gcc 12 has a false warning in the operator+ of std::string at -O3.

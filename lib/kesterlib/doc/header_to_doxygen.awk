@@ -1,7 +1,8 @@
+# SPDX-License-Identifier: MIT
 # awk -f header_to_doxygen.awk HEADER: prints the header with comments that Doxygen reads. The headers have plain
 # comments, which are easier to read. Each line keeps its number, so that the lines in warnings are right.
 #   - A comment documents what follows it. After code on the same line, it documents this code.
-#   - The first comment documents the file.
+#   - The first comment, after the line with the licence, documents the file.
 #   - The line of dashes with a title begins a group. If a comment and an empty line follow it, the comment
 #     documents the group.
 #   - Indented lines with a name and a text, which describe parameters, become a list.
@@ -14,6 +15,8 @@ END {
   for (i = 1; i <= NR; ++i) {
     text = line[i]
     if (i == 1) {
+      text = ""
+    } else if (i == 2) {
       sub(/^\/\*/, "/** @file " name "\n", text)
       gsub(/\n/, "", text)
     } else if (text ~ /^\/\* -+ .* -+ \*\/$/) {

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* decode_page PAGE: decodes a page file and writes it to standard output as a PBM image, in which a 1 is
  * black. It shows how to use the library: it makes a callback block of its own, reads the header, opens the
  * decoder for the kind of raster, decodes a batch of rows at a time and checks every result. If anything

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The bit window of the row loops: 64 bits in locals, refilled by one load. It replaces the frame's own
 // window of 32 bits.
 #pragma once

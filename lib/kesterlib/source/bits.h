@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Big-endian loads and stores, and counts of bits, with the same result under every compiler flag.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Drops bits from the frame's window.
 #include "codetable.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lists of prefix codes, and the tables that find a code by the leading bits of a stream.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The command-line parser: calls the handlers of the options, prints the help, and splits lines into tokens.
 #include "kesterlib/commandline.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The text of the page header: its writer and its reader, in memory and on streams. Both use the same table
 // of keys, so that they always agree.
 #include "faxhdr_lines.h"

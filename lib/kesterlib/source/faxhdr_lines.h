@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads a header's text line by line, and scans each kind of value. A scanner receives a line and a key, as
 // in "/Size". It returns whether the line has the key and a value. If not, its target is unchanged, unless
 // stated otherwise.

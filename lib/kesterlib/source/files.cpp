@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads and writes bytes and numbers. The functions for streams and those for blocks use the same templates.
 // Stream and Block transfer the bytes and make the reports. If a client's slot returns more bytes than
 // requested, this is treated as no bytes.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Converts a packed row to a list of transitions, 64 pixels at a time. A transition is a pixel that differs
 // from the one before it. So a word XORed with itself, shifted by one pixel, has a 1 bit at each
 // transition.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The callback block: its two initial states, its slots, the calls through the slots, and the default
 // block. Memory and reports are in tracking.cpp and report.cpp.
 #include "io-callback.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Functions on callback blocks and errors that only the library uses.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The public functions of the JBIG decoder: they check the header, deliver rows and make reports.
 #include "kesterlib/files.h"
 #include "kesterlib/jbig.h"

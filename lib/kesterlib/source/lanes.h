@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Eight 32-bit numbers at a time, with the instructions that the including source is compiled for: AVX2,
 // SSE2, or plain words.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kesterlib/version.h"
 
 const char* kesterlib_version(void)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which instructions this machine has.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sets the status of an open function.
 #pragma once
 

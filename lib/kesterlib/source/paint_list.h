@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Paints a list of transitions into a packed row by 64-bit words, for the row loops. The result is the same
 // as uncomp_paint_row's.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The arithmetic decoder of JBIG: its input, and the start and end of a stripe. The decisions are in
 // qdecoder_rows_tmpl.h.
 //

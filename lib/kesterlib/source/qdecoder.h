@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Shared by the sources of the JBIG decoder: the record with its private part, reports, input, and the row
 // loops of a stripe.
 #pragma once

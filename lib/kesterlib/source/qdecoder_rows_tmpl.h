@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The row loop of the JBIG decoder. Compiled once for every machine and once for AVX2; KESTERLIB_JBIG_ROWS
 // is the name of the function.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The words that the decoder makes from the states of the probability estimator.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The states of JBIG's probability estimator, for the decoder and for the encoder of test pages.
 #pragma once
 

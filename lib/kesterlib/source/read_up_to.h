@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The loop that reads a number of bytes from a source that may return them in pieces.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The sizes and offsets of the public records on systems with 64-bit pointers. Programs that use the shared
 // library were compiled with these numbers. If a line here fails, the change can break those programs. Put
 // new data into the private records instead, such as Frame in run_frame.h. Fields may be appended to a record

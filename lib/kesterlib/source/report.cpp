@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reports: the single path of fatal errors, and the texts of system errors.
 #include "io-callback.h"
 

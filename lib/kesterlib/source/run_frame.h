@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Shared by the run decoders: the whole frame, of which UNCOMP is the public part; its input, its lists of
 // transitions, and its painter.
 #pragma once

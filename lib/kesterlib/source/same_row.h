@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Rows that are equal to the row above, at least at their start. In both codes a transition at the same
 // place as above is a single 1 bit.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The scale engine: its tables, and the functions that create it, add rows, complete bands and free it. The
 // counting is in scale_rows_tmpl.h.
 #include "kesterlib/scale.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Shared by the scale engine and its row loops.
 #pragma once
 

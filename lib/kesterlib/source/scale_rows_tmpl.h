@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The row loops of the scale engine. Included once for each instruction set, which defines
 // KESTERLIB_SCALE_LOOPS. Compile it with -O3: the loops are written for a compiler that vectorises them,
 // and at -O2 they are half as fast.

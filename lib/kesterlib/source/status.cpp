@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The status of the last open function, for each thread.
 #include "open_status.h"
 

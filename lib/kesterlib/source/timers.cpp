@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The timers. A pass during which the clock wraps still counts the time that passed.
 #include "kesterlib/timers.h"
 

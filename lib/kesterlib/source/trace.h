@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A compile-time trace of the decoders. If two decoders disagree, it shows the first row and code that
 // differ.
 // KESTERLIB_TRACE selects the lines:

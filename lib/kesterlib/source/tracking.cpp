@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Memory through a callback block: the counters of every block, and the records of a block that tracks
 // allocations, which find leaks and wrong frees. Searches are linear, because tracking is for tests and
 // debugging.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Group 4 decoder: its code tables, its open functions, and the decoding of single codes from the
 // frame's window. The loops of unccitt_rows_tmpl.h decode most rows. They call the functions here if a code
 // is not entirely in the input buffer.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The row loop of the Group 4 decoder, compiled for AVX2 and BMI2, and called only on machines that have
 // them.
 #if defined(__AVX2__)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Group 4 codes, the tables made from them, and what the row loops share.
 #pragma once
 

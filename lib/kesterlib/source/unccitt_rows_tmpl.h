@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The row loop of the Group 4 decoder. Included once for each instruction set, which defines
 // KESTERLIB_UNCCITT4_ROWS.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The run codes of ITU-T T.4, tables 2, 3a and 3b, left-aligned. Index 0 is unused. Indices 1 to 40 are the
 // make-up codes of 64 * index. Indices 41 to 104 are the terminating codes of index - 41.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The frame of the run decoders: its memory, its input with filler, and the painter of lists.
 #include "open_status.h"
 #include "read_up_to.h"

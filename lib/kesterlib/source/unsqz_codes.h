@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Squeeze codes, the tables made from them, and what the row loops share: decoding single codes and raw
 // rows.
 #pragma once

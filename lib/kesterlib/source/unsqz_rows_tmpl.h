@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The row loop of the Squeeze decoder. Included once for each instruction set, which defines
 // KESTERLIB_UNSQZ_ROWS.
 //

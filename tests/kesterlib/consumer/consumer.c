@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* A C99 program with kesterlib. It decodes two Squeeze rows, and checks that it runs with the library whose
  * headers it was compiled with. */
 #include "kesterlib/unsqz.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A C++ program with kesterlib. It reads a page header that it has written, and compares the versions of the
 // headers and of the library.
 #include "kesterlib/faxhdr.h"

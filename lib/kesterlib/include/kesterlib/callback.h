@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* The callback block: a record of replaceable functions, its slots. Decoders and header functions read,
  * write, allocate, report and exit only through the block that their caller passes.
  *

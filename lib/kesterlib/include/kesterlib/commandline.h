@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* A small command-line parser. A table lists option words, each with a fixed number of text arguments and a
  * handler. Lines from a stream or a buffer can be split into argument vectors. */
 #ifndef KESTERLIB_COMMANDLINE_H

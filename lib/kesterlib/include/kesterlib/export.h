@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* Macros that all headers of kesterlib use: marks of functions, and C linkage in C++. */
 #ifndef KESTERLIB_EXPORT_H
 #define KESTERLIB_EXPORT_H

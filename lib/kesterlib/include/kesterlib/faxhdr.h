@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* The text header at the start of a page file: the record, its writer and its strict reader, in memory and
  * on streams. The raster follows at offset HeaderSize. */
 #ifndef KESTERLIB_FAXHDR_H

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* Bytes and fixed-size numbers to and from a file. Numbers have the most significant byte first on every
  * machine. Each function exists for a standard stream, which reports failures with perror, and for a
  * callback block, which reports them with callback_perror. */

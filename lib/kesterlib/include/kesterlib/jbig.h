@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* The JBIG decoder, for a bi-level image entity of ITU-T T.82 with one bit plane, one resolution layer, the
  * three-line template with the adaptive pixel at its default place, and no prediction. It delivers rows in
  * order from the top and decodes a stripe at a time. To go back, close it and open it again. */

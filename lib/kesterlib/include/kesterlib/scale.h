@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* The scale engine: reduces a 1-bit page to 8-bit grey, a source row at a time. The page is divided into
  * square cells of `scale` x `scale` pixels. The number of 1 bits in a cell becomes one grey byte. The
  * caller passes the rows from the top. A sink receives each reduced row as soon as its band of `scale` rows

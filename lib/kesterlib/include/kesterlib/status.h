@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* The status of a decoder: why it delivers no more rows, or why it could not be opened. */
 #ifndef KESTERLIB_STATUS_H
 #define KESTERLIB_STATUS_H

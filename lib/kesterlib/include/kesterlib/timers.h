@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* A process-wide table of 64 timers, numbered 0 to 63, that add up how long stages of the work take. Other
  * numbers are ignored. Use the table from one thread at a time. */
 #ifndef KESTERLIB_TIMERS_H

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* The Group 4 decoder, for rows coded as in ITU-T T.6. A 1 bit is black. */
 #ifndef KESTERLIB_UNCCITT_H
 #define KESTERLIB_UNCCITT_H

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* The frame of the run decoders, Squeeze and Group 4: input, bit window, and two rows as lists of
  * transitions. Open a frame with a decoder's own function, decode its rows in order from the top, then free
  * it. Any number of frames may be open at once. */

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* The Squeeze decoder. Squeeze is a two-dimensional run code for 1-bit rows. A stream has no header, no
  * code table and no end mark. */
 #ifndef KESTERLIB_UNSQZ_H

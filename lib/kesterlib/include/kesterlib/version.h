@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* The version of the library. The macros are those of the headers that a program was compiled with. The
  * function returns that of the library that the program runs with, which may be newer. */
 #ifndef KESTERLIB_VERSION_H
