@@ -51,8 +51,10 @@ list_files()
 nothing_left()
 {
   list_files >"$scratch/after"
-  comm -3 "$1" "$scratch/after" >"$scratch/left"
+  comm -13 "$1" "$scratch/after" >"$scratch/left"
   [[ ! -s $scratch/left ]] || { cat "$scratch/left" >&2; die "the removed packages have left files"; }
+  comm -23 "$1" "$scratch/after" >"$scratch/gone"
+  [[ ! -s $scratch/gone ]] || { cat "$scratch/gone" >&2; die "files of other packages are gone"; }
   ! grep -rlE 'lumenta|kesterlib' "$bare/usr/share/mime" "$bare/usr/share/applications" "$bare/etc" 2>/dev/null ||
     die "these files still name the removed packages"
 }

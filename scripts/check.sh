@@ -129,8 +129,8 @@ desktop_files()
   cmake --build build/package --target kesterlib_manual
 }
 
-# The desktop must find out the type of a page file by its content, whatever its name. A file of another kind
-# with the name of a page file counts as a page file: the program looks at the content.
+# The desktop must find out the type of a page file by its content, also if its name says nothing. A file of
+# another kind with the name of a page file counts as a page file: the program checks the content.
 page_types()
 {
   say "checking the types of files"

@@ -49,7 +49,7 @@ clean_up()
     end_process "${at_exit_kill[i]}"
   done
   for ((i = ${#at_exit_unmount[@]} - 1; i >= 0; i--)); do
-    umount "${at_exit_unmount[i]}"
+    umount "${at_exit_unmount[i]}" || umount -l "${at_exit_unmount[i]}" || true
   done
   rm -rf "$scratch"
 }

@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 # packages.sh GROUP...: prints the Debian packages of these groups on one line, as in
 #   apt-get install --no-install-recommends $(scripts/packages.sh build test)
-# The groups are run, build, display, test, check, package, bare, matrix and bench. No other file lists packages. If sourced,
-# this file prints nothing and defines packages_of.
+# The groups are run, build, display, test, check, package, bare, matrix and bench. No other file lists packages.
+# If sourced, this file prints nothing and defines packages_of.
 
 newest_clang=22 # the newest clang in Debian 12
 
