@@ -3,6 +3,7 @@
 #include "pbmoutput.h"
 
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -16,15 +17,15 @@ namespace
 {
 constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGPIPE, SIGTERM};
 
-// Name of the temporary file that a signal removes; null: none. The memory is never freed, because a signal
-// may arrive at any time.
-const char* volatile g_temporary = nullptr;
+// The temporary file that a signal removes.
+char g_temporary[PATH_MAX];
+volatile sig_atomic_t g_has_temporary = 0;
 
 void RemoveTemporaryFile()
 {
-    if (g_temporary)
+    if (g_has_temporary)
         unlink(g_temporary);
-    g_temporary = nullptr;
+    g_has_temporary = 0;
 }
 
 // The signal has its default action again, which ends the program when this function returns.
@@ -126,11 +127,13 @@ std::string PbmOutput::OpenTemporaryFile()
     constexpr int kTries = 100; // other processes can have had the same number
     for (int i = 0; i < kTries && m_descriptor < 0; ++i) {
         const std::string name = prefix + std::to_string(i);
-        m_descriptor = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666); // minus the umask
+        if (name.size() >= sizeof g_temporary)
+            return std::strerror(ENAMETOOLONG);
+        memcpy(g_temporary, name.c_str(), name.size() + 1);
+        m_descriptor = open(g_temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666); // minus the umask
         if (m_descriptor < 0 && errno != EEXIST)
             break;
-        if (m_descriptor >= 0)
-            g_temporary = strdup(name.c_str());
+        g_has_temporary = m_descriptor >= 0;
     }
     if (m_descriptor < 0)
         return SystemError();
@@ -170,6 +173,6 @@ std::string PbmOutput::Finish()
     const SignalsBlocked blocked;
     if (std::rename(g_temporary, m_path.c_str()) != 0)
         return SystemError();
-    g_temporary = nullptr;
+    g_has_temporary = 0;
     return {};
 }
