@@ -360,10 +360,13 @@ void PageReader::AddCost(const uint8_t* first_row, int64_t rows)
 {
     constexpr int64_t kStep = 8; // only each eighth row is counted
     constexpr int64_t kPixelsPerTransition = 32;
+    // The decoder writes a run of one colour fast, unless rows are so long that they are not cached.
+    constexpr int32_t kCachedWidth = 1 << 20;
+    const int64_t pixels_of_runs = m_width / (m_width > kCachedWidth ? 4 : 64);
     for (int64_t row = 0; row < rows; row += kStep) {
         const uint8_t* const bytes =
             first_row + std::min<int64_t>(row, m_jbig->stripe_lines - 1) * m_jbig->row_stride;
-        const int64_t pixels = CountTransitions(bytes, m_row_bytes) * kPixelsPerTransition + m_width / 64;
+        const int64_t pixels = CountTransitions(bytes, m_row_bytes) * kPixelsPerTransition + pixels_of_runs;
         m_cost += std::min<int64_t>(m_width, pixels) * std::min(kStep, rows - row);
     }
 }
