@@ -12,8 +12,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <sys/mman.h>
-#include <unistd.h>
 #include <utility>
 
 namespace
@@ -131,7 +131,7 @@ thread_local PageReader* g_polled = nullptr; // the reader whose JBIG decoder is
 [[noreturn]] void EndAfterFatalReport(int /*code*/)
 {
     PrintMessage(std::string{"error in the decoder: "} + g_last_message);
-    _exit(kFailed);
+    std::quick_exit(kFailed); // PbmOutput then removes its temporary file
 }
 } // namespace
 
@@ -156,16 +156,23 @@ std::string VerdictText(const Verdict& verdict, int32_t height)
     }
 }
 
-PageReader::PageReader()
+// Unlike make_callback_block, new throws without memory, so that the tool can choose its exit status.
+PageReader::PageReader() : m_block{static_cast<callback_block*>(::operator new(callback_block_size()))}
 {
-    fill_void_callback_block(&m_block);
-    fill_unix_callback_block(&m_block);
-    m_block.message = KeepMessage;
-    m_block.message_fflush = FlushNothing;
-    m_block.fflush = FlushNothing;
-    m_block.allocate = Allocate;
-    m_block.deallocate = Deallocate;
-    m_block.exit = EndAfterFatalReport;
+    fill_void_callback_block(m_block.get());
+    fill_unix_callback_block(m_block.get());
+    m_block->message = KeepMessage;
+    m_block->message_fflush = FlushNothing;
+    m_block->fflush = FlushNothing;
+    m_block->allocate = Allocate;
+    m_block->deallocate = Deallocate;
+    m_block->exit = EndAfterFatalReport;
+}
+
+void PageReader::ReleaseBlock::operator()(callback_block* block) const
+{
+    debug_memory_cleanup(block);
+    ::operator delete(block);
 }
 
 PageReader::~PageReader()
@@ -208,11 +215,11 @@ bool PageReader::OpenRaster(int64_t most_pixels)
             return Fail(PageState::bad, sides + " are above the limit");
         m_most_pixels = most_pixels;
         m_limits.stripe_bytes = (most_rows + 2) * (int64_t{m_row_bytes} + 2);
-        m_block.ferror = PollDecoder;
+        m_block->ferror = PollDecoder;
     }
     if (std::string error = m_input.MakeSeekable(); !error.empty())
         return Fail(PageState::unreadable, error);
-    m_block.file = m_input.File();
+    m_block->file = m_input.File();
     return StartDecoder();
 }
 
@@ -233,9 +240,9 @@ bool PageReader::StartDecoder()
         return true;
     }
     if (const RunDecoder* const decoder = FindRunDecoder(m_header.Compression))
-        m_frame = decoder->open(&m_block, m_width, m_row_bytes, nullptr);
+        m_frame = decoder->open(m_block.get(), m_width, m_row_bytes, nullptr);
     else
-        m_jbig = Jbig_Open_Limited(&m_block, &m_limits);
+        m_jbig = Jbig_Open_Limited(m_block.get(), &m_limits);
     if (!m_frame && !m_jbig) {
         const int32_t status = kesterlib_open_status();
         if (status == KESTERLIB_TOO_LARGE && m_limits.stripe_bytes > 0)

@@ -81,8 +81,13 @@ private:
     void AddCost(const uint8_t* first_row, int64_t rows);
     [[nodiscard]] bool IsTooCostly() const;
 
+    struct ReleaseBlock {
+        void operator()(callback_block* block) const;
+    };
+
     PageInput m_input;
-    callback_block m_block; // reads m_input and prints nothing
+    // Reads m_input and prints nothing. Its size is that of the library that the program runs with.
+    std::unique_ptr<callback_block, ReleaseBlock> m_block;
     FAXHeader m_header{};
     int32_t m_width = 0;
     int32_t m_height = 0;
