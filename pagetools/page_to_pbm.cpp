@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <string_view>
 
 namespace
 {
@@ -94,7 +95,9 @@ Verdict WriteImage(PageReader& page, PbmOutput& output, bool pad)
 int Convert(const Arguments& arguments)
 {
     const char* const path = arguments.Pages().empty() ? "-" : arguments.Pages()[0];
-    const char* const output_path = arguments.Value('o');
+    const char* output_path = arguments.Value('o');
+    if (output_path && std::string_view{output_path} == "-")
+        output_path = nullptr;
     PbmOutput output;
     try {
         if (!output_path)
@@ -121,7 +124,7 @@ int Convert(const Arguments& arguments)
 
 constexpr ToolOption kOptions[] = {
     {'p', nullptr, "add white rows after the last good row of a damaged page, up to its height"},
-    {'o', "FILE", "write to this file, which is replaced when the image is complete"},
+    {'o', "FILE", "write to this file, which is replaced at the end; \"-\" is standard output"},
 };
 constexpr Tool kTool{
     "page-to-pbm",

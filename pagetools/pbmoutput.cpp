@@ -72,14 +72,6 @@ private:
     sigset_t m_before;
 };
 
-// Returns the path of the file that the path names after all symbolic links, or the path if there is no such
-// file.
-std::string WithoutLinks(const char* path)
-{
-    const std::unique_ptr<char, decltype(&std::free)> resolved{realpath(path, nullptr), &std::free};
-    return resolved ? resolved.get() : path;
-}
-
 std::string SystemError()
 {
     return std::strerror(errno);
@@ -96,7 +88,6 @@ PbmOutput::~PbmOutput()
 
 std::string PbmOutput::Open(const char* path)
 {
-    std::signal(SIGXFSZ, SIG_IGN); // a write above the file size limit returns an error
     struct stat about {
     };
     if (!path) {
@@ -104,8 +95,7 @@ std::string PbmOutput::Open(const char* path)
     } else if (stat(path, &about) == 0 && !S_ISREG(about.st_mode)) {
         m_descriptor = open(path, O_WRONLY | O_CLOEXEC | O_NOCTTY);
     } else {
-        m_path = WithoutLinks(path);
-        if (std::string error = OpenTemporaryFile(); !error.empty())
+        if (std::string error = OpenTemporaryFile(path); !error.empty())
             return error;
     }
     if (m_descriptor < 0)
@@ -118,8 +108,19 @@ std::string PbmOutput::Open(const char* path)
     return {};
 }
 
-std::string PbmOutput::OpenTemporaryFile()
+std::string PbmOutput::OpenTemporaryFile(const char* path)
 {
+    // The file that a symbolic link names is replaced, not the link. A link that cannot be followed is not
+    // replaced either.
+    const std::unique_ptr<char, decltype(&std::free)> target{realpath(path, nullptr), &std::free};
+    struct stat about {
+    };
+    if (!target && (errno != ENOENT || !*path || lstat(path, &about) == 0))
+        return SystemError();
+    m_path = target ? target.get() : path;
+    // The new file has the permissions of the file that it replaces.
+    const bool replaces = stat(path, &about) == 0;
+    const mode_t mode = replaces ? about.st_mode & 0777 : 0666;
     const size_t slash = m_path.find_last_of('/');
     const std::string directory = slash == std::string::npos ? "" : m_path.substr(0, slash + 1);
     const std::string prefix = directory + ".page-to-pbm." + std::to_string(getpid()) + '.';
@@ -130,14 +131,17 @@ std::string PbmOutput::OpenTemporaryFile()
         if (name.size() >= sizeof g_temporary)
             return std::strerror(ENAMETOOLONG);
         memcpy(g_temporary, name.c_str(), name.size() + 1);
-        m_descriptor = open(g_temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666); // minus the umask
+        m_descriptor = open(g_temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode); // minus the umask
         if (m_descriptor < 0 && errno != EEXIST)
             break;
         g_has_temporary = m_descriptor >= 0;
     }
     if (m_descriptor < 0)
         return SystemError();
+    if (replaces)
+        (void)fchmod(m_descriptor, mode); // some file systems have no permissions
     HandleEndingSignals();
+    (void)std::at_quick_exit(RemoveTemporaryFile);
     return {};
 }
 

@@ -29,7 +29,7 @@ public:
     [[nodiscard]] std::string Finish();
 
 private:
-    [[nodiscard]] std::string OpenTemporaryFile();
+    [[nodiscard]] std::string OpenTemporaryFile(const char* path);
 
     int m_descriptor = -1;
     int64_t m_start = -1; // position of the first byte that is written; -1: unknown, or not to be rewritten

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -132,6 +133,7 @@ int RunTool(const Tool& tool, int argc, char** argv)
 {
     g_tool_name = tool.name;
     FillStandardDescriptors();
+    std::signal(SIGXFSZ, SIG_IGN); // a write above the file size limit returns an error
     int status = kFailed;
     try {
         Arguments arguments{tool.options};

@@ -36,7 +36,7 @@ draw jbig --stripe 64 jbig.fax
 for kind in "${kinds[@]}"; do
   expect 0 '*' '' page-to-pbm "$kind.fax"
   image_is stdout wanted.pbm "$kind from a file"
-  expect 0 '*' '' through_pipe page-to-pbm "$kind.fax"
+  expect 0 '*' '' through_pipe page-to-pbm -o - "$kind.fax"
   image_is stdout wanted.pbm "$kind to a pipe"
   expect 0 '*' '' from_pipe "$kind.fax" page-to-pbm -p -
   image_is stdout wanted.pbm "$kind from a pipe"
@@ -168,6 +168,10 @@ grep -q 'will not write an image to a terminal' stdout || die "a terminal is not
 expect 2 '' 'page-to-pbm: standard output: No space left on device' bash -c 'page-to-pbm plain.fax >/dev/full'
 expect 2 '' 'page-to-pbm: /dev/full: No space left on device' page-to-pbm -o /dev/full plain.fax
 expect 2 '' 'page-to-pbm: standard output: Bad file descriptor' bash -c 'page-to-pbm plain.fax >&-'
+ln -s none dangling
+for file in '' dangling; do # neither is replaced
+  expect 2 '' "page-to-pbm: $file: No such file or directory" page-to-pbm -o "$file" plain.fax
+done
 expect 2 '' 'page-to-pbm: none/x: No such file or directory' page-to-pbm -o none/x plain.fax
 
 mkdir out
@@ -191,8 +195,9 @@ for signal in INT TERM HUP; do
   only_old "SIG$signal"
 done
 ln -s page.pbm out/link
-(umask 027 && page-to-pbm -o out/link plain.fax)
-[[ -L out/link && $(stat -c %a out/page.pbm) == 640 ]] || die "wrong link or mode"
+chmod 604 out/page.pbm
+(umask 027 && page-to-pbm -o out/link plain.fax && page-to-pbm -o out/new plain.fax)
+[[ -L out/link && $(stat -c %a out/page.pbm out/new) == 604$'\n'640 ]] || die "wrong link or mode"
 image_is out/page.pbm wanted.pbm "written through a link"
 
 # --- page-info ----------------------------------------------------------------------------------------------
