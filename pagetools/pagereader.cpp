@@ -378,16 +378,18 @@ void PageReader::AddCost(const uint8_t* first_row, int64_t rows)
     }
 }
 
-// With a limit of 2000 megapixels, each byte of data allows 1000 pixels that are decoded one by one. Drawn
-// pages of 600 megapixels have at most a quarter as many. A small file that takes longer was made to waste
-// time, or repeats a dense pattern that needs no data.
+// With a limit of up to 2000 megapixels, each byte of data allows 1000 pixels that are decoded one by one.
+// Drawn pages of 600 megapixels have at most a quarter as many. A small file that takes longer was made to
+// waste time, or repeats a dense pattern that needs no data. A lower limit does not allow less, because its
+// pages need less time.
 bool PageReader::IsTooCostly() const
 {
-    constexpr double kFreeBytes = 50'000;  // so that no page of less than a fortieth of the limit is refused
+    constexpr int64_t kLeastLimit = 2'000'000'000;
+    constexpr double kFreeBytes = 50'000;  // so that no page of less than 50 megapixels is refused
     constexpr double kBytesPerLimit = 2e6; // as many bytes allow as many pixels as the limit has
     const auto bytes = static_cast<double>(std::max<off_t>(ftello(m_input.File()), 0));
-    return static_cast<double>(m_cost) >
-           static_cast<double>(m_most_pixels) * ((bytes + kFreeBytes) / kBytesPerLimit);
+    return static_cast<double>(m_cost) > static_cast<double>(std::max(m_most_pixels, kLeastLimit)) *
+                                             ((bytes + kFreeBytes) / kBytesPerLimit);
 }
 
 int32_t PageReader::ReadRows(uint8_t* buffer, int32_t rows)

@@ -89,6 +89,7 @@ header Compression 77 plain.fax >unknown.fax
 header DataWidth 2002 jbig.fax >other.fax
 header DataWidth 1 squeeze.fax | header ImageHeight 9000000 - >narrow.fax
 head -c 4000 plain.fax >short.fax
+draw jbig --width 601 --height 300 small.fax
 head -c 9000 jbig.fax >end.fax
 name=$'\e[1m\nv\xff\xc2\x9b.fax'
 cp plain.fax "$name"
@@ -100,7 +101,7 @@ while IFS='|' read -r status options page line; do
 done <<'END'
 0||plain.fax|OK
 0|-q|plain.fax|
-0|-m 3|plain.fax|OK
+0|-m 1|small.fax|OK
 1||tall.fax|BAD: 2001 x 3000000000 pixels cannot be decoded
 1||empty.fax|BAD: 0 x 1000 pixels cannot be decoded
 1||unknown.fax|BAD: unknown kind of raster, 77
