@@ -16,12 +16,16 @@
  * Slots that the library calls. A client's block must have them; the other slots serve the client's own
  * calls. The run decoders are those of Squeeze and Group 4.
  *
- *   all functions   allocate, deallocate, message, message_fflush, exit; after a failed system call fflush
- *   run decoders    fread, ferror
- *   jbig decoder    fread, fseek, ftell; if the block has a data stream, ferror
- *   header reader   fread
- *   header writer   fwrite
- *   byte functions  of files.h: fread, fwrite, feof
+ *   all functions   allocate, deallocate, message, message_fflush, exit
+ *   run decoders    fread, ferror, fflush
+ *   jbig decoder    fread, fseek, ftell, fflush; if the block has a data stream, ferror
+ *   header reader   fread, fflush
+ *   header writer   fwrite, fflush
+ *   byte functions  of files.h: fread, fwrite, feof, fflush
+ *
+ * They call fflush only after a failure. A file that is too short for its header is such a failure. For input
+ * in memory, the run decoders call no data slot. The jbig decoder then calls only ferror, and only if the
+ * block has a data stream.
  *
  * A slot must not throw a C++ exception. Only the exit slot may leave with longjmp: then do not use the
  * frame or decoder of the interrupted call again, and see callback_assertion_failed. */
@@ -55,7 +59,7 @@ typedef struct memory_debug_record {
  *
  * The library only passes `file` and `message_file` to the slots, and compares `file` with null. So they
  * need not be streams: if a client sets all slots that receive them, they can be the address of any object
- * of the client, cast to FILE*. For `file` these slots are the ones in the table above, with fflush; for
+ * of the client, cast to FILE*. For `file` these slots are the data slots in the table above; for
  * `message_file` they are message and message_fflush.
  *
  * A later version of the library may append fields to the record. So let make_callback_block or

@@ -172,7 +172,8 @@ KESTERLIB_NODISCARD KESTERLIB_API int32_t extractFaxHeader(const char* buffer, u
 /* Reads FAXHEADER_BYTES from the block's stream, regardless of HeaderSize, and extracts the header from
  * them.
  *
- *   callbacks  needs the fread slot, which may return the bytes in pieces
+ *   callbacks  needs the slots fread, which may return the bytes in pieces, and fflush, which is called if
+ *              the stream has fewer bytes
  *   header     the record to fill; null: a zeroed record from the block's memory, which the caller releases
  *              with callback_deallocate
  *
@@ -187,7 +188,8 @@ KESTERLIB_NODISCARD KESTERLIB_API FAXHeader* read_FAXHeader_from_callback(callba
 KESTERLIB_NODISCARD KESTERLIB_API FAXHeader* read_FAXHeader_from_file(FILE* stream);
 
 /* Writes HeaderSize bytes to the block's stream: the text, a zero byte if there is room, then bytes of
- * `fill`. Needs the fwrite slot. `header` may be null, which is a failure.
+ * `fill`. Needs the slots fwrite, and fflush, which is called if the write fails. `header` may be null, which
+ * is a failure.
  *
  * Returns HeaderSize. Returns 0 if header is null, the text is longer than HeaderSize, or the write fails;
  * a message of the block then says which. Also returns 0 if the block returns no memory. Allocates

@@ -86,8 +86,9 @@ typedef struct jbig_limits {
  *   stream        the input, from its current position to its end; must be able to seek; stays open; the
  *                 caller closes it
  *   block         the caller's block, which must live as long as the decoder and is not disposed of with it.
- *                 Its stream is the input, and it needs the fread, fseek and ftell slots; also ferror if
- *                 its stream is not null. For Jbig_Open_Memory no data slot but this ferror is called
+ *                 Its stream is the input, and it needs the fread, fseek, ftell and fflush slots; also
+ *                 ferror if its stream is not null. For Jbig_Open_Memory no data slot but this ferror is
+ *                 called
  *   data, length  the input in memory; must be unchanged as long as the decoder lives; null: 0 bytes
  *   limits        read during the call; null: only the library's own limits
  *

@@ -16,8 +16,9 @@ KESTERLIB_BEGIN
  *
  *   file           the input, read from its current position; stays open; the caller closes it
  *   cb             the caller's block, which must live as long as the frame and is not disposed of with it.
- *                  For Unccitt4_Open_Callback its fread slot supplies the input, and its ferror slot says
- *                  whether the input has failed or ended. For Unccitt4_Open_Memory no data slot is called
+ *                  For Unccitt4_Open_Callback its fread slot supplies the input, its ferror slot says whether
+ *                  the input has failed or ended, and its fflush slot is called after a read error. For
+ *                  Unccitt4_Open_Memory no data slot is called
  *   base, size     the input in memory; must be unchanged as long as the frame lives; null: 0 bytes
  *   width          pixels of a row
  *   row_bytes      bytes of a row, normally (width + 7) / 8
