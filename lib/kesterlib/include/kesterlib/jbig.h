@@ -69,7 +69,9 @@ typedef struct jbig_data {
     const uint8_t* buffer_origin;    /* first byte of the input buffer or of the input in memory */
 } jbig_data;
 
-/* Limits of one decoder. 0 or less in a field: only the library's own limit. */
+/* Limits of one decoder. 0 or less in a field: only the library's own limit.
+ *
+ * Clients may make this record themselves. Its size is the same in all versions of libkesterlib.so.1. */
 typedef struct jbig_limits {
     /* Bytes of the stripe buffer, which has (stripe_lines + 2) * row_stride bytes. If the header needs more,
      * the open fails. The library's own limit is JBIG_LARGEST_STRIPE. */
@@ -143,12 +145,14 @@ KESTERLIB_API int32_t Jbig_Close_Input(jbig_data* dat);
  *
  * Allocates nothing. A call decodes whole stripes; the rest of a stripe stays for the next call. A large
  * stripe may take seconds. If the block has a stream, its ferror slot is called after about every 2^21
- * pixels. If it returns a number other than 0, the stripe ends as with an error, but without a message. */
+ * pixels. If it returns a number other than 0, the stripe ends as with an error, but the block receives no
+ * message. */
 KESTERLIB_NODISCARD KESTERLIB_API int32_t Jbig_Decode(jbig_data* dat, int32_t lines, uint8_t* buffer,
                                                       int32_t pitch);
 
-/* Skips the next rows. Returns the same count as Jbig_Decode, and takes the same time without the copy.
- * If, after the end of the data, a stripe equals the one before, all further rows are skipped at once. */
+/* Skips the next rows. Returns the same count as Jbig_Decode. Takes as long as decoding, less the time for
+ * the copy. If, after the end of the data, a stripe equals the one before, all further rows are skipped at
+ * once. */
 KESTERLIB_NODISCARD KESTERLIB_API int32_t Jbig_Decode_Discard(jbig_data* dat, int32_t lines);
 
 /* Returns the message of the first error; null if there was none. It is valid until the decoder is closed. It
@@ -169,7 +173,8 @@ KESTERLIB_NODISCARD KESTERLIB_API int64_t Jbig_Rows_Done(const jbig_data* dat);
 
 /* Returns the first row, counted from 0, of the first stripe that began after the last byte of the data. If
  * no such row has been delivered or skipped, returns -1. Data that were cut off at the end of a stripe are
- * decoded without an error. So if this row is above the last row of the page, the page was cut off. */
+ * decoded without an error. So if the result is not -1 and is below ImageHeight (see faxhdr.h), the page was
+ * cut off. */
 KESTERLIB_NODISCARD KESTERLIB_API int64_t Jbig_First_Row_After_Data(const jbig_data* dat);
 
 KESTERLIB_END
