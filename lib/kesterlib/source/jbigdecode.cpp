@@ -128,6 +128,7 @@ bool jbig_read_bih(jbig_data* dat)
     if (dat->io_buffer_end - addr < READ_BIH_BYTES) {
         callback_assertion_failed(dat->block, "addr+READ_BIH_BYTES<=addr_end", "read in buffer", kSource,
                                   __LINE__);
+        jbig_note_status(dat, KESTERLIB_CUT_OFF);
         return false;
     }
     bool good = true;
