@@ -2,7 +2,8 @@
 // JBIG image entities. The last five bytes of an input choose how it is decoded: rows, rows per call, kind of
 // input, bytes per read and in total, pitch. So a seed is an ordinary entity followed by five bytes. Both row
 // loops and the slow decoder of the tests must return the same bytes and messages, and read the same pieces.
-// Limits that the first two of the five bytes choose must be respected, and change nothing else.
+// Limits that the first two of the five bytes choose must be respected, and change nothing else. The first
+// row after the data must be the same in memory and in a stream.
 #include "kesterlib/jbig.h"
 
 #include "promise.h"
@@ -94,6 +95,35 @@ void CheckLimits(const TestInput& input, const uint8_t* how, const Decoded& want
     Jbig_Close_Input(dat);
 }
 
+struct AfterData {
+    int64_t row = -1;
+    int32_t status = KESTERLIB_OK;
+};
+
+AfterData FindRowAfterData(TestInput input, const uint8_t* how, bool memory)
+{
+    input.most_a_read = SIZE_MAX;
+    input.most_in_all = SIZE_MAX;
+    InputBlock block(input);
+    jbig_data* const dat = memory ? Jbig_Open_Memory(block, input.bytes.data(), input.bytes.size(), nullptr)
+                                  : Jbig_Open_Input_Callback(block);
+    AfterData after;
+    if (dat) {
+        static_cast<void>(Jbig_Decode_Discard(dat, 1 + how[0] % 64));
+        after = {Jbig_First_Row_After_Data(dat), Jbig_Status(dat)};
+        Jbig_Close_Input(dat);
+    }
+    return after;
+}
+
+// The status differs if the data end with 0xFF. In a stream, the end marker after this byte is an error.
+void CheckRowAfterData(const TestInput& input, const uint8_t* how)
+{
+    const AfterData memory = FindRowAfterData(input, how, true);
+    const AfterData stream = FindRowAfterData(input, how, false);
+    Promise(memory.status != stream.status || memory.row == stream.row);
+}
+
 Decoded Foretell(const TestInput& input, const uint8_t* how)
 {
     const int32_t rows = 1 + how[0] % 64;
@@ -144,5 +174,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     Promise(Decode(kesterlib::jbig_rows_plain, input, how) == wanted);
     Promise(Decode(kesterlib::jbig_row_loop(), input, how) == wanted);
     CheckLimits(input, how, wanted);
+    if (!any_sides)
+        CheckRowAfterData(input, how);
     return 0;
 }

@@ -16,7 +16,6 @@ namespace
 {
 constexpr const char* kSource = "jbigdecode";
 constexpr const char* kNoEndMarker = "End of file not in JBIG format";
-constexpr int32_t kEndMarkerBytes = 2;
 constexpr uint8_t kMarker = 0xFF;
 constexpr uint32_t kWidthLimit = 0x7ffffff8; // refused from this width on: columns may exceed int32_t
 

@@ -229,16 +229,18 @@ void jbig_reset_adaptor(jbig_data* dat)
 
 namespace
 {
-// Returns whether the next stripe begins after the last byte of the data. In memory the data end before the
-// last marker. So one stripe begins there without a byte of its own and is ended by this marker: the first
-// stripe, or one after a stripe that another marker has ended.
+// Returns whether the next stripe begins after the last byte of the data. The end marker is not part of the
+// data: in memory the input ends before it, and in a stream a damaged stripe can use all data without
+// reading it. But the stripe that reads the end marker begins within the data, even if it has no byte of its
+// own. This is possible for the first stripe, and for one after a stripe that another marker has ended.
 bool begins_after_data(const jbig_data* dat)
 {
-    if (dat->io_buffer != dat->io_buffer_end)
-        return false;
+    int64_t data_left = dat->io_buffer_end - dat->io_buffer;
     if (dat->input_buffer)
-        return dat->bytes_left <= 0;
-    return dat->stripe_number > 0 && dat->marker_seen == 0;
+        data_left += dat->bytes_left - kEndMarkerBytes;
+    if (data_left < 0)
+        return true; // the last stripe has read the end marker
+    return data_left == 0 && dat->stripe_number > 0 && dat->marker_seen == 0;
 }
 
 // Returns whether the next stripe equals the one in the buffer. After the end of the data, a stripe and the

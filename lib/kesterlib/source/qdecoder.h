@@ -13,6 +13,8 @@ namespace kesterlib
 {
 struct Decoder;
 
+constexpr int32_t kEndMarkerBytes = 2; // of the marker at the end of an entity
+
 // The arithmetic decoder within a stripe. The code register has 64 bits: the upper 16 are compared with the
 // interval. All bits that were read follow below them, with those that were read ahead.
 struct QmCoder {
