@@ -60,7 +60,8 @@ static int drop_message(FILE* stream, const char* format, va_list arguments)
     return 0;
 }
 
-/* The default slot would end the program if memory is short. With this one the open function fails. */
+/* The default slot would end the program if memory is short. With this one the open function fails. It must
+ * use malloc, because the default slot that releases the memory calls free. */
 static void* allocate(size_t size, const char* description)
 {
     (void)description;
