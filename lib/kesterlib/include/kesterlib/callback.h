@@ -164,7 +164,7 @@ KESTERLIB_API void set_stdout_callback(callback_block* block);
 KESTERLIB_API void dispose_callback_block(callback_block* block);
 
 /* Returns the size of the record in the library that the program runs with, in bytes. It is not below
- * sizeof(callback_block) of any older header of the same shared library. */
+ * sizeof(callback_block) of any older header of libkesterlib.so.1. */
 KESTERLIB_NODISCARD KESTERLIB_API size_t callback_block_size(void);
 
 /* Returns the number of slots, 17. */

@@ -108,7 +108,7 @@ typedef struct FAXHeader {
 
 /* Returns the bytes of a packed row, (DataWidth + 7) / 8. Returns 0 if the decoders cannot use the sides, so
  * check for it before any other use of them: DataWidth is 0 or above 0x7ffffff8, or ImageHeight is above
- * 0x7fffffff. An ImageHeight of 0 is accepted. */
+ * 0x7fffffff. An ImageHeight of 0 is accepted. An open function can still refuse a large width. */
 KESTERLIB_NODISCARD KESTERLIB_API int32_t FAXHeader_Row_Bytes(const FAXHeader* header);
 
 /* Writes the page's label, a text such as "12.C News": PageNumber, a point, Layer, a blank, JobName. Layer is

@@ -17,8 +17,7 @@ KESTERLIB_BEGIN
 /* ---- Bytes ------------------------------------------------------------------------------------------- */
 
 /* Each function reads or writes n bytes. It repeats the underlying call until all bytes are transferred or a
- * call transfers none.
- * `buffer` may be null if n is 0.
+ * call transfers none. `buffer` may be null if n is 0.
  *
  * Returns the number of bytes transferred. If it is below n, the function reports "reading file" or "writing
  * file", unless a read has reached the end of the file. */

@@ -76,9 +76,9 @@ KESTERLIB_NODISCARD KESTERLIB_API int32_t Unccitt4_Decode(UNCOMP* frame, int32_t
                                                           int32_t stride);
 
 /* Skips the next rows. Returns the same count as Unccitt4_Decode and leaves the same state: rows decoded
- * after it, message, status and suspicious rows are the same. Takes the same time without the painting. Rows
- * after the end of the page cost nothing, so the time is limited by the bytes of the input. Allocates
- * nothing. */
+ * after it, message, status and suspicious rows are the same. Takes as long as decoding, less the time
+ * for painting. Rows after the end of the page cost nothing, so the time is limited by the bytes of the
+ * input. Allocates nothing. */
 KESTERLIB_NODISCARD KESTERLIB_API int32_t Unccitt4_Discard(UNCOMP* frame, int32_t rows);
 
 KESTERLIB_END

@@ -77,8 +77,8 @@ KESTERLIB_NODISCARD KESTERLIB_API int32_t Unsqz_Decode(UNCOMP* frame, int32_t ro
                                                        int32_t stride);
 
 /* Skips the next rows. Returns the same count as Unsqz_Decode and leaves the same state: rows decoded after
- * it, message, status and suspicious rows are the same. Takes the same time without the painting. The time is
- * limited by the bytes of the input. Allocates nothing. */
+ * it, message, status and suspicious rows are the same. Takes as long as decoding, less the time for
+ * painting. The time is limited by the bytes of the input. Allocates nothing. */
 KESTERLIB_NODISCARD KESTERLIB_API int32_t Unsqz_Discard(UNCOMP* frame, int32_t rows);
 
 KESTERLIB_END
