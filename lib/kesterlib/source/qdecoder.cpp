@@ -269,6 +269,7 @@ void finish_stripe(jbig_data* dat)
     dat->next_row = dat->first_row;
     dat->lines_left = static_cast<int32_t>(dat->stripe_lines);
 }
+
 // Returns whether the next stripe is within the limit of pixels, and counts it. If not, reports an error.
 bool is_within_limit(jbig_data* dat)
 {

@@ -114,6 +114,7 @@ int32_t run_length(UNCOMP* frame, bool white)
             return run;
     }
 }
+
 // Returns how many of the next bits show that no code follows. `bits` is the length of the longest code.
 // is_code(i) returns whether a code begins with the bits of the number i.
 template <typename IsCode>
