@@ -87,6 +87,8 @@ project()
   run "$way/consumer_c_static" "$way/cpp/consumer_cpp"
 }
 project find_package "-DCMAKE_PREFIX_PATH=$scratch/moved" "-DKESTERLIB_WANTED=$version"
+project both_languages "-DCMAKE_PREFIX_PATH=$scratch/moved" -DMORE_LANGUAGES=CXX \
+  -DCMAKE_EXE_LINKER_FLAGS=-Wl,--no-as-needed
 project add_subdirectory "-DKESTERLIB_SOURCE=$source"
 if grep -vE '^(#|//|$|_?CMAKE_|KESTERLIB_|kesterlib_|consumer_)' add_subdirectory/CMakeCache.txt; then
   echo "add_subdirectory has put these general names into the cache of the project" >&2
