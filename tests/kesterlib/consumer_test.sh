@@ -74,6 +74,13 @@ fail()
   exit 1
 }
 
+"$cmake" -G "$generator" -S "$source" -B usr -DCMAKE_INSTALL_PREFIX=/usr >log 2>&1 || fail
+flags=$(PKG_CONFIG_PATH=usr pkg-config --cflags --libs kesterlib)
+if [[ $flags == *-[IL]* ]]; then
+  echo "pkg-config names directories of the system: $flags" >&2
+  exit 1
+fi
+
 # project WAY OPTIONS...: builds the project with these options, and runs its programs.
 project()
 {
