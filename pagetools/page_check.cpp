@@ -114,7 +114,7 @@ int64_t MostPixels(const Arguments& arguments)
     int64_t megapixels = 0;
     const auto [stop, error] = std::from_chars(text, end, megapixels);
     if (error != std::errc{} || stop != end || megapixels < 1 || megapixels > kMostMegapixels)
-        throw UsageError{std::string{"option -m needs a number from 1 to "} +
+        throw UsageError{std::string{"option -m needs a whole number from 1 to "} +
                          std::to_string(kMostMegapixels) + ", not " + text};
     return megapixels * kMegapixel;
 }
@@ -137,8 +137,8 @@ int CheckAll(const Arguments& arguments)
 }
 
 constexpr ToolOption kOptions[] = {
-    {'q', nullptr, "print only pages that are not good"},
-    {'m', "MEGAPIXELS", "do not decode pages with more pixels, in millions (2000)"},
+    {'q', nullptr, "print only the lines of pages that are not good"},
+    {'m', "MEGAPIXELS", "do not decode pages of more than MEGAPIXELS million pixels (default: 2000)"},
 };
 constexpr Tool kTool{
     "page-check",

@@ -238,7 +238,7 @@ int ShowAll(const Arguments& arguments)
 
 constexpr ToolOption kOptions[] = {
     {'s', nullptr, "print one line per page"},
-    {'j', nullptr, "print one JSON object per line and page"},
+    {'j', nullptr, "print one JSON object per page, each on a line of its own"},
 };
 constexpr Tool kTool{
     "page-info", "PAGE...", "Prints the header and the label of page files. Decodes nothing.", kOptions, 1,

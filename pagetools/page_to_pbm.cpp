@@ -25,8 +25,8 @@ void Require(const std::string& error)
         throw OutputError{error};
 }
 
-// Returns the header of an image. The text has always the same length for a page: blanks precede a smaller
-// number of rows.
+// Returns the header of an image. All headers of a page have the same length: blanks precede a number of rows
+// with fewer digits.
 std::string PbmHeader(const PageReader& page, int32_t rows)
 {
     const std::string height = std::to_string(page.Height());
@@ -123,7 +123,7 @@ int Convert(const Arguments& arguments)
 }
 
 constexpr ToolOption kOptions[] = {
-    {'p', nullptr, "add white rows after the last good row of a damaged page, up to its height"},
+    {'p', nullptr, "if the page is damaged, write white rows from the first bad row to the end of the page"},
     {'o', "FILE", "write to this file, which is replaced at the end; \"-\" is standard output"},
 };
 constexpr Tool kTool{

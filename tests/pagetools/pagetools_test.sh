@@ -145,8 +145,8 @@ page-info -s -j a|-s and -j cannot be used together
 page-info - plain.fax -|standard input is named twice
 page-check --quiet a|unknown option --quiet
 page-check a -qm|option -m needs an argument
-page-check -m 0 a|option -m needs a number from 1 to 5000000000000, not 0
-page-check -m 2x a|option -m needs a number from 1 to 5000000000000, not 2x
+page-check -m 0 a|option -m needs a whole number from 1 to 5000000000000, not 0
+page-check -m 2x a|option -m needs a whole number from 1 to 5000000000000, not 2x
 page-to-pbm a b|more than one page is named: b
 END
 for tool in page-info page-to-pbm page-check; do
