@@ -49,7 +49,7 @@ callback_block* DecoderBlock::Make()
 {
     if (!m_pBlock) {
         // dispose_callback_block frees this memory.
-        m_pBlock = static_cast<callback_block*>(std::malloc(sizeof(callback_block)));
+        m_pBlock = static_cast<callback_block*>(std::malloc(callback_block_size()));
         if (!m_pBlock)
             return nullptr;
         fill_void_callback_block(m_pBlock);

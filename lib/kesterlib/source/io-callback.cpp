@@ -348,6 +348,12 @@ int callback_ferror(callback_block* block)
     return block->ferror(block->file);
 }
 
+bool kesterlib::input_has_failed(callback_block* block)
+{
+    return block->file != nullptr && block->ferror != ferror_callback_not_installed &&
+           callback_ferror(block) != 0;
+}
+
 int callback_fprintf(callback_block* block, const char* format, ...)
 {
     current_callback_block = block;

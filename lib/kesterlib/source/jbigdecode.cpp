@@ -100,7 +100,8 @@ bool jbig_check_eof_marker(jbig_data* dat)
         good = read(&byte) && byte == kMarker && read(&byte) && is_stripe_end(byte);
     }
     if (!good) {
-        jbig_error(dat, status, kNoEndMarker, __LINE__, kSource);
+        jbig_note_status(dat, status);
+        jbig_error(dat, kNoEndMarker, __LINE__, kSource);
         return false;
     }
     if (callback_fseek(block, start, SEEK_SET) != 0) {
@@ -115,7 +116,8 @@ bool jbig_check_eof_marker_mapped(jbig_data* dat, size_t length)
 {
     if (length >= kEndMarkerBytes && dat->io_buffer_end[0] == kMarker && is_stripe_end(dat->io_buffer_end[1]))
         return true;
-    jbig_error(dat, KESTERLIB_CUT_OFF, kNoEndMarker, __LINE__, kSource);
+    jbig_note_status(dat, KESTERLIB_CUT_OFF);
+    jbig_error(dat, kNoEndMarker, __LINE__, kSource);
     return false;
 }
 
@@ -132,7 +134,8 @@ bool jbig_read_bih(jbig_data* dat)
     }
     bool good = true;
     const auto fault = [dat, &good](int32_t status, const char* text, int32_t line) {
-        jbig_error(dat, status, text, line, kSource);
+        jbig_note_status(dat, status);
+        jbig_error(dat, text, line, kSource);
         good = false;
     };
     dat->bytes_left -= READ_BIH_BYTES;
@@ -242,12 +245,11 @@ void jbig_note_status(jbig_data* dat, int32_t status)
 
 int32_t jbig_status_of_short_read(jbig_data* dat)
 {
-    return dat->block->file && callback_ferror(dat->block) != 0 ? KESTERLIB_READ_ERROR : KESTERLIB_CUT_OFF;
+    return input_has_failed(dat->block) ? KESTERLIB_READ_ERROR : KESTERLIB_CUT_OFF;
 }
 
-void jbig_error(jbig_data* dat, int32_t status, const char* text, int32_t line, const char* file)
+void jbig_error(jbig_data* dat, const char* text, int32_t line, const char* file)
 {
-    jbig_note_status(dat, status);
     ++dat->error_count;
     callback_message(dat->block, "\nJbig error, at line %ld in file %s:\n %s\n", long{line}, file, text);
     jbig_print_position(dat->block, dat);

@@ -43,11 +43,12 @@ void jbig_refill(jbig_data* dat)
     if (got < wanted) {
         const int error = errno; // the ferror slot may change it
         const int32_t status = jbig_status_of_short_read(dat);
-        jbig_error(dat, status, system_error_text(error, reinterpret_cast<Decoder*>(dat)->unknown_error),
-                   __LINE__, kSource);
+        jbig_note_status(dat, status);
+        jbig_error(dat, system_error_text(error, reinterpret_cast<Decoder*>(dat)->unknown_error), __LINE__,
+                   kSource);
     }
     if (got == 0)
-        jbig_error(dat, KESTERLIB_CUT_OFF, "Ran out of JBIG data", __LINE__, kSource);
+        jbig_error(dat, "Ran out of JBIG data", __LINE__, kSource);
 }
 
 bool next_byte(jbig_data* dat, uint8_t* byte)
@@ -83,7 +84,9 @@ void qm_byte_in(jbig_data* dat)
         dat->reset_pending = 1;
         dat->marker_seen = 1;
         break;
-    default: jbig_error(dat, KESTERLIB_BAD_CODE, "Non-stuffed FF found in PSCD\n", __LINE__, kSource);
+    default:
+        jbig_note_status(dat, KESTERLIB_BAD_CODE);
+        jbig_error(dat, "Non-stuffed FF found in PSCD\n", __LINE__, kSource);
     }
 }
 
@@ -196,7 +199,7 @@ void qm_shift_beyond(Decoder* decoder, QmCoder* coder, int32_t n, uint32_t x, ui
 
 void jbig_poll(jbig_data* dat, uint32_t line)
 {
-    if (!dat->block->file || callback_ferror(dat->block) == 0)
+    if (!input_has_failed(dat->block))
         return;
     // No message, because the client requested the end.
     jbig_note_status(dat, KESTERLIB_INTERRUPTED);
@@ -276,7 +279,8 @@ bool is_within_limit(jbig_data* dat)
     auto* const decoder = reinterpret_cast<Decoder*>(dat);
     const int64_t pixels = int64_t{dat->width} * dat->stripe_lines;
     if (decoder->limits.pixels > 0 && pixels > decoder->limits.pixels - decoder->pixels_done) {
-        jbig_error(dat, KESTERLIB_TOO_LARGE, "JBIG pixels are above the limit", __LINE__, kSource);
+        jbig_note_status(dat, KESTERLIB_TOO_LARGE);
+        jbig_error(dat, "JBIG pixels are above the limit", __LINE__, kSource);
         return false;
     }
     decoder->pixels_done += pixels;

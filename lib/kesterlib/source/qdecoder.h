@@ -60,8 +60,8 @@ struct Decoder {
 void jbig_note_status(jbig_data* dat, int32_t status);
 // Returns the status of a read that returned too few bytes.
 [[nodiscard]] int32_t jbig_status_of_short_read(jbig_data* dat);
-// Reports an error.
-void jbig_error(jbig_data* dat, int32_t status, const char* text, int32_t line, const char* file);
+// Reports an error. Call jbig_note_status before.
+void jbig_error(jbig_data* dat, const char* text, int32_t line, const char* file);
 void jbig_print_position(callback_block* block, jbig_data* dat);
 
 // ---- qdecoder.cpp

@@ -19,7 +19,7 @@ enum {
     KESTERLIB_TOO_LARGE = 5,     /* above a limit of the library or of the caller */
     KESTERLIB_NOT_SUPPORTED = 6, /* the data need a feature that the decoder does not have, or a parameter of
                                     the call is wrong */
-    KESTERLIB_INTERRUPTED = 7    /* a slot of the caller's block ended the decoding */
+    KESTERLIB_INTERRUPTED = 7    /* JBIG only: the ferror slot has ended a stripe */
 };
 
 /* Returns the status of the last open function of a decoder that this thread has called: KESTERLIB_OK if it
