@@ -338,6 +338,23 @@ TEST(Jbig, AnUnknownReadErrorNeedsNoMemory)
     Jbig_Close_Input(dat);
 }
 
+TEST(Jbig, NeedsNoErrorSlot)
+{
+    callback_block* const empty = make_callback_block();
+    TestInput input{EncodeOwn(Bitmap(8, 300), 300, pages::StripeEnd::KeepContexts)};
+    input.most_in_all = 20;
+    InputBlock block(input);
+    block->file = stdin; // only passed to the slots
+    block->ferror = empty->ferror;
+    dispose_callback_block(empty);
+    jbig_data* const dat = Jbig_Open_Input_Callback(block);
+    uint8_t row = 0;
+    EXPECT_EQ(Jbig_Decode(dat, 1, &row, 1), 0);
+    EXPECT_EQ(Jbig_Status(dat), KESTERLIB_CUT_OFF);
+    EXPECT_EQ(block.TakeExits(), std::vector<int>{});
+    Jbig_Close_Input(dat);
+}
+
 TEST(Jbig, ReportsEveryFaultOfAHeader)
 {
     const struct {

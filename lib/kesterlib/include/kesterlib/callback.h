@@ -18,14 +18,14 @@
  *
  *   all functions   allocate, deallocate, message, message_fflush, exit
  *   run decoders    fread, ferror, fflush
- *   jbig decoder    fread, fseek, ftell, fflush; if the block has a data stream, ferror
+ *   jbig decoder    fread, fseek, ftell, fflush; ferror is optional
  *   header reader   fread, fflush
  *   header writer   fwrite, fflush
  *   byte functions  of files.h: fread, fwrite, feof, fflush
  *
  * They call fflush only after a failure. A file that is too short for its header is such a failure. For input
- * in memory, the run decoders call no data slot. The jbig decoder then calls only ferror, and only if the
- * block has a data stream.
+ * in memory, the run decoders call no data slot. The jbig decoder then calls only ferror. It calls ferror
+ * only if the slot is set and the block has a data stream.
  *
  * A slot must not throw a C++ exception. Only the exit slot may leave with longjmp: then do not use the
  * frame or decoder of the interrupted call again, and see callback_assertion_failed. */

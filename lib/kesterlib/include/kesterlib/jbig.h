@@ -88,9 +88,9 @@ typedef struct jbig_limits {
  *   stream        the input, from its current position to its end; must be able to seek; stays open; the
  *                 caller closes it
  *   block         the caller's block, which must live as long as the decoder and is not disposed of with it.
- *                 Its stream is the input, and it needs the fread, fseek, ftell and fflush slots; also
- *                 ferror if its stream is not null. For Jbig_Open_Memory no data slot but this ferror is
- *                 called
+ *                 Its stream is the input, and it needs the fread, fseek, ftell and fflush slots. The
+ *                 ferror slot is called too if it is set and the stream is not null. Jbig_Open_Memory
+ *                 calls no other data slot
  *   data, length  the input in memory; must be unchanged as long as the decoder lives; null: 0 bytes
  *   limits        read during the call; null: only the library's own limits
  *
@@ -144,9 +144,9 @@ KESTERLIB_API int32_t Jbig_Close_Input(jbig_data* dat);
  * rows as the page has.
  *
  * Allocates nothing. A call decodes whole stripes; the rest of a stripe stays for the next call. A large
- * stripe may take seconds. If the block has a stream, its ferror slot is called after about every 2^21
- * pixels. If it returns a number other than 0, the stripe ends as with an error, but the block receives no
- * message. */
+ * stripe may take seconds. If the block has a stream and a ferror slot, the slot is called after about every
+ * 2^21 pixels. If it returns a number other than 0, the stripe ends as with an error, but the block receives
+ * no message. */
 KESTERLIB_NODISCARD KESTERLIB_API int32_t Jbig_Decode(jbig_data* dat, int32_t lines, uint8_t* buffer,
                                                       int32_t pitch);
 
@@ -162,8 +162,8 @@ KESTERLIB_NODISCARD KESTERLIB_API const char* Jbig_Error_String(const jbig_data*
 /* Returns the status of the first error; KESTERLIB_OK if there was none:
  *   - KESTERLIB_BAD_CODE: the data have a byte after 0xFF that is no marker of this profile;
  *   - KESTERLIB_CUT_OFF: a read returned fewer bytes than the stream had at the open;
- *   - KESTERLIB_READ_ERROR: the same, and the ferror slot reports an error. This slot is called only if the
- *     block has a stream;
+ *   - KESTERLIB_READ_ERROR: the same, and the ferror slot reports an error. This slot is called only if
+ *     it is set and the block has a stream;
  *   - KESTERLIB_TOO_LARGE: the next stripe is above the caller's limit of pixels;
  *   - KESTERLIB_INTERRUPTED: the ferror slot has ended a stripe. */
 KESTERLIB_NODISCARD KESTERLIB_API int32_t Jbig_Status(const jbig_data* dat);
