@@ -4,13 +4,14 @@
 #include "app/pagepath.h"
 #include "platform/viewedmark.h"
 
-const char kHelpText[] = "Usage: lumenta [FILE]\n"
-                         "Shows a page bitmap at one page pixel to one screen pixel.\n"
-                         "\n"
-                         "FILE is a page file. Several arguments are joined with blanks into one path.\n"
-                         "\n"
-                         "  --help     show this text\n"
-                         "  --version  show the version\n";
+const char kHelpText[] =
+    "Usage: lumenta [FILE]\n"
+    "Shows a page bitmap at one page pixel to one screen pixel.\n"
+    "\n"
+    "FILE is a page file or a TIFF file. Several arguments are joined with blanks into one path.\n"
+    "\n"
+    "  --help     show this text\n"
+    "  --version  show the version\n";
 
 CommandLine ReadCommandLine(std::span<const char* const> arguments, bool (*exists)(const CString& path))
 {
