@@ -17,7 +17,7 @@
 enum { BATCH_BYTES = 1 << 20 }; /* size of the buffer of rows; a single row may be larger */
 
 /* A header of 20 bytes can request large stripes, and can make the decoder work for hours. */
-static const jbig_limits LIMITS = {128 << 20, (int64_t)1 << 32};
+static const jbig_limits kLimits = {128 << 20, (int64_t)1 << 32};
 
 struct open_page {
     const char* path;
@@ -110,7 +110,7 @@ static int open_raster(struct open_page* page)
         page->frame = Unccitt4_Open_Callback(page->block, page->width, page->row_bytes, NULL);
         break;
     case FAXHEADER_JBIG:
-        page->jbig = Jbig_Open_Limited(page->block, &LIMITS);
+        page->jbig = Jbig_Open_Limited(page->block, &kLimits);
         if (page->jbig && page->jbig->width != (uint32_t)page->width)
             return refuse(page, "the JBIG raster has another width than the header");
         break;
